@@ -1,0 +1,55 @@
+# How targets are made here. One folder is one target; its headers are reached by the folder's name
+# ("slib/thread.h"), through an include root of its own, so that a target sees the headers of what it links and
+# of nothing else.
+
+add_library(tessarune_flags INTERFACE)
+target_compile_options(tessarune_flags INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion
+    $<$<BOOL:${TESSARUNE_WERROR}>:-Werror>
+    # Multiply and add stay separate operations: every vector target gives the same bits.
+    -ffp-contract=off
+    # Unique symbols would keep the shared library from ever being unloaded.
+    $<$<AND:$<COMPILE_LANGUAGE:CXX>,$<CXX_COMPILER_ID:GNU>>:-fno-gnu-unique>)
+if(TESSARUNE_SANITIZE)
+    set(sanitize -fsanitize=${TESSARUNE_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_compile_options(tessarune_flags INTERFACE ${sanitize})
+    target_link_options(tessarune_flags INTERFACE ${sanitize})
+endif()
+
+# tessarune_library(NAME prefix [LINKS ...] [PRIVATE_LINKS ...]): the static library NAME of the current folder,
+# whose headers are included as "prefix/...". A folder without sources yet is a target without an archive.
+function(tessarune_library name prefix)
+    cmake_parse_arguments(arg "" "" "LINKS;PRIVATE_LINKS" ${ARGN})
+    file(GLOB sources CONFIGURE_DEPENDS *.cpp)
+    file(GLOB headers CONFIGURE_DEPENDS *.h)
+    set(root ${CMAKE_BINARY_DIR}/include/${name})
+    get_filename_component(parent ${root}/${prefix} DIRECTORY)
+    file(MAKE_DIRECTORY ${parent})
+    file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${root}/${prefix} SYMBOLIC)
+    if(sources)
+        add_library(${name} STATIC ${sources})
+        target_include_directories(${name} PUBLIC ${root})
+        target_link_libraries(${name} PUBLIC ${arg_LINKS} PRIVATE tessarune_flags ${arg_PRIVATE_LINKS})
+    else()
+        add_library(${name} INTERFACE)
+        target_include_directories(${name} INTERFACE ${root})
+        target_link_libraries(${name} INTERFACE ${arg_LINKS})
+    endif()
+    tessarune_check_headers(${name} ${prefix} "${headers}")
+endfunction()
+
+# Compiles each header alone, with nothing in reach but what its target links.
+function(tessarune_check_headers name prefix headers)
+    if(NOT headers OR NOT TESSARUNE_TESTS)
+        return()
+    endif()
+    set(units)
+    foreach(header ${headers})
+        get_filename_component(leaf ${header} NAME)
+        set(unit ${CMAKE_BINARY_DIR}/headercheck/${name}/${leaf}.cpp)
+        file(CONFIGURE OUTPUT ${unit} CONTENT "#include \"${prefix}/${leaf}\"\n")
+        list(APPEND units ${unit})
+    endforeach()
+    add_library(headercheck_${name} OBJECT ${units})
+    target_link_libraries(headercheck_${name} PRIVATE tessarune_flags ${name})
+endfunction()

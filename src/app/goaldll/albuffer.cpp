@@ -1,0 +1,249 @@
+// The al* calls on buffers. Buffers belong to the device, so that all of these work without a current
+// context.
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <exception>
+#include <limits>
+#include <memory>
+#include <span>
+#include <utility>
+#include <vector>
+
+#include "AL/al.h"
+#include "AL/tessarune.h"
+#include "app/goaldll/alcall.h"
+#include "goal/buffer.h"
+#include "goal/bufferformats.h"
+#include "goal/bufferpool.h"
+
+namespace goal {
+namespace {
+
+using BufferList = BufferPool::BufferList;
+
+// Whether the name is valid, and its data may go.
+int TestReplaceable(const BufferPool& pool, ALuint name) {
+    if (!pool.IsValid(name)) return AL_INVALID_NAME;
+    const Buffer* const buffer = pool.slots[name - 1].buffer;
+    return buffer != nullptr && InUse(*buffer) ? AL_INVALID_OPERATION : AL_NO_ERROR;
+}
+
+// Runs `work` with the list that takes buffers which the renderer may still read, null when nothing renders.
+// That goes by the device's context and not by the current one: it renders on while a game has none current.
+template <typename Work>
+void WithDeletedBuffers(Process& process, const Work& work) {
+    Context* const context = process.engine.device.context;
+    if (context == nullptr) return work(nullptr);
+    const StateLock lock(*context, Access::Write);
+    work(&TargetState(*context).deletedBuffers);
+}
+
+// ---- Deletion ----
+
+// Frees valid names, of which one may stand here more than once. Out of memory, all of them stay.
+void DeleteNames(BufferPool& pool, std::span<const ALuint> names, BufferList* deletedBuffers) {
+    std::vector<ALuint> distinct(names.begin(), names.end());
+    std::ranges::sort(distinct);
+    const auto repeated = std::ranges::unique(distinct);
+    distinct.erase(repeated.begin(), repeated.end());
+
+    BufferList buffers;
+    for (const ALuint name : distinct)
+        if (Buffer* const buffer = pool.slots[name - 1].buffer) buffers.append(buffer);
+    if (deletedBuffers != nullptr) deletedBuffers->appendAll(buffers);
+
+    // From here on nothing fails.
+    for (const ALuint name : distinct)
+        pool.slots[name - 1] = {nullptr, true};
+    if (deletedBuffers != nullptr) return;
+    for (const Buffer* buffer : buffers)
+        delete buffer;
+}
+
+int DeleteBuffers(Process& process, std::span<const ALuint> names) {
+    BufferPool& pool = process.engine.device.bufferPool;
+    for (const ALuint name : names)
+        if (const int code = TestReplaceable(pool, name); code != AL_NO_ERROR) return code;
+    WithDeletedBuffers(process, [&](BufferList* list) { DeleteNames(pool, names, list); });
+    return AL_NO_ERROR;
+}
+
+// ---- Data ----
+
+int TestData(ALenum format, ALsizei size, ALsizei frequency) {
+    if (size < 0 || frequency < 1) return AL_INVALID_VALUE;
+    const BufferFormat* const row = FindBufferFormat(format);
+    if (row == nullptr) return AL_INVALID_ENUM;
+    return static_cast<std::uint32_t>(size) % row->blockBytes == 0 ? AL_NO_ERROR : AL_INVALID_VALUE;
+}
+
+// Null, with the failure recorded, when it can't be made.
+std::unique_ptr<Buffer> NewBuffer(ALuint name, ALenum format, const void* data, ALsizei size,
+                                  ALsizei frequency, bool copyData) noexcept {
+    try {
+        return std::make_unique<Buffer>(name, format, static_cast<float>(frequency), data,
+                                        static_cast<std::uint32_t>(size), copyData);
+    } catch (const std::exception& exception) {
+        TheProcess().FailAl(exception.what(), AL_INVALID_OPERATION);
+        return nullptr;
+    }
+}
+
+// The samples are copied between two tests of the name, outside all locks: the renderer takes them once a
+// block, and a long copy would make it late.
+void SetData(ALuint name, ALenum format, const void* data, ALsizei size, ALsizei frequency,
+             bool copyData) noexcept {
+    bool isReplaceable = false;
+    if (const int code = TestData(format, size, frequency); code != AL_NO_ERROR)
+        return TheProcess().alError.Record(code);
+    AlCall([&](Process& process) -> int {
+        const int code = TestReplaceable(process.engine.device.bufferPool, name);
+        if (code != AL_NO_ERROR) return code;
+        isReplaceable = data != nullptr || size == 0;
+        return isReplaceable ? AL_NO_ERROR : AL_INVALID_VALUE;
+    });
+    if (!isReplaceable) return;
+
+    std::unique_ptr<Buffer> buffer = NewBuffer(name, format, data, size, frequency, copyData);
+    if (buffer == nullptr) return;
+    AlCall([&](Process& process) -> int {
+        BufferPool& pool = process.engine.device.bufferPool;
+        if (const int code = TestReplaceable(pool, name); code != AL_NO_ERROR) return code;
+        WithDeletedBuffers(process, [&](BufferList* list) { pool.Replace(std::move(buffer), list); });
+        return AL_NO_ERROR;
+    });
+}
+
+// ---- Properties ----
+
+// Runs `work(buffer)` with what a valid name holds, null for no data.
+template <typename Work>
+void PropertyCall(ALuint name, bool pointersPresent, const Work& work) noexcept {
+    AlCall([&](Process& process) -> int {
+        const BufferPool& pool = process.engine.device.bufferPool;
+        if (!pointersPresent) return AL_INVALID_VALUE;
+        if (!pool.IsValid(name)) return AL_INVALID_NAME;
+        return work(pool.slots[name - 1].buffer);
+    });
+}
+
+// Of a property that a buffer doesn't have in that form.
+void RefuseProperty(ALuint name, bool pointersPresent) noexcept {
+    PropertyCall(name, pointersPresent, [](const Buffer*) -> int { return AL_INVALID_ENUM; });
+}
+
+// The highest frequencies round to 2^31 as a float.
+ALint FrequencyOf(const Buffer& buffer) {
+    const double frequency = double{buffer.frequency};
+    return static_cast<ALint>(std::min(frequency, double{std::numeric_limits<ALint>::max()}));
+}
+
+struct Property {
+    ALenum parameter;
+    ALint withoutData;
+    ALint (*of)(const Buffer& buffer);
+};
+
+constexpr std::array properties = std::to_array<Property>({
+    {AL_FREQUENCY, 0, FrequencyOf},
+    {AL_BITS, 16, [](const Buffer& buffer) -> ALint { return BitsOf(buffer); }},
+    {AL_CHANNELS, 1, [](const Buffer& buffer) { return static_cast<ALint>(buffer.channels); }},
+    {AL_SIZE, 0, [](const Buffer& buffer) { return static_cast<ALint>(buffer.size); }},
+});
+
+void GetProperty(ALuint name, ALenum parameter, ALint* value) noexcept {
+    PropertyCall(name, ArePresent(value), [&](const Buffer* buffer) -> int {
+        const auto* const row = std::ranges::find(properties, parameter, &Property::parameter);
+        if (row == properties.end()) return AL_INVALID_ENUM;
+        *value = buffer != nullptr ? row->of(*buffer) : row->withoutData;
+        return AL_NO_ERROR;
+    });
+}
+
+}  // namespace
+}  // namespace goal
+
+AL_API void AL_APIENTRY alGenBuffers(ALsizei n, ALuint* buffers) {
+    goal::AlCall([&](goal::Process& process) -> int {
+        if (n < 0 || buffers == nullptr) return AL_INVALID_VALUE;
+        if (n > goal::longestList) return AL_INVALID_OPERATION;
+        for (ALsizei i = 0; i < n; ++i)
+            buffers[i] = process.engine.device.bufferPool.Add();
+        return AL_NO_ERROR;
+    });
+}
+
+AL_API void AL_APIENTRY alDeleteBuffers(ALsizei n, const ALuint* buffers) {
+    goal::AlCall([&](goal::Process& process) -> int {
+        if (n < 0 || buffers == nullptr) return AL_INVALID_VALUE;
+        if (n > goal::longestList) return AL_INVALID_OPERATION;
+        return goal::DeleteBuffers(process, {buffers, static_cast<std::size_t>(n)});
+    });
+}
+
+AL_API ALboolean AL_APIENTRY alIsBuffer(ALuint buffer) {
+    return goal::AlCallFor<ALboolean>(AL_FALSE, [&](const goal::Process& process) -> ALboolean {
+        return process.engine.device.bufferPool.IsValid(buffer) ? AL_TRUE : AL_FALSE;
+    });
+}
+
+AL_API void AL_APIENTRY alBufferData(ALuint buffer, ALenum format, const ALvoid* data, ALsizei size,
+                                     ALsizei frequency) {
+    goal::SetData(buffer, format, data, size, frequency, true);
+}
+
+AL_API void AL_APIENTRY alBufferDataStatic(ALuint buffer, ALenum format, ALvoid* data, ALsizei size,
+                                           ALsizei frequency) {
+    goal::SetData(buffer, format, data, size, frequency, false);
+}
+
+AL_API void AL_APIENTRY alBufferf(ALuint buffer, ALenum, ALfloat) {
+    goal::RefuseProperty(buffer, true);
+}
+
+AL_API void AL_APIENTRY alBuffer3f(ALuint buffer, ALenum, ALfloat, ALfloat, ALfloat) {
+    goal::RefuseProperty(buffer, true);
+}
+
+AL_API void AL_APIENTRY alBufferfv(ALuint buffer, ALenum, const ALfloat* values) {
+    goal::RefuseProperty(buffer, goal::ArePresent(values));
+}
+
+AL_API void AL_APIENTRY alBufferi(ALuint buffer, ALenum, ALint) {
+    goal::RefuseProperty(buffer, true);
+}
+
+AL_API void AL_APIENTRY alBuffer3i(ALuint buffer, ALenum, ALint, ALint, ALint) {
+    goal::RefuseProperty(buffer, true);
+}
+
+AL_API void AL_APIENTRY alBufferiv(ALuint buffer, ALenum, const ALint* values) {
+    goal::RefuseProperty(buffer, goal::ArePresent(values));
+}
+
+AL_API void AL_APIENTRY alGetBufferf(ALuint buffer, ALenum, ALfloat* value) {
+    goal::RefuseProperty(buffer, goal::ArePresent(value));
+}
+
+AL_API void AL_APIENTRY alGetBuffer3f(ALuint buffer, ALenum, ALfloat* value1, ALfloat* value2,
+                                      ALfloat* value3) {
+    goal::RefuseProperty(buffer, goal::ArePresent(value1, value2, value3));
+}
+
+AL_API void AL_APIENTRY alGetBufferfv(ALuint buffer, ALenum, ALfloat* values) {
+    goal::RefuseProperty(buffer, goal::ArePresent(values));
+}
+
+AL_API void AL_APIENTRY alGetBufferi(ALuint buffer, ALenum parameter, ALint* value) {
+    goal::GetProperty(buffer, parameter, value);
+}
+
+AL_API void AL_APIENTRY alGetBuffer3i(ALuint buffer, ALenum, ALint* value1, ALint* value2, ALint* value3) {
+    goal::RefuseProperty(buffer, goal::ArePresent(value1, value2, value3));
+}
+
+AL_API void AL_APIENTRY alGetBufferiv(ALuint buffer, ALenum parameter, ALint* values) {
+    goal::GetProperty(buffer, parameter, values);
+}

@@ -1,0 +1,458 @@
+// The alc* calls: the one device, its one context, and what can be asked about both.
+
+#include "AL/alc.h"
+
+#include <array>
+#include <exception>
+#include <memory>
+#include <new>
+#include <span>
+#include <string>
+
+#include "AL/tessarune.h"
+#include "app/goaldll/alcenums.h"
+#include "app/goaldll/alcprocs.h"
+#include "app/goaldll/extensions.h"
+#include "app/goaldll/process.h"
+#include "goal/version.h"
+
+namespace {
+
+using goal::Context;
+using goal::Process;
+
+constexpr const char* deviceName = "Tessarune";
+
+// Runs the work of a call under apiMutex. An exception is a failed call, never the game's.
+template <typename Result, typename Work>
+Result Call(Result failure, const Work& work) {
+    Process& process = goal::TheProcess();
+    try {
+        const slib::Lock lock(process.engine.apiMutex);
+        return work(process);
+    } catch (const std::exception& exception) {
+        process.FailAlc(exception.what(), ALC_INVALID_VALUE);
+        return failure;
+    }
+}
+
+ALCdevice* Handle(goal::Device& device) { return reinterpret_cast<ALCdevice*>(&device); }
+ALCcontext* Handle(Context* context) { return reinterpret_cast<ALCcontext*>(context); }
+Context* ToContext(ALCcontext* handle) { return reinterpret_cast<Context*>(handle); }
+
+bool IsDevice(Process& process, const ALCdevice* handle) { return handle == Handle(process.engine.device); }
+
+bool IsSuspendSupported(Process& process) {
+    return process.engine.configuration.Read(
+        [](const orb3::Configuration& c) { return c.goalConfig.isSuspendSupported; });
+}
+
+// ---- Contexts ----
+
+// What the attribute list of alcCreateContext asks for.
+struct Attributes {
+    double frequency = -1;  // Hz; -1: not named
+    int filterOrder = 0;    // 1 or 2; 0: not named
+    bool isSync = false;
+};
+
+Attributes ReadAttributes(const ALCint* list) {
+    Attributes attributes;
+    for (; list != nullptr && list[0] != 0; list += 2) {
+        const ALCint value = list[1];
+        switch (list[0]) {
+            case ALC_FREQUENCY:
+                if (value > 0) attributes.frequency = value;
+                break;
+            case ALC_SYNC:
+                attributes.isSync |= value == 1;
+                break;
+            case ALC_DEFAULT_FILTER_ORDER:
+                if (value == 1 || value == 2) attributes.filterOrder = value;
+                break;
+            default:  // ALC_REFRESH follows from the output; the rest means nothing here
+                break;
+        }
+    }
+    return attributes;
+}
+
+std::unique_ptr<Context> AllocateContext(Process& process) {
+    try {
+        return std::make_unique<Context>(process.engine);
+    } catch (const std::bad_alloc& exception) {
+        process.FailAlc(exception.what(), ALC_OUT_OF_MEMORY);
+    } catch (const slib::OutOfMemoryException& exception) {
+        process.FailAlc(exception.what(), ALC_OUT_OF_MEMORY);
+    }
+    return nullptr;
+}
+
+// A server that can't start takes its context with it: the device is free for another try.
+Context* StartContext(Process& process, const Attributes& attributes) {
+    std::unique_ptr<Context> context = AllocateContext(process);
+    if (context == nullptr) return nullptr;
+    context->filterOrderAttribute = attributes.filterOrder;
+    process.engine.device.context = context.get();
+    try {
+        context->server.Start(*context, attributes.frequency);
+    } catch (...) {
+        process.engine.device.context = nullptr;
+        throw;
+    }
+    return context.release();
+}
+
+Context* CreateContext(Process& process, const ALCdevice* device, const ALCint* list) {
+    const auto fail = [&](const char* text, int code) -> Context* {
+        process.FailAlc(text, code);
+        return nullptr;
+    };
+    if (!IsDevice(process, device)) return fail("Invalid device in alcCreateContext().", ALC_INVALID_DEVICE);
+    if (process.engine.device.context != nullptr)
+        return fail("The device already has a context in alcCreateContext()", ALC_INVALID_VALUE);
+    if (process.isUnloading) return fail("The library is being unloaded in alcCreateContext().", ALC_INVALID_VALUE);
+    const Attributes attributes = ReadAttributes(list);
+    if (attributes.isSync) return fail("ALC_SYNC is not supported in alcCreateContext().", ALC_INVALID_VALUE);
+    return StartContext(process, attributes);
+}
+
+// ---- Queries ----
+
+const char* ErrorText(ALCenum code) {
+    switch (code) {
+        case ALC_NO_ERROR:
+            return "No error.";
+        case ALC_INVALID_DEVICE:
+            return "Invalid device.";
+        case ALC_INVALID_CONTEXT:
+            return "Invalid context.";
+        case ALC_INVALID_ENUM:
+            return "Invalid enum.";
+        case ALC_INVALID_VALUE:
+            return "Invalid value.";
+        case ALC_OUT_OF_MEMORY:
+            return "Out of memory.";
+        default:
+            return nullptr;
+    }
+}
+
+// Names, each ended by a NUL, and one more NUL at the end. Built once, so that the game may keep the pointer.
+const char* DeviceList(Process& process) {
+    orb3::SharedConfiguration& shared = process.engine.configuration;
+    const slib::Lock lock(shared.configurationMutex);
+    if (process.deviceList.empty()) {
+        const auto settings = shared.Read([](const orb3::Configuration& c) { return c.goalConfig; });
+        std::string list = deviceName + std::string(1, '\0');
+        if (settings.masqueradeAsGenericSoftware) list += "Generic Software" + std::string(1, '\0');
+        if (settings.masqueradeAsGenericHardware) list += "Generic Hardware" + std::string(1, '\0');
+        process.deviceList = list;
+    }
+    return process.deviceList.c_str();
+}
+
+const char* StringOf(Process& process, const ALCdevice* device, ALCenum parameter) {
+    switch (parameter) {
+        case ALC_DEVICE_SPECIFIER:
+            return device != nullptr ? deviceName : DeviceList(process);
+        case ALC_DEFAULT_DEVICE_SPECIFIER:
+        case ALC_DEFAULT_ALL_DEVICES_SPECIFIER:
+        case ALC_ALL_DEVICES_SPECIFIER:
+            return DeviceList(process);
+        case ALC_EXTENSIONS:
+            return goal::AlcExtensions().text;
+        case ALC_CAPTURE_DEVICE_SPECIFIER:
+        case ALC_CAPTURE_DEFAULT_DEVICE_SPECIFIER:
+            return "";
+        default:
+            return ErrorText(parameter);
+    }
+}
+
+constexpr ALCint attributesSize = 21;
+constexpr ALCint monoSources = 255;
+constexpr ALCint stereoSources = 10;
+constexpr ALCint maxAuxiliarySends = 4;
+constexpr ALCint efxMajorVersion = 1;
+constexpr ALCint efxMinorVersion = 1;
+
+// The values that depend on the context, or without one on the configuration.
+struct Timing {
+    ALCint frequency;  // Hz
+    ALCint refresh;    // blocks per second
+};
+
+Timing TimingOf(Process& process) {
+    Context* const context = process.engine.device.context;
+    if (context == nullptr) {
+        constexpr ALCint usualRefresh = 25;
+        return {process.engine.configuration.Read(
+                    [](const orb3::Configuration& c) { return c.goalConfig.defaultSampleRate; }),
+                usualRefresh};
+    }
+    const slib::Lock lock(context->timingMutex);
+    return {static_cast<ALCint>(context->sampleRate + 0.5), static_cast<ALCint>(context->refreshRate + 0.5)};
+}
+
+ALCint FilterOrder(Process& process) {
+    const Context* const context = process.engine.device.context;
+    if (context != nullptr && context->filterOrderAttribute != 0) return context->filterOrderAttribute == 1 ? 1 : 2;
+    return process.engine.configuration.Read(
+        [](const orb3::Configuration& c) { return c.goalConfig.defaultFilterOrder == 1 ? 1 : 2; });
+}
+
+// As many whole pairs as fit before the 0 that ends the list.
+void WriteAllAttributes(Process& process, std::span<ALCint> data) {
+    const Timing timing = TimingOf(process);
+    const std::array<std::array<ALCint, 2>, 11> pairs{{
+        {ALC_FREQUENCY, timing.frequency},
+        {ALC_REFRESH, timing.refresh},
+        {ALC_SYNC, 0},
+        {ALC_MAJOR_VERSION, 1},
+        {ALC_MINOR_VERSION, 1},
+        {ALC_EFX_MAJOR_VERSION, efxMajorVersion},
+        {ALC_EFX_MINOR_VERSION, efxMinorVersion},
+        {ALC_MAX_AUXILIARY_SENDS, maxAuxiliarySends},
+        {ALC_MONO_SOURCES, monoSources},
+        {ALC_STEREO_SOURCES, stereoSources},
+        {ALC_DEFAULT_FILTER_ORDER, FilterOrder(process)},
+    }};
+    std::size_t written = 0;
+    for (const auto& [key, value] : pairs) {
+        if (written + 2 >= data.size()) break;
+        data[written++] = key;
+        data[written++] = value;
+    }
+    data[written] = 0;
+}
+
+void GetContextInteger(Process& process, ALCenum parameter, ALCint* data) {
+    switch (parameter) {
+        case ALC_FREQUENCY:
+            *data = TimingOf(process).frequency;
+            break;
+        case ALC_REFRESH:
+            *data = TimingOf(process).refresh;
+            break;
+        case ALC_SYNC:
+            *data = 0;
+            break;
+        case ALC_MONO_SOURCES:
+            *data = monoSources;
+            break;
+        case ALC_STEREO_SOURCES:
+            *data = stereoSources;
+            break;
+        default:
+            *data = FilterOrder(process);
+            break;
+    }
+}
+
+void GetInteger(Process& process, const ALCdevice* device, ALCenum parameter, ALCsizei size, ALCint* data) {
+    const auto badDevice = [&] { process.FailAlc("Invalid device in alcGetIntegerv().", ALC_INVALID_DEVICE); };
+    const auto badSize = [&] { process.FailAlc("Invalid data size in alcGetIntegerv().", ALC_INVALID_VALUE); };
+    if (data == nullptr) return process.FailAlc("Invalid data array in alcGetIntegerv().", ALC_INVALID_VALUE);
+    switch (parameter) {
+        case ALC_EFX_MAJOR_VERSION:
+            *data = efxMajorVersion;
+            return;
+        case ALC_EFX_MINOR_VERSION:
+            *data = efxMinorVersion;
+            return;
+        case ALC_MAX_AUXILIARY_SENDS:
+            *data = maxAuxiliarySends;
+            return;
+        case ALC_MAJOR_VERSION:
+        case ALC_MINOR_VERSION:
+        case ALC_ATTRIBUTES_SIZE:
+            if (size < 1) return badSize();
+            *data = parameter == ALC_ATTRIBUTES_SIZE ? attributesSize : 1;
+            return;
+        case ALC_ALL_ATTRIBUTES:
+            if (!IsDevice(process, device)) return badDevice();
+            if (size < 3) return badSize();
+            return WriteAllAttributes(process, {data, static_cast<std::size_t>(size)});
+        case ALC_FREQUENCY:
+        case ALC_REFRESH:
+        case ALC_SYNC:
+        case ALC_MONO_SOURCES:
+        case ALC_STEREO_SOURCES:
+        case ALC_DEFAULT_FILTER_ORDER:
+            if (!IsDevice(process, device) || process.engine.device.context == nullptr) return badDevice();
+            if (size < 1) return badSize();
+            return GetContextInteger(process, parameter, data);
+        default:
+            return process.FailAlc("Unknown param in alcGetIntegerv().", ALC_INVALID_ENUM);
+    }
+}
+
+// Capture, which the system has none of.
+bool RefuseCapture(const char* text) {
+    return Call(false, [&](Process& process) {
+        process.FailAlc(text, ALC_INVALID_DEVICE);
+        return false;
+    });
+}
+
+}  // namespace
+
+ALC_API ALCdevice* ALC_APIENTRY alcOpenDevice(const ALCchar*) {
+    return Call<ALCdevice*>(nullptr, [](Process& process) { return Handle(process.engine.device); });
+}
+
+ALC_API ALCboolean ALC_APIENTRY alcCloseDevice(ALCdevice* device) {
+    return Call<ALCboolean>(ALC_FALSE, [&](Process& process) -> ALCboolean {
+        if (IsDevice(process, device) && process.engine.device.context == nullptr) return ALC_TRUE;
+        process.FailAlc("Invalid device in alcCloseDevice().", ALC_INVALID_DEVICE);
+        return ALC_FALSE;
+    });
+}
+
+ALC_API ALCcontext* ALC_APIENTRY alcCreateContext(ALCdevice* device, const ALCint* attributes) {
+    const slib::Lock lifetimeLock(goal::TheProcess().engine.contextLifetimeMutex);
+    return Call<ALCcontext*>(
+        nullptr, [&](Process& process) { return Handle(CreateContext(process, device, attributes)); });
+}
+
+ALC_API void ALC_APIENTRY alcDestroyContext(ALCcontext* handle) {
+    Context* const context = ToContext(handle);
+    if (context == nullptr) return;
+    const slib::Lock lifetimeLock(goal::TheProcess().engine.contextLifetimeMutex);
+    const bool isOurs = Call(false, [&](Process& process) {
+        if (process.currentContext == context) process.currentContext = nullptr;
+        if (process.engine.device.context == context) {
+            process.engine.device.context = nullptr;
+            return true;
+        }
+        // A context that is gone already must not be freed twice.
+        process.FailAlc("Invalid context in alcDestroyContext().", ALC_INVALID_CONTEXT);
+        return false;
+    });
+    if (isOurs) goal::DestroyContext(goal::TheProcess(), context);
+}
+
+ALC_API ALCboolean ALC_APIENTRY alcMakeContextCurrent(ALCcontext* context) {
+    return Call<ALCboolean>(ALC_FALSE, [&](Process& process) -> ALCboolean {
+        process.currentContext = ToContext(context);
+        return ALC_TRUE;
+    });
+}
+
+ALC_API ALCcontext* ALC_APIENTRY alcGetCurrentContext(void) {
+    return Call<ALCcontext*>(nullptr, [](Process& process) { return Handle(process.currentContext); });
+}
+
+ALC_API ALCdevice* ALC_APIENTRY alcGetContextsDevice(ALCcontext* context) {
+    return Call<ALCdevice*>(nullptr, [&](Process& process) -> ALCdevice* {
+        if (context != nullptr) return Handle(process.engine.device);
+        process.FailAlc("Invalid context in alcGetContextsDevice().", ALC_INVALID_CONTEXT);
+        return nullptr;
+    });
+}
+
+ALC_API void ALC_APIENTRY alcSuspendContext(ALCcontext* handle) {
+    Context* const context = ToContext(handle);
+    if (context == nullptr) return;
+    Call(false, [&](Process& process) {
+        const bool isSupported = IsSuspendSupported(process);
+        const slib::Lock stateLock(context->stateMutex);
+        context->suspendUsed = true;
+        if (isSupported && context->suspendCount == 0) BeginSuspend(context->suspended, context->application);
+        context->suspendCount = isSupported ? context->suspendCount + 1 : 0;
+        return true;
+    });
+}
+
+ALC_API void ALC_APIENTRY alcProcessContext(ALCcontext* handle) {
+    Context* const context = ToContext(handle);
+    if (context == nullptr) return;
+    Call(false, [&](Process& process) {
+        const bool isSupported = IsSuspendSupported(process);
+        const slib::Lock stateLock(context->stateMutex);
+        if (!isSupported)
+            context->suspendCount = 0;
+        else if (context->suspendCount > 0 && --context->suspendCount == 0)
+            EndSuspend(context->suspended, context->application);
+        return true;
+    });
+}
+
+ALC_API ALCenum ALC_APIENTRY alcGetError(ALCdevice*) {
+    return Call<ALCenum>(ALC_INVALID_VALUE, [](Process& process) { return process.alcError.Take(); });
+}
+
+ALC_API ALCboolean ALC_APIENTRY alcIsExtensionPresent(ALCdevice*, const ALCchar* name) {
+    return Call<ALCboolean>(ALC_FALSE, [&](Process& process) -> ALCboolean {
+        if (name != nullptr) return goal::AlcExtensions().contains(name) ? ALC_TRUE : ALC_FALSE;
+        process.FailAlc("Invalid extension name in alcIsExtensionPresent()", ALC_INVALID_VALUE);
+        return ALC_FALSE;
+    });
+}
+
+ALC_API void* ALC_APIENTRY alcGetProcAddress(ALCdevice*, const ALCchar* name) {
+    return Call<void*>(nullptr, [&](Process& process) -> void* {
+        if (name == nullptr) {
+            process.FailAlc("Invalid function name in alcGetProcAddress().", ALC_INVALID_VALUE);
+            return nullptr;
+        }
+        if (const auto* row = goal::Find(goal::AlcProcs(), name)) return row->entry;
+        process.FailAlc("Unsupported function '" + std::string(name) + "' could not be found.", ALC_INVALID_VALUE);
+        return nullptr;
+    });
+}
+
+ALC_API ALCenum ALC_APIENTRY alcGetEnumValue(ALCdevice*, const ALCchar* name) {
+    if (name != nullptr)
+        if (const auto* row = goal::Find(goal::AlcEnums(), name)) return row->value;
+    goal::TheProcess().alcError.Record(ALC_INVALID_ENUM);
+    return 0;
+}
+
+ALC_API const ALCchar* ALC_APIENTRY alcGetString(ALCdevice* device, ALCenum parameter) {
+    return Call<const ALCchar*>(nullptr, [&](Process& process) {
+        const char* const text = StringOf(process, device, parameter);
+        if (text == nullptr) process.FailAlc("Unknown param in alcGetString().", ALC_INVALID_ENUM);
+        return text;
+    });
+}
+
+ALC_API void ALC_APIENTRY alcGetIntegerv(ALCdevice* device, ALCenum parameter, ALCsizei size, ALCint* data) {
+    Call(false, [&](Process& process) {
+        GetInteger(process, device, parameter, size, data);
+        return true;
+    });
+}
+
+ALC_API ALCdevice* ALC_APIENTRY alcCaptureOpenDevice(const ALCchar*, ALCuint, ALCenum, ALCsizei) {
+    return Call<ALCdevice*>(nullptr, [](Process& process) -> ALCdevice* {
+        const char* const prefix = "Game ALC call failed: ";
+        if (process.LogCallFailure(prefix, "Capture is not supported in alcCaptureOpenDevice().", false))
+            process.alcError.Record(ALC_INVALID_VALUE);
+        else
+            process.FailAlc("Out of memory in alcCaptureOpenDevice().", ALC_OUT_OF_MEMORY);
+        return nullptr;
+    });
+}
+
+ALC_API ALCboolean ALC_APIENTRY alcCaptureCloseDevice(ALCdevice*) {
+    RefuseCapture("Capture is not supported in alcCaptureCloseDevice().");
+    return ALC_FALSE;
+}
+
+ALC_API void ALC_APIENTRY alcCaptureStart(ALCdevice*) {
+    RefuseCapture("Capture is not supported in alcCaptureStart().");
+}
+
+ALC_API void ALC_APIENTRY alcCaptureStop(ALCdevice*) { RefuseCapture("Capture is not supported in alcCaptureStop()."); }
+
+ALC_API void ALC_APIENTRY alcCaptureSamples(ALCdevice*, ALCvoid*, ALCsizei) {
+    RefuseCapture("Capture is not supported in alcCaptureSamples().");
+}
+
+ALC_API void ALC_APIENTRY tsrGetVersion(ALCint* major, ALCint* minor, ALCint* patch) {
+    *major = goal::versionMajor;
+    *minor = goal::versionMinor;
+    *patch = goal::versionPatch;
+}

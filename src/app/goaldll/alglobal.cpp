@@ -1,0 +1,216 @@
+// The al* calls that are about no object: switches, queries, texts, look-ups and the four global values.
+
+#include <array>
+#include <optional>
+#include <string>
+
+#include "app/goaldll/alcall.h"
+#include "app/goaldll/alenums.h"
+#include "app/goaldll/alprocs.h"
+#include "app/goaldll/extensions.h"
+#include "app/goaldll/numbers.h"
+#include "goal/version.h"
+
+namespace {
+
+using goal::Access;
+using goal::GlobalParameters;
+using goal::Process;
+using goal::SuspendedState;
+
+// There are no capabilities to switch.
+void RefuseCapability() {
+    goal::ContextCall(Access::Read, true, [](Process&, goal::Context&) { return AL_INVALID_ENUM; });
+}
+
+// ---- State ----
+
+struct GlobalValue {
+    ALenum parameter;
+    float GlobalParameters::*field;
+};
+
+constexpr std::array<GlobalValue, 3> globalValues{{
+    {AL_DOPPLER_FACTOR, &GlobalParameters::dopplerFactor},
+    {AL_DOPPLER_VELOCITY, &GlobalParameters::dopplerVelocity},
+    {AL_SPEED_OF_SOUND, &GlobalParameters::speedOfSound},
+}};
+
+// What a state query answers, as a number and as a truth.
+struct StateValue {
+    double number;
+    bool isTrue;
+};
+
+std::optional<StateValue> FindState(const GlobalParameters& state, ALenum parameter) {
+    if (parameter == AL_DISTANCE_MODEL)
+        return StateValue{static_cast<double>(state.distanceModel),
+                          state.distanceModel == AL_INVERSE_DISTANCE_CLAMPED};
+    for (const GlobalValue& row : globalValues)
+        if (row.parameter == parameter) return StateValue{state.*row.field, state.*row.field != 0};
+    return std::nullopt;
+}
+
+template <typename T, typename Convert>
+void GetState(ALenum parameter, T* value, const Convert& convert) {
+    goal::StateCall(Access::Read, goal::ArePresent(value), [&](const SuspendedState& state) -> int {
+        const std::optional<StateValue> found = FindState(state, parameter);
+        if (!found) return AL_INVALID_ENUM;
+        *value = static_cast<T>(convert(*found));
+        return AL_NO_ERROR;
+    });
+}
+
+void SetGlobalValue(float GlobalParameters::*field, float value) {
+    goal::StateCall(Access::Write, true, [&](SuspendedState& state) -> int {
+        if (!(value >= 0)) return AL_INVALID_VALUE;
+        state.*field = value;
+        return AL_NO_ERROR;
+    });
+}
+
+// ---- Texts ----
+
+struct TextRow {
+    ALenum parameter;
+    const char* text;
+};
+
+constexpr std::array<TextRow, 8> texts{{
+    {AL_NO_ERROR, "There is no current error."},
+    {AL_INVALID_NAME, "Invalid name parameter."},
+    {AL_INVALID_ENUM, "Invalid enum parameter value."},
+    {AL_INVALID_VALUE, "Invalid parameter."},
+    {AL_INVALID_OPERATION, "Illegal call."},
+    {AL_OUT_OF_MEMORY, "Unable to allocate memory."},
+    {AL_VENDOR, "Hollowbrook Labs"},
+    {AL_VERSION, "1.1"},
+}};
+
+const char* FindText(ALenum parameter) {
+    static const std::string renderer = std::string("Tessarune v") + goal::versionText;
+    if (parameter == AL_RENDERER) return renderer.c_str();
+    if (parameter == AL_EXTENSIONS) return goal::AlExtensions().text;
+    for (const TextRow& row : texts)
+        if (row.parameter == parameter) return row.text;
+    return nullptr;
+}
+
+}  // namespace
+
+AL_API void AL_APIENTRY alEnable(ALenum) {
+    RefuseCapability();
+}
+
+AL_API void AL_APIENTRY alDisable(ALenum) {
+    RefuseCapability();
+}
+
+AL_API ALboolean AL_APIENTRY alIsEnabled(ALenum) {
+    RefuseCapability();
+    return AL_FALSE;
+}
+
+AL_API ALenum AL_APIENTRY alGetError(void) {
+    return goal::AlCallFor<ALenum>(AL_NO_ERROR, [](Process& process) { return process.alError.Take(); });
+}
+
+AL_API const ALchar* AL_APIENTRY alGetString(ALenum parameter) {
+    return goal::AlCallFor<const ALchar*>(nullptr, [&](Process& process) {
+        const char* const text = FindText(parameter);
+        if (text == nullptr) process.alError.Record(AL_INVALID_ENUM);
+        return text;
+    });
+}
+
+AL_API void AL_APIENTRY alGetBooleanv(ALenum parameter, ALboolean* value) {
+    GetState(parameter, value, [](const StateValue& state) { return state.isTrue ? AL_TRUE : AL_FALSE; });
+}
+
+AL_API void AL_APIENTRY alGetIntegerv(ALenum parameter, ALint* value) {
+    GetState(parameter, value, [](const StateValue& state) { return goal::CutToInteger(state.number); });
+}
+
+AL_API void AL_APIENTRY alGetFloatv(ALenum parameter, ALfloat* value) {
+    GetState(parameter, value, [](const StateValue& state) { return state.number; });
+}
+
+AL_API void AL_APIENTRY alGetDoublev(ALenum parameter, ALdouble* value) {
+    GetState(parameter, value, [](const StateValue& state) { return state.number; });
+}
+
+AL_API ALboolean AL_APIENTRY alGetBoolean(ALenum parameter) {
+    ALboolean value = AL_FALSE;
+    alGetBooleanv(parameter, &value);
+    return value;
+}
+
+AL_API ALint AL_APIENTRY alGetInteger(ALenum parameter) {
+    ALint value = 0;
+    alGetIntegerv(parameter, &value);
+    return value;
+}
+
+AL_API ALfloat AL_APIENTRY alGetFloat(ALenum parameter) {
+    ALfloat value = 0;
+    alGetFloatv(parameter, &value);
+    return value;
+}
+
+AL_API ALdouble AL_APIENTRY alGetDouble(ALenum parameter) {
+    ALdouble value = 0;
+    alGetDoublev(parameter, &value);
+    return value;
+}
+
+AL_API void AL_APIENTRY alDopplerFactor(ALfloat value) {
+    SetGlobalValue(&GlobalParameters::dopplerFactor, value);
+}
+
+AL_API void AL_APIENTRY alDopplerVelocity(ALfloat value) {
+    SetGlobalValue(&GlobalParameters::dopplerVelocity, value);
+}
+
+AL_API void AL_APIENTRY alSpeedOfSound(ALfloat value) {
+    SetGlobalValue(&GlobalParameters::speedOfSound, value);
+}
+
+AL_API void AL_APIENTRY alDistanceModel(ALenum model) {
+    goal::StateCall(Access::Write, true, [&](SuspendedState& state) -> int {
+        const bool isKnown =
+            model == AL_NONE || (model >= AL_INVERSE_DISTANCE && model <= AL_EXPONENT_DISTANCE_CLAMPED);
+        if (!isKnown) return AL_INVALID_ENUM;
+        state.distanceModel = model;
+        return AL_NO_ERROR;
+    });
+}
+
+AL_API ALboolean AL_APIENTRY alIsExtensionPresent(const ALchar* name) {
+    return goal::AlCallFor<ALboolean>(AL_FALSE, [&](Process& process) -> ALboolean {
+        if (name != nullptr) return goal::AlExtensions().contains(name) ? AL_TRUE : AL_FALSE;
+        process.alError.Record(AL_INVALID_VALUE);
+        return AL_FALSE;
+    });
+}
+
+AL_API void* AL_APIENTRY alGetProcAddress(const ALchar* name) {
+    return goal::AlCallFor<void*>(nullptr, [&](Process& process) -> void* {
+        if (name == nullptr) {
+            process.alError.Record(AL_INVALID_VALUE);
+            return nullptr;
+        }
+        if (const goal::ProcRow* const row = goal::Find(goal::AlProcs(), name)) return row->entry;
+        process.LogCallFailure("Game call failed: ",
+                               "Unsupported function '" + std::string(name) + "' could not be found.", false);
+        return nullptr;
+    });
+}
+
+AL_API ALenum AL_APIENTRY alGetEnumValue(const ALchar* name) {
+    return goal::AlCallFor<ALenum>(0, [&](Process& process) -> ALenum {
+        if (name != nullptr)
+            if (const goal::EnumRow* const row = goal::Find(goal::AlEnums(), name)) return row->value;
+        process.alError.Record(AL_INVALID_VALUE);
+        return 0;
+    });
+}

@@ -1,0 +1,175 @@
+// The al* calls on auxiliary effect slots, which the renderer runs. A slot that loses its effect, or its
+// life, is silent; sources that send to it are not told.
+
+#include <cstdint>
+
+#include "AL/al.h"
+#include "AL/efx.h"
+#include "app/goaldll/efxcall.h"
+#include "goal/fx/reverbparameters.h"
+
+namespace goal {
+namespace {
+
+using Slot = slib::WithDirtyTag<AuxSlotParameters>;
+
+auto& Slots(Context& context) {
+    return TargetState(context).slots;
+}
+
+Slot NewSlot() {
+    Slot slot;
+    slot.dirty = true;
+    return slot;
+}
+
+void RemoveSlot(Slot& slot) {
+    slot.effect = EffectParametersPtr();
+    slot.deleted = slot.dirty = true;
+}
+
+// ---- Effects ----
+
+bool IsReverb(const EffectParametersPtr& effect) {
+    return dynamic_cast<const fx::ReverbParameters*>(effect.Get()) != nullptr;
+}
+
+bool IsReverbInAnotherSlot(Context& context, const Slot& own) {
+    for (const Slot& slot : Slots(context))
+        if (&slot != &own && !slot.deleted && IsReverb(slot.effect)) return true;
+    return false;
+}
+
+bool IsOneReverbOnly(Process& process) {
+    return process.engine.configuration.Read(
+        [](const orb3::Configuration& configuration) { return configuration.goalConfig.onlyOneReverb; });
+}
+
+// Gives the slot a copy of the effect as it is now. Later changes of the effect reach it when it is bound
+// again.
+int BindEffect(Process& process, Context& context, Slot& slot, ALint value) {
+    const auto name = static_cast<ALuint>(value);
+    EffectParametersPtr effect;  // none for the name 0
+    if (name != 0) {
+        const auto& effects = context.application.effects;
+        if (!IsLive(effects, name)) return AL_INVALID_VALUE;
+        effect = effects[name - 1].parameters;
+    }
+    if (IsReverb(effect) && IsOneReverbOnly(process) && IsReverbInAnotherSlot(context, slot))
+        return AL_INVALID_OPERATION;
+    AssignEffect(slot.effect, effect);
+    slot.dirty = true;
+    return AL_NO_ERROR;
+}
+
+// ---- Parameters ----
+
+int SetSendAuto(Slot& slot, ALint value) {
+    if (value != AL_FALSE && value != AL_TRUE) return AL_INVALID_VALUE;
+    slot.auxiliarySendAuto = value == AL_TRUE;
+    slot.dirty = true;
+    return AL_NO_ERROR;
+}
+
+// Effects aren't suspended: to read one takes the lock of the application state even when the slot needs
+// none.
+void SetInteger(ALuint name, ALenum parameter, const ALint* values) noexcept {
+    const Access access = parameter == AL_EFFECTSLOT_EFFECT ? Access::WriteAll : Access::Write;
+    ContextCall(access, ArePresent(values), [&](Process& process, Context& context) -> int {
+        if (!IsLive(Slots(context), name)) return AL_INVALID_NAME;
+        Slot& slot = Slots(context)[name - 1];
+        switch (parameter) {
+            case AL_EFFECTSLOT_EFFECT:
+                return BindEffect(process, context, slot, *values);
+            case AL_EFFECTSLOT_AUXILIARY_SEND_AUTO:
+                return SetSendAuto(slot, *values);
+            default:
+                return AL_INVALID_ENUM;
+        }
+    });
+}
+
+void SetFloat(ALuint name, ALenum parameter, const ALfloat* values) noexcept {
+    EntryCall(Slots, name, Access::Write, ArePresent(values), [&](Slot& slot) -> int {
+        if (parameter != AL_EFFECTSLOT_GAIN) return AL_INVALID_ENUM;
+        if (!IsGain(*values)) return AL_INVALID_VALUE;
+        slot.gain = *values;
+        slot.dirty = true;
+        return AL_NO_ERROR;
+    });
+}
+
+// AL_EFFECTSLOT_EFFECT reads as the type of the effect that the slot runs, and not as the name that was
+// bound: the slot has a copy, and the effect of that name may have changed or be gone.
+void GetInteger(ALuint name, ALenum parameter, ALint* value) noexcept {
+    EntryCall(Slots, name, Access::Read, ArePresent(value), [&](const Slot& slot) -> int {
+        switch (parameter) {
+            case AL_EFFECTSLOT_EFFECT:
+                *value = slot.effect ? slot.effect->effectType : AL_EFFECT_NULL;
+                return AL_NO_ERROR;
+            case AL_EFFECTSLOT_AUXILIARY_SEND_AUTO:
+                *value = slot.auxiliarySendAuto ? AL_TRUE : AL_FALSE;
+                return AL_NO_ERROR;
+            default:
+                return AL_INVALID_ENUM;
+        }
+    });
+}
+
+void GetFloat(ALuint name, ALenum parameter, ALfloat* value) noexcept {
+    EntryCall(Slots, name, Access::Read, ArePresent(value), [&](const Slot& slot) -> int {
+        if (parameter != AL_EFFECTSLOT_GAIN) return AL_INVALID_ENUM;
+        *value = slot.gain;
+        return AL_NO_ERROR;
+    });
+}
+
+}  // namespace
+}  // namespace goal
+
+using goal::Access;
+
+// A negative count is taken for 0 in these two, other than in their sisters for effects and filters.
+AL_API void AL_APIENTRY alGenAuxiliaryEffectSlots(ALsizei n, ALuint* slots) {
+    goal::GenCall(goal::Slots, n, slots, Access::Write, goal::ArePresent(slots), goal::NewSlot());
+}
+
+AL_API void AL_APIENTRY alDeleteAuxiliaryEffectSlots(ALsizei n, const ALuint* slots) {
+    goal::DeleteCall(goal::Slots, n, slots, Access::Write, goal::ArePresent(slots), goal::RemoveSlot);
+}
+
+AL_API ALboolean AL_APIENTRY alIsAuxiliaryEffectSlot(ALuint slot) {
+    return goal::IsCall(goal::Slots, slot);
+}
+
+AL_API void AL_APIENTRY alAuxiliaryEffectSloti(ALuint slot, ALenum parameter, ALint value) {
+    goal::SetInteger(slot, parameter, &value);
+}
+
+AL_API void AL_APIENTRY alAuxiliaryEffectSlotiv(ALuint slot, ALenum parameter, const ALint* values) {
+    goal::SetInteger(slot, parameter, values);
+}
+
+AL_API void AL_APIENTRY alAuxiliaryEffectSlotf(ALuint slot, ALenum parameter, ALfloat value) {
+    goal::SetFloat(slot, parameter, &value);
+}
+
+AL_API void AL_APIENTRY alAuxiliaryEffectSlotfv(ALuint slot, ALenum parameter, const ALfloat* values) {
+    goal::SetFloat(slot, parameter, values);
+}
+
+AL_API void AL_APIENTRY alGetAuxiliaryEffectSloti(ALuint slot, ALenum parameter, ALint* value) {
+    goal::GetInteger(slot, parameter, value);
+}
+
+AL_API void AL_APIENTRY alGetAuxiliaryEffectSlotiv(ALuint slot, ALenum parameter, ALint* values) {
+    goal::GetInteger(slot, parameter, values);
+}
+
+AL_API void AL_APIENTRY alGetAuxiliaryEffectSlotf(ALuint slot, ALenum parameter, ALfloat* value) {
+    goal::GetFloat(slot, parameter, value);
+}
+
+AL_API void AL_APIENTRY alGetAuxiliaryEffectSlotfv(ALuint slot, ALenum parameter, ALfloat* values) {
+    goal::GetFloat(slot, parameter, values);
+}

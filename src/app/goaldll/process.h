@@ -1,0 +1,65 @@
+#pragma once
+
+// The state of the process behind the exported calls: alive from the load of the library to its unload, and usable
+// even beyond, by a game's threads that are still inside a call while another one ends the process.
+
+#include <atomic>
+#include <string>
+#include <string_view>
+
+#include "goal/context.h"
+#include "goal/engine.h"
+#include "goal/silentmachinery.h"
+#include "orb3core/registrylog.h"
+
+namespace goal {
+
+/// An error slot. The first code stays until it is taken. Any thread.
+class ErrorSlot {
+public:
+    void Record(int newCode) {
+        int none = 0;
+        code.compare_exchange_strong(none, newCode);
+    }
+
+    /// The code, 0 for none; the slot is empty afterwards.
+    int Take() { return code.exchange(0); }
+
+private:
+    std::atomic<int> code{0};
+};
+
+/// One for the process. Fields without a word of their own are guarded by engine.apiMutex.
+struct Process {
+    Process();
+
+    ggui::RegistryLog log;
+    SilentMachinery machinery;
+    Engine engine;
+    Context* currentContext = nullptr;
+    ErrorSlot alcError;
+    ErrorSlot alError;
+    std::string deviceList;   ///< of alcGetString; built at the first query; guarded by configurationMutex
+    bool isUnloading = false;  ///< no context comes into being any more
+
+    /// Records `code` in the slot of the ALC or the AL calls, and logs "Game ALC call failed: " or "Game AL call
+    /// failed: " and `text` when logging is verbose. Never throws.
+    void FailAlc(std::string_view text, int code) noexcept;
+    void FailAl(std::string_view text, int code) noexcept;
+
+    /// Writes `prefix` and `text` as an error line when logging is verbose, or always when `always` is set. False
+    /// when there was no memory for that. Never throws.
+    bool LogCallFailure(const char* prefix, std::string_view text, bool always) noexcept;
+
+    /// Ends the context, if there is one, and gives back all memory. What is called afterwards finds a device
+    /// that makes no context. Does nothing in a child that the game forked, where no thread of ours exists.
+    void ShutDown();
+};
+
+Process& TheProcess();
+
+/// Stops and frees a context, which no call can reach any more; null does nothing. The caller holds
+/// contextLifetimeMutex, and not apiMutex.
+void DestroyContext(Process& process, Context* context);
+
+}  // namespace goal

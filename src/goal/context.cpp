@@ -1,0 +1,31 @@
+#include "goal/context.h"
+
+namespace goal {
+namespace {
+
+void FreeBuffers(hcml::GenericVector<Buffer*, 1>& buffers) {
+    for (Buffer* buffer : buffers)
+        delete buffer;
+    buffers.clear();
+}
+
+// Buffers belong to the device and live on, so what the queues hold is given back.
+void ReleaseQueues(hcml::GenericVector<Source, 0>& sources) {
+    for (Source& source : sources) {
+        if (source.deleted) continue;
+        for (Buffer* buffer : source.queue)
+            --buffer->useCount;
+    }
+}
+
+}  // namespace
+
+Context::~Context() {
+    server.End();
+    ReleaseQueues(suspendCount > 0 ? suspended.sources : application.sources);
+    FreeBuffers(snapshot.deletedBuffers);
+    FreeBuffers(application.deletedBuffers);
+    FreeBuffers(suspended.deletedBuffers);
+}
+
+}  // namespace goal

@@ -1,0 +1,124 @@
+#pragma once
+
+// One context: the state that a game sets, in its three records, and the server that renders it.
+
+#include <cstdint>
+#include <utility>
+
+#include "goal/engine.h"
+#include "goal/enginestate.h"
+#include "goal/serverthread.h"
+#include "slib/mutex.h"
+
+namespace goal {
+
+/// Made by alcCreateContext and gone with alcDestroyContext, which must not hold apiMutex meanwhile: the
+/// server needs it to reach its end. The server stops before the state that it renders goes.
+struct Context {
+    /// Nothing runs yet; see ServerThread::Start. `engine` outlives the context.
+    explicit Context(Engine& engine) : server(engine) {}
+    ~Context();
+    Context(const Context&) = delete;
+    Context& operator=(const Context&) = delete;
+
+    slib::Mutex timingMutex;  ///< guards the three that follow, which the server sets when a run begins
+    double sampleRate = 0;    ///< Hz
+    double refreshRate = 0;   ///< blocks per second
+    std::uint32_t blockFrames = 0;
+
+    bool suspendUsed = false;               ///< set by the first alcSuspendContext; guarded by stateMutex
+    std::int32_t filterOrderAttribute = 0;  ///< 1 or 2, or 0 when the game named none; set before the start
+
+    RenderSnapshot snapshot;       ///< the server's own; no lock
+    ApplicationState application;  ///< guarded by stateMutex
+    slib::Mutex stateMutex;
+    std::uint32_t suspendCount = 0;  ///< guarded by apiMutex, as is the record that follows
+    SuspendedState suspended;
+
+    ServerThread server;
+};
+
+/// The record that calls read and write, with apiMutex held: the suspended state while the context is
+/// suspended, else the application state, which to change needs stateMutex.
+inline SuspendedState& TargetState(Context& context) {
+    return context.suspendCount > 0 ? context.suspended : context.application;
+}
+
+/// True when `name` is that of an entry of `table` which isn't deleted.
+template <typename Table>
+bool IsLive(const Table& table, std::uint32_t name) {
+    return name != 0 && name <= table.size && !table[name - 1].deleted;
+}
+
+/// One live source as a call sees it, for the length of the call, with apiMutex held. Whoever changes it
+/// through here leaves the marks by which the next copy, or the end of the suspension, finds the change.
+class SourceAccess {
+public:
+    SourceAccess(Engine& engine, Context& context, std::uint32_t index)
+        : engine(engine), context(context), state(TargetState(context)), index(index) {}
+
+    /// The source in the record of TargetState: all that only the game sets.
+    Source& Target() const { return state.sources[index]; }
+
+    /// The source whose `position`, `queueIndex`, `queue`, `sourceType` and `state` hold. While the context
+    /// is suspended the renderer still moves the application state's, until the game says otherwise. With
+    /// stateMutex held.
+    Source& PlayState() const { return FollowsRenderer() ? context.application.sources[index] : Target(); }
+
+    /// Target(), to change base parameters of.
+    Source& ChangeParameters() const {
+        state.touched.Insert(index);
+        Target().parametersDirty = true;
+        return Target();
+    }
+
+    /// Target(), to change the play state of: it has it as PlayState() did, and from here on the renderer's
+    /// word is void. With stateMutex held.
+    Source& ChangePlayState() const {
+        state.touched.Insert(index);
+        if (FollowsRenderer()) CopyPlayState(Target(), PlayState());
+        Target().stateChanged = true;
+        return Target();
+    }
+
+    /// PlayState(), to change what needs no restart of the source's memory: a pause, or the type. With
+    /// stateMutex held.
+    Source& TouchPlayState() const {
+        (FollowsRenderer() ? context.application : state).touched.Insert(index);
+        return PlayState();
+    }
+
+    /// Gives PlayState() another queue and current buffer, without a restart, and Target() the same. Returns
+    /// the old queue. With stateMutex held. Throws slib::OutOfMemoryException and then changes nothing.
+    BufferQueue ReplaceQueue(BufferQueue queue, std::uint32_t queueIndex) const {
+        BufferQueue shared;
+        if (FollowsRenderer()) shared = queue;
+        Source& source = TouchPlayState();
+        if (FollowsRenderer()) {
+            Target().queue = std::move(shared);
+            Target().queueIndex = queueIndex;
+        }
+        source.queueIndex = queueIndex;
+        source.queueDirty = true;
+        return std::exchange(source.queue, std::move(queue));
+    }
+
+    /// Marks the source in both records, after which none of the changes above throws. For a call that
+    /// changes many sources or none. Throws slib::OutOfMemoryException.
+    void Mark() const {
+        state.touched.Insert(index);
+        if (FollowsRenderer()) context.application.touched.Insert(index);
+    }
+
+    Engine& engine;
+    Context& context;
+    SuspendedState& state;  ///< of TargetState
+    const std::uint32_t index;
+
+private:
+    bool FollowsRenderer() const {
+        return context.suspendCount > 0 && !Target().stateChanged && index < context.application.sources.size;
+    }
+};
+
+}  // namespace goal

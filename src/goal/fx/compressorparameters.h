@@ -1,0 +1,22 @@
+#pragma once
+
+// What an application sets on a compressor. Threads as for every EffectProcessorParameters.
+
+#include <memory>
+#include <string>
+
+#include "goal/fx/effectprocessorparameters.h"
+
+namespace goal::fx {
+
+class CompressorParameters : public EffectProcessorParameters {
+public:
+    bool isOn = true;
+
+    CompressorParameters();
+    void getName(std::string& name) const override;
+    std::unique_ptr<EffectProcessorParameters> clone() const override;
+    void assign(const EffectProcessorParameters& other) override;
+};
+
+}  // namespace goal::fx

@@ -1,0 +1,26 @@
+#pragma once
+
+// What an application sets on the effects that send their slot to one output: low frequencies or dialogue.
+// Threads as for every EffectProcessorParameters.
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "goal/fx/effectprocessorparameters.h"
+
+namespace goal::fx {
+
+class DedicatedParameters : public EffectProcessorParameters {
+public:
+    float gain = 1;           ///< linear, any finite number
+    std::int32_t outputKind;  ///< 6 the low-frequency output, 7 the dialogue output
+
+    /// `effectType` is AL_EFFECT_DEDICATED_LOW_FREQUENCY_EFFECT or AL_EFFECT_DEDICATED_DIALOGUE.
+    explicit DedicatedParameters(std::int32_t effectType);
+    void getName(std::string& name) const override;
+    std::unique_ptr<EffectProcessorParameters> clone() const override;
+    void assign(const EffectProcessorParameters& other) override;
+};
+
+}  // namespace goal::fx

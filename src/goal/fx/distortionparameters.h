@@ -1,0 +1,26 @@
+#pragma once
+
+// What an application sets on a distortion. Threads as for every EffectProcessorParameters.
+
+#include <memory>
+#include <string>
+
+#include "goal/fx/effectprocessorparameters.h"
+
+namespace goal::fx {
+
+class DistortionParameters : public EffectProcessorParameters {
+public:
+    float edge = 0.2f;           ///< drive, 0 to 1
+    float gain = 0.05f;          ///< linear
+    float lowpassCutoff = 8000;  ///< Hz, ahead of the clip
+    float eqCenter = 3600;       ///< Hz, behind the clip
+    float eqBandwidth = 3600;    ///< Hz
+
+    DistortionParameters();
+    void getName(std::string& name) const override;
+    std::unique_ptr<EffectProcessorParameters> clone() const override;
+    void assign(const EffectProcessorParameters& other) override;
+};
+
+}  // namespace goal::fx

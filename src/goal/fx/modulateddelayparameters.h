@@ -1,0 +1,43 @@
+#pragma once
+
+// What an application sets on a chorus or a flanger: one effect in two ranges and with two sets of defaults.
+// Threads as for every EffectProcessorParameters.
+
+#include <memory>
+#include <string>
+
+#include "goal/fx/effectprocessorparameters.h"
+#include "goal/fx/waveform.h"
+
+namespace goal::fx {
+
+class ModulatedDelayParameters : public EffectProcessorParameters {
+public:
+    Waveform waveform = Waveform::Triangle;  ///< a sinusoid or a triangle
+    float phase = 0;                         ///< radians from the left side's wave to the right side's
+    float rate = 0;                          ///< Hz
+    float feedback = 0;                      ///< linear gain
+    float delay = 0;                         ///< seconds
+    float depth = 0;                         ///< fraction of the delay, 0 to 1
+
+protected:
+    using EffectProcessorParameters::EffectProcessorParameters;
+};
+
+class ChorusParameters : public ModulatedDelayParameters {
+public:
+    ChorusParameters();
+    void getName(std::string& name) const override;
+    std::unique_ptr<EffectProcessorParameters> clone() const override;
+    void assign(const EffectProcessorParameters& other) override;
+};
+
+class FlangerParameters : public ModulatedDelayParameters {
+public:
+    FlangerParameters();
+    void getName(std::string& name) const override;
+    std::unique_ptr<EffectProcessorParameters> clone() const override;
+    void assign(const EffectProcessorParameters& other) override;
+};
+
+}  // namespace goal::fx

@@ -1,0 +1,25 @@
+#pragma once
+
+// What an application sets on a ring modulator. Threads as for every EffectProcessorParameters.
+
+#include <memory>
+#include <string>
+
+#include "goal/fx/effectprocessorparameters.h"
+#include "goal/fx/waveform.h"
+
+namespace goal::fx {
+
+class RingModulatorParameters : public EffectProcessorParameters {
+public:
+    float frequency = 440;                   ///< Hz
+    float highpassCutoff = 800;              ///< Hz, ahead of the modulation
+    Waveform waveform = Waveform::Sinusoid;  ///< a sinusoid, a sawtooth or a square
+
+    RingModulatorParameters();
+    void getName(std::string& name) const override;
+    std::unique_ptr<EffectProcessorParameters> clone() const override;
+    void assign(const EffectProcessorParameters& other) override;
+};
+
+}  // namespace goal::fx

@@ -1,0 +1,275 @@
+#include "goal/serverthread.h"
+
+#include <cmath>
+#include <exception>
+#include <memory>
+#include <sstream>
+#include <utility>
+
+#include "goal/context.h"
+#include "goal/machinery.h"
+#include "goal/version.h"
+#include "orb3core/configstore.h"
+#include "slib/exception.h"
+#include "slib/text.h"
+
+namespace goal {
+namespace {
+
+constexpr double headroom = 0.45;  // of the output gain
+
+// A failure told again with where it happened.
+template <typename Work>
+auto Explained(const char* explanation, const Work& work) {
+    try {
+        return work();
+    } catch (const std::exception& exception) {
+        throw slib::BadDataException(explanation + std::string(exception.what()));
+    }
+}
+
+std::string Plural(std::uint32_t count, const char* noun) {
+    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+}  // namespace
+
+// What one run owns, in the order of construction; all of it goes when the run ends, last first.
+struct ServerThread::Machine {
+    orb3::Configuration configuration;
+    std::unique_ptr<FormatLibrary> library;
+    std::unique_ptr<OutputSetUp> outputSetUp;
+    int order = 0;
+    std::unique_ptr<Decoder> decoder;
+    std::unique_ptr<BlockRenderer> renderer;
+    RenderOutput output;
+    std::vector<DirectFeed> feeds;
+};
+
+int ResolveOrder(std::uint32_t inputs, int order) {
+    const int greatest = static_cast<int>(std::sqrt(static_cast<double>(inputs)) + 0.5 - 1);
+    if (greatest < 1) throw slib::BadDataException("Invalid transform (less that first order).");
+    const int resolved = std::min(order, greatest);
+    if (static_cast<std::uint32_t>((resolved + 1) * (resolved + 1)) > inputs)
+        throw slib::BadDataException(
+            "Unable to resolve the decoding order because the configured transform had an input channel count of " +
+            std::to_string(inputs) + ".");
+    return resolved;
+}
+
+ServerThread::ServerThread(Engine& engine)
+    : Thread("Renderer", Priority::TimeCritical),
+      engine(engine),
+      mainLog(engine.log),
+      activeLog(&errorLog),
+      errorLog(engine.log) {
+    ChooseLog();
+}
+
+void ServerThread::ChooseLog() {
+    const bool isVerbose =
+        engine.configuration.Read([](const orb3::Configuration& c) { return c.goalConfig.isLoggingVerbose; });
+    activeLog = isVerbose ? mainLog : static_cast<slib::Log*>(&errorLog);
+    if (isVerbose) mainLog->Write("Verbose logging is enabled.", false);
+}
+
+bool ServerThread::IsSuspendSupported() {
+    return engine.configuration.Read([](const orb3::Configuration& c) { return c.goalConfig.isSuspendSupported; });
+}
+
+void ServerThread::Start(Context& owner, double frequency) {
+    mainLog->Write(std::string("Starting Tessarune 32bit v") + versionText +
+                       ". Free software under the MIT licence, without warranty.",
+                   false);
+    requestedFrequency = frequency;
+    context = &owner;
+    Thread::Start();
+    startSignal.Wait();
+    if (!startFailure.empty()) throw slib::BadStateException("Failed to start: " + startFailure);
+    activeLog->Write("Rendering started.", false);
+}
+
+void ServerThread::End() {
+    if (context == nullptr) return;
+    activeLog->Write("Stopping Tessarune.", false);
+    Thread::Stop();
+    mainLog->Write("Stopped Tessarune.", false);
+}
+
+// Whatever happens, whoever waits in Start is released.
+void ServerThread::Run() {
+    try {
+        RunUntilStopped();
+        ReportRun();
+    } catch (const std::exception& exception) {
+        Fail(exception.what());
+    } catch (...) {
+        Fail("An unknown exception.");
+    }
+    SignalStart();
+}
+
+void ServerThread::Fail(const char* reason) {
+    mainLog->Write(std::string("Exception: ") + reason, true);
+    if (!startSignalled) startFailure = reason;
+}
+
+void ServerThread::RunUntilStopped() {
+    while (!IsStopRequested()) {
+        Machine run;
+        Perform(run);
+        if (!IsStopRequested()) TakePendingConfiguration();
+    }
+}
+
+// One run, from the set-up to the last block.
+void ServerThread::Perform(Machine& run) {
+    SetUp(run);
+    BuildRenderer(run);
+    if (IsLeaving()) return;
+    PublishTiming();
+    SignalStart();
+    RenderBlocks(run);
+    if (run.configuration.goalConfig.measureOutputPeak) run.decoder->reportPeak(mainLog);
+}
+
+double ServerThread::RequestedRate(const orb3::GoalConfig& settings) const {
+    const double rate = !settings.ignoreGameSampleRate && requestedFrequency > 0
+                            ? requestedFrequency
+                            : static_cast<double>(settings.defaultSampleRate);
+    if (!(rate > 0)) throw slib::BadDataException("Bad sample rate in configuration: " + slib::FormatNumber(rate));
+    return rate;
+}
+
+// Library, output, order and decoder.
+void ServerThread::SetUp(Machine& run) {
+    run.configuration = engine.configuration.Read([](const orb3::Configuration& c) { return c; });
+    const orb3::GoalConfig& settings = run.configuration.goalConfig;
+    const std::string path = orb3::ReadFormatLibraryPath();
+    if (path.empty()) throw slib::BadDataException("No format library is configured.");
+    run.library =
+        Explained("Unable to locate format library. You probably need to reinstall. The error was: ",
+                  [&] { return engine.machinery->OpenFormatLibrary(path, mainLog); });
+    const SetUpRequest request{.order = settings.order,
+                               .sampleRate = static_cast<std::uint32_t>(RequestedRate(settings) + 0.5),
+                               .bufferLength = settings.suggestedBufferLength,
+                               .bufferCount = settings.suggestedBufferCount,
+                               .gain = settings.gain * headroom};
+    run.outputSetUp = Explained("Have you run the configuration program? Failed to set up speakers: ", [&] {
+        return engine.machinery->SetUp(request, activeLog, mainLog, run.configuration, *run.library);
+    });
+    if (run.outputSetUp->isConfigurationChanged) engine.configuration.StoreConfiguration(run.configuration);
+
+    sampleRate = run.outputSetUp->sampleRate;
+    run.order = ResolveOrder(run.outputSetUp->transformInputs, settings.order);
+    activeLog->Write("Using decoder of order " + std::to_string(run.order) + " for '" + run.outputSetUp->formatName +
+                         "', method '" + run.outputSetUp->methodName + "'.",
+                     false);
+    const auto inputs = static_cast<std::uint32_t>((run.order + 1) * (run.order + 1));
+    run.decoder = run.outputSetUp->CreateDecoder(inputs, activeLog, settings.useParallelDecoder);
+    blockFrames = run.decoder->BlockFrames();
+    activeLog->Write("Decoder started (sample rate " + slib::FormatNumber(sampleRate * 0.001) + "kHz).", false);
+}
+
+void ServerThread::BuildRenderer(Machine& run) {
+    int filterOrder = context->filterOrderAttribute;
+    if (filterOrder == 0) filterOrder = run.configuration.goalConfig.defaultFilterOrder == 2 ? 2 : 1;
+    for (SourceRendererState& state : context->snapshot.sourceStates)
+        state.Reset();
+    run.renderer =
+        engine.machinery->CreateRenderer(sampleRate, run.configuration, filterOrder, blockFrames, activeLog);
+    run.output.spatial.resize(blockFrames, static_cast<std::uint32_t>((run.order + 1) * (run.order + 1)));
+    run.output.lowFrequency.resize(blockFrames);
+    run.output.dialogue.resize(blockFrames);
+    run.output.hasLowFrequency = !run.outputSetUp->bassOutputs.empty();
+    run.output.hasDialogue = !run.outputSetUp->centreOutputs.empty();
+    run.feeds.reserve(run.outputSetUp->bassOutputs.size() + run.outputSetUp->centreOutputs.size());
+    const double refreshRate = std::floor(10 * sampleRate / blockFrames + 0.5) * 0.1;
+    activeLog->Write("Renderer started (refresh rate " + slib::FormatNumber(refreshRate) + "Hz, block size " +
+                         std::to_string(blockFrames) + ")" +
+                         (IsSuspendSupported() ? "" : ", suspend/process is disabled") + ".",
+                     false);
+}
+
+bool ServerThread::IsLeaving() {
+    if (IsStopRequested()) return true;
+    const slib::Lock lock(engine.configuration.configurationMutex);
+    return engine.configuration.isRestartRequested;
+}
+
+void ServerThread::PublishTiming() {
+    const slib::Lock lock(context->timingMutex);
+    context->sampleRate = sampleRate;
+    context->refreshRate = static_cast<float>(sampleRate / blockFrames);
+    context->blockFrames = blockFrames;
+}
+
+void ServerThread::SignalStart() {
+    if (!std::exchange(startSignalled, true)) startSignal.Post();
+}
+
+void ServerThread::RenderBlocks(Machine& run) {
+    while (!IsLeaving()) {
+        TakeSnapshot();
+        run.renderer->renderBlock(context->snapshot, run.output);
+        {
+            const slib::Lock lock(context->stateMutex);
+            MergeProgress(context->snapshot, context->application);
+        }
+        WriteBlock(run);
+    }
+}
+
+// The game's calls are held up for the length of the copy at most, and never see the server between two of its
+// steps nor are seen between two of theirs.
+void ServerThread::TakeSnapshot() {
+    {
+        slib::Lock apiLock(engine.apiMutex);
+        engine.device.bufferPool.MarkUsage();
+        const slib::Lock stateLock(context->stateMutex);
+        apiLock.Release();
+        CopyToSnapshot(context->snapshot, context->application);
+    }
+    for (const Buffer* buffer : context->snapshot.deletedBuffers)
+        delete buffer;
+    context->snapshot.deletedBuffers.clear();
+}
+
+void ServerThread::WriteBlock(Machine& run) {
+    run.feeds.clear();
+    if (run.output.lowFrequencyWritten)
+        for (const DedicatedOutput& target : run.outputSetUp->bassOutputs)
+            run.feeds.push_back({target.channel, run.output.lowFrequency.data, target.gain});
+    if (run.output.dialogueWritten)
+        for (const DedicatedOutput& target : run.outputSetUp->centreOutputs)
+            run.feeds.push_back({target.channel, run.output.dialogue.data, target.gain});
+    run.decoder->writeBus(run.output.spatial, run.feeds);
+}
+
+void ServerThread::TakePendingConfiguration() {
+    {
+        orb3::SharedConfiguration& shared = engine.configuration;
+        const slib::Lock lock(shared.configurationMutex);
+        if (!shared.isRestartRequested) return;
+        shared.configuration = shared.pendingConfiguration;
+        shared.isConfigurationLoaded = true;
+        shared.isRestartRequested = false;
+    }
+    ChooseLog();
+    mainLog->Write("Restarting because of configuration change.", false);
+}
+
+void ServerThread::ReportRun() {
+    bool suspendUsed = false;
+    {
+        const slib::Lock lock(context->stateMutex);
+        suspendUsed = context->suspendUsed;
+    }
+    const char* use = "not used.";
+    if (suspendUsed) use = IsSuspendSupported() ? "used." : "used (but is currently disabled).";
+    activeLog->Write("Ran with " + Plural(context->snapshot.sources.size, "source") + " and " +
+                         Plural(context->snapshot.slots.size, "effect slot") + ". Suspend/process was " + use,
+                     false);
+}
+
+}  // namespace goal

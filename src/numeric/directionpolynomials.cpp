@@ -1,0 +1,47 @@
+#include "numeric/directionpolynomials.h"
+
+#include <algorithm>
+#include <array>
+#include <cassert>
+
+namespace hcml {
+namespace {
+
+template <typename T>
+void Evaluate(T X, T Y, T Z, unsigned order, float* e) {
+    assert(order <= 4);
+    std::array<T, 25> p;
+    p[0] = 1;
+    p[1] = X;
+    p[2] = Y;
+    p[3] = Z;
+    p[4] = X * Y;
+    p[5] = X * X - Y * Y;
+    p[6] = X * Z;
+    p[7] = Y * Z;
+    p[8] = Z * Z;
+    p[9] = p[5] * X - 2 * p[4] * Y;
+    p[10] = p[5] * Y + 2 * p[4] * X;
+    for (unsigned i = 11; i < 16; ++i)
+        p[i] = p[i - 7] * Z;
+    p[16] = p[5] * p[4];
+    p[17] = p[5] * p[5] - (2 * p[4]) * (2 * p[4]);
+    p[18] = p[9] * Z;
+    p[19] = p[10] * Z;
+    for (unsigned i = 20; i < 25; ++i)
+        p[i] = p[i - 16] * p[8];
+    std::transform(p.begin(), p.begin() + (order + 1) * (order + 1), e,
+                   [](T value) { return static_cast<float>(value); });
+}
+
+}  // namespace
+
+void directionPolynomials(float X, float Y, float Z, unsigned order, float* e) {
+    Evaluate(X, Y, Z, order, e);
+}
+
+void directionPolynomials(double X, double Y, double Z, unsigned order, float* e) {
+    Evaluate(X, Y, Z, order, e);
+}
+
+}  // namespace hcml

@@ -1,0 +1,68 @@
+#pragma once
+
+// The lock vocabulary of the whole system: a re-entrant mutex, its scoped holder and a counting semaphore.
+// Nothing above this folder touches the operating system's own.
+
+#include <pthread.h>
+#include <semaphore.h>
+
+#include <cstdint>
+
+namespace slib {
+
+/// A re-entrant mutex: the thread that owns it may lock it again, and each lock needs its own unlock. Where the
+/// system offers it the owner inherits the priority of whoever waits, so that a game thread that holds a mutex
+/// which the time-critical renderer wants isn't kept off the processor by something in between.
+class Mutex {
+public:
+    /// Throws OperatingSystemErrnoException when the system is out of resources.
+    Mutex();
+    ~Mutex();
+    Mutex(const Mutex&) = delete;
+    Mutex& operator=(const Mutex&) = delete;
+
+    /// Waits without time-out.
+    void Lock();
+    /// Gives up one lock; the caller owns the mutex.
+    void Unlock();
+
+private:
+    pthread_mutex_t handle;
+};
+
+/// Holds a mutex for a scope. Release gives it up early, after which the end of the scope does nothing.
+class Lock {
+public:
+    explicit Lock(Mutex& mutex) : mutex(&mutex) { mutex.Lock(); }
+    ~Lock() { Release(); }
+    Lock(const Lock&) = delete;
+    Lock& operator=(const Lock&) = delete;
+
+    void Release() {
+        if (mutex != nullptr) mutex->Unlock();
+        mutex = nullptr;
+    }
+
+private:
+    Mutex* mutex;
+};
+
+/// A counting semaphore with the initial count 0 and the greatest count 2147483647.
+class Semaphore {
+public:
+    /// Throws OperatingSystemErrnoException when the system is out of resources.
+    Semaphore();
+    ~Semaphore();
+    Semaphore(const Semaphore&) = delete;
+    Semaphore& operator=(const Semaphore&) = delete;
+
+    /// Waits without time-out until the count is above 0 and lowers it by 1.
+    void Wait();
+    /// Raises the count by `n`, which may be 0.
+    void Post(std::uint32_t n = 1);
+
+private:
+    sem_t handle;
+};
+
+}  // namespace slib

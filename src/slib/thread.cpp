@@ -1,0 +1,197 @@
+#include "slib/thread.h"
+
+#include <sched.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <exception>
+#include <iostream>
+#include <utility>
+
+#include "slib/exception.h"
+
+namespace slib {
+namespace {
+
+// The thread that runs here, where it is one of ours.
+thread_local const Thread* threadHere = nullptr;
+
+// Written as one piece, so that lines of several threads don't mix. A stream that the game set up to throw,
+// or a lack of memory, costs the line and not the process.
+void WriteToStandardError(const char* prefix, const char* text) noexcept {
+    try {
+        std::cerr << std::string(prefix) + text + "\n" << std::flush;
+    } catch (...) {
+    }
+}
+
+// While this lives a thread that is created inherits a mask without the game's signals: its handlers run on
+// its own threads. Signals that a thread raises itself by a fault stay as they are.
+class SignalsHeldBack {
+public:
+    SignalsHeldBack() {
+        sigset_t set;
+        sigfillset(&set);
+        for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT, SIGSYS, SIGPROF})
+            sigdelset(&set, fault);
+        pthread_sigmask(SIG_SETMASK, &set, &before);
+    }
+    ~SignalsHeldBack() { pthread_sigmask(SIG_SETMASK, &before, nullptr); }
+    SignalsHeldBack(const SignalsHeldBack&) = delete;
+    SignalsHeldBack& operator=(const SignalsHeldBack&) = delete;
+
+private:
+    sigset_t before;
+};
+
+// What the game forks, or this thread creates, starts out as any other: neither a real-time class nor a
+// raised nice level goes on to it.
+bool TakeRealTimeLevel(int level) {
+    const sched_param parameters{.sched_priority = level};
+    return sched_setscheduler(0, SCHED_RR | SCHED_RESET_ON_FORK, &parameters) == 0;
+}
+
+void KeepFromChildren() {
+    sched_param parameters{};
+    const int policy = sched_getscheduler(0);
+    if (policy >= 0 && sched_getparam(0, &parameters) == 0)
+        sched_setscheduler(0, policy | SCHED_RESET_ON_FORK, &parameters);
+}
+
+// The lowest tenth of the real-time range: above everything that isn't real-time, below the kernel's own
+// interrupt threads. A user who may have less than that gets what he may have.
+bool TakeRealTimeClass() {
+    const int lowest = sched_get_priority_min(SCHED_RR);
+    const int wanted = lowest + (sched_get_priority_max(SCHED_RR) - lowest) / 10;
+    if (TakeRealTimeLevel(wanted)) return true;
+    rlimit limit{};
+    if (getrlimit(RLIMIT_RTPRIO, &limit) != 0 || limit.rlim_cur >= static_cast<rlim_t>(wanted)) return false;
+    const int allowed = static_cast<int>(limit.rlim_cur);
+    return allowed >= lowest && TakeRealTimeLevel(allowed);
+}
+
+// Here a nice level belongs to one thread, and 0 names the calling one.
+bool TakeNiceLevel(int level) {
+    if (setpriority(PRIO_PROCESS, 0, level) != 0) return false;
+    if (level < 0) KeepFromChildren();
+    return true;
+}
+
+}  // namespace
+
+Thread::Thread(std::string name, Priority priority) : name(std::move(name)), priority(priority) {}
+
+Thread::~Thread() {
+    if (!IsOfThisProcess()) return;
+    stateMutex.Lock();
+    const bool abandoned = running;
+    stateMutex.Unlock();
+    if (abandoned && hasHandle)
+        pthread_detach(handle);
+    else
+        JoinEnded();
+}
+
+void Thread::JoinEnded() {
+    if (hasHandle && IsOfThisProcess()) pthread_join(handle, nullptr);
+    hasHandle = false;
+}
+
+bool Thread::IsOfThisProcess() const {
+    return starter == getpid();
+}
+
+void Thread::Start() {
+    {
+        const Lock lock(stateMutex);
+        if (running && IsOfThisProcess()) throw BadStateException("The thread is already running.");
+        JoinEnded();
+        starter = getpid();
+        running = true;
+    }
+    int code = 0;
+    {
+        const SignalsHeldBack heldBack;
+        code = pthread_create(&handle, nullptr, &Thread::Enter, this);
+    }
+    if (code != 0) {
+        NoteEnd();
+        errno = code;
+        throw OperatingSystemGetLastErrorException("A thread could not be created.");
+    }
+    hasHandle = true;
+    startedSemaphore.Wait();
+}
+
+void Thread::Stop() {
+    if (RequestStop()) AwaitEnd();
+}
+
+bool Thread::RequestStop() {
+    const Lock lock(stateMutex);
+    if (!running || !IsOfThisProcess() || threadHere == this) return false;
+    stopRequests.fetch_add(1, std::memory_order_relaxed);
+    return true;
+}
+
+void Thread::AwaitEnd() {
+    finishedSemaphore.Wait();
+}
+
+void* Thread::Enter(void* self) {
+    threadHere = static_cast<Thread*>(self);
+    static_cast<Thread*>(self)->Body();
+    return nullptr;
+}
+
+void Thread::Body() {
+    Name();
+    if (!ApplyPriority()) WriteToStandardError("Failed to set thread priority.", "");
+    startedSemaphore.Post();
+    try {
+        Run();
+    } catch (const std::exception& exception) {
+        WriteToStandardError("Unhandled exception in thread: ", exception.what());
+    } catch (...) {
+        WriteToStandardError("Unknown unhandled exception in thread.", "");
+    }
+    NoteEnd();
+}
+
+// Releases everybody who has asked for the end by now.
+void Thread::NoteEnd() {
+    std::uint32_t requests = 0;
+    {
+        const Lock lock(stateMutex);
+        running = false;
+        requests = stopRequests.exchange(0, std::memory_order_relaxed);
+    }
+    finishedSemaphore.Post(requests);
+}
+
+void Thread::Name() const {
+    constexpr std::size_t longest = 15;  // the kernel's limit
+    const std::string full = "HollowbrookLabs:" + name;
+    const std::string shown = full.size() > longest ? full.substr(full.size() - longest) : full;
+    pthread_setname_np(pthread_self(), shown.c_str());
+}
+
+bool Thread::ApplyPriority() const {
+    switch (priority) {
+        case Priority::Normal:
+            return true;
+        case Priority::BelowNormal:
+            return TakeNiceLevel(5);
+        case Priority::AboveNormal:
+            return TakeNiceLevel(-5);
+        case Priority::Highest:
+            return TakeNiceLevel(-10);
+        case Priority::TimeCritical:
+            return TakeRealTimeClass() || TakeNiceLevel(-15);
+    }
+    return false;  // a value outside the table
+}
+
+}  // namespace slib

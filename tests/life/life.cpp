@@ -1,0 +1,186 @@
+// The library in a game's process, from load to unload. Each mode is one life, run as a process of its own by a test
+// with a time limit: it must end by itself, with exit code 0, having left nothing behind.
+//
+//     life MODE LIBRARY      LIBRARY is the path of the shared library, opened as a game's loader does
+
+#include <dlfcn.h>
+#include <malloc.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <string>
+#include <thread>
+
+#include "AL/alc.h"
+#include "temporaryfolder.h"
+
+namespace {
+
+[[noreturn]] void Fail(const std::string& text) {
+    std::fprintf(stderr, "%s\n", text.c_str());
+    std::_Exit(1);
+}
+
+void Check(bool condition, const char* text) {
+    if (!condition) Fail(text);
+}
+
+// The library, opened, with the calls that the lives make.
+struct Library {
+    explicit Library(const char* path) : handle(dlopen(path, RTLD_NOW | RTLD_LOCAL)) {
+        if (handle == nullptr) Fail(dlerror());
+        Find(openDevice, "alcOpenDevice");
+        Find(createContext, "alcCreateContext");
+        Find(destroyContext, "alcDestroyContext");
+        Find(getInteger, "alcGetIntegerv");
+        Find(getError, "alcGetError");
+    }
+
+    template <typename Function>
+    void Find(Function& function, const char* name) {
+        function = reinterpret_cast<Function>(dlsym(handle, name));
+        Check(function != nullptr, name);
+    }
+
+    ALCcontext* Create() const {
+        ALCcontext* const context = createContext(openDevice(nullptr), nullptr);
+        Check(context != nullptr, "No context could be made.");
+        return context;
+    }
+
+    void* handle;
+    LPALCOPENDEVICE openDevice;
+    LPALCCREATECONTEXT createContext;
+    LPALCDESTROYCONTEXT destroyContext;
+    LPALCGETINTEGERV getInteger;
+    LPALCGETERROR getError;
+};
+
+std::ptrdiff_t CountEntries(const char* folder) {
+    return std::distance(std::filesystem::directory_iterator(folder), std::filesystem::directory_iterator());
+}
+
+bool IsMapped(const char* library) {
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);)
+        if (line.find(std::filesystem::path(library).filename().string()) != std::string::npos) return true;
+    return false;
+}
+
+// What a process holds that a leak would add to.
+struct Holdings {
+    std::ptrdiff_t threads = CountEntries("/proc/self/task");
+    std::ptrdiff_t descriptors = CountEntries("/proc/self/fd");
+    std::size_t bytes = mallinfo2().uordblks;
+
+    // The allocator's own caches come and go by some ten kilobytes; one object lost in each of a thousand rounds
+    // is more than that.
+    static constexpr std::size_t tolerance = 64000;
+
+    void CheckAgainst(const Holdings& before) const {
+        if (threads != before.threads) Fail("Threads are left: " + std::to_string(threads));
+        if (descriptors != before.descriptors) Fail("Descriptors are left: " + std::to_string(descriptors));
+        if (bytes > before.bytes + tolerance) Fail("Memory has grown by " + std::to_string(bytes - before.bytes));
+    }
+};
+
+void ExitFromMain(const char* path) { Library(path).Create(); }
+
+void ExitFromAnotherThread(const char* path) {
+    const Library library(path);
+    library.Create();
+    std::thread([] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(25));
+        std::exit(0);
+    }).detach();
+    for (;;) {  // calls go on while the process ends around them
+        ALCint value = 0;
+        library.getInteger(library.openDevice(nullptr), ALC_FREQUENCY, 1, &value);
+        library.getError(nullptr);
+    }
+}
+
+void ExitWhileContextsComeAndGo(const char* path) {
+    const Library library(path);
+    std::thread([] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(25));
+        std::exit(0);
+    }).detach();
+    for (;;)
+        library.destroyContext(library.createContext(library.openDevice(nullptr), nullptr));
+}
+
+void CloseWithALiveContext(const char* path) {
+    const Holdings before;
+    const Library library(path);
+    library.Create();
+    Check(dlclose(library.handle) == 0, "The library could not be closed.");
+    Check(!IsMapped(path), "The library is still loaded.");
+    Check(Holdings().threads == before.threads, "A thread is left.");
+}
+
+void OpenAndCloseOften(const char* path) {
+    const auto once = [&](bool withContext) {
+        const Library library(path);
+        if (withContext) library.destroyContext(library.Create());
+        Check(dlclose(library.handle) == 0, "The library could not be closed.");
+    };
+    for (int i = 0; i < 60; ++i)  // until the log is full, and what the libraries below keep for good is there
+        once(true);
+    const Holdings before;
+    for (int i = 0; i < 100; ++i)
+        once(i % 10 == 0);
+    Check(!IsMapped(path), "The library is still loaded.");
+    Holdings().CheckAgainst(before);
+}
+
+void MakeContextsOften(const char* path) {
+    const Library library(path);
+    for (int i = 0; i < 60; ++i)  // until the log is full, which costs memory of its own
+        library.destroyContext(library.Create());
+    const Holdings before;
+    for (int i = 0; i < 1000; ++i)
+        library.destroyContext(library.Create());
+    Holdings().CheckAgainst(before);
+}
+
+// A child that the game forks has none of our threads, and must end all the same.
+void ExitOfAForkedChild(const char* path) {
+    const Library library(path);
+    library.Create();
+    const pid_t child = fork();
+    if (child == 0) std::exit(0);
+    int status = 0;
+    waitpid(child, &status, 0);
+    Check(WIFEXITED(status) && WEXITSTATUS(status) == 0, "The child did not end by itself.");
+}
+
+const std::map<std::string, std::function<void(const char*)>> modes{
+    {"exit_from_main", ExitFromMain},
+    {"exit_from_another_thread", ExitFromAnotherThread},
+    {"exit_while_contexts_come_and_go", ExitWhileContextsComeAndGo},
+    {"exit_of_a_forked_child", ExitOfAForkedChild},
+    {"close_with_a_live_context", CloseWithALiveContext},
+    {"open_and_close_often", OpenAndCloseOften},
+    {"make_contexts_often", MakeContextsOften},
+};
+
+}  // namespace
+
+int main(int argumentCount, char** arguments) {
+    Check(argumentCount == 3 && modes.contains(arguments[1]), "Usage: life MODE LIBRARY");
+    // Never destroyed, since the process may end on another thread.
+    auto* const store = new testing_support::TemporaryStore;
+    std::atexit([] { std::filesystem::remove_all(std::filesystem::path(getenv("XDG_CONFIG_DIRS")).parent_path()); });
+    Check(store != nullptr, "");
+    modes.at(arguments[1])(arguments[2]);
+    return 0;
+}

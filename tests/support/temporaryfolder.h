@@ -1,0 +1,48 @@
+#pragma once
+
+// A folder of its own for a test, and the store of a process pointed into it.
+
+#include <stdlib.h>
+
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+
+namespace testing_support {
+
+/// A fresh folder, gone with its content at the end of the scope.
+class TemporaryFolder {
+public:
+    TemporaryFolder() {
+        std::string name = (std::filesystem::temp_directory_path() / "tessarune-XXXXXX").string();
+        if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("No temporary folder could be made.");
+        path = name;
+    }
+    ~TemporaryFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path, ignored);
+    }
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+    std::filesystem::path path;
+};
+
+/// Both scopes of this process's store in an empty folder. The machine scope names a format library that exists.
+class TemporaryStore {
+public:
+    TemporaryStore() {
+        setenv("XDG_CONFIG_HOME", (folder.path / "user").c_str(), 1);
+        setenv("XDG_CONFIG_DIRS", (folder.path / "machine").c_str(), 1);
+        std::filesystem::create_directories(MachineFile().parent_path());
+        std::ofstream(MachineFile()) << "[Formats]\nAFL=" << folder.path.string() << "\n";
+    }
+
+    std::filesystem::path UserFile() const { return folder.path / "user" / "HollowbrookLabs" / "store.conf"; }
+    std::filesystem::path MachineFile() const { return folder.path / "machine" / "HollowbrookLabs" / "store.conf"; }
+
+    TemporaryFolder folder;
+};
+
+}  // namespace testing_support
