@@ -7,9 +7,7 @@ target_compile_options(tessarune_flags INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion
     $<$<BOOL:${TESSARUNE_WERROR}>:-Werror>
     # Multiply and add stay separate operations: every vector target gives the same bits.
-    -ffp-contract=off
-    # Unique symbols would keep the shared library from ever being unloaded.
-    $<$<AND:$<COMPILE_LANGUAGE:CXX>,$<CXX_COMPILER_ID:GNU>>:-fno-gnu-unique>)
+    -ffp-contract=off)
 if(TESSARUNE_SANITIZE)
     set(sanitize -fsanitize=${TESSARUNE_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_compile_options(tessarune_flags INTERFACE ${sanitize})

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 
 #include "goal/buffer.h"
 #include "numeric/genericvector.h"
@@ -44,16 +45,16 @@ public:
     /// slib::OutOfMemoryException and then changes nothing.
     void Replace(std::unique_ptr<Buffer> buffer, BufferList* deletedBuffers);
 
-    /// Deletes a valid name whose buffer isn't in use. The buffer goes the way told at Replace. Throws
-    /// slib::OutOfMemoryException and then changes nothing.
-    void Delete(std::uint32_t name, BufferList* deletedBuffers);
+    /// Deletes valid names whose buffers aren't in use; a name may stand here more than once. The buffers go
+    /// the way told at Replace. Throws slib::OutOfMemoryException and then changes nothing.
+    void Delete(std::span<const std::uint32_t> names, BufferList* deletedBuffers);
 
     /// Notes for every buffer how often the application's queues refer to it, as the coming snapshot will see
     /// it.
     void MarkUsage();
 
 private:
-    void Retire(BufferSlot& slot, BufferList* deletedBuffers);
+    std::uint32_t lowestFree = 0;  // no slot below this index is free
 };
 
 }  // namespace goal

@@ -16,10 +16,12 @@ namespace goal {
 /// server needs it to reach its end. The server stops before the state that it renders goes.
 struct Context {
     /// Nothing runs yet; see ServerThread::Start. `engine` outlives the context.
-    explicit Context(Engine& engine) : server(engine) {}
+    explicit Context(Engine& engine) : engine(engine), server(engine) {}
     ~Context();
     Context(const Context&) = delete;
     Context& operator=(const Context&) = delete;
+
+    Engine& engine;
 
     slib::Mutex timingMutex;  ///< guards the three that follow, which the server sets when a run begins
     double sampleRate = 0;    ///< Hz
@@ -37,6 +39,9 @@ struct Context {
 
     ServerThread server;
 };
+
+/// Notes for each buffer of the device how often the coming snapshot will refer to it. With apiMutex held.
+void MarkBufferUsage(Context& context);
 
 /// The record that calls read and write, with apiMutex held: the suspended state while the context is
 /// suspended, else the application state, which to change needs stateMutex.

@@ -81,9 +81,8 @@ void CopySlots(RenderSnapshot& snapshot, ApplicationState& application) {
 // Takes what the game changed about one source while the context was suspended. True when anything was.
 bool MergeSuspendedSource(Source& target, const Source& source) {
     if (source.deleted) {
-        const bool wasAlive = !target.deleted;
         target.deleted = true;
-        return wasAlive;
+        return true;
     }
     if (target.deleted) {  // the entry was taken anew
         target = source;
@@ -180,7 +179,7 @@ void EndSuspend(SuspendedState& suspended, ApplicationState& application) {
     for (std::uint32_t i = 0; i < application.sources.size; ++i)
         if (MergeSuspendedSource(application.sources[i], suspended.sources[i])) application.touched.Insert(i);
     for (std::uint32_t i = application.sources.size; i < suspended.sources.size; ++i)
-        application.sources.append(std::move(suspended.sources[i]));
+        application.sources.append(suspended.sources[i]);
     for (std::uint32_t i = 0; i < suspended.slots.size; ++i) {
         if (i == application.slots.size)
             application.slots.append({});

@@ -196,7 +196,7 @@ void MergeProgress(RenderSnapshot& snapshot, ApplicationState& application);
 void BeginSuspend(SuspendedState& suspended, const ApplicationState& application);
 
 /// Merges what the game changed in the suspended state into the application state. With stateMutex held;
-/// throws slib::OutOfMemoryException.
+/// throws slib::OutOfMemoryException, and may then be called again.
 void EndSuspend(SuspendedState& suspended, ApplicationState& application);
 
 /// Copies `position`, `queueIndex`, `sourceType` and `state`.

@@ -225,7 +225,7 @@ void ServerThread::RenderBlocks(Machine& run) {
 void ServerThread::TakeSnapshot() {
     {
         slib::Lock apiLock(engine.apiMutex);
-        engine.device.bufferPool.MarkUsage();
+        MarkBufferUsage(*context);
         const slib::Lock stateLock(context->stateMutex);
         apiLock.Release();
         CopyToSnapshot(context->snapshot, context->application);

@@ -18,6 +18,8 @@
 namespace orb3 {
 namespace {
 
+bool areStoresClosed = false;  // guarded by StoreMutex()
+
 // Guards each open, work and close. Never destroyed: a game's threads may still log while the process ends.
 slib::Mutex& StoreMutex() {
     static slib::NoDestroy<slib::Mutex> mutex;
@@ -83,6 +85,7 @@ ConfigStore::ConfigStore(std::string root, Scope scope) : root(std::move(root)),
 
 std::string ConfigStore::Read(const std::string& key, const std::string& defaultValue) const {
     const slib::Lock lock(StoreMutex());
+    if (areStoresClosed) return defaultValue;
     const std::filesystem::path file = FileOf(root, scope);
     const std::optional<std::string> content = platform::ReadStoreFile(file);
     return content ? MemoryStore(*content).Read(key, defaultValue) : defaultValue;
@@ -94,6 +97,7 @@ void ConfigStore::Write(const std::string& key, const std::string& value) const 
 
 void ConfigStore::Update(const std::function<void(OpenStore&)>& change) const {
     const slib::Lock lock(StoreMutex());
+    if (areStoresClosed) return;
     const std::filesystem::path file = FileOf(root, scope);
     if (file.empty()) return;
     const platform::StoreFileLock fileLock(file);
@@ -103,6 +107,11 @@ void ConfigStore::Update(const std::function<void(OpenStore&)>& change) const {
     MemoryStore store(*content);
     change(store);
     if (const std::optional<std::string> text = store.Text()) platform::ReplaceStoreFile(file, *text);
+}
+
+void CloseStores() {
+    const slib::Lock lock(StoreMutex());
+    areStoresClosed = true;
 }
 
 std::string ReadSpeakerConfiguration() {

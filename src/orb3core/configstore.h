@@ -45,6 +45,10 @@ private:
     Scope scope;
 };
 
+/// Ends all access to the stores of this process: from here on reading gives the default, and a write is lost. For
+/// the end of the process, where other threads may still log while the libraries below are taken apart.
+void CloseStores();
+
 /// The configuration document, from the user's scope. Throws slib::BadDataException "It appears that speakers
 /// have not yet been set up." when there is none.
 std::string ReadSpeakerConfiguration();

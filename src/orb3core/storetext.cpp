@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <cwctype>
+#include <map>
 #include <optional>
 #include <set>
 #include <string_view>
@@ -21,8 +22,7 @@ constexpr std::string_view blanks = " \t\v\f";
 struct Utf8Lead {
     std::uint8_t first, last, length, secondFirst, secondLast;
 };
-constexpr std::array<Utf8Lead, 8> utf8Leads{{
-    {0x01, 0x7F, 1, 0, 0},
+constexpr std::array<Utf8Lead, 7> utf8Leads{{
     {0xC2, 0xDF, 2, 0x80, 0xBF},
     {0xE0, 0xE0, 3, 0xA0, 0xBF},
     {0xE1, 0xEC, 3, 0x80, 0xBF},
@@ -35,10 +35,11 @@ constexpr std::array<Utf8Lead, 8> utf8Leads{{
 // The length of the valid sequence at the front, 0 when there is none.
 std::size_t Utf8SequenceLength(std::string_view text) {
     const auto byte = [&](std::size_t i) { return static_cast<std::uint8_t>(text[i]); };
+    if (byte(0) != 0 && byte(0) < 0x80U) return 1;
     for (const Utf8Lead& lead : utf8Leads) {
         if (byte(0) < lead.first || byte(0) > lead.last) continue;
         if (text.size() < lead.length) return 0;
-        if (lead.length > 1 && (byte(1) < lead.secondFirst || byte(1) > lead.secondLast)) return 0;
+        if (byte(1) < lead.secondFirst || byte(1) > lead.secondLast) return 0;
         if (byte(0) == 0xF4 && byte(1) > 0x8F) return 0;
         for (std::size_t i = 2; i < lead.length; ++i)
             if ((byte(i) & 0xC0U) != 0x80U) return 0;
@@ -73,19 +74,17 @@ std::string RepairValue(std::string_view value) {
         isQuoted || (!value.empty() && static_cast<unsigned char>(value.front()) >= 0x80U);
     if (isQuoted) value.remove_prefix(1);
     std::string repaired = needsQuotes ? "\"" : "";
-    for (; !value.empty(); value.remove_prefix(1)) {
-        const char c = value.front();
-        if (c == '\\') {
-            const bool isEscape =
-                value.size() > 1 && std::string_view("nrt\\\"").find(value[1]) != std::string_view::npos;
-            if (isEscape) value.remove_prefix(1);
-            repaired.append(1, '\\').append(1, value.front());
-        } else if (c == '"' && isQuoted && value.size() == 1) {
-            break;
-        } else {
-            if (c == '"' && needsQuotes) repaired += '\\';
-            repaired += c;
-        }
+    while (!value.empty()) {
+        const std::size_t plain = std::min(value.find_first_of("\\\""), value.size());
+        repaired.append(value.substr(0, plain));
+        value.remove_prefix(plain);
+        if (value.empty() || (isQuoted && value == "\"")) break;
+        const bool isEscape = value.front() == '\\' && value.size() > 1 &&
+                              std::string_view("nrt\\\"").find(value[1]) != std::string_view::npos;
+        if (isEscape) value.remove_prefix(1);
+        if (isEscape || needsQuotes || value.front() == '\\') repaired += '\\';
+        repaired += value.front();
+        value.remove_prefix(1);
     }
     return repaired + (needsQuotes ? "\"" : "");
 }
@@ -191,6 +190,7 @@ std::optional<std::wstring> GroupPath(std::string_view text) {
     return joined;
 }
 
+// Gathers the lines group by group: the parser objects to a group that comes twice.
 class Repairer {
 public:
     std::string Repair(std::string_view text) {
@@ -200,10 +200,18 @@ public:
             TakeLine(TrimFront(text.substr(0, end)));
             text = end == std::string_view::npos ? std::string_view() : text.substr(end + 1);
         }
-        return std::move(result);
+        std::string result;
+        for (const Group& group : groups)
+            result += group.lines;
+        return result;
     }
 
 private:
+    struct Group {
+        std::string lines;            // with its header
+        std::set<std::wstring> keys;  // folded
+    };
+
     void TakeLine(std::string_view line) {
         if (line.empty()) return;
         if (line.front() == '#' || line.front() == ';')
@@ -220,23 +228,26 @@ private:
         const auto path = end == std::string_view::npos ? std::nullopt : GroupPath(line.substr(1, end - 1));
         isSkipping = !path.has_value();
         if (isSkipping) return;
-        group = Fold(*path);
-        Keep("[" + Escape(*path) + "]");
+        const auto [place, isNew] = placeOfPath.try_emplace(Fold(*path), groups.size());
+        current = place->second;
+        if (!isNew) return;
+        groups.emplace_back();
+        Keep(std::string("[").append(Escape(*path)).append("]"));
     }
 
     void TakeEntry(std::string_view line) {
         const std::size_t end = FindUnescaped(line, '=');
         if (end == std::string_view::npos) return;
         const std::wstring key = KeyName(line.substr(0, end));
-        if (key.empty() || !seen.insert(group + L'\n' + Fold(key)).second) return;
+        if (key.empty() || !groups[current].keys.insert(Fold(key)).second) return;
         Keep(Escape(key) + "=" + RepairValue(TrimFront(line.substr(end + 1))));
     }
 
-    void Keep(std::string_view line) { result.append(line).append("\n"); }
+    void Keep(std::string_view line) { groups[current].lines.append(line).append("\n"); }
 
-    std::string result;
-    std::wstring group;
-    std::set<std::wstring> seen;
+    std::vector<Group> groups{1};  // the first one is the root, which has no header
+    std::map<std::wstring, std::size_t> placeOfPath{{L"", 0}};
+    std::size_t current = 0;
     bool isSkipping = false;
 };
 
@@ -245,10 +256,13 @@ private:
 std::string RepairUtf8(std::string_view text) {
     std::string repaired;
     repaired.reserve(text.size());
-    while (!text.empty()) {
-        const std::size_t length = Utf8SequenceLength(text);
-        repaired.append(length > 0 ? text.substr(0, length) : replacement);
-        text.remove_prefix(length > 0 ? length : 1);
+    std::size_t length = 0;
+    for (std::size_t i = 0, start = 0; i <= text.size(); i += std::max<std::size_t>(length, 1)) {
+        length = i < text.size() ? Utf8SequenceLength(text.substr(i)) : 0;
+        if (length > 0) continue;
+        repaired.append(text.substr(start, i - start));
+        if (i < text.size()) repaired.append(replacement);
+        start = i + 1;
     }
     return repaired;
 }

@@ -13,9 +13,9 @@ std::string RepairUtf8(std::string_view text);
 
 /// The lines of a store file that a parser of the form "[group]" and "key=value" takes without complaint, in
 /// UTF-8 and one spelling: lines that never were such lines go, and so do blank ones, a byte order mark at
-/// the front and stray text behind a header. A key that comes twice in a group, in whatever case and escapes,
-/// keeps its first value; backslashes and quotation marks that mean nothing in their place are escaped.
-/// Repairing twice is the same as repairing once.
+/// the front and stray text behind a header. A group that comes twice becomes one; a key that comes twice in
+/// a group, in whatever case and escapes, keeps its first value. Backslashes and quotation marks that mean
+/// nothing in their place are escaped. Repairing twice is the same as repairing once.
 std::string RepairStoreText(std::string_view text);
 
 }  // namespace orb3

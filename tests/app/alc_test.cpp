@@ -10,7 +10,6 @@
 #include <thread>
 #include <vector>
 
-#define AL_ALEXT_PROTOTYPES 1
 #include "AL/tessarune.h"
 #include "app/goaldll/process.h"
 #include "orb3core/configstore.h"

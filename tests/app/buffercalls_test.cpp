@@ -1,4 +1,3 @@
-#define AL_ALEXT_PROTOTYPES
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -304,6 +303,27 @@ TEST_F(BufferCalls, AStaticBufferThatTheRendererReads_IsHeldBackForABlock) {
     alDeleteBuffers(1, &buffer);
     EXPECT_EQ(alGetError(), AL_INVALID_OPERATION);
     alBufferData(buffer, AL_FORMAT_MONO16, samples.data(), 8, 44100);
+    EXPECT_EQ(alGetError(), AL_INVALID_OPERATION);
+    Copy();
+    alDeleteBuffers(1, &buffer);
+    EXPECT_EQ(alGetError(), AL_NO_ERROR);
+}
+
+// Until the suspension ends the renderer plays what the game has taken out of the queue.
+TEST_F(BufferCalls, AStaticBufferTakenOutWhileSuspended_IsHeldUntilTheBlockAfterProcess) {
+    const ALuint buffer = NewStaticBuffer();
+    const ALuint source = SourceWith(buffer);
+    alSourcePlay(source);
+    Copy();
+    alcSuspendContext(Handle());
+    alSourceStop(source);
+    alSourcei(source, AL_BUFFER, 0);
+    ASSERT_EQ(alGetError(), AL_NO_ERROR);
+    Copy();
+    alDeleteBuffers(1, &buffer);
+    EXPECT_EQ(alGetError(), AL_INVALID_OPERATION);
+    alcProcessContext(Handle());
+    alDeleteBuffers(1, &buffer);
     EXPECT_EQ(alGetError(), AL_INVALID_OPERATION);
     Copy();
     alDeleteBuffers(1, &buffer);

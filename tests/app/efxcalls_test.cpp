@@ -1,4 +1,3 @@
-#define AL_ALEXT_PROTOTYPES
 #include <gtest/gtest.h>
 
 #include <array>

@@ -14,14 +14,17 @@ std::unique_ptr<Buffer> MakeBuffer(std::uint32_t name, bool copyData = true) {
     return std::make_unique<Buffer>(name, 0x1100, 44100.0f, &sample, 1, copyData);
 }
 
+void Delete(BufferPool& pool, std::vector<std::uint32_t> names, BufferPool::BufferList* deletedBuffers) {
+    pool.Delete(names, deletedBuffers);
+}
+
 TEST(BufferPool, Add_TakesTheLowestDeletedName) {
     BufferPool pool;
     for (std::uint32_t name = 1; name <= 5; ++name)
         EXPECT_EQ(pool.Add(), name);
     EXPECT_EQ(pool.slots.capacity, 8u);
     pool.Replace(MakeBuffer(2), nullptr);
-    pool.Delete(4, nullptr);
-    pool.Delete(2, nullptr);
+    Delete(pool, {4, 2, 4}, nullptr);
     EXPECT_EQ(pool.slots.size, 5u);
     EXPECT_EQ(pool.Add(), 2u);
     EXPECT_EQ(pool.slots[1].buffer, nullptr);
@@ -34,7 +37,7 @@ TEST(BufferPool, IsValid_OnlyForNamesThatLive) {
     EXPECT_FALSE(pool.IsValid(1));
     pool.Add();
     pool.Add();
-    pool.Delete(1, nullptr);
+    Delete(pool, {1}, nullptr);
     std::vector<bool> valid;
     for (const std::uint32_t name : {0u, 1u, 2u, 3u, 0xFFFFFFFFu})
         valid.push_back(pool.IsValid(name));
@@ -51,7 +54,7 @@ TEST(BufferPool, BuffersThatLeave_GoToTheListOfTheState) {
     pool.Replace(MakeBuffer(1), &deleted);
     const std::unique_ptr<Buffer> second(pool.slots[0].buffer);
     EXPECT_NE(first, second);
-    pool.Delete(1, &deleted);
+    Delete(pool, {1, 1}, &deleted);
     EXPECT_EQ(deleted, (BufferPool::BufferList{first.get(), second.get()}));
     EXPECT_FALSE(pool.IsValid(1));
 }

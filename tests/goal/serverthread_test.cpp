@@ -331,18 +331,14 @@ TEST_F(ServerThreadTest, Restart_BuildsAnewOnTheLatestConfiguration) {
 TEST_F(ServerThreadTest, Stop_DuringTheSetUpOfARestart_EndsWithTheReport) {
     Configure([](orb3::GoalConfig& c) { c.isLoggingVerbose = true; });
     slib::Semaphore reached, goOn;
+    machinery.at = [&](const char* step) {
+        if (std::string(step) != "decoder" || machinery.runs == 0) return;
+        reached.Post();
+        goOn.Wait();
+    };
     auto context = StartContext();
     AwaitBlocks(1);
-    {
-        const slib::Lock lock(engine.configuration.configurationMutex);
-        engine.configuration.pendingConfiguration = engine.configuration.configuration;
-        engine.configuration.isRestartRequested = true;
-        machinery.at = [&](const char* step) {
-            if (std::string(step) != "decoder") return;
-            reached.Post();
-            goOn.Wait();
-        };
-    }
+    RequestRestart(engine.configuration.Read([](const orb3::Configuration& c) { return c; }));
     reached.Wait();
     const int before = machinery.blocks;
     std::thread stopper([&] { context.reset(); });

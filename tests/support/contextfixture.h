@@ -31,7 +31,7 @@ protected:
 
     /// What the server does before a block.
     void Copy() {
-        process.engine.device.bufferPool.MarkUsage();
+        goal::MarkBufferUsage(*context);
         goal::CopyToSnapshot(context->snapshot, context->application);
         for (goal::Buffer* buffer : context->snapshot.deletedBuffers)
             delete buffer;

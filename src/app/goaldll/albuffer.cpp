@@ -9,7 +9,6 @@
 #include <memory>
 #include <span>
 #include <utility>
-#include <vector>
 
 #include "AL/al.h"
 #include "AL/tessarune.h"
@@ -23,11 +22,22 @@ namespace {
 
 using BufferList = BufferPool::BufferList;
 
+// Whether a suspended context plays the buffer on, though a game took it out of the queue since. Neither
+// count of the buffer tells before the next block.
+bool IsPlayedOn(const Context* context, const Buffer& buffer) {
+    if (context == nullptr || context->suspendCount == 0) return false;
+    return std::ranges::any_of(context->application.sources, [&](const Source& source) {
+        return !source.deleted && std::ranges::find(source.queue, &buffer) != source.queue.end();
+    });
+}
+
 // Whether the name is valid, and its data may go.
-int TestReplaceable(const BufferPool& pool, ALuint name) {
-    if (!pool.IsValid(name)) return AL_INVALID_NAME;
-    const Buffer* const buffer = pool.slots[name - 1].buffer;
-    return buffer != nullptr && InUse(*buffer) ? AL_INVALID_OPERATION : AL_NO_ERROR;
+int TestReplaceable(const Device& device, ALuint name) {
+    if (!device.bufferPool.IsValid(name)) return AL_INVALID_NAME;
+    const Buffer* const buffer = device.bufferPool.slots[name - 1].buffer;
+    if (buffer == nullptr) return AL_NO_ERROR;
+    const bool isHeld = InUse(*buffer) || (!buffer->ownsData && IsPlayedOn(device.context, *buffer));
+    return isHeld ? AL_INVALID_OPERATION : AL_NO_ERROR;
 }
 
 // Runs `work` with the list that takes buffers which the renderer may still read, null when nothing renders.
@@ -40,33 +50,11 @@ void WithDeletedBuffers(Process& process, const Work& work) {
     work(&TargetState(*context).deletedBuffers);
 }
 
-// ---- Deletion ----
-
-// Frees valid names, of which one may stand here more than once. Out of memory, all of them stay.
-void DeleteNames(BufferPool& pool, std::span<const ALuint> names, BufferList* deletedBuffers) {
-    std::vector<ALuint> distinct(names.begin(), names.end());
-    std::ranges::sort(distinct);
-    const auto repeated = std::ranges::unique(distinct);
-    distinct.erase(repeated.begin(), repeated.end());
-
-    BufferList buffers;
-    for (const ALuint name : distinct)
-        if (Buffer* const buffer = pool.slots[name - 1].buffer) buffers.append(buffer);
-    if (deletedBuffers != nullptr) deletedBuffers->appendAll(buffers);
-
-    // From here on nothing fails.
-    for (const ALuint name : distinct)
-        pool.slots[name - 1] = {nullptr, true};
-    if (deletedBuffers != nullptr) return;
-    for (const Buffer* buffer : buffers)
-        delete buffer;
-}
-
 int DeleteBuffers(Process& process, std::span<const ALuint> names) {
     BufferPool& pool = process.engine.device.bufferPool;
     for (const ALuint name : names)
-        if (const int code = TestReplaceable(pool, name); code != AL_NO_ERROR) return code;
-    WithDeletedBuffers(process, [&](BufferList* list) { DeleteNames(pool, names, list); });
+        if (const int code = TestReplaceable(process.engine.device, name); code != AL_NO_ERROR) return code;
+    WithDeletedBuffers(process, [&](BufferList* list) { pool.Delete(names, list); });
     return AL_NO_ERROR;
 }
 
@@ -99,7 +87,7 @@ void SetData(ALuint name, ALenum format, const void* data, ALsizei size, ALsizei
     if (const int code = TestData(format, size, frequency); code != AL_NO_ERROR)
         return TheProcess().alError.Record(code);
     AlCall([&](Process& process) -> int {
-        const int code = TestReplaceable(process.engine.device.bufferPool, name);
+        const int code = TestReplaceable(process.engine.device, name);
         if (code != AL_NO_ERROR) return code;
         isReplaceable = data != nullptr || size == 0;
         return isReplaceable ? AL_NO_ERROR : AL_INVALID_VALUE;
@@ -110,7 +98,7 @@ void SetData(ALuint name, ALenum format, const void* data, ALsizei size, ALsizei
     if (buffer == nullptr) return;
     AlCall([&](Process& process) -> int {
         BufferPool& pool = process.engine.device.bufferPool;
-        if (const int code = TestReplaceable(pool, name); code != AL_NO_ERROR) return code;
+        if (const int code = TestReplaceable(process.engine.device, name); code != AL_NO_ERROR) return code;
         WithDeletedBuffers(process, [&](BufferList* list) { pool.Replace(std::move(buffer), list); });
         return AL_NO_ERROR;
     });

@@ -42,11 +42,6 @@ Context* ToContext(ALCcontext* handle) { return reinterpret_cast<Context*>(handl
 
 bool IsDevice(Process& process, const ALCdevice* handle) { return handle == Handle(process.engine.device); }
 
-bool IsSuspendSupported(Process& process) {
-    return process.engine.configuration.Read(
-        [](const orb3::Configuration& c) { return c.goalConfig.isSuspendSupported; });
-}
-
 // ---- Contexts ----
 
 // What the attribute list of alcCreateContext asks for.
@@ -115,6 +110,27 @@ Context* CreateContext(Process& process, const ALCdevice* device, const ALCint* 
     const Attributes attributes = ReadAttributes(list);
     if (attributes.isSync) return fail("ALC_SYNC is not supported in alcCreateContext().", ALC_INVALID_VALUE);
     return StartContext(process, attributes);
+}
+
+// Runs `work(context)` with stateMutex held, or, when suspension is switched off, ends one that still lasts.
+template <typename Work>
+void SuspensionCall(ALCcontext* handle, const Work& work) {
+    Context* const context = ToContext(handle);
+    if (context == nullptr) return;
+    Call(false, [&](Process& process) {
+        const bool isSupported = process.engine.configuration.Read(
+            [](const orb3::Configuration& c) { return c.goalConfig.isSuspendSupported; });
+        const slib::Lock stateLock(context->stateMutex);
+        if (isSupported) {
+            work(*context);
+            return true;
+        }
+        context->suspendUsed = true;
+        // What gathered before it was switched off isn't lost.
+        if (context->suspendCount > 0) EndSuspend(context->suspended, context->application);
+        context->suspendCount = 0;
+        return true;
+    });
 }
 
 // ---- Queries ----
@@ -353,29 +369,19 @@ ALC_API ALCdevice* ALC_APIENTRY alcGetContextsDevice(ALCcontext* context) {
 }
 
 ALC_API void ALC_APIENTRY alcSuspendContext(ALCcontext* handle) {
-    Context* const context = ToContext(handle);
-    if (context == nullptr) return;
-    Call(false, [&](Process& process) {
-        const bool isSupported = IsSuspendSupported(process);
-        const slib::Lock stateLock(context->stateMutex);
-        context->suspendUsed = true;
-        if (isSupported && context->suspendCount == 0) BeginSuspend(context->suspended, context->application);
-        context->suspendCount = isSupported ? context->suspendCount + 1 : 0;
-        return true;
+    SuspensionCall(handle, [](Context& context) {
+        context.suspendUsed = true;
+        if (context.suspendCount == 0) BeginSuspend(context.suspended, context.application);
+        ++context.suspendCount;
     });
 }
 
 ALC_API void ALC_APIENTRY alcProcessContext(ALCcontext* handle) {
-    Context* const context = ToContext(handle);
-    if (context == nullptr) return;
-    Call(false, [&](Process& process) {
-        const bool isSupported = IsSuspendSupported(process);
-        const slib::Lock stateLock(context->stateMutex);
-        if (!isSupported)
-            context->suspendCount = 0;
-        else if (context->suspendCount > 0 && --context->suspendCount == 0)
-            EndSuspend(context->suspended, context->application);
-        return true;
+    SuspensionCall(handle, [](Context& context) {
+        if (context.suspendCount == 0) return;
+        // First, so that without memory for it the suspension lasts and can be ended again.
+        if (context.suspendCount == 1) EndSuspend(context.suspended, context.application);
+        --context.suspendCount;
     });
 }
 

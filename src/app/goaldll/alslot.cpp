@@ -71,8 +71,7 @@ int SetSendAuto(Slot& slot, ALint value) {
     return AL_NO_ERROR;
 }
 
-// Effects aren't suspended: to read one takes the lock of the application state even when the slot needs
-// none.
+// Effects aren't suspended: to read one takes the lock of the application state, always.
 void SetInteger(ALuint name, ALenum parameter, const ALint* values) noexcept {
     const Access access = parameter == AL_EFFECTSLOT_EFFECT ? Access::WriteAll : Access::Write;
     ContextCall(access, ArePresent(values), [&](Process& process, Context& context) -> int {

@@ -34,8 +34,8 @@ std::uint32_t TakeEntry(SuspendedState& state, std::uint32_t first) {
     return index;
 }
 
+// A source that is named twice in one list has nothing left to give back the second time.
 void DeleteSource(Source& source) {
-    if (source.deleted) return;  // named twice in one list
     for (goal::Buffer* buffer : source.queue)
         --buffer->useCount;
     source.queue.clear();

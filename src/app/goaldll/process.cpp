@@ -82,6 +82,7 @@ void Process::ShutDown() {
     const slib::Lock configurationLock(engine.configuration.configurationMutex);
     deviceList = std::string();
     engine.configuration.Unload();
+    orb3::CloseStores();
 }
 
 }  // namespace goal
