@@ -1,8 +1,8 @@
 #pragma once
 
-// The hierarchical store of text values in which the system keeps what lasts between two runs: the configuration
-// document, the path of the format library and the log. Each operation opens the store, does its work and closes
-// it again, so that what another process changed is seen at the next one. Any thread.
+// The hierarchical store of text values in which the system keeps what lasts between two runs: the
+// configuration document, the path of the format library and the log. Each operation opens the store, does
+// its work and closes it again, so that what another process changed is seen at the next one. Any thread.
 
 #include <functional>
 #include <string>
@@ -21,9 +21,10 @@ public:
 };
 
 /// Reads and writes values by keys of "/"-separated names ("/Log/Index"). Values are UTF-8 text of any length
-/// with any control characters but NUL; what isn't UTF-8 becomes U+FFFD. Nothing here throws or prints for what
-/// the machine does: a store that can't be opened gives the default on reading and loses the write on writing.
-/// What a damaged file still holds in whole lines stays readable, and stays in it when it is written again.
+/// with any control characters but NUL; what isn't UTF-8 becomes U+FFFD. Nothing here throws or prints for
+/// what the machine does: a store that can't be opened gives the default on reading and loses the write on
+/// writing. What a damaged file still holds in whole lines stays readable, and stays in it when it is written
+/// again.
 class ConfigStore {
 public:
     enum class Scope { User, Machine };
@@ -45,8 +46,9 @@ private:
     Scope scope;
 };
 
-/// Ends all access to the stores of this process: from here on reading gives the default, and a write is lost. For
-/// the end of the process, where other threads may still log while the libraries below are taken apart.
+/// Ends all access to the stores of this process: from here on reading gives the default, and a write is
+/// lost. For the end of the process, where other threads may still log while the libraries below are taken
+/// apart.
 void CloseStores();
 
 /// The configuration document, from the user's scope. Throws slib::BadDataException "It appears that speakers
@@ -56,8 +58,8 @@ std::string ReadSpeakerConfiguration();
 /// Stores the configuration document in the user's scope.
 void WriteSpeakerConfiguration(const std::string& text);
 
-/// The path of the format library, from the machine's scope: what stands under "/Formats/AFL", or when that is
-/// empty, under "/Formats/UFL". Empty when no library is configured.
+/// The path of the format library, from the machine's scope: what stands under "/Formats/AFL", or when that
+/// is empty, under "/Formats/UFL". Empty when no library is configured.
 std::string ReadFormatLibraryPath();
 
 }  // namespace orb3
