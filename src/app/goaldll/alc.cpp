@@ -112,20 +112,20 @@ Context* CreateContext(Process& process, const ALCdevice* device, const ALCint* 
     return StartContext(process, attributes);
 }
 
-// Runs `work(context)` with stateMutex held, or, when suspension is switched off, ends one that still lasts.
+// Notes a use of suspension and runs `work(context)` with stateMutex held, or, when suspension is switched off, ends one that still lasts.
 template <typename Work>
-void SuspensionCall(ALCcontext* handle, const Work& work) {
+void SuspensionCall(ALCcontext* handle, bool isUse, const Work& work) {
     Context* const context = ToContext(handle);
     if (context == nullptr) return;
     Call(false, [&](Process& process) {
         const bool isSupported = process.engine.configuration.Read(
             [](const orb3::Configuration& c) { return c.goalConfig.isSuspendSupported; });
         const slib::Lock stateLock(context->stateMutex);
+        context->suspendUsed |= isUse;
         if (isSupported) {
             work(*context);
             return true;
         }
-        context->suspendUsed = true;
         // What gathered before it was switched off isn't lost.
         if (context->suspendCount > 0) EndSuspend(context->suspended, context->application);
         context->suspendCount = 0;
@@ -369,15 +369,14 @@ ALC_API ALCdevice* ALC_APIENTRY alcGetContextsDevice(ALCcontext* context) {
 }
 
 ALC_API void ALC_APIENTRY alcSuspendContext(ALCcontext* handle) {
-    SuspensionCall(handle, [](Context& context) {
-        context.suspendUsed = true;
+    SuspensionCall(handle, true, [](Context& context) {
         if (context.suspendCount == 0) BeginSuspend(context.suspended, context.application);
         ++context.suspendCount;
     });
 }
 
 ALC_API void ALC_APIENTRY alcProcessContext(ALCcontext* handle) {
-    SuspensionCall(handle, [](Context& context) {
+    SuspensionCall(handle, false, [](Context& context) {
         if (context.suspendCount == 0) return;
         // First, so that without memory for it the suspension lasts and can be ended again.
         if (context.suspendCount == 1) EndSuspend(context.suspended, context.application);
