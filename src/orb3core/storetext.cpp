@@ -106,7 +106,7 @@ std::wstring Widen(std::string_view text) {
 std::string Narrow(std::wstring_view wide) {
     std::string text;
     for (const wchar_t character : wide) {
-        const auto code = static_cast<std::uint32_t>(character);
+        const auto code = static_cast<char32_t>(character);
         const auto tail = [&](unsigned shift) { text += static_cast<char>(0x80U | (code >> shift & 0x3FU)); };
         if (code < 0x80U) text += static_cast<char>(code);
         if (code >= 0x80U && code < 0x800U) text += static_cast<char>(0xC0U | code >> 6U);

@@ -25,7 +25,7 @@ std::string Variable(const char* name) {
 }
 
 path Home() {
-    const path fromEnvironment = Variable("HOME");
+    path fromEnvironment = Variable("HOME");
     if (fromEnvironment.is_absolute()) return fromEnvironment;
     passwd entry{};
     passwd* found = nullptr;
@@ -69,7 +69,7 @@ path FileMappedAt(std::uintptr_t address) {
 }
 
 path FileOfThisCode() {
-    const path mapped = FileMappedAt(reinterpret_cast<std::uintptr_t>(&LoadedTree));
+    path mapped = FileMappedAt(reinterpret_cast<std::uintptr_t>(&LoadedTree));
     std::error_code ignored;
     if (std::filesystem::exists(mapped, ignored)) return mapped;
     Dl_info info{};

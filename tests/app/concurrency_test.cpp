@@ -1,26 +1,22 @@
-// Four threads of a game call at random while the server copies, renders and merges. Has its full worth under the thread
-// sanitizer; what it checks in any build is that the books are right afterwards.
+// Four threads of a game call at random while the server copies, renders and merges. Has its full worth under
+// the thread sanitizer; what it checks in any build is that the books are right afterwards.
 
-#include <gtest/gtest.h>
-
-#include <array>
 #include <atomic>
 #include <map>
 #include <random>
 #include <thread>
-#include <vector>
 
 #include "contextfixture.h"
 
 namespace {
 
-using testing_support::ContextFixture;
+using Random = std::minstd_rand;
 
-class Concurrency : public ContextFixture {
+class Concurrency : public testing_support::ContextFixture {
 protected:
     // The server's steps with its locks, around a renderer that moves playing sources on or to their end.
     void Serve() {
-        std::minstd_rand random(7);
+        Random random(7);
         while (!isOver) {
             {
                 slib::Lock apiLock(process.engine.apiMutex);
@@ -32,13 +28,14 @@ protected:
             for (const goal::Buffer* buffer : context->snapshot.deletedBuffers)
                 delete buffer;
             context->snapshot.deletedBuffers.clear();
-            context->snapshot.playing.ForEach([&](std::uint32_t i) { Render(context->snapshot.sources[i], random()); });
+            context->snapshot.playing.ForEach(
+                [&](std::uint32_t i) { Render(context->snapshot.sources[i], random()); });
             const slib::Lock stateLock(context->stateMutex);
-            goal::MergeProgress(context->snapshot, context->application);
+            Merge();
         }
     }
 
-    static void Render(goal::Source& source, std::minstd_rand::result_type chance) {
+    static void Render(goal::Source& source, Random::result_type chance) {
         std::uint32_t sum = 0;
         for (const goal::Buffer* buffer : source.queue)
             sum += buffer->data[0];
@@ -46,72 +43,59 @@ protected:
         if (chance % 3 == 0 && source.queueIndex < source.queue.size) ++source.queueIndex;
         if (source.queueIndex < source.queue.size || source.looping) return;
         source.state = goal::SourceState::Stopped;
-        source.position = 0;
-        source.queueIndex = 0;
+        source.position = source.queueIndex = 0;
     }
 
-    void Call(std::minstd_rand& random) {
-        const auto pick = [&](const auto& list) { return list[random() % list.size()]; };
-        const ALuint source = pick(sources);
-        ALuint buffer = pick(buffers);
-        ALint value = 0;
-        switch (random() % 14) {
-            case 0: return alSource3f(source, AL_POSITION, 1, 2, 3);
-            case 1: return alSourcePlay(source);
-            case 2: return alSourceStop(source);
-            case 3: return alSourcePause(source);
-            case 4: return alSourceQueueBuffers(source, 1, &buffer);
-            case 5: return alSourceUnqueueBuffers(source, 1, &buffer);
-            case 6: return alGetSourcei(source, AL_SAMPLE_OFFSET, &value);
-            case 7: return alSourcei(source, AL_DIRECT_FILTER, static_cast<ALint>(filter));
-            case 8: return alSource3i(source, AL_AUXILIARY_SEND_FILTER, static_cast<ALint>(slot), 1, static_cast<ALint>(filter));
-            case 9: return alAuxiliaryEffectSloti(slot, AL_EFFECTSLOT_EFFECT, static_cast<ALint>(effect));
-            case 10: return alEffecti(effect, AL_EFFECT_TYPE, AL_EFFECT_REVERB + static_cast<ALint>(random() % 3));
-            case 11: return alListener3f(AL_POSITION, 1, 2, 3);
-            case 12: return CreateAndDelete(buffer);
-            default: return random() % 2 == 0 ? alcSuspendContext(Handle()) : alcProcessContext(Handle());
-        }
+    // Sources are named 1 to 8, buffers 1 to 4, and the one effect, filter and slot 1.
+    void Call(Random& random) {
+        const auto source = static_cast<ALuint>(1 + random() % 8);
+        auto buffer = static_cast<ALuint>(1 + random() % 4);
+        const auto number = static_cast<ALint>(random() % 100);
+        const std::function<void()> calls[] = {
+            [&] { alSource3f(source, AL_POSITION, 1, 2, 3); },
+            [&] { alSourcePlay(source); },
+            [&] { alSourceStop(source); },
+            [&] { alSourcePause(source); },
+            [&] { alSourceQueueBuffers(source, 1, &buffer); },
+            [&] { alSourceUnqueueBuffers(source, 1, &buffer); },
+            [&] { Get(source, AL_BYTE_OFFSET); },
+            [&] { alSourcei(source, AL_SAMPLE_OFFSET, number); },
+            [&] { alSourcei(source, AL_DIRECT_FILTER, 1); },
+            [&] { alSource3i(source, AL_AUXILIARY_SEND_FILTER, 1, number % 3, 1); },
+            [&] { alFilteri(1, AL_FILTER_TYPE, number % 4); },
+            [&] { alAuxiliaryEffectSloti(1, AL_EFFECTSLOT_EFFECT, 1); },
+            [&] { alEffecti(1, AL_EFFECT_TYPE, AL_EFFECT_REVERB + number % 3); },
+            [&] { alListener3f(AL_POSITION, 1, 2, 3); },
+            [&] { CreateAndDelete(buffer); },
+            [&] { number % 2 == 0 ? Suspend() : Resume(); },
+        };
+        calls[random() % std::size(calls)]();
     }
 
     void CreateAndDelete(ALuint queued) {
-        ALuint source = 0;
-        ALuint buffer = 0;
-        alGenSources(1, &source);
-        alGenBuffers(1, &buffer);
-        alBufferData(buffer, AL_FORMAT_MONO16, samples.data(), 64, 44100);
-        alSourcei(source, AL_BUFFER, static_cast<ALint>(buffer));
+        const ALuint source = New(alGenSources), buffer = MakeBuffer(32);
+        SetBuffer(source, buffer);
         alSourcePlay(source);
         alSourceStop(source);
-        alSourcei(source, AL_BUFFER, static_cast<ALint>(queued));
+        SetBuffer(source, queued);
         alDeleteBuffers(1, &buffer);
         alDeleteSources(1, &source);
     }
 
-    ALCcontext* Handle() { return reinterpret_cast<ALCcontext*>(context.get()); }
-
-    std::array<ALshort, 32> samples{};
-    std::vector<ALuint> sources = std::vector<ALuint>(8);
-    std::vector<ALuint> buffers = std::vector<ALuint>(4);
-    ALuint effect = 0;
-    ALuint filter = 0;
-    ALuint slot = 0;
     std::atomic<bool> isOver{false};
 };
 
 TEST_F(Concurrency, RandomCallsOfFourThreadsBesideTheServer_LeaveTheBooksRight) {
-    alGenSources(8, sources.data());
-    alGenBuffers(4, buffers.data());
-    for (const ALuint buffer : buffers)
-        alBufferData(buffer, AL_FORMAT_MONO16, samples.data(), 64, 44100);
-    alGenEffects(1, &effect);
-    alGenFilters(1, &filter);
-    alGenAuxiliaryEffectSlots(1, &slot);
-
+    ALuint names[8] = {};
+    alGenSources(8, names);
+    for (int i = 0; i < 4; ++i)
+        MakeBuffer(64);
+    for (const auto gen : {alGenEffects, alGenFilters, alGenAuxiliaryEffectSlots})
+        gen(1, names);
     std::thread server([this] { Serve(); });
     std::vector<std::thread> game;
     for (unsigned seed = 1; seed <= 4; ++seed)
-        game.emplace_back([this, seed] {
-            std::minstd_rand random(seed);
+        game.emplace_back([this, random = Random(seed)]() mutable {
             for (int i = 0; i < 5000; ++i)
                 Call(random);
         });
@@ -121,17 +105,15 @@ TEST_F(Concurrency, RandomCallsOfFourThreadsBesideTheServer_LeaveTheBooksRight) 
     server.join();
 
     while (context->suspendCount > 0)
-        alcProcessContext(Handle());
+        Resume();
     std::map<const goal::Buffer*, int> references;
     for (const goal::Source& source : context->application.sources) {
         EXPECT_LE(source.queueIndex, source.queue.size);
         for (const goal::Buffer* buffer : source.queue)
             references[buffer] += source.deleted ? 0 : 1;
     }
-    for (const ALuint name : buffers) {
-        const goal::Buffer* const buffer = process.engine.device.bufferPool.slots[name - 1].buffer;
-        EXPECT_EQ(buffer->useCount, references[buffer]);
-    }
+    for (ALuint buffer = 1; buffer <= 4; ++buffer)
+        EXPECT_EQ(UseCount(buffer), references[Stored(buffer)]);
 }
 
 }  // namespace

@@ -1,290 +1,193 @@
-#include <gtest/gtest.h>
+// The play states, queues and offsets of sources, for the game and for the renderer at once. Places are
+// frames of a queue whose buffers have 100.
 
-#include <atomic>
+#include <cfloat>
 #include <cmath>
-#include <limits>
-#include <string>
-#include <thread>
 #include <tuple>
 
-#include "sourcefixture.h"
+#include "contextfixture.h"
 
 namespace {
 
-using goal::SourceState;
-using testing_support::SourceFixture;
-
-// ---- The state machine ----
-
-constexpr ALint placed = 7;  // frames into the first buffer, where the source stands before the call
-
-struct Transition {
-    const char* call;
-    void(AL_APIENTRY* make)(ALuint);
-    ALenum from;
-    ALenum to;
-    ALint offset;  // frames
-    bool restarts;
-};
-
-const Transition transitions[] = {
-    {"Play", alSourcePlay, AL_INITIAL, AL_PLAYING, placed, true},
-    {"Play", alSourcePlay, AL_PLAYING, AL_PLAYING, 0, true},
-    {"Play", alSourcePlay, AL_PAUSED, AL_PLAYING, placed, true},
-    {"Play", alSourcePlay, AL_STOPPED, AL_PLAYING, placed, true},
-    {"Stop", alSourceStop, AL_INITIAL, AL_INITIAL, placed, false},
-    {"Stop", alSourceStop, AL_PLAYING, AL_STOPPED, 0, false},
-    {"Stop", alSourceStop, AL_PAUSED, AL_STOPPED, 0, false},
-    {"Stop", alSourceStop, AL_STOPPED, AL_STOPPED, placed, false},
-    {"Rewind", alSourceRewind, AL_INITIAL, AL_INITIAL, placed, false},
-    {"Rewind", alSourceRewind, AL_PLAYING, AL_INITIAL, 0, false},
-    {"Rewind", alSourceRewind, AL_PAUSED, AL_INITIAL, 0, false},
-    {"Rewind", alSourceRewind, AL_STOPPED, AL_INITIAL, 0, false},
-    {"Pause", alSourcePause, AL_INITIAL, AL_INITIAL, placed, false},
-    {"Pause", alSourcePause, AL_PLAYING, AL_PAUSED, placed, false},
-    {"Pause", alSourcePause, AL_PAUSED, AL_PAUSED, placed, false},
-    {"Pause", alSourcePause, AL_STOPPED, AL_STOPPED, placed, false},
-};
-
-std::string NameOf(ALenum state) {
-    switch (state) {
-        case AL_INITIAL:
-            return "Initial";
-        case AL_PLAYING:
-            return "Playing";
-        case AL_PAUSED:
-            return "Paused";
-        default:
-            return "Stopped";
-    }
-}
-
-class StateMachine : public SourceFixture, public testing::WithParamInterface<std::tuple<Transition, bool>> {
+class PlayCalls : public testing_support::ContextFixture {
 protected:
-    // A source in that state at the frame `placed`, as the renderer has it too.
-    ALuint MakeIn(ALenum state) {
-        const ALuint source = MakeStream(2);
-        if (state != AL_INITIAL) alSourcePlay(source);
-        if (state == AL_STOPPED) alSourceStop(source);
-        if (state == AL_INITIAL || state == AL_STOPPED) alSourcei(source, AL_SAMPLE_OFFSET, placed);
+    // A block brings a playing source there.
+    void RenderTo(ALuint source, ALint frame) {
+        Rendered(source).queueIndex = static_cast<std::uint32_t>(frame) / 100;
+        Rendered(source).position = static_cast<std::uint64_t>(frame) % 100 << 16;
+    }
+
+    void Block(ALuint source, ALint frame) {
         Copy();
-        if (state == AL_PLAYING || state == AL_PAUSED) RenderTo(source, 0, placed);
+        RenderTo(source, frame);
         Merge();
+    }
+
+    ALuint MakePlaying(int buffers, ALint frame) {
+        const ALuint source = MakeStream(buffers);
+        alSourcePlay(source);
+        Block(source, frame);
+        return source;
+    }
+
+    // A source of two buffers in that state at that frame.
+    ALuint MakeIn(ALenum state, ALint frame) {
+        const ALuint source = state == AL_INITIAL ? MakeStream(2) : MakePlaying(2, frame);
         if (state == AL_PAUSED) alSourcePause(source);
+        if (state == AL_STOPPED) alSourceStop(source);
+        if (state == AL_INITIAL || state == AL_STOPPED) alSourcei(source, AL_SAMPLE_OFFSET, frame);
         Copy();
         return source;
     }
 
-    bool MemoryIsClean(ALuint source) {
-        return context->snapshot.sourceStates[source - 1].previousFrame[0] == 0;
+    void ExpectForTheGame(ALuint source, ALenum state, ALint frame) {
+        EXPECT_EQ(Get(source, AL_SOURCE_STATE), state);
+        EXPECT_EQ(Get(source, AL_SAMPLE_OFFSET), frame);
+    }
+
+    void ExpectAfterCopy(ALuint source, ALenum state, ALint frame) {
+        Copy();
+        EXPECT_EQ(static_cast<ALenum>(Rendered(source).state), state);
+        EXPECT_EQ(Rendered(source).queueIndex, static_cast<std::uint32_t>(frame) / 100);
+        EXPECT_EQ(Rendered(source).position, static_cast<std::uint64_t>(frame) % 100 << 16);
+    }
+
+    void ExpectForBoth(ALuint source, ALenum state, ALint frame) {
+        ExpectForTheGame(source, state, frame);
+        ExpectAfterCopy(source, state, frame);
+    }
+
+    float& InterpolatorMemory(ALuint source) {
+        return context->snapshot.sourceStates[source - 1].previousFrame[0];
     }
 };
 
-TEST_P(StateMachine, Call_BringsGameAndRendererToTheSameState) {
-    const auto& [transition, isSuspended] = GetParam();
-    const ALuint source = MakeIn(transition.from);
-    context->snapshot.sourceStates[source - 1].previousFrame[0] = 1;
+// ---- States ----
 
-    if (isSuspended) Suspend();
-    transition.make(source);
-    EXPECT_EQ(Get(source, AL_SOURCE_STATE), transition.to);
-    EXPECT_EQ(Get(source, AL_SAMPLE_OFFSET), transition.offset);
-    if (isSuspended) Resume();
-    Copy();
-
+TEST_F(PlayCalls, StateCall_BringsGameAndRendererToTheSameState) {
+    constexpr ALint placed = 107;  // where the source stands before the call
+    const struct {
+        void (*call)(ALuint);
+        ALenum from, to;
+        ALint frame;
+        bool restarts;
+    } transitions[] = {
+        {alSourcePlay, AL_INITIAL, AL_PLAYING, placed, true},
+        {alSourcePlay, AL_PLAYING, AL_PLAYING, 0, true},
+        {alSourcePlay, AL_PAUSED, AL_PLAYING, placed, true},
+        {alSourcePlay, AL_STOPPED, AL_PLAYING, placed, true},
+        {alSourceStop, AL_INITIAL, AL_INITIAL, placed, false},
+        {alSourceStop, AL_PLAYING, AL_STOPPED, 0, false},
+        {alSourceStop, AL_PAUSED, AL_STOPPED, 0, false},
+        {alSourceStop, AL_STOPPED, AL_STOPPED, placed, false},
+        {alSourceRewind, AL_INITIAL, AL_INITIAL, placed, false},
+        {alSourceRewind, AL_PLAYING, AL_INITIAL, 0, false},
+        {alSourceRewind, AL_PAUSED, AL_INITIAL, 0, false},
+        {alSourceRewind, AL_STOPPED, AL_INITIAL, 0, false},
+        {alSourcePause, AL_INITIAL, AL_INITIAL, placed, false},
+        {alSourcePause, AL_PLAYING, AL_PAUSED, placed, false},
+        {alSourcePause, AL_PAUSED, AL_PAUSED, placed, false},
+        {alSourcePause, AL_STOPPED, AL_STOPPED, placed, false},
+    };
+    for (const auto& row : transitions)
+        for (const bool isSuspended : {false, true}) {
+            SCOPED_TRACE(testing::Message() << "row " << &row - transitions << ", suspended " << isSuspended);
+            const ALuint source = MakeIn(row.from, placed);
+            InterpolatorMemory(source) = 1;
+            if (isSuspended) Suspend();
+            row.call(source);
+            ExpectForTheGame(source, row.to, row.frame);
+            if (isSuspended) Resume();
+            ExpectAfterCopy(source, row.to, row.frame);
+            EXPECT_EQ(InterpolatorMemory(source), row.restarts ? 0 : 1);
+        }
     EXPECT_EQ(alGetError(), AL_NO_ERROR);
-    EXPECT_EQ(Get(source, AL_SOURCE_STATE), transition.to);
-    EXPECT_EQ(static_cast<ALenum>(Rendered(source).state), transition.to);
-    EXPECT_EQ(Rendered(source).position >> 16, static_cast<std::uint64_t>(transition.offset));
-    EXPECT_EQ(MemoryIsClean(source), transition.restarts);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, StateMachine, testing::Combine(testing::ValuesIn(transitions), testing::Bool()),
-                         [](const auto& test) {
-                             const Transition& transition = std::get<0>(test.param);
-                             return transition.call + NameOf(transition.from) +
-                                    (std::get<1>(test.param) ? "Suspended" : "");
-                         });
-
-// ---- The game and the renderer at once ----
-
-class PlayCalls : public SourceFixture {};
-
-TEST_F(PlayCalls, PlayWithoutABuffer_DoesNothing) {
-    const ALuint source = MakeSource();
-    alSourcePlay(source);
-    EXPECT_EQ(Get(source, AL_SOURCE_STATE), AL_INITIAL);
-    EXPECT_EQ(alGetError(), AL_NO_ERROR);
+TEST_F(PlayCalls, PlayOfAList_WithOneBadNameChangesNoSource) {
+    const ALuint names[] = {MakeStream(1), New(alGenSources), 99};
+    ExpectCodes({{AL_INVALID_NAME, [&] { alSourcePlayv(3, names); }}});
+    ExpectForTheGame(names[0], AL_INITIAL, 0);
+    ExpectCodes({{AL_NO_ERROR, [&] { alSourcePlayv(2, names); }}});
+    ExpectForTheGame(names[0], AL_PLAYING, 0);
+    ExpectForTheGame(names[1], AL_INITIAL, 0);  // it has no buffer
 }
 
-TEST_F(PlayCalls, ListWithOneBadName_ChangesNoSource) {
-    const ALuint names[] = {MakeStream(1), MakeStream(1), 99};
-    alSourcePlayv(3, names);
-    EXPECT_EQ(alGetError(), AL_INVALID_NAME);
-    EXPECT_EQ(Get(names[0], AL_SOURCE_STATE), AL_INITIAL);
-    const ALuint twice[] = {names[0], names[0]};
-    alSourcePlayv(2, twice);
-    EXPECT_EQ(alGetError(), AL_NO_ERROR);
-    EXPECT_EQ(Get(names[0], AL_SOURCE_STATE), AL_PLAYING);
+TEST_F(PlayCalls, EndOfData_StopsTheSourceUnlessTheGamePlaysItInThatBlock) {
+    for (const auto& [call, state] :
+         {std::pair(&alSourcePause, AL_STOPPED), std::pair(&alSourcePlay, AL_PLAYING)}) {
+        const ALuint source = MakePlaying(2, 100);
+        RenderTo(source, 0);
+        Rendered(source).state = goal::SourceState::Stopped;
+        call(source);
+        Merge();
+        ExpectForTheGame(source, state, 0);
+        ExpectAfterCopy(source, state, 0);
+    }
 }
 
-TEST_F(PlayCalls, EndOfData_StopsTheSourceForTheGame) {
-    const ALuint source = MakeStream(2);
-    alSourcePlay(source);
-    Copy();
-    RenderToTheEnd(source);
-    alSourcef(source, AL_GAIN, 0.25F);
-    Merge();
-    EXPECT_EQ(Get(source, AL_SOURCE_STATE), AL_STOPPED);
-    EXPECT_EQ(Get(source, AL_BUFFERS_PROCESSED), 2);
-    Copy();
-    EXPECT_EQ(Rendered(source).gain, 0.25F);
-}
+// ---- Calls during a block ----
 
-TEST_F(PlayCalls, PlayInTheBlockInWhichTheDataEnd_PlaysAgain) {
-    const ALuint source = MakeStream(1);
-    alSourcePlay(source);
-    Copy();
-    RenderToTheEnd(source);
-    alSourcePlay(source);
-    Merge();
-    EXPECT_EQ(Get(source, AL_SOURCE_STATE), AL_PLAYING);
-    Copy();
-    EXPECT_EQ(Rendered(source).state, SourceState::Playing);
-}
-
-TEST_F(PlayCalls, PauseInTheBlockInWhichTheDataEnd_IsStopped) {
-    const ALuint source = MakeStream(1);
-    alSourcePlay(source);
-    Copy();
-    RenderToTheEnd(source);
-    alSourcePause(source);
-    Merge();
-    EXPECT_EQ(Get(source, AL_SOURCE_STATE), AL_STOPPED);
-}
-
-TEST_F(PlayCalls, OffsetInTheMiddleOfABlock_WinsOverTheRenderer) {
-    const ALuint source = MakeStream(3);
-    alSourcePlay(source);
-    Copy();
-    RenderTo(source, 1, 50);
-    alSourcei(source, AL_SAMPLE_OFFSET, 210);
-    Merge();
-    EXPECT_EQ(Get(source, AL_SAMPLE_OFFSET), 210);
-    Copy();
-    EXPECT_EQ(Rendered(source).queueIndex, 2u);
-    EXPECT_EQ(Rendered(source).position, 10u << 16);
-}
-
-TEST_F(PlayCalls, UnqueueDuringABlock_ShiftsTheRenderersIndex) {
-    const ALuint source = MakeStream(6);
-    alSourcePlay(source);
-    Block(source, 2, 10);
-    Copy();
+TEST_F(PlayCalls, UnqueueDuringABlock_ShiftsTheRenderersPlaceAndAnOffsetVoidsIt) {
+    const ALuint source = MakePlaying(6, 210);
     ALuint names[2] = {0, 0};
     alSourceUnqueueBuffers(source, 2, names);
-    RenderTo(source, 4, 20);
+    RenderTo(source, 420);
     Merge();
-    EXPECT_EQ(Get(source, AL_BUFFERS_PROCESSED), 2);
-    EXPECT_EQ(Get(source, AL_SAMPLE_OFFSET), 220);
-    Copy();
-    EXPECT_EQ(Rendered(source).queueIndex, 2u);
+    ExpectForBoth(source, AL_PLAYING, 220);
     EXPECT_EQ(Rendered(source).queue.size, 4u);
-}
-
-TEST_F(PlayCalls, NameDeletedAndMadeAgainBetweenBlocks_IsANewSource) {
-    const ALuint source = MakeStream(2);
-    alSourcef(source, AL_GAIN, 0.5F);
-    alSourcePlay(source);
-    Block(source, 1, 30);
-    alDeleteSources(1, &source);
-    ASSERT_EQ(MakeSource(), source);
-    const ALuint buffer = MakeBuffer(10);
-    alSourcei(source, AL_BUFFER, static_cast<ALint>(buffer));
-    alSourcePlay(source);
-    context->snapshot.sourceStates[source - 1].previousFrame[0] = 1;
-    Copy();
-    EXPECT_EQ(Rendered(source).gain, 1);
-    EXPECT_EQ(Rendered(source).position, 0u);
-    EXPECT_EQ(Rendered(source).queueIndex, 0u);
-    ASSERT_EQ(Rendered(source).queue.size, 1u);
-    EXPECT_EQ(Rendered(source).queue[0]->name, buffer);
-    EXPECT_EQ(context->snapshot.sourceStates[source - 1].previousFrame[0], 0);
-}
-
-TEST_F(PlayCalls, NameDeletedAndMadeAgainDuringABlock_KeepsNothingOfTheOldSource) {
-    const ALuint source = MakeStream(2);
-    alSourcePlay(source);
-    Copy();
-    RenderTo(source, 1, 30);
-    alDeleteSources(1, &source);
-    ASSERT_EQ(MakeSource(), source);
+    RenderTo(source, 250);
+    alSourcei(source, AL_SAMPLE_OFFSET, 310);
     Merge();
-    EXPECT_EQ(Get(source, AL_SOURCE_STATE), AL_INITIAL);
-    EXPECT_EQ(Get(source, AL_BUFFERS_QUEUED), 0);
+    ExpectForBoth(source, AL_PLAYING, 310);
 }
 
-TEST_F(PlayCalls, WhileSuspended_TheGameStillSeesTheRendererMove) {
-    const ALuint source = MakeStream(2);
+TEST_F(PlayCalls, NameDeletedAndMadeAgain_IsANewSource) {
+    const ALuint source = MakePlaying(2, 130);
+    alDeleteSources(1, &source);
+    ASSERT_EQ(MakeStream(1), source);
     alSourcePlay(source);
-    Block(source, 0, 5);
-    Suspend();
-    Block(source, 1, 25);
-    EXPECT_EQ(Get(source, AL_SAMPLE_OFFSET), 125);
-    EXPECT_EQ(Get(source, AL_BUFFERS_PROCESSED), 1);
+    InterpolatorMemory(source) = 1;
+    ExpectAfterCopy(source, AL_PLAYING, 0);
+    EXPECT_EQ(Rendered(source).queue.size, 1u);
+    EXPECT_EQ(InterpolatorMemory(source), 0);
 }
 
-TEST_F(PlayCalls, PauseWhileSuspended_ActsAtOnceAndPlayGoesOnFromThere) {
-    const ALuint source = MakeStream(2);
-    alSourcePlay(source);
-    Block(source, 0, 5);
+// ---- While suspended ----
+
+TEST_F(PlayCalls, WhileSuspended_PausesActAtOnceAndPlaysAndStopsAfterwards) {
+    const ALuint source = MakePlaying(2, 5);
     Suspend();
+    Block(source, 125);
+    ExpectForTheGame(source, AL_PLAYING, 125);
     alSourcePause(source);
-    Copy();
-    EXPECT_EQ(Rendered(source).state, SourceState::Paused);
+    ExpectAfterCopy(source, AL_PAUSED, 125);
     Merge();
-
     alSourcePlay(source);
-    EXPECT_EQ(Get(source, AL_SOURCE_STATE), AL_PLAYING);
-    Copy();
-    EXPECT_EQ(Rendered(source).state, SourceState::Paused);
+    ExpectForTheGame(source, AL_PLAYING, 125);
+    ExpectAfterCopy(source, AL_PAUSED, 125);
     Merge();
     Resume();
-    Copy();
-    EXPECT_EQ(Rendered(source).state, SourceState::Playing);
-    EXPECT_EQ(Rendered(source).position, 5u << 16);
-}
-
-TEST_F(PlayCalls, StopWhileSuspended_IsHeardOnlyAfterTheEnd) {
-    const ALuint source = MakeStream(1);
-    alSourcePlay(source);
-    Block(source, 0, 5);
+    ExpectAfterCopy(source, AL_PLAYING, 125);
     Suspend();
     alSourceStop(source);
-    Block(source, 0, 9);
-    EXPECT_EQ(Rendered(source).state, SourceState::Playing);
-    EXPECT_EQ(Get(source, AL_SOURCE_STATE), AL_STOPPED);
+    Block(source, 130);
+    ExpectForTheGame(source, AL_STOPPED, 0);
+    ExpectAfterCopy(source, AL_PLAYING, 130);
     Resume();
-    Copy();
-    EXPECT_EQ(Rendered(source).state, SourceState::Stopped);
-    EXPECT_EQ(Rendered(source).position, 0u);
+    ExpectAfterCopy(source, AL_STOPPED, 0);
 }
 
 // A stream must not run dry because the game holds back other changes.
 TEST_F(PlayCalls, QueueCallsWhileSuspended_ReachTheRendererAtOnce) {
-    const ALuint source = MakeStream(3);
-    alSourcePlay(source);
-    Block(source, 2, 5);
+    const ALuint source = MakePlaying(3, 205), more = MakeBuffer(100);
+    ALuint names[2] = {};
     Suspend();
-    const ALuint more = MakeBuffer(100);
     alSourceQueueBuffers(source, 1, &more);
-    ALuint names[2] = {0, 0};
     alSourceUnqueueBuffers(source, 2, names);
-    EXPECT_EQ(alGetError(), AL_NO_ERROR);
-    Copy();
+    ExpectAfterCopy(source, AL_PLAYING, 5);
     ASSERT_EQ(Rendered(source).queue.size, 2u);
     EXPECT_EQ(Rendered(source).queue[1]->name, more);
-    EXPECT_EQ(Rendered(source).queueIndex, 0u);
     Merge();
     alSourceStop(source);  // from here on the suspended copy counts, and it has the same queue
     EXPECT_EQ(Get(source, AL_BUFFERS_QUEUED), 2);
@@ -293,253 +196,116 @@ TEST_F(PlayCalls, QueueCallsWhileSuspended_ReachTheRendererAtOnce) {
 }
 
 TEST_F(PlayCalls, SourceMadeWhileSuspended_ReachesTheRendererWhole) {
-    MakeStream(1);
-    Copy();
     Suspend();
     const ALuint source = MakeStream(2);
     alSourcei(source, AL_SAMPLE_OFFSET, 130);
     alSourcePlay(source);
     Copy();
-    EXPECT_EQ(context->snapshot.sources.size, 1u);
+    EXPECT_EQ(context->snapshot.sources.size, 0u);
     Resume();
-    Copy();
-    EXPECT_EQ(Rendered(source).state, SourceState::Playing);
-    EXPECT_EQ(Rendered(source).queueIndex, 1u);
-    EXPECT_EQ(Rendered(source).position, 30u << 16);
-    EXPECT_EQ(Rendered(source).queue.size, 2u);
-}
-
-// The server's copy and merge on a thread of their own, locked as the server locks them.
-class ServerSteps {
-public:
-    ServerSteps(slib::Mutex& apiMutex, goal::Context& context)
-        : thread([this, &apiMutex, &context] {
-              while (!isLeaving) {
-                  {
-                      slib::Lock apiLock(apiMutex);
-                      const slib::Lock lock(context.stateMutex);
-                      apiLock.Release();
-                      goal::CopyToSnapshot(context.snapshot, context.application);
-                  }
-                  const slib::Lock lock(context.stateMutex);
-                  goal::MergeProgress(context.snapshot, context.application);
-              }
-          }) {}
-    ~ServerSteps() {
-        isLeaving = true;
-        thread.join();
-    }
-
-private:
-    std::atomic<bool> isLeaving{false};
-    std::thread thread;
-};
-
-// Has its full worth under the thread sanitizer.
-TEST_F(PlayCalls, CallsBesideTheServer_NeverMeetItInTheSameRecord) {
-    const ALuint source = MakeStream(3);
-    const ALuint playing = MakeStream(1);
-    alSourcePlay(playing);
-    const ALuint buffer = MakeBuffer(50);
-    context->application.filters.append({});
-    const ServerSteps server(process.engine.apiMutex, *context);
-    for (int i = 0; i < 200; ++i) {
-        if (i % 4 == 1) Suspend();
-        for (int call = 0; call < 5; ++call) {
-            alSourcePause(playing);
-            alSourceQueueBuffers(playing, 1, &buffer);
-        }
-        alSourcePlay(playing);
-        alSourcef(source, AL_GAIN, 0.5F);
-        alSourcePlay(source);
-        alSourcei(source, AL_SAMPLE_OFFSET, i % 100);
-        alSourcePause(source);
-        Get(source, AL_BYTE_OFFSET);
-        Get(source, AL_SOURCE_STATE);
-        alSourcei(source, AL_DIRECT_FILTER, 1);
-        alSource3i(source, AL_AUXILIARY_SEND_FILTER, 1, i % 3, 1);
-        alSourceQueueBuffers(source, 1, &buffer);
-        alSourceStop(source);
-        ALuint unqueued = 0;
-        alSourceUnqueueBuffers(source, 1, &unqueued);
-        const ALuint other = MakeSource();
-        alSourcei(other, AL_BUFFER, static_cast<ALint>(buffer));
-        alSourcePlay(other);
-        alDeleteSources(1, &other);
-        if (i % 4 == 3) Resume();
-    }
-    EXPECT_EQ(alGetError(), AL_NO_ERROR);
-    EXPECT_EQ(Get(source, AL_BUFFERS_QUEUED), 3);
+    ExpectAfterCopy(source, AL_PLAYING, 130);
 }
 
 // ---- Queues and AL_BUFFER ----
 
-TEST_F(PlayCalls, Queue_RefusesAListWithOneWrongBufferAndQueuesNone) {
-    const ALuint source = MakeSource();
-    ALuint empty = 0;
-    alGenBuffers(1, &empty);
-    const ALuint good = MakeBuffer(10, 44100);
-    const ALuint wrong[] = {empty, 0, 999, MakeBuffer(10, 22050), MakeBuffer(10, 44100, AL_FORMAT_MONO16)};
-    for (const ALuint buffer : wrong) {
-        const ALuint list[] = {good, buffer};
+TEST_F(PlayCalls, Queue_TakesAllOfAListOrNoneAndCountsEachPlace) {
+    const ALuint source = New(alGenSources), good = MakeBuffer(10, 44100);
+    const ALuint otherRate = MakeBuffer(10, 22050), otherFormat = MakeBuffer(10, 44100, AL_FORMAT_MONO16);
+    for (const ALuint wrong : {New(alGenBuffers), 0u, 999u, otherRate, otherFormat}) {
+        const ALuint list[] = {good, wrong};
         alSourceQueueBuffers(source, 2, list);
-        EXPECT_EQ(alGetError(), AL_INVALID_NAME) << buffer;
+        EXPECT_EQ(alGetError(), AL_INVALID_NAME) << wrong;
     }
-    EXPECT_EQ(Get(source, AL_BUFFERS_QUEUED), 0);
     EXPECT_EQ(Get(source, AL_SOURCE_TYPE), AL_UNDETERMINED);
+    EXPECT_EQ(UseCount(good), 0);
+    ALuint list[] = {good, good};
+    alSourceQueueBuffers(source, 2, list);
+    EXPECT_EQ(UseCount(good), 2);
+    alSourceUnqueueBuffers(source, 1, list);
+    EXPECT_EQ(UseCount(good), 1);
+    alDeleteSources(1, &source);
     EXPECT_EQ(UseCount(good), 0);
 }
 
-TEST_F(PlayCalls, Queue_CountsEachPlaceOfABuffer) {
-    const ALuint source = MakeSource();
-    const ALuint buffer = MakeBuffer(10);
-    const ALuint twice[] = {buffer, buffer};
-    alSourceQueueBuffers(source, 2, twice);
-    EXPECT_EQ(UseCount(buffer), 2);
-    EXPECT_EQ(Get(source, AL_SOURCE_TYPE), AL_STREAMING);
-    ALuint name = 0;
-    alSourceUnqueueBuffers(source, 1, &name);
-    EXPECT_EQ(name, buffer);
-    EXPECT_EQ(UseCount(buffer), 1);
-    alDeleteSources(1, &source);
-    EXPECT_EQ(UseCount(buffer), 0);
-}
-
-TEST_F(PlayCalls, Unqueue_WhilePlaying_RefusesBuffersNotYetPlayed) {
-    const ALuint source = MakeStream(3);
-    alSourcePlay(source);
-    Block(source, 1, 5);
-    ALuint names[3] = {55, 55, 55};
-    alSourceUnqueueBuffers(source, 2, names);
-    EXPECT_EQ(alGetError(), AL_INVALID_OPERATION);
-    EXPECT_EQ(names[0], 55u);
-    alSourcePause(source);
-    alSourceUnqueueBuffers(source, 2, names);
-    EXPECT_EQ(alGetError(), AL_INVALID_OPERATION);
-    alSourceStop(source);
-    alSourceUnqueueBuffers(source, 4, names);
-    EXPECT_EQ(alGetError(), AL_INVALID_OPERATION);
-    alSourceUnqueueBuffers(source, 3, names);
-    EXPECT_EQ(alGetError(), AL_NO_ERROR);
-    EXPECT_EQ(Get(source, AL_BUFFERS_QUEUED), 0);
-    EXPECT_EQ(Get(source, AL_SOURCE_TYPE), AL_STREAMING);
-}
-
-TEST_F(PlayCalls, Unqueue_BeyondTheCurrentBufferOfAStoppedSource_GoesToTheStart) {
-    const ALuint source = MakeStream(4);
-    alSourcei(source, AL_SAMPLE_OFFSET, 150);
-    ALuint names[2] = {0, 0};
-    alSourceUnqueueBuffers(source, 2, names);
-    EXPECT_EQ(Get(source, AL_SAMPLE_OFFSET), 0);
-    Copy();
-    Merge();
-    EXPECT_EQ(Rendered(source).position, 0u);
-    EXPECT_EQ(Get(source, AL_SAMPLE_OFFSET), 0);
-}
-
-TEST_F(PlayCalls, OneBuffer_MakesAStaticSourceThatTakesNoQueue) {
-    const ALuint source = MakeStream(2);
-    const ALuint buffer = MakeBuffer(10);
-    alSourcei(source, AL_SAMPLE_OFFSET, 150);
-    alSourcei(source, AL_BUFFER, static_cast<ALint>(buffer));
-    EXPECT_EQ(Get(source, AL_SOURCE_TYPE), AL_STATIC);
-    EXPECT_EQ(Get(source, AL_BUFFERS_QUEUED), 1);
-    EXPECT_EQ(Get(source, AL_BUFFER), static_cast<ALint>(buffer));
-    EXPECT_EQ(Get(source, AL_SAMPLE_OFFSET), 0);
-    EXPECT_EQ(UseCount(1), 0);
-
-    ALuint names[1] = {buffer};
-    alSourceQueueBuffers(source, 1, names);
-    EXPECT_EQ(alGetError(), AL_INVALID_OPERATION);
-    alSourceUnqueueBuffers(source, 1, names);
-    EXPECT_EQ(alGetError(), AL_INVALID_OPERATION);
-    alSourcei(source, AL_BUFFER, 0);
-    EXPECT_EQ(Get(source, AL_SOURCE_TYPE), AL_UNDETERMINED);
-    EXPECT_EQ(Get(source, AL_BUFFER), 0);
-    EXPECT_EQ(UseCount(buffer), 0);
-    EXPECT_EQ(alGetError(), AL_NO_ERROR);
-}
-
-TEST_F(PlayCalls, OneBuffer_OfAPlayingSourceOrWithoutData_IsRefused) {
-    const ALuint source = MakeStream(1);
-    ALuint empty = 0;
-    alGenBuffers(1, &empty);
-    for (const ALint name : {static_cast<ALint>(empty), 999, -1}) {
-        alSourcei(source, AL_BUFFER, name);
-        EXPECT_EQ(alGetError(), AL_INVALID_VALUE) << name;
-    }
-    alSourcePlay(source);
-    alSourcei(source, AL_BUFFER, 0);
-    EXPECT_EQ(alGetError(), AL_INVALID_VALUE);
-    EXPECT_EQ(Get(source, AL_SOURCE_STATE), AL_PLAYING);
-    EXPECT_EQ(Get(source, AL_BUFFERS_QUEUED), 1);
-}
-
-TEST_F(PlayCalls, ProcessedCount_FollowsStateAndLooping) {
-    const ALuint source = MakeStream(3);
-    alSourcei(source, AL_SAMPLE_OFFSET, 250);
-    EXPECT_EQ(Get(source, AL_BUFFERS_PROCESSED), 0);
-    alSourcePlay(source);
-    EXPECT_EQ(Get(source, AL_BUFFERS_PROCESSED), 2);
-    alSourcei(source, AL_LOOPING, AL_TRUE);
+TEST_F(PlayCalls, Unqueue_TakesOnlyProcessedBuffers) {
+    const ALuint source = MakePlaying(3, 105);
+    ALuint names[4] = {55};
+    EXPECT_EQ(Get(source, AL_BUFFERS_PROCESSED), 1);
+    ExpectCodes({
+        {AL_INVALID_OPERATION, [&] { alSourceUnqueueBuffers(source, 2, names); }},
+        {AL_NO_ERROR, [&] { alSourcei(source, AL_LOOPING, AL_TRUE); }},
+    });
     EXPECT_EQ(Get(source, AL_BUFFERS_PROCESSED), 0);
     alSourceStop(source);
     EXPECT_EQ(Get(source, AL_BUFFERS_PROCESSED), 3);
+    ExpectCodes({{AL_INVALID_OPERATION, [&] { alSourceUnqueueBuffers(source, 4, names); }}});
+    EXPECT_EQ(names[0], 55u);
+    alSourcei(source, AL_SAMPLE_OFFSET, 150);
+    ExpectCodes({{AL_NO_ERROR, [&] { alSourceUnqueueBuffers(source, 2, names); }}});
+    ExpectAfterCopy(source, AL_STOPPED, 0);  // the buffer it stood in is gone
+    EXPECT_EQ(Get(source, AL_SOURCE_TYPE), AL_STREAMING);
+}
+
+TEST_F(PlayCalls, OneBuffer_MakesAStaticSourceThatTakesNoQueue) {
+    const ALuint source = MakeStream(2), empty = New(alGenBuffers);
+    ALuint buffer = MakeBuffer(10);
+    alSourcei(source, AL_SAMPLE_OFFSET, 150);
+    SetBuffer(source, buffer);
+    ExpectForTheGame(source, AL_INITIAL, 0);
+    EXPECT_EQ(Get(source, AL_SOURCE_TYPE), AL_STATIC);
+    EXPECT_EQ(UseCount(1), 0);
+    ExpectCodes({
+        {AL_INVALID_OPERATION, [&] { alSourceQueueBuffers(source, 1, &buffer); }},
+        {AL_INVALID_OPERATION, [&] { alSourceUnqueueBuffers(source, 1, &buffer); }},
+        {AL_INVALID_VALUE, [&] { SetBuffer(source, empty); }},
+        {AL_NO_ERROR, [&] { alSourcePlay(source); }},
+        {AL_INVALID_VALUE, [&] { SetBuffer(source, 0); }},
+        {AL_NO_ERROR, [&] { alSourceStop(source); }},
+    });
+    EXPECT_EQ(UseCount(buffer), 1);
+    SetBuffer(source, 0);
+    EXPECT_EQ(Get(source, AL_SOURCE_TYPE), AL_UNDETERMINED);
+    EXPECT_EQ(UseCount(buffer), 0);
 }
 
 // ---- Offsets ----
 
-TEST_F(PlayCalls, Offsets_AreRefusedOutsideTheQueueAndReadInAllUnits) {
-    const ALuint source = MakeSource();
-    alSourcei(source, AL_SAMPLE_OFFSET, 0);
-    EXPECT_EQ(alGetError(), AL_INVALID_VALUE);  // nothing to stand in
-    const ALuint buffers[] = {MakeBuffer(100, 1000, AL_FORMAT_MONO16),
-                              MakeBuffer(100, 1000, AL_FORMAT_MONO16)};
-    alSourceQueueBuffers(source, 2, buffers);  // 50 frames each
-
-    const float huge = std::numeric_limits<float>::max();
-    const float infinity = std::numeric_limits<float>::infinity();
-    alSourcef(source, AL_SAMPLE_OFFSET, 60);
-    for (const ALenum unit : {AL_SEC_OFFSET, AL_SAMPLE_OFFSET, AL_BYTE_OFFSET}) {
-        for (const float value : {-0.0001F, -1e30F, huge, infinity, -infinity, std::nanf(""), 200.0F}) {
-            alSourcef(source, unit, value);
-            EXPECT_EQ(alGetError(), AL_INVALID_VALUE) << unit << " " << value;
-        }
-        alSourcei(source, unit, -1);
-        EXPECT_EQ(alGetError(), AL_INVALID_VALUE) << unit;
+TEST_F(PlayCalls, Offsets_StandAtTheFrameTheyNameInEachUnit) {
+    const ALuint two[] = {MakeBuffer(200, 1000, AL_FORMAT_MONO16), MakeBuffer(200, 1000, AL_FORMAT_MONO16)};
+    const ALuint source = New(alGenSources);
+    alSourceQueueBuffers(source, 2, two);
+    const std::tuple<ALenum, float, ALint> rows[] = {
+        {AL_SAMPLE_OFFSET, 99.9F, 99}, {AL_SAMPLE_OFFSET, 100, 100}, {AL_SEC_OFFSET, 0.0416F, 42},
+        {AL_BYTE_OFFSET, 199, 99},     {AL_BYTE_OFFSET, 200, 100},   {AL_SEC_OFFSET, 0.16F, 160},
+    };
+    for (const auto& [unit, offset, frame] : rows) {
+        float seconds = 0;
+        alSourcef(source, unit, offset);
+        alGetSourcef(source, AL_SEC_OFFSET, &seconds);
+        ExpectForBoth(source, AL_INITIAL, frame);
+        EXPECT_EQ(Get(source, AL_BYTE_OFFSET), 2 * frame);
+        EXPECT_EQ(Get(source, AL_BUFFER), static_cast<ALint>(two[frame / 100]));
+        EXPECT_FLOAT_EQ(seconds, static_cast<float>(frame) * 0.001F);
     }
-    float seconds = 0;
-    alGetSourcef(source, AL_SEC_OFFSET, &seconds);
-    EXPECT_FLOAT_EQ(seconds, 0.060F);
-    EXPECT_EQ(Get(source, AL_SAMPLE_OFFSET), 60);
-    EXPECT_EQ(Get(source, AL_BYTE_OFFSET), 120);
-    EXPECT_EQ(Get(source, AL_BUFFER), static_cast<ALint>(buffers[1]));
-    EXPECT_EQ(alGetError(), AL_NO_ERROR);
 }
 
-TEST_F(PlayCalls, Offsets_InSecondsRoundToFramesAndInBytesCutToThem) {
-    const ALuint source = MakeSource();
-    const ALuint buffer = MakeBuffer(200, 1000, AL_FORMAT_MONO16);
-    alSourcei(source, AL_BUFFER, static_cast<ALint>(buffer));
-    alSourcef(source, AL_SEC_OFFSET, 0.0416F);
-    EXPECT_EQ(Get(source, AL_SAMPLE_OFFSET), 42);
-    EXPECT_EQ(Get(source, AL_SEC_OFFSET), 0);
-    alSourcei(source, AL_BYTE_OFFSET, 199);
-    EXPECT_EQ(Get(source, AL_SAMPLE_OFFSET), 99);
-    alSourcei(source, AL_BYTE_OFFSET, 200);
-    EXPECT_EQ(alGetError(), AL_INVALID_VALUE);
+TEST_F(PlayCalls, Offsets_OutsideTheQueue_AreRefused) {
+    const ALuint source = MakeStream(2), withoutQueue = New(alGenSources);
+    alSourcef(source, AL_SAMPLE_OFFSET, 60);
+    for (const ALenum unit : {AL_SEC_OFFSET, AL_SAMPLE_OFFSET, AL_BYTE_OFFSET})
+        for (const float offset : {-0.0001F, -1e30F, FLT_MAX, HUGE_VALF, -HUGE_VALF, std::nanf(""), 200.0F})
+            ExpectCodes({{AL_INVALID_VALUE, [&] { alSourcef(source, unit, offset); }}});
+    ExpectCodes({{AL_INVALID_VALUE, [&] { alSourcei(withoutQueue, AL_SAMPLE_OFFSET, 0); }}});
+    ExpectForTheGame(source, AL_INITIAL, 60);
 }
 
 TEST_F(PlayCalls, ByteOffset_OfACompressedBuffer_StaysInsideItsFrames) {
-    const ALuint source = MakeSource();
-    const ALuint buffer = MakeBuffer(360, 1000, AL_FORMAT_MONO_IMA4);  // 10 blocks, 650 frames
-    alSourcei(source, AL_BUFFER, static_cast<ALint>(buffer));
-    alSourcei(source, AL_BYTE_OFFSET, 104);
-    EXPECT_EQ(Get(source, AL_SAMPLE_OFFSET), 200);
-    EXPECT_EQ(Get(source, AL_BYTE_OFFSET), 104);
-    alSourcei(source, AL_BYTE_OFFSET, 359);
-    EXPECT_EQ(alGetError(), AL_NO_ERROR);
-    EXPECT_EQ(Get(source, AL_SAMPLE_OFFSET), 649);
+    const ALuint source = New(alGenSources);
+    SetBuffer(source, MakeBuffer(360, 1000, AL_FORMAT_MONO_IMA4));  // 10 blocks, 650 frames
+    for (const auto& [byte, frame] : {std::pair(104, 200), std::pair(359, 649)}) {
+        alSourcei(source, AL_BYTE_OFFSET, byte);
+        EXPECT_EQ(Get(source, AL_SAMPLE_OFFSET), frame);
+    }
 }
 
 }  // namespace

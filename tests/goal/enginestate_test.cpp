@@ -9,22 +9,25 @@
 namespace goal {
 namespace {
 
+using enum SourceState;
+
 class EngineState : public testing::Test {
 protected:
     // A source that the snapshot has as Playing in its third buffer.
     EngineState() {
         application.sources.append(Source());
         Copy();
-        source().state = SourceState::Playing;
+        source().state = Playing;
         source().queueIndex = 2;
         source().stateChanged = true;
-        Touch();
-        Copy();
+        CopyTouched();
     }
 
     void Copy() { CopyToSnapshot(snapshot, application); }
-    void Merge() { MergeProgress(snapshot, application); }
-    void Touch() { application.touched.Insert(0); }
+    void CopyTouched() {
+        application.touched.Insert(0);
+        Copy();
+    }
     Source& source() { return application.sources[0]; }
     Source& rendered() { return snapshot.sources[0]; }
     SourceRendererState& memory() { return snapshot.sourceStates[0]; }
@@ -33,30 +36,21 @@ protected:
     RenderSnapshot snapshot;
 };
 
-TEST_F(EngineState, Copy_OfAnUntouchedSource_LeavesTheSnapshotAlone) {
-    rendered().position = 77;
-    memory().direct.gain = 0.25F;
-    Copy();
-    EXPECT_EQ(rendered().position, 77U);
-    EXPECT_EQ(memory().direct.gain, 0.25F);
-}
-
 TEST_F(EngineState, Copy_RestartsMemoryForAPlayAndNotForAPauseOrAParameter) {
     struct Case {
         SourceState state;
-        bool stateChanged;
-        bool isReset;
+        bool stateChanged, isReset;
     };
-    for (const auto& [state, stateChanged, isReset] :
-         {Case{SourceState::Playing, true, true}, Case{SourceState::Paused, false, false},
-          Case{SourceState::Stopped, true, false}, Case{SourceState::Playing, false, false}}) {
+    for (const auto& [state, stateChanged, isReset] : {Case{Playing, true, true},
+                                                       {Paused, false, false},
+                                                       {Stopped, true, false},
+                                                       {Playing, false, false}}) {
         memory().direct.gain = 0.25F;
         source().state = state;
         source().stateChanged = stateChanged;
         source().parametersDirty = true;
         source().gain = 0.5F;
-        Touch();
-        Copy();
+        CopyTouched();
         EXPECT_EQ(memory().direct.gain, isReset ? 1 : 0.25F);
         EXPECT_EQ(rendered().gain, 0.5F);
         EXPECT_EQ(rendered().state, state);
@@ -64,44 +58,40 @@ TEST_F(EngineState, Copy_RestartsMemoryForAPlayAndNotForAPauseOrAParameter) {
     }
 }
 
-TEST_F(EngineState, Copy_OfANameDeletedAndTakenAnewBetweenTwoBlocks_IsANewSource) {
+TEST_F(EngineState, Copy_LeavesAnUntouchedSourceAndBringsANewOneForANameTakenAnew) {
     memory().direct.gain = 0.25F;
     rendered().position = 77;
+    Copy();  // of an untouched source
+    EXPECT_EQ(rendered().position, 77U);
+    EXPECT_EQ(memory().direct.gain, 0.25F);
     source() = Source();
-    Touch();
-    Copy();
+    CopyTouched();
     EXPECT_EQ(rendered().position, 0U);
-    EXPECT_EQ(rendered().state, SourceState::Initial);
+    EXPECT_EQ(rendered().state, Initial);
     source().deleted = true;
-    Touch();
-    Copy();
+    CopyTouched();
     source() = Source();
-    source().state = SourceState::Playing;
-    Touch();
-    Copy();
+    source().state = Playing;
+    CopyTouched();
     EXPECT_FALSE(rendered().deleted);
     EXPECT_EQ(memory().direct.gain, 1);
     EXPECT_TRUE(snapshot.playing.Contains(0));
 }
 
 TEST_F(EngineState, Copy_KeepsOneMemoryForEachSend) {
-    source().sends.resizePreserving(2, {});
-    source().parametersDirty = true;
-    Touch();
-    Copy();
-    memory().sends[0].gain = 0.5F;
-    source().sends.resizePreserving(1, {});
-    source().parametersDirty = true;
-    Touch();
-    Copy();
-    ASSERT_EQ(memory().sends.size, 1U);
-    EXPECT_EQ(memory().sends[0].gain, 0.5F);
+    for (const std::uint32_t count : {2U, 1U}) {
+        source().sends.resizePreserving(count, {});
+        source().parametersDirty = true;
+        CopyTouched();
+        ASSERT_EQ(memory().sends.size, count);
+        EXPECT_EQ(memory().sends[0].gain, count == 2 ? 1 : 0.5F);
+        memory().sends[0].gain = 0.5F;
+    }
 }
 
 struct MergeCase {
     SourceState rendered;
-    std::uint32_t renderedIndex;
-    std::uint32_t unqueued;
+    std::uint32_t renderedIndex, unqueued;
     bool stateChanged;
     SourceState state;
     std::uint32_t index;
@@ -117,20 +107,20 @@ TEST_P(MergeTest, Merge_BringsBackWhatTheRendererMovedUnlessTheGameHasSpoken) {
     source().queueIndex = 2 - GetParam().unqueued;
     source().stateChanged = GetParam().stateChanged;
     source().gain = 0.5F;
-    Merge();
+    MergeProgress(snapshot, application);
     EXPECT_EQ(source().state, GetParam().state);
     EXPECT_EQ(source().queueIndex, GetParam().index);
     EXPECT_EQ(source().position, GetParam().stateChanged ? 0U : 5U << 16);
     EXPECT_EQ(source().gain, 0.5F);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Blocks, MergeTest,
-    testing::Values(MergeCase{SourceState::Playing, 4, 0, false, SourceState::Playing, 4},
-                    MergeCase{SourceState::Playing, 4, 2, false, SourceState::Playing, 2},
-                    MergeCase{SourceState::Stopped, 0, 0, false, SourceState::Stopped, 0},
-                    MergeCase{SourceState::Stopped, 0, 2, false, SourceState::Stopped, 0},
-                    MergeCase{SourceState::Stopped, 0, 0, true, SourceState::Playing, 2}));
+const MergeCase mergeCases[] = {
+    {Playing, 4, 0, false, Playing, 4},
+    {Playing, 4, 2, false, Playing, 2},
+    {Stopped, 0, 2, false, Stopped, 0},
+    {Stopped, 0, 0, true, Playing, 2},
+};
+INSTANTIATE_TEST_SUITE_P(Blocks, MergeTest, testing::ValuesIn(mergeCases));
 
 TEST_F(EngineState, Slots_HaveTheirOwnEffectInEachRecord) {
     application.slots.append({});
@@ -145,7 +135,8 @@ TEST_F(EngineState, Slots_HaveTheirOwnEffectInEachRecord) {
     application.slots[0].dirty = true;
     Copy();
     EXPECT_EQ(snapshot.slots[0].gain, 0.5F);
-    EXPECT_EQ(snapshot.slots[0].effect.Get(), first);  // assigned in place: the running effect keeps its state
+    // Assigned in place: the running effect keeps its state.
+    EXPECT_EQ(snapshot.slots[0].effect.Get(), first);
 }
 
 TEST_F(EngineState, EndSuspend_BringsOverWhatChangedAndKeepsWhatTheRendererMoved) {
@@ -157,11 +148,9 @@ TEST_F(EngineState, EndSuspend_BringsOverWhatChangedAndKeepsWhatTheRendererMoved
     suspended.sources.append(Source());
     suspended.listenerGain = 0.25F;
     rendered().position = 9 << 16;
-    Merge();
+    MergeProgress(snapshot, application);
     EndSuspend(suspended, application);
-    EXPECT_EQ(source().gain, 0.5F);
     EXPECT_EQ(source().position, 9U << 16);
-    EXPECT_EQ(application.listenerGain, 0.25F);
     Copy();
     EXPECT_EQ(snapshot.sources.size, 2U);
     EXPECT_EQ(rendered().gain, 0.5F);

@@ -1,5 +1,5 @@
 // Another process that writes into the user's store while a test reads it.
-// Usage: storewriter log NAME COUNT     writes the lines "0" to "COUNT - 1" under that program's name
+// Usage: storewriter NAME COUNT         writes the lines "0" to "COUNT - 1" under that program's name
 //        storewriter document COUNT     stores that many documents, of 100 "a" and of 5,000 "b" in turn
 
 #include <cstdlib>
@@ -9,16 +9,13 @@
 #include "orb3core/registrylog.h"
 
 int main(int argc, char** argv) {
-    if (argc == 4 && argv[1] == std::string("log")) {
-        ggui::RegistryLog log(orb3::storeRoot, argv[2]);
-        for (int i = 0; i < std::atoi(argv[3]); ++i)
+    if (argc != 3) return 2;
+    const std::string name = argv[1];
+    ggui::RegistryLog log(orb3::storeRoot, name);
+    for (int i = 0; i < std::atoi(argv[2]); ++i) {
+        if (name != "document")
             log.Write(std::to_string(i), false);
-        return 0;
-    }
-    if (argc == 3 && argv[1] == std::string("document")) {
-        for (int i = 0; i < std::atoi(argv[2]); ++i)
+        else
             orb3::WriteSpeakerConfiguration(i % 2 == 0 ? std::string(100, 'a') : std::string(5000, 'b'));
-        return 0;
     }
-    return 2;
 }

@@ -1,11 +1,13 @@
 #pragma once
 
-// A current context without a server: a test makes the calls of a game and drives the server's copy and merge by
-// hand. For tests that link the exported calls statically.
+// A current context without a server: a test makes the calls of a game and drives the server's copy, render
+// and merge by hand. For tests that link the exported calls statically.
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
+#include <vector>
 
 #include "AL/tessarune.h"
 #include "app/goaldll/process.h"
@@ -13,23 +15,79 @@
 
 namespace testing_support {
 
+/// The code that alGetError has to give after a call.
+struct CodeOfCall {
+    ALenum code;
+    std::function<void()> call;
+};
+
 class ContextFixture : public testing::Test {
 protected:
     ContextFixture() {
-        process.engine.device.context = context.get();
-        process.currentContext = context.get();
+        process.engine.device.context = process.currentContext = context.get();
         alGetError();
         alcGetError(nullptr);
     }
 
     ~ContextFixture() override {
-        process.engine.device.context = nullptr;
-        process.currentContext = nullptr;
+        process.engine.device.context = process.currentContext = nullptr;
         context.reset();
         process.engine.device.bufferPool.Clear();
+        const slib::Lock lock(process.engine.configuration.configurationMutex);
+        process.engine.configuration.Unload();
     }
 
-    /// What the server does before a block.
+    // ---- The game ----
+
+    /// Makes the calls in their order.
+    static void ExpectCodes(const std::vector<CodeOfCall>& rows) {
+        for (const CodeOfCall& row : rows) {
+            row.call();
+            EXPECT_EQ(alGetError(), row.code) << "row " << &row - rows.data();
+        }
+    }
+
+    /// One new name of alGenSources or a sister of it.
+    static ALuint New(void (*gen)(ALsizei, ALuint*)) {
+        ALuint name = 0;
+        gen(1, &name);
+        return name;
+    }
+
+    /// 8-bit mono: as many bytes as frames.
+    static ALuint MakeBuffer(ALsizei bytes, ALsizei frequency = 1000, ALenum format = AL_FORMAT_MONO8) {
+        const ALuint name = New(alGenBuffers);
+        const std::vector<unsigned char> data(static_cast<std::size_t>(bytes), 128);
+        alBufferData(name, format, data.data(), bytes, frequency);
+        return name;
+    }
+
+    /// A source with that many buffers of 100 frames in its queue.
+    static ALuint MakeStream(int buffers) {
+        const ALuint source = New(alGenSources);
+        for (int i = 0; i < buffers; ++i) {
+            const ALuint buffer = MakeBuffer(100);
+            alSourceQueueBuffers(source, 1, &buffer);
+        }
+        return source;
+    }
+
+    static void SetBuffer(ALuint source, ALuint buffer) {
+        alSourcei(source, AL_BUFFER, static_cast<ALint>(buffer));
+    }
+
+    static ALint Get(ALuint source, ALenum parameter) {
+        ALint value = -77;
+        alGetSourcei(source, parameter, &value);
+        return value;
+    }
+
+    void Suspend() { alcSuspendContext(reinterpret_cast<ALCcontext*>(context.get())); }
+    void Resume() { alcProcessContext(reinterpret_cast<ALCcontext*>(context.get())); }
+
+    // ---- The server ----
+
+    /// What it does before a block.
     void Copy() {
         goal::MarkBufferUsage(*context);
         goal::CopyToSnapshot(context->snapshot, context->application);
@@ -38,11 +96,14 @@ protected:
         context->snapshot.deletedBuffers.clear();
     }
 
-    /// What the server does after a block.
+    /// What it does after a block.
     void Merge() { goal::MergeProgress(context->snapshot, context->application); }
 
-    /// A source of the snapshot, by the game's name for it.
-    goal::Source& Rendered(ALuint name) { return context->snapshot.sources[name - 1]; }
+    // ---- What the engine holds under a name ----
+
+    goal::Source& Rendered(ALuint source) { return context->snapshot.sources[source - 1]; }
+    goal::Buffer* Stored(ALuint buffer) { return process.engine.device.bufferPool.slots[buffer - 1].buffer; }
+    std::int32_t UseCount(ALuint buffer) { return Stored(buffer)->useCount; }
 
     TemporaryStore store;
     goal::Process& process = goal::TheProcess();
