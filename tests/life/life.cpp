@@ -22,6 +22,11 @@
 #include "AL/alc.h"
 #include "temporaryfolder.h"
 
+// Never destroyed, since the process may end on another thread. Of external linkage, so that it holds what it
+// points to in the eyes of a leak checker.
+extern testing_support::TemporaryStore* store;
+testing_support::TemporaryStore* store = nullptr;
+
 namespace {
 
 [[noreturn]] void Fail(const std::string& text) {
@@ -187,10 +192,8 @@ const std::map<std::string, std::function<void(const char*)>> modes{
 
 int main(int argumentCount, char** arguments) {
     Check(argumentCount == 3 && modes.contains(arguments[1]), "Usage: life MODE LIBRARY");
-    // Never destroyed, since the process may end on another thread.
-    auto* const store = new testing_support::TemporaryStore;
+    store = new testing_support::TemporaryStore;
     std::atexit([] { std::filesystem::remove_all(std::filesystem::path(getenv("XDG_CONFIG_DIRS")).parent_path()); });
-    Check(store != nullptr, "");
     CheckNoThreadIsLeft();  // counts what there is without the library
     modes.at(arguments[1])(arguments[2]);
     return 0;
