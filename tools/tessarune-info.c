@@ -1,5 +1,5 @@
-/* Opens the device as a game does, makes a context, asks everything that can be asked about both, and prints it.
- * Shows at a glance whether a set-up works. Exit code 0 when a context could be made, else 1. */
+/* Opens the device as a game does, makes a context, asks everything that can be asked about both, and prints
+ * it. Shows at a glance whether a set-up works. Exit code 0 when a context could be made, else 1. */
 
 #include <stdio.h>
 #include <string.h>
@@ -68,7 +68,8 @@ static int explainFailure(ALCdevice* device) {
     const ALCenum code = alcGetError(device);
     fprintf(stderr,
             "No context could be made: %s\n"
-            "The reason stands in the log, under [Log] in HollowbrookLabs/store.conf of your configuration folder\n"
+            "The reason stands in the log, under [Log] in HollowbrookLabs/store.conf of your configuration "
+            "folder\n"
             "(usually ~/.config).\n",
             alcGetString(device, code));
     return 1;

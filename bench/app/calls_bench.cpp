@@ -19,7 +19,8 @@ public:
     Game() {
         const std::filesystem::path folder = std::filesystem::temp_directory_path() / "tessarune-calls-bench";
         std::filesystem::create_directories(folder / "HollowbrookLabs");
-        std::ofstream(folder / "HollowbrookLabs" / "store.conf") << "[Formats]\nAFL=" << folder.string() << "\n";
+        std::ofstream(folder / "HollowbrookLabs" / "store.conf")
+            << "[Formats]\nAFL=" << folder.string() << "\n";
         setenv("XDG_CONFIG_HOME", folder.c_str(), 1);
         setenv("XDG_CONFIG_DIRS", folder.c_str(), 1);
         context = alcCreateContext(alcOpenDevice(nullptr), nullptr);
@@ -92,11 +93,14 @@ void DistributionOfCallTimes(benchmark::State& state) {
         const Clock::time_point start = Clock::now();
         alSource3f(game.sources[i], AL_POSITION, 1, 2, static_cast<float>(i));
         const Clock::time_point end = Clock::now();
-        if (times.size() < times.capacity()) times.push_back(std::chrono::duration<double, std::nano>(end - start).count());
+        if (times.size() < times.capacity())
+            times.push_back(std::chrono::duration<double, std::nano>(end - start).count());
         if (++i == game.sources.size()) i = 0;
     }
     std::sort(times.begin(), times.end());
-    const auto quantile = [&](double q) { return times[static_cast<std::size_t>(q * static_cast<double>(times.size() - 1))]; };
+    const auto quantile = [&](double q) {
+        return times[static_cast<std::size_t>(q * static_cast<double>(times.size() - 1))];
+    };
     state.counters["median_ns"] = quantile(0.5);
     state.counters["p99.9_ns"] = quantile(0.999);
     state.counters["max_ns"] = times.back();

@@ -1,5 +1,5 @@
-// The steps between the game's state and the renderer's, which a game's call may have to wait for. Beside them the
-// machine's limit for the work: copying what has to be copied from one place in memory to another.
+// The steps between the game's state and the renderer's, which a game's call may have to wait for. Beside
+// them the machine's limit for the work: copying what has to be copied from one place in memory to another.
 
 #include "goal/enginestate.h"
 
@@ -26,8 +26,9 @@ struct States {
 };
 
 void PerSource(benchmark::State& state) {
-    state.counters["time_per_source"] = benchmark::Counter(static_cast<double>(state.iterations() * state.range(0)),
-                                                           benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+    state.counters["time_per_source"] =
+        benchmark::Counter(static_cast<double>(state.iterations() * state.range(0)),
+                           benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
 // Of range(0) sources range(1) changed one of their parameters since the last copy.
@@ -45,7 +46,13 @@ void CopyToSnapshot(benchmark::State& state) {
     }
     PerSource(state);
 }
-BENCHMARK(CopyToSnapshot)->Args({10000, 0})->Args({10000, 10})->Args({10000, 100})->Args({10000, 1000})->Args({10000, 10000})->Args({255, 255});
+BENCHMARK(CopyToSnapshot)
+    ->Args({10000, 0})
+    ->Args({10000, 10})
+    ->Args({10000, 100})
+    ->Args({10000, 1000})
+    ->Args({10000, 10000})
+    ->Args({255, 255});
 
 // The same number of records of the same size, by memcpy.
 void CopyOfTheRecords(benchmark::State& state) {

@@ -12,7 +12,8 @@ namespace {
 std::string Document(std::int64_t count) {
     std::string text = "<Configuration SelectedName=\"Quad\">";
     for (std::int64_t i = 0; i < count; ++i)
-        text += "<Speaker Label=\"S" + std::to_string(i) + "\" Type=\"Normal\"><Location X=\"1\" Y=\"0.5\" Z=\"0\"/></Speaker>";
+        text += "<Speaker Label=\"S" + std::to_string(i) +
+                "\" Type=\"Normal\"><Location X=\"1\" Y=\"0.5\" Z=\"0\"/></Speaker>";
     return text + "</Configuration>";
 }
 

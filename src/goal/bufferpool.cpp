@@ -6,7 +6,9 @@
 
 namespace goal {
 
-BufferPool::~BufferPool() { Clear(); }
+BufferPool::~BufferPool() {
+    Clear();
+}
 
 void BufferPool::Clear() {
     for (const BufferSlot& slot : slots)

@@ -1,6 +1,7 @@
 #pragma once
 
-// What all contexts and calls of the process share: the one device, the configuration, and the two outer locks.
+// What all contexts and calls of the process share: the one device, the configuration, and the two outer
+// locks.
 
 #include "goal/bufferpool.h"
 #include "goal/machinery.h"

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "goal/samplerateconverter.h"
+
 namespace goal {
 namespace {
 
@@ -17,7 +19,9 @@ void CopyBase(Source& target, const Source& source) {
     static_cast<SourceBaseParameters&>(target) = source;
 }
 
-void CopyGlobals(GlobalParameters& target, const GlobalParameters& source) { target = source; }
+void CopyGlobals(GlobalParameters& target, const GlobalParameters& source) {
+    target = source;
+}
 
 // Brings one source of the snapshot up to date. True when its memory has to start afresh.
 bool CopySource(Source& target, Source& source) {
@@ -39,7 +43,8 @@ bool CopySource(Source& target, Source& source) {
 }
 
 void MatchSends(SourceRendererState& state, const Source& source) {
-    if (state.sends.size != source.sends.size) state.sends.resizePreserving(source.sends.size, SourceFilterState());
+    if (state.sends.size != source.sends.size)
+        state.sends.resizePreserving(source.sends.size, SourceFilterState());
 }
 
 void NotePlaying(IndexSet& playing, std::uint32_t index, const Source& source) {
@@ -56,11 +61,13 @@ void UpdateSlot(AuxSlotParameters& target, const AuxSlotParameters& source) {
     target.deleted = source.deleted;
 }
 
-void AppendSources(RenderSnapshot& snapshot, ApplicationState& application) {
+void AppendSources(RenderSnapshot& snapshot, ApplicationState& application,
+                   const SampleRateConverter* converter) {
     for (std::uint32_t i = snapshot.sources.size; i < application.sources.size; ++i) {
         ClearFlags(application.sources[i]);
         snapshot.sources.append(application.sources[i]);
         SourceRendererState state;
+        state.Prepare(converter);
         MatchSends(state, application.sources[i]);
         snapshot.sourceStates.append(std::move(state));
         NotePlaying(snapshot.playing, i, snapshot.sources[i]);
@@ -111,6 +118,15 @@ void SourceRendererState::Reset() {
     for (SourceFilterState& send : sends)
         send = SourceFilterState();
     previousFrame.fill(0);
+    reset(converter);
+    reset(multiChannelConverter);
+}
+
+void SourceRendererState::Prepare(const SampleRateConverter* converterOfRun) {
+    Reset();
+    if (converterOfRun == nullptr) return;
+    converterOfRun->initialise(converter);
+    converterOfRun->initialise(multiChannelConverter);
 }
 
 void CopyPlayState(Source& target, const Source& source) {
@@ -129,7 +145,8 @@ void AssignEffect(EffectParametersPtr& target, const EffectParametersPtr& source
         target = EffectParametersPtr(source->clone().release());
 }
 
-void CopyToSnapshot(RenderSnapshot& snapshot, ApplicationState& application) {
+void CopyToSnapshot(RenderSnapshot& snapshot, ApplicationState& application,
+                    const SampleRateConverter* converter) {
     snapshot.deletedBuffers = std::move(application.deletedBuffers);
     application.deletedBuffers.clear();
     CopyGlobals(snapshot, application);
@@ -140,7 +157,7 @@ void CopyToSnapshot(RenderSnapshot& snapshot, ApplicationState& application) {
         if (restart) snapshot.sourceStates[i].Reset();
         NotePlaying(snapshot.playing, i, snapshot.sources[i]);
     });
-    AppendSources(snapshot, application);
+    AppendSources(snapshot, application, converter);
     application.touched.Clear();
     CopySlots(snapshot, application);
 }

@@ -1,14 +1,16 @@
 #pragma once
 
-// What a game sets, on its way to the renderer and back. A context holds three copies of the engine's parameters:
+// What a game sets, on its way to the renderer and back. A context holds three copies of the engine's
+// parameters:
 //
 //     al* calls ──> application state ──CopyToSnapshot──> snapshot ──> renderer
 //                         ▲     ▲                             │
 //              EndSuspend │     └───────MergeProgress─────────┘  (positions, and the stop at the end of data)
 //                  suspended state <── al* calls between alcSuspendContext and alcProcessContext
 //
-// The server runs CopyToSnapshot before and MergeProgress after each block; both cost next to nothing for what
-// didn't change. The records are plain data: locks and the choice of the record are the callers' (see context.h).
+// The server runs CopyToSnapshot before and MergeProgress after each block; both cost next to nothing for
+// what didn't change. The records are plain data: locks and the choice of the record are the callers' (see
+// context.h).
 
 #include <array>
 #include <cstdint>
@@ -16,6 +18,7 @@
 #include <vector>
 
 #include "goal/buffer.h"
+#include "goal/converterstate.h"
 #include "goal/fx/effectprocessorparameters.h"
 #include "goal/indexset.h"
 #include "numeric/genericvector.h"
@@ -33,6 +36,8 @@ struct WithDirtyTag : T {
 
 namespace goal {
 
+class SampleRateConverter;
+
 using Vector3 = std::array<float, 3>;
 using EffectParametersPtr = slib::SmartPtr<EffectProcessorParameters, slib::Counter>;
 using BufferQueue = hcml::GenericVector<Buffer*, 1>;
@@ -43,7 +48,7 @@ inline constexpr float pi = 3.14159265F;
 struct GlobalParameters {
     float dopplerFactor = 1;
     float dopplerVelocity = 1;
-    float speedOfSound = 343.3F;  ///< units per second
+    float speedOfSound = 343.3F;          ///< units per second
     std::int32_t distanceModel = 0xD002;  ///< AL_INVERSE_DISTANCE_CLAMPED
     float listenerGain = 1;               ///< linear
     Vector3 listenerPosition{};
@@ -92,7 +97,7 @@ struct SourceBaseParameters {
     bool relative = false;
     std::array<float, 2> stereoAngles{std::numeric_limits<float>::quiet_NaN(),
                                       std::numeric_limits<float>::quiet_NaN()};  ///< radians, left and right
-    bool hasStereoAngles = false;                                               ///< both angles are finite
+    bool hasStereoAngles = false;                                                ///< both angles are finite
     float radius = 0;
     Vector3 orientationAt{0, 0, -1};
     Vector3 orientationUp{0, 1, 0};
@@ -108,17 +113,22 @@ struct SourceBaseParameters {
 };
 
 /// AL_SOURCE_STATE and AL_SOURCE_TYPE, by their published values.
-enum class SourceState : std::int32_t { Initial = 0x1011, Playing = 0x1012, Paused = 0x1013, Stopped = 0x1014 };
+enum class SourceState : std::int32_t {
+    Initial = 0x1011,
+    Playing = 0x1012,
+    Paused = 0x1013,
+    Stopped = 0x1014
+};
 enum class SourceType : std::int32_t { Static = 0x1028, Streaming = 0x1029, Undetermined = 0x1030 };
 
 /// One source. The flags say what changed since the last copy to the snapshot.
 struct Source : SourceBaseParameters {
-    bool parametersDirty = true;              ///< something of the base
-    std::uint32_t unqueuedCount = 0;          ///< buffers that left the front of the queue
-    BufferQueue queue;                        ///< front first; not owned
-    bool queueDirty = true;                   ///< `queue`
-    std::uint64_t position = 0;               ///< frame in the current buffer, 48.16 fixed point
-    std::uint32_t queueIndex = 0;             ///< the current buffer, and so the count of those played through
+    bool parametersDirty = true;      ///< something of the base
+    std::uint32_t unqueuedCount = 0;  ///< buffers that left the front of the queue
+    BufferQueue queue;                ///< front first; not owned
+    bool queueDirty = true;           ///< `queue`
+    std::uint64_t position = 0;       ///< frame in the current buffer, 48.16 fixed point
+    std::uint32_t queueIndex = 0;     ///< the current buffer, and so the count of those played through
     SourceType sourceType = SourceType::Undetermined;
     SourceState state = SourceState::Initial;
     bool stateChanged = true;  ///< the game changed one of the four above; the renderer's word is void
@@ -154,17 +164,23 @@ struct SourceFilterState {
 struct SourceRendererState {
     SourceFilterState direct;
     hcml::GenericVector<SourceFilterState, 0> sends;  ///< as many as the source has
-    std::array<float, 8> previousFrame{};             ///< of the linear interpolator
+    ConverterState converter;                         ///< of one-channel sources, for the sinc qualities
+    MultiChannelConverterState multiChannelConverter;
+    std::array<float, 8> previousFrame{};  ///< of the linear reader
 
     /// Clean memory on every path, as for a source that begins to play.
     void Reset();
+
+    /// The same, for a run on `converterOfRun`, which outlives it; null for the qualities that have none.
+    /// Throws slib::OutOfMemoryException.
+    void Prepare(const SampleRateConverter* converterOfRun);
 };
 
 /// What the server renders from. Only the server's thread touches it.
 struct RenderSnapshot : GlobalParameters {
     hcml::GenericVector<Source, 0> sources;
     hcml::GenericVector<AuxSlotParameters, 0> slots;
-    hcml::GenericVector<Buffer*, 1> deletedBuffers;          ///< owned; the server frees them after the copy
+    hcml::GenericVector<Buffer*, 1> deletedBuffers;  ///< owned; the server frees them after the copy
     hcml::GenericVector<SourceRendererState, 0> sourceStates;  ///< one for each of `sources`
     IndexSet playing;  ///< the sources that were AL_PLAYING at the copy: all that a block can move
 };
@@ -184,11 +200,13 @@ struct ApplicationState : SuspendedState {
 };
 
 /// Brings the snapshot up to date with what the game changed. Costs a comparison for 64 sources of which none
-/// was touched. The server, with stateMutex held; throws slib::OutOfMemoryException.
-void CopyToSnapshot(RenderSnapshot& snapshot, ApplicationState& application);
+/// was touched. New sources are prepared for `converter`. The server, with stateMutex held; throws
+/// slib::OutOfMemoryException.
+void CopyToSnapshot(RenderSnapshot& snapshot, ApplicationState& application,
+                    const SampleRateConverter* converter = nullptr);
 
-/// Brings back what the block moved: positions, current buffers and stops. Where the game has spoken since the
-/// copy, the game wins. The server, with stateMutex held.
+/// Brings back what the block moved: positions, current buffers and stops. Where the game has spoken since
+/// the copy, the game wins. The server, with stateMutex held.
 void MergeProgress(RenderSnapshot& snapshot, ApplicationState& application);
 
 /// Copies the application state to the suspended one, whose sources then follow the renderer until the game

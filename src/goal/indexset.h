@@ -1,7 +1,7 @@
 #pragma once
 
-// A set of table indices that is quick to walk when few of many are in it: one bit an index. Grows on insertion;
-// walking and clearing allocate nothing. Owned by one thread at a time.
+// A set of table indices that is quick to walk when few of many are in it: one bit an index. Grows on
+// insertion; walking and clearing allocate nothing. Owned by one thread at a time.
 
 #include <bit>
 #include <cstdint>

@@ -61,9 +61,9 @@ public:
 
 /// What the set-up of the output is asked for.
 struct SetUpRequest {
-    int order = 1;             ///< of the spatial bus, 1 to 4
+    int order = 1;                 ///< of the spatial bus, 1 to 4
     std::uint32_t sampleRate = 0;  ///< Hz, above 0; a wish
-    int bufferLength = 0;      ///< frames
+    int bufferLength = 0;          ///< frames
     int bufferCount = 0;
     double gain = 1;  ///< linear
 };
@@ -82,10 +82,12 @@ public:
     bool isConfigurationChanged = false;  ///< the configuration was changed on the way and is to be stored
 
     /// Builds the decoder on the transform's first `inputs` channels. `log` is borrowed and outlives it.
-    virtual std::unique_ptr<Decoder> CreateDecoder(std::uint32_t inputs, slib::Log* log, bool useParallel) = 0;
+    virtual std::unique_ptr<Decoder> CreateDecoder(std::uint32_t inputs, slib::Log* log,
+                                                   bool useParallel) = 0;
 };
 
-/// Makes the parts of a run. Lives as long as the process; everything it makes is destroyed before the run ends.
+/// Makes the parts of a run. Lives as long as the process; everything it makes is destroyed before the run
+/// ends.
 class Machinery {
 public:
     virtual ~Machinery() = default;
@@ -95,10 +97,12 @@ public:
 
     /// Chooses the layout and opens the output. May change `configuration`. Informational lines go to
     /// `activeLog`, those that are always wanted to `fullLog`. Throws when no output can be had.
-    virtual std::unique_ptr<OutputSetUp> SetUp(const SetUpRequest& request, slib::Log* activeLog, slib::Log* fullLog,
-                                               orb3::Configuration& configuration, FormatLibrary& library) = 0;
+    virtual std::unique_ptr<OutputSetUp> SetUp(const SetUpRequest& request, slib::Log* activeLog,
+                                               slib::Log* fullLog, orb3::Configuration& configuration,
+                                               FormatLibrary& library) = 0;
 
-    virtual std::unique_ptr<BlockRenderer> CreateRenderer(double sampleRate, const orb3::Configuration& configuration,
+    virtual std::unique_ptr<BlockRenderer> CreateRenderer(double sampleRate,
+                                                          const orb3::Configuration& configuration,
                                                           int filterOrder, std::uint32_t blockFrames,
                                                           slib::Log* log) = 0;
 };

@@ -52,7 +52,8 @@ int ResolveOrder(std::uint32_t inputs, int order) {
     const int resolved = std::min(order, greatest);
     if (static_cast<std::uint32_t>((resolved + 1) * (resolved + 1)) > inputs)
         throw slib::BadDataException(
-            "Unable to resolve the decoding order because the configured transform had an input channel count of " +
+            "Unable to resolve the decoding order because the configured transform had an input channel "
+            "count of " +
             std::to_string(inputs) + ".");
     return resolved;
 }
@@ -74,7 +75,8 @@ void ServerThread::ChooseLog() {
 }
 
 bool ServerThread::IsSuspendSupported() {
-    return engine.configuration.Read([](const orb3::Configuration& c) { return c.goalConfig.isSuspendSupported; });
+    return engine.configuration.Read(
+        [](const orb3::Configuration& c) { return c.goalConfig.isSuspendSupported; });
 }
 
 void ServerThread::Start(Context& owner, double frequency) {
@@ -137,7 +139,8 @@ double ServerThread::RequestedRate(const orb3::GoalConfig& settings) const {
     const double rate = !settings.ignoreGameSampleRate && requestedFrequency > 0
                             ? requestedFrequency
                             : static_cast<double>(settings.defaultSampleRate);
-    if (!(rate > 0)) throw slib::BadDataException("Bad sample rate in configuration: " + slib::FormatNumber(rate));
+    if (!(rate > 0))
+        throw slib::BadDataException("Bad sample rate in configuration: " + slib::FormatNumber(rate));
     return rate;
 }
 
@@ -162,20 +165,33 @@ void ServerThread::SetUp(Machine& run) {
 
     sampleRate = run.outputSetUp->sampleRate;
     run.order = ResolveOrder(run.outputSetUp->transformInputs, settings.order);
-    activeLog->Write("Using decoder of order " + std::to_string(run.order) + " for '" + run.outputSetUp->formatName +
-                         "', method '" + run.outputSetUp->methodName + "'.",
+    run.configuration.goalConfig.order = run.order;
+    activeLog->Write("Using decoder of order " + std::to_string(run.order) + " for '" +
+                         run.outputSetUp->formatName + "', method '" + run.outputSetUp->methodName + "'.",
                      false);
     const auto inputs = static_cast<std::uint32_t>((run.order + 1) * (run.order + 1));
     run.decoder = run.outputSetUp->CreateDecoder(inputs, activeLog, settings.useParallelDecoder);
     blockFrames = run.decoder->BlockFrames();
-    activeLog->Write("Decoder started (sample rate " + slib::FormatNumber(sampleRate * 0.001) + "kHz).", false);
+    activeLog->Write("Decoder started (sample rate " + slib::FormatNumber(sampleRate * 0.001) + "kHz).",
+                     false);
+}
+
+// The tables are built anew only for another quality.
+void ServerThread::ChooseConverter(orb3::SampleRateConversion conversion) {
+    const auto quality = static_cast<std::int32_t>(conversion);
+    const bool isSinc =
+        conversion != orb3::SampleRateConversion::Off && conversion != orb3::SampleRateConversion::Linear;
+    if (isSinc && (sampleRateConverter == nullptr || sampleRateConverter->quality != quality))
+        sampleRateConverter = std::make_unique<SampleRateConverter>(quality);
+    converterInUse = isSinc ? sampleRateConverter.get() : nullptr;
 }
 
 void ServerThread::BuildRenderer(Machine& run) {
     int filterOrder = context->filterOrderAttribute;
     if (filterOrder == 0) filterOrder = run.configuration.goalConfig.defaultFilterOrder == 2 ? 2 : 1;
+    ChooseConverter(run.configuration.goalConfig.sampleRateConversion);
     for (SourceRendererState& state : context->snapshot.sourceStates)
-        state.Reset();
+        state.Prepare(converterInUse);
     run.renderer =
         engine.machinery->CreateRenderer(sampleRate, run.configuration, filterOrder, blockFrames, activeLog);
     run.output.spatial.resize(blockFrames, static_cast<std::uint32_t>((run.order + 1) * (run.order + 1)));
@@ -220,15 +236,15 @@ void ServerThread::RenderBlocks(Machine& run) {
     }
 }
 
-// The game's calls are held up for the length of the copy at most, and never see the server between two of its
-// steps nor are seen between two of theirs.
+// The game's calls are held up for the length of the copy at most, and never see the server between two of
+// its steps nor are seen between two of theirs.
 void ServerThread::TakeSnapshot() {
     {
         slib::Lock apiLock(engine.apiMutex);
         MarkBufferUsage(*context);
         const slib::Lock stateLock(context->stateMutex);
         apiLock.Release();
-        CopyToSnapshot(context->snapshot, context->application);
+        CopyToSnapshot(context->snapshot, context->application, converterInUse);
     }
     for (const Buffer* buffer : context->snapshot.deletedBuffers)
         delete buffer;

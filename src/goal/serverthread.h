@@ -1,7 +1,8 @@
 #pragma once
 
-// The thread that owns the audio path of a context. It builds a run (library, output, decoder, renderer), renders
-// block after block until it is told to stop or the configuration changes, and in the latter case builds anew:
+// The thread that owns the audio path of a context. It builds a run (library, output, decoder, renderer),
+// renders block after block until it is told to stop or the configuration changes, and in the latter case
+// builds anew:
 //
 //     Constructed ──Start──> Setting up ──> Rendering ──stop──> Ended
 //                               ▲               │  │               ▲
@@ -10,10 +11,13 @@
 // The output is the only clock: the hand-over of a block waits until there is room for it.
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "goal/engine.h"
+#include "goal/samplerateconverter.h"
+#include "orb3core/goalconfig.h"
 #include "slib/log.h"
 #include "slib/mutex.h"
 #include "slib/thread.h"
@@ -22,7 +26,8 @@ namespace goal {
 
 struct Context;
 
-/// Start and End are for the thread that makes and destroys the context; all else happens on the server's own.
+/// Start and End are for the thread that makes and destroys the context; all else happens on the server's
+/// own.
 class ServerThread : public slib::Thread {
 public:
     /// Nothing runs yet. `engine` outlives this object.
@@ -31,9 +36,9 @@ public:
     ~ServerThread() override = default;
 
     /// Starts rendering `context`, which holds this object, and returns when its first block is about to be
-    /// rendered. `frequency` is the rate in Hz that the game asked for, -1 when it named none. Called once, with
-    /// contextLifetimeMutex and apiMutex held. Throws slib::BadStateException "Failed to start: " and the
-    /// reason; the thread has ended then.
+    /// rendered. `frequency` is the rate in Hz that the game asked for, -1 when it named none. Called once,
+    /// with contextLifetimeMutex and apiMutex held. Throws slib::BadStateException "Failed to start: " and
+    /// the reason; the thread has ended then.
     void Start(Context& context, double frequency);
 
     /// Stops the thread and waits for it. The caller doesn't hold apiMutex, unless Start failed.
@@ -47,6 +52,7 @@ private:
     void RunUntilStopped();
     void Perform(Machine& run);
     void SetUp(Machine& run);
+    void ChooseConverter(orb3::SampleRateConversion conversion);
     void BuildRenderer(Machine& run);
     void PublishTiming();
     void SignalStart();
@@ -67,7 +73,9 @@ private:
     Context* context = nullptr;
     slib::Semaphore startSignal;
     bool startSignalled = false;
-    std::string startFailure;  // written before startSignal is posted
+    std::string startFailure;                                  // written before startSignal is posted
+    std::unique_ptr<SampleRateConverter> sampleRateConverter;  // of the sinc qualities; outlives restarts
+    const SampleRateConverter* converterInUse = nullptr;       // that, or null for the other qualities
     double requestedFrequency = -1;
     double sampleRate = 0;          // Hz
     std::uint32_t blockFrames = 0;  // frames of a block

@@ -6,6 +6,7 @@
 #include <system_error>
 #include <thread>
 
+#include "goal/renderer.h"
 #include "slib/exception.h"
 
 namespace goal {
@@ -25,7 +26,8 @@ class SilentDecoder : public Decoder {
 public:
     SilentDecoder(double sampleRate, std::uint32_t blockFrames, int bufferCount)
         : blockFrames(blockFrames),
-          period(std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(blockFrames / sampleRate))),
+          period(std::chrono::duration_cast<Clock::duration>(
+              std::chrono::duration<double>(blockFrames / sampleRate))),
           stored(period * bufferCount),
           end(Clock::now()) {}
 
@@ -68,20 +70,12 @@ private:
     const int bufferCount;
 };
 
-class SilentRenderer : public BlockRenderer {
-public:
-    void renderBlock(RenderSnapshot&, RenderOutput& output) override {
-        output.spatial.clear();
-        output.lowFrequencyWritten = false;
-        output.dialogueWritten = false;
-    }
-};
-
 }  // namespace
 
 std::unique_ptr<FormatLibrary> SilentMachinery::OpenFormatLibrary(const std::string& path, slib::Log*) {
     std::error_code ignored;
-    if (!std::filesystem::exists(path, ignored)) throw slib::BadDataException("Nothing was found at '" + path + "'.");
+    if (!std::filesystem::exists(path, ignored))
+        throw slib::BadDataException("Nothing was found at '" + path + "'.");
     return std::make_unique<FormatLibrary>();
 }
 
@@ -90,9 +84,11 @@ std::unique_ptr<OutputSetUp> SilentMachinery::SetUp(const SetUpRequest& request,
     return std::make_unique<SilentOutput>(request);
 }
 
-std::unique_ptr<BlockRenderer> SilentMachinery::CreateRenderer(double, const orb3::Configuration&, int, std::uint32_t,
+std::unique_ptr<BlockRenderer> SilentMachinery::CreateRenderer(double sampleRate,
+                                                               const orb3::Configuration& configuration,
+                                                               int filterOrder, std::uint32_t blockFrames,
                                                                slib::Log*) {
-    return std::make_unique<SilentRenderer>();
+    return std::make_unique<Renderer>(sampleRate, configuration, filterOrder, blockFrames);
 }
 
 }  // namespace goal

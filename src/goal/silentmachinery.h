@@ -1,7 +1,7 @@
 #pragma once
 
-// A run without sound: silence at the rate asked for, at the pace of the monotonic clock. A game runs on it as it
-// would with sound, block by block.
+// A run without an output: the scene is rendered at the rate asked for, at the pace of the monotonic clock,
+// and nobody hears it. A game runs on it as it would with sound, block by block.
 
 #include <memory>
 #include <string>
@@ -17,7 +17,8 @@ public:
     std::unique_ptr<OutputSetUp> SetUp(const SetUpRequest& request, slib::Log* activeLog, slib::Log* fullLog,
                                        orb3::Configuration& configuration, FormatLibrary& library) override;
     std::unique_ptr<BlockRenderer> CreateRenderer(double sampleRate, const orb3::Configuration& configuration,
-                                                  int filterOrder, std::uint32_t blockFrames, slib::Log* log) override;
+                                                  int filterOrder, std::uint32_t blockFrames,
+                                                  slib::Log* log) override;
 };
 
 }  // namespace goal

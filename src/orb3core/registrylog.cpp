@@ -23,8 +23,9 @@ std::string LocalTime() {
     std::tm local{};
     localtime_r(&seconds, &local);
     std::array<char, 64> text{};
-    std::snprintf(text.data(), text.size(), "%04d-%02d-%02d %02d:%02d:%02d.%02d", local.tm_year + 1900, local.tm_mon + 1,
-                  local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec, static_cast<int>(now % 1000 / 10));
+    std::snprintf(text.data(), text.size(), "%04d-%02d-%02d %02d:%02d:%02d.%02d", local.tm_year + 1900,
+                  local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec,
+                  static_cast<int>(now % 1000 / 10));
     return text.data();
 }
 

@@ -11,9 +11,9 @@
 namespace ggui {
 
 /// Writes lines like "I2012-03-04 05:06:07.89 Tessarune: Rendering started." into the ring "/Log/000" to
-/// "/Log/099" of the user's store; "/Log/Index" is the slot written last. The first 25 errors of a process are
-/// kept, the 26th becomes "[Suppressing further errors.]", and later ones go nowhere; other lines never stop.
-/// Any thread; a write costs about half a millisecond.
+/// "/Log/099" of the user's store; "/Log/Index" is the slot written last. The first 25 errors of a process
+/// are kept, the 26th becomes "[Suppressing further errors.]", and later ones go nowhere; other lines never
+/// stop. Any thread; a write costs about half a millisecond.
 class RegistryLog : public slib::Log {
 public:
     /// `root` is the store's root, `program` the name that stands in each line.

@@ -1,6 +1,7 @@
 #pragma once
 
-// The one configuration of the process, which the game's threads, the server and the watch on the store share.
+// The one configuration of the process, which the game's threads, the server and the watch on the store
+// share.
 
 #include "orb3core/configuration.h"
 #include "slib/log.h"

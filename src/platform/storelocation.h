@@ -1,7 +1,7 @@
 #pragma once
 
-// Where the configuration store lives on this machine, after the XDG base directories. The environment is read
-// afresh at every call, from any thread.
+// Where the configuration store lives on this machine, after the XDG base directories. The environment is
+// read afresh at every call, from any thread.
 
 #include <filesystem>
 #include <string>
@@ -13,12 +13,12 @@ namespace platform {
 std::filesystem::path UserStorePath(const std::string& root);
 
 /// The file of the machine scope: the first `ROOT/store.conf` that exists along `$XDG_CONFIG_DIRS` (else
-/// `/etc/xdg`), then in `etc/xdg` of the tree that this library was loaded from. Where none exists, the last of
-/// these places.
+/// `/etc/xdg`), then in `etc/xdg` of the tree that this library was loaded from. Where none exists, the last
+/// of these places.
 std::filesystem::path MachineStorePath(const std::string& root);
 
-/// The tree that this code was loaded from: the folder above the one that holds the library (or, where the code
-/// is part of a program, the program). Links are resolved. Empty when the loader can't tell.
+/// The tree that this code was loaded from: the folder above the one that holds the library (or, where the
+/// code is part of a program, the program). Links are resolved. Empty when the loader can't tell.
 std::filesystem::path LoadedTree();
 
 }  // namespace platform

@@ -19,13 +19,19 @@ std::string WithLastError(const std::string& text) {
 
 }  // namespace
 
-const char* Exception::what() const noexcept { return "An unspecified failure occurred."; }
+const char* Exception::what() const noexcept {
+    return "An unspecified failure occurred.";
+}
 
-const char* OutOfMemoryException::what() const noexcept { return "Out of memory."; }
+const char* OutOfMemoryException::what() const noexcept {
+    return "Out of memory.";
+}
 
 StringException::StringException(std::string text) : text(std::move(text)) {}
 
-const char* StringException::what() const noexcept { return text.c_str(); }
+const char* StringException::what() const noexcept {
+    return text.c_str();
+}
 
 OperatingSystemErrnoException::OperatingSystemErrnoException(const std::string& text)
     : OperatingSystemBaseException(WithErrno(text)) {}
@@ -34,7 +40,8 @@ OperatingSystemGetLastErrorException::OperatingSystemGetLastErrorException(const
     : OperatingSystemBaseException(WithLastError(text)) {}
 
 void ThrowUnreachable(const char* file, int line) {
-    throw IntegrityFailureException("There was an assertion failure on line " + std::to_string(line) + " of file '" + file +
+    throw IntegrityFailureException("There was an assertion failure on line " + std::to_string(line) +
+                                    " of file '" + file +
                                     "'. The assertion was: Line should never be reached.");
 }
 

@@ -29,7 +29,9 @@ Mutex::Mutex() {
     throw OperatingSystemErrnoException("A mutex could not be created.");
 }
 
-Mutex::~Mutex() { pthread_mutex_destroy(&handle); }
+Mutex::~Mutex() {
+    pthread_mutex_destroy(&handle);
+}
 
 void Mutex::Lock() {
     [[maybe_unused]] const int code = pthread_mutex_lock(&handle);
@@ -42,10 +44,13 @@ void Mutex::Unlock() {
 }
 
 Semaphore::Semaphore() {
-    if (sem_init(&handle, 0, 0) != 0) throw OperatingSystemErrnoException("A semaphore could not be created.");
+    if (sem_init(&handle, 0, 0) != 0)
+        throw OperatingSystemErrnoException("A semaphore could not be created.");
 }
 
-Semaphore::~Semaphore() { sem_destroy(&handle); }
+Semaphore::~Semaphore() {
+    sem_destroy(&handle);
+}
 
 void Semaphore::Wait() {
     while (sem_wait(&handle) != 0) {

@@ -1,7 +1,7 @@
 #pragma once
 
-// Storage for objects of the process that are never destroyed. A game's threads may still be inside a call while
-// another one ends the process: what they use has to stay usable until the last instruction.
+// Storage for objects of the process that are never destroyed. A game's threads may still be inside a call
+// while another one ends the process: what they use has to stay usable until the last instruction.
 
 #include <utility>
 

@@ -33,8 +33,8 @@ private:
 };
 
 /// Shares ownership of a T. The one who brings the count to zero deletes the object, through its virtual
-/// destructor where it has one, and then the count. Distinct SmartPtrs to one object may be used from distinct
-/// threads when CounterType is ThreadsafeCounter; one SmartPtr is for one thread at a time.
+/// destructor where it has one, and then the count. Distinct SmartPtrs to one object may be used from
+/// distinct threads when CounterType is ThreadsafeCounter; one SmartPtr is for one thread at a time.
 template <typename T, typename CounterType>
 class SmartPtr {
 public:

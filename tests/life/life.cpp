@@ -1,5 +1,5 @@
-// The library in a game's process, from load to unload. Each mode is one life, run as a process of its own by a test
-// with a time limit: it must end by itself, with exit code 0, having left nothing behind.
+// The library in a game's process, from load to unload. Each mode is one life, run as a process of its own by
+// a test with a time limit: it must end by itself, with exit code 0, having left nothing behind.
 //
 //     life MODE LIBRARY      LIBRARY is the path of the shared library, opened as a game's loader does
 
@@ -97,18 +97,21 @@ struct Holdings {
     std::ptrdiff_t descriptors = CountEntries("/proc/self/fd");
     std::size_t bytes = mallinfo2().uordblks;
 
-    // The allocator's own caches come and go by some ten kilobytes; one object lost in each of a thousand rounds
-    // is more than that.
+    // The allocator's own caches come and go by some ten kilobytes; one object lost in each of a thousand
+    // rounds is more than that.
     static constexpr std::size_t tolerance = 64000;
 
     void CheckAgainst(const Holdings& before) const {
         if (descriptors != before.descriptors) Fail("Descriptors are left: " + std::to_string(descriptors));
         CheckNoThreadIsLeft();
-        if (bytes > before.bytes + tolerance) Fail("Memory has grown by " + std::to_string(bytes - before.bytes));
+        if (bytes > before.bytes + tolerance)
+            Fail("Memory has grown by " + std::to_string(bytes - before.bytes));
     }
 };
 
-void ExitFromMain(const char* path) { Library(path).Create(); }
+void ExitFromMain(const char* path) {
+    Library(path).Create();
+}
 
 void ExitFromAnotherThread(const char* path) {
     const Library library(path);
@@ -148,7 +151,8 @@ void OpenAndCloseOften(const char* path) {
         if (withContext) library.destroyContext(library.Create());
         Check(dlclose(library.handle) == 0, "The library could not be closed.");
     };
-    for (int i = 0; i < 60; ++i)  // until the log is full, and what the libraries below keep for good is there
+    for (int i = 0; i < 60;
+         ++i)  // until the log is full, and what the libraries below keep for good is there
         once(true);
     const Holdings before;
     for (int i = 0; i < 100; ++i)
@@ -193,7 +197,8 @@ const std::map<std::string, std::function<void(const char*)>> modes{
 int main(int argumentCount, char** arguments) {
     Check(argumentCount == 3 && modes.contains(arguments[1]), "Usage: life MODE LIBRARY");
     store = new testing_support::TemporaryStore;
-    std::atexit([] { std::filesystem::remove_all(std::filesystem::path(getenv("XDG_CONFIG_DIRS")).parent_path()); });
+    std::atexit(
+        [] { std::filesystem::remove_all(std::filesystem::path(getenv("XDG_CONFIG_DIRS")).parent_path()); });
     CheckNoThreadIsLeft();  // counts what there is without the library
     modes.at(arguments[1])(arguments[2]);
     return 0;

@@ -29,7 +29,8 @@ public:
     std::filesystem::path path;
 };
 
-/// Both scopes of this process's store in an empty folder. The machine scope names a format library that exists.
+/// Both scopes of this process's store in an empty folder. The machine scope names a format library that
+/// exists.
 class TemporaryStore {
 public:
     TemporaryStore() {
@@ -40,7 +41,9 @@ public:
     }
 
     std::filesystem::path UserFile() const { return folder.path / "user" / "HollowbrookLabs" / "store.conf"; }
-    std::filesystem::path MachineFile() const { return folder.path / "machine" / "HollowbrookLabs" / "store.conf"; }
+    std::filesystem::path MachineFile() const {
+        return folder.path / "machine" / "HollowbrookLabs" / "store.conf";
+    }
 
     TemporaryFolder folder;
 };

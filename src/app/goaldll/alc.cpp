@@ -36,11 +36,19 @@ Result Call(Result failure, const Work& work) {
     }
 }
 
-ALCdevice* Handle(goal::Device& device) { return reinterpret_cast<ALCdevice*>(&device); }
-ALCcontext* Handle(Context* context) { return reinterpret_cast<ALCcontext*>(context); }
-Context* ToContext(ALCcontext* handle) { return reinterpret_cast<Context*>(handle); }
+ALCdevice* Handle(goal::Device& device) {
+    return reinterpret_cast<ALCdevice*>(&device);
+}
+ALCcontext* Handle(Context* context) {
+    return reinterpret_cast<ALCcontext*>(context);
+}
+Context* ToContext(ALCcontext* handle) {
+    return reinterpret_cast<Context*>(handle);
+}
 
-bool IsDevice(Process& process, const ALCdevice* handle) { return handle == Handle(process.engine.device); }
+bool IsDevice(Process& process, const ALCdevice* handle) {
+    return handle == Handle(process.engine.device);
+}
 
 // ---- Contexts ----
 
@@ -106,13 +114,15 @@ Context* CreateContext(Process& process, const ALCdevice* device, const ALCint* 
     if (!IsDevice(process, device)) return fail("Invalid device in alcCreateContext().", ALC_INVALID_DEVICE);
     if (process.engine.device.context != nullptr)
         return fail("The device already has a context in alcCreateContext()", ALC_INVALID_VALUE);
-    if (process.isUnloading) return fail("The library is being unloaded in alcCreateContext().", ALC_INVALID_VALUE);
+    if (process.isUnloading)
+        return fail("The library is being unloaded in alcCreateContext().", ALC_INVALID_VALUE);
     const Attributes attributes = ReadAttributes(list);
     if (attributes.isSync) return fail("ALC_SYNC is not supported in alcCreateContext().", ALC_INVALID_VALUE);
     return StartContext(process, attributes);
 }
 
-// Notes a use of suspension and runs `work(context)` with stateMutex held, or, when suspension is switched off, ends one that still lasts.
+// Notes a use of suspension and runs `work(context)` with stateMutex held, or, when suspension is switched
+// off, ends one that still lasts.
 template <typename Work>
 void SuspensionCall(ALCcontext* handle, bool isUse, const Work& work) {
     Context* const context = ToContext(handle);
@@ -213,7 +223,8 @@ Timing TimingOf(Process& process) {
 
 ALCint FilterOrder(Process& process) {
     const Context* const context = process.engine.device.context;
-    if (context != nullptr && context->filterOrderAttribute != 0) return context->filterOrderAttribute == 1 ? 1 : 2;
+    if (context != nullptr && context->filterOrderAttribute != 0)
+        return context->filterOrderAttribute == 1 ? 1 : 2;
     return process.engine.configuration.Read(
         [](const orb3::Configuration& c) { return c.goalConfig.defaultFilterOrder == 1 ? 1 : 2; });
 }
@@ -267,8 +278,12 @@ void GetContextInteger(Process& process, ALCenum parameter, ALCint* data) {
 }
 
 void GetInteger(Process& process, const ALCdevice* device, ALCenum parameter, ALCsizei size, ALCint* data) {
-    const auto badDevice = [&] { process.FailAlc("Invalid device in alcGetIntegerv().", ALC_INVALID_DEVICE); };
-    const auto badSize = [&] { process.FailAlc("Invalid data size in alcGetIntegerv().", ALC_INVALID_VALUE); };
+    const auto badDevice = [&] {
+        process.FailAlc("Invalid device in alcGetIntegerv().", ALC_INVALID_DEVICE);
+    };
+    const auto badSize = [&] {
+        process.FailAlc("Invalid data size in alcGetIntegerv().", ALC_INVALID_VALUE);
+    };
     if (data == nullptr) return process.FailAlc("Invalid data array in alcGetIntegerv().", ALC_INVALID_VALUE);
     switch (parameter) {
         case ALC_EFX_MAJOR_VERSION:
@@ -403,7 +418,8 @@ ALC_API void* ALC_APIENTRY alcGetProcAddress(ALCdevice*, const ALCchar* name) {
             return nullptr;
         }
         if (const auto* row = goal::Find(goal::AlcProcs(), name)) return row->entry;
-        process.FailAlc("Unsupported function '" + std::string(name) + "' could not be found.", ALC_INVALID_VALUE);
+        process.FailAlc("Unsupported function '" + std::string(name) + "' could not be found.",
+                        ALC_INVALID_VALUE);
         return nullptr;
     });
 }
@@ -450,7 +466,9 @@ ALC_API void ALC_APIENTRY alcCaptureStart(ALCdevice*) {
     RefuseCapture("Capture is not supported in alcCaptureStart().");
 }
 
-ALC_API void ALC_APIENTRY alcCaptureStop(ALCdevice*) { RefuseCapture("Capture is not supported in alcCaptureStop()."); }
+ALC_API void ALC_APIENTRY alcCaptureStop(ALCdevice*) {
+    RefuseCapture("Capture is not supported in alcCaptureStop().");
+}
 
 ALC_API void ALC_APIENTRY alcCaptureSamples(ALCdevice*, ALCvoid*, ALCsizei) {
     RefuseCapture("Capture is not supported in alcCaptureSamples().");

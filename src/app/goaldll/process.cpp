@@ -40,8 +40,8 @@ Process::Process() : log(orb3::storeRoot, "Tessarune"), engine(&log, &machinery)
 
 bool Process::LogCallFailure(const char* prefix, std::string_view text, bool always) noexcept {
     try {
-        const bool isVerbose =
-            engine.configuration.Read([](const orb3::Configuration& c) { return c.goalConfig.isLoggingVerbose; });
+        const bool isVerbose = engine.configuration.Read(
+            [](const orb3::Configuration& c) { return c.goalConfig.isLoggingVerbose; });
         if (isVerbose || always) log.Write(prefix + std::string(text), true);
         return true;
     } catch (...) {

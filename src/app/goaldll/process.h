@@ -1,7 +1,7 @@
 #pragma once
 
-// The state of the process behind the exported calls: alive from the load of the library to its unload, and usable
-// even beyond, by a game's threads that are still inside a call while another one ends the process.
+// The state of the process behind the exported calls: alive from the load of the library to its unload, and
+// usable even beyond, by a game's threads that are still inside a call while another one ends the process.
 
 #include <atomic>
 #include <string>
@@ -39,16 +39,16 @@ struct Process {
     Context* currentContext = nullptr;
     ErrorSlot alcError;
     ErrorSlot alError;
-    std::string deviceList;   ///< of alcGetString; built at the first query; guarded by configurationMutex
+    std::string deviceList;    ///< of alcGetString; built at the first query; guarded by configurationMutex
     bool isUnloading = false;  ///< no context comes into being any more
 
-    /// Records `code` in the slot of the ALC or the AL calls, and logs "Game ALC call failed: " or "Game AL call
-    /// failed: " and `text` when logging is verbose. Never throws.
+    /// Records `code` in the slot of the ALC or the AL calls, and logs "Game ALC call failed: " or "Game AL
+    /// call failed: " and `text` when logging is verbose. Never throws.
     void FailAlc(std::string_view text, int code) noexcept;
     void FailAl(std::string_view text, int code) noexcept;
 
-    /// Writes `prefix` and `text` as an error line when logging is verbose, or always when `always` is set. False
-    /// when there was no memory for that. Never throws.
+    /// Writes `prefix` and `text` as an error line when logging is verbose, or always when `always` is set.
+    /// False when there was no memory for that. Never throws.
     bool LogCallFailure(const char* prefix, std::string_view text, bool always) noexcept;
 
     /// Ends the context, if there is one, and gives back all memory. What is called afterwards finds a device

@@ -1,0 +1,34 @@
+#pragma once
+
+// The anti-denormal pattern: offsets far below hearing on every block that feeds a filter or a feedback path,
+// so that a tail never dies away into denormal numbers, on which a processor slows down a hundredfold. The
+// renderer and the effects call it on the server's thread; it allocates nothing.
+
+#include <cstdint>
+
+#include "numeric/bus.h"
+#include "numeric/floattuplevector.h"
+
+namespace goal {
+
+/// The size of one offset, linear.
+inline constexpr float antiDenormalOffset = 5e-8F;
+
+/// Adds the offset to the samples 0, 32, 64, ... and takes it from the samples 16, 48, 80, ..., in pairs: a
+/// sample whose partner lies behind `frames` stays as it is. So the offsets sum to zero, and 16 frames or
+/// fewer stay.
+void ApplyAntiDenormalPattern(float* block, std::uint32_t frames);
+
+/// The same on each channel.
+void ApplyAntiDenormalPattern(hcml::ac::Bus& bus);
+
+/// The same on all `size` floats.
+void ApplyAntiDenormalPattern(hcml::FloatTupleVector& block);
+
+/// Takes what is denormal, or nearly so, to zero, and leaves the rest within a rounding: for the memory of a
+/// recursive filter, at the end of each run.
+inline float WithoutDenormal(float value) {
+    return (value + antiDenormalOffset) - antiDenormalOffset;
+}
+
+}  // namespace goal

@@ -1,0 +1,66 @@
+#include "goal/mixbatch.h"
+
+#include <algorithm>
+#include <bit>
+
+#include "numeric/kernels/mixkernel.h"
+
+namespace goal {
+namespace {
+
+// Adds to the channel what the weights on their way to `target` differ from it. Returns the weight reached.
+float AddHead(const hcml::FloatTupleVector& row, float weight, float target, float step, float* channel) {
+    const float move = weight < target ? step : -step;
+    for (std::uint32_t i = 0; i < row.size; ++i) {
+        weight += move;
+        if (move > 0 ? weight >= target : weight <= target) return target;
+        channel[i] += (weight - target) * row.data[i];
+    }
+    return weight;
+}
+
+}  // namespace
+
+bool IsFiniteRow(const float* row, std::uint32_t frames) {
+    constexpr std::uint32_t exponent = 0x7F800000;
+    std::uint32_t unfit = 0;
+    for (std::uint32_t i = 0; i < frames; ++i)
+        unfit |= (std::bit_cast<std::uint32_t>(row[i]) & exponent) == exponent ? 1U : 0U;
+    return unfit == 0;
+}
+
+MixBatch::MixBatch(std::uint32_t frames, std::uint32_t channelCount)
+    : channelCount(channelCount), rows(capacity) {
+    for (hcml::FloatTupleVector& row : rows)
+        row.resize(frames);
+}
+
+void MixBatch::Add(const float* weights, hcml::ac::Bus& bus) {
+    if (!IsFiniteRow(rows[count].data, rows[count].size)) return;
+    std::copy_n(weights, channelCount, coefficients[count].begin());
+    if (++count == capacity) Flush(bus);
+}
+
+void MixBatch::AddMoving(const float* weights, float* previous, float step, hcml::ac::Bus& bus) {
+    const bool isFinite = IsFiniteRow(rows[count].data, rows[count].size);
+    for (std::uint32_t c = 0; c < channelCount; ++c)
+        if (isFinite && previous[c] != weights[c])
+            previous[c] = AddHead(rows[count], previous[c], weights[c], step, bus.channels[c]);
+    if (isFinite) Add(weights, bus);
+}
+
+void MixBatch::Flush(hcml::ac::Bus& bus) {
+    std::array<const float*, capacity> sources{};
+    for (std::uint32_t s = 0; s < count; ++s)
+        sources[s] = rows[s].data;
+    hcml::MixSources({.channels = bus.channels,
+                      .channelCount = channelCount,
+                      .sources = sources.data(),
+                      .sourceCount = count,
+                      .coefficients = coefficients.front().data(),
+                      .coefficientStride = mostChannels,
+                      .vectors = bus.vectors});
+    count = 0;
+}
+
+}  // namespace goal

@@ -1,0 +1,49 @@
+#pragma once
+
+// Gathers the filtered blocks of sources with their weights in the spatial bus, and adds them to it as one
+// matrix product, instead of one pass over the bus per source. Used by the renderer inside the block;
+// allocates nothing after construction.
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+#include "numeric/bus.h"
+#include "numeric/floattuplevector.h"
+
+namespace goal {
+
+/// True when no sample of the row is infinite or not a number.
+bool IsFiniteRow(const float* row, std::uint32_t frames);
+
+class MixBatch {
+public:
+    /// For blocks of `frames` and a bus of `channelCount` channels, 1 to 25. Throws
+    /// slib::OutOfMemoryException.
+    MixBatch(std::uint32_t frames, std::uint32_t channelCount);
+
+    /// The row that the next source fills.
+    hcml::FloatTupleVector& Row() { return rows[count]; }
+
+    /// Adds Row() to the bus with these weights, one per channel, at the latest at Flush. A row that holds a
+    /// sample that isn't finite is left out, since no later stage would get rid of it.
+    void Add(const float* weights, hcml::ac::Bus& bus);
+
+    /// The same, where the weights may have moved since the block before: `previous`, updated to `weights`,
+    /// moves toward them by `step` per sample. Only that head of the block is worked sample by sample.
+    void AddMoving(const float* weights, float* previous, float step, hcml::ac::Bus& bus);
+
+    /// Adds all rows gathered to the bus.
+    void Flush(hcml::ac::Bus& bus);
+
+private:
+    static constexpr std::uint32_t capacity = 64;
+    static constexpr std::uint32_t mostChannels = 25;
+
+    const std::uint32_t channelCount;
+    std::vector<hcml::FloatTupleVector> rows;
+    std::array<std::array<float, mostChannels>, capacity> coefficients{};
+    std::uint32_t count = 0;
+};
+
+}  // namespace goal

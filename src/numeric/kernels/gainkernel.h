@@ -1,0 +1,20 @@
+#pragma once
+
+// A row of samples times a gain. Called on the audio thread by whatever mixes: the bus, the filter stage and
+// the effects. Nothing is allocated, and every vector target gives the same bits.
+//
+// Rows are whole groups of four floats: `vectors` * 4 of them exist, are read and are written. They should
+// stand at a multiple of 16 bytes, and are quickest at one of 128.
+
+#include <cstdint>
+
+namespace hcml {
+
+/// target[i] = source[i] * gain, with a linear gain. The two rows are the same or don't overlap.
+void MultiplyRow(float* target, const float* source, float gain, std::uint32_t vectors);
+
+/// target[i] += source[i] * gain: a product, rounded, and then a sum. The two rows are the same or don't
+/// overlap.
+void MultiplyAddRow(float* target, const float* source, float gain, std::uint32_t vectors);
+
+}  // namespace hcml

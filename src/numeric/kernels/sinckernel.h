@@ -1,0 +1,34 @@
+#pragma once
+
+// Samples between the samples: an interpolating filter whose row of taps is picked by the fraction of the
+// position. Called by the sinc source readers on the audio thread, once per stretch of a ring that doesn't
+// wrap. Nothing is allocated, and every vector target gives the same bits.
+
+#include <cstdint>
+
+namespace hcml {
+
+/// One filter of 64 phases: the row of phase p, for a position p/64 of a frame past a frame, stands at
+/// rows[p * taps].
+struct SincFilter {
+    const float* rows;   ///< 64 * taps floats, the caller's
+    std::uint32_t taps;  ///< 4, 8 or 16
+};
+
+/// Where the windows of a run start. Both in 13.19 fixed point, in frames: 19 bits of fraction, of which the
+/// upper 6 are the phase. No window of the run starts at 2^13 frames or beyond.
+struct SincWalk {
+    std::uint32_t position;  ///< of the first window, from the caller's input frame 0
+    std::uint32_t step;      ///< from output to output
+};
+
+/// Writes `count` floats to `output`. With r = position + k * step and the row of phase (r >> 13) & 63
+///
+///     output[k] = sum over t of row[t] * input[(r >> 19) + t]
+///
+/// The products are rounded, and summed by folding: the upper half of them is added to the lower half,
+/// product by product, and so on until one is left. With 4 taps that is (P0 + P2) + (P1 + P3). Reads the
+/// windows of all outputs and nothing else. `output` overlaps none of them. No alignment is asked for.
+void ProduceSinc(float* output, std::uint32_t count, const float* input, SincFilter filter, SincWalk walk);
+
+}  // namespace hcml

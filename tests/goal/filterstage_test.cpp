@@ -1,0 +1,248 @@
+#include "goal/filterstage.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <complex>
+#include <limits>
+#include <numbers>
+#include <tuple>
+#include <vector>
+
+#include "slib/exception.h"
+
+namespace goal {
+namespace {
+
+using Signal = std::vector<float>;
+constexpr float inf = std::numeric_limits<float>::infinity();
+constexpr float nan = std::numeric_limits<float>::quiet_NaN();
+constexpr double pi2 = 2 * std::numbers::pi;
+
+const FilterGainTables& Tables(double rate) {
+    static FilterGainTables tables;
+    buildFilterTables(tables, rate, false);
+    return tables;
+}
+
+FilterParameters Filter(float gain, float gainHF = 1, float gainLF = 1, int order = 1) {
+    return {.type = 3, .order = order, .gain = gain, .gainHF = gainHF, .gainLF = gainLF};
+}
+
+// One path, which takes a signal block by block. What is silent comes out as zeros.
+struct Path {
+    Signal Run(const FilterParameters& filter, const Signal& signal, std::size_t block = 512) {
+        Signal result;
+        for (std::size_t begin = 0; begin < signal.size(); begin += block) {
+            hcml::FloatTupleVector input(static_cast<std::uint32_t>(std::min(block, signal.size() - begin)));
+            hcml::FloatTupleVector output;
+            std::copy_n(&signal[begin], input.size, input.data);
+            silent = filterOne(filter, state, input, output, tables, settings);
+            if (silent) output.clear();
+            result.insert(result.end(), output.data, output.data + output.size);
+        }
+        return result;
+    }
+
+    const FilterGainTables& tables = Tables(48000);
+    FilterStageSettings settings{};
+    SourceFilterState state{};
+    bool silent = false;
+};
+
+Signal Constant(std::size_t count) {
+    return Signal(count, 1.0F);
+}
+
+Signal Impulse() {
+    Signal signal(32768);
+    signal[0] = 1;
+    return signal;
+}
+
+// 1 kHz at 48 kHz.
+Signal Sine(std::size_t count) {
+    Signal signal;
+    for (std::size_t i = 0; i < count; ++i)
+        signal.push_back(static_cast<float>(std::sin(pi2 / 48 * double(i) + 0.3)));
+    return signal;
+}
+
+double Level(const Signal& signal, double angle) {
+    std::complex<double> sum = 0;
+    for (std::size_t i = 0; i < signal.size(); ++i)
+        sum += double(signal[i]) * std::polar(1.0, -angle * double(i));
+    return std::abs(sum);
+}
+
+using OrderAndRate = std::tuple<int, double>;
+class FilterResponse : public testing::TestWithParam<OrderAndRate> {};
+
+TEST_P(FilterResponse, AtTheReferenceFrequency_IsTheGainAskedFor) {
+    const auto [order, rate] = GetParam();
+    for (const float gain : {0.002F, 0.01F, 0.1F, 0.35F, 0.7F, 0.975F, 0.999F, 0.99999994F}) {
+        const Signal high = Path{.tables = Tables(rate)}.Run(Filter(1, gain, 1, order), Impulse(), 32768);
+        const Signal low = Path{.tables = Tables(rate)}.Run(Filter(1, 1, gain, order), Impulse(), 32768);
+        EXPECT_NEAR(20 * std::log10(Level(high, pi2 * 5000 / rate) / gain), 0, 0.3) << gain;
+        EXPECT_NEAR(20 * std::log10(Level(low, pi2 * 250 / rate) / gain), 0, 0.3) << gain;
+        EXPECT_NEAR(Level(high, 0), 1, 0.001) << gain;
+        EXPECT_NEAR(Level(low, 0), 0, 0.001) << gain;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(OrdersAndRates, FilterResponse,
+                         testing::Combine(testing::Values(1, 2), testing::Values(44100, 48000, 96000)));
+
+TEST(FilterStage, SecondOrder_FollowsTheButterworthCurve) {
+    const double gain = std::pow(300.5 / 1024, 2);  // a row's own gain
+    const double q4 = 1 / (gain * gain) - 1;
+    const Signal high = Path{}.Run(Filter(1, float(gain), 1, 2), Impulse());
+    const Signal low = Path{}.Run(Filter(1, 1, float(gain), 2), Impulse());
+    const auto warped = [](double frequency) { return std::tan(pi2 / 2 * frequency / 48000); };
+    for (const double frequency : {60.0, 250.0, 700.0, 2500.0, 9000.0, 20000.0}) {
+        const double overHigh = q4 * std::pow(warped(frequency) / warped(5000), 4);
+        const double overLow = q4 * std::pow(warped(250) / warped(frequency), 4);
+        EXPECT_NEAR(Level(high, pi2 * frequency / 48000), 1 / std::sqrt(1 + overHigh), 1e-4) << frequency;
+        EXPECT_NEAR(Level(low, pi2 * frequency / 48000), 1 / std::sqrt(1 + overLow), 1e-4) << frequency;
+    }
+}
+
+TEST(FilterStage, SecondOrder_StaysStableAtTheLowestGainAndAHighRate) {
+    const Signal output = Path{.tables = Tables(192000)}.Run(Filter(1, 2e-6F, 1, 2), Constant(400000));
+    EXPECT_NEAR(output.back(), 1, 0.001);
+}
+
+// A sine that jumps at once has -46 dB of its level between 2 and 4 kHz, through this window
+// (Blackman-Harris).
+TEST(FilterStage, GainStepsOfASine_DontClick) {
+    const Signal sine = Sine(4096);
+    for (const int order : {1, 2}) {
+        for (const FilterParameters& low :
+             {Filter(0.2F, 1, 1, order), Filter(1, 0.1F, 1, order), Filter(1, 1, 0.1F, order)}) {
+            for (const bool up : {false, true}) {
+                Path path;
+                const FilterParameters open = Filter(1, 1, 1, order);
+                Signal output = path.Run(up ? low : open, {sine.begin(), sine.begin() + 2048});
+                const Signal after = path.Run(up ? open : low, {sine.begin() + 2048, sine.end()});
+                output.insert(output.end(), after.begin(), after.end());
+                for (std::size_t i = 0; i < output.size(); ++i) {
+                    const double u = pi2 * double(i) / 4096;
+                    output[i] *= float(
+                        (0.35875 - 0.48829 * cos(u) + 0.14128 * cos(2 * u) - 0.01168 * cos(3 * u)) / 735);
+                }
+                for (int frequency = 2500; frequency < 8000; frequency += 50)
+                    EXPECT_LT(20 * std::log10(Level(output, pi2 * frequency / 48000)),
+                              frequency < 4000 ? -58 : -63)
+                        << frequency << " Hz, order " << order << (up ? " up" : " down");
+            }
+        }
+    }
+}
+
+TEST(FilterStage, Fade_EndsAtTheFloorAndThenInSilenceWithCleanMemory) {
+    Path path;
+    path.Run(Filter(1, 0.5F), Constant(512));
+    const Signal fade = path.Run(Filter(0, 0.5F), Constant(2048), 2048);
+    EXPECT_NEAR(20 * std::log10(fade[720]), -30, 0.5);
+    EXPECT_NEAR(20 * std::log10(fade[1435]), -60, 0.5);
+    EXPECT_NEAR(fade.back(), 0, 1e-7);
+    EXPECT_FALSE(path.silent);
+    path.Run(Filter(0, 0.5F), Constant(512));
+    EXPECT_TRUE(path.silent);
+    EXPECT_EQ(path.state.memory[0], (std::array<float, 4>{}));
+    EXPECT_EQ(path.state.gainHF, 0);
+    path.Run(Filter(1), Constant(5));
+    EXPECT_EQ(path.state.gain, 0.001F);
+    for (const FilterParameters& closed : {Filter(1, 0), Filter(1, 1, 0)}) {
+        Path other;
+        other.Run(closed, Constant(512));
+        EXPECT_TRUE(other.silent);
+    }
+}
+
+TEST(FilterStage, ScaledFloor_MovesAScaledGainByTheSameSteps) {
+    constexpr float scale = 1.0F / 32768;
+    Path plain;
+    Path scaled{.settings = {.gainFactor = scale, .floorScale = scale}};
+    for (const float gain : {1.0F, 0.0F, 0.0F, 0.0F, 0.0F, 0.3F, 0.3F}) {
+        plain.Run(Filter(gain), Constant(512));
+        scaled.Run(Filter(gain), Constant(512));
+        EXPECT_EQ(scaled.state.gain, plain.state.gain * scale);
+    }
+    Path risen{.settings = {.floorScale = scale}};
+    risen.Run(Filter(0), Constant(5));
+    risen.Run(Filter(1), Constant(5));
+    for (const float gain : {risen.state.gain, risen.state.gainHF, risen.state.gainLF})
+        EXPECT_EQ(gain, 0.001F * scale);
+}
+
+TEST(FilterStage, ChannelsInPlaceInAnyPartitionIntoWholeSteps_AreThePathOfOneChannel) {
+    const Signal sine = Sine(1200);
+    for (const int order : {1, 2}) {
+        Path path;
+        SourceFilterState state;
+        for (const float gain : {1.0F, 0.05F, 0.7F, 1.0F}) {
+            const FilterParameters filter = Filter(gain, gain, gain, order);
+            const Signal expected = path.Run(filter, sine, 1200);
+            for (std::size_t i = 0; i < sine.size(); ++i) {
+                static hcml::ac::Bus bus(60, 8);
+                for (std::uint32_t c = 0; c < 8; ++c)
+                    bus.channels[c][i % 60] = sine[i];
+                if (i % 60 != 59) continue;
+                filterChannels(filter, state, bus, bus, path.tables, {});
+                for (std::uint32_t c = 0; c < 8; ++c)
+                    for (std::size_t k = 0; k < 60; ++k)
+                        ASSERT_NEAR(bus.channels[c][k], expected[i - 59 + k], 2e-6) << c << ", " << i;
+            }
+        }
+    }
+}
+
+TEST(FilterStage, FirstUseAndANewChannelCount_TakeTheGainsAtOnceWithCleanMemory) {
+    SourceFilterState state;
+    hcml::ac::Bus output;
+    for (const std::uint32_t channels : {2u, 4u, 1u}) {
+        hcml::ac::Bus input(64, channels);
+        const float gain = 1.0F / float(channels);
+        state.memory[0].fill(5);
+        EXPECT_FALSE(filterChannels(Filter(gain, 0.5F), state, input, output, Tables(48000), {}));
+        EXPECT_EQ(output.channelCount, channels);
+        EXPECT_EQ(state.gain, gain);
+        EXPECT_EQ(output.channels[0][0], 0);
+    }
+    hcml::ac::Bus tooMany(64, 9);
+    EXPECT_THROW(filterChannels(Filter(1), state, tooMany, output, Tables(48000), {}),
+                 slib::IntegrityFailureException);
+}
+
+TEST(FilterStage, GainsThatAreNoGains_EndInSilenceAndLeaveNothingBehind) {
+    using Settings = FilterStageSettings;
+    for (const Settings& bad : {Settings{.gainFactor = inf}, Settings{.gainFactor = nan},
+                                Settings{.gainFactor = -1}, Settings{.hfFactor = nan},
+                                Settings{.hfFactor = -inf}, Settings{.gainFactor = 0, .floorScale = 0}}) {
+        Path path;
+        path.Run(Filter(1, 0.5F), Constant(512));
+        path.settings = bad;
+        for (const float y : path.Run(Filter(1, 0.5F), Constant(20480)))
+            ASSERT_TRUE(y >= -1e-7F && y <= 1.0001F) << y;
+        EXPECT_TRUE(path.silent || bad.floorScale == 0);
+        path.settings = {};
+        EXPECT_NEAR(path.Run(Filter(1, 0.5F), Constant(20480)).back(), 1, 1e-5);
+    }
+    Path path{.settings = {.gainFactor = 1e38F, .hfFactor = 7}};
+    EXPECT_EQ(path.Run(Filter(1), Constant(512)).back(), 1e15F);
+}
+
+TEST(FilterStage, MemoryOfSamplesNotFiniteOrOfTheOtherOrder_IsNotTakenOver) {
+    for (const float before : {nan, inf, 3e38F, 1.0F}) {
+        for (const int order : {1, 2}) {
+            Path path;
+            path.Run(Filter(1, 0.01F, 0.5F, std::isfinite(before) ? 2 : order), Signal(512, before));
+            for (const float y : path.Run(Filter(1, 0.01F, 0.5F, order), Constant(2048)))
+                ASSERT_LT(std::abs(y), 2) << before << ", order " << order;
+        }
+    }
+}
+
+}  // namespace
+}  // namespace goal

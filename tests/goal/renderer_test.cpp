@@ -1,0 +1,234 @@
+// Whole blocks: what a scene puts on the spatial bus, whatever the block size and whatever a game sets.
+
+#include "goal/renderer.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <memory>
+#include <vector>
+
+#include "AL/tessarune.h"
+#include "allocationcounter.h"
+#include "goal/samplerateconverter.h"
+
+namespace goal {
+namespace {
+
+constexpr float unfit[] = {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity(),
+                           -std::numeric_limits<float>::infinity(), std::numeric_limits<float>::max()};
+
+// A scene, and what a server does with it.
+class Scene {
+public:
+    explicit Scene(std::uint32_t frames,
+                   orb3::SampleRateConversion conversion = orb3::SampleRateConversion::Off, int order = 4)
+        : frames(frames) {
+        configuration.goalConfig.order = order;
+        configuration.goalConfig.sampleRateConversion = conversion;
+        if (conversion == orb3::SampleRateConversion::SincMedium)
+            converter = std::make_unique<SampleRateConverter>(3);
+        renderer = std::make_unique<Renderer>(48000, configuration, 1, frames);
+        output.spatial.resize(frames, static_cast<std::uint32_t>((order + 1) * (order + 1)));
+        output.lowFrequency.resize(frames);
+        output.dialogue.resize(frames);
+    }
+
+    // A source in a loop of these samples. Sources and buffers are few, so references stay good.
+    Source& Add(std::vector<float> samples, std::int32_t format = AL_FORMAT_MONO_FLOAT32,
+                float rate = 48000) {
+        buffers.push_back(std::make_unique<Buffer>(1, format, rate, samples.data(),
+                                                   static_cast<std::uint32_t>(samples.size() * 4), true));
+        Source source;
+        source.queue.append(buffers.back().get());
+        source.looping = true;
+        source.state = SourceState::Playing;
+        application.sources.append(source);
+        return application.sources[application.sources.size - 1];
+    }
+
+    void Render() {
+        CopyToSnapshot(snapshot, application, converter.get());
+        renderer->renderBlock(snapshot, output);
+        MergeProgress(snapshot, application);
+    }
+
+    // `total` frames of the given channel.
+    std::vector<float> Play(std::uint32_t total, std::uint32_t channel) {
+        std::vector<float> played;
+        while (played.size() < total) {
+            Render();
+            played.insert(played.end(), output.spatial.channels[channel],
+                          output.spatial.channels[channel] + frames);
+        }
+        played.resize(total);
+        return played;
+    }
+
+    float Last(std::uint32_t channel) const { return output.spatial.channels[channel][frames - 1]; }
+
+    const std::uint32_t frames;
+    orb3::Configuration configuration;
+    std::vector<std::unique_ptr<Buffer>> buffers;
+    ApplicationState application;
+    RenderSnapshot snapshot;
+    std::unique_ptr<SampleRateConverter> converter;
+    std::unique_ptr<Renderer> renderer;
+    RenderOutput output;
+};
+
+// Where the source is; its `position` is that in its buffer.
+void Place(Source& source, const Vector3& position) {
+    source.SourceBaseParameters::position = position;
+}
+
+std::vector<float> Noise(std::size_t count, unsigned seed) {
+    std::vector<float> samples(count);
+    for (float& sample : samples)
+        sample = static_cast<float>((seed = seed * 1664525 + 1013904223) >> 8) / (1 << 23) - 1;
+    return samples;
+}
+
+TEST(Renderer, AnEmptyScene_IsSilentButForThePatternAtTheListenersGain) {
+    Scene scene(512);
+    scene.application.listenerGain = 0.5F;
+    scene.Render();
+    EXPECT_EQ(scene.output.spatial.channels[3][0], 2.5e-8F);
+    EXPECT_EQ(scene.output.spatial.channels[3][16], -2.5e-8F);
+    EXPECT_EQ(scene.Last(0), 0);
+}
+
+TEST(Renderer, AOneChannelSource_StandsOnTheBusByItsDirection) {
+    Scene scene(512);
+    Source& source = scene.Add({1, 1, 1});
+    Place(source, {-1, 2, -2});  // left, above and ahead of a listener who looks along -z
+    source.gain = 0.5F;
+    scene.Render();
+    const double x = 2 / 3.0, y = 1 / 3.0, z = 2 / 3.0, gain = 0.5 / 3;
+    const std::array<double, 10> polynomials{
+        1, x, y, z, x * y, x * x - y * y, x * z, y * z, z * z, x * x * x - 3 * x * y * y};
+    for (std::uint32_t c = 0; c < polynomials.size(); ++c)
+        EXPECT_NEAR(scene.Last(c), gain * polynomials[c], 1e-6) << c;
+}
+
+TEST(Renderer, ASourceThatMoves_RampsItsWeightsAtTheHeadOfTheBlock) {
+    Scene scene(512);
+    Place(scene.Add({1}), {0, 0, -1});
+    scene.Render();
+    Place(scene.application.sources[0], {-1, 0, 0});
+    scene.application.sources[0].parametersDirty = true;
+    scene.application.touched.Insert(0);
+    scene.Render();
+    const float* const left = scene.output.spatial.channels[2];
+    for (std::uint32_t i = 1; i < 19; ++i)
+        EXPECT_NEAR(left[i], 0.05 * (i + 1), 1e-5) << i;
+    EXPECT_NEAR(left[25], 1, 1e-6);
+}
+
+TEST(Renderer, SourcesOfSeveralChannels_GoByTheirArrangement) {
+    Scene stereo(512);
+    stereo.Add({1, 0.5F}, AL_FORMAT_STEREO_FLOAT32);
+    stereo.Render();
+    EXPECT_NEAR(stereo.Last(0), 1.5, 1e-5);
+    EXPECT_NEAR(stereo.Last(1), 1.5 * std::sqrt(0.75), 1e-5);
+    EXPECT_NEAR(stereo.Last(2), 0.25, 1e-5);
+
+    Scene angles(512);
+    Source& panned = angles.Add({1, 0.5F}, AL_FORMAT_STEREO_FLOAT32);
+    panned.stereoAngles = {1.5707964F, 0};
+    panned.hasStereoAngles = true;
+    angles.Render();
+    EXPECT_NEAR(angles.Last(0), 1.5, 1e-5);
+    EXPECT_NEAR(angles.Last(1), 0.5, 1e-5);
+    EXPECT_NEAR(angles.Last(2), 1, 1e-5);
+    EXPECT_NEAR(angles.Last(5), -0.5, 1e-5);
+
+    Scene field(512);
+    field.Add({0.5F, 0.1F, 0.2F, 0.3F}, AL_FORMAT_BFORMAT3D_FLOAT32);
+    field.Render();
+    EXPECT_NEAR(field.Last(0), 0.5 * std::sqrt(2), 1e-5);
+    for (std::uint32_t c = 1; c < 4; ++c)
+        EXPECT_NEAR(field.Last(c), 0.1 * c, 1e-5) << c;
+}
+
+TEST(Renderer, AStillScene_IsTheSameFieldInBlocksOfAnySize) {
+    constexpr std::uint32_t total = 38400;
+    for (const auto conversion :
+         {orb3::SampleRateConversion::Linear, orb3::SampleRateConversion::SincMedium}) {
+        std::vector<float> expected;
+        for (const std::uint32_t frames : {512U, 128U, 256U, 300U, 1024U}) {
+            Scene scene(frames, conversion, 2);
+            for (unsigned i = 0; i < 5; ++i) {
+                Source& source = scene.Add(Noise(5000 + i, i), AL_FORMAT_MONO_FLOAT32, 44100);
+                Place(source, {static_cast<float>(i) - 2, 1, -1});
+                source.directFilter.gainHF = 0.5F;
+            }
+            scene.Add(Noise(6000, 9), AL_FORMAT_STEREO_FLOAT32, 22050);
+            const std::vector<float> played = scene.Play(total, 5);
+            if (expected.empty()) expected = played;
+            for (std::uint32_t i = 0; i < total; ++i)
+                ASSERT_NEAR(played[i], expected[i], 2e-6) << frames << " at " << i;
+        }
+    }
+}
+
+TEST(Renderer, WhatIsNotANumber_NeverLeavesItsSource) {
+    using Base = SourceBaseParameters;
+    std::vector<std::function<void(Source&, float)>> properties;
+    for (float Base::*field :
+         {&Base::gain, &Base::minGain, &Base::maxGain, &Base::pitch, &Base::referenceDistance,
+          &Base::maxDistance, &Base::rolloffFactor, &Base::coneOuterGain, &Base::radius,
+          &Base::coneInnerHalfAngle, &Base::coneOuterHalfAngle, &Base::airAbsorptionFactor,
+          &Base::roomRolloffFactor, &Base::coneOuterGainHF})
+        properties.emplace_back([field](Source& source, float value) { source.*field = value; });
+    for (Vector3 Base::*field : {&Base::position, &Base::velocity, &Base::direction, &Base::orientationAt})
+        properties.emplace_back([field](Source& source, float value) { (source.*field)[1] = value; });
+    properties.emplace_back([](Source& source, float value) { source.directFilter.gainHF = value; });
+    for (const auto& set : properties)
+        for (const float value : unfit)
+            for (const std::int32_t format : {AL_FORMAT_MONO_FLOAT32, AL_FORMAT_BFORMAT3D_FLOAT32}) {
+                Scene scene(512);
+                Place(scene.Add({0.5F}), {0, 0, -1});
+                set(scene.Add(Noise(400, 1), format), value);
+                for (int block = 0; block < 3; ++block)
+                    scene.Render();
+                for (std::uint32_t c = 0; c < 25; ++c)
+                    ASSERT_TRUE(std::isfinite(scene.Last(c)))
+                        << value << " in property " << &set - &properties[0];
+            }
+}
+
+TEST(Renderer, SamplesThatAreNotNumbers_LeaveTheRestOfTheMixAsItIs) {
+    for (const std::int32_t format : {AL_FORMAT_MONO_FLOAT32, AL_FORMAT_QUAD32}) {
+        Scene scene(512);
+        Place(scene.Add({0.5F}), {0, 0, -1});
+        std::vector<float> samples = Noise(400, 1);
+        samples[77] = unfit[0];
+        scene.Add(samples, format);
+        scene.Render();
+        EXPECT_NEAR(scene.Last(1), 0.5, 1e-6);
+        EXPECT_NEAR(scene.Last(12), 0, 1e-6);
+    }
+}
+
+TEST(Renderer, ASteadyScene_AllocatesNothing) {
+    for (const auto conversion : {orb3::SampleRateConversion::Off, orb3::SampleRateConversion::Linear,
+                                  orb3::SampleRateConversion::SincMedium}) {
+        Scene scene(512, conversion);
+        for (unsigned i = 0; i < 100; ++i)
+            Place(scene.Add(Noise(3000, i), AL_FORMAT_MONO_FLOAT32, 44100), {static_cast<float>(i), 0, -1});
+        scene.Add(Noise(6000, 9), AL_FORMAT_51CHN32, 22050);
+        scene.Add(Noise(6000, 9), AL_FORMAT_BFORMAT3D_FLOAT32, 22050);
+        scene.Render();
+        const std::size_t before = testing_support::AllocationsOfThisThread();
+        for (int block = 0; block < 10; ++block)
+            scene.Render();
+        EXPECT_EQ(testing_support::AllocationsOfThisThread(), before);
+    }
+}
+
+}  // namespace
+}  // namespace goal
