@@ -6,20 +6,6 @@
 #include "numeric/kernels/mixkernel.h"
 
 namespace goal {
-namespace {
-
-// Adds to the channel what the weights on their way to `target` differ from it. Returns the weight reached.
-float AddHead(const hcml::FloatTupleVector& row, float weight, float target, float step, float* channel) {
-    const float move = weight < target ? step : -step;
-    for (std::uint32_t i = 0; i < row.size; ++i) {
-        weight += move;
-        if (move > 0 ? weight >= target : weight <= target) return target;
-        channel[i] += (weight - target) * row.data[i];
-    }
-    return weight;
-}
-
-}  // namespace
 
 bool IsFiniteRow(const float* row, std::uint32_t frames) {
     constexpr std::uint32_t exponent = 0x7F800000;
@@ -27,6 +13,17 @@ bool IsFiniteRow(const float* row, std::uint32_t frames) {
     for (std::uint32_t i = 0; i < frames; ++i)
         unfit |= (std::bit_cast<std::uint32_t>(row[i]) & exponent) == exponent ? 1U : 0U;
     return unfit == 0;
+}
+
+float AddMovingHead(const hcml::FloatTupleVector& row, float weight, float target, float step,
+                    float* channel) {
+    const float move = weight < target ? step : -step;
+    for (std::uint32_t i = 0; i < row.size; ++i) {
+        weight += move;
+        if (move > 0 ? weight >= target : weight <= target) return target;
+        channel[i] += (weight - target) * row.data[i];
+    }
+    return weight;
 }
 
 MixBatch::MixBatch(std::uint32_t frames, std::uint32_t channelCount)
@@ -45,7 +42,7 @@ void MixBatch::AddMoving(const float* weights, float* previous, float step, hcml
     const bool isFinite = IsFiniteRow(rows[count].data, rows[count].size);
     for (std::uint32_t c = 0; c < channelCount; ++c)
         if (isFinite && previous[c] != weights[c])
-            previous[c] = AddHead(rows[count], previous[c], weights[c], step, bus.channels[c]);
+            previous[c] = AddMovingHead(rows[count], previous[c], weights[c], step, bus.channels[c]);
     if (isFinite) Add(weights, bus);
 }
 

@@ -16,6 +16,11 @@ namespace goal {
 /// True when no sample of the row is infinite or not a number.
 bool IsFiniteRow(const float* row, std::uint32_t frames);
 
+/// Adds to a channel what a row's moving weight differs from `target`, which is added to it otherwise: from
+/// `weight` on by `step` per sample, until it would reach the target. Returns the weight reached.
+float AddMovingHead(const hcml::FloatTupleVector& row, float weight, float target, float step,
+                    float* channel);
+
 class MixBatch {
 public:
     /// For blocks of `frames` and a bus of `channelCount` channels, 1 to 25. Throws

@@ -35,14 +35,6 @@ bool IsBFormat(int key) {
     return key == bFormat2D || key == bFormat3D;
 }
 
-// No slot has a running effect that would take a send, so each send waits with clean memory.
-void ResetSends(SourceRendererState& state) {
-    for (SourceFilterState& send : state.sends) {
-        reset(send);
-        send.coefficientsValid = false;
-    }
-}
-
 // A ramp that isn't heard starts afresh when it is heard again.
 void ApplyDedicatedGain(GainRamp& ramp, bool isWritten, float gain, hcml::FloatTupleVector& block) {
     if (isWritten)
@@ -75,6 +67,8 @@ Renderer::Renderer(double sampleRate, const orb3::Configuration& configuration, 
       reader(configuration.goalConfig.sampleRateConversion),
       radiusTable(order),
       filterTables(std::make_unique<FilterGainTables>()),
+      sends(blockFrames, spatialChannels, configuration.goalConfig.useDirectionalEarlyReflections,
+            *filterTables, defaultFilterOrder),
       batch(blockFrames, spatialChannels) {
     AddArrays(configuration.arraySet);
     AddBFormats();
@@ -125,6 +119,7 @@ void Renderer::renderBlock(RenderSnapshot& snapshot, RenderOutput& output) {
 
 void Renderer::StartBlock(const RenderSnapshot& snapshot, RenderOutput& output) {
     listener = BuildBasis(snapshot.listenerAt, snapshot.listenerUp);
+    sends.Sync(snapshot);
     output.spatial.clear();
     ApplyAntiDenormalPattern(output.spatial);
     output.lowFrequencyWritten = false;
@@ -138,7 +133,6 @@ void Renderer::RenderSources(RenderSnapshot& snapshot, RenderOutput& output) {
         Source& source = snapshot.sources[i];
         SourceRendererState& state = snapshot.sourceStates[i];
         if (source.deleted || source.state != SourceState::Playing || source.queue.size == 0) return;
-        ResetSends(state);
         if (source.queue[0]->channels == 1)
             RenderMonoSource(source, state, snapshot, output.spatial);
         else
@@ -156,12 +150,16 @@ void Renderer::RenderMonoSource(Source& source, SourceRendererState& state, cons
     ApplyAntiDenormalPattern(monoSource);
     const FilterStageSettings settings{
         .gainFactor = geometry.gain, .hfFactor = geometry.gainHF, .defaultOrder = defaultFilterOrder};
-    const bool isSilent =
-        filterOne(source.directFilter, state.direct, monoSource, batch.Row(), *filterTables, settings);
-    if (isSilent) {
+    if (filterOne(source.directFilter, state.direct, monoSource, batch.Row(), *filterTables, settings))
         state.direct.coefficientsValid = false;
-        return;
-    }
+    else
+        AddMono(state, geometry, scale, spatial);
+    sends.SendMono(source, state, snapshot, geometry, monoSource, scale);
+}
+
+// Adds the batch's row to the bus from the source's direction.
+void Renderer::AddMono(SourceRendererState& state, const SourceGeometry& geometry, float scale,
+                       hcml::ac::Bus& spatial) {
     std::array<float, 25> weights{};
     for (std::uint32_t c = 0; c < spatialChannels; ++c)
         weights[c] = geometry.encode[c] * scale;
@@ -177,6 +175,7 @@ void Renderer::RenderMultiChannelSource(Source& source, SourceRendererState& sta
     const float scale =
         reader.ReadMultiChannel(source, state.previousFrame, state.multiChannelConverter, rate, bus.input);
     ApplyAntiDenormalPattern(bus.input);
+    sends.SendMultiChannel(source, state, bus.input, IsBFormat(key), scale);
     if (IsBFormat(key)) Rotate(source, key, bus);
     const FilterStageSettings settings{
         .gainFactor = source.gain * scale, .floorScale = scale, .defaultOrder = defaultFilterOrder};

@@ -17,6 +17,7 @@
 #include "goal/gainramp.h"
 #include "goal/machinery.h"
 #include "goal/mixbatch.h"
+#include "goal/sendstage.h"
 #include "goal/sourcegeometry.h"
 #include "goal/sourceradiustable.h"
 #include "goal/sourcereader.h"
@@ -61,6 +62,8 @@ private:
     void RenderMonoSource(Source& source, SourceRendererState& state, const RenderSnapshot& snapshot,
                           hcml::ac::Bus& spatial);
     void RenderMultiChannelSource(Source& source, SourceRendererState& state, hcml::ac::Bus& spatial);
+    void AddMono(SourceRendererState& state, const SourceGeometry& geometry, float scale,
+                 hcml::ac::Bus& spatial);
     void Rotate(const Source& source, int key, ArrayBus& bus) const;
     void Pan(const Source& source, const ArrayBus& bus, hcml::ac::Bus& spatial);
     void MixArrays(hcml::ac::Bus& spatial);
@@ -76,6 +79,7 @@ private:
     std::unique_ptr<FilterGainTables> filterTables;
     std::map<int, ArrayBus> arrayBuses;  // by the key of the arrangement
     hcml::FloatTupleVector monoSource;
+    SendStage sends;
     MixBatch batch;
     Basis listener;
     GainRamp spatialGain;

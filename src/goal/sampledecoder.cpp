@@ -168,7 +168,7 @@ SampleEncoding EncodingOf(const Buffer& buffer) {
 /// The samples as floats where they stand, or null when they aren't aligned floats.
 const float* FloatsInPlace(const Buffer& buffer, SampleEncoding encoding) {
     if (encoding != SampleEncoding::Float32) return nullptr;
-    if (std::bit_cast<std::uintptr_t>(buffer.data) % alignof(float) != 0) return nullptr;
+    if (reinterpret_cast<std::uintptr_t>(buffer.data) % alignof(float) != 0) return nullptr;
     return reinterpret_cast<const float*>(buffer.data);
 }
 

@@ -1,0 +1,141 @@
+#include "goal/sendstage.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "goal/antidenormal.h"
+#include "goal/filterstage.h"
+#include "goal/fx/reverbparameters.h"
+#include "goal/mixbatch.h"
+
+namespace goal {
+namespace {
+
+// What the weights of a send into a whole field move per sample.
+constexpr float fieldStep = 0.005F;
+
+// A send that nobody takes waits with clean memory.
+void Forget(SourceFilterState& state) {
+    reset(state);
+    state.coefficientsValid = false;
+}
+
+void AddRow(hcml::FloatTupleVector& target, const float* source) {
+    for (std::uint32_t i = 0; i < target.size; ++i)
+        target.data[i] += source[i];
+}
+
+}  // namespace
+
+SendStage::SendStage(std::uint32_t frames, std::uint32_t spatialChannels, bool directional,
+                     const FilterGainTables& tables, int defaultFilterOrder)
+    : frames(frames),
+      spatialChannels(spatialChannels),
+      directional(directional),
+      tables(tables),
+      defaultFilterOrder(defaultFilterOrder) {
+    mono.resize(frames);
+    filtered.resize(frames);
+}
+
+void SendStage::Sync(const RenderSnapshot& snapshot) {
+    if (slots.size() < snapshot.slots.size) slots.resize(snapshot.slots.size);
+    for (std::uint32_t i = 0; i < snapshot.slots.size; ++i)
+        SyncSlot(slots[i], snapshot.slots[i]);
+}
+
+void SendStage::SyncSlot(Slot& slot, const AuxSlotParameters& parameters) const {
+    if (!parameters.effect || parameters.deleted) return slot.input.resize(0, 0);
+    slot.kind = InputOf(parameters.effect->effectType);
+    slot.target = {.inputKind = static_cast<std::int32_t>(slot.kind),
+                   .auxiliarySendAuto = parameters.auxiliarySendAuto};
+    if (const auto* reverb = dynamic_cast<const fx::ReverbParameters*>(parameters.effect.Get())) {
+        slot.target.airAbsorptionGainHF = reverb->airAbsorptionGainHF;
+        slot.target.roomRolloffFactor = reverb->roomRolloffFactor;
+    }
+    std::uint32_t channels = 1;
+    if (slot.kind == EffectInput::Field) channels = spatialChannels;
+    if (slot.kind == EffectInput::Reverb && directional) channels = 4;
+    slot.input.resize(frames, channels);
+    slot.input.clear();
+    ApplyAntiDenormalPattern(slot.input);
+}
+
+// A name beyond the table, or of a slot without an effect, is a send to nobody.
+SendStage::Slot* SendStage::Live(std::uint32_t slotName) {
+    if (slotName == 0 || slotName > slots.size()) return nullptr;
+    Slot& slot = slots[slotName - 1];
+    return slot.input.channelCount > 0 ? &slot : nullptr;
+}
+
+// False when there is nothing to add.
+bool SendStage::Filter(const FilterParameters& filter, SourceFilterState& state,
+                       const hcml::FloatTupleVector& samples, const SendGains& gains, float floorScale) {
+    const FilterStageSettings settings{.gainFactor = gains.gain,
+                                       .hfFactor = gains.gainHF,
+                                       .floorScale = floorScale,
+                                       .defaultOrder = defaultFilterOrder};
+    const bool isHeard = IsFinite(gains) && !filterOne(filter, state, samples, filtered, tables, settings) &&
+                         IsFiniteRow(filtered.data, filtered.size);
+    if (!isHeard) state.coefficientsValid = false;
+    return isHeard;
+}
+
+void SendStage::SendMono(const Source& source, SourceRendererState& state, const RenderSnapshot& snapshot,
+                         const SourceGeometry& geometry, const hcml::FloatTupleVector& samples, float scale) {
+    for (std::uint32_t i = 0; i < source.sends.size; ++i) {
+        const SourceBaseParameters::AuxSend& send = source.sends[i];
+        SourceFilterState& memory = state.sends[i];
+        Slot* const slot = Live(send.slotName);
+        if (slot == nullptr) {
+            Forget(memory);
+            continue;
+        }
+        const SendGains gains = ComputeSendGains(source, snapshot, geometry, slot->target);
+        if (!Filter(send.filter, memory, samples, gains, 1)) continue;
+        if (slot->kind == EffectInput::Field) {
+            AddToField(*slot, memory, geometry, scale);
+            continue;
+        }
+        memory.coefficientsValid = false;
+        AddToReverb(*slot, geometry, scale);
+    }
+}
+
+void SendStage::SendMultiChannel(const Source& source, SourceRendererState& state,
+                                 const hcml::ac::Bus& samples, bool isBFormat, float scale) {
+    if (source.sends.size == 0) return;
+    mono.clear();
+    for (std::uint32_t c = 0; c < (isBFormat ? 1 : samples.channelCount); ++c)
+        AddRow(mono, samples.channels[c]);
+    const SendGains gains{source.gain * scale / static_cast<float>(samples.channelCount), 1};
+    for (std::uint32_t i = 0; i < source.sends.size; ++i) {
+        Slot* const slot = Live(source.sends[i].slotName);
+        if (slot == nullptr)
+            Forget(state.sends[i]);
+        else if (Filter(source.sends[i].filter, state.sends[i], mono, gains, scale))
+            slot->input.add(0, filtered.data, 1);
+    }
+}
+
+void SendStage::AddToField(Slot& slot, SourceFilterState& state, const SourceGeometry& geometry,
+                           float scale) {
+    const bool isMoving = std::exchange(state.coefficientsValid, true);
+    for (std::uint32_t c = 0; c < spatialChannels; ++c) {
+        const float weight = geometry.encode[c] * scale;
+        float& previous = state.coefficients[c];
+        previous = isMoving && previous != weight
+                       ? AddMovingHead(filtered, previous, weight, fieldStep, slot.input.channels[c])
+                       : weight;
+        slot.input.add(c, filtered.data, weight);
+    }
+}
+
+// Of one channel, or with the axes behind it.
+void SendStage::AddToReverb(Slot& slot, const SourceGeometry& geometry, float scale) {
+    slot.input.add(0, filtered.data, scale);
+    for (std::uint32_t c = 1; c < slot.input.channelCount; ++c)
+        slot.input.add(c, filtered.data, scale * geometry.direction[c - 1]);
+}
+
+}  // namespace goal

@@ -1,0 +1,67 @@
+#pragma once
+
+// The auxiliary sends: what each source gives into the inputs of the effect slots, through a filter of its
+// own per send. The renderer syncs the inputs at the start of a block and calls the stage for each source;
+// the slots' effects take the inputs up afterwards. On the server's thread; allocates only when a slot takes
+// an effect of another shape.
+
+#include <cstdint>
+#include <vector>
+
+#include "goal/enginestate.h"
+#include "goal/filtergaintables.h"
+#include "goal/fx/effecttypes.h"
+#include "goal/sourcegeometry.h"
+#include "numeric/bus.h"
+#include "numeric/floattuplevector.h"
+
+namespace goal {
+
+class SendStage {
+public:
+    /// For blocks of `frames` and a bus of `spatialChannels`. With `directional` reverbs take the axes of a
+    /// source too. `tables` is borrowed and outlives the stage; `defaultFilterOrder` is 1 or 2.
+    SendStage(std::uint32_t frames, std::uint32_t spatialChannels, bool directional,
+              const FilterGainTables& tables, int defaultFilterOrder);
+
+    /// Brings the inputs in line with the slots of a snapshot, and clears them. Throws
+    /// slib::OutOfMemoryException.
+    void Sync(const RenderSnapshot& snapshot);
+
+    /// The input of slot `index`, as Sync shaped it; without channels for a slot without an effect.
+    const hcml::ac::Bus& Input(std::uint32_t index) const { return slots[index].input; }
+
+    /// All sends of a one-channel source. `samples` is its block before any filter, `scale` brings that to
+    /// full scale.
+    void SendMono(const Source& source, SourceRendererState& state, const RenderSnapshot& snapshot,
+                  const SourceGeometry& geometry, const hcml::FloatTupleVector& samples, float scale);
+
+    /// All sends of a source of several channels. `samples` is its block; of B-format only channel 0 goes.
+    void SendMultiChannel(const Source& source, SourceRendererState& state, const hcml::ac::Bus& samples,
+                          bool isBFormat, float scale);
+
+private:
+    struct Slot {
+        hcml::ac::Bus input;
+        EffectInput kind = EffectInput::Mono;
+        SendTarget target;
+    };
+
+    void SyncSlot(Slot& slot, const AuxSlotParameters& parameters) const;
+    Slot* Live(std::uint32_t slotName);
+    bool Filter(const FilterParameters& filter, SourceFilterState& state,
+                const hcml::FloatTupleVector& samples, const SendGains& gains, float floorScale);
+    void AddToField(Slot& slot, SourceFilterState& state, const SourceGeometry& geometry, float scale);
+    void AddToReverb(Slot& slot, const SourceGeometry& geometry, float scale);
+
+    const std::uint32_t frames;
+    const std::uint32_t spatialChannels;
+    const bool directional;
+    const FilterGainTables& tables;
+    const int defaultFilterOrder;
+    std::vector<Slot> slots;
+    hcml::FloatTupleVector mono;      // the sum of several channels
+    hcml::FloatTupleVector filtered;  // the send in hand
+};
+
+}  // namespace goal
