@@ -71,8 +71,8 @@ void Pick(const Buffer& buffer, const FramePicks& picks, float* target) {
 // IMA ADPCM (Interactive Multimedia Association, 1992), in blocks of a header and 64 codes per channel.
 
 constexpr std::uint32_t ima4BlockFrames = 65;
-constexpr std::uint32_t ima4HeaderBytes = 4;
-constexpr std::uint32_t ima4WordBytes = 4;
+constexpr std::size_t ima4HeaderBytes = 4;
+constexpr std::size_t ima4WordBytes = 4;
 constexpr std::uint32_t ima4Words = 8;  ///< per channel and block, eight codes each
 
 constexpr std::array stepTable = std::to_array<int>({
@@ -122,7 +122,7 @@ public:
     /// The frame, followed by the rest of its block.
     const float* From(std::uint32_t frame) {
         if (const std::uint32_t wanted = frame / ima4BlockFrames; wanted != block) DecodeBlock(wanted);
-        return values.data() + frame % ima4BlockFrames * buffer.channels;
+        return values.data() + std::size_t{frame % ima4BlockFrames} * buffer.channels;
     }
 
 private:

@@ -290,7 +290,7 @@ std::uint32_t ProduceRun(const ConverterState& state, float* target, std::uint32
         hcml::ProduceSinc(target, count, state.ring.data, filter, {position, state.step});
         return count;
     }
-    std::array<float, 2 * mostTaps> around{};
+    std::array<float, std::size_t{2} * mostTaps> around{};
     for (std::uint32_t i = 0; i < 2 * (state.taps - 1); ++i)
         around[i] = state.ring.data[(firstAround + i) & (converterRingFrames - 1)];
     count = std::min(count, OutputsBefore(converterRingFrames, position, state.step));

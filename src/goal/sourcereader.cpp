@@ -102,7 +102,7 @@ void InterpolateRun(const float* raw, std::uint64_t position, std::uint64_t step
 /// As InterpolateRun, with the two values of output k at raw[2k] and raw[2k + 1].
 void InterpolatePairs(const float* raw, std::uint64_t position, std::uint64_t step, std::uint32_t count,
                       float* out) {
-    for (std::uint32_t k = 0; k < count; ++k, position += step) {
+    for (std::size_t k = 0; k < count; ++k, position += step) {
         const auto f = static_cast<std::int32_t>(position & fractionMask);
         out[k] = static_cast<float>(65536 - f) * raw[2 * k] + static_cast<float>(f) * raw[2 * k + 1];
     }

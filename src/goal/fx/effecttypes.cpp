@@ -46,7 +46,8 @@ constexpr std::array effectTypes = std::to_array<EffectType>({
     {AL_EFFECT_COMPRESSOR, Make<fx::CompressorParameters>, EffectInput::Mono},
     {AL_EFFECT_EQUALIZER, Make<fx::EqualizerParameters>, EffectInput::Field},
     {AL_EFFECT_EAXREVERB, Make<fx::EAXReverbParameters>, EffectInput::Reverb},
-    {AL_EFFECT_DEDICATED_LOW_FREQUENCY_EFFECT, MakeDedicated<AL_EFFECT_DEDICATED_LOW_FREQUENCY_EFFECT>, EffectInput::Mono},
+    {AL_EFFECT_DEDICATED_LOW_FREQUENCY_EFFECT, MakeDedicated<AL_EFFECT_DEDICATED_LOW_FREQUENCY_EFFECT>,
+     EffectInput::Mono},
     {AL_EFFECT_DEDICATED_DIALOGUE, MakeDedicated<AL_EFFECT_DEDICATED_DIALOGUE>, EffectInput::Mono},
 });
 
