@@ -1,49 +1,12 @@
 #pragma once
 
-// Counts the allocations of a thread. Replaces the program's operator new: include it in one source of a
-// program.
+// Counts the allocations of a thread, for a program that links allocationcounter.cpp: it replaces operator
+// new.
 
 #include <cstddef>
-#include <cstdlib>
-#include <new>
 
 namespace testing_support {
 
-inline thread_local std::size_t allocations = 0;
-
-inline std::size_t AllocationsOfThisThread() {
-    return allocations;
-}
-
-inline void* Allocate(std::size_t size, std::size_t alignment) {
-    ++allocations;
-    return std::aligned_alloc(alignment, (size + alignment - 1) / alignment * alignment);
-}
+std::size_t AllocationsOfThisThread();
 
 }  // namespace testing_support
-
-void* operator new(std::size_t size) {
-    if (void* const block = testing_support::Allocate(size, alignof(std::max_align_t))) return block;
-    throw std::bad_alloc();
-}
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return testing_support::Allocate(size, alignof(std::max_align_t));
-}
-void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
-    return testing_support::Allocate(size, static_cast<std::size_t>(alignment));
-}
-void operator delete(void* block) noexcept {
-    std::free(block);
-}
-void operator delete(void* block, std::size_t) noexcept {
-    std::free(block);
-}
-void operator delete(void* block, const std::nothrow_t&) noexcept {
-    std::free(block);
-}
-void operator delete(void* block, std::align_val_t) noexcept {
-    std::free(block);
-}
-void operator delete(void* block, std::size_t, std::align_val_t) noexcept {
-    std::free(block);
-}
