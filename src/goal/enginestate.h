@@ -155,9 +155,10 @@ struct SourceFilterState {
     float gain = 1;                  ///< the gains reached so far
     float gainHF = 1;
     float gainLF = 1;
-    std::array<std::array<float, 4>, 8> memory{};  ///< per channel y1, y2 of the high and of the low section
-    std::array<float, 25> coefficients{};          ///< the gains last used per spatial channel
-    bool coefficientsValid = false;                ///< false: the next mix takes the new gains at once
+    /// Per channel two values of the high and two of the low section, as the filter stage keeps them.
+    std::array<std::array<float, 4>, 8> memory{};
+    std::array<float, 25> coefficients{};  ///< the gains last used per spatial channel
+    bool coefficientsValid = false;        ///< false: the next mix takes the new gains at once
 };
 
 /// What the renderer keeps about a source from block to block.
