@@ -17,6 +17,7 @@ struct States {
             goal::Source source;
             if (i % every == 0) source.state = goal::SourceState::Playing;
             application.sources.append(source);
+            application.touched.Insert(static_cast<std::uint32_t>(i));  // as its creation marks it
         }
         goal::CopyToSnapshot(snapshot, application);
     }
