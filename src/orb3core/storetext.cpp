@@ -158,14 +158,15 @@ std::wstring Fold(std::wstring name) {
 }
 
 // The key that the parser makes of the text before a "=". An exclamation mark at the front isn't part of it:
-// it marks a value that refuses to be changed, which would have the parser speak up at the next write.
+// it marks a value that refuses to be changed, which would have the parser speak up at the next write. Nor is
+// a byte order mark, which at the front of the text would be taken for the file's.
 std::wstring KeyName(std::string_view text) {
     std::wstring raw = Widen(text);
     TrimEnd(raw);
     raw.erase(0, static_cast<std::size_t>(std::find_if_not(raw.begin(), raw.end(), IsBlank) - raw.begin()));
     std::wstring name = Unescape(raw);
     TrimEnd(name);
-    name.erase(0, std::min(name.find_first_not_of(L'!'), name.size()));
+    name.erase(0, std::min(name.find_first_not_of(L"!\uFEFF"), name.size()));
     return name;
 }
 
