@@ -7,9 +7,11 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <vector>
 
 namespace {
 
@@ -22,9 +24,9 @@ hcml::FloatTupleVector Input() {
     return input;
 }
 
-void PerSample(benchmark::State& state) {
+void PerSample(benchmark::State& state, std::size_t paths = 1) {
     state.counters["time_per_sample"] =
-        benchmark::Counter(static_cast<double>(state.iterations()) * frames,
+        benchmark::Counter(static_cast<double>(state.iterations()) * frames * static_cast<double>(paths),
                            benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
@@ -54,6 +56,26 @@ BENCHMARK_CAPTURE(FilterStage, high_and_low_constant,
                   {.order = 1, .gain = 0.5F, .gainHF = 0.3F, .gainLF = 0.3F});
 BENCHMARK_CAPTURE(FilterStage, high_constant_second_order, {.order = 2, .gain = 0.5F, .gainHF = 0.3F});
 BENCHMARK_CAPTURE(FilterStage, silent, {.gain = 0});
+
+// What the renderer does with the paths of a batch whose gains stand still.
+void SixtyFourPathsSideBySide(benchmark::State& state) {
+    static goal::FilterGainTables tables;
+    goal::buildFilterTables(tables, 48000, false);
+    hcml::FloatTupleVector constant(frames);
+    std::fill_n(constant.data, frames, 1.0F);  // passes as it is, however often it is filtered in place
+    std::vector<hcml::FloatTupleVector> rows(64, constant);
+    std::vector<goal::SourceFilterState> paths(rows.size());
+    goal::SectionBatch waiting(frames);
+    for (auto _ : state) {
+        for (std::size_t p = 0; p < rows.size(); ++p)
+            goal::filterOneLater({.order = 1, .gain = 1, .gainHF = 0.3F}, paths[p], rows[p], tables, {},
+                                 waiting);
+        waiting.Run();
+        benchmark::ClobberMemory();
+    }
+    PerSample(state, rows.size());
+}
+BENCHMARK(SixtyFourPathsSideBySide);
 
 // The targets are so far apart that the gains never arrive.
 BENCHMARK_CAPTURE(Run, gain_moving, {.gain = 1}, {.gain = 0.01F});

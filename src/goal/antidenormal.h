@@ -4,6 +4,7 @@
 // so that a tail never dies away into denormal numbers, on which a processor slows down a hundredfold. The
 // renderer and the effects call it on the server's thread; it allocates nothing.
 
+#include <cmath>
 #include <cstdint>
 
 #include "numeric/bus.h"
@@ -29,6 +30,14 @@ void ApplyAntiDenormalPattern(hcml::FloatTupleVector& block);
 /// recursive filter, at the end of each run.
 inline float WithoutDenormal(float value) {
     return (value + antiDenormalOffset) - antiDenormalOffset;
+}
+
+/// What the memory of a recursive filter keeps for the next run: WithoutDenormal, and nothing of a sample
+/// that isn't finite.
+inline float KeptInMemory(float value) {
+    constexpr float highest = 1e30F;
+    const float kept = WithoutDenormal(value);
+    return std::abs(kept) <= highest ? kept : 0;
 }
 
 }  // namespace goal

@@ -61,6 +61,13 @@ void UpdateSlot(AuxSlotParameters& target, const AuxSlotParameters& source) {
     target.deleted = source.deleted;
 }
 
+// Shapes the ring for the source's channels here, so that the block needn't.
+void MatchConverter(SourceRendererState& state, const Source& source) {
+    MultiChannelConverterState& converter = state.multiChannelConverter;
+    const bool isUsed = converter.ring.size > 0 && source.queue.size > 0 && source.queue[0]->channels > 1;
+    if (isUsed) converter.resize(source.queue[0]->channels);
+}
+
 void AppendSources(RenderSnapshot& snapshot, ApplicationState& application,
                    const SampleRateConverter* converter) {
     for (std::uint32_t i = snapshot.sources.size; i < application.sources.size; ++i) {
@@ -69,6 +76,7 @@ void AppendSources(RenderSnapshot& snapshot, ApplicationState& application,
         SourceRendererState state;
         state.Prepare(converter);
         MatchSends(state, application.sources[i]);
+        MatchConverter(state, application.sources[i]);
         snapshot.sourceStates.append(std::move(state));
         NotePlaying(snapshot.playing, i, snapshot.sources[i]);
     }
@@ -154,6 +162,7 @@ void CopyToSnapshot(RenderSnapshot& snapshot, ApplicationState& application,
         if (i >= snapshot.sources.size) return;
         const bool restart = CopySource(snapshot.sources[i], application.sources[i]);
         MatchSends(snapshot.sourceStates[i], snapshot.sources[i]);
+        MatchConverter(snapshot.sourceStates[i], snapshot.sources[i]);
         if (restart) snapshot.sourceStates[i].Reset();
         NotePlaying(snapshot.playing, i, snapshot.sources[i]);
     });

@@ -63,13 +63,6 @@ SectionMemory LowMemory(const Work& work, std::uint32_t channel) {
     return {memory[2], memory[3]};
 }
 
-// What a memory keeps for the next run: neither denormals nor what isn't finite.
-float Kept(float memory) {
-    constexpr float highest = 1e30F;
-    const float kept = WithoutDenormal(memory);
-    return std::abs(kept) <= highest ? kept : 0;
-}
-
 // y = a*x + b*y1 on each sample, which goes to emit(i, x, y). Four samples are worked out as if nothing came
 // before them, and then what came before is added by powers of b: the only chain from group to group is one
 // multiply and one add.
@@ -100,7 +93,7 @@ void RunFirstOrder(const float* input, std::size_t count, float a, float b, Sect
         y = a * x + b * y;
         emit(i, x, y);
     }
-    memory.first = Kept(y);
+    memory.first = KeptInMemory(y);
     memory.second = 0;
 }
 
@@ -116,8 +109,8 @@ void RunSecondOrder(const float* input, std::size_t count, SecondOrderRow row, S
         older += difference;
         difference = next;
     }
-    memory.first = Kept(older);
-    memory.second = Kept(difference);
+    memory.first = KeptInMemory(older);
+    memory.second = KeptInMemory(difference);
 }
 
 void MultiplyInPlace(float* block, std::size_t count, float gain) {
@@ -180,7 +173,7 @@ void PrimeHigh(const Work& work, std::uint32_t from) {
     const std::uint32_t row = FilterRowIndex(work.state.gainHF);
     const float scale = work.secondOrder ? 1 / work.tables.hfSecondOrder[row].sum : work.state.gain;
     for (std::uint32_t c = 0; c < work.channels; ++c)
-        HighMemory(work, c).first = Kept(work.input[c][from] * scale);
+        HighMemory(work, c).first = KeptInMemory(work.input[c][from] * scale);
 }
 
 // The low section in place on a range of frames of all channels, at the gain of the state.
@@ -213,7 +206,8 @@ void AgainstDenormals(const Work& work) {
 
 // Both passes walk in steps while a gain moves and a whole step fits; the rest of the block is at constant
 // gains.
-void PassHigh(const Work& work, const Targets& targets) {
+// Returns the frame where the gains stand still.
+std::uint32_t WalkHigh(const Work& work, const Targets& targets) {
     SourceFilterState& state = work.state;
     const std::uint32_t step = work.Step();
     std::uint32_t position = 0;
@@ -225,8 +219,16 @@ void PassHigh(const Work& work, const Targets& targets) {
         RunHigh(work, position, step);
         position += step;
     }
+    return position;
+}
+
+bool IsHighNearSilence(const Work& work) {
+    return work.state.gain < work.Floor() || work.state.gainHF < work.Floor();
+}
+
+void FinishHigh(const Work& work, std::uint32_t position) {
     RunHigh(work, position, work.frames - position);
-    if (state.gain < work.Floor() || state.gainHF < work.Floor()) AgainstDenormals(work);
+    if (IsHighNearSilence(work)) AgainstDenormals(work);
 }
 
 void PassLow(const Work& work, const Targets& targets) {
@@ -254,7 +256,8 @@ bool IsSilent(const SourceFilterState& state, const Targets& targets) {
            (state.gainLF == 0 && targets.gainLF == 0);
 }
 
-bool Filter(const Work& work, const Targets& targets) {
+// What comes before the passes. True: the path is silent.
+bool Prepare(const Work& work, const Targets& targets) {
     SourceFilterState& state = work.state;
     if (work.channels > state.memory.size()) slib::ThrowUnreachable("goal/filterstage", __LINE__);
     const auto channelCount = static_cast<std::int32_t>(work.channels);
@@ -263,14 +266,33 @@ bool Filter(const Work& work, const Targets& targets) {
         state.channelCount = channelCount;
         SetGains(state, targets);
     }
-    if (IsSilent(state, targets)) {
-        state.memory = {};
-        SetGains(state, {0, 0, 0});
-        return true;
-    }
-    PassHigh(work, targets);
+    if (!IsSilent(state, targets)) return false;
+    state.memory = {};
+    SetGains(state, {0, 0, 0});
+    return true;
+}
+
+bool Filter(const Work& work, const Targets& targets) {
+    if (Prepare(work, targets)) return true;
+    FinishHigh(work, WalkHigh(work, targets));
     PassLow(work, targets);
     return false;
+}
+
+// Where the gains stand still, all that is to run is one first-order section.
+bool IsOneSection(const Work& work, const Targets& targets) {
+    const SourceFilterState& state = work.state;
+    return !work.secondOrder && !IsOpenAt(state.gainHF) && IsOpenAt(state.gainLF) &&
+           IsOpenAt(targets.gainLF) && !IsHighNearSilence(work);
+}
+
+hcml::FirstOrderSection SectionFrom(const Work& work, std::uint32_t position) {
+    const FirstOrderRow& row = work.tables.hfFirstOrder[FilterRowIndex(work.state.gainHF)];
+    return {.input = work.input[0] + position,
+            .output = work.output[0] + position,
+            .b0 = work.state.gain * row.a,
+            .a = row.b,
+            .y1 = HighMemory(work, 0).first};
 }
 
 // The high and the low gain can't boost.
@@ -313,6 +335,31 @@ bool filterOne(const FilterParameters& record, SourceFilterState& state, const h
         &inputChannel,      &output.data, 1, input.size, tables, state, IsSecondOrder(record, settings),
         settings.floorScale};
     return Filter(work, TargetsFor(record, settings));
+}
+
+bool filterOneLater(const FilterParameters& record, SourceFilterState& state, hcml::FloatTupleVector& samples,
+                    const FilterGainTables& tables, const FilterStageSettings& settings,
+                    SectionBatch& waiting) {
+    const float* input = samples.data;
+    const Work work{&input,
+                    &samples.data,
+                    1,
+                    samples.size,
+                    tables,
+                    state,
+                    IsSecondOrder(record, settings),
+                    settings.floorScale};
+    const Targets targets = TargetsFor(record, settings);
+    if (Prepare(work, targets)) return true;
+    const std::uint32_t position = WalkHigh(work, targets);
+    if (position <= waiting.head && IsOneSection(work, targets)) {
+        RunHigh(work, position, waiting.head - position);
+        waiting.Add(SectionFrom(work, waiting.head), state);
+        return false;
+    }
+    FinishHigh(work, position);
+    PassLow(work, targets);
+    return false;
 }
 
 void reset(SourceFilterState& state) {

@@ -13,6 +13,7 @@
 
 #include "goal/enginestate.h"
 #include "goal/filtergaintables.h"
+#include "goal/sectionbatch.h"
 #include "numeric/bus.h"
 #include "numeric/floattuplevector.h"
 
@@ -43,6 +44,12 @@ bool filterChannels(const FilterParameters& record, SourceFilterState& state, co
 bool filterOne(const FilterParameters& record, SourceFilterState& state, const hcml::FloatTupleVector& input,
                hcml::FloatTupleVector& output, const FilterGainTables& tables,
                const FilterStageSettings& settings);
+
+/// filterOne in place, but a path that from waiting.head on has nothing to run but a first-order high section
+/// at gains that stand still leaves that to `waiting`: `samples` is complete after waiting.Run().
+bool filterOneLater(const FilterParameters& record, SourceFilterState& state, hcml::FloatTupleVector& samples,
+                    const FilterGainTables& tables, const FilterStageSettings& settings,
+                    SectionBatch& waiting);
 
 /// As for a path that was never used: clean memory, all gains 1. The gains of the mix stay as they are.
 void reset(SourceFilterState& state);

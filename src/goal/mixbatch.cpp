@@ -27,26 +27,38 @@ float AddMovingHead(const hcml::FloatTupleVector& row, float weight, float targe
 }
 
 MixBatch::MixBatch(std::uint32_t frames, std::uint32_t channelCount)
-    : channelCount(channelCount), rows(capacity) {
+    : frames(frames), channelCount(channelCount), rows(capacity), waiting(frames) {
     for (hcml::FloatTupleVector& row : rows)
         row.resize(frames);
 }
 
 void MixBatch::Add(const float* weights, hcml::ac::Bus& bus) {
-    if (!IsFiniteRow(rows[count].data, rows[count].size)) return;
-    std::copy_n(weights, channelCount, coefficients[count].begin());
-    if (++count == capacity) Flush(bus);
+    AddMoving(weights, nullptr, 0, bus);
 }
 
 void MixBatch::AddMoving(const float* weights, float* previous, float step, hcml::ac::Bus& bus) {
-    const bool isFinite = IsFiniteRow(rows[count].data, rows[count].size);
+    std::copy_n(weights, channelCount, coefficients[count].begin());
+    movements[count] = {previous, step};
+    if (++count == capacity) Flush(bus);
+}
+
+// A row that can't be mixed becomes one that adds nothing.
+void MixBatch::Settle(std::uint32_t row, hcml::ac::Bus& bus) {
+    if (!IsFiniteRow(rows[row].data, frames)) {
+        rows[row].clear();
+        return;
+    }
+    const auto [previous, step] = movements[row];
+    if (previous == nullptr) return;
     for (std::uint32_t c = 0; c < channelCount; ++c)
-        if (isFinite && previous[c] != weights[c])
-            previous[c] = AddMovingHead(rows[count], previous[c], weights[c], step, bus.channels[c]);
-    if (isFinite) Add(weights, bus);
+        if (previous[c] != coefficients[row][c])
+            previous[c] = AddMovingHead(rows[row], previous[c], coefficients[row][c], step, bus.channels[c]);
 }
 
 void MixBatch::Flush(hcml::ac::Bus& bus) {
+    waiting.Run();
+    for (std::uint32_t row = 0; row < count; ++row)
+        Settle(row, bus);
     std::array<const float*, capacity> sources{};
     for (std::uint32_t s = 0; s < count; ++s)
         sources[s] = rows[s].data;

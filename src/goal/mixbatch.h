@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "goal/sectionbatch.h"
 #include "numeric/bus.h"
 #include "numeric/floattuplevector.h"
 
@@ -27,8 +28,9 @@ public:
     /// slib::OutOfMemoryException.
     MixBatch(std::uint32_t frames, std::uint32_t channelCount);
 
-    /// The row that the next source fills.
+    /// The row that the next source fills. With it come the sections that it may leave to run at Flush.
     hcml::FloatTupleVector& Row() { return rows[count]; }
+    SectionBatch& Waiting() { return waiting; }
 
     /// Adds Row() to the bus with these weights, one per channel, at the latest at Flush. A row that holds a
     /// sample that isn't finite is left out, since no later stage would get rid of it.
@@ -36,6 +38,7 @@ public:
 
     /// The same, where the weights may have moved since the block before: `previous`, updated to `weights`,
     /// moves toward them by `step` per sample. Only that head of the block is worked sample by sample.
+    /// `previous` must stay where it is until the Flush.
     void AddMoving(const float* weights, float* previous, float step, hcml::ac::Bus& bus);
 
     /// Adds all rows gathered to the bus.
@@ -45,9 +48,20 @@ private:
     static constexpr std::uint32_t capacity = 64;
     static constexpr std::uint32_t mostChannels = 25;
 
+    // What the weights of a row were; null when they stand still.
+    struct Movement {
+        float* previous = nullptr;
+        float step = 0;
+    };
+
+    void Settle(std::uint32_t row, hcml::ac::Bus& bus);
+
+    const std::uint32_t frames;
     const std::uint32_t channelCount;
     std::vector<hcml::FloatTupleVector> rows;
     std::array<std::array<float, mostChannels>, capacity> coefficients{};
+    std::array<Movement, capacity> movements{};
+    SectionBatch waiting;
     std::uint32_t count = 0;
 };
 

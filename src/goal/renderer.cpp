@@ -72,7 +72,6 @@ Renderer::Renderer(double sampleRate, const orb3::Configuration& configuration, 
       batch(blockFrames, spatialChannels) {
     AddArrays(configuration.arraySet);
     AddBFormats();
-    monoSource.resize(blockFrames);
     buildFilterTables(*filterTables, sampleRate, false);
     spatialGain = lowFrequencyGain = dialogueGain = GainRamp(*filterTables);
 }
@@ -145,16 +144,17 @@ void Renderer::RenderMonoSource(Source& source, SourceRendererState& state, cons
     const SourceGeometry geometry = LocateSource(source, snapshot, listener, radiusTable, order);
     if (!IsFinite(geometry)) return;
     const ReadRate rate{static_cast<double>(geometry.pitch), sampleRate};
+    hcml::FloatTupleVector& row = batch.Row();
     const float scale =
-        reader.ReadMono(source, state.previousFrame, state.converter, rate, monoSource.data, monoSource.size);
-    ApplyAntiDenormalPattern(monoSource);
+        reader.ReadMono(source, state.previousFrame, state.converter, rate, row.data, row.size);
+    ApplyAntiDenormalPattern(row);
+    sends.SendMono(source, state, snapshot, geometry, row, scale);
     const FilterStageSettings settings{
         .gainFactor = geometry.gain, .hfFactor = geometry.gainHF, .defaultOrder = defaultFilterOrder};
-    if (filterOne(source.directFilter, state.direct, monoSource, batch.Row(), *filterTables, settings))
+    if (filterOneLater(source.directFilter, state.direct, row, *filterTables, settings, batch.Waiting()))
         state.direct.coefficientsValid = false;
     else
         AddMono(state, geometry, scale, spatial);
-    sends.SendMono(source, state, snapshot, geometry, monoSource, scale);
 }
 
 // Adds the batch's row to the bus from the source's direction.

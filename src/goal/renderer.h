@@ -78,7 +78,6 @@ private:
     SourceRadiusTable radiusTable;
     std::unique_ptr<FilterGainTables> filterTables;
     std::map<int, ArrayBus> arrayBuses;  // by the key of the arrangement
-    hcml::FloatTupleVector monoSource;
     SendStage sends;
     MixBatch batch;
     Basis listener;

@@ -48,6 +48,7 @@ struct Path {
     FilterStageSettings settings{};
     SourceFilterState state{};
     bool silent = false;
+    Signal last{};
 };
 
 Signal Constant(std::size_t count) {
@@ -195,6 +196,29 @@ TEST(FilterStage, ChannelsInPlaceInAnyPartitionIntoWholeSteps_AreThePathOfOneCha
                         ASSERT_NEAR(bus.channels[c][k], expected[i - 59 + k], 2e-6) << c << ", " << i;
             }
         }
+    }
+}
+
+TEST(FilterStage, PathsThatWait_AreThePathsOfOneByOne) {
+    const Signal sine = Sine(300);
+    SectionBatch waiting(300);
+    Path paths[20];
+    SourceFilterState states[20];
+    hcml::FloatTupleVector rows[20];
+    const float moves[] = {0.3F, 0.31F, 1, 0.3F, 0.3F, 0};
+    for (const float move : moves) {
+        for (std::uint32_t p = 0; p < 20; ++p) {
+            const FilterParameters filter =
+                Filter(1 - 0.04F * float(p), move, p % 4 == 3 ? 0.5F : 1, 1 + p / 16);
+            rows[p].resize(300);
+            std::copy(sine.begin(), sine.end(), rows[p].data);
+            paths[p].last = paths[p].Run(filter, sine, 300);
+            if (filterOneLater(filter, states[p], rows[p], Tables(48000), {}, waiting)) rows[p].clear();
+        }
+        waiting.Run();
+        for (std::uint32_t p = 0; p < 20; ++p)
+            for (std::uint32_t i = 0; i < 300 && !paths[p].silent; ++i)
+                ASSERT_NEAR(rows[p].data[i], paths[p].last[i], 1e-6) << move << ", path " << p << " at " << i;
     }
 }
 

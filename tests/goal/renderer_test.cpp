@@ -14,6 +14,7 @@
 #include "AL/tessarune.h"
 #include "allocationcounter.h"
 #include "goal/samplerateconverter.h"
+#include "hwy/targets.h"
 
 namespace goal {
 namespace {
@@ -212,6 +213,37 @@ TEST(Renderer, SamplesThatAreNotNumbers_LeaveTheRestOfTheMixAsItIs) {
         EXPECT_NEAR(scene.Last(1), 0.5, 1e-6);
         EXPECT_NEAR(scene.Last(12), 0, 1e-6);
     }
+}
+
+// What a scene of everything that has a kernel plays, on channels near and far.
+std::vector<float> PlayOn(std::int64_t target, orb3::SampleRateConversion conversion) {
+    hwy::SetSupportedTargetsForTest(target);
+    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+    Scene scene(300, conversion);
+    for (unsigned i = 0; i < 70; ++i) {
+        Source& source = scene.Add(Noise(3000 + i, i), AL_FORMAT_MONO_FLOAT32, 22050 + 1000 * float(i));
+        Place(source, {static_cast<float>(i) - 30, 2, -3});
+        source.directFilter.gainHF = i % 2 == 0 ? 1 : 0.4F;
+    }
+    scene.Add(Noise(6000, 9), AL_FORMAT_51CHN32, 44100);
+    std::vector<float> played;
+    for (const std::uint32_t channel : {0U, 7U, 24U}) {
+        const std::vector<float> part = scene.Play(1500, channel);
+        played.insert(played.end(), part.begin(), part.end());
+    }
+    return played;
+}
+
+TEST(Renderer, AScene_IsTheSameToTheBitOnEveryVectorTarget) {
+    for (const auto conversion :
+         {orb3::SampleRateConversion::Linear, orb3::SampleRateConversion::SincMedium}) {
+        const std::vector<std::int64_t> targets = hwy::SupportedAndGeneratedTargets();
+        const std::vector<float> expected = PlayOn(targets.back(), conversion);
+        for (const std::int64_t target : targets)
+            EXPECT_EQ(PlayOn(target, conversion), expected) << hwy::TargetName(target);
+    }
+    hwy::SetSupportedTargetsForTest(0);
+    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
 }
 
 TEST(Renderer, ASteadyScene_AllocatesNothing) {
