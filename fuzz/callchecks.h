@@ -68,10 +68,22 @@ inline void AddBase(Digest& digest, const goal::SourceBaseParameters& s) {
     }
 }
 
+inline std::uint64_t DigestOfBase(const goal::SourceBaseParameters& source) {
+    Digest digest;
+    AddBase(digest, source);
+    return digest.state;
+}
+
 inline void AddPlayState(Digest& digest, const goal::Source& s) {
     digest.Add(s.position, s.queueIndex, s.sourceType, s.state);
     for (const goal::Buffer* buffer : s.queue)
         digest.Add(buffer);
+}
+
+inline std::uint64_t DigestOfPlay(const goal::Source& source) {
+    Digest digest;
+    AddPlayState(digest, source);
+    return digest.state;
 }
 
 inline void AddEffect(Digest& digest, const goal::EffectParametersPtr& effect) {
@@ -130,29 +142,21 @@ inline std::uint64_t DigestOf(const World& world) {
 
 using BufferSet = std::set<const goal::Buffer*>;
 
-/// The places in the queues that calls see, for each buffer.
-inline std::map<const goal::Buffer*, std::int32_t> CountUses(const World& world) {
-    std::map<const goal::Buffer*, std::int32_t> uses;
-    goal::Context* const context = world.Context();
-    if (context == nullptr) return uses;
-    for (const goal::Source& source : TargetState(*context).sources)
-        for (const goal::Buffer* buffer : source.queue)
-            if (!source.deleted) ++uses[buffer];
-    return uses;
-}
-
+/// The buffers with a name. Each is used as often as it stands in the queues that calls see.
 inline BufferSet CheckPool(const World& world) {
     BufferSet named;
+    std::map<const goal::Buffer*, std::int32_t> uses;
+    if (goal::Context* const context = world.Context())
+        for (const goal::Source& source : TargetState(*context).sources)
+            for (const goal::Buffer* buffer : source.queue)
+                uses[buffer] += source.deleted ? 0 : 1;
     const auto& slots = world.process.engine.device.bufferPool.slots;
-    const auto uses = CountUses(world);
     for (std::uint32_t i = 0; i < slots.size; ++i) {
         const goal::Buffer* const buffer = slots[i].buffer;
         if (buffer == nullptr) continue;
         Require(!slots[i].deleted, "a deleted name has data");
         Require(buffer->name == i + 1, "a buffer stands under another name than its own");
-        const auto found = uses.find(buffer);
-        Require(buffer->useCount == (found != uses.end() ? found->second : 0),
-                "a use count isn't the number of places in queues");
+        Require(buffer->useCount == uses[buffer], "a use count isn't the number of places in queues");
         named.insert(buffer);
     }
     return named;
@@ -196,22 +200,16 @@ inline void CheckBuffers(const World& world) {
 
 // ---- Sources ----
 
-inline bool IsState(goal::SourceState state) {
-    const auto value = static_cast<std::int32_t>(state);
-    return value >= AL_INITIAL && value <= AL_STOPPED;
-}
-
-inline bool IsType(goal::SourceType type) {
-    return type == goal::SourceType::Static || type == goal::SourceType::Streaming ||
-           type == goal::SourceType::Undetermined;
-}
-
 inline void CheckSource(const goal::Source& source) {
     if (source.deleted) return;
     const bool isEmpty = source.queue.size == 0;
     const bool isUnderWay =
         source.state == goal::SourceState::Playing || source.state == goal::SourceState::Paused;
-    Require(IsState(source.state) && IsType(source.sourceType), "a state or type is none");
+    using enum goal::SourceType;
+    const auto isOneOf = [](const auto value, const auto... all) { return ((value == all) || ...); };
+    Require(isOneOf(static_cast<std::int32_t>(source.state), AL_INITIAL, AL_PLAYING, AL_PAUSED, AL_STOPPED) &&
+                isOneOf(source.sourceType, Static, Streaming, Undetermined),
+            "a state or type is none");
     Require(source.queueIndex < std::max(source.queue.size, 1U), "a source stands beyond its queue");
     Require(!isUnderWay || !isEmpty, "a source plays an empty queue");
     Require(!isEmpty || source.position == 0, "a source stands somewhere in an empty queue");
@@ -251,11 +249,7 @@ inline void CheckMarks(const goal::Context& context) {
         const goal::Source& rendered = context.snapshot.sources[i];
         Require(sources[i].deleted == rendered.deleted, "the life or death of a source isn't marked");
         if (sources[i].deleted) continue;
-        Digest seen;
-        Digest copied;
-        AddBase(seen, sources[i]);
-        AddBase(copied, rendered);
-        Require(seen.state == copied.state, "a changed parameter isn't marked");
+        Require(DigestOfBase(sources[i]) == DigestOfBase(rendered), "a changed parameter isn't marked");
         Require(IsSameQueue(sources[i], rendered), "a changed queue isn't marked");
         Require(!sources[i].stateChanged, "a changed state isn't marked");
     }
@@ -306,12 +300,13 @@ struct TableSizes {
     explicit TableSizes(goal::Context* context) : context(context) {
         if (context == nullptr) return;
         const goal::SuspendedState& target = TargetState(*context);
+        const goal::ApplicationState& application = context->application;
         sizes = {target.sources.size,
                  target.slots.size,
-                 context->application.sources.size,
-                 context->application.slots.size,
-                 context->application.effects.size,
-                 context->application.filters.size,
+                 application.sources.size,
+                 application.slots.size,
+                 application.effects.size,
+                 application.filters.size,
                  context->snapshot.sources.size,
                  context->snapshot.slots.size};
     }
@@ -350,22 +345,15 @@ inline void CheckCopied(const goal::Context& context, bool isMerged) {
         Require(rendered.deleted == source.deleted, "the copy missed the life or death of a source");
         Require(snapshot.playing.Contains(i) == isPlaying, "the copy lost count of what plays");
         if (source.deleted) continue;
-        Digest copied;
-        Digest seen;
-        AddBase(copied, rendered);
-        AddBase(seen, source);
-        if (isMerged) AddPlayState(copied, rendered);
-        if (isMerged) AddPlayState(seen, source);
-        Require(copied.state == seen.state, "the copy missed a change of a source");
+        Require(DigestOfBase(rendered) == DigestOfBase(source), "the copy missed a change of a source");
+        Require(!isMerged || DigestOfPlay(rendered) == DigestOfPlay(source), "the copy missed a play state");
         Require(IsSameQueue(rendered, source), "the copy missed a queue");
     }
     Require(snapshot.slots.size == application.slots.size, "the copy left a slot out");
     for (std::uint32_t i = 0; i < snapshot.slots.size; ++i) {
-        const goal::EffectParametersPtr& effect = application.slots[i].effect;
-        Require(snapshot.slots[i].gain == application.slots[i].gain, "the copy missed the gain of a slot");
-        Require((effect ? effect->effectType : 0) ==
-                    (snapshot.slots[i].effect ? snapshot.slots[i].effect->effectType : 0),
-                "the copy missed the effect of a slot");
+        const auto typeOf = [](const auto& slot) { return slot.effect ? slot.effect->effectType : 0; };
+        const goal::AuxSlotParameters &rendered = snapshot.slots[i], &slot = application.slots[i];
+        Require(rendered.gain == slot.gain && typeOf(rendered) == typeOf(slot), "the copy missed a slot");
     }
 }
 

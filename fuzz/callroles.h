@@ -9,16 +9,19 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 #include <tuple>
 #include <type_traits>
 #include <utility>
 #include <vector>
 
 #include "AL/tessarune.h"
+#include "app/goaldll/alcprocs.h"
 #include "app/goaldll/alenums.h"
 #include "app/goaldll/alprocs.h"
 #include "app/goaldll/process.h"
@@ -51,10 +54,11 @@ struct Call {
 
     World& world;
     Input& input;
-    ALenum token = 0;   ///< the last drawn
-    ALsizei count = 0;  ///< the length of a list, as the call is told it
-    ALsizei size = 0;   ///< bytes of sample data, as the call is told it
-    int values = 0;     ///< integers drawn so far
+    ALenum token = 0;       ///< the last drawn
+    ALsizei count = 0;      ///< the length of a list, as the call is told it
+    ALsizei size = 0;       ///< bytes of sample data, as the call is told it
+    int values = 0;         ///< integers drawn so far
+    bool isVector = false;  ///< the call's name ends so
     std::vector<std::unique_ptr<std::uint8_t[]>> memory;
     std::vector<std::span<const std::uint8_t>> outputs;  ///< filled with `untouched` before the call
 };
@@ -63,46 +67,40 @@ inline constexpr std::uint8_t untouched = 0xA5;
 
 // ---- Names ----
 
-enum class Table { Sources, Buffers, Slots, Effects, Filters };
-
-struct TableView {
-    std::uint32_t size;
-    std::function<bool(std::uint32_t index)> isLive;
-};
-
-template <typename Entries>
-TableView ViewOf(const Entries& entries) {
-    return {entries.size, [&](std::uint32_t index) { return !entries[index].deleted; }};
+/// Where a call tests for null it gets one now and then.
+inline bool IsNull(Call& call) {
+    return call.input.Byte() == 255;
 }
 
-inline TableView View(const World& world, Table table) {
-    if (table == Table::Buffers) return ViewOf(world.process.engine.device.bufferPool.slots);
+enum class Table { Sources, Buffers, Slots, Effects, Filters };
+
+/// Which entries of the table live.
+inline std::vector<bool> Lives(const World& world, Table table) {
+    const auto of = [](const auto& entries) {
+        std::vector<bool> lives;
+        for (const auto& entry : entries)
+            lives.push_back(!entry.deleted);
+        return lives;
+    };
+    if (table == Table::Buffers) return of(world.process.engine.device.bufferPool.slots);
     goal::Context* const context = world.Context();
-    if (context == nullptr) return {0, {}};
-    switch (table) {
-        case Table::Sources:
-            return ViewOf(TargetState(*context).sources);
-        case Table::Slots:
-            return ViewOf(TargetState(*context).slots);
-        case Table::Effects:
-            return ViewOf(context->application.effects);
-        case Table::Buffers:
-        case Table::Filters:
-            break;
-    }
-    return ViewOf(context->application.filters);
+    if (context == nullptr) return {};
+    if (table == Table::Sources) return of(TargetState(*context).sources);
+    if (table == Table::Slots) return of(TargetState(*context).slots);
+    if (table == Table::Effects) return of(context->application.effects);
+    return of(context->application.filters);
 }
 
 /// Mostly a live name, sometimes a deleted one, and now and then one that never was.
 inline ALuint DrawName(Call& call, Table table) {
-    const TableView view = View(call.world, table);
+    const std::vector<bool> lives = Lives(call.world, table);
     const std::uint8_t choice = call.input.Byte();
-    if (choice >= 240) return oddNames[choice % oddNames.size()];
-    if (view.size == 0 || choice >= 232) return view.size + 1;
-    std::uint32_t index = choice % view.size;
-    for (std::uint32_t i = 0; choice < 200 && i < view.size && !view.isLive(index); ++i)
-        index = (index + 1) % view.size;
-    return index + 1;
+    if (choice >= 240) return oddNames[choice % std::size(oddNames)];
+    if (lives.empty() || choice >= 232) return static_cast<ALuint>(lives.size() + 1);
+    std::size_t index = choice % lives.size();
+    for (std::size_t i = 0; choice < 200 && i < lives.size() && !lives[index]; ++i)
+        index = (index + 1) % lives.size();
+    return static_cast<ALuint>(index + 1);
 }
 
 struct Name {
@@ -119,9 +117,8 @@ struct Count {
 struct CountToMake {
     Table table;
     ALsizei operator()(Call& call) const {
-        constexpr std::uint32_t enough = 12;
-        constexpr std::array<ALsizei, 4> none{0, -1, greatest, tooLong};
-        const bool isEnough = View(call.world, table).size >= enough;
+        constexpr ALsizei none[] = {0, -1, greatest, tooLong};
+        const bool isEnough = Lives(call.world, table).size() >= 12;
         return call.count = isEnough ? call.input.Pick(none) : call.input.Pick(counts);
     }
 };
@@ -133,11 +130,10 @@ inline std::size_t ListLength(const Call& call) {
 struct ListOfNames {
     Table table;
     const ALuint* operator()(Call& call) const {
-        if (call.input.Byte() == 255) return nullptr;
+        if (IsNull(call)) return nullptr;
         const std::size_t length = ListLength(call);
         auto* const names = reinterpret_cast<ALuint*>(call.Allocate(length * sizeof(ALuint)));
-        for (std::size_t i = 0; i < length; ++i)
-            names[i] = DrawName(call, table);
+        std::generate_n(names, length, [&] { return DrawName(call, table); });
         return names;
     }
 };
@@ -154,48 +150,22 @@ T* DrawOutput(Call& call, std::size_t length) {
 
 struct ListToFill {
     ALuint* operator()(Call& call) const {
-        return call.input.Byte() == 255 ? nullptr : DrawOutput<ALuint>(call, ListLength(call));
-    }
-};
-
-enum class Null { Never, Tested };
-
-template <typename T>
-struct One {
-    Null null = Null::Tested;
-    T* operator()(Call& call) const {
-        const bool isNull = null == Null::Tested && call.input.Byte() == 255;
-        return isNull ? nullptr : DrawOutput<T>(call, 1);
+        return IsNull(call) ? nullptr : DrawOutput<ALuint>(call, ListLength(call));
     }
 };
 
 /// As many values as the token has.
 inline std::size_t ValuesOf(ALenum token) {
-    switch (token) {
-        case AL_ORIENTATION:
-            return 6;
-        case AL_POSITION:
-        case AL_VELOCITY:
-        case AL_DIRECTION:
-        case AL_AUXILIARY_SEND_FILTER:
-        case AL_EAXREVERB_REFLECTIONS_PAN:
-        case AL_EAXREVERB_LATE_REVERB_PAN:
-            return 3;
-        case AL_STEREO_ANGLES:
-            return 2;
-        default:
-            return 1;
-    }
+    constexpr ALenum ofThree[] = {AL_POSITION,
+                                  AL_VELOCITY,
+                                  AL_DIRECTION,
+                                  AL_AUXILIARY_SEND_FILTER,
+                                  AL_EAXREVERB_REFLECTIONS_PAN,
+                                  AL_EAXREVERB_LATE_REVERB_PAN};
+    if (token == AL_ORIENTATION) return 6;
+    if (token == AL_STEREO_ANGLES) return 2;
+    return std::ranges::count(ofThree, token) > 0 ? 3 : 1;
 }
-
-template <typename T>
-struct Results {
-    Null null = Null::Tested;
-    T* operator()(Call& call) const {
-        const bool isNull = null == Null::Tested && call.input.Byte() == 255;
-        return isNull ? nullptr : DrawOutput<T>(call, ValuesOf(call.token));
-    }
-};
 
 // ---- Tokens and values ----
 
@@ -215,51 +185,82 @@ struct Token {
     }
 };
 
-inline ALfloat DrawValue(Call& call, ALfloat) {
+// ---- What a parameter of a type gets when a call names no role for it ----
+
+inline ALfloat Draw(Call& call, ALfloat) {
     return AnyFloat(call.input);
 }
 
 /// The token says what the number means, and to which table it belongs if it is a name.
-inline ALint DrawValue(Call& call, ALint) {
+inline ALint Draw(Call& call, ALint) {
     const int place = call.values++;
     const auto name = [&](Table table) { return static_cast<ALint>(DrawName(call, table)); };
-    switch (call.token) {
-        case AL_AUXILIARY_SEND_FILTER:
-            if (place == 1) return call.input.Pick(sendIndices);
-            return place == 0 ? name(Table::Slots) : name(Table::Filters);
-        case AL_BUFFER:
-            return name(Table::Buffers);
-        case AL_DIRECT_FILTER:
-            return name(Table::Filters);
-        case AL_EFFECTSLOT_EFFECT:
-            return name(Table::Effects);
-        default:
-            return AnyInteger(call.input);
+    if (call.token == AL_AUXILIARY_SEND_FILTER && place == 1) return call.input.Pick(sendIndices);
+    if (call.token == AL_AUXILIARY_SEND_FILTER && place == 0) return name(Table::Slots);
+    if (call.token == AL_BUFFER) return name(Table::Buffers);
+    if (call.token == AL_EFFECTSLOT_EFFECT) return name(Table::Effects);
+    const bool isFilter = call.token == AL_DIRECT_FILTER || call.token == AL_AUXILIARY_SEND_FILTER;
+    return isFilter ? name(Table::Filters) : AnyInteger(call.input);
+}
+
+/// As many values as the call is to read or write, which are several only for the forms with a v.
+template <typename T>
+T* DrawPointee(Call& call) {
+    const std::size_t length = call.isVector ? ValuesOf(call.token) : 1;
+    if constexpr (!std::is_const_v<T>) {
+        return DrawOutput<T>(call, length);
+    } else {
+        auto* const values = reinterpret_cast<std::remove_const_t<T>*>(call.Allocate(length * sizeof(T)));
+        std::generate_n(values, length, [&] { return Draw(call, T()); });
+        return values;
     }
 }
 
 template <typename T>
-struct Value {
-    T operator()(Call& call) const { return DrawValue(call, T()); }
+T* Draw(Call& call, T*) {
+    return IsNull(call) ? nullptr : DrawPointee<T>(call);
+}
+
+inline int notAnObject = 0;
+
+inline ALCdevice* Draw(Call& call, ALCdevice*) {
+    const std::uint8_t choice = call.input.Byte();
+    if (choice < 224) return reinterpret_cast<ALCdevice*>(&call.world.process.engine.device);
+    return choice % 2 == 0 ? nullptr : reinterpret_cast<ALCdevice*>(&notAnObject);
+}
+
+/// A function, a token, an extension, or anything.
+inline const ALchar* Draw(Call& call, const ALchar*) {
+    constexpr const char* texts[] = {
+        "", "ALC_EXT_EFX", "al_ext_float32", "ALC_FREQUENCY", "alcOpenDevice", "tsrGetVersion"};
+    const std::uint8_t kind = call.input.Byte();
+    if (kind == 255) return nullptr;
+    const std::span<const goal::ProcRow> procs = goal::AlProcs();
+    const std::span<const goal::EnumRow> enums = goal::AlEnums();
+    if (kind < 80) return procs[call.input.Word() % procs.size()].name;
+    if (kind < 160) return enums[call.input.Word() % enums.size()].name;
+    if (kind < 220) return texts[kind % std::size(texts)];
+    const std::size_t length = call.input.Byte() % 24;
+    std::uint8_t* const bytes = call.Allocate(length + 1);
+    std::generate_n(bytes, length, [&] { return call.input.Byte(); });
+    return reinterpret_cast<const ALchar*>(bytes);
+}
+
+/// The same before a parameter that does need a role.
+template <typename T>
+struct Any {
+    T operator()(Call& call) const { return Draw(call, T()); }
 };
 
+/// A pointer that the call trusts.
 template <typename T>
-struct Values {
-    Null null = Null::Tested;
-    const T* operator()(Call& call) const {
-        if (null == Null::Tested && call.input.Byte() == 255) return nullptr;
-        const std::size_t length = ValuesOf(call.token);
-        T* const values = reinterpret_cast<T*>(call.Allocate(length * sizeof(T)));
-        for (std::size_t i = 0; i < length; ++i)
-            values[i] = DrawValue(call, T());
-        return values;
-    }
+struct NeverNull {
+    T* operator()(Call& call) const { return DrawPointee<T>(call); }
 };
 
 /// One of a few integers that only this call takes.
-template <std::size_t size>
 struct OneOf {
-    std::array<ALint, size> table;
+    std::vector<ALint> table;
     ALint operator()(Call& call) const { return call.input.Pick(table); }
 };
 
@@ -281,40 +282,19 @@ struct SampleData {
     }
 };
 
-struct SampleSize {
-    ALsizei operator()(Call& call) const { return call.size; }
-};
-
-struct Frequency {
-    ALsizei operator()(Call& call) const { return call.input.Pick(frequencies); }
-};
+inline constexpr auto sampleSize = [](Call& call) { return call.size; };
 
 /// A ring for foldback that outlives its run, and long enough for whatever is asked.
-struct FoldbackRing {
-    ALfloat* operator()(Call& call) const {
-        static std::array<ALfloat, 4 * 1024 * 2> ring;
-        return call.input.Byte() == 255 ? nullptr : ring.data();
-    }
+inline constexpr auto foldbackRing = [](Call& call) {
+    static std::array<ALfloat, 4 * 1024 * 2> ring;
+    return IsNull(call) ? nullptr : ring.data();
 };
 
-struct FoldbackCallback {
-    LPALFOLDBACKCALLBACK operator()(Call& call) const {
-        if (call.input.Byte() == 255) return nullptr;
-        return [](ALenum, ALsizei) {};
-    }
+inline constexpr auto foldbackCallback = [](Call& call) {
+    return IsNull(call) ? nullptr : LPALFOLDBACKCALLBACK([](ALenum, ALsizei) {});
 };
 
 // ---- ALC ----
-
-inline int notAnObject = 0;
-
-struct Device {
-    ALCdevice* operator()(Call& call) const {
-        const std::uint8_t choice = call.input.Byte();
-        if (choice < 224) return reinterpret_cast<ALCdevice*>(&call.world.process.engine.device);
-        return choice % 2 == 0 ? nullptr : reinterpret_cast<ALCdevice*>(&notAnObject);
-    }
-};
 
 /// The one context or null. `strangers` adds a pointer that is no context, for calls that don't follow it.
 struct ContextHandle {
@@ -327,37 +307,16 @@ struct ContextHandle {
 };
 
 /// `size` of alcGetIntegerv.
-struct ResultSize {
-    ALCsizei operator()(Call& call) const {
-        constexpr auto sizes = std::to_array<ALCsizei>({1, 21, 23, 64, 3, 2, 20, 22, 24, 4, 0, -1, least});
-        return call.count = call.input.Pick(sizes);
-    }
+inline constexpr auto resultSize = [](Call& call) {
+    constexpr ALCsizei sizes[] = {1, 21, 23, 64, 3, 2, 20, 22, 24, 4, 0, -1, least};
+    return call.count = call.input.Pick(sizes);
 };
 
 /// Some queries don't ask for the size and write one value.
 struct SizedResults {
     ALCint* operator()(Call& call) const {
         const auto length = static_cast<std::size_t>(std::max(call.count, 1));
-        return call.input.Byte() == 255 ? nullptr : DrawOutput<ALCint>(call, length);
-    }
-};
-
-/// A function, a token, an extension, or anything.
-struct Text {
-    const ALchar* operator()(Call& call) const {
-        constexpr std::array<const char*, 6> texts{
-            "", "ALC_EXT_EFX", "al_ext_float32", "ALC_FREQUENCY", "alcOpenDevice", "tsrGetVersion"};
-        const std::uint8_t kind = call.input.Byte();
-        if (kind == 255) return nullptr;
-        const std::span<const goal::ProcRow> procs = goal::AlProcs();
-        const std::span<const goal::EnumRow> enums = goal::AlEnums();
-        if (kind < 80) return procs[call.input.Word() % procs.size()].name;
-        if (kind < 160) return enums[call.input.Word() % enums.size()].name;
-        if (kind < 220) return texts[kind % texts.size()];
-        const std::size_t length = call.input.Byte() % 24;
-        std::uint8_t* const bytes = call.Allocate(length + 1);
-        std::generate_n(bytes, length, [&] { return call.input.Byte(); });
-        return reinterpret_cast<const ALchar*>(bytes);
+        return IsNull(call) ? nullptr : DrawOutput<ALCint>(call, length);
     }
 };
 
@@ -381,17 +340,40 @@ inline void ReadText(const char* text) {
     static_cast<void>(length);
 }
 
-/// A call of the interface, and a role for each of its arguments.
+inline const char* NameOf(void* entry) {
+    for (const auto rows : {goal::AlProcs(), goal::AlcProcs()})
+        for (const goal::ProcRow& row : rows)
+            if (row.entry == entry) return row.name;
+    std::abort();
+}
+
+inline Effect EffectOf(std::string_view name) {
+    const auto has = [&](const char* part) { return name.find(part) != name.npos; };
+    if (has("Gen")) return Effect::Makes;
+    const bool reads = has("Get") || has("Is") || has("able") || has("Device") || has("Capture");
+    return reads ? Effect::Reads : Effect::Sets;
+}
+
+/// A call of the interface with roles for its arguments from the first one on.
 template <typename Result, typename... Parameters, typename... Roles>
-Operation On(const char* name, Effect effect, Result (*function)(Parameters...), Roles... roles) {
-    static_assert(sizeof...(Parameters) == sizeof...(Roles));
-    return {name, effect, [=]([[maybe_unused]] Call& call) {
-                const std::tuple<Parameters...> arguments{roles(call)...};  // from left to right
-                if constexpr (std::is_same_v<Result, const char*>)
-                    ReadText(std::apply(function, arguments));
-                else
-                    std::apply(function, arguments);
-            }};
+Operation On(Result (*function)(Parameters...), Roles... roles) {
+    const char* const name = NameOf(reinterpret_cast<void*>(function));
+    const bool isVector = std::string_view(name).ends_with('v');
+    const auto run = [=](Call& call) {
+        call.isVector = isVector;
+        constexpr std::size_t count = sizeof...(Roles);
+        const std::tuple all(roles..., Any<Parameters>{}...);
+        const auto arguments = [&]<std::size_t... i>(std::index_sequence<i...>) {
+            return std::tuple<Parameters...>{
+                std::get < i < count ? i : count + i > (all)(call)...};  // from left to right
+        }
+        (std::index_sequence_for<Parameters...>());
+        if constexpr (std::is_same_v<Result, const char*>)
+            ReadText(std::apply(function, arguments));
+        else
+            std::apply(function, arguments);
+    };
+    return {name, EffectOf(name), run};
 }
 
 }  // namespace calls

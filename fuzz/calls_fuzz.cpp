@@ -5,9 +5,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <iterator>
-#include <utility>
-#include <vector>
+#include <span>
 
 #include "callchecks.h"
 #include "callserver.h"
@@ -24,30 +22,12 @@ using calls::World;
 // Some milliseconds' worth.
 constexpr int mostCalls = 300;
 
-void Append(std::vector<Operation>& operations, std::vector<Operation> more) {
-    std::move(more.begin(), more.end(), std::back_inserter(operations));
-}
-
 // One byte chooses, so that what leads furthest stands here more than once.
-std::vector<Operation> MakeOperations() {
-    std::vector<Operation> operations;
-    Append(operations, calls::SourceCalls());
-    Append(operations, calls::BufferCalls());
-    Append(operations, calls::SourcePropertyCalls());
-    Append(operations, calls::ServerSteps());
-    Append(operations, calls::AlcCalls());
-    Append(operations, calls::SlotCalls());
-    Append(operations, calls::EffectCalls());
-    Append(operations, calls::FilterCalls());
-    Append(operations, calls::GlobalCalls());
-    Append(operations, calls::ListenerCalls());
-    Append(operations, calls::SourceCalls());
-    Append(operations, calls::ServerSteps());
-    return operations;
-}
-
-const std::vector<Operation>& Operations() {
-    static const std::vector<Operation> operations = MakeOperations();
+const calls::Operations& Operations() {
+    using namespace calls;
+    static const calls::Operations operations =
+        Joined({SourceCalls(), BufferCalls(), SourcePropertyCalls(), ServerSteps(), AlcCalls(), EfxCalls(),
+                GlobalCalls(), ListenerCalls(), SourceCalls(), ServerSteps()});
     return operations;
 }
 
@@ -139,7 +119,7 @@ void Run(World& world, const Operation& operation) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::vector<Operation>& operations = Operations();
+    const calls::Operations& operations = Operations();
     World world(calls::Input(data, size));
     Begin(world);
     for (int i = 0; i < mostCalls && !world.input.IsAtEnd(); ++i)

@@ -98,10 +98,8 @@ inline std::vector<Operation> ServerSteps() {
     const auto step = [](const char* name, void (*run)(World & world)) {
         return Operation{name, Effect::Makes, [run](Call& call) { run(call.world); }};
     };
-    return {
-        step("Copy", CopyStep),   step("Render", RenderStep),           step("Merge", MergeStep),
-        step("Block", BlockStep), step("CreateContext", CreateContext), step("Reconfigure", Reconfigure),
-    };
+    return {step("Copy", CopyStep),   step("Render", RenderStep),           step("Merge", MergeStep),
+            step("Block", BlockStep), step("CreateContext", CreateContext), step("Reconfigure", Reconfigure)};
 }
 
 }  // namespace calls

@@ -9,7 +9,9 @@
 #include "goal/context.h"
 #include "goal/machinery.h"
 #include "goal/version.h"
+#include "orb3core/busbasis.h"
 #include "orb3core/configstore.h"
+#include "orb3core/transformedpipe.h"
 #include "slib/exception.h"
 #include "slib/text.h"
 
@@ -28,6 +30,10 @@ auto Explained(const char* explanation, const Work& work) {
     }
 }
 
+std::uint32_t ChannelsOfOrder(int order) {
+    return static_cast<std::uint32_t>((order + 1) * (order + 1));
+}
+
 std::string Plural(std::uint32_t count, const char* noun) {
     return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }
@@ -38,19 +44,19 @@ std::string Plural(std::uint32_t count, const char* noun) {
 struct ServerThread::Machine {
     orb3::Configuration configuration;
     std::unique_ptr<FormatLibrary> library;
-    std::unique_ptr<OutputSetUp> outputSetUp;
+    OutputSetUp outputSetUp;
     int order = 0;
-    std::unique_ptr<Decoder> decoder;
+    std::unique_ptr<orb3::TransformedPipeUPT> decoder;
     std::unique_ptr<BlockRenderer> renderer;
     RenderOutput output;
-    std::vector<DirectFeed> feeds;
+    std::vector<orb3::DirectFeed> feeds;
 };
 
 int ResolveOrder(std::uint32_t inputs, int order) {
     const int greatest = static_cast<int>(std::sqrt(static_cast<double>(inputs)) + 0.5 - 1);
     if (greatest < 1) throw slib::BadDataException("Invalid transform (less that first order).");
     const int resolved = std::min(order, greatest);
-    if (static_cast<std::uint32_t>((resolved + 1) * (resolved + 1)) > inputs)
+    if (ChannelsOfOrder(resolved) > inputs)
         throw slib::BadDataException(
             "Unable to resolve the decoding order because the configured transform had an input channel "
             "count of " +
@@ -127,6 +133,7 @@ void ServerThread::RunUntilStopped() {
 // One run, from the set-up to the last block.
 void ServerThread::Perform(Machine& run) {
     SetUp(run);
+    BuildDecoder(run);
     BuildRenderer(run);
     if (IsLeaving()) return;
     PublishTiming();
@@ -144,7 +151,7 @@ double ServerThread::RequestedRate(const orb3::GoalConfig& settings) const {
     return rate;
 }
 
-// Library, output, order and decoder.
+// Library and output.
 void ServerThread::SetUp(Machine& run) {
     run.configuration = engine.configuration.Read([](const orb3::Configuration& c) { return c; });
     const orb3::GoalConfig& settings = run.configuration.goalConfig;
@@ -161,17 +168,24 @@ void ServerThread::SetUp(Machine& run) {
     run.outputSetUp = Explained("Have you run the configuration program? Failed to set up speakers: ", [&] {
         return engine.machinery->SetUp(request, activeLog, mainLog, run.configuration, *run.library);
     });
-    if (run.outputSetUp->isConfigurationChanged) engine.configuration.StoreConfiguration(run.configuration);
+    if (run.outputSetUp.isConfigurationChanged) engine.configuration.StoreConfiguration(run.configuration);
 
-    sampleRate = run.outputSetUp->sampleRate;
-    run.order = ResolveOrder(run.outputSetUp->transformInputs, settings.order);
+    sampleRate = run.outputSetUp.pipe->GetSampleRate();
+}
+
+// The order of the bus is that of the decoder, whose inputs become those of the bus.
+void ServerThread::BuildDecoder(Machine& run) {
+    orb3::strans::TimeDomainTransform<float, 1>& transform = run.outputSetUp.transform;
+    run.order = ResolveOrder(transform.impulses.rows, run.configuration.goalConfig.order);
     run.configuration.goalConfig.order = run.order;
     activeLog->Write("Using decoder of order " + std::to_string(run.order) + " for '" +
-                         run.outputSetUp->formatName + "', method '" + run.outputSetUp->methodName + "'.",
+                         run.outputSetUp.formatName + "', method '" + run.outputSetUp.methodName + "'.",
                      false);
-    const auto inputs = static_cast<std::uint32_t>((run.order + 1) * (run.order + 1));
-    run.decoder = run.outputSetUp->CreateDecoder(inputs, activeLog, settings.useParallelDecoder);
-    blockFrames = run.decoder->BlockFrames();
+    transform.impulses.resizePreserving(ChannelsOfOrder(run.order), transform.impulses.columns, {});
+    orb3::convertTransformToBusBasis(transform);
+    run.decoder = orb3::createTransformedPipe(transform, activeLog, run.outputSetUp.pipe,
+                                              run.configuration.goalConfig.useParallelDecoder);
+    blockFrames = run.decoder->blockFrames;
     activeLog->Write("Decoder started (sample rate " + slib::FormatNumber(sampleRate * 0.001) + "kHz).",
                      false);
 }
@@ -194,12 +208,12 @@ void ServerThread::BuildRenderer(Machine& run) {
         state.Prepare(converterInUse);
     run.renderer =
         engine.machinery->CreateRenderer(sampleRate, run.configuration, filterOrder, blockFrames, activeLog);
-    run.output.spatial.resize(blockFrames, static_cast<std::uint32_t>((run.order + 1) * (run.order + 1)));
+    run.output.spatial.resize(blockFrames, ChannelsOfOrder(run.order));
     run.output.lowFrequency.resize(blockFrames);
     run.output.dialogue.resize(blockFrames);
-    run.output.hasLowFrequency = !run.outputSetUp->bassOutputs.empty();
-    run.output.hasDialogue = !run.outputSetUp->centreOutputs.empty();
-    run.feeds.reserve(run.outputSetUp->bassOutputs.size() + run.outputSetUp->centreOutputs.size());
+    run.output.hasLowFrequency = !run.outputSetUp.bassOutputs.empty();
+    run.output.hasDialogue = !run.outputSetUp.centreOutputs.empty();
+    run.feeds.reserve(run.outputSetUp.bassOutputs.size() + run.outputSetUp.centreOutputs.size());
     const double refreshRate = std::floor(10 * sampleRate / blockFrames + 0.5) * 0.1;
     activeLog->Write("Renderer started (refresh rate " + slib::FormatNumber(refreshRate) + "Hz, block size " +
                          std::to_string(blockFrames) + ")" +
@@ -254,10 +268,10 @@ void ServerThread::TakeSnapshot() {
 void ServerThread::WriteBlock(Machine& run) {
     run.feeds.clear();
     if (run.output.lowFrequencyWritten)
-        for (const DedicatedOutput& target : run.outputSetUp->bassOutputs)
+        for (const DedicatedOutput& target : run.outputSetUp.bassOutputs)
             run.feeds.push_back({target.channel, run.output.lowFrequency.data, target.gain});
     if (run.output.dialogueWritten)
-        for (const DedicatedOutput& target : run.outputSetUp->centreOutputs)
+        for (const DedicatedOutput& target : run.outputSetUp.centreOutputs)
             run.feeds.push_back({target.channel, run.output.dialogue.data, target.gain});
     run.decoder->writeBus(run.output.spatial, run.feeds);
 }

@@ -52,6 +52,7 @@ private:
     void RunUntilStopped();
     void Perform(Machine& run);
     void SetUp(Machine& run);
+    void BuildDecoder(Machine& run);
     void ChooseConverter(orb3::SampleRateConversion conversion);
     void BuildRenderer(Machine& run);
     void PublishTiming();

@@ -14,8 +14,8 @@ class SilentMachinery : public Machinery {
 public:
     /// Throws slib::BadDataException when nothing exists at `path`.
     std::unique_ptr<FormatLibrary> OpenFormatLibrary(const std::string& path, slib::Log* log) override;
-    std::unique_ptr<OutputSetUp> SetUp(const SetUpRequest& request, slib::Log* activeLog, slib::Log* fullLog,
-                                       orb3::Configuration& configuration, FormatLibrary& library) override;
+    OutputSetUp SetUp(const SetUpRequest& request, slib::Log* activeLog, slib::Log* fullLog,
+                      orb3::Configuration& configuration, FormatLibrary& library) override;
     std::unique_ptr<BlockRenderer> CreateRenderer(double sampleRate, const orb3::Configuration& configuration,
                                                   int filterOrder, std::uint32_t blockFrames,
                                                   slib::Log* log) override;

@@ -110,8 +110,7 @@ TEST_F(AlcCalls, CreateContext_HeedsTheAttributesThatItKnowsAndSkipsTheRest) {
         {{ALC_FREQUENCY, -5, 0}, 48000, 1},
         {{ALC_REFRESH, 30, ALC_FREQUENCY, 22050, 0}, 22050, 1},
         {{ALC_SYNC, 0, ALC_DEFAULT_FILTER_ORDER, 2, 0}, 48000, 2},
-        {{ALC_DEFAULT_FILTER_ORDER, 3, ALC_MAX_AUXILIARY_SENDS, 16, 0}, 48000, 1},
-    };
+        {{ALC_DEFAULT_FILTER_ORDER, 3, ALC_MAX_AUXILIARY_SENDS, 16, 0}, 48000, 1}};
     for (const auto& [list, frequency, filterOrder] : rows) {
         Create(list);
         EXPECT_EQ(Get(ALC_FREQUENCY), frequency);
@@ -120,21 +119,15 @@ TEST_F(AlcCalls, CreateContext_HeedsTheAttributesThatItKnowsAndSkipsTheRest) {
     }
     EXPECT_EQ(Create({ALC_SYNC, 1, 0}), nullptr);
     EXPECT_EQ(alcGetError(device), ALC_INVALID_VALUE);
+    for (const bool isVerbose : {false, true}) {
+        Configure([&](auto& c) { c.isLoggingVerbose = isVerbose; });
+        alcGetContextsDevice(nullptr);
+        EXPECT_EQ(LogHas("Tessarune: Game ALC call failed: Invalid context in alcGetContextsDevice()."),
+                  isVerbose);
+    }
 }
 
-TEST_F(AlcCalls, LookUps_AreExactButForExtensions) {
-    EXPECT_EQ(alcIsExtensionPresent(device, "alc_ext_efx"), ALC_TRUE);
-    EXPECT_EQ(alcIsExtensionPresent(device, "ALC_EXT_EF"), ALC_FALSE);
-    EXPECT_EQ(alcGetProcAddress(device, "alcOpenDevice"), reinterpret_cast<void*>(&alcOpenDevice));
-    EXPECT_EQ(alcGetEnumValue(device, "ALC_MAX_AUXILIARY_SENDS"), 0x20003);
-    EXPECT_EQ(alcGetError(device), ALC_NO_ERROR);
-    EXPECT_EQ(alcGetProcAddress(device, "alcopendevice"), nullptr);
-    EXPECT_EQ(alcGetError(device), ALC_INVALID_VALUE);
-    EXPECT_EQ(alcGetEnumValue(device, "alc_sync"), 0);
-    EXPECT_EQ(alcGetError(device), ALC_INVALID_ENUM);
-}
-
-TEST_F(AlcCalls, GetString_WithBothMasks_ListsThreeNamesAndTwoNuls) {
+TEST_F(AlcCalls, TextsAndLookUps_AreExactAndListsEndWithTwoNuls) {
     Configure([](auto& c) { c.masqueradeAsGenericSoftware = c.masqueradeAsGenericHardware = true; });
     constexpr char expected[] = "Tessarune\0Generic Software\0Generic Hardware\0";
     const char* const list = alcGetString(nullptr, ALC_DEVICE_SPECIFIER);
@@ -145,6 +138,13 @@ TEST_F(AlcCalls, GetString_WithBothMasks_ListsThreeNamesAndTwoNuls) {
     EXPECT_EQ(alcCaptureOpenDevice(nullptr, 44100, 0x1101, 1024), nullptr);
     EXPECT_EQ(alcGetError(device), ALC_INVALID_ENUM);  // the first one stays
     EXPECT_EQ(alcGetError(device), ALC_NO_ERROR);
+    EXPECT_EQ(alcIsExtensionPresent(device, "alc_ext_efx"), ALC_TRUE);
+    EXPECT_EQ(alcGetProcAddress(device, "alcOpenDevice"), reinterpret_cast<void*>(&alcOpenDevice));
+    EXPECT_EQ(alcGetEnumValue(device, "ALC_MAX_AUXILIARY_SENDS"), 0x20003);
+    EXPECT_EQ(alcGetProcAddress(device, "alcopendevice"), nullptr);
+    EXPECT_EQ(alcGetError(device), ALC_INVALID_VALUE);
+    EXPECT_EQ(alcGetEnumValue(device, "alc_sync"), 0);
+    EXPECT_EQ(alcGetError(device), ALC_INVALID_ENUM);
 }
 
 TEST_F(AlcCalls, GetIntegerv_OfAllAttributes_WritesWholePairsAndTheEnd) {
@@ -168,8 +168,7 @@ TEST_F(AlcCalls, GetIntegerv_WithoutAContext_KnowsOnlyWhatIsFixed) {
         // parameter, size, value, code
         {ALC_FREQUENCY, 1, -77, ALC_INVALID_DEVICE},          {ALC_MAJOR_VERSION, 1, 1, ALC_NO_ERROR},
         {ALC_MINOR_VERSION, 0, -77, ALC_INVALID_VALUE},       {ALC_MAX_AUXILIARY_SENDS, 0, 4, ALC_NO_ERROR},
-        {ALC_ALL_ATTRIBUTES, 3, ALC_FREQUENCY, ALC_NO_ERROR}, {0x4711, 1, -77, ALC_INVALID_ENUM},
-    };
+        {ALC_ALL_ATTRIBUTES, 3, ALC_FREQUENCY, ALC_NO_ERROR}, {0x4711, 1, -77, ALC_INVALID_ENUM}};
     for (const auto& [parameter, size, value, code] : rows) {
         EXPECT_EQ(Get(parameter, size), value) << parameter;
         EXPECT_EQ(alcGetError(device), code) << parameter;
@@ -187,15 +186,6 @@ TEST_F(AlcCalls, SuspendAndProcess_NestAndCanBeSwitchedOff) {
     Configure([](auto& c) { c.isSuspendSupported = false; });
     alcSuspendContext(context);
     EXPECT_EQ(Inside().suspendCount, 0U);
-}
-
-TEST_F(AlcCalls, Failures_AreLoggedOnlyWhenVerbose) {
-    for (const bool isVerbose : {false, true}) {
-        Configure([&](auto& c) { c.isLoggingVerbose = isVerbose; });
-        alcGetContextsDevice(nullptr);
-        EXPECT_EQ(LogHas("Tessarune: Game ALC call failed: Invalid context in alcGetContextsDevice()."),
-                  isVerbose);
-    }
 }
 
 TEST_F(AlcCalls, FromManyThreadsWhileAContextComesAndGoes_NeverFailOtherwiseThanTold) {

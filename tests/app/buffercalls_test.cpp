@@ -65,15 +65,13 @@ TEST_F(BufferCalls, BufferData_WithSeveralFaults_ReportsTheFirstOfTheOrder) {
     constexpr ALenum noFormat = 7, mono = AL_FORMAT_MONO16;
     const ALuint good = New(alGenBuffers);
     ALvoid* const data = samples.data();
-    ExpectCodes({
-        {AL_INVALID_VALUE, [&] { alBufferData(good, noFormat, data, -2, 44100); }},
-        {AL_INVALID_VALUE, [&] { alBufferData(good, noFormat, data, 8, 0); }},
-        {AL_INVALID_ENUM, [&] { alBufferData(gone, noFormat, data, 8, 44100); }},
-        {AL_INVALID_VALUE, [&] { alBufferDataStatic(gone, mono, data, 7, 44100); }},
-        {AL_INVALID_NAME, [&] { alBufferData(gone, mono, nullptr, 8, 44100); }},
-        {AL_INVALID_VALUE, [&] { alBufferDataStatic(good, mono, nullptr, 8, 44100); }},
-        {AL_NO_ERROR, [&] { alBufferData(good, mono, nullptr, 0, 44100); }},
-    });
+    ExpectCodes({{AL_INVALID_VALUE, [&] { alBufferData(good, noFormat, data, -2, 44100); }},
+                 {AL_INVALID_VALUE, [&] { alBufferData(good, noFormat, data, 8, 0); }},
+                 {AL_INVALID_ENUM, [&] { alBufferData(gone, noFormat, data, 8, 44100); }},
+                 {AL_INVALID_VALUE, [&] { alBufferDataStatic(gone, mono, data, 7, 44100); }},
+                 {AL_INVALID_NAME, [&] { alBufferData(gone, mono, nullptr, 8, 44100); }},
+                 {AL_INVALID_VALUE, [&] { alBufferDataStatic(good, mono, nullptr, 8, 44100); }},
+                 {AL_NO_ERROR, [&] { alBufferData(good, mono, nullptr, 0, 44100); }}});
 }
 
 TEST_F(BufferCalls, BufferData_CopiesWhileTheStaticFormRefers) {
@@ -98,13 +96,11 @@ TEST_F(BufferCalls, Properties_OfNoDataAndOfTheMost_AreDefined) {
 TEST_F(BufferCalls, PropertyCalls_TestThePointersThenTheNameThenTheParameter) {
     ALint i = 0;
     New(alGenBuffers);
-    ExpectCodes({
-        {AL_INVALID_VALUE, [&] { alGetBuffer3i(4711, AL_FREQUENCY, &i, &i, nullptr); }},
-        {AL_INVALID_NAME, [&] { alGetBufferiv(4711, 0x2005, &i); }},
-        {AL_INVALID_NAME, [] { alBufferf(4711, AL_FREQUENCY, 1); }},
-        {AL_INVALID_ENUM, [&] { alGetBufferiv(1, 0x2005, &i); }},
-        {AL_INVALID_ENUM, [] { alBufferf(1, AL_FREQUENCY, 1); }},
-    });
+    ExpectCodes({{AL_INVALID_VALUE, [&] { alGetBuffer3i(4711, AL_FREQUENCY, &i, &i, nullptr); }},
+                 {AL_INVALID_NAME, [&] { alGetBufferiv(4711, 0x2005, &i); }},
+                 {AL_INVALID_NAME, [] { alBufferf(4711, AL_FREQUENCY, 1); }},
+                 {AL_INVALID_ENUM, [&] { alGetBufferiv(1, 0x2005, &i); }},
+                 {AL_INVALID_ENUM, [] { alBufferf(1, AL_FREQUENCY, 1); }}});
 }
 
 TEST_F(BufferCalls, ABufferOfASource_MayNeitherGoNorChange) {

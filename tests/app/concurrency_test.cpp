@@ -67,8 +67,7 @@ protected:
             [&] { alEffecti(1, AL_EFFECT_TYPE, AL_EFFECT_REVERB + number % 3); },
             [&] { alListener3f(AL_POSITION, 1, 2, 3); },
             [&] { CreateAndDelete(buffer); },
-            [&] { number % 2 == 0 ? Suspend() : Resume(); },
-        };
+            [&] { number % 2 == 0 ? Suspend() : Resume(); }};
         calls[random() % std::size(calls)]();
     }
 

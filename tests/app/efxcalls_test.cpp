@@ -44,11 +44,9 @@ protected:
 
 TEST_F(EfxCalls, EffectType_SetAgain_KeepsTheValuesThatAnotherTypeResets) {
     const ALuint effect = NewEffect(AL_EFFECT_REVERB);
-    ExpectCodes({
-        {AL_NO_ERROR, [&] { alEffectf(effect, AL_REVERB_DECAY_TIME, 5); }},
-        {AL_INVALID_VALUE, [&] { alEffecti(effect, AL_EFFECT_TYPE, 6); }},
-        {AL_NO_ERROR, [&] { alEffecti(effect, AL_EFFECT_TYPE, AL_EFFECT_REVERB); }},
-    });
+    ExpectCodes({{AL_NO_ERROR, [&] { alEffectf(effect, AL_REVERB_DECAY_TIME, 5); }},
+                 {AL_INVALID_VALUE, [&] { alEffecti(effect, AL_EFFECT_TYPE, 6); }},
+                 {AL_NO_ERROR, [&] { alEffecti(effect, AL_EFFECT_TYPE, AL_EFFECT_REVERB); }}});
     EXPECT_EQ(Read(alGetEffectf, effect, AL_REVERB_DECAY_TIME), 5);
     alEffecti(effect, AL_EFFECT_TYPE, AL_EFFECT_EAXREVERB);
     EXPECT_EQ(Read(alGetEffectf, effect, AL_EAXREVERB_DECAY_TIME), 1.49F);
@@ -69,17 +67,15 @@ TEST_F(EfxCalls, Refusals_HaveTheirCodes) {
     NewEffect(AL_EFFECT_NULL);
     New(alGenFilters);
     NewSlot();
-    ExpectCodes({
-        {AL_INVALID_ENUM, [] { alEffectf(1, AL_REVERB_DECAY_TIME, 0.05F); }},
-        {AL_INVALID_ENUM, [] { alEffectf(2, AL_REVERB_DECAY_TIME, 5); }},
-        {AL_INVALID_ENUM, [] { alEffectf(1, AL_EFFECT_TYPE, AL_EFFECT_ECHO); }},
-        {AL_INVALID_ENUM, [] { Read(alGetEffectiv, 1, 0x4711); }},
-        {AL_INVALID_NAME, [] { alEffectf(3, AL_REVERB_DECAY_TIME, 0.05F); }},
-        {AL_INVALID_VALUE, [] { alEffectiv(1, AL_EFFECT_TYPE, nullptr); }},
-        {AL_INVALID_VALUE, [] { alGetEffecti(1, AL_EFFECT_TYPE, nullptr); }},
-        {AL_INVALID_VALUE, [] { alFilteriv(1, AL_FILTER_TYPE, nullptr); }},
-        {AL_INVALID_VALUE, [] { alGetAuxiliaryEffectSlotf(1, AL_EFFECTSLOT_GAIN, nullptr); }},
-    });
+    ExpectCodes({{AL_INVALID_ENUM, [] { alEffectf(1, AL_REVERB_DECAY_TIME, 0.05F); }},
+                 {AL_INVALID_ENUM, [] { alEffectf(2, AL_REVERB_DECAY_TIME, 5); }},
+                 {AL_INVALID_ENUM, [] { alEffectf(1, AL_EFFECT_TYPE, AL_EFFECT_ECHO); }},
+                 {AL_INVALID_ENUM, [] { Read(alGetEffectiv, 1, 0x4711); }},
+                 {AL_INVALID_NAME, [] { alEffectf(3, AL_REVERB_DECAY_TIME, 0.05F); }},
+                 {AL_INVALID_VALUE, [] { alEffectiv(1, AL_EFFECT_TYPE, nullptr); }},
+                 {AL_INVALID_VALUE, [] { alGetEffecti(1, AL_EFFECT_TYPE, nullptr); }},
+                 {AL_INVALID_VALUE, [] { alFilteriv(1, AL_FILTER_TYPE, nullptr); }},
+                 {AL_INVALID_VALUE, [] { alGetAuxiliaryEffectSlotf(1, AL_EFFECTSLOT_GAIN, nullptr); }}});
 }
 
 // ---- Filters ----
@@ -94,8 +90,7 @@ TEST_F(EfxCalls, FilterGains_AreThoseOfTheTypeAndOthersAreRefused) {
         {AL_FILTER_NULL, {}, AL_INVALID_VALUE, AL_INVALID_OPERATION},
         {AL_FILTER_LOWPASS, {nullptr, &F::gain, &F::gainHF}, AL_INVALID_VALUE, AL_INVALID_VALUE},
         {AL_FILTER_HIGHPASS, {nullptr, &F::gain, &F::gainLF}, AL_INVALID_VALUE, AL_INVALID_VALUE},
-        {AL_FILTER_BANDPASS, {nullptr, &F::gain, &F::gainLF, &F::gainHF}, AL_INVALID_ENUM, AL_INVALID_ENUM},
-    };
+        {AL_FILTER_BANDPASS, {nullptr, &F::gain, &F::gainLF, &F::gainHF}, AL_INVALID_ENUM, AL_INVALID_ENUM}};
     const ALuint name = New(alGenFilters);
     for (const auto& row : rows)
         for (ALenum parameter = 1; parameter <= 4; ++parameter) {
@@ -119,11 +114,9 @@ TEST_F(EfxCalls, FilterType_AsAFloat_IsRoundedAndRangeChecked) {
     alFilterf(filter, AL_FILTER_TYPE, 1.6F);
     for (const ALfloat bad : {3.5F, -1.6F, 1e30F, -1e30F, std::nanf("")})
         ExpectCodes({{AL_INVALID_VALUE, [&] { alFilterf(filter, AL_FILTER_TYPE, bad); }}});
-    ExpectCodes({
-        {AL_INVALID_VALUE, [&] { alFilteri(filter, AL_FILTER_TYPE, 4); }},
-        {AL_INVALID_VALUE, [&] { alFilteri(filter, AL_HIGHPASS_GAIN, 1); }},
-        {AL_INVALID_ENUM, [&] { Read(alGetFilteri, filter, AL_HIGHPASS_GAIN); }},
-    });
+    ExpectCodes({{AL_INVALID_VALUE, [&] { alFilteri(filter, AL_FILTER_TYPE, 4); }},
+                 {AL_INVALID_VALUE, [&] { alFilteri(filter, AL_HIGHPASS_GAIN, 1); }},
+                 {AL_INVALID_ENUM, [&] { Read(alGetFilteri, filter, AL_HIGHPASS_GAIN); }}});
     EXPECT_EQ(Read(alGetFilterf, filter, AL_FILTER_TYPE), 2);
 }
 
@@ -137,8 +130,10 @@ TEST_F(EfxCalls, ABoundEffect_ReachesTheSlotByCopyAndAgainOnlyWhenBoundAgain) {
     EXPECT_EQ(RenderedFloat(slot, AL_REVERB_GAIN), 0.32F);
     Bind(slot, effect);
     EXPECT_EQ(RenderedFloat(slot, AL_REVERB_GAIN), 0.32F) << "before the copy";
+    const auto* const running = RenderedSlot(slot).effect.Get();
     Copy();
     EXPECT_EQ(RenderedFloat(slot, AL_REVERB_GAIN), 0.75F);
+    EXPECT_EQ(RenderedSlot(slot).effect.Get(), running) << "it keeps its state";
     alDeleteEffects(1, &effect);
     ExpectCodes({{AL_INVALID_VALUE, [&] { Bind(slot, effect); }}});
     EXPECT_EQ(TypeIn(slot), AL_EFFECT_REVERB) << "the slot keeps its copy";
@@ -148,11 +143,8 @@ TEST_F(EfxCalls, ASlot_IsEmptiedByTheNameZeroByAnEffectWithoutTypeAndByItsEnd) {
     const ALuint effect = NewEffect(AL_EFFECT_ECHO), none = NewEffect(AL_EFFECT_NULL);
     const ALuint slot = NewSlot();
     alAuxiliaryEffectSlotf(slot, AL_EFFECTSLOT_GAIN, 0.5F);
-    const std::function<void()> calls[] = {
-        [&] { Bind(slot, 0); },
-        [&] { Bind(slot, none); },
-        [&] { alDeleteAuxiliaryEffectSlots(1, &slot); },
-    };
+    const std::function<void()> calls[] = {[&] { Bind(slot, 0); }, [&] { Bind(slot, none); },
+                                           [&] { alDeleteAuxiliaryEffectSlots(1, &slot); }};
     for (const auto& call : calls) {
         Bind(slot, effect);
         Copy();
@@ -173,14 +165,12 @@ TEST_F(EfxCalls, SlotValues_AreTakenInRangeReadBackAndCopied) {
     Copy();
     alAuxiliaryEffectSlotf(slot, gain, 0.5F);
     alAuxiliaryEffectSloti(slot, automatic, AL_FALSE);
-    ExpectCodes({
-        {AL_INVALID_VALUE, [&] { alAuxiliaryEffectSlotf(slot, gain, 1.5F); }},
-        {AL_INVALID_VALUE, [&] { alAuxiliaryEffectSlotf(slot, gain, std::nanf("")); }},
-        {AL_INVALID_VALUE, [&] { alAuxiliaryEffectSloti(slot, automatic, 2); }},
-        {AL_INVALID_VALUE, [&] { alAuxiliaryEffectSloti(slot, AL_EFFECTSLOT_EFFECT, -1); }},
-        {AL_INVALID_ENUM, [&] { alAuxiliaryEffectSlotf(slot, AL_EFFECTSLOT_EFFECT, 1); }},
-        {AL_INVALID_ENUM, [&] { Read(alGetAuxiliaryEffectSloti, slot, gain); }},
-    });
+    ExpectCodes({{AL_INVALID_VALUE, [&] { alAuxiliaryEffectSlotf(slot, gain, 1.5F); }},
+                 {AL_INVALID_VALUE, [&] { alAuxiliaryEffectSlotf(slot, gain, std::nanf("")); }},
+                 {AL_INVALID_VALUE, [&] { alAuxiliaryEffectSloti(slot, automatic, 2); }},
+                 {AL_INVALID_VALUE, [&] { alAuxiliaryEffectSloti(slot, AL_EFFECTSLOT_EFFECT, -1); }},
+                 {AL_INVALID_ENUM, [&] { alAuxiliaryEffectSlotf(slot, AL_EFFECTSLOT_EFFECT, 1); }},
+                 {AL_INVALID_ENUM, [&] { Read(alGetAuxiliaryEffectSloti, slot, gain); }}});
     Copy();
     EXPECT_EQ(RenderedSlot(slot).gain, 0.5F);
     EXPECT_FALSE(RenderedSlot(slot).auxiliarySendAuto);
@@ -193,12 +183,10 @@ TEST_F(EfxCalls, OnlyOneReverb_LetsASecondSlotHaveAnythingElse) {
     process.engine.configuration.configuration.goalConfig.onlyOneReverb = true;
     const ALuint reverb = NewEffect(AL_EFFECT_REVERB), chorus = NewEffect(AL_EFFECT_CHORUS);
     const ALuint first = NewSlot(), second = NewSlot();
-    ExpectCodes({
-        {AL_NO_ERROR, [&] { Bind(second, chorus); }},
-        {AL_NO_ERROR, [&] { Bind(first, reverb); }},
-        {AL_NO_ERROR, [&] { Bind(first, reverb); }},
-        {AL_INVALID_OPERATION, [&] { Bind(second, reverb); }},
-    });
+    ExpectCodes({{AL_NO_ERROR, [&] { Bind(second, chorus); }},
+                 {AL_NO_ERROR, [&] { Bind(first, reverb); }},
+                 {AL_NO_ERROR, [&] { Bind(first, reverb); }},
+                 {AL_INVALID_OPERATION, [&] { Bind(second, reverb); }}});
     EXPECT_EQ(TypeIn(second), AL_EFFECT_CHORUS);
     alDeleteAuxiliaryEffectSlots(1, &first);
     ExpectCodes({{AL_NO_ERROR, [&] { Bind(second, reverb); }}});

@@ -1,64 +1,14 @@
-// Calls of a game in a process that runs out of memory. The allocation functions of this whole test program
-// are replaced by ones that fail when a test of this file says so, and only on its thread.
+// Calls of a game in a process that runs out of memory.
 
-#include <cstdlib>
-#include <limits>
-#include <new>
+#include <tuple>
 
 #include "contextfixture.h"
+#include "replacedallocation.h"
 
 namespace {
 
-constexpr long never = std::numeric_limits<long>::max();
-thread_local long allocationsLeft = never;
-
-void* Allocate(std::size_t size, std::size_t alignment = __STDCPP_DEFAULT_NEW_ALIGNMENT__) noexcept {
-    if (allocationsLeft == 0) return nullptr;
-    if (allocationsLeft != never) --allocationsLeft;
-    return std::aligned_alloc(alignment, (size / alignment + 1) * alignment);
-}
-
-// Out of line, for the compiler takes a visible free of what came from new for a mistake.
-[[gnu::noinline]] void Release(void* block) noexcept {
-    std::free(block);
-}
-
-}  // namespace
-
-// All forms in use: a sanitizer has its own of each, which would not come down to these.
-void* operator new(std::size_t size) {
-    if (void* const block = Allocate(size)) return block;
-    throw std::bad_alloc();
-}
-void* operator new[](std::size_t size) {
-    return ::operator new(size);
-}
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return Allocate(size);
-}
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-    return Allocate(size);
-}
-void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
-    return Allocate(size, static_cast<std::size_t>(alignment));
-}
-void operator delete(void* block) noexcept {
-    Release(block);
-}
-void operator delete(void* block, std::size_t) noexcept {
-    Release(block);
-}
-void operator delete[](void* block) noexcept {
-    Release(block);
-}
-void operator delete[](void* block, std::size_t) noexcept {
-    Release(block);
-}
-void operator delete(void* block, std::align_val_t) noexcept {
-    Release(block);
-}
-
-namespace {
+using testing_support::allocationsLeft;
+using testing_support::never;
 
 class FailingAllocation : public testing_support::ContextFixture {
 protected:

@@ -54,24 +54,20 @@ TEST_P(NameCalls, Delete_WithOneBadName_DeletesNone) {
 TEST_P(NameCalls, ListsWithoutSense_AreRefused) {
     constexpr ALsizei huge = std::numeric_limits<ALsizei>::max();
     Names names{99};
-    ExpectCodes({
-        {kind.ofNegative, [&] { kind.gen(-1, names.data()); }},
-        {kind.ofNegative, [&] { kind.remove(-1, names.data()); }},
-        {kind.ofHuge, [&] { kind.gen(huge, names.data()); }},
-        {kind.ofHuge, [&] { kind.remove(huge, names.data()); }},
-        {AL_INVALID_VALUE, [&] { kind.gen(1, nullptr); }},
-        {AL_INVALID_VALUE, [&] { kind.remove(1, nullptr); }},
-    });
+    ExpectCodes({{kind.ofNegative, [&] { kind.gen(-1, names.data()); }},
+                 {kind.ofNegative, [&] { kind.remove(-1, names.data()); }},
+                 {kind.ofHuge, [&] { kind.gen(huge, names.data()); }},
+                 {kind.ofHuge, [&] { kind.remove(huge, names.data()); }},
+                 {AL_INVALID_VALUE, [&] { kind.gen(1, nullptr); }},
+                 {AL_INVALID_VALUE, [&] { kind.remove(1, nullptr); }}});
     EXPECT_EQ(names[0], 99u);
 }
 
 TEST_P(NamesOfAContext, WithoutOne_AreInvalidOperations) {
     process.currentContext = nullptr;
-    ExpectCodes({
-        {AL_INVALID_OPERATION, [&] { New(kind.gen); }},
-        {AL_INVALID_OPERATION, [&] { kind.remove(1, nullptr); }},
-        {AL_INVALID_OPERATION, [&] { kind.is(1); }},
-    });
+    ExpectCodes({{AL_INVALID_OPERATION, [&] { New(kind.gen); }},
+                 {AL_INVALID_OPERATION, [&] { kind.remove(1, nullptr); }},
+                 {AL_INVALID_OPERATION, [&] { kind.is(1); }}});
 }
 
 INSTANTIATE_TEST_SUITE_P(All, NameCalls, testing::Values(buffers, sources, effects, filters, slots));

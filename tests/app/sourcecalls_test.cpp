@@ -28,22 +28,20 @@ struct FloatCase {
     bool hasIntegerForm;
 };
 
-constexpr FloatCase floatCases[] = {
-    {AL_GAIN, 1, infinity, false},
-    {AL_MIN_GAIN, 0, 1, false},
-    {AL_MAX_GAIN, 1, 1, false},
-    {AL_PITCH, 1, infinity, false},
-    {AL_REFERENCE_DISTANCE, 1, infinity, true},
-    {AL_ROLLOFF_FACTOR, 1, infinity, true},
-    {AL_MAX_DISTANCE, std::numeric_limits<float>::max(), infinity, true},
-    {AL_CONE_OUTER_GAIN, 0, 1, false},
-    {AL_CONE_INNER_ANGLE, 360, 360, true},
-    {AL_CONE_OUTER_ANGLE, 360, 360, true},
-    {AL_SOURCE_RADIUS, 0, infinity, false},
-    {AL_AIR_ABSORPTION_FACTOR, 0, 10, false},
-    {AL_ROOM_ROLLOFF_FACTOR, 0, 10, false},
-    {AL_CONE_OUTER_GAINHF, 1, 1, false},
-};
+constexpr FloatCase floatCases[] = {{AL_GAIN, 1, infinity, false},
+                                    {AL_MIN_GAIN, 0, 1, false},
+                                    {AL_MAX_GAIN, 1, 1, false},
+                                    {AL_PITCH, 1, infinity, false},
+                                    {AL_REFERENCE_DISTANCE, 1, infinity, true},
+                                    {AL_ROLLOFF_FACTOR, 1, infinity, true},
+                                    {AL_MAX_DISTANCE, std::numeric_limits<float>::max(), infinity, true},
+                                    {AL_CONE_OUTER_GAIN, 0, 1, false},
+                                    {AL_CONE_INNER_ANGLE, 360, 360, true},
+                                    {AL_CONE_OUTER_ANGLE, 360, 360, true},
+                                    {AL_SOURCE_RADIUS, 0, infinity, false},
+                                    {AL_AIR_ABSORPTION_FACTOR, 0, 10, false},
+                                    {AL_ROOM_ROLLOFF_FACTOR, 0, 10, false},
+                                    {AL_CONE_OUTER_GAINHF, 1, 1, false}};
 
 TEST_F(SourceCalls, Floats_TakeTheirRangeAndAreKeptApart) {
     const ALuint source = New(alGenSources);
@@ -139,12 +137,10 @@ TEST_F(SourceCalls, DirectFilter_IsACopyUntilItIsSetAgain) {
 TEST_F(SourceCalls, Sends_GrowToTheirIndexAndKeepAnySlotName) {
     const ALuint source = New(alGenSources);
     alFilteri(New(alGenFilters), AL_FILTER_TYPE, AL_FILTER_HIGHPASS);
-    ExpectCodes({
-        {AL_NO_ERROR, [&] { alSource3i(source, AL_AUXILIARY_SEND_FILTER, 4711, 6, 1); }},
-        {AL_INVALID_VALUE, [&] { alSource3i(source, AL_AUXILIARY_SEND_FILTER, 1, -1, 0); }},
-        {AL_INVALID_VALUE, [&] { alSource3i(source, AL_AUXILIARY_SEND_FILTER, 1, 7, 9); }},
-        {AL_INVALID_OPERATION, [&] { alSource3i(source, AL_AUXILIARY_SEND_FILTER, 1, 65536, 0); }},
-    });
+    ExpectCodes({{AL_NO_ERROR, [&] { alSource3i(source, AL_AUXILIARY_SEND_FILTER, 4711, 6, 1); }},
+                 {AL_INVALID_VALUE, [&] { alSource3i(source, AL_AUXILIARY_SEND_FILTER, 1, -1, 0); }},
+                 {AL_INVALID_VALUE, [&] { alSource3i(source, AL_AUXILIARY_SEND_FILTER, 1, 7, 9); }},
+                 {AL_INVALID_OPERATION, [&] { alSource3i(source, AL_AUXILIARY_SEND_FILTER, 1, 65536, 0); }}});
     Copy();
     ASSERT_EQ(Rendered(source).sends.size, 7u);
     EXPECT_EQ(context->snapshot.sourceStates[source - 1].sends.size, 7u);
@@ -157,19 +153,17 @@ TEST_F(SourceCalls, Refusals_HaveTheCodeOfTheFirstFault) {
     constexpr ALint huge = greatestInteger;
     ALuint list[1] = {New(alGenSources)};
     ALint i[6] = {};
-    ExpectCodes({
-        {AL_INVALID_VALUE, [] { alGetSourcei(99, AL_GAIN, nullptr); }},
-        {AL_INVALID_NAME, [&] { alGetSourcei(99, 0, i); }},
-        {AL_INVALID_NAME, [] { alSourcefv(99, AL_GAIN, nullptr); }},
-        {AL_INVALID_OPERATION, [&] { alSourcePausev(-1, list); }},
-        {AL_INVALID_VALUE, [&] { alSourceQueueBuffers(1, -1, list); }},
-        {AL_INVALID_OPERATION, [&] { alSourceUnqueueBuffers(1, huge, list); }},
-        {AL_INVALID_ENUM, [] { alSourcef(1, AL_POSITION, 0); }},
-        {AL_INVALID_ENUM, [] { alSourcei(1, AL_STEREO_ANGLES, 0); }},
-        {AL_INVALID_ENUM, [] { Get(1, AL_AUXILIARY_SEND_FILTER); }},
-        {AL_INVALID_ENUM, [&] { alGetSource3i(1, AL_AUXILIARY_SEND_FILTER, i, i + 1, i + 2); }},
-        {AL_INVALID_OPERATION, [] { alSourcei(1, AL_SOURCE_STATE, AL_PLAYING); }},
-    });
+    ExpectCodes({{AL_INVALID_VALUE, [] { alGetSourcei(99, AL_GAIN, nullptr); }},
+                 {AL_INVALID_NAME, [&] { alGetSourcei(99, 0, i); }},
+                 {AL_INVALID_NAME, [] { alSourcefv(99, AL_GAIN, nullptr); }},
+                 {AL_INVALID_OPERATION, [&] { alSourcePausev(-1, list); }},
+                 {AL_INVALID_VALUE, [&] { alSourceQueueBuffers(1, -1, list); }},
+                 {AL_INVALID_OPERATION, [&] { alSourceUnqueueBuffers(1, huge, list); }},
+                 {AL_INVALID_ENUM, [] { alSourcef(1, AL_POSITION, 0); }},
+                 {AL_INVALID_ENUM, [] { alSourcei(1, AL_STEREO_ANGLES, 0); }},
+                 {AL_INVALID_ENUM, [] { Get(1, AL_AUXILIARY_SEND_FILTER); }},
+                 {AL_INVALID_ENUM, [&] { alGetSource3i(1, AL_AUXILIARY_SEND_FILTER, i, i + 1, i + 2); }},
+                 {AL_INVALID_OPERATION, [] { alSourcei(1, AL_SOURCE_STATE, AL_PLAYING); }}});
     process.currentContext = nullptr;
     ExpectCodes({{AL_INVALID_OPERATION, [] { alGetSourcei(99, AL_GAIN, nullptr); }}});
 }

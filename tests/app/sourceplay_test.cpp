@@ -68,38 +68,31 @@ TEST_F(PlayCalls, StateCall_BringsGameAndRendererToTheSameState) {
     constexpr ALint placed = 107;  // where the source stands before the call
     const struct {
         void (*call)(ALuint);
-        ALenum from, to;
-        ALint frame;
+        ALenum ofInitial, ofPlaying, ofPaused, ofStopped;  // the state that each becomes
+        const char* kept;                                  // whether each stays where it was
         bool restarts;
-    } transitions[] = {
-        {alSourcePlay, AL_INITIAL, AL_PLAYING, placed, true},
-        {alSourcePlay, AL_PLAYING, AL_PLAYING, 0, true},
-        {alSourcePlay, AL_PAUSED, AL_PLAYING, placed, true},
-        {alSourcePlay, AL_STOPPED, AL_PLAYING, placed, true},
-        {alSourceStop, AL_INITIAL, AL_INITIAL, placed, false},
-        {alSourceStop, AL_PLAYING, AL_STOPPED, 0, false},
-        {alSourceStop, AL_PAUSED, AL_STOPPED, 0, false},
-        {alSourceStop, AL_STOPPED, AL_STOPPED, placed, false},
-        {alSourceRewind, AL_INITIAL, AL_INITIAL, placed, false},
-        {alSourceRewind, AL_PLAYING, AL_INITIAL, 0, false},
-        {alSourceRewind, AL_PAUSED, AL_INITIAL, 0, false},
-        {alSourceRewind, AL_STOPPED, AL_INITIAL, 0, false},
-        {alSourcePause, AL_INITIAL, AL_INITIAL, placed, false},
-        {alSourcePause, AL_PLAYING, AL_PAUSED, placed, false},
-        {alSourcePause, AL_PAUSED, AL_PAUSED, placed, false},
-        {alSourcePause, AL_STOPPED, AL_STOPPED, placed, false},
-    };
-    for (const auto& row : transitions)
-        for (const bool isSuspended : {false, true}) {
-            SCOPED_TRACE(testing::Message() << "row " << &row - transitions << ", suspended " << isSuspended);
-            const ALuint source = MakeIn(row.from, placed);
-            InterpolatorMemory(source) = 1;
+    } rows[] = {{alSourcePlay, AL_PLAYING, AL_PLAYING, AL_PLAYING, AL_PLAYING, "1011", true},
+                {alSourceStop, AL_INITIAL, AL_STOPPED, AL_STOPPED, AL_STOPPED, "1001", false},
+                {alSourceRewind, AL_INITIAL, AL_INITIAL, AL_INITIAL, AL_INITIAL, "1000", false},
+                {alSourcePause, AL_INITIAL, AL_PAUSED, AL_PAUSED, AL_STOPPED, "1111", false}};
+    for (const auto& row : rows)
+        for (int from = 0; from < 8; ++from) {
+            SCOPED_TRACE(testing::Message() << "row " << &row - rows << ", from " << from);
+            const ALenum to[] = {row.ofInitial, row.ofPlaying, row.ofPaused, row.ofStopped};
+            const bool isSuspended = from >= 4;
+            const ALint frame = row.kept[from % 4] == '1' ? placed : 0;
+            const ALuint source = MakeIn(AL_INITIAL + from % 4, placed);
+            alSource3i(source, AL_AUXILIARY_SEND_FILTER, 1, 0, 0);
+            Copy();
+            goal::SourceRendererState& memory = context->snapshot.sourceStates[source - 1];
+            InterpolatorMemory(source) = memory.direct.gain = memory.sends[0].gain = 0.5F;
             if (isSuspended) Suspend();
             row.call(source);
-            ExpectForTheGame(source, row.to, row.frame);
+            ExpectForTheGame(source, to[from % 4], frame);
             if (isSuspended) Resume();
-            ExpectAfterCopy(source, row.to, row.frame);
-            EXPECT_EQ(InterpolatorMemory(source), row.restarts ? 0 : 1);
+            ExpectAfterCopy(source, to[from % 4], frame);
+            EXPECT_EQ(InterpolatorMemory(source), row.restarts ? 0 : 0.5F);
+            EXPECT_EQ(memory.direct.gain + memory.sends[0].gain, row.restarts ? 2 : 1);
         }
     EXPECT_EQ(alGetError(), AL_NO_ERROR);
 }
@@ -143,14 +136,19 @@ TEST_F(PlayCalls, UnqueueDuringABlock_ShiftsTheRenderersPlaceAndAnOffsetVoidsIt)
 }
 
 TEST_F(PlayCalls, NameDeletedAndMadeAgain_IsANewSource) {
-    const ALuint source = MakePlaying(2, 130);
-    alDeleteSources(1, &source);
-    ASSERT_EQ(MakeStream(1), source);
-    alSourcePlay(source);
-    InterpolatorMemory(source) = 1;
-    ExpectAfterCopy(source, AL_PLAYING, 0);
-    EXPECT_EQ(Rendered(source).queue.size, 1u);
-    EXPECT_EQ(InterpolatorMemory(source), 0);
+    for (const int moment : {0, 1, 2}) {  // without a copy between, with one, while suspended
+        const ALuint source = MakePlaying(2, 130);
+        alDeleteSources(1, &source);
+        if (moment > 0) Copy();
+        if (moment == 2) Suspend();
+        ASSERT_EQ(MakeStream(1), source);
+        alSourcePlay(source);
+        if (moment == 2) Resume();
+        InterpolatorMemory(source) = 1;
+        ExpectAfterCopy(source, AL_PLAYING, 0);
+        EXPECT_EQ(Rendered(source).queue.size, 1u);
+        EXPECT_EQ(InterpolatorMemory(source), 0);
+    }
 }
 
 // ---- While suspended ----
@@ -195,17 +193,6 @@ TEST_F(PlayCalls, QueueCallsWhileSuspended_ReachTheRendererAtOnce) {
     EXPECT_EQ(Get(source, AL_BUFFERS_QUEUED), 2);
 }
 
-TEST_F(PlayCalls, SourceMadeWhileSuspended_ReachesTheRendererWhole) {
-    Suspend();
-    const ALuint source = MakeStream(2);
-    alSourcei(source, AL_SAMPLE_OFFSET, 130);
-    alSourcePlay(source);
-    Copy();
-    EXPECT_EQ(context->snapshot.sources.size, 0u);
-    Resume();
-    ExpectAfterCopy(source, AL_PLAYING, 130);
-}
-
 // ---- Queues and AL_BUFFER ----
 
 TEST_F(PlayCalls, Queue_TakesAllOfAListOrNoneAndCountsEachPlace) {
@@ -231,10 +218,8 @@ TEST_F(PlayCalls, Unqueue_TakesOnlyProcessedBuffers) {
     const ALuint source = MakePlaying(3, 105);
     ALuint names[4] = {55};
     EXPECT_EQ(Get(source, AL_BUFFERS_PROCESSED), 1);
-    ExpectCodes({
-        {AL_INVALID_OPERATION, [&] { alSourceUnqueueBuffers(source, 2, names); }},
-        {AL_NO_ERROR, [&] { alSourcei(source, AL_LOOPING, AL_TRUE); }},
-    });
+    ExpectCodes({{AL_INVALID_OPERATION, [&] { alSourceUnqueueBuffers(source, 2, names); }},
+                 {AL_NO_ERROR, [&] { alSourcei(source, AL_LOOPING, AL_TRUE); }}});
     EXPECT_EQ(Get(source, AL_BUFFERS_PROCESSED), 0);
     alSourceStop(source);
     EXPECT_EQ(Get(source, AL_BUFFERS_PROCESSED), 3);
@@ -254,14 +239,12 @@ TEST_F(PlayCalls, OneBuffer_MakesAStaticSourceThatTakesNoQueue) {
     ExpectForTheGame(source, AL_INITIAL, 0);
     EXPECT_EQ(Get(source, AL_SOURCE_TYPE), AL_STATIC);
     EXPECT_EQ(UseCount(1), 0);
-    ExpectCodes({
-        {AL_INVALID_OPERATION, [&] { alSourceQueueBuffers(source, 1, &buffer); }},
-        {AL_INVALID_OPERATION, [&] { alSourceUnqueueBuffers(source, 1, &buffer); }},
-        {AL_INVALID_VALUE, [&] { SetBuffer(source, empty); }},
-        {AL_NO_ERROR, [&] { alSourcePlay(source); }},
-        {AL_INVALID_VALUE, [&] { SetBuffer(source, 0); }},
-        {AL_NO_ERROR, [&] { alSourceStop(source); }},
-    });
+    ExpectCodes({{AL_INVALID_OPERATION, [&] { alSourceQueueBuffers(source, 1, &buffer); }},
+                 {AL_INVALID_OPERATION, [&] { alSourceUnqueueBuffers(source, 1, &buffer); }},
+                 {AL_INVALID_VALUE, [&] { SetBuffer(source, empty); }},
+                 {AL_NO_ERROR, [&] { alSourcePlay(source); }},
+                 {AL_INVALID_VALUE, [&] { SetBuffer(source, 0); }},
+                 {AL_NO_ERROR, [&] { alSourceStop(source); }}});
     EXPECT_EQ(UseCount(buffer), 1);
     SetBuffer(source, 0);
     EXPECT_EQ(Get(source, AL_SOURCE_TYPE), AL_UNDETERMINED);
@@ -276,8 +259,7 @@ TEST_F(PlayCalls, Offsets_StandAtTheFrameTheyNameInEachUnit) {
     alSourceQueueBuffers(source, 2, two);
     const std::tuple<ALenum, float, ALint> rows[] = {
         {AL_SAMPLE_OFFSET, 99.9F, 99}, {AL_SAMPLE_OFFSET, 100, 100}, {AL_SEC_OFFSET, 0.0416F, 42},
-        {AL_BYTE_OFFSET, 199, 99},     {AL_BYTE_OFFSET, 200, 100},   {AL_SEC_OFFSET, 0.16F, 160},
-    };
+        {AL_BYTE_OFFSET, 199, 99},     {AL_BYTE_OFFSET, 200, 100},   {AL_SEC_OFFSET, 0.16F, 160}};
     for (const auto& [unit, offset, frame] : rows) {
         float seconds = 0;
         alSourcef(source, unit, offset);

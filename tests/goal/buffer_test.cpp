@@ -1,12 +1,8 @@
 #include "goal/buffer.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
-#include <unistd.h>
 
-#include <array>
 #include <cstdint>
-#include <set>
 #include <vector>
 
 #include "slib/exception.h"
@@ -14,7 +10,7 @@
 namespace goal {
 namespace {
 
-constexpr std::int32_t mono8 = 0x1100, stereo16 = 0x1103, monoIma4 = 0x1300, stereoIma4 = 0x1301;
+constexpr std::int32_t mono8 = 0x1100, monoIma4 = 0x1300, stereoIma4 = 0x1301;
 
 // Checks that a format has such frames, and that positions in it become bytes and back.
 void ExpectPcm(std::int32_t id, std::uint32_t channels, std::int32_t arrangement, std::uint32_t frameBytes,
@@ -82,36 +78,6 @@ TEST(Buffer, GreatSizes_CountTheirFramesIn64Bits) {
     EXPECT_EQ(Buffer(1, stereoIma4, 8000, &byte, 4294967256u, false).frames, 3877400995u);
     EXPECT_THROW(Buffer(1, monoIma4, 8000, &byte, 4294967292u, false), slib::BadParameterException);
 }
-
-TEST(Buffer, CopiedData_OutlivesTheApplications) {
-    std::vector<std::uint8_t> samples{1, 2, 3, 4};
-    const Buffer copied(1, stereo16, 44100, samples.data(), 4, true);
-    const Buffer referred(2, stereo16, 44100, samples.data(), 4, false);
-    samples[0] = 9;
-    EXPECT_EQ(copied.data[0], 1);
-    EXPECT_EQ(copied.data[3], 4);
-    EXPECT_EQ(referred.data, samples.data());
-}
-
-// The sanitizers' allocators end the process where the plain one refuses.
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-/// Leaves the process with 0 when a buffer made without memory throws what it should.
-[[noreturn]] void MakeBufferWithoutMemory() {
-    const rlimit none{0, 0};
-    setrlimit(RLIMIT_AS, &none);
-    try {
-        const std::uint8_t byte = 0;  // not read, since the copy is never begun
-        const Buffer buffer(1, mono8, 44100, &byte, 0xFFFFFFFF, true);
-    } catch (const slib::OutOfMemoryException&) {
-        _exit(0);
-    }
-    _exit(1);
-}
-
-TEST(BufferDeathTest, WithoutMemoryForTheCopy_ThrowsOutOfMemory) {
-    EXPECT_EXIT(MakeBufferWithoutMemory(), testing::ExitedWithCode(0), "");
-}
-#endif
 
 }  // namespace
 }  // namespace goal

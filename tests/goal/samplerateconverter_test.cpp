@@ -114,18 +114,6 @@ TEST_P(EveryQuality, RandomPlans_NeverTouchWhatIsNotThereAndGiveTheFilteredInput
     EXPECT_GT(history.size(), 500 * 1024);
 }
 
-TEST_P(EveryQuality, RatioOne_PutsEachFrameUnderThePeakOfRowZero) {
-    ConverterState state;
-    converter.initialise(state);
-    for (std::uint32_t i = 0; i < 100; ++i)
-        push(state, i == 20 ? 1.0F : 0.0F);
-    for (std::uint32_t i = 0; i < 80; ++i) {
-        const std::uint32_t tap = 20 + state.preRoll - i;
-        EXPECT_EQ(produce(state), tap < shape.taps ? Row(0, 0)[tap] : 0) << i;
-    }
-    EXPECT_GT(Row(0, 0)[state.preRoll], 0.99F);
-}
-
 /// Power of the sine of `frequency` (radians a frame) over the rest, in dB, both under a Hann window.
 double SignalToNoise(const std::vector<float>& signal, double frequency) {
     const auto size = static_cast<double>(signal.size());

@@ -5,17 +5,23 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <chrono>
+#include <cmath>
 #include <functional>
 #include <string>
 #include <thread>
+#include <tuple>
+#include <utility>
 #include <vector>
 
+#include "failure.h"
 #include "goal/context.h"
 #include "orb3core/configstore.h"
-#include "slib/exception.h"
 #include "temporaryfolder.h"
+#include "testpipe.h"
 
 namespace goal {
 namespace {
@@ -44,9 +50,10 @@ public:
     std::function<void(OutputSetUp&)> answer = [](OutputSetUp&) {};
 
     SetUpRequest request;
+    double rate = 48000;
     int filterOrder = 0;
-    std::uint32_t decoderInputs = 0;
-    std::vector<DirectFeed> lastFeeds;
+    int renderedOrder = 0;
+    std::array<float, 2> lastFrame{};
     std::atomic<int> blocks{0}, runs{0};
     std::string destroyed;
 
@@ -55,23 +62,29 @@ public:
         return std::make_unique<Noted<FormatLibrary>>(*this, "library");
     }
 
-    std::unique_ptr<OutputSetUp> SetUp(const SetUpRequest& asked, slib::Log*, slib::Log*,
-                                       orb3::Configuration& configuration, FormatLibrary&) override {
+    // Both channels get half of the first channel of the bus.
+    OutputSetUp SetUp(const SetUpRequest& asked, slib::Log*, slib::Log*, orb3::Configuration& configuration,
+                      FormatLibrary&) override {
         request = asked;
         at("setup");
-        auto output = std::make_unique<Output>(*this, "output");
-        output->sampleRate = 48000;
-        output->transformInputs = 25;
-        output->formatName = "Quad";
-        output->methodName = "Basic";
-        answer(*output);
-        if (output->isConfigurationChanged) configuration.selectedName = "Chosen";
+        OutputSetUp output;
+        output.pipe = audiopipe::PipePtr(new ScriptedPipe(*this));
+        output.transform.sampleRate = 48000;
+        output.transform.width = 1;
+        output.transform.impulses = hcml::GenericMatrix<hcml::GenericVector<float, 1>, 0>(25, 2);
+        output.transform.impulses.fill({0});
+        output.transform.impulses(0, 0) = output.transform.impulses(0, 1) = {0.5F / std::sqrt(12.566371F)};
+        output.formatName = "Quad";
+        output.methodName = "Basic";
+        answer(output);
+        if (output.isConfigurationChanged) configuration.selectedName = "Chosen";
         return output;
     }
 
-    std::unique_ptr<BlockRenderer> CreateRenderer(double, const orb3::Configuration&, int order,
+    std::unique_ptr<BlockRenderer> CreateRenderer(double, const orb3::Configuration& configuration, int order,
                                                   std::uint32_t, slib::Log*) override {
         filterOrder = order;
+        renderedOrder = configuration.goalConfig.order;
         at("renderer");
         return std::make_unique<Renderer>(*this, "renderer");
     }
@@ -85,32 +98,31 @@ private:
         const char* name;
     };
 
-    struct ScriptedDecoder : Noted<Decoder> {
-        using Noted::Noted;
-        std::uint32_t BlockFrames() const override { return 512; }
-        void writeBus(const hcml::ac::Bus&, std::span<const DirectFeed> feeds) override {
-            owner.lastFeeds.assign(feeds.begin(), feeds.end());
+    // The decoder's construction asks for the block first.
+    struct ScriptedPipe : testing_support::TestPipe {
+        explicit ScriptedPipe(ScriptedMachinery& owner) : TestPipe(512), owner(owner) {}
+        ~ScriptedPipe() override { owner.destroyed += "pipe "; }
+        double GetSampleRate() override { return owner.rate; }
+        std::uint32_t GetBufferLength() override {
+            if (!std::exchange(isAsked, true)) owner.at("decoder"), ++owner.runs;
+            return TestPipe::GetBufferLength();
+        }
+        void Write(const float* playback, float*) override {
+            owner.lastFrame = {playback[0], playback[1]};
             ++owner.blocks;
             owner.at("write");
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
-        void reportPeak(slib::Log* log) override { log->Write("Peak.", false); }
-    };
-
-    struct Output : Noted<OutputSetUp> {
-        using Noted::Noted;
-        std::unique_ptr<Decoder> CreateDecoder(std::uint32_t inputs, slib::Log*, bool) override {
-            owner.decoderInputs = inputs;
-            owner.at("decoder");
-            ++owner.runs;
-            return std::make_unique<ScriptedDecoder>(owner, "decoder");
-        }
+        ScriptedMachinery& owner;
+        bool isAsked = false;
     };
 
     struct Renderer : Noted<BlockRenderer> {
         using Noted::Noted;
         void renderBlock(RenderSnapshot&, RenderOutput& output) override {
+            std::fill_n(output.spatial.channels[0], output.spatial.frames, 1.0F);
             output.lowFrequencyWritten = output.hasLowFrequency;
+            std::fill_n(output.lowFrequency.data, output.lowFrequency.size, 0.5F);
         }
     };
 };
@@ -131,12 +143,7 @@ protected:
     }
 
     std::string StartFailure() {
-        try {
-            StartContext();
-        } catch (const slib::BadStateException& exception) {
-            return exception.what();
-        }
-        return "";
+        return testing_support::Failure<slib::BadStateException>([this] { StartContext(); });
     }
 
     // Returns when the run is so many blocks further.
@@ -159,8 +166,8 @@ protected:
 };
 
 TEST_F(ServerThreadTest, Start_OnAUsableMachine_RendersAndReportsInTheLog) {
-    Configure([](orb3::GoalConfig& c) { c.isLoggingVerbose = true; });
-    {
+    for (const bool isVerbose : {false, true}) {
+        Configure([&](orb3::GoalConfig& c) { c.isLoggingVerbose = c.measureOutputPeak = isVerbose; });
         const auto context = StartContext();
         AwaitBlocks(3);
         const slib::Lock lock(context->timingMutex);
@@ -168,69 +175,59 @@ TEST_F(ServerThreadTest, Start_OnAUsableMachine_RendersAndReportsInTheLog) {
         EXPECT_EQ(context->refreshRate, 93.75);
         EXPECT_EQ(context->blockFrames, 512U);
     }
-    EXPECT_EQ(log.Lines(), R"(I Verbose logging is enabled.
+    EXPECT_EQ(log.Lines(),
+              R"(I Starting Tessarune 32bit v2.5.1cm. Free software under the MIT licence, without warranty.
+I Stopped Tessarune.
+I Verbose logging is enabled.
 I Starting Tessarune 32bit v2.5.1cm. Free software under the MIT licence, without warranty.
 I Using decoder of order 3 for 'Quad', method 'Basic'.
+I Serial time-domain mode at 48kHz. Capacity is 512 (11ms) on 512.
 I Decoder started (sample rate 48kHz).
 I Renderer started (refresh rate 93.8Hz, block size 512).
 I Rendering started.
 I Stopping Tessarune.
-I Peak.
+I The peak output level was 0.5 (-6.02dB).
 I Ran with 0 sources and 0 effect slots. Suspend/process was not used.
 I Stopped Tessarune.
 )");
-    EXPECT_EQ(machinery.destroyed, "renderer decoder output library ");
+    EXPECT_EQ(machinery.destroyed, "renderer pipe library renderer pipe library ");
 }
 
-TEST_F(ServerThreadTest, Start_WithoutVerboseLogging_TellsOnlyStartStopAndPeak) {
-    Configure([](orb3::GoalConfig& c) { c.measureOutputPeak = false; });
-    StartContext().reset();
-    EXPECT_EQ(log.Lines(),
-              "I Starting Tessarune 32bit v2.5.1cm. Free software under the MIT licence, without warranty.\n"
-              "I Stopped Tessarune.\n");
-}
-
-TEST_F(ServerThreadTest, Request_CarriesTheSettingsAndTheGamesRateUnlessTold) {
-    struct Case {
-        double attribute;
-        bool isIgnored;
-        std::uint32_t expected;
-    };
-    for (const Case& rate : {Case{-1, false, 44100}, {22050, false, 22050}, {22050, true, 44100}}) {
+TEST_F(ServerThreadTest, SettingsAndTheGamesRateUnlessTold_ReachTheMachinery) {
+    for (const bool isIgnored : {true, false}) {
         Configure([&](orb3::GoalConfig& c) {
-            c.ignoreGameSampleRate = rate.isIgnored;
+            c.ignoreGameSampleRate = isIgnored;
             c.defaultSampleRate = 44100;
             c.gain = c.order = c.defaultFilterOrder = 2;
             c.suggestedBufferLength = 256;
             c.suggestedBufferCount = 5;
         });
-        StartContext(rate.attribute).reset();
-        EXPECT_EQ(machinery.request.sampleRate, rate.expected);
+        for (const double attribute : {-1, 22050}) {
+            StartContext(attribute).reset();
+            EXPECT_EQ(machinery.request.sampleRate, attribute < 0 || isIgnored ? 44100U : 22050U);
+        }
     }
-    EXPECT_EQ(machinery.request.order, 2);
-    EXPECT_EQ(machinery.request.bufferLength, 256);
-    EXPECT_EQ(machinery.request.bufferCount, 5);
-    EXPECT_DOUBLE_EQ(machinery.request.gain, 0.9);
+    const auto& [order, rate, length, count, gain] = machinery.request;
+    EXPECT_EQ(std::tuple(order, length, count), std::tuple(2, 256, 5));
+    EXPECT_DOUBLE_EQ(gain, 0.9);
     EXPECT_EQ(machinery.filterOrder, 2);
-    EXPECT_EQ(machinery.decoderInputs, 9U);
+    EXPECT_EQ(machinery.renderedOrder, 2);
 }
 
 TEST_F(ServerThreadTest, Answers_OfTheSetUp_AreTakenAndStored) {
     machinery.answer = [](OutputSetUp& output) {
-        output.sampleRate = 96000;
         output.isConfigurationChanged = true;
-        output.bassOutputs = {{3, 0.5F}, {5, 0.25F}};
+        output.bassOutputs = {{0, 0.5F}, {1, 0.25F}};
     };
+    machinery.rate = 96000;
     auto context = StartContext(22050);
     AwaitBlocks(1);
     EXPECT_EQ(context->refreshRate, 187.5);
     context.reset();
-    EXPECT_EQ(engine.configuration.Read([](const orb3::Configuration& c) { return c.selectedName; }),
-              "Chosen");
+    EXPECT_EQ(engine.configuration.Read([](const auto& c) { return c.selectedName; }), "Chosen");
     EXPECT_NE(orb3::ReadSpeakerConfiguration().find("SelectedName=\"Chosen\""), std::string::npos);
-    ASSERT_EQ(machinery.lastFeeds.size(), 2U);
-    EXPECT_EQ(machinery.lastFeeds[1].channel, 5U);
-    EXPECT_EQ(machinery.lastFeeds[1].gain, 0.25F);
+    EXPECT_NEAR(machinery.lastFrame[0], 0.75, 1e-6);
+    EXPECT_NEAR(machinery.lastFrame[1], 0.625, 1e-6);
 }
 
 TEST_F(ServerThreadTest, Start_WhenAStepFails_TellsWhichAndLeavesNothing) {
@@ -248,14 +245,12 @@ TEST_F(ServerThreadTest, Start_WhenAStepFails_TellsWhichAndLeavesNothing) {
     }
     machinery.at = [](const std::string&) { throw 1; };
     EXPECT_EQ(StartFailure(), "Failed to start: An unknown exception.");
-    EXPECT_FALSE(log.Has("Ran with"));
-}
-
-TEST_F(ServerThreadTest, Start_WithoutAUsableRateOrALibraryPath_Fails) {
+    machinery.at = [](const std::string&) {};
     Configure([](orb3::GoalConfig& c) { c.defaultSampleRate = 0; });
     EXPECT_EQ(StartFailure(), "Failed to start: Bad sample rate in configuration: 0");
     std::ofstream(store.MachineFile()) << "[Other]\nx=1\n";
     EXPECT_EQ(StartFailure(), "Failed to start: No format library is configured.");
+    EXPECT_FALSE(log.Has("Ran with"));
 }
 
 TEST_F(ServerThreadTest, Run_WhenABlockFails_EndsWithALineAndDoesNotHang) {
@@ -286,30 +281,16 @@ TEST_F(ServerThreadTest, Restart_BuildsAnewOnTheLatestConfiguration) {
 }
 
 TEST_F(ServerThreadTest, Stop_DuringTheSetUpOfARestart_EndsWithTheReport) {
-    Configure([](orb3::GoalConfig& c) { c.isLoggingVerbose = true; });
+    Configure([](orb3::GoalConfig& c) {
+        c.isLoggingVerbose = true;
+        c.isSuspendSupported = false;
+    });
     slib::Semaphore reached, goOn;
     machinery.at = [&](const std::string& step) {
         if (step != "decoder" || machinery.runs == 0) return;
         reached.Post();
         goOn.Wait();
     };
-    auto context = StartContext();
-    RequestRestart([](orb3::GoalConfig&) {});
-    reached.Wait();
-    const int before = machinery.blocks;
-    std::thread stopper([&] { context.reset(); });
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    goOn.Post();
-    stopper.join();
-    EXPECT_EQ(machinery.blocks, before);
-    EXPECT_TRUE(log.Has("Ran with 0 sources and 0 effect slots."));
-}
-
-TEST_F(ServerThreadTest, Report_CountsDeletedEntriesAndTellsOfSuspension) {
-    Configure([](orb3::GoalConfig& c) {
-        c.isLoggingVerbose = true;
-        c.isSuspendSupported = false;
-    });
     auto context = StartContext();
     {
         const slib::Lock lock(context->stateMutex);
@@ -319,28 +300,27 @@ TEST_F(ServerThreadTest, Report_CountsDeletedEntriesAndTellsOfSuspension) {
         context->application.slots.append({});
     }
     AwaitBlocks(2);
-    context.reset();
+    RequestRestart([](orb3::GoalConfig&) {});
+    reached.Wait();
+    const int before = machinery.blocks;
+    std::thread stopper([&] { context.reset(); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    goOn.Post();
+    stopper.join();
+    EXPECT_EQ(machinery.blocks, before);
     EXPECT_TRUE(log.Has("Hz, block size 512), suspend/process is disabled."));
     EXPECT_TRUE(log.Has(
         "Ran with 1 source and 2 effect slots. Suspend/process was used (but is currently disabled)."));
 }
 
 TEST(ResolveOrder, NeverExceedsTheTransform) {
-    const auto resolved = [](std::uint32_t inputs, int configured) {
-        try {
-            return std::to_string(ResolveOrder(inputs, configured));
-        } catch (const slib::BadDataException& exception) {
-            return std::string(exception.what());
-        }
-    };
-    EXPECT_EQ(resolved(4, 4), "1");
-    EXPECT_EQ(resolved(17, 4), "3");
-    EXPECT_EQ(resolved(25, 4), "4");
-    EXPECT_EQ(resolved(25, 1), "1");
-    EXPECT_EQ(resolved(2, 3), "Invalid transform (less that first order).");
-    EXPECT_EQ(resolved(8, 3),
-              "Unable to resolve the decoding order because the configured transform had an "
-              "input channel count of 8.");
+    for (const auto& [inputs, configured, order] : {std::tuple(4U, 4, 1), {17, 4, 3}, {25, 4, 4}, {25, 1, 1}})
+        EXPECT_EQ(ResolveOrder(inputs, configured), order);
+    EXPECT_EQ(testing_support::Failure([] { ResolveOrder(2, 3); }),
+              "Invalid transform (less that first order).");
+    EXPECT_EQ(testing_support::Failure([] { ResolveOrder(8, 3); }),
+              "Unable to resolve the decoding order because the configured transform had an input channel "
+              "count of 8.");
 }
 
 }  // namespace

@@ -113,13 +113,17 @@ void ExitFromMain(const char* path) {
     Library(path).Create();
 }
 
-void ExitFromAnotherThread(const char* path) {
-    const Library library(path);
-    library.Create();
+void ExitSoonOnAnotherThread() {
     std::thread([] {
         std::this_thread::sleep_for(std::chrono::milliseconds(25));
         std::exit(0);
     }).detach();
+}
+
+void ExitFromAnotherThread(const char* path) {
+    const Library library(path);
+    library.Create();
+    ExitSoonOnAnotherThread();
     for (;;) {  // calls go on while the process ends around them
         ALCint value = 0;
         library.getInteger(library.openDevice(nullptr), ALC_FREQUENCY, 1, &value);
@@ -129,10 +133,7 @@ void ExitFromAnotherThread(const char* path) {
 
 void ExitWhileContextsComeAndGo(const char* path) {
     const Library library(path);
-    std::thread([] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(25));
-        std::exit(0);
-    }).detach();
+    ExitSoonOnAnotherThread();
     for (;;)
         library.destroyContext(library.createContext(library.openDevice(nullptr), nullptr));
 }
@@ -151,8 +152,7 @@ void OpenAndCloseOften(const char* path) {
         if (withContext) library.destroyContext(library.Create());
         Check(dlclose(library.handle) == 0, "The library could not be closed.");
     };
-    for (int i = 0; i < 60;
-         ++i)  // until the log is full, and what the libraries below keep for good is there
+    for (int i = 0; i < 60; ++i)  // until the log is full, and what is kept for good is there
         once(true);
     const Holdings before;
     for (int i = 0; i < 100; ++i)
@@ -189,8 +189,7 @@ const std::map<std::string, std::function<void(const char*)>> modes{
     {"exit_of_a_forked_child", ExitOfAForkedChild},
     {"close_with_a_live_context", CloseWithALiveContext},
     {"open_and_close_often", OpenAndCloseOften},
-    {"make_contexts_often", MakeContextsOften},
-};
+    {"make_contexts_often", MakeContextsOften}};
 
 }  // namespace
 

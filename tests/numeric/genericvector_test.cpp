@@ -118,8 +118,7 @@ TEST(GenericVector, WhereverAnElementRefuses_NothingChangesAndNothingLeaks) {
         [](Vector& two, const Vector& three) { two.resizePreserving(3, three[0]); },
         [](Vector& two, const Vector&) { two.resize(3); },
         [](Vector& two, const Vector& three) { two = three; },
-        [](Vector&, const Vector&) { const GenericMatrix<Counted, 0> matrix(2, 3); },
-    };
+        [](Vector&, const Vector&) { const GenericMatrix<Counted, 0> matrix(2, 3); }};
     for (const auto change : changes) {
         bool isDone = false;
         for (int budget = 0; !isDone; ++budget) {

@@ -9,6 +9,7 @@
 #include <random>
 #include <vector>
 
+#include "failure.h"
 #include "numeric/matrixexceptions.h"
 
 namespace hcml {
@@ -48,13 +49,8 @@ TEST(Inverse, OfASingularMatrixOrOneThatIsNotSquare_IsRefused) {
     for (const Matrix& singular : {Of(1, 1, {0}), Of(2, 2, {1e-7, 1, -1e-6, 2}), Of(1, 1, {nan}),
                                    Of(3, 3, {1, 2, 3, 4, 5, 9, 7, 8, 15})})
         EXPECT_THROW(inverse(singular, 1e-6), ZeroDeterminantException);
-    try {
-        inverse(Matrix(2, 3), 1e-10);
-        FAIL();
-    } catch (const slib::MathematicalException& e) {
-        EXPECT_STREQ(e.what(),
-                     "Only a square matrix can have an inverse, and this one has 2 rows and 3 columns.");
-    }
+    EXPECT_EQ(testing_support::Failure<slib::MathematicalException>([] { inverse(Matrix(2, 3), 1e-10); }),
+              "Only a square matrix can have an inverse, and this one has 2 rows and 3 columns.");
 }
 
 TEST(MatrixOperations, ShapesThatAreNotSquare_TransposeScaleAndTakeAnIdentity) {

@@ -8,7 +8,7 @@
 #include <numbers>
 #include <string>
 
-#include "slib/exception.h"
+#include "failure.h"
 
 namespace {
 
@@ -60,12 +60,7 @@ TEST(DefaultArrays, EachType_HasItsChannelsOnTheUnitCircle) {
 std::string FailureAfter(const std::function<void(SXMLNode&)>& change) {
     const auto node = Defaults().CreateNode();
     change(*node);
-    try {
-        ArraySet().Read(*node);
-    } catch (const slib::BadDataException& failure) {
-        return failure.what();
-    }
-    return "";
+    return testing_support::Failure([&] { ArraySet().Read(*node); });
 }
 
 void AddArray(SXMLNode& set, const std::string& name, int channelCount) {

@@ -53,8 +53,7 @@ TEST(ConfigurationNode, Damaged_FailsAndLosesNothing) {
         [](SXMLNode& n) { n.children[2]->label = "Tessarune"; },
         [](SXMLNode& n) { n.children[0]->attributes.clear(); },
         [](SXMLNode& n) { n.children[0]->children.pop_back(); },
-        [](SXMLNode& n) { n.children[0]->children[0]->attributes.erase("Format"); },
-    };
+        [](SXMLNode& n) { n.children[0]->children[0]->attributes.erase("Format"); }};
     for (const auto damage : damages) {
         const auto node = WithLayout().CreateNode();
         node->attributes["SelectedName"] = "Other";
@@ -80,17 +79,6 @@ TEST(Configurations, DifferingInAnyLayoutField_AreUnequalAndHaveLayoutsOfTheirOw
     }
     EXPECT_TRUE(original == WithLayout());
     EXPECT_FALSE(Configuration() == original);
-}
-
-TEST(ConfigurationReset, GivesTheDefaults) {
-    Configuration configuration = WithLayout();
-    configuration.useDirectSoundAutoselect = false;
-    configuration.goalConfig.order = 1;
-    configuration.arraySet.arrays.clear();
-    configuration.Reset();
-    EXPECT_TRUE(configuration == Configuration());
-    EXPECT_EQ(configuration.goalConfig.order, 3);
-    EXPECT_EQ(configuration.arraySet.arrays.size(), 8u);
 }
 
 }  // namespace

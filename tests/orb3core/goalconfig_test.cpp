@@ -63,25 +63,23 @@ TEST(GoalConfig, ValuesOutOfRange_AreCorrectedInSilence) {
     struct Case {
         const char *key, *text, *written;
     };
-    const Case cases[] = {
-        {"Gain", "-1", "1"},
-        {"Gain", "inf", "1"},
-        {"Gain", "nan", "1"},
-        {"Gain", "loud", "0"},
-        {"Order", "0", "1"},
-        {"Order", "99999999999", "4"},
-        {"SuggestedBufferLength", "-99999999999", "64"},
-        {"SuggestedBufferCount", "0", "1"},
-        {"DefaultSampleRate", "0", "48000"},
-        {"DefaultSampleRate", "1", "1"},
-        {"DefaultFilterOrder", "2", "2"},
-        {"DefaultFilterOrder", "3", "1"},
-        {"SRC", "off", "Linear"},
-        {"SRC", "Off", "Off"},
-        {"SRC", "SincHigh", "SincHigh"},
-        {"EffectsQuality", "Low", "Low"},
-        {"EffectsQuality", "high", "Medium"},
-    };
+    const Case cases[] = {{"Gain", "-1", "1"},
+                          {"Gain", "inf", "1"},
+                          {"Gain", "nan", "1"},
+                          {"Gain", "loud", "0"},
+                          {"Order", "0", "1"},
+                          {"Order", "99999999999", "4"},
+                          {"SuggestedBufferLength", "-99999999999", "64"},
+                          {"SuggestedBufferCount", "0", "1"},
+                          {"DefaultSampleRate", "0", "48000"},
+                          {"DefaultSampleRate", "1", "1"},
+                          {"DefaultFilterOrder", "2", "2"},
+                          {"DefaultFilterOrder", "3", "1"},
+                          {"SRC", "off", "Linear"},
+                          {"SRC", "Off", "Off"},
+                          {"SRC", "SincHigh", "SincHigh"},
+                          {"EffectsQuality", "Low", "Low"},
+                          {"EffectsQuality", "high", "Medium"}};
     for (const Case& c : cases)
         EXPECT_EQ(ReadWith(c.key, c.text).CreateNode()->GetAttribute(c.key), c.written) << c.key << c.text;
     EXPECT_TRUE(ReadWith("UseFullLateReflections", "no bool at all").useFullLateReflections);

@@ -5,8 +5,7 @@
 #include <cmath>
 #include <string>
 
-#include "orb3core/standardchannels.h"
-#include "slib/exception.h"
+#include "failure.h"
 #include "slib/text.h"
 
 namespace {
@@ -14,16 +13,7 @@ namespace {
 using namespace orb3::spk;
 using slib::SXMLNode;
 using Style = SXMLNode::Style;
-
-template <typename Call>
-std::string Failure(Call call) {
-    try {
-        call();
-    } catch (const slib::BadDataException& failure) {
-        return failure.what();
-    }
-    return "";
-}
+using testing_support::Failure;
 
 // A set of one speaker.
 SpeakerSet ReadSet(const std::string& attributes, const std::string& speakerAttributes) {
@@ -104,11 +94,6 @@ TEST(SpeakerSets, DifferingInARoleOnly_AreEqual) {
     EXPECT_FALSE(plain == ReadSet(attributes, R"(Type="Small")"));
     EXPECT_FALSE(plain == ReadSet(R"(DiscardDistance="True")", R"(Type="Normal")"));
     EXPECT_FALSE(plain == ReadSet(attributes + R"( AudienceArrangement="Free")", R"(Type="Normal")"));
-}
-
-TEST(ChannelNames, Match_WithoutSpaceAndParentheses) {
-    EXPECT_TRUE(orb3::NamesMatch("Front Left (L)", "FrontLeft"));
-    EXPECT_FALSE(orb3::NamesMatch("Front Left", "front left"));
 }
 
 }  // namespace

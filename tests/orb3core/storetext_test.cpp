@@ -28,8 +28,7 @@ const Case utf8Cases[] = {
     {"\xEF\xBF\xBF\xF0\x90\x80\x80\xF4\x8F\xBF\xBF", "\xEF\xBF\xBF\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"},
     {"\xC1\xBF|\xE0\x9F\xBF|\xF0\x8F\xBF\xBF", "??|???|????"},            // longer than need be
     {"\xED\xA0\x80|\xF4\x90\x80\x80|\xF5\x80\x80\x80", "???|????|????"},  // no characters
-    {"\x80|\xFF\xFE|\xE2\x82|\xF0\x9F\x8E\xE9|\xE2\x82", "?|??|??|????|??"},
-};
+    {"\x80|\xFF\xFE|\xE2\x82|\xF0\x9F\x8E\xE9|\xE2\x82", "?|??|??|????|??"}};
 INSTANTIATE_TEST_SUITE_P(Texts, Utf8, testing::ValuesIn(utf8Cases));
 
 class StoreText : public testing::TestWithParam<Case> {};
@@ -60,8 +59,7 @@ const Case storeTextCases[] = {
     {"k=\"\"\nl=\"a\\\"\nm=a\"b\"\n", "k=\"\"\nl=\"a\\\"\"\nm=a\"b\"\n"},
     {"k=a\\n\\r\\t\\\\\\\"b\nl=C:\\games\\q\n", "k=a\\n\\r\\t\\\\\\\"b\nl=C:\\\\games\\\\q\n"},
     {"k=cut\\\nl=\"cut\\\n", "k=cut\\\\\nl=\"cut\\\\\"\n"},
-    {"k=\xE3\x80\x80v \"q\"\n", "k=\"\xE3\x80\x80v \\\"q\\\"\"\n"},
-};
+    {"k=\xE3\x80\x80v \"q\"\n", "k=\"\xE3\x80\x80v \\\"q\\\"\"\n"}};
 INSTANTIATE_TEST_SUITE_P(Texts, StoreText, testing::ValuesIn(storeTextCases));
 
 // What is a small letter is a question of the process's locale, as it is for the parser.

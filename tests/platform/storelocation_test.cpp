@@ -21,13 +21,11 @@ void Set(const char* name, const char* value) {
 
 TEST(UserStore, Path_FollowsTheVariables) {
     const std::string inTheDatabase = getpwuid(getuid())->pw_dir + std::string("/.config");
-    const std::tuple<const char*, const char*, std::string> cases[] = {
-        {"/c d", "/h", "/c d"},
-        {"", "/h", "/h/.config"},
-        {"relative", "/h", "/h/.config"},
-        {nullptr, nullptr, inTheDatabase},
-        {nullptr, "relative", inTheDatabase},
-    };
+    const std::tuple<const char*, const char*, std::string> cases[] = {{"/c d", "/h", "/c d"},
+                                                                       {"", "/h", "/h/.config"},
+                                                                       {"relative", "/h", "/h/.config"},
+                                                                       {nullptr, nullptr, inTheDatabase},
+                                                                       {nullptr, "relative", inTheDatabase}};
     for (const auto& [configHome, home, folder] : cases) {
         Set("XDG_CONFIG_HOME", configHome);
         Set("HOME", home);

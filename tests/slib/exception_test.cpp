@@ -4,6 +4,7 @@
 
 #include <cerrno>
 
+#include "failure.h"
 #include "slib/log.h"
 
 namespace {
@@ -18,13 +19,9 @@ TEST(Exception, Text_EndsWithWhatTheSystemSaysUnlessThatIsNothing) {
 }
 
 TEST(Exception, Unreachable_NamesLineAndFileToACatcherOfAnyOfOurs) {
-    try {
-        slib::ThrowUnreachable("goal/source", 4321);
-    } catch (const slib::Exception& failure) {
-        EXPECT_STREQ(failure.what(),
-                     "There was an assertion failure on line 4321 of file 'goal/source'. The assertion was: "
-                     "Line should never be reached.");
-    }
+    EXPECT_EQ(testing_support::Failure<slib::Exception>([] { slib::ThrowUnreachable("goal/source", 4321); }),
+              "There was an assertion failure on line 4321 of file 'goal/source'. The assertion was: Line "
+              "should never be reached.");
 }
 
 class StandardStreams : public testing::TestWithParam<bool> {};

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "slib/exception.h"
+#include "failure.h"
 
 namespace {
 
@@ -13,13 +13,11 @@ using slib::StandardFormat;
 // The channel names, or the text of the failure.
 std::string ChannelsOf(StandardFormat format) {
     std::string joined;
-    try {
-        for (const std::string& channel : slib::GetStandardChannelNames(format))
-            joined += "|" + channel;
-    } catch (const slib::BadDataException& failure) {
-        return failure.what();
-    }
-    return joined;
+    return testing_support::Failure([&] {
+               for (const std::string& channel : slib::GetStandardChannelNames(format))
+                   joined += "|" + channel;
+           }) +
+           joined;
 }
 
 TEST(StandardFormats, EachValue_HasItsTextAndChannels) {
@@ -46,12 +44,8 @@ TEST(StandardFormats, EachValue_HasItsTextAndChannels) {
 }
 
 TEST(StandardFormats, OtherTextsAndValues_AreRefused) {
-    try {
-        slib::ParseStandardFormat("stereo");
-        ADD_FAILURE();
-    } catch (const slib::BadDataException& failure) {
-        EXPECT_STREQ(failure.what(), "Unknown standard format 'stereo'.");
-    }
+    EXPECT_EQ(testing_support::Failure([] { slib::ParseStandardFormat("stereo"); }),
+              "Unknown standard format 'stereo'.");
     for (const int value : {-1, 10}) {
         const auto format = static_cast<StandardFormat>(value);
         EXPECT_THROW(slib::GetStandardFormatName(format), slib::IntegrityFailureException);

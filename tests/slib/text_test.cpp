@@ -10,21 +10,16 @@
 #include <sstream>
 #include <string>
 
-#include "slib/exception.h"
+#include "failure.h"
 
 namespace {
 
 TEST(ParseBool, OtherTexts_AreRefusedWithTheText) {
     EXPECT_TRUE(slib::ParseBool("True"));
     EXPECT_FALSE(slib::ParseBool("False"));
-    for (const std::string text : {"true", "FALSE", "", " True", "1"}) {
-        try {
-            slib::ParseBool(text);
-            ADD_FAILURE() << text;
-        } catch (const slib::BadDataException& failure) {
-            EXPECT_EQ(failure.what(), "Unable to parse string '" + text + "' as 'True' or 'False'.");
-        }
-    }
+    for (const std::string text : {"true", "FALSE", "", " True", "1"})
+        EXPECT_EQ(testing_support::Failure([&] { slib::ParseBool(text); }),
+                  "Unable to parse string '" + text + "' as 'True' or 'False'.");
 }
 
 class NumberText : public testing::TestWithParam<const char*> {};

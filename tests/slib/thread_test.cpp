@@ -105,8 +105,7 @@ TEST_P(RunningThread, RefusesAStart_AndReleasesEveryStopperAtItsEnd) {
 const LastStep lastSteps[] = {
     {[] {}, ""},
     {[] { throw slib::BadStateException("No room."); }, "Unhandled exception in thread: No room.\n"},
-    {[] { throw 3; }, "Unknown unhandled exception in thread.\n"},
-};
+    {[] { throw 3; }, "Unknown unhandled exception in thread.\n"}};
 INSTANTIATE_TEST_SUITE_P(LastSteps, RunningThread, testing::ValuesIn(lastSteps));
 
 TEST(Thread, RefusedCreation_SetsErrnoReleasesStoppersAndLeavesTheObjectUsable) {

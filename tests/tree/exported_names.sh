@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # The built library exports the public names and nothing else: what its dynamic symbol table defines is what the
-# public headers declare.
+# public headers declare. Each of these calls has the type of its pointer type, in C99.
 #     exported_names.sh LIBRARY
 set -euo pipefail
 headers=$(dirname "$(readlink -f "$0")")/../../include/AL
@@ -17,3 +17,7 @@ if [ "$count" != 130 ]; then
     echo "There are $count exported names, not 130."
     exit 1
 fi
+{
+    printf '#include "%s"\n' "$headers"/{al,alc,efx,tessarune}.h
+    for name in $declared; do echo "LP${name^^} to_$name = $name;"; done
+} | "${CC:-cc}" -std=c99 -Wall -Wextra -Wpedantic -Werror -DAL_ALEXT_PROTOTYPES -I "$headers/.." -fsyntax-only -x c -

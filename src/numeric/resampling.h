@@ -1,0 +1,42 @@
+#pragma once
+
+// Moves a signal to another sample rate, with a linear-phase low-pass of long reach. For work at set-up, on
+// one thread: it is exact rather than quick. The rates count in whole hertz.
+
+#include <cstdint>
+
+#include "numeric/fastconvolver.h"
+#include "numeric/genericvector.h"
+
+namespace hcml {
+
+/// Resamples any number of vectors between the same two rates. It raises the rate by `up`, filters there, and
+/// takes every `down`-th sample.
+///
+///     input ──> up - 1 zeros behind every sample, times up ──> low-pass ──> every down-th ──> output
+///
+/// The low-pass passes what is below half the lower rate less about two transitions, stops what is above half
+/// the lower rate, and is at -6 dB one transition below it. Its delay is taken out.
+class VectorResampler {
+public:
+    /// `oldRate`, `newRate` and `transition` are in Hz. Throws slib::BadParameterException for a rate below
+    /// 0.5 Hz or beyond 32 bits and for a transition that isn't above 0 or is too narrow to design for, and
+    /// slib::BadStateException for one of half the lower rate or more.
+    VectorResampler(double oldRate, double newRate, double transition);
+
+    /// Sets `output`, which may be `input`, to ceil(input.size * up / down) samples. Sample 0 of both is at
+    /// the same time. What the low-pass spreads to before sample 0, or behind the end, is cut off.
+    void process(const GenericVector<float, 1>& input, GenericVector<float, 1>& output);
+
+private:
+    std::uint32_t up = 1;
+    std::uint32_t down = 1;
+    std::uint32_t delay = 0;  // of the taps, at the raised rate
+    FIRFastConvolverFilter filter;
+};
+
+/// Resamples one vector, as VectorResampler does.
+void resampleVector(const GenericVector<float, 1>& input, GenericVector<float, 1>& output, double oldRate,
+                    double newRate, double transition);
+
+}  // namespace hcml

@@ -1,0 +1,45 @@
+#pragma once
+
+// An open stream on a device, into which the decoder pushes blocks. The pipe is the clock of the system:
+// Write waits until the output can take the block.
+//
+//     Start -> Write, Write, ... -> Stop        from one thread at a time
+//
+// A playback block is GetBufferLength frames, interleaved by the pipe's channels, nominally between -1 and 1.
+// The channels of a pipe are those that were enabled when it was opened, in the device's order. Its holders
+// share a pipe, and the last of them closes it. Failures are PipeExceptions.
+
+#include <cstdint>
+
+#include "pipe/devicesummary.h"
+#include "slib/smartptr.h"
+
+namespace audiopipe {
+
+class Pipe : public DeviceSummary {
+public:
+    using DeviceSummary::DeviceSummary;
+
+    /// Hz, what the output really runs at.
+    virtual double GetSampleRate() = 0;
+    /// Frames of one block, above 0.
+    virtual std::uint32_t GetBufferLength() = 0;
+    /// Blocks between Write and the output.
+    virtual std::uint32_t GetBufferCount() = 0;
+    /// Frames: buffer length times buffer count.
+    virtual std::uint32_t GetLatency() = 0;
+    /// Frames from the input to the recording block.
+    virtual std::uint32_t GetRecordingLatency() = 0;
+
+    /// Starts the output. Pairs with Stop; a pipe that is dropped while it runs stops itself.
+    virtual void Start() = 0;
+    /// Takes one block of `playback` and fills one of `recording`, either of which may be null where its side
+    /// has no channels or isn't wanted. Waits until the output has room. Allocates nothing.
+    virtual void Write(const float* playback, float* recording) = 0;
+    /// Stops the output.
+    virtual void Stop() = 0;
+};
+
+using PipePtr = slib::SmartPtr<Pipe, slib::ThreadsafeCounter>;
+
+}  // namespace audiopipe
