@@ -339,6 +339,8 @@ void UnbufferedPartitionedTransformer_v4::RunFrequencyStep(std::uint32_t inputSt
     bufferIndex = (bufferIndex + 1) % buffers.size;
 }
 
+// The last one of an odd number shares with silence, since what shares a transform leaks into its neighbour
+// at the level of rounding errors.
 void UnbufferedPartitionedTransformer_v4::ReadPair(const std::uint32_t* inputs, std::uint32_t count,
                                                    std::uint32_t inputStride) {
     CopyStrided(inputPointers[inputs[0]], inputStride, blockLength, inputBlock.rows.real);

@@ -10,6 +10,7 @@
 #include <random>
 #include <vector>
 
+#include "allocationcounter.h"
 #include "hwy/targets.h"
 #include "slib/exception.h"
 
@@ -174,7 +175,7 @@ TEST(PartitionedTransformer, EveryVectorTarget_GivesTheSameBits) {
     }
 }
 
-TEST(PartitionedTransformer, BlocksThatDoNotFit_AreRefused) {
+TEST(PartitionedTransformer, BlocksThatDoNotFitAreRefused_AndTheOthersAllocateNothing) {
     UnbufferedPartitionedTransformer_v4 transformer;
     Matrix output;
     EXPECT_THROW(transformer.process(Matrix(64, 2), output), slib::BadParameterException);
@@ -183,6 +184,11 @@ TEST(PartitionedTransformer, BlocksThatDoNotFit_AreRefused) {
     transformer.configure(transform, threshold, 64);
     EXPECT_THROW(transformer.process(Matrix(65, 2), output), slib::BadParameterException);
     EXPECT_THROW(transformer.process(hcml::ac::Bus(64, 3), output), slib::BadParameterException);
+    const hcml::ac::Bus bus(128, 2);
+    transformer.process(bus, output);
+    const std::size_t before = testing_support::AllocationsOfThisThread();
+    transformer.process(bus, output);
+    EXPECT_EQ(testing_support::AllocationsOfThisThread(), before);
 }
 
 }  // namespace
