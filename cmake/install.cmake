@@ -3,7 +3,7 @@ include(CMakePackageConfigHelpers)
 
 install(TARGETS tessarune tessarune_headers EXPORT TessaruneTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(TARGETS tessarune_info RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(TARGETS tessarune_info tessarune_library_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(DIRECTORY include/AL DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY ${CMAKE_BINARY_DIR}/share/tessarune DESTINATION ${CMAKE_INSTALL_DATADIR})
 install(DIRECTORY ${CMAKE_BINARY_DIR}/lib/dropin DESTINATION ${CMAKE_INSTALL_LIBDIR})
@@ -14,7 +14,7 @@ install(CODE [[
     set(root "${CMAKE_INSTALL_PREFIX}")
     file(MAKE_DIRECTORY "$ENV{DESTDIR}${root}/etc/xdg/HollowbrookLabs")
     file(WRITE "$ENV{DESTDIR}${root}/etc/xdg/HollowbrookLabs/store.conf"
-         "[Formats]\nAFL=${root}/share/tessarune\n")
+         "[Formats]\nAFL=${root}/share/tessarune/Tessarune.afl\n")
 ]])
 
 install(EXPORT TessaruneTargets NAMESPACE Tessarune:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Tessarune)

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <complex>
 #include <limits>
 #include <numbers>
 #include <random>

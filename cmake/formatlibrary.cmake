@@ -1,0 +1,8 @@
+# The default format library. It is made again when its designer changes, not when the program around it does.
+set(format_library ${CMAKE_BINARY_DIR}/share/tessarune/Tessarune.afl)
+file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/share/tessarune)
+add_custom_command(OUTPUT ${format_library}
+    COMMAND tessarune_library_tool build ${format_library}
+    DEPENDS tessarune_design
+    COMMENT "Designing the format library" VERBATIM)
+add_custom_target(format_library ALL DEPENDS ${format_library})

@@ -1,0 +1,26 @@
+#pragma once
+
+// Diffuse sound at the ears: the mean over all directions of a head's power, its equaliser, and the matching
+// of a decoder's diffuse sound to the head's. Pure functions of the head designer.
+
+#include <complex>
+
+#include "design/headdata.h"
+
+namespace design {
+
+/// Divides both ears by one minimum-phase spectrum, the root of the power that a diffuse field leaves at an
+/// ear, so that such a field sounds without colour. The power is smoothed over half an auditory band, and
+/// from `highest` Hz on taken as it is there.
+void EqualiseDiffuseField(HeadSpectra& spectra, double highest);
+
+/// Covariance of the ears in a diffuse field, from the ear signals that unit plane waves of equal power from
+/// directions of these areas (sum 1) leave.
+Eigen::Matrix2cd EarCovariance(const Eigen::VectorXd& areas, const Eigen::VectorXcd& left,
+                               const Eigen::VectorXcd& right);
+
+/// The mixing M of least change with M actual M* = target, for Hermitian covariances (Vilkamo, Baeckstroem &
+/// Kuntz 2013). A degenerate `actual` is helped by a trace of its power.
+Eigen::Matrix2cd CovarianceMatch(const Eigen::Matrix2cd& actual, const Eigen::Matrix2cd& target);
+
+}  // namespace design

@@ -1,0 +1,21 @@
+#pragma once
+
+// From a library's formats back to what was designed: layouts of speakers, and orders of the sound field. For
+// the checks and plots of libraries; free functions without state.
+
+#include "design/layouts.h"
+#include "orb3core/format.h"
+
+namespace design {
+
+/// The layout that a format with speakers stands for. A library doesn't tell absolute distances: they are
+/// shares of that of the furthest speaker. Throws slib::BadParameterException for a format without speakers.
+SpeakerLayout LayoutOfFormat(const orb3::fl::Format& format);
+
+/// Speakers stand at unequal distances, so that only energies can be told from what a library holds.
+bool HasUnequalDistances(const SpeakerLayout& layout);
+
+/// The order of the sound field that the format is; 0 for any other format.
+unsigned OrderOfFormat(const orb3::fl::Format& format);
+
+}  // namespace design

@@ -1,0 +1,143 @@
+#include "design/headcheck.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+#include "design/erb.h"
+#include "design/headfourier.h"
+#include "slib/exception.h"
+
+namespace design {
+namespace {
+
+using Eigen::Index;
+using Complex = std::complex<double>;
+
+constexpr double delayPass = 1200, delayStop = 1500;  // Hz; between them the low pass falls
+constexpr double horizonHeight = 0.0436;              // the sine of 2.5 degrees
+constexpr double lowBand = 100, middleBand = 8000, highBand = 16000;
+
+/// Band levels in dB; directions by bands.
+Eigen::MatrixXd BandLevels(const Eigen::MatrixXcd& spectra, const ErbBands& bands) {
+    return 10 * (spectra.cwiseAbs2() * bands.weights.transpose()).array().max(1e-20).log10();
+}
+
+/// Cross-spectrum of one direction, low-passed, from 0 Hz on.
+Eigen::VectorXcd LowCrossSpectrum(const HeadSpectra& spectra, Index direction) {
+    const Index count = std::min(static_cast<Index>(delayStop / spectra.BinWidth()) + 1, spectra.Bins());
+    Eigen::VectorXcd cross = spectra.ears[LeftEar].row(direction).head(count).conjugate().cwiseProduct(
+        spectra.ears[RightEar].row(direction).head(count));
+    for (Index k = 0; k < count; ++k) {
+        const double fall =
+            (static_cast<double>(k) * spectra.BinWidth() - delayPass) / (delayStop - delayPass);
+        cross[k] *= 0.5 + 0.5 * std::cos(std::numbers::pi * std::clamp(fall, 0.0, 1.0));
+    }
+    cross[0] *= 0.5;
+    return cross;
+}
+
+double Correlation(const Eigen::VectorXcd& cross, double binWidth, double lag) {
+    const Complex step = std::polar(1.0, 2 * std::numbers::pi * binWidth * lag);
+    Complex turn = 1, sum = 0;
+    for (const Complex& value : cross) {
+        sum += value * turn;
+        turn *= step;
+    }
+    return sum.real();
+}
+
+/// The lag of the greatest correlation within 1.2 ms, by a grid refined three times.
+double GreatestLag(const Eigen::VectorXcd& cross, double binWidth) {
+    double centre = 0;
+    for (double step : {5e-5, 5e-6, 5e-7, 5e-8}) {
+        const int reach = step == 5e-5 ? 24 : 10;
+        double best = -INFINITY, bestLag = centre;
+        for (int i = -reach; i <= reach; ++i) {
+            const double value = Correlation(cross, binWidth, centre + i * step);
+            if (value > best) best = value, bestLag = centre + i * step;
+        }
+        centre = bestLag;
+    }
+    return centre;
+}
+
+ErrorFigures Figures(Eigen::VectorXd values) {
+    std::sort(values.begin(), values.end());
+    const auto at = [&](double share) {
+        return values[static_cast<Index>(share * static_cast<double>(values.size() - 1))];
+    };
+    return {at(0.5), values.mean(), at(0.95)};
+}
+
+HeadSpectra MeasuredPart(const HeadSpectra& head) {
+    HeadSpectra part = head;
+    part.directions.resize(static_cast<std::size_t>(head.measured));
+    for (Eigen::MatrixXcd& ear : part.ears)
+        ear.conservativeResize(head.measured, Eigen::NoChange);
+    return part;
+}
+
+ErbBands BandsOf(const HeadSpectra& spectra) {
+    return MakeErbBands(lowBand, highBand, spectra.sampleRate, spectra.Bins());
+}
+
+/// Mean over both ears of the absolute level differences, less the mean difference; directions by bands.
+Eigen::MatrixXd BandErrors(const HeadSpectra& decoded, const HeadSpectra& reference) {
+    const Index directions = reference.measured;
+    Eigen::MatrixXd difference(2 * directions, BandsOf(reference).centres.size());
+    for (Index ear : {0, 1}) {
+        const auto side = static_cast<std::size_t>(ear);
+        difference.middleRows(ear * directions, directions) =
+            BandLevels(decoded.ears[side], BandsOf(decoded)) -
+            BandLevels(reference.ears[side], BandsOf(reference));
+    }
+    difference = (difference.array() - difference.mean()).abs();
+    return (difference.topRows(directions) + difference.bottomRows(directions)) / 2;
+}
+
+}  // namespace
+
+Eigen::VectorXd InterauralDelays(const HeadSpectra& spectra) {
+    Eigen::VectorXd delays(static_cast<Index>(spectra.directions.size()));
+    for (Index i = 0; i < delays.size(); ++i) {
+        delays[i] = GreatestLag(LowCrossSpectrum(spectra, i), spectra.BinWidth());
+    }
+    return delays;
+}
+
+HeadErrors CheckHead(const HeadTransform& transform, const HeadSpectra& head) {
+    if (transform.sampleRate != head.sampleRate) {
+        throw slib::BadParameterException("A decoder can be checked at the rate of its head only.");
+    }
+    const HeadSpectra reference = MeasuredPart(head);
+    const HeadSpectra decoded = DecodedSpectra(transform, reference.directions);
+    const Eigen::MatrixXd error = BandErrors(decoded, reference);
+    const Index low = (BandsOf(reference).centres.array() <= middleBand).count();
+    HeadErrors errors;
+    errors.delay = Figures((InterauralDelays(decoded) - InterauralDelays(reference)).cwiseAbs());
+    errors.low = Figures(error.leftCols(low).rowwise().mean());
+    errors.high = Figures(error.rightCols(error.cols() - low).rowwise().mean());
+    errors.whole = Figures(error.rowwise().mean());
+    errors.frontLevel = 10 * std::log10(FrontalEnergy(transform));
+    return errors;
+}
+
+std::vector<HorizontalDifference> HorizontalDifferences(const HeadSpectra& spectra) {
+    const Eigen::VectorXd delays = InterauralDelays(spectra);
+    const ErbBands bands = BandsOf(spectra);
+    const Eigen::VectorXd levels =
+        (BandLevels(spectra.ears[LeftEar], bands) - BandLevels(spectra.ears[RightEar], bands))
+            .rowwise()
+            .mean();
+    std::vector<HorizontalDifference> differences;
+    for (Index i = 0; i < delays.size(); ++i) {
+        const Direction& direction = spectra.directions[static_cast<std::size_t>(i)];
+        if (std::abs(direction.z()) > horizonHeight) continue;
+        differences.push_back({AzimuthOf(direction), delays[i], levels[i]});
+    }
+    std::ranges::sort(differences, {}, &HorizontalDifference::azimuth);
+    return differences;
+}
+
+}  // namespace design

@@ -1,0 +1,178 @@
+#include "design/layoutreader.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <numbers>
+#include <optional>
+#include <string_view>
+
+#include "slib/exception.h"
+#include "slib/text.h"
+
+namespace design {
+namespace {
+
+constexpr double kDegree = std::numbers::pi / 180;
+constexpr std::size_t kMostSpeakers = 128;
+
+std::string_view Trimmed(std::string_view text) {
+    while (!text.empty() && slib::IsSpace(text.front()))
+        text.remove_prefix(1);
+    while (!text.empty() && slib::IsSpace(text.back()))
+        text.remove_suffix(1);
+    return text;
+}
+
+// Takes what stands before the first `mark` off `text`, and the mark with it.
+std::string_view TakeUntil(std::string_view& text, char mark) {
+    const std::size_t end = std::min(text.find(mark), text.size());
+    const std::string_view head = Trimmed(text.substr(0, end));
+    text.remove_prefix(std::min(end + 1, text.size()));
+    return head;
+}
+
+// The numbers that place a speaker, by the words that introduce them.
+enum Coordinate { Azimuth, Elevation, Distance, X, Y, Z, CoordinateCount };
+constexpr std::array<std::string_view, CoordinateCount> kWords{"azimuth", "elevation", "distance",
+                                                               "x",       "y",         "z"};
+using Coordinates = std::array<std::optional<double>, CoordinateCount>;
+
+class Reader {
+public:
+    Reader(std::istream& stream, const std::string& source) : stream(stream), source(source) {}
+
+    SpeakerLayout Read() {
+        std::string text;
+        while (std::getline(stream, text)) {
+            ++line;
+            std::string_view rest = text;
+            rest = TakeUntil(rest, '#');
+            if (!rest.empty()) ReadLine(rest);
+        }
+        if (stream.bad()) throw slib::BadDataException(source + ": the file can't be read.");
+        CheckWhole();
+        return std::move(layout);
+    }
+
+private:
+    std::istream& stream;
+    const std::string& source;
+    int line = 0;
+    SpeakerLayout layout;
+
+    [[noreturn]] void Fail(const std::string& what) const {
+        throw slib::BadDataException(source + ", line " + std::to_string(line) + ": " + what);
+    }
+
+    void ReadLine(std::string_view text) {
+        if (text.find(':') == std::string_view::npos)
+            Fail("A line is \"name: <layout>\" or \"<speaker>: azimuth 30, distance 2\".");
+        const std::string label(TakeUntil(text, ':'));
+        if (label.empty()) Fail("A speaker needs a label before the colon.");
+        if (slib::toLower(label) == "name") return SetName(Trimmed(text));
+        AddSpeaker(label, text);
+    }
+
+    void SetName(std::string_view name) {
+        if (!layout.name.empty()) Fail("The layout has a name already.");
+        const bool hasLetterOrDigit = std::ranges::any_of(name, [](char c) {
+            return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+        });
+        if (!hasLetterOrDigit) Fail("A layout's name needs a letter from A to Z or a digit.");
+        layout.name = name;
+    }
+
+    void AddSpeaker(const std::string& label, std::string_view rest) {
+        if (layout.speakers.size() == kMostSpeakers)
+            Fail("A layout has at most " + std::to_string(kMostSpeakers) + " speakers.");
+        RoomSpeaker speaker{.label = label, .direction = Direction::UnitX()};
+        Coordinates coordinates;
+        while (!rest.empty())
+            ReadProperty(TakeUntil(rest, ','), speaker, coordinates);
+        Place(coordinates, speaker);
+        CheckSpeaker(speaker);
+        layout.speakers.push_back(speaker);
+    }
+
+    void ReadProperty(std::string_view text, RoomSpeaker& speaker, Coordinates& coordinates) const {
+        const std::string word = slib::toLower(TakeUntil(text, ' '));
+        const std::string_view value = Trimmed(text);
+        const auto known = std::ranges::find(kWords, word);
+        if (known != kWords.end())
+            SetCoordinate(coordinates[static_cast<std::size_t>(known - kWords.begin())], word, value);
+        else
+            SetKind(word, value, speaker);
+    }
+
+    void SetCoordinate(std::optional<double>& coordinate, const std::string& word,
+                       std::string_view value) const {
+        if (coordinate) Fail(std::string("\"") + word + "\" is given twice.");
+        double number = 0;
+        const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), number);
+        if (error != std::errc() || end != value.data() + value.size() || !std::isfinite(number))
+            Fail(std::string("\"") + std::string(value) + "\" is not a number for \"" + word + "\".");
+        coordinate = number;
+    }
+
+    void SetKind(const std::string& word, std::string_view value, RoomSpeaker& speaker) const {
+        if (word != "role" && word != "type")
+            Fail(std::string("\"") + word +
+                 "\" is not one of azimuth, elevation, distance, x, y, z, role and type.");
+        try {
+            if (word == "role")
+                speaker.role = orb3::spk::ParseRole(value);
+            else
+                speaker.type = orb3::spk::ParseSpeakerType(value);
+        } catch (const slib::BadDataException& failure) {
+            Fail(failure.what());
+        }
+    }
+
+    void Place(const Coordinates& at, RoomSpeaker& speaker) const {
+        const bool isPolar = at[Azimuth] || at[Elevation] || at[Distance], isPoint = at[X] || at[Y] || at[Z];
+        if (isPolar == isPoint)
+            Fail("A speaker stands at an azimuth, elevation and distance, or at x, y and z.");
+        if (isPolar) {
+            if (std::abs(at[Elevation].value_or(0)) > 90) Fail("An elevation is between -90 and 90 degrees.");
+            speaker.direction =
+                DirectionAt(at[Azimuth].value_or(0) * kDegree, at[Elevation].value_or(0) * kDegree);
+            speaker.distance = at[Distance].value_or(1);
+        } else {
+            const Direction place(at[X].value_or(0), at[Y].value_or(0), at[Z].value_or(0));
+            speaker.distance = place.norm();
+            if (speaker.distance > 0) speaker.direction = place / speaker.distance;
+        }
+        if (!(speaker.distance >= 0.1 && speaker.distance <= 100))
+            Fail("A speaker stands between 0.1 and 100 metres away.");
+    }
+
+    void CheckSpeaker(const RoomSpeaker& speaker) const {
+        try {
+            orb3::spk::Speaker{speaker.label, {}, speaker.type, speaker.role}.Validate();
+        } catch (const slib::BadDataException& failure) {
+            Fail(failure.what());
+        }
+        for (const RoomSpeaker& other : layout.speakers) {
+            if (other.label == speaker.label) Fail("There are two speakers \"" + speaker.label + "\".");
+            if (other.IsDecoded() && speaker.IsDecoded() &&
+                AngleBetween(other.direction, speaker.direction) < 0.5 * kDegree)
+                Fail(std::string("\"") + other.label + "\" and \"" + speaker.label +
+                     "\" stand in the same direction.");
+        }
+    }
+
+    void CheckWhole() const {
+        if (layout.name.empty()) Fail("The layout has no name; a line \"name: My room\" gives it one.");
+        if (layout.DecodedSpeakers().empty()) Fail("The layout has no speaker to decode for.");
+    }
+};
+
+}  // namespace
+
+SpeakerLayout ReadLayout(std::istream& stream, const std::string& source) {
+    return Reader(stream, source).Read();
+}
+
+}  // namespace design

@@ -1,0 +1,164 @@
+#include "design/layouts.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+#include <string_view>
+
+namespace design {
+namespace {
+
+using orb3::spk::Role;
+using orb3::spk::SpeakerType;
+using slib::StandardFormat;
+
+constexpr double kDegree = std::numbers::pi / 180;
+
+struct Place {
+    std::string_view channel;
+    double azimuth;  // degrees
+    Role role;
+};
+
+struct Room {
+    StandardFormat format;
+    LayoutKind kind;
+    std::vector<Place> places;
+};
+
+const Place kLeft{"Front Left", 30, Role::FrontLeft};
+const Place kRight{"Front Right", -30, Role::FrontRight};
+const Place kCentre{"Front Centre", 0, Role::FrontCentre};
+const Place kBass{"Bass (LFE Only)", 0, Role::BassLFE};
+const std::vector<Place> kStereo{{"Left", 30, Role::FrontLeft}, {"Right", -30, Role::FrontRight}};
+
+// The three fronts and the bass, which open all layouts from 5.1 on.
+std::vector<Place> FrontAnd(std::vector<Place> others) {
+    others.insert(others.begin(), {kLeft, kRight, kCentre, kBass});
+    return others;
+}
+
+const std::vector<Room>& Rooms() {
+    static const std::vector<Room> rooms{
+        {StandardFormat::Mono, LayoutKind::Speakers, {{"Output", 0, Role::FrontCentre}}},
+        {StandardFormat::Stereo, LayoutKind::Speakers, kStereo},
+        {StandardFormat::HeadphoneStereo,
+         LayoutKind::Headphones,
+         {{"Left", 90, Role::FrontLeft}, {"Right", -90, Role::FrontRight}}},
+        {StandardFormat::SurroundStereo, LayoutKind::MatrixStereo, kStereo},
+        {StandardFormat::Quad,
+         LayoutKind::Speakers,
+         {{"Front Left", 45, Role::FrontLeft},
+          {"Front Right", -45, Role::FrontRight},
+          {"Back Left", 135, Role::BackLeft},
+          {"Back Right", -135, Role::BackRight}}},
+        {StandardFormat::Surround51, LayoutKind::Speakers,
+         FrontAnd({{"Back Left", 135, Role::BackLeft}, {"Back Right", -135, Role::BackRight}})},
+        {StandardFormat::Surround51ITU, LayoutKind::Speakers,
+         FrontAnd({{"Side Left", 110, Role::SideLeft}, {"Side Right", -110, Role::SideRight}})},
+        {StandardFormat::Surround71, LayoutKind::Speakers,
+         FrontAnd({{"Back Left", 150, Role::BackLeft},
+                   {"Back Right", -150, Role::BackRight},
+                   {"Side Left", 90, Role::SideLeft},
+                   {"Side Right", -90, Role::SideRight}})},
+        {StandardFormat::Surround71Wide, LayoutKind::Speakers,
+         FrontAnd({{"Back Left", 135, Role::BackLeft},
+                   {"Back Right", -135, Role::BackRight},
+                   {"Front Left of Centre", 15, Role::Unknown},
+                   {"Front Right of Centre", -15, Role::Unknown}})},
+    };
+    return rooms;
+}
+
+RoomSpeaker SpeakerAt(const Place& place) {
+    const bool isBass = place.role == Role::BassLFE;
+    return {std::string(place.channel), DirectionAt(place.azimuth * kDegree, 0), 1,
+            isBass ? SpeakerType::SubWoofer : SpeakerType::Normal, place.role};
+}
+
+SpeakerLayout LayoutOf(const Room& room) {
+    SpeakerLayout layout{slib::GetStandardFormatName(room.format), room.format, room.kind, {}};
+    for (const Place& place : room.places)
+        layout.speakers.push_back(SpeakerAt(place));
+    return layout;
+}
+
+RoomSpeaker Numbered(std::size_t number, const Direction& direction) {
+    const bool isAhead = AngleBetween(direction, Direction::UnitX()) < 1e-6;
+    return {std::string("Speaker ") + std::to_string(number), direction, 1, SpeakerType::Normal,
+            isAhead ? Role::FrontCentre : Role::Unknown};
+}
+
+SpeakerLayout RegularLayout(std::string name, const std::vector<Direction>& directions) {
+    SpeakerLayout layout{std::move(name), StandardFormat::Unknown, LayoutKind::Speakers, {}};
+    for (const Direction& direction : directions)
+        layout.speakers.push_back(Numbered(layout.speakers.size() + 1, direction));
+    return layout;
+}
+
+std::vector<Direction> CubeCorners() {
+    std::vector<Direction> corners;
+    for (double z : {-1.0, 1.0})
+        for (double azimuth : {45.0, -45.0, 135.0, -135.0})
+            corners.push_back(DirectionAt(azimuth * kDegree, std::atan(z / std::numbers::sqrt2)));
+    return corners;
+}
+
+bool TakesDedicatedSignalAlone(Role role) {
+    return role == Role::FrontCentreDialogue || role == Role::BassManaged || role == Role::BassLFE;
+}
+
+}  // namespace
+
+bool RoomSpeaker::IsDecoded() const {
+    return type != SpeakerType::SubWoofer && !TakesDedicatedSignalAlone(role);
+}
+
+std::vector<std::size_t> SpeakerLayout::DecodedSpeakers() const {
+    std::vector<std::size_t> decoded;
+    for (std::size_t i = 0; i < speakers.size(); ++i)
+        if (speakers[i].IsDecoded()) decoded.push_back(i);
+    return decoded;
+}
+
+bool SpeakerLayout::IsFlat() const {
+    return std::ranges::all_of(speakers, [](const RoomSpeaker& speaker) {
+        return !speaker.IsDecoded() || std::abs(speaker.direction.z()) < std::sin(10 * kDegree);
+    });
+}
+
+double SpeakerLayout::ReferenceDistance() const {
+    double furthest = 0;
+    for (std::size_t i : DecodedSpeakers())
+        furthest = std::max(furthest, speakers[i].distance);
+    return furthest;
+}
+
+std::vector<SpeakerLayout> StandardLayouts() {
+    std::vector<SpeakerLayout> layouts;
+    for (const Room& room : Rooms())
+        layouts.push_back(LayoutOf(room));
+    return layouts;
+}
+
+std::vector<SpeakerLayout> RegularLayouts() {
+    return {RegularLayout("Hexagon", HorizonPoints(6).directions),
+            RegularLayout("Octagon", HorizonPoints(8).directions), RegularLayout("Cube", CubeCorners())};
+}
+
+orb3::spk::SpeakerSet MakeSpeakerSet(const SpeakerLayout& layout) {
+    const double count =
+        static_cast<double>(std::ranges::count_if(layout.speakers, [](const RoomSpeaker& speaker) {
+            return !TakesDedicatedSignalAlone(speaker.role);
+        }));
+    const double scale = std::pow(count, -0.25) / layout.ReferenceDistance();
+    orb3::spk::SpeakerSet set;
+    for (const RoomSpeaker& speaker : layout.speakers) {
+        const Direction place = speaker.direction * (speaker.distance * scale);
+        set.speakers.push_back(
+            {speaker.label, {place.x(), place.y(), place.z()}, speaker.type, speaker.role});
+    }
+    return set;
+}
+
+}  // namespace design

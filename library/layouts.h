@@ -1,0 +1,67 @@
+#pragma once
+
+// The listening rooms that decoders are designed for: the standard layouts, regular ones, and those that a
+// user measured. Plain records for the speaker designer and for whoever writes formats into a library. Free
+// functions without state; usable from any thread.
+
+#include <string>
+#include <vector>
+
+#include "design/sphericalbasis.h"
+#include "orb3core/speakers.h"
+#include "slib/standardformats.h"
+
+namespace design {
+
+/// How a layout's channels come to be.
+enum class LayoutKind {
+    Speakers,      ///< One signal for each speaker.
+    MatrixStereo,  ///< Two channels that carry surround for a matrix decoder, or play as stereo.
+    Headphones,    ///< Two ears; the speaker designer doesn't serve these.
+};
+
+struct RoomSpeaker {
+    std::string label;
+    Direction direction;
+    double distance = 1;  ///< metres
+    orb3::spk::SpeakerType type = orb3::spk::SpeakerType::Normal;
+    orb3::spk::Role role = orb3::spk::Role::Unknown;
+
+    /// False for sub-woofers and for speakers of dialogue alone: they take dedicated signals.
+    bool IsDecoded() const;
+};
+
+struct SpeakerLayout {
+    std::string name;
+    slib::StandardFormat family = slib::StandardFormat::Unknown;
+    LayoutKind kind = LayoutKind::Speakers;
+    std::vector<RoomSpeaker> speakers;  ///< in the order of the output channels
+
+    /// Indices of the speakers that take part in decoding.
+    std::vector<std::size_t> DecodedSpeakers() const;
+
+    /// All decoded speakers stand within 10 degrees of the horizon.
+    bool IsFlat() const;
+
+    /// The distance of the furthest decoded speaker in metres; nearer ones are lowered and delayed to match.
+    double ReferenceDistance() const;
+};
+
+/// The nine layouts that an operating system can name, by the names of slib/standardformats.h: Mono at 0
+/// degrees; stereo at +-30; quad at +-45 and +-135; 5.1 and 7.1 with fronts at 0 and +-30, sides at +-110
+/// (5.1) or +-90 (7.1), backs without sides at +-135 and with sides at +-150 (ITU-R BS.775 and BS.2159);
+/// wide 7.1 with two more fronts at +-15.
+std::vector<SpeakerLayout> StandardLayouts();
+
+/// "Hexagon" and "Octagon", flat with a speaker ahead, and "Cube", of 8.
+std::vector<SpeakerLayout> RegularLayouts();
+
+/// The set that goes with the layout's format.
+///
+/// The set-up gives dedicated dialogue, and bass, the fourth root of the count of speakers times the
+/// distance of the one that plays it. Locations are therefore scaled so that the reference distance becomes
+/// that count to the power -1/4: dialogue is then as loud by every layout and distance, namely as a plane
+/// wave of amplitude 1 by one speaker of gain sqrt(4 pi).
+orb3::spk::SpeakerSet MakeSpeakerSet(const SpeakerLayout& layout);
+
+}  // namespace design

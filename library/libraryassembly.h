@@ -1,0 +1,49 @@
+#pragma once
+
+// Puts a whole format library together: the spatial formats, the layouts with their speakers, the methods,
+// and the designed transforms. Called by the program that builds libraries; offline, and the same every time.
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "design/layouts.h"
+#include "orb3core/formatlibrarian.h"
+
+namespace design {
+
+/// The greatest order of a spatial format in a library.
+inline constexpr unsigned kGreatestOrder = 4;
+
+/// The tags of the methods for headphones.
+inline constexpr const char* kMeasuredHead = "measuredhead";
+inline constexpr const char* kSphereHead = "spherehead";
+inline constexpr const char* kVirtualSpeakers = "virtualspeakers";
+
+/// The tag of the spatial format of an order.
+std::string SpatialFormatTag(unsigned order);
+
+/// What a library is to hold.
+struct LibraryPlan {
+    std::string tag = "Tessarune";
+    std::vector<SpeakerLayout> layouts;    ///< the standard ones and more
+    std::vector<int> rates{44100, 48000};  ///< Hz
+    std::string sofaPath;                  ///< of a measured head; empty for none
+};
+
+/// The content of the default library, with the measured head at `sofaPath`.
+LibraryPlan DefaultPlan(const std::string& sofaPath);
+
+/// Stores everything in `library`, which the caller commits. Throws what reading the head, the designs and
+/// the library throw.
+void AssembleLibrary(const LibraryPlan& plan, orb3::fl::FormatRegistrar& library);
+
+/// Adds one layout of speakers with all methods that fit, at the rates given; it takes the place of one of
+/// the same name. One with the name and the count of speakers of a standard layout gets its family, so that
+/// the system's speaker setting finds it. Throws slib::BadDataException, with nothing stored, for the name of
+/// a format that isn't a layout, that others are made through, or that has a standard count of speakers.
+void AddSpeakerLayout(const SpeakerLayout& layout, const std::vector<int>& rates,
+                      orb3::fl::FormatRegistrar& library);
+
+}  // namespace design

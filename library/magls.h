@@ -1,0 +1,32 @@
+#pragma once
+
+// Decoders from the channels of a sound field to the two ears of a head: exact in level and phase at low
+// frequencies, in level alone where few channels can't hold the phase. Called by the designer; pure function,
+// any thread.
+
+#include "design/headdata.h"
+#include "design/headdecoder.h"
+
+namespace design {
+
+struct MaglsOptions {
+    unsigned order = 4;       ///< 1 or more: (order + 1)² inputs
+    double crossover = 1800;  ///< Hz, where phases are given up: hearing hardly uses them from there on
+    std::uint32_t ringLength = 512;   ///< samples, a power of two, 128 up to headTransformLength
+    std::uint32_t startLatency = 64;  ///< samples of a response before time zero, under ringLength / 2
+    double frontalEnergy = 1;         ///< FrontalEnergy of the result, above 0
+};
+
+/// Outputs are the left ear and the right; inputs are the channels 4 pi Y(u) that a unit plane wave from the
+/// direction u leaves. Time zero is the passing of the wave at the head's centre.
+///
+/// Below the crossover, the least-squares fit to the head's spectra, errors divided by the level that they
+/// stand on. Above, magnitude least squares (Schoerkhuber, Zaunschirm & Hoeldrich 2018): phases
+/// follow those that the bin below was decoded with, and are refined in alternation with the covariance of
+/// the ears, which is made that of the head in a diffuse field (Zaunschirm, Schoerkhuber & Hoeldrich 2018).
+/// Between, over an octave, phases turn gradually. A symmetric head gives an exactly symmetric decoder.
+///
+/// Throws slib::BadParameterException for options outside their ranges or an empty head.
+HeadTransform DesignMagls(const HeadSpectra& head, const MaglsOptions& options);
+
+}  // namespace design

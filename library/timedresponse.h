@@ -1,0 +1,39 @@
+#pragma once
+
+// Impulse responses with a place in time, and the filters that decoders for speakers are made of. Used by the
+// speaker designer; plain values, usable from any thread.
+
+#include <Eigen/Core>
+
+namespace design {
+
+/// taps[i] stands at sample first + i; time zero is sample 0. Without taps it is silence.
+struct TimedResponse {
+    Eigen::Index first = 0;
+    Eigen::VectorXd taps;
+
+    static TimedResponse Impulse(double gain) { return {0, Eigen::VectorXd::Constant(1, gain)}; }
+
+    /// One past the last sample.
+    Eigen::Index End() const { return first + taps.size(); }
+
+    /// Adds `gain` times `other`.
+    void Add(const TimedResponse& other, double gain);
+};
+
+TimedResponse Convolve(const TimedResponse& a, const TimedResponse& b);
+
+/// A low-pass of linear phase about time zero, with half amplitude at `frequency` (Hz) and unit gain at 0 Hz;
+/// an impulse less this is the matching high-pass, so both together pass everything unchanged. Its length is
+/// two periods to each side.
+TimedResponse LowPass(double frequency, double sampleRate);
+
+/// Passes everything at unit gain and advances (`sign` 1) or delays (`sign` -1) its phase by 90 degrees above
+/// about 100 Hz, about time zero; below, and next to half the rate, the shift dwindles to nothing. 21 ms
+/// long.
+TimedResponse QuarterTurn(double sign, double sampleRate);
+
+/// Delays by `seconds`, 0 or more, by a windowed sinc where that isn't a whole number of samples.
+TimedResponse Delay(double seconds, double sampleRate);
+
+}  // namespace design

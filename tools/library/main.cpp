@@ -1,0 +1,35 @@
+// Makes, checks, packs and draws format libraries.
+
+#include <exception>
+#include <iostream>
+
+#include "commands.h"
+
+namespace {
+
+constexpr const char* kExamples = R"(Examples:
+  tessarune-library build lib/default.afl
+  tessarune-library check lib/default.afl --acoustics
+  tessarune-library layout lib/default.afl attic.txt
+  tessarune-library pack lib/default.afl default.pfl --bits 16
+  tessarune-library plot lib/default.afl --out plots
+
+'tessarune-library COMMAND --help' tells about a command.)";
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    try {
+        CLI::App program("Makes, checks, packs and draws the format libraries of Tessarune.",
+                         "tessarune-library");
+        program.require_subcommand(1);
+        program.footer(kExamples);
+        for (const auto add : {tool::AddBuildCommand})
+            add(program);
+        CLI11_PARSE(program, count, arguments);
+        return 0;
+    } catch (const std::exception& failure) {
+        std::cerr << "tessarune-library: " << failure.what() << "\n";
+        return 1;
+    }
+}
