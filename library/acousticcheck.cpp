@@ -71,6 +71,7 @@ DirectionFigures FiguresOf(const Direction& direction, const Totals& totals, con
             10 * std::log10(energy / points / (4 * pi)),
             velocity.norm(),
             DegreesBetween(velocity, direction),
+            vector,
             vector.norm(),
             DegreesBetween(vector, direction),
             std::sqrt(totals.powers.maxCoeff() / points / (4 * pi))};

@@ -18,13 +18,14 @@ struct FrequencyBand {
 
 /// Figures for a plane wave from one direction, with gains and travel times to the listener counted in.
 struct DirectionFigures {
-    Direction direction;    ///< where the wave comes from
-    double level;           ///< dB; energy of all speakers against the calibration, 4 pi
-    double velocityLength;  ///< 1 for a plane wave; Gerzon's (1992) velocity vector, its real part
-    double velocityError;   ///< degrees between that vector and the source
-    double energyLength;    ///< Gerzon's energy vector: 1 for a single speaker
-    double energyError;     ///< degrees between that vector and the source
-    double loudestSpeaker;  ///< linear gain; a source that plays by one speaker alone gives 1
+    Direction direction;     ///< where the wave comes from
+    double level;            ///< dB; energy of all speakers against the calibration, 4 pi
+    double velocityLength;   ///< 1 for a plane wave; Gerzon's (1992) velocity vector, its real part
+    double velocityError;    ///< degrees between that vector and the source
+    Direction energyVector;  ///< not of length 1
+    double energyLength;     ///< Gerzon's energy vector: 1 for a single speaker
+    double energyError;      ///< degrees between that vector and the source
+    double loudestSpeaker;   ///< linear gain; a source that plays by one speaker alone gives 1
 };
 
 /// One record for each of `directions`. Takes the transform's outputs for the layout's speakers and throws

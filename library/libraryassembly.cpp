@@ -95,7 +95,8 @@ StandardFormat StandardFamilyOf(const SpeakerLayout& layout) {
         if (orb3::MakeFormatTag(standard.name) != orb3::MakeFormatTag(layout.name)) continue;
         const std::size_t count = standard.speakers.size();
         if (layout.speakers.size() == count && standard.kind == LayoutKind::Speakers) return standard.family;
-        throw slib::BadDataException("'" + standard.name + "' is the name of a layout with other channels (" +
+        throw slib::BadDataException("'" + standard.name +
+                                     "' is a standard layout with channels of its own (" +
                                      std::to_string(count) + "). Give the layout another name.");
     }
     return StandardFormat::Unknown;

@@ -82,7 +82,8 @@ SpeakerFigures FiguresOf(const SpeakerLayout& layout, unsigned order, const Deco
     SpeakerFigures figures;
     figures.layout = layout.name;
     figures.order = order;
-    figures.hasVelocity = !HasUnequalDistances(layout);
+    figures.hasVelocity = layout.kind == LayoutKind::Speakers && layout.DecodedSpeakers().size() > 2 &&
+                          !HasUnequalDistances(layout);
     for (const DirectionFigures& at : CheckDirections(layout, transform, kLowBand, around)) {
         figures.velocityLength += at.velocityLength / static_cast<double>(around.size());
         figures.velocityError = std::max(figures.velocityError, at.velocityError);

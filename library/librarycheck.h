@@ -41,7 +41,7 @@ double FrontLevel(const SpeakerLayout& layout, const DecoderTransform& transform
 struct SpeakerFigures {
     std::string layout, method;  ///< the name; the tag
     unsigned order = 0;
-    bool hasVelocity = false;                      ///< false for layouts of unequal distances
+    bool hasVelocity = false;  ///< false with unequal distances, or without speakers all around
     double velocityLength = 0, velocityError = 0;  ///< mean; greatest, degrees
     double limit = 0;                              ///< of the energy vector's length for the order
     double meanLength = 0, leastLength = 0;        ///< of the energy vector

@@ -30,7 +30,8 @@ bool IsPacked(const fs::path& path) {
     const std::string extension = ExtensionOf(path);
     if (extension != ".AFL" && extension != ".DFL")
         throw slib::BadParameterException("A library in a folder ends in .afl or .dfl, unlike '" +
-                                          path.string() + "'.");
+                                          path.filename().string() +
+                                          "'. One in a single file, .pfl, is packed from such a one.");
     return extension == ".AFL";
 }
 
@@ -39,7 +40,7 @@ void CheckAlone(const fs::path& path) {
     if (!fs::exists(path.parent_path())) return;
     for (const fs::directory_entry& other : fs::directory_iterator(path.parent_path()))
         if (ExtensionOf(other.path()) == ExtensionOf(path) && other.path().filename() != path.filename())
-            throw slib::BadDataException("The library '" + other.path().string() +
+            throw slib::BadDataException("The library '" + other.path().filename().string() +
                                          "' lives in that folder already. Give '" + path.filename().string() +
                                          "' a folder of its own.");
 }

@@ -18,7 +18,7 @@ namespace {
 using std::filesystem::path;
 
 constexpr off_t greatestFile = off_t{64} << 20;
-constexpr auto greatestWait = std::chrono::seconds(5);
+constexpr auto greatestWait = std::chrono::seconds(10);
 
 // Closes a descriptor at the end of a scope, or before.
 class Descriptor {
@@ -97,6 +97,30 @@ bool TakeOver(const path& old, int descriptor) {
     return mode == (now.st_mode & 0777U) || fchmod(descriptor, mode) == 0;
 }
 
+using TimePoint = std::chrono::steady_clock::time_point;
+
+// Asks `take` again and again until it is true; false at the end of the time, or when it fails for another
+// reason than somebody else's lock.
+template <typename Take>
+bool WaitFor(TimePoint end, const Take& take) {
+    while (!take()) {
+        const bool isHeld = errno == EWOULDBLOCK || errno == EACCES || errno == EINTR;
+        if (!isHeld || std::chrono::steady_clock::now() > end) return false;
+        std::this_thread::sleep_for(std::chrono::microseconds(200));
+    }
+    return true;
+}
+
+// The door in front of the lock, on the file's first byte. Whoever stands in it is next, so that a process
+// that takes the lock over and over can't keep others out.
+bool SetDoor(int descriptor, short kind) {
+    struct flock door {};
+    door.l_type = kind;
+    door.l_whence = SEEK_SET;
+    door.l_len = 1;
+    return fcntl(descriptor, F_OFD_SETLK, &door) == 0;
+}
+
 }  // namespace
 
 std::optional<std::string> ReadStoreFile(const path& file) {
@@ -137,13 +161,14 @@ StoreFileLock::StoreFileLock(const path& file) {
     // One that another user made (a game run as the superuser) can be locked all the same.
     if (opened < 0 && errno == EACCES) opened = open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
     if (opened < 0) return;
-    const auto end = std::chrono::steady_clock::now() + greatestWait;
-    while (flock(opened, LOCK_EX | LOCK_NB) != 0) {
-        if ((errno != EWOULDBLOCK && errno != EINTR) || std::chrono::steady_clock::now() > end) {
-            close(opened);
-            return;
-        }
-        std::this_thread::sleep_for(std::chrono::microseconds(200));
+    const TimePoint end = std::chrono::steady_clock::now() + greatestWait;
+    // Without a door, as on a file of another user's, the lock works all the same.
+    WaitFor(end, [&] { return SetDoor(opened, F_WRLCK); });
+    const bool isTaken = WaitFor(end, [&] { return flock(opened, LOCK_EX | LOCK_NB) == 0; });
+    SetDoor(opened, F_UNLCK);
+    if (!isTaken) {
+        close(opened);
+        return;
     }
     descriptor = opened;
 }

@@ -1,6 +1,5 @@
 #include <chrono>
 #include <cmath>
-#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -9,12 +8,12 @@
 #include "commands.h"
 #include "design/libraryassembly.h"
 #include "design/librarywriter.h"
+#include "opening.h"
 #include "slib/exception.h"
 
 namespace tool {
 namespace {
 
-constexpr const char* kSystemHead = "/usr/share/libmysofa/default.sofa";
 constexpr const char* kExamples = R"(Examples:
   tessarune-library build lib/default.afl
   tessarune-library build lib/mine.dfl --sofa my_ears.sofa --rates 48000 96000
@@ -29,8 +28,8 @@ struct Options {
 
 std::string HeadOf(const Options& options) {
     if (options.hasNoSofa) return "";
-    if (!options.sofa.empty()) return options.sofa;
-    if (std::filesystem::exists(kSystemHead)) return kSystemHead;
+    const std::string head = HeadFile(options.sofa);
+    if (!head.empty()) return head;
     throw slib::BadDataException(std::string("There is no '") + kSystemHead +
                                  "'. Name a measured head with --sofa FILE, or build without one by "
                                  "--no-sofa.");

@@ -24,7 +24,8 @@ int main(int count, char** arguments) {
                          "tessarune-library");
         program.require_subcommand(1);
         program.footer(kExamples);
-        for (const auto add : {tool::AddBuildCommand})
+        for (const auto add : {tool::AddBuildCommand, tool::AddShowCommand, tool::AddCheckCommand,
+                               tool::AddPackCommand, tool::AddLayoutCommand, tool::AddPlotCommand})
             add(program);
         CLI11_PARSE(program, count, arguments);
         return 0;

@@ -1,0 +1,16 @@
+#pragma once
+
+// The machine's own settings of the sound output, as the store holds them. Read by the server when it sets
+// its output up, and by the programs that show them.
+
+#include "platform/platformsettings.h"
+#include "slib/log.h"
+
+namespace orb3 {
+
+/// What stands in the user's scope under "/Platform": "Output" ("Auto", "Silent" or "WaveFile"), "WaveFile"
+/// (a path) and "SpeakerSetting" (the text of a standard format). What is missing or empty has its default. A
+/// value that isn't one of these, or a WAV file without a path, is an error in `log` and counts as missing.
+platform::PlatformSettings ReadPlatformSettings(slib::Log& log);
+
+}  // namespace orb3

@@ -1,0 +1,49 @@
+#pragma once
+
+// The output framework of the system: the devices of one machine, listed at the first question and from then
+// on the same. Built by the server for a run of its loop; may be asked from any thread.
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "pipe/framework.h"
+#include "platform/soundsystem.h"
+#include "slib/log.h"
+#include "slib/mutex.h"
+
+namespace audiopipe::directsound {
+
+/// There is at most one in the process.
+class AdaptiveDirectSoundFramework : public Framework {
+public:
+    /// `log` is borrowed and outlives the framework. Throws DirectSoundException while there is another one.
+    AdaptiveDirectSoundFramework(slib::Log* log, std::shared_ptr<platform::SoundSystem> system);
+    ~AdaptiveDirectSoundFramework() override;
+
+    bool IsAvailable() override;
+    std::string GetId() override;
+    std::string GetName() override;
+    /// Throws DirectSoundException when the devices can't be listed; the next call tries again.
+    std::uint32_t GetDeviceCount() override;
+    /// Throws slib::BadParameterException for an index that isn't below GetDeviceCount.
+    DevicePtr GetDevice(std::uint32_t index) override;
+
+    slib::Log* const log;  ///< what it was built with
+
+private:
+    void EnsureEnumerated();
+    void Add(const char* identifier, const char* description, const char* module);
+
+    const std::shared_ptr<platform::SoundSystem> system;
+
+    slib::Mutex listMutex;  // guards the list and isEnumerated
+    bool isEnumerated = false;
+    std::vector<DevicePtr> devices;
+
+    slib::Mutex addMutex;  // guards the adding, on whatever thread the system calls back
+    std::uint32_t nextIndex = 0;
+};
+
+}  // namespace audiopipe::directsound

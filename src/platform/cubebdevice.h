@@ -1,0 +1,43 @@
+#pragma once
+
+// The outputs of this machine through the cubeb library: PulseAudio, JACK, ALSA, whichever answers first. The
+// library is loaded at the first use, and no call waits more than two seconds for a server. Its threads end
+// with the last object that uses the connection; in a child that the game forked the connection is gone, and
+// every operation tells so.
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/directsound.h"
+#include "slib/log.h"
+
+namespace platform {
+
+/// A connection to the sound server, or to the sound cards where there is none. Any thread, one at a time.
+class CubebConnection {
+public:
+    struct Device {
+        const void* handle = nullptr;  ///< the library's, of this connection
+        std::string identifier;
+        std::string description;
+        std::uint32_t channels = 0;
+        bool isDefault = false;
+    };
+
+    virtual ~CubebConnection() = default;
+
+    /// The outputs that are switched on; empty when the connection is lost, or there is none.
+    virtual std::vector<Device> Devices() = 0;
+    /// The name of the system behind it.
+    virtual std::string Module() = 0;
+    /// Opens one of Devices, null for whichever is the user's default. `speakerSetting` is what it is to
+    /// report.
+    virtual SoundDevicePtr Open(const Device* device, std::uint32_t speakerSetting) = 0;
+};
+
+/// Null when nothing answers. `log` is told when the library is missing, and isn't kept.
+std::shared_ptr<CubebConnection> ConnectCubeb(slib::Log* log);
+
+}  // namespace platform

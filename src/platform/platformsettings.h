@@ -1,0 +1,27 @@
+#pragma once
+
+// The machine's own settings of the sound output, as plain data. Read from the store above this folder, and
+// handed in when the sound system is made.
+
+#include <optional>
+#include <string>
+
+#include "slib/standardformats.h"
+
+namespace platform {
+
+struct PlatformSettings {
+    enum class Output {
+        Auto,      ///< what the machine has, else as Silent
+        Silent,    ///< nowhere, at the pace of the clock
+        WaveFile,  ///< into a WAV file, at the pace of the clock
+    };
+
+    Output output = Output::Auto;
+    std::string waveFile;                                ///< path, for Output::WaveFile
+    std::optional<slib::StandardFormat> speakerSetting;  ///< in place of what the device reports
+
+    bool operator==(const PlatformSettings&) const = default;
+};
+
+}  // namespace platform

@@ -1,0 +1,56 @@
+#pragma once
+
+// Where the play cursor of an output stands that takes frames in chunks. Between two chunks the cursor moves
+// at the rate of the output, by the monotonic clock, and never beyond what was handed over:
+//
+//     frames       ┌────────── handed over            write cursor: handed over and the longest chunk of
+//              ┌───┘      ╱                           late, since the next may be taken at any moment
+//          ┌───┘      ╱  ← play cursor
+//      ────┘      ╱
+//
+// The thread that takes the chunks calls HandOver and Idle, another one Read; both run without a lock.
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+
+namespace platform {
+
+class PlayClock {
+public:
+    struct Reading {
+        double play = 0;          ///< frames
+        std::int64_t handed = 0;  ///< frames
+        std::uint32_t chunk = 0;  ///< frames, the longest of late
+        std::uint32_t count = 0;  ///< of chunks and idle turns; another one each time that the output asks
+    };
+
+    /// `rate` in Hz.
+    explicit PlayClock(std::uint32_t rate) : rate(rate) {}
+
+    /// All cursors stand at `position` (frames); `chunk` is the length that the output is expected to take at
+    /// most. While nobody takes chunks. `now` is of the monotonic clock (ns), as below.
+    void Begin(std::int64_t position, std::uint32_t chunk, std::int64_t now);
+    /// The output has taken `frames` more.
+    void HandOver(std::uint32_t frames, std::int64_t now);
+    /// The output has asked for `frames` and was given none.
+    void Idle(std::uint32_t frames, std::int64_t now);
+    Reading Read(std::int64_t now) const;
+
+private:
+    struct Mark {
+        std::atomic<std::int64_t> handed{0};
+        std::atomic<double> play{0};
+        std::atomic<std::int64_t> time{0};
+        std::atomic<std::uint32_t> chunk{0};
+    };
+
+    Reading At(std::uint32_t number, std::int64_t now) const;
+    void Publish(const Reading& reading, std::int64_t now);
+
+    const std::uint32_t rate;
+    std::array<Mark, 8> marks;             // the last ones, by number
+    std::atomic<std::uint32_t> newest{0};  // number of the last one that is complete
+};
+
+}  // namespace platform

@@ -1,0 +1,403 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <numeric>
+
+#include "allocationcounter.h"
+#include "pipe/adaptivebuffering.h"
+#include "pipe/adaptivedirectsoundframework.h"
+#include "pipe/adaptivedirectsoundpipe.h"
+#include "pipe/applicationwindow.h"
+#include "pipe/directsoundexception.h"
+#include "recordinglog.h"
+#include "scripteddevice.h"
+
+namespace {
+
+using audiopipe::directsound::AdaptiveBuffering;
+using audiopipe::directsound::AdaptiveDirectSoundFramework;
+using audiopipe::directsound::AdaptiveDirectSoundPipe;
+using audiopipe::directsound::DirectSoundException;
+using slib::StandardFormat;
+using testing_support::RecordingLog;
+using testing_support::ScriptedCursors;
+using testing_support::ScriptedSystem;
+
+template <typename Action>
+std::string TextOf(const Action& action) {
+    try {
+        action();
+    } catch (const std::exception& exception) {
+        return exception.what();
+    }
+    return "";
+}
+
+// A pipe on the scripted system, into whose first channel goes 1, 2, 3, ... in the output's integers.
+struct Playback {
+    explicit Playback(std::uint32_t length = 512, std::uint32_t count = 2,
+                      std::vector<bool> flags = {true, true})
+        : framework(&log, system),
+          channels(static_cast<std::size_t>(std::count(flags.begin(), flags.end(), true))),
+          length(length) {
+        pipe = framework.GetDevice(0)->OpenPipe(&log, 48000, length, count, flags, {});
+    }
+    const AdaptiveBuffering& Buffering() { return static_cast<AdaptiveDirectSoundPipe&>(*pipe).Buffering(); }
+    void Write(int blocks = 1) {
+        for (; blocks > 0; --blocks) {
+            std::vector<float> samples(channels * length);
+            for (std::size_t f = 0; f < length; ++f)
+                samples[f * channels] = std::ldexp(static_cast<float>(++sent), -31);
+            pipe->Write(samples.data(), nullptr);
+        }
+    }
+    // Frames played from `from` on that don't go on from the one before, the silence of the start aside.
+    long Breaks(std::size_t from = 0) const {
+        long breaks = 0;
+        for (std::size_t i = from + 1; i < system->played.size(); ++i)
+            breaks += (system->played[i - 1] != 0 || system->played[i] > 1) &&
+                      system->played[i] != system->played[i - 1] + 1;
+        return breaks;
+    }
+
+    std::shared_ptr<ScriptedSystem> system = std::make_shared<ScriptedSystem>();
+    RecordingLog log;
+    AdaptiveDirectSoundFramework framework;
+    std::size_t channels, length;
+    std::unique_ptr<audiopipe::Pipe> pipe;
+    int sent = 0;
+};
+
+struct LayoutCase {
+    double rate;
+    std::uint32_t channels, length, count;
+    std::vector<std::uint32_t> layout;  // length, count, most extra buffers, blocks of a period, ring bytes
+    const char* substitute;
+};
+
+class RingLayout : public testing::TestWithParam<LayoutCase> {};
+
+TEST_P(RingLayout, FollowsTheWishesWithinTheCapacity) {
+    const LayoutCase& c = GetParam();
+    RecordingLog log;
+    const AdaptiveBuffering b(log, c.rate, c.channels, c.length, c.count);
+    EXPECT_EQ(std::vector({b.bufferLength, b.bufferCount, b.maxExtraBuffers, b.blocksPerPeriod, b.ringBytes}),
+              c.layout);
+    const std::string warning =
+        "E:There doesn't seem to be enough capacity for the configured buffers! Using a ";
+    EXPECT_EQ(log.lines, c.substitute[0] == 0 ? "" : warning + c.substitute);
+}
+
+// The capacity is 268435455 bytes.
+INSTANTIATE_TEST_SUITE_P(Table, RingLayout,
+                         testing::Values(LayoutCase{48000, 2, 512, 0, {512, 1, 9, 47, 11 * 4096}, ""},
+                                         LayoutCase{44100, 6, 1024, 3, {1024, 3, 4, 22, 8 * 24576}, ""},
+                                         LayoutCase{8000, 1, 0, 1, {1, 1, 800, 4000, 802 * 4}, ""},
+                                         LayoutCase{
+                                             192000, 2, 8, 4193000, {8, 4193000, 1302, 12000, 268435392}, ""},
+                                         LayoutCase{48000,
+                                                    2,
+                                                    1000000,
+                                                    40,
+                                                    {1000000, 31, 0, 0, 256000000},
+                                                    "buffer length 1000000 and buffer count 32."},
+                                         LayoutCase{48000,
+                                                    2,
+                                                    20000000,
+                                                    1,
+                                                    {16777215, 0, 0, 0, 134217720},
+                                                    "buffer length 16777215 and buffer count 1."}));
+
+TEST(AdaptivePipe, Write_ConvertsToTheEnabledChannelsAndSplitsABlockAtTheEndOfTheRing) {
+    Playback p(4, 1, {false, true});
+    EXPECT_EQ(p.pipe->GetPlaybackChannelName(0), "Right");
+    p.system->position = 4794;  // of 4 * 1202 in the ring: the second block lies across its end
+    p.pipe->Start();
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    const std::vector<float> first{2, 1, -1, -3}, second{0.25F, -0.25F, std::ldexp(3.0F, -32), nan};
+    p.pipe->Write(first.data(), nullptr);
+    p.system->Pass(1);
+    p.pipe->Write(second.data(), nullptr);
+    constexpr std::int32_t top = INT32_MAX, bottom = INT32_MIN;
+    const std::vector<std::int32_t>& ring = p.system->ring;
+    EXPECT_EQ(p.system->description.dwBufferBytes, 1202U * 32);
+    std::vector<std::int32_t> written(ring.end() - 12, ring.end());
+    written.insert(written.end(), ring.begin(), ring.begin() + 4);
+    EXPECT_EQ(written,
+              std::vector({0, top, 0, top, 0, bottom, 0, bottom, 0, 1 << 29, 0, -(1 << 29), 0, 2, 0, 0}));
+    EXPECT_EQ(p.system->lockOffsets, (std::vector<std::uint32_t>{1202 * 32 - 48, 1202 * 32 - 16}));
+}
+
+TEST(AdaptivePipe, Buffer_IsDescribedToTheDevice) {
+    const Playback p;
+    const auto& [d, f] = std::tie(p.system->description, p.system->format);
+    EXPECT_EQ(std::vector({d.dwSize, d.dwFlags, d.dwBufferBytes, f.Format.nSamplesPerSec,
+                           f.Format.nAvgBytesPerSec, f.dwChannelMask}),
+              (std::vector<std::uint32_t>{36, 0x18000, 12 * 4096, 48000, 384000, 3}));
+    EXPECT_EQ(std::vector({f.Format.wFormatTag, f.Format.nChannels, f.Format.nBlockAlign,
+                           f.Format.wBitsPerSample, f.Format.cbSize, f.wValidBitsPerSample}),
+              (std::vector<std::uint16_t>{0xFFFE, 2, 8, 32, 22, 32}));
+    EXPECT_EQ(f.SubFormat, platform::KSDATAFORMAT_SUBTYPE_PCM);
+}
+
+TEST(AdaptivePipe, Write_WaitsForWhatABlockLacksAndAllocatesNothing) {
+    Playback p;
+    p.pipe->Start();
+    p.Write();
+    EXPECT_TRUE(p.system->sleeps.empty());
+    p.Write();  // a block of 512 frames lasts 10.67 ms
+    EXPECT_EQ(p.system->sleeps, (std::vector<std::uint32_t>{11}));
+    p.system->Pass(10.3);
+    p.Write();  // 0.04 ms are lacking
+    EXPECT_EQ(p.system->sleeps, (std::vector<std::uint32_t>{11, 1}));
+    const std::vector<float> block(1024);
+    p.system->Pass(11);
+    const std::size_t before = testing_support::AllocationsOfThisThread();
+    p.pipe->Write(block.data(), nullptr);
+    EXPECT_EQ(testing_support::AllocationsOfThisThread(), before);
+}
+
+struct Behaviour {
+    std::uint32_t length, count;
+    std::int64_t step, safety;  // frames; what the cursor moves by, and how far the write cursor is ahead
+    std::uint32_t extra;
+    int smallestStep;  // frames
+    int lastUnderrun;  // no block from there on has one
+};
+
+class CursorBehaviour : public testing::TestWithParam<Behaviour> {};
+
+TEST_P(CursorBehaviour, IsMetWithoutAGap) {
+    const Behaviour& b = GetParam();
+    Playback p(b.length, b.count);
+    p.system->cursors = [&](std::int64_t at) {
+        const std::int64_t play = at / b.step * b.step;
+        return ScriptedCursors{play, play + b.safety};
+    };
+    p.pipe->Start();
+    const int blocks = std::min(16000, (1 << 23) / static_cast<int>(b.length));
+    for (int block = 0; block < blocks; ++block) {
+        p.Write();
+        ASSERT_TRUE(block < b.lastUnderrun || !p.Buffering().hadUnderrun) << block;
+    }
+    EXPECT_EQ(p.Buffering().extraBuffers, b.extra);
+    EXPECT_EQ(p.Buffering().smallestStep, 8 * b.smallestStep);
+    EXPECT_EQ(p.Breaks(), 0);
+    p.pipe->Stop();
+    const std::string line = "I:The DirectSound pipe had to increase the buffer count by " +
+                             std::to_string(b.extra) +
+                             " to ensure steady output. You may wish to change your default buffer count.";
+    EXPECT_EQ(p.log.lines, b.extra == 0 ? "" : line);
+}
+
+// Called for are (rest + step + safety + length - 1) / length - count - 2 blocks, at the greatest rest of a
+// block at which the cursor stands; a step of 20 ms isn't seen but by its underruns.
+INSTANTIATE_TEST_SUITE_P(Table, CursorBehaviour,
+                         testing::Values(Behaviour{512, 2, 48, 48, 0, 48, 0},
+                                         Behaviour{64, 1, 480, 480, 13, 480, 750},
+                                         Behaviour{64, 1, 959, 959, 28, 959, 750},
+                                         Behaviour{64, 1, 960, 960, 27, 0, 12000},
+                                         Behaviour{2048, 1, 1920, 2880, 1, 0, 0}),
+                         [](const auto& info) { return "Row" + std::to_string(info.index); });
+
+TEST(AdaptivePipe, Underrun_AddsABlockOncePerHalfSecondUpToTheCeiling) {
+    Playback p;
+    p.system->cursors = [](std::int64_t at) { return ScriptedCursors{at, at + 960}; };
+    p.pipe->Start();
+    std::vector<std::uint32_t> extra;
+    for (int block = 0; block < 47 * 12; ++block) {
+        if (block % 47 == 5 || block % 47 == 25) p.system->Pass(120);
+        p.Write();
+        if (block % 47 == 46) extra.push_back(p.Buffering().extraBuffers);
+        EXPECT_TRUE(block != 47 * 11 + 30 || p.Buffering().hadUnderrun);
+    }
+    EXPECT_EQ(extra, (std::vector<std::uint32_t>{1, 2, 3, 4, 5, 6, 7, 8, 9, 9, 9, 9}));
+    p.Write(47 * 22);  // a block has gone again
+    EXPECT_EQ(p.Buffering().extraBuffers, 8U);
+    const std::size_t recovered = p.system->played.size();
+    p.Write(47);
+    EXPECT_EQ(p.Breaks(recovered), 0);
+}
+
+// One underrun in the first half second, then twenty calm ones.
+void PlayUntilShrinkIsDue(Playback& p) {
+    p.pipe->Start();
+    p.Write(10);
+    p.system->Pass(60);
+    p.Write(47 * 21 - 11);
+    ASSERT_FALSE(p.Buffering().shrinkRequested);
+    p.Write();
+    ASSERT_TRUE(p.Buffering().shrinkRequested);
+}
+
+TEST(AdaptivePipe, TenCalmSeconds_TakeOneBlockAwayAndNoMore) {
+    Playback p;
+    PlayUntilShrinkIsDue(p);
+    const std::size_t before = p.system->sleeps.size();
+    p.Write();
+    EXPECT_NEAR(
+        std::accumulate(p.system->sleeps.begin() + static_cast<long>(before), p.system->sleeps.end(), 0.0),
+        21.3, 1);  // two blocks
+    EXPECT_EQ(p.Buffering().extraBuffers, 0U);
+    p.Write(47 * 22);
+    EXPECT_EQ(p.Buffering().calmPeriods, 22U);
+    EXPECT_FALSE(p.Buffering().shrinkRequested);
+    p.pipe->Stop();
+    EXPECT_EQ(p.log.lines, "");
+}
+
+TEST(AdaptivePipe, BlocksThatTheCursorsCallFor_AreNeverSpare) {
+    Playback p;
+    p.system->position = 300;  // so that there is a margin of two blocks in spite of the call
+    p.system->cursors = [](std::int64_t at) { return ScriptedCursors{at, at + 1476}; };
+    p.pipe->Start();
+    p.Write(47 * 3);
+    EXPECT_EQ(p.Buffering().extraBuffers, 1U);
+    EXPECT_EQ(p.Buffering().calmPeriods, 0U);
+}
+
+TEST(AdaptivePipe, Underrun_CancelsTheShrinkThatWasDue) {
+    Playback p;
+    PlayUntilShrinkIsDue(p);
+    p.system->Pass(100);
+    p.Write();
+    EXPECT_EQ(p.Buffering().extraBuffers, 2U);
+    p.pipe->Stop();
+    p.pipe->Start();  // what was added stays
+    EXPECT_EQ(p.Buffering().extraBuffers, 2U);
+}
+
+TEST(AdaptivePipe, CursorThatStallsOrJumps_LeavesAWholeStreamBehind) {
+    Playback p(256, 2);
+    p.pipe->Start();
+    p.Write(200);
+    const std::int64_t start = p.system->position;
+    p.system->cursors = [=](std::int64_t at) {  // falls back behind what the output reads, to 900 frames
+        return ScriptedCursors{at - std::min((at - start) / 64, std::int64_t{900}), at};
+    };
+    p.Write(400);
+    EXPECT_EQ(p.Breaks(static_cast<std::size_t>(start) + 67200), 0);
+    p.system->position += 7777;  // more than a ring
+    const std::size_t jump = p.system->played.size();
+    p.Write(400);
+    EXPECT_EQ(p.Breaks(jump + 9600), 0);
+}
+
+const std::pair<platform::Result, const char*> explanations[] = {
+    {0x80004005,
+     "A DirectSound error occurred: An undetermined error occurred inside the DirectSound subsystem."},
+    {0x88780096, "A DirectSound error occurred: The buffer memory has been lost and must be restored."},
+    {0x88781161, "A DirectSound error occurred: The requested object was not found."},
+    {0x12345678, "Unknown error."}};
+
+TEST(DirectSoundException, Texts_AreThosePublishedForTheResults) {
+    std::uint64_t digest = 0xcbf29ce484222325;  // FNV-1a of all of them, one after the other
+    for (const platform::Result code :
+         {0x0878000AU, 0x80004001U, 0x80004002U, 0x80004005U, 0x80040110U, 0x80070005U,
+          0x8007000EU, 0x80070057U, 0x8878000AU, 0x8878001EU, 0x88780032U, 0x88780046U,
+          0x88780064U, 0x88780078U, 0x88780082U, 0x88780096U, 0x887800A0U, 0x887800AAU,
+          0x887800B4U, 0x887800BEU, 0x887800C8U, 0x887800D2U, 0x887800DCU, 0x88781161U})
+        for (const char c : TextOf([&] { audiopipe::directsound::CheckResult(code); }))
+            digest = (digest ^ static_cast<unsigned char>(c)) * 0x100000001b3;
+    EXPECT_EQ(digest, 0x213150759828534fU);
+}
+
+class FailingOperation : public testing::TestWithParam<const char*> {};
+
+TEST_P(FailingOperation, EndsInItsTextWithNothingLeaked) {
+    const std::string operation = GetParam();
+    for (const auto& [code, text] : explanations) {
+        const auto system = std::make_shared<ScriptedSystem>();
+        system->failures[operation] = code;
+        RecordingLog log;
+        EXPECT_EQ(
+            TextOf([&, system] {
+                AdaptiveDirectSoundFramework framework(&log, system);
+                const auto pipe = framework.GetDevice(1)->OpenPipe(&log, 48000, 512, 2, {true, true}, {});
+                pipe->Start();
+                pipe->Write(std::vector<float>(1024).data(), nullptr);
+                pipe->Stop();
+            }),
+            operation == "DirectSoundEnumerateA" ? "Failed to enumerate DirectSound devices." : text);
+        EXPECT_EQ(system->openObjects, 0);
+        EXPECT_TRUE(operation != "Lock" || system->calls["Stop"] == 1);  // by the pipe's end
+        EXPECT_EQ(log.lines, operation == "Stop" ? std::string("E:") + text : "");
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, FailingOperation,
+                         testing::Values("DirectSoundEnumerateA", "DirectSoundCreate8", "SetCooperativeLevel",
+                                         "GetCaps", "GetSpeakerConfig", "CreateSoundBuffer",
+                                         "GetCurrentPosition", "Play", "Stop", "Lock", "Unlock"));
+
+TEST(AdaptiveDevice, SpeakerSetting_NamesTheFormatItsChannelsAndTheirMask) {
+    using F = StandardFormat;
+    const std::tuple<F, std::uint32_t, std::size_t> table[] = {
+        {F::Unknown, 0x3, 2},         {F::HeadphoneStereo, 0x3, 2}, {F::Mono, 0x4, 1},
+        {F::Quad, 0x33, 4},           {F::Stereo, 0x3, 2},          {F::SurroundStereo, 0x107, 2},
+        {F::Surround51, 0x3f, 6},     {F::Surround71Wide, 0xff, 8}, {F::Surround71, 0x63f, 8},
+        {F::Surround51ITU, 0x60f, 6}, {F::Unknown, 0x3, 2}};
+    std::uint32_t config = 0x00140000;  // with an angle
+    for (const auto& [format, mask, channels] : table) {
+        const auto system = std::make_shared<ScriptedSystem>();
+        system->speakerConfig = config++;
+        RecordingLog log;
+        AdaptiveDirectSoundFramework framework(&log, system);
+        const audiopipe::DevicePtr device = framework.GetDevice(0);
+        EXPECT_EQ(device->GetStandardFormat(), format);
+        device->OpenPipe(&log, 48000, 512, 2, std::vector<bool>(channels), {});
+        EXPECT_EQ(system->format.dwChannelMask, mask);
+        EXPECT_EQ(system->format.Format.nChannels, channels);
+    }
+}
+
+TEST(AdaptiveDevice, SampleRates_AreTheLimitsAndWhatALessFixedDriverHasBetween) {
+    Playback p;
+    p.system->caps.dwFlags = 0;
+    const audiopipe::DevicePtr fixed = p.framework.GetDevice(1), continuous = p.framework.GetDevice(0);
+    for (const double rate : {999.5, 1000.4, 95999.5, 96000.5})
+        EXPECT_TRUE(fixed->IsSampleRateSupported(rate));
+    for (const double rate : {999.4, 96000.6, std::nan("")})
+        EXPECT_FALSE(continuous->IsSampleRateSupported(rate));
+    EXPECT_FALSE(fixed->IsSampleRateSupported(48000));
+    EXPECT_TRUE(continuous->IsSampleRateSupported(48000));
+}
+
+TEST(AdaptiveDevice, FailedStart_IsNotTriedAgain) {
+    Playback p;
+    p.system->failures["GetCaps"] = platform::DSERR_NODRIVER;
+    const audiopipe::DevicePtr device = p.framework.GetDevice(1);
+    EXPECT_THROW(device->IsEmulated(), DirectSoundException);
+    p.system->failures.clear();
+    EXPECT_EQ(TextOf([&] { device->GetStandardFormat(); }),
+              "An earlier attempt to initialise this device failed.");
+    EXPECT_EQ(p.system->calls["DirectSoundCreate8"], 2);  // one for either device
+}
+
+TEST(AdaptiveFramework, IsOneOfItsKindAndListsItsDevicesOnce) {
+    Playback p;
+    EXPECT_EQ(TextOf([&] { AdaptiveDirectSoundFramework(&p.log, p.system); }),
+              "The AdaptiveDirectSound framework may only be instantiated once.");
+    EXPECT_EQ(p.framework.GetId() + p.framework.GetName(), "DirectSoundMicrosoft DirectSound");
+    EXPECT_EQ(p.framework.GetDeviceCount(), 2U);
+    EXPECT_EQ(p.framework.GetDevice(1)->id, "SpeakersUSBAudio");
+    EXPECT_EQ(p.framework.GetDevice(1)->index, 1U);
+    EXPECT_EQ(p.system->calls["DirectSoundEnumerateA"], 1);
+}
+
+TEST(ApplicationWindow, IsTheTopOfOursOrTheDesktopOrAFailure) {
+    using audiopipe::directsound::FindApplicationWindow;
+    ScriptedSystem system;
+    system.parents = {{5, 0}, {6, 7}, {7, 8}, {8, 0}, {9, 0}};
+    system.ownWindows = {6, 9};
+    EXPECT_EQ(FindApplicationWindow(system), 8U);
+    system.ownWindows.clear();
+    EXPECT_EQ(FindApplicationWindow(system), 1U);
+    system.desktop = 0;
+    EXPECT_EQ(TextOf([&] { FindApplicationWindow(system); }),
+              "Unable to find the application window handle.");
+}
+
+}  // namespace

@@ -1,0 +1,55 @@
+#include <fstream>
+#include <iostream>
+#include <memory>
+
+#include "commands.h"
+#include "design/layoutreader.h"
+#include "design/libraryassembly.h"
+#include "design/librarywriter.h"
+#include "design/speakerdecoder.h"
+#include "opening.h"
+#include "slib/exception.h"
+
+namespace tool {
+namespace {
+
+constexpr const char* kExamples =
+    R"(The file has a name and a line for each speaker, in the order of the device's channels:
+  name: Attic
+  Front Left:  azimuth 30, distance 2.4, role FrontLeft
+  Front Right: azimuth -30, distance 2.2, role FrontRight
+  Ceiling:     azimuth 0, elevation 80, distance 1.1
+  Back:        x -2, y 0.5, z 0.2
+  Sub:         x 1.5, y 1, type Sub-Woofer, role BassLFE
+Azimuths are degrees to the left of ahead, elevations degrees up, distances and x (ahead), y (left) and z (up) metres.
+
+Example:
+  tessarune-library layout lib/default.afl attic.txt)";
+
+void AddLayout(const std::string& path, const std::string& file) {
+    std::ifstream stream(file);
+    if (!stream) throw slib::OperatingSystemErrnoException("Unable to open '" + file + "'.");
+    const design::SpeakerLayout layout = design::ReadLayout(stream, file);
+    const auto library = OpenToChange(path);
+    RateOf(*library);
+    design::AddSpeakerLayout(layout, design::BaseRates(*library), *library);
+    library->commit();
+    std::cout << "'" << layout.name << "' with " << layout.speakers.size() << " speakers, by";
+    for (const design::SpeakerMethod method : design::MethodsFor(layout))
+        std::cout << " " << design::DescribeMethod(method).tag;
+    std::cout << "\n";
+}
+
+}  // namespace
+
+void AddLayoutCommand(CLI::App& program) {
+    CLI::App* command = program.add_subcommand("layout", "Add a room to a library from a file of speakers.");
+    command->footer(kExamples);
+    const auto path = std::make_shared<std::string>();
+    const auto file = std::make_shared<std::string>();
+    command->add_option("LIBRARY", *path, "The library, .afl or .dfl")->required();
+    command->add_option("FILE", *file, "The speakers")->required()->check(CLI::ExistingFile);
+    command->callback([path, file] { AddLayout(*path, *file); });
+}
+
+}  // namespace tool

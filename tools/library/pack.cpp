@@ -1,0 +1,63 @@
+#include <filesystem>
+#include <iostream>
+#include <map>
+#include <memory>
+
+#include "commands.h"
+#include "design/librarywriter.h"
+#include "opening.h"
+#include "orb3core/pakwriter.h"
+#include "slib/exception.h"
+#include "slib/text.h"
+
+namespace tool {
+namespace {
+
+using orb3::strans::TransformForm;
+
+constexpr const char* kExamples = R"(Examples:
+  tessarune-library pack lib/default.afl plain/default.dfl
+  tessarune-library pack lib/default.afl default.pfl --bits 16)";
+
+const std::map<std::string, TransformForm> kForms{
+    {"8", TransformForm::Compressed8},   {"12", TransformForm::Compressed12},
+    {"16", TransformForm::Compressed16}, {"20", TransformForm::Compressed20},
+    {"24", TransformForm::Compressed24}, {"float", TransformForm::Single}};
+
+struct Options {
+    std::string path, out, bits;
+};
+
+void Pack(const Options& options) {
+    const std::string extension = slib::toUpper(std::filesystem::path(options.out).extension().string());
+    if (extension != ".PFL" && extension != ".AFL" && extension != ".DFL")
+        throw slib::BadDataException("'" + options.out + "' has to end in .dfl, .afl or .pfl.");
+    if (extension != ".PFL" && !options.bits.empty())
+        throw slib::BadDataException("--bits is for libraries in one file; end the name in .pfl.");
+    const LibraryPtr library = OpenToRead(options.path);
+    if (std::filesystem::exists(options.out) && std::filesystem::equivalent(options.path, options.out))
+        throw slib::BadDataException("A library can't be packed into itself. Name another file.");
+    if (extension == ".PFL")
+        orb3::fl::writePAKLibrary(*library, options.out,
+                                  options.bits.empty() ? TransformForm::Single : kForms.at(options.bits));
+    else
+        design::WriteLibrary(
+            options.out, [&](orb3::fl::FormatRegistrar& target) { design::CopyLibrary(*library, target); });
+    std::cout << options.out << ": " << library->getConversionCount() << " conversions\n";
+}
+
+}  // namespace
+
+void AddPackCommand(CLI::App& program) {
+    CLI::App* command =
+        program.add_subcommand("pack", "Write a library in another form: .dfl, .afl or one file, .pfl.");
+    command->footer(kExamples);
+    const auto options = std::make_shared<Options>();
+    command->add_option("PATH", options->path, "The library")->required();
+    command->add_option("OUT", options->out, "Where to; the ending tells the form")->required();
+    command->add_option("--bits", options->bits, "Bits of a sample in a .pfl, or float, the default")
+        ->check(CLI::IsMember({"8", "12", "16", "20", "24", "float"}));
+    command->callback([options] { Pack(*options); });
+}
+
+}  // namespace tool
