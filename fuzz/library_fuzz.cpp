@@ -186,19 +186,19 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static const Folder folder;
     folder.Empty();
     const Input input = Split(std::string(reinterpret_cast<const char*>(data) + 1, size - 1));
-    const std::string& name = folder.name;
     RunSafely([&] {
         switch (data[0] % 5) {
             case 0:
-                return RunDirectoryLibrary(name, input.text, false, input.transform);
+                return RunDirectoryLibrary(folder.name, input.text, false, input.transform);
             case 1:
-                return RunDirectoryLibrary(name, input.bytes, true, "");
+                return RunDirectoryLibrary(folder.name, input.bytes, true, "");
             case 2:
-                return RunPAKLibrary(name, input.bytes);
+                return RunPAKLibrary(folder.name, input.bytes);
             case 3:
-                return RunDirectoryLibrary(name, fl::PackDescription(input.text), true, input.transform);
+                return RunDirectoryLibrary(folder.name, fl::PackDescription(input.text), true,
+                                           input.transform);
             default:
-                return RunPAKLibrary(name, MakePAK(input));
+                return RunPAKLibrary(folder.name, MakePAK(input));
         }
     });
     return 0;
