@@ -21,7 +21,6 @@ namespace design {
 namespace {
 
 using orb3::fl::Conversion;
-using orb3::fl::ConversionTag;
 using orb3::fl::Format;
 using orb3::fl::FormatRegistrar;
 using orb3::fl::Priority;
