@@ -92,7 +92,7 @@ bool DirectoryBasedFormatLibrarian::hasPendingData() const {
 
 void DirectoryBasedFormatLibrarian::commit() {
     const slib::Lock lock(mutex);
-    if (!hasPendingData()) return;
+    if (!DirectoryBasedFormatLibrarian::hasPendingData()) return;
     if (hasCache) slib::createDirectories(cacheDirectory);
     const LibraryLock libraryLock(Target());
     MergeStored();

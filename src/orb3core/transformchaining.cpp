@@ -83,11 +83,10 @@ FrequencyDomainTransform chain(const FrequencyDomainTransform& first,
                                const FrequencyDomainTransform& second) {
     CheckChain(first, second);
     const std::uint32_t bins = BinsOf(first);
+    const std::uint32_t length = std::max(LengthOf(bins), 1U);  // CheckChain has refused 0
     const std::uint64_t start = std::uint64_t{first.start} + second.start;
-    FrequencyDomainTransform result{first.sampleRate,
-                                    static_cast<std::uint32_t>(start % LengthOf(bins)),
-                                    first.width - 1 + second.width,
-                                    {}};
+    FrequencyDomainTransform result{
+        first.sampleRate, static_cast<std::uint32_t>(start % length), first.width - 1 + second.width, {}};
     result.impulses.resize(first.impulses.rows, second.impulses.columns);
     for (std::uint32_t row = 0; row < result.impulses.rows; ++row)
         for (std::uint32_t column = 0; column < result.impulses.columns; ++column) {

@@ -18,7 +18,7 @@ namespace {
 using std::filesystem::path;
 
 constexpr off_t greatestFile = off_t{64} << 20;
-constexpr auto greatestWait = std::chrono::seconds(10);
+constexpr auto greatestWait = std::chrono::seconds(5);
 
 // Closes a descriptor at the end of a scope, or before.
 class Descriptor {

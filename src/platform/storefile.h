@@ -23,7 +23,7 @@ bool ReplaceStoreFile(const std::filesystem::path& file, const std::string& cont
 /// lives. The lock stands beside the file as "store.conf.lock" and is gone with the process that held it.
 class StoreFileLock {
 public:
-    /// Makes missing folders. Waits at most ten seconds for other holders, in turn.
+    /// Makes missing folders. Waits at most five seconds for other holders, in turn.
     explicit StoreFileLock(const std::filesystem::path& file);
     ~StoreFileLock();
     StoreFileLock(const StoreFileLock&) = delete;

@@ -28,7 +28,7 @@ struct Options {
 
 std::string HeadOf(const Options& options) {
     if (options.hasNoSofa) return "";
-    const std::string head = HeadFile(options.sofa);
+    std::string head = HeadFile(options.sofa);
     if (!head.empty()) return head;
     throw slib::BadDataException(std::string("There is no '") + kSystemHead +
                                  "'. Name a measured head with --sofa FILE, or build without one by "

@@ -320,9 +320,10 @@ std::uint32_t FourierFactorCount(std::uint32_t size) {
 void FillFourierFactors(std::uint32_t size, float* factors) {
     ForEachRotatingPass(size, [&](std::uint32_t n, std::uint32_t repeats) {
         const std::uint32_t count = n / 4 * repeats;
-        for (std::uint32_t k = 1; k < 4; ++k, factors += 2 * count) {
+        for (std::uint32_t k = 1; k < 4; ++k, factors += std::size_t{2} * count) {
             for (std::uint32_t i = 0; i < count; ++i) {
-                const double angle = -2 * std::numbers::pi * k * (i / repeats) / n;
+                const std::uint32_t turn = i / repeats;
+                const double angle = -2 * std::numbers::pi * k * turn / n;
                 factors[i] = static_cast<float>(std::cos(angle));
                 factors[count + i] = static_cast<float>(std::sin(angle));
             }
