@@ -3,7 +3,7 @@
 // by its recursion, and the plainest first-order loop, one multiply and one add after the other, stands for
 // that.
 
-#include "goal/filterstage.h"
+#include "goal/fx/filterstage.h"
 
 #include <benchmark/benchmark.h>
 

@@ -19,7 +19,9 @@
 
 #include "goal/buffer.h"
 #include "goal/converterstate.h"
+#include "goal/fx/basis.h"
 #include "goal/fx/effectprocessorparameters.h"
+#include "goal/fx/filterstate.h"
 #include "goal/indexset.h"
 #include "numeric/genericvector.h"
 #include "slib/smartptr.h"
@@ -38,7 +40,6 @@ namespace goal {
 
 class SampleRateConverter;
 
-using Vector3 = std::array<float, 3>;
 using EffectParametersPtr = slib::SmartPtr<EffectProcessorParameters, slib::Counter>;
 using BufferQueue = hcml::GenericVector<Buffer*, 1>;
 
@@ -56,15 +57,6 @@ struct GlobalParameters {
     Vector3 listenerAt{0, 0, -1};
     Vector3 listenerUp{0, 1, 0};
     float metersPerUnit = 1;
-};
-
-/// The values of a filter object, or of a source's copy of one. Gains are linear, 0 to 1.
-struct FilterParameters {
-    std::int32_t type = 0;   ///< 0 none, 1 low-pass, 2 high-pass, 3 band-pass
-    std::int32_t order = 0;  ///< 0: the context's default order
-    float gain = 1;
-    float gainHF = 1;
-    float gainLF = 1;
 };
 
 struct FilterParametersWithDeletedFlag : FilterParameters {
@@ -147,18 +139,6 @@ struct AuxSlotParameters {
 struct EffectParameters {
     EffectParametersPtr parameters;  ///< null for AL_EFFECT_NULL
     bool deleted = false;
-};
-
-/// What the renderer keeps about one path of a source, direct or send, from block to block.
-struct SourceFilterState {
-    std::int32_t channelCount = -1;  ///< -1: not used yet
-    float gain = 1;                  ///< the gains reached so far
-    float gainHF = 1;
-    float gainLF = 1;
-    /// Per channel two values of the high and two of the low section, as the filter stage keeps them.
-    std::array<std::array<float, 4>, 8> memory{};
-    std::array<float, 25> coefficients{};  ///< the gains last used per spatial channel
-    bool coefficientsValid = false;        ///< false: the next mix takes the new gains at once
 };
 
 /// What the renderer keeps about a source from block to block.

@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "goal/sectionbatch.h"
+#include "goal/fx/sectionbatch.h"
 #include "numeric/bus.h"
 #include "numeric/floattuplevector.h"
 

@@ -6,9 +6,9 @@
 #include <numbers>
 #include <utility>
 
-#include "goal/antidenormal.h"
 #include "goal/bformatrotation.h"
-#include "goal/filterstage.h"
+#include "goal/fx/antidenormal.h"
+#include "goal/fx/filterstage.h"
 #include "goal/stereopan.h"
 #include "numeric/kernels/mixkernel.h"
 #include "slib/exception.h"

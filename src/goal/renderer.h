@@ -13,8 +13,8 @@
 #include <map>
 #include <memory>
 
-#include "goal/filtergaintables.h"
-#include "goal/gainramp.h"
+#include "goal/fx/filtergaintables.h"
+#include "goal/fx/gainramp.h"
 #include "goal/machinery.h"
 #include "goal/mixbatch.h"
 #include "goal/sendstage.h"

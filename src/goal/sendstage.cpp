@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "goal/antidenormal.h"
-#include "goal/filterstage.h"
+#include "goal/fx/antidenormal.h"
+#include "goal/fx/filterstage.h"
 #include "goal/fx/reverbparameters.h"
 #include "goal/mixbatch.h"
 

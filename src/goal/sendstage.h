@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "goal/enginestate.h"
-#include "goal/filtergaintables.h"
 #include "goal/fx/effecttypes.h"
+#include "goal/fx/filtergaintables.h"
 #include "goal/sourcegeometry.h"
 #include "numeric/bus.h"
 #include "numeric/floattuplevector.h"

@@ -15,17 +15,10 @@
 #include <cstdint>
 
 #include "goal/enginestate.h"
+#include "goal/fx/basis.h"
 #include "goal/sourceradiustable.h"
 
 namespace goal {
-
-/// How a listener, or a source of several channels, is turned: unit vectors in the axes of the scene, each
-/// perpendicular to the others. Forward is -back.
-struct Basis {
-    Vector3 right{1, 0, 0};
-    Vector3 up{0, 1, 0};
-    Vector3 back{0, 0, 1};
-};
 
 /// The basis of an AL_ORIENTATION: `at` is forward, and `up` is made perpendicular to it. Neither need have
 /// length 1. An `at` that is zero or not finite counts as (0, 0, -1); an `up` that is so, or parallel to

@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "goal/fx/effectprocessorparameters.h"
+#include "goal/fx/effectprocessorstate.h"
 #include "slib/smartptr.h"
 
 namespace goal {
@@ -19,13 +20,6 @@ std::unique_ptr<EffectProcessorParameters> MakeEffectParameters(std::int32_t typ
 /// stay as they are. False, with nothing changed, for a type that isn't supported. Throws std::bad_alloc and
 /// then changes nothing.
 bool SetEffectType(slib::SmartPtr<EffectProcessorParameters, slib::Counter>& holder, std::int32_t type);
-
-/// What an effect takes in.
-enum class EffectInput : std::int32_t {
-    Mono = 0,    ///< one channel: the sources' signals
-    Reverb = 1,  ///< the same in channel 0, and with directional early reflections the axes in 1 to 3
-    Field = 2,   ///< all channels of the spatial bus
-};
 
 /// The input of an effect by its AL type; Mono for a type that there is none of.
 EffectInput InputOf(std::int32_t type);

@@ -7,7 +7,7 @@
 #include <array>
 #include <cstdint>
 
-#include "goal/enginestate.h"
+#include "goal/fx/filterstate.h"
 #include "numeric/kernels/firstorderkernel.h"
 
 namespace goal {

@@ -1,4 +1,4 @@
-#include "goal/filterstage.h"
+#include "goal/fx/filterstage.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "goal/gainramp.h"
+#include "goal/fx/gainramp.h"
 
 #include <algorithm>
 #include <cassert>

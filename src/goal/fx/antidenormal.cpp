@@ -1,4 +1,4 @@
-#include "goal/antidenormal.h"
+#include "goal/fx/antidenormal.h"
 
 #include <cstddef>
 

@@ -1,10 +1,10 @@
-#include "goal/filterstage.h"
+#include "goal/fx/filterstage.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
 
-#include "goal/antidenormal.h"
+#include "goal/fx/antidenormal.h"
 #include "slib/exception.h"
 
 namespace goal {

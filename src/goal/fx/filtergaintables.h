@@ -8,7 +8,7 @@
 #include <array>
 #include <cstdint>
 
-#include "goal/gainramp.h"
+#include "goal/fx/gainramp.h"
 
 namespace goal {
 

@@ -11,9 +11,9 @@
 
 #include <cstdint>
 
-#include "goal/enginestate.h"
-#include "goal/filtergaintables.h"
-#include "goal/sectionbatch.h"
+#include "goal/fx/filtergaintables.h"
+#include "goal/fx/filterstate.h"
+#include "goal/fx/sectionbatch.h"
 #include "numeric/bus.h"
 #include "numeric/floattuplevector.h"
 

@@ -1,8 +1,8 @@
-#include "goal/sectionbatch.h"
+#include "goal/fx/sectionbatch.h"
 
 #include <algorithm>
 
-#include "goal/antidenormal.h"
+#include "goal/fx/antidenormal.h"
 
 namespace goal {
 

@@ -1,4 +1,4 @@
-#include "goal/gainramp.h"
+#include "goal/fx/gainramp.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include <numeric>
 #include <vector>
 
-#include "goal/antidenormal.h"
+#include "goal/fx/antidenormal.h"
 
 namespace goal {
 namespace {

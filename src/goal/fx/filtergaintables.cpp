@@ -1,4 +1,4 @@
-#include "goal/filtergaintables.h"
+#include "goal/fx/filtergaintables.h"
 
 #include <algorithm>
 #include <cmath>

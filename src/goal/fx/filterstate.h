@@ -1,0 +1,32 @@
+#pragma once
+
+// A filter as a game sets it, and what the filter stage remembers about a path that runs through one. Plain
+// records; they cross from the application's side to the server's thread by copy.
+
+#include <array>
+#include <cstdint>
+
+namespace goal {
+
+/// The values of a filter object, or of a source's copy of one. Gains are linear, 0 to 1.
+struct FilterParameters {
+    std::int32_t type = 0;   ///< 0 none, 1 low-pass, 2 high-pass, 3 band-pass
+    std::int32_t order = 0;  ///< 0: the context's default order
+    float gain = 1;
+    float gainHF = 1;
+    float gainLF = 1;
+};
+
+/// What the renderer keeps about one path of a source, direct or send, from block to block.
+struct SourceFilterState {
+    std::int32_t channelCount = -1;  ///< -1: not used yet
+    float gain = 1;                  ///< the gains reached so far
+    float gainHF = 1;
+    float gainLF = 1;
+    /// Per channel two values of the high and two of the low section, as the filter stage keeps them.
+    std::array<std::array<float, 4>, 8> memory{};
+    std::array<float, 25> coefficients{};  ///< the gains last used per spatial channel
+    bool coefficientsValid = false;        ///< false: the next mix takes the new gains at once
+};
+
+}  // namespace goal
