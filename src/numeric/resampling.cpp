@@ -6,15 +6,13 @@
 #include <string>
 #include <utility>
 
-#include "numeric/firfilter.h"
 #include "slib/exception.h"
 #include "slib/text.h"
 
 namespace hcml {
 namespace {
 
-constexpr std::uint32_t minimumBlock = 10000;  // samples; long, for throughput
-constexpr double greatestDelay = 1 << 28;      // samples; beyond it no transform holds the taps
+constexpr double greatestDelay = 1 << 24;  // samples; twice as many taps, which take 134 MB
 
 std::uint32_t WholeRate(double rate) {
     const double rounded = rate + 0.5;
@@ -48,38 +46,31 @@ VectorResampler::VectorResampler(double oldRate, double newRate, double transiti
             "The sinc cutoff is not positive. Please increase the sinc truncation.");
     const double raisedRate = oldRate * up;
     delay = DelayFor(raisedRate, transition);
-    FIRFilter lowPass;
     lowPass.inverseRate = static_cast<float>(1 / raisedRate);
     lowPass.window = FIRFilter::blackman;
     lowPass.order = static_cast<std::int32_t>(2 * delay);
     designLowPass(lowPass, static_cast<float>(cutoff));
-    filter.setFilter(lowPass.taps, minimumBlock);
 }
 
-void VectorResampler::process(const GenericVector<float, 1>& input, GenericVector<float, 1>& output) {
+// The output at `time`, in samples of the raised rate, where input sample n stands at n * up.
+float VectorResampler::SampleAt(std::uint64_t time, const GenericVector<float, 1>& input) const {
+    const std::uint64_t latest = time + delay;  // what meets the first tap
+    const std::uint64_t first = time > delay ? (time - delay + up - 1) / up : 0;
+    const std::uint64_t end = std::min<std::uint64_t>(latest / up + 1, input.size);
+    double sum = 0;
+    for (std::uint64_t n = first; n < end; ++n)
+        sum += static_cast<double>(lowPass.taps[static_cast<std::uint32_t>(latest - n * up)]) *
+               static_cast<double>(input[static_cast<std::uint32_t>(n)]);
+    return static_cast<float>(sum * up);
+}
+
+void VectorResampler::process(const GenericVector<float, 1>& input, GenericVector<float, 1>& output) const {
     const std::uint64_t raised = std::uint64_t{input.size} * up;
     const std::uint64_t count = (raised + down - 1) / down;
     if (count > std::numeric_limits<std::uint32_t>::max()) throw slib::OutOfMemoryException();
     GenericVector<float, 1> resampled(static_cast<std::uint32_t>(count));
-    filter.FIRFastConvolver::reset();
-    filter.reset();
-    const std::uint64_t skip = std::uint64_t{delay} + filter.blockLength;
-    std::uint64_t nextInput = 0;
-    std::uint64_t nextOutput = skip;
-    std::uint32_t taken = 0;
-    std::uint32_t given = 0;
-    for (std::uint64_t step = 0; given < count; ++step) {
-        float x = 0;
-        if (step == nextInput && taken < input.size) {
-            x = input[taken++] * static_cast<float>(up);
-            nextInput += up;
-        }
-        const float y = filter.filterSample(x);
-        if (step == nextOutput) {
-            resampled[given++] = y;
-            nextOutput += down;
-        }
-    }
+    for (std::uint32_t m = 0; m < resampled.size; ++m)
+        resampled[m] = SampleAt(std::uint64_t{m} * down, input);
     output = std::move(resampled);
 }
 

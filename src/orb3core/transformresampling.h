@@ -1,7 +1,7 @@
 #pragma once
 
 // Moves a transform to the sample rate of the device when none is stored for it. For the format library, on
-// the thread that asks for the transform; takes some ten milliseconds for each dozen responses.
+// the thread that asks for the transform.
 
 #include "orb3core/timedomaintransform.h"
 

@@ -71,7 +71,7 @@ INSTANTIATE_TEST_SUITE_P(Rates, Resample,
                          testing::Values(Case{44100, 0, 512, 0}, Case{44100, 1024 - 20, 512, 0.375},
                                          Case{44100, 160, 512, 0}, Case{88200, 1024 - 200, 824, -0.5},
                                          Case{96000, 1024 - 77, 512, 0}, Case{192000, 1024 - 77, 512, 0},
-                                         Case{48000, 1024 - 77, 512, 0}));
+                                         Case{48000, 1024 - 77, 512, 0}, Case{44099, 0, 512, 0}));
 
 TEST(Resample, OverATransitionThatLeavesNothing_Throws) {
     Transform transform = Noise(0, 512);

@@ -1,0 +1,67 @@
+#include "numeric/resampling.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <random>
+#include <tuple>
+
+#include "numeric/fastconvolver.h"
+#include "numeric/firfilter.h"
+
+namespace hcml {
+namespace {
+
+constexpr double transition = 1000;
+
+GenericVector<float, 1> Noise(std::uint32_t size) {
+    GenericVector<float, 1> noise(size);
+    std::minstd_rand random(1);
+    for (float& sample : noise)
+        sample = static_cast<float>(random()) / 1e9F - 1;
+    return noise;
+}
+
+// The low-pass between two rates, and where sample 0 of the input comes out of it.
+FIRFilter LowPass(double from, double to, double raised) {
+    FIRFilter filter;
+    filter.window = FIRFilter::blackman;
+    filter.inverseRate = static_cast<float>(1 / raised);
+    filter.order = 2 * static_cast<std::int32_t>(2 * raised / transition + 0.5);
+    designLowPass(filter, static_cast<float>(std::min(from, to) / 2 - transition));
+    return filter;
+}
+
+class ResampleVector : public testing::TestWithParam<std::tuple<double, double, unsigned, unsigned>> {};
+
+// Zeros between the samples, one long convolution, and every down-th of what it gives.
+TEST_P(ResampleVector, GivesWhatTheWholeFilterAtTheRaisedRateGives) {
+    const auto [from, to, up, down] = GetParam();
+    const GenericVector<float, 1> input = Noise(400);
+    const FIRFilter lowPass = LowPass(from, to, from * up);
+    const auto delay = static_cast<std::uint32_t>(lowPass.order) / 2;
+    FIRFastConvolver convolver;
+    convolver.setFilter(lowPass.taps, input.size * up + 2 * delay);
+    GenericVector<float, 1> raised(input.size * up + delay);
+    raised.fill(0);
+    for (std::uint32_t n = 0; n < input.size; ++n)
+        raised[n * up] = input[n] * static_cast<float>(up);
+    convolver.process(raised, raised);
+
+    GenericVector<float, 1> output;
+    resampleVector(input, output, from, to, transition);
+    ASSERT_EQ(output.size, (input.size * up + down - 1) / down);
+    for (std::uint32_t m = 0; m < output.size; ++m)
+        ASSERT_NEAR(output[m], raised[m * down + delay], 2e-5) << m;
+}
+
+INSTANTIATE_TEST_SUITE_P(Rates, ResampleVector,
+                         testing::Values(std::tuple{48000, 44100, 147, 160},
+                                         std::tuple{44100, 48000, 160, 147}, std::tuple{48000, 96000, 2, 1},
+                                         std::tuple{96000, 32000, 1, 3}, std::tuple{48000, 48000, 1, 1},
+                                         std::tuple{9001, 8999, 8999, 9001}));
+
+}  // namespace
+}  // namespace hcml
