@@ -4,25 +4,19 @@
 
 #include <algorithm>
 #include <chrono>
-#include <filesystem>
-#include <fstream>
 #include <vector>
 
 #include "AL/tessarune.h"
 #include "slib/mutex.h"
+#include "temporaryfolder.h"
 
 namespace {
 
-// A context with 255 sources that play in a loop, in a store of its own.
+// A context with 255 sources that play in a loop, in a store of its own that plays into silence.
 class Game {
 public:
     Game() {
-        const std::filesystem::path folder = std::filesystem::temp_directory_path() / "tessarune-calls-bench";
-        std::filesystem::create_directories(folder / "HollowbrookLabs");
-        std::ofstream(folder / "HollowbrookLabs" / "store.conf")
-            << "[Formats]\nAFL=" << folder.string() << "\n";
-        setenv("XDG_CONFIG_HOME", folder.c_str(), 1);
-        setenv("XDG_CONFIG_DIRS", folder.c_str(), 1);
+        store.ChooseSilence();
         context = alcCreateContext(alcOpenDevice(nullptr), nullptr);
         alcMakeContextCurrent(context);
         const std::vector<ALshort> samples(48000);
@@ -43,6 +37,7 @@ public:
     Game(const Game&) = delete;
     Game& operator=(const Game&) = delete;
 
+    testing_support::TemporaryStore store;
     ALCcontext* context;
     ALuint buffer = 0;
     std::vector<ALuint> sources;

@@ -10,6 +10,7 @@
 
 #include "goal/renderoutput.h"
 #include "orb3core/configuration.h"
+#include "orb3core/outputsetup.h"
 #include "orb3core/timedomaintransform.h"
 #include "pipe/pipe.h"
 #include "slib/log.h"
@@ -18,11 +19,7 @@ namespace goal {
 
 struct RenderSnapshot;
 
-/// One output channel that takes a dedicated signal, and its linear gain.
-struct DedicatedOutput {
-    std::uint32_t channel = 0;
-    float gain = 1;
-};
+using orb3::DedicatedOutput;
 
 /// Renders the sources and effects of a snapshot, block by block.
 class BlockRenderer {
@@ -48,6 +45,7 @@ struct SetUpRequest {
 
 /// An output that is set up: the open pipe, and the transform that its decoder will run.
 struct OutputSetUp {
+    orb3::Frameworks frameworks;  ///< what the pipe is of; outlives it
     audiopipe::PipePtr pipe;
     orb3::strans::TimeDomainTransform<float, 1> transform;  ///< its inputs on the format library's channels
     std::string formatName;

@@ -22,6 +22,7 @@ struct Library<float> {
     static constexpr auto Free = fftwf_free;
     static constexpr auto Execute = fftwf_execute;
     static constexpr auto DestroyPlan = fftwf_destroy_plan;
+    static constexpr auto CleanUp = fftwf_cleanup;
     static constexpr auto PlanForward = fftwf_plan_dft_r2c_1d;
     static constexpr auto PlanInverse = fftwf_plan_dft_c2r_1d;
     using Complex = fftwf_complex;
@@ -33,6 +34,7 @@ struct Library<double> {
     static constexpr auto Free = fftw_free;
     static constexpr auto Execute = fftw_execute;
     static constexpr auto DestroyPlan = fftw_destroy_plan;
+    static constexpr auto CleanUp = fftw_cleanup;
     static constexpr auto PlanForward = fftw_plan_dft_r2c_1d;
     static constexpr auto PlanInverse = fftw_plan_dft_c2r_1d;
     using Complex = fftw_complex;
@@ -46,6 +48,12 @@ template <typename T>
 slib::Mutex& PlanningLock() {
     static slib::NoDestroy<slib::Mutex> mutex;
     return *mutex;
+}
+
+template <typename T>
+void ReleasePlans() {
+    const slib::Lock lock(PlanningLock<T>());
+    Library<T>::CleanUp();
 }
 
 template <typename Value>
@@ -156,5 +164,10 @@ void DFT<T>::inverseSplit(const T* real, const T* imaginary, T* destination) {
 
 template class DFT<float>;
 template class DFT<double>;
+
+void ReleasePlanningMemory() {
+    ReleasePlans<float>();
+    ReleasePlans<double>();
+}
 
 }  // namespace hcml

@@ -77,4 +77,8 @@ private:
 extern template class DFT<float>;
 extern template class DFT<double>;
 
+/// Gives back what planning keeps from one transform to the next. Called when no transform has a size, as the
+/// process or this library ends; from any thread.
+void ReleasePlanningMemory();
+
 }  // namespace hcml

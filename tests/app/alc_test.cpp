@@ -59,6 +59,8 @@ protected:
         return data[0];
     }
 
+    void SetUp() override { store.ChooseSilence(); }
+
     bool LogHas(const std::string& text) {
         std::ifstream file(store.UserFile());
         return std::string(std::istreambuf_iterator<char>(file), {}).find(text) != std::string::npos;
@@ -90,7 +92,7 @@ TEST_F(AlcCalls, CreateContext_AfterAFailedStart_Succeeds) {
     EXPECT_EQ(alcGetError(device), ALC_INVALID_VALUE);
     EXPECT_TRUE(LogHas("Tessarune: Exception: No format library is configured."));
     EXPECT_EQ(alcCloseDevice(device), ALC_TRUE);
-    std::ofstream(store.MachineFile()) << "[Formats]\nUFL=" << store.folder.path.string() << "\n";
+    std::ofstream(store.MachineFile()) << "[Formats]\nUFL=" << store.FormatLibrary().string() << "\n";
     EXPECT_NE(Create(), nullptr);
 }
 

@@ -197,6 +197,7 @@ const std::map<std::string, std::function<void(const char*)>> modes{
 int main(int argumentCount, char** arguments) {
     Check(argumentCount == 3 && modes.contains(arguments[1]), "Usage: life MODE LIBRARY");
     store = new testing_support::TemporaryStore;
+    store->ChooseSilence();
     std::atexit(
         [] { std::filesystem::remove_all(std::filesystem::path(getenv("XDG_CONFIG_DIRS")).parent_path()); });
     CheckNoThreadIsLeft();  // counts what there is without the library

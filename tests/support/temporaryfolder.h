@@ -29,23 +29,36 @@ public:
     std::filesystem::path path;
 };
 
-/// Both scopes of this process's store in an empty folder. The machine scope names a format library that
-/// exists.
+/// Both scopes of this process's store, and its cache, in an empty folder. The machine scope names the format
+/// library of the build tree, which this program lies in.
 class TemporaryStore {
 public:
     TemporaryStore() {
         setenv("XDG_CONFIG_HOME", (folder.path / "user").c_str(), 1);
         setenv("XDG_CONFIG_DIRS", (folder.path / "machine").c_str(), 1);
-        std::filesystem::create_directories(MachineFile().parent_path());
-        std::ofstream(MachineFile()) << "[Formats]\nAFL=" << folder.path.string() << "\n";
+        setenv("XDG_CACHE_HOME", (folder.path / "cache").c_str(), 1);
+        Write(MachineFile(), "[Formats]\nAFL=" + FormatLibrary().string() + "\n");
     }
+
+    /// From now on a context plays into silence, at the pace of the clock.
+    void ChooseSilence() const { Write(UserFile(), "[Platform]\nOutput=Silent\n"); }
 
     std::filesystem::path UserFile() const { return folder.path / "user" / "HollowbrookLabs" / "store.conf"; }
     std::filesystem::path MachineFile() const {
         return folder.path / "machine" / "HollowbrookLabs" / "store.conf";
     }
+    static std::filesystem::path FormatLibrary() {
+        const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe");
+        return program.parent_path().parent_path() / "share" / "tessarune" / "Tessarune.afl";
+    }
 
     TemporaryFolder folder;
+
+private:
+    static void Write(const std::filesystem::path& file, const std::string& text) {
+        std::filesystem::create_directories(file.parent_path());
+        std::ofstream(file) << text;
+    }
 };
 
 }  // namespace testing_support

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include "numeric/dft.h"
 #include "orb3core/configstore.h"
 #include "slib/nodestroy.h"
 #include "slib/task.h"
@@ -76,6 +77,7 @@ void Process::ShutDown() {
     currentContext = nullptr;
     apiLock.Release();
     DestroyContext(*this, context);
+    hcml::ReleasePlanningMemory();
 
     const slib::Lock secondApiLock(engine.apiMutex);
     engine.device.bufferPool.Clear();

@@ -9,7 +9,7 @@
 
 #include "goal/context.h"
 #include "goal/engine.h"
-#include "goal/silentmachinery.h"
+#include "goal/outputmachinery.h"
 #include "orb3core/registrylog.h"
 
 namespace goal {
@@ -34,7 +34,7 @@ struct Process {
     Process();
 
     ggui::RegistryLog log;
-    SilentMachinery machinery;
+    OutputMachinery machinery;
     Engine engine;
     Context* currentContext = nullptr;
     ErrorSlot alcError;

@@ -1,7 +1,7 @@
 #pragma once
 
-// A run without an output: the scene is rendered at the rate asked for, at the pace of the monotonic clock,
-// and nobody hears it. A game runs on it as it would with sound, block by block.
+// The real machinery of a run: the format library on disk, the output of the machine as its settings choose
+// it, and the renderer. One for the process; used by the server on its thread.
 
 #include <memory>
 #include <string>
@@ -10,9 +10,8 @@
 
 namespace goal {
 
-class SilentMachinery : public Machinery {
+class OutputMachinery : public Machinery {
 public:
-    /// Throws slib::BadDataException when nothing exists at `path`.
     std::unique_ptr<FormatLibrary> OpenFormatLibrary(const std::string& path, slib::Log* log) override;
     OutputSetUp SetUp(const SetUpRequest& request, slib::Log* activeLog, slib::Log* fullLog,
                       orb3::Configuration& configuration, FormatLibrary& library) override;

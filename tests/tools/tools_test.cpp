@@ -1,0 +1,345 @@
+// The programs for people, run as people run them, with a store of their own.
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <future>
+#include <iterator>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "orb3core/configstore.h"
+#include "orb3core/registrylog.h"
+#include "slib/sxml.h"
+#include "support/logring.h"
+#include "temporaryfolder.h"
+
+namespace {
+
+using std::filesystem::path;
+using Words = std::vector<std::string>;
+
+const path& Tree() {
+    static const path tree = std::filesystem::canonical("/proc/self/exe").parent_path().parent_path();
+    return tree;
+}
+
+std::string Content(const path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+bool Contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+struct Outcome {
+    int status;
+    std::string out, error;
+};
+
+// Each test has a store of its own, whose machine scope is the tree's, and no sound.
+class Tools : public testing::Test {
+protected:
+    Tools() {
+        setenv("XDG_CONFIG_HOME", folder.path.c_str(), 1);
+        setenv("XDG_CONFIG_DIRS", (folder.path / "none").c_str(), 1);
+        store.Write("/Platform/Output", "Silent");
+    }
+
+    Outcome Run(const std::string& program, const Words& words, const std::string& prefix = "") const {
+        std::string line = prefix + (Tree() / "bin" / program).string();
+        for (const std::string& word : words)
+            line += " '" + word + "'";
+        const path out = folder.path / "out", error = folder.path / "error";
+        const int status = std::system((line + " >" + out.string() + " 2>" + error.string()).c_str());
+        return {WEXITSTATUS(status), Content(out), Content(error)};
+    }
+    Outcome Config(const Words& words) const { return Run("tessarune-config", words); }
+    std::string Document() const { return store.Read("/Speakers/Configuration", ""); }
+
+    testing_support::TemporaryFolder folder;
+    const orb3::ConfigStore store{orb3::storeRoot, orb3::ConfigStore::Scope::User};
+};
+
+struct SettingCase {
+    std::string name, given, stored, bad, range;
+};
+
+// `stored` is also what is read back, but for "Auto", which is stored as nothing.
+const std::vector<SettingCase> settings{
+    {"Gain", "0.25", "0.25", "-1", "0 or more"},
+    {"Order", "2", "2", "5", "1 to 4"},
+    {"EffectsQuality", "high", "High", "Best", "Low, Medium or High"},
+    {"SRC", "sincmedium", "SincMedium", "Sinc", "SincHigh"},
+    {"DefaultSampleRate", "44100", "44100", "900", "1000 to 192000"},
+    {"IgnoreGameSampleRate", "yes", "True", "2", "True or False"},
+    {"SuggestedBufferLength", "64", "64", "63", "64 or more"},
+    {"SuggestedBufferCount", "1", "1", "0", "1 or more"},
+    {"DefaultFilterOrder", "2", "2", "1.5", "1 to 2"},
+    {"UseParallelDecoder", "1", "True", "", "True or False"},
+    {"MeasureOutputPeak", "off", "False", "Tru", "True or False"},
+    {"OnlyOneReverb", "TRUE", "True", "x", "True or False"},
+    {"IsSuspendSupported", "False", "False", "x", "True or False"},
+    {"IsLoggingVerbose", "on", "True", "x", "True or False"},
+    {"MasqueradeAsGenericSoftware", "True", "True", "x", "True or False"},
+    {"MasqueradeAsGenericHardware", "True", "True", "x", "True or False"},
+    {"ReleaseASIOInBackground", "True", "True", "x", "True or False"},
+    {"UseDirectSoundAutoselect", "no", "False", "x", "True or False"},
+    {"Output", "auto", "", "Loud", "Silent or WaveFile"},
+    {"WaveFile", "/usr/../usr/a b.wav", "/usr/a b.wav", "/no/such/folder/a.wav", "folder that exists"},
+    {"SpeakerSetting", "surround 5.1 (itu)", "Surround 5.1 (ITU)", "Unknown", "Surround 7.1"},
+    {"AudioRenderer.Gain", "2", "2", "1e999", "0 or more"},
+    {"AudioRenderer.SuggestedBufferLength", "2147483647", "2147483647", "2147483648", "64 or more"},
+    {"AudioRenderer.SuggestedBufferCount", "7", "7", "7 blocks", "1 or more"},
+    {"AudioRenderer.IsLoggingVerbose", "True", "True", "x", "True or False"},
+    {"AudioRenderer.MeasureOutputPeak", "False", "False", "x", "True or False"},
+    {"AudioRenderer.UseParallelDecoder", "False", "False", "x", "True or False"}};
+
+class EverySetting : public Tools, public testing::WithParamInterface<SettingCase> {
+protected:
+    // Where the library looks for it.
+    std::string Stored(const std::string& name) const {
+        const std::size_t dot = name.find('.');
+        if (dot != std::string::npos)
+            return slib::SXMLNode(Document()).GetChild("AudioRenderer").GetAttribute(name.substr(dot + 1));
+        if (name == "Output" || name == "WaveFile" || name == "SpeakerSetting")
+            return store.Read("/Platform/" + name, "?");
+        const slib::SXMLNode document(Document());
+        return (name == "UseDirectSoundAutoselect" ? document : document.GetChild("Tessarune"))
+            .GetAttribute(name);
+    }
+};
+
+TEST_P(EverySetting, IsStoredAndReadBackAndRefusedOutOfItsRange) {
+    const SettingCase& c = GetParam();
+    EXPECT_EQ(Config({"set", c.name, c.given}).status, 0);
+    EXPECT_EQ(Stored(c.name), c.stored);
+    EXPECT_EQ(Config({"get", c.name}).out, (c.stored.empty() ? "Auto" : c.stored) + "\n");
+    const Outcome refused = Config({"set", c.name, c.bad});
+    EXPECT_EQ(refused.status, 2);
+    EXPECT_TRUE(Contains(refused.error, c.range) && Contains(refused.error, c.name)) << refused.error;
+    EXPECT_EQ(Stored(c.name), c.stored);
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, EverySetting, testing::ValuesIn(settings));
+
+TEST_F(Tools, Get_WithoutAName_ListsTheSettingsOfTheTable) {
+    const std::string out = Config({"get"}).out;
+    EXPECT_EQ(static_cast<std::size_t>(std::count(out.begin(), out.end(), '\n')), settings.size() + 1);
+}
+
+TEST_F(Tools, Output_IntoAFile_NeedsTheFilesName) {
+    EXPECT_EQ(Config({"set", "Output", "WaveFile"}).status, 2);
+    EXPECT_EQ(store.Read("/Platform/Output", ""), "Silent");
+    Config({"set", "WaveFile", "/usr/a.wav"});
+    EXPECT_EQ(Config({"set", "Output", "WaveFile"}).status, 0);
+    EXPECT_EQ(Config({"set", "WaveFile", ""}).status, 2);
+}
+
+TEST_F(Tools, Import_OfAnExport_GivesTheSameDocument) {
+    const std::string file = (folder.path / "saved.xml").string();
+    Config({"set", "SpeakerSetting", "Quad"});
+    ASSERT_EQ(Config({"select", "quad", "--method", "energy"}).status, 0);
+    ASSERT_EQ(Config({"speakers", "set", "Back Left", "--gain", "0.3"}).status, 0);
+    const std::string before = Document();
+    EXPECT_EQ(Config({"export", file}).status, 0);
+    EXPECT_EQ(Config({"reset"}).status, 0);
+    EXPECT_EQ(Document(), "");
+    EXPECT_EQ(Config({"export"}).status, 1);
+    EXPECT_EQ(Config({"import", file}).status, 0);
+    EXPECT_EQ(Document(), before);
+    EXPECT_TRUE(Contains(before, "PipePlaybackChannel=\"Back Left\"") && Contains(before, "Gain=\"0.3\""));
+}
+
+TEST_F(Tools, Import_OfABadFile_TellsTheFaultAndLosesNothing) {
+    Config({"set", "Order", "2"});
+    const std::string good = Document(), file = (folder.path / "bad.xml").string();
+    const auto replaced = [&](const std::string& from, const std::string& to) {
+        return std::string(good).replace(good.find(from), from.size(), to);
+    };
+    const std::vector<std::pair<std::string, std::string>> cases{
+        {"", "parse"},
+        {good.substr(0, good.size() / 2), "parse"},
+        {replaced("Order=\"2\"", "Order=\"9\""), "1 to 4"},
+        {replaced("SRC=\"Linear\"", "SRC=\"Best\""), "SincHigh"},
+        {replaced("OnlyOneReverb=\"False\"", ""), "OnlyOneReverb"},
+        {replaced("<ArraySet>", "<Arrays>"), ""}};
+    for (const auto& [text, fault] : cases) {
+        std::ofstream(file) << text;
+        const Outcome refused = Config({"import", file});
+        EXPECT_EQ(refused.status, 1) << fault;
+        EXPECT_TRUE(Contains(refused.error, fault)) << refused.error;
+        EXPECT_EQ(Document(), good);
+    }
+    EXPECT_EQ(Config({"import", file + "x"}).status, 1);
+    EXPECT_EQ(Config({"import", folder.path.string()}).status, 1);
+    EXPECT_EQ(Document(), good);
+}
+
+TEST_F(Tools, ADocumentThatCantBeUsed_StaysUntilItIsResetAndIsExportedAsItIs) {
+    store.Write("/Speakers/Configuration", "<Configuration half");
+    for (const Words& words : {Words{"set", "Order", "2"}, {"select", "Stereo"}, {"show"}, {"speakers"}}) {
+        const Outcome refused = Config(words);
+        EXPECT_EQ(refused.status, 1) << words[0];
+        EXPECT_TRUE(Contains(refused.error, "'tessarune-config reset' starts afresh")) << refused.error;
+    }
+    EXPECT_EQ(Config({"export"}).out, "<Configuration half\n");
+    EXPECT_TRUE(Contains(Config({"check"}).out, "E Configuration was not valid: "));
+    EXPECT_EQ(Document(), "<Configuration half");
+    Config({"reset"});
+    EXPECT_EQ(Config({"set", "Order", "2"}).status, 0);
+}
+
+TEST_F(Tools, AStoreThatCantBeWritten_IsToldByName) {
+    const path file = folder.path / orb3::storeRoot / "store.conf";
+    std::filesystem::remove(file);
+    std::filesystem::create_directory(file);
+    const Outcome failed = Config({"set", "Order", "2"});
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_TRUE(Contains(failed.error, file.string())) << failed.error;
+}
+
+TEST_F(Tools, Check_TellsWhatAStartWouldDoAndStoresNothing) {
+    for (const Words& words : {Words{"SpeakerSetting", "Surround 5.1"},
+                               {"SuggestedBufferLength", "256"},
+                               {"SuggestedBufferCount", "3"},
+                               {"DefaultSampleRate", "44100"}})
+        Config({"set", words[0], words[1]});
+    const path file = folder.path / orb3::storeRoot / "store.conf";
+    const std::string before = Content(file);
+    const Outcome check = Config({"check"});
+    EXPECT_EQ(check.status, 0) << check.error;
+    for (const char* part :
+         {"6 outputs", "'Surround 5.1'", "44100 Hz", "256 frames", "3 blocks of the output"})
+        EXPECT_TRUE(Contains(check.out, part)) << part << " in " << check.out;
+    EXPECT_TRUE(Contains(Config({"check", "--rate", "48000"}).out, "48000 Hz"));
+    EXPECT_EQ(Content(file), before);
+}
+
+TEST_F(Tools, Check_OfALayoutWhoseDeviceIsGone_TellsTheRecovery) {
+    Config({"select", "Stereo"});
+    std::string text = Document();
+    const std::string device = "PipeDevice=\"PrimarySoundDriver\"";
+    store.Write("/Speakers/Configuration",
+                text.replace(text.find(device), device.size(), "PipeDevice=\"Gone\""));
+    const Outcome check = Config({"check"});
+    EXPECT_EQ(check.status, 0);
+    EXPECT_TRUE(Contains(check.out, "Unknown audio device 'Gone'.")) << check.out;
+    EXPECT_EQ(Document(), text);
+}
+
+TEST_F(Tools, Check_WithoutAFormatLibrary_FailsAndTellsWhereItIsNamed) {
+    const path machine = folder.path / "none" / orb3::storeRoot / "store.conf";
+    std::filesystem::create_directories(machine.parent_path());
+    std::ofstream(machine) << "[Formats]\nAFL=/no/such.afl\n";
+    const Outcome check = Config({"check"});
+    EXPECT_EQ(check.status, 1);
+    EXPECT_TRUE(Contains(check.error, "/no/such.afl") && Contains(check.error, machine.string()))
+        << check.error;
+}
+
+TEST_F(Tools, Speakers_SwapOutputsAndGiveTheRoomAsItWasMeasured) {
+    EXPECT_EQ(Config({"select", "Quad"}).status, 2);  // two outputs alone
+    Config({"set", "SpeakerSetting", "Quad"});
+    ASSERT_EQ(Config({"select", "Quad"}).status, 0);
+    ASSERT_EQ(Config({"speakers", "set", "1", "--output", "BackRight"}).status, 0);
+    std::string outputs;
+    const slib::SXMLNode document(Document());
+    for (const auto& channel : document.GetChild("Layout").GetChild("ChannelSetup").children)
+        outputs += channel->GetAttribute("PipePlaybackChannel") + ";";
+    EXPECT_EQ(outputs, "Back Right;Front Right;Back Left;Front Left;");
+    const std::string file = (folder.path / "room.txt").string();
+    ASSERT_EQ(Config({"speakers", "room", file, "--name", "Attic", "--distance", "3", "--place",
+                      "front right", "-31", "5", "2.1"})
+                  .status,
+              0);
+    const std::string room = Content(file);
+    for (const char* part :
+         {"name: Attic\n", "Front Right: azimuth -31, elevation 5, distance 2.1, role FrontRight\n",
+          "Back Right: azimuth -135, elevation 0, distance 3, role BackRight\n"})
+        EXPECT_TRUE(Contains(room, part)) << room;
+}
+
+TEST_F(Tools, Log_ShowsTheRingInOrderAndFollowsIt) {
+    ggui::RegistryLog log(orb3::storeRoot, "Test");
+    for (int i = 0; i < 130; ++i)
+        log.Write("line " + std::to_string(i) + ".", false);
+    const tool::LogRing before = tool::ReadLogRing();
+    const std::string out = Config({"log"}).out;
+    EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 100);
+    EXPECT_TRUE(Contains(out.substr(0, 60), " line 30.\n")) << out;
+    EXPECT_LT(out.find(" line 99."), out.find(" line 100."));
+
+    auto follower = std::async(std::launch::async, [&] {
+        return Run("tessarune-config", {"log", "--follow"}, "timeout 3 ").out;
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+    log.Write("the newest.", false);
+    const std::string followed = follower.get();
+    EXPECT_EQ(followed.substr(0, out.size()), out);
+    EXPECT_TRUE(Contains(followed.substr(out.size()), " the newest.\n"));
+    EXPECT_EQ(std::count(followed.begin(), followed.end(), '\n'), 101);
+
+    bool isSomeLost = true;
+    EXPECT_EQ(tool::LinesSince(before, tool::ReadLogRing(), isSomeLost).size(), 1u);
+    EXPECT_FALSE(isSomeLost);
+    for (int i = 0; i < 100; ++i)
+        log.Write("more.", false);
+    EXPECT_EQ(tool::LinesSince(before, tool::ReadLogRing(), isSomeLost).size(), 100u);
+    EXPECT_TRUE(isSomeLost);
+}
+
+TEST_F(Tools, Run_TellsThatAGameUsedTheLibraryAndWhatItLogged) {
+    ggui::RegistryLog(orb3::storeRoot, "Test").Write("Before.", false);
+    const Outcome used = Run("tessarune-run", {(Tree() / "bin" / "tessarune-info").string()});
+    EXPECT_EQ(used.status, 0) << used.error;
+    EXPECT_TRUE(Contains(used.error, "used Tessarune.") && Contains(used.error, "Starting Tessarune"))
+        << used.error;
+    EXPECT_FALSE(Contains(used.error, "Before."));
+    // This client finds the library by the loader's path, and keeps a store of its own.
+    const Outcome loaded = Run(
+        "tessarune-run", {(Tree() / "tests" / "life").string(), "open_and_close_often", "libopenal.so.1"});
+    EXPECT_EQ(loaded.status, 0) << loaded.error;
+    EXPECT_TRUE(Contains(loaded.error, "loaded Tessarune, but made no context")) << loaded.error;
+}
+
+TEST_F(Tools, Run_PassesArgumentsPathAndStatusOnAndTellsOfAGameThatNeverLoads) {
+    const Outcome unused =
+        Run("tessarune-run", {"sh", "-c", "echo $LD_LIBRARY_PATH $1; exit 7", "sh", "--help"},
+            "LD_LIBRARY_PATH=/kept:/too ");
+    EXPECT_EQ(unused.status, 7);
+    EXPECT_EQ(unused.out, (Tree() / "lib" / "dropin").string() + ":/kept:/too --help\n");
+    EXPECT_TRUE(Contains(unused.error, "'sh' didn't use Tessarune.")) << unused.error;
+    EXPECT_EQ(Run("tessarune-run", {"sh", "-c", "kill -9 $$"}).status, 128 + 9);
+    EXPECT_EQ(Run("tessarune-run", {"/no/such/game"}).status, 127);
+    EXPECT_EQ(Run("tessarune-run", {}).status, 2);
+}
+
+TEST_F(Tools, WrongUse_IsExplainedWithStatus2) {
+    const std::vector<std::pair<Words, std::string>> cases{
+        {{}, "Name a command."},
+        {{"sow"}, "There is no command 'sow'."},
+        {{"set", "Order"}, "VALUE is required."},
+        {{"set", "Gian", "1"}, "There is no setting 'Gian'."},
+        {{"get", "gai"}, "Is it Gain or AudioRenderer.Gain?"},
+        {{"select", "Cinema"}, "has no layout 'Cinema'."},
+        {{"select", "Stereo", "--method", "magic"}, "dualband"},
+        {{"select", "Stereo", "--device", "9"}, "PrimarySoundDriver"},
+        {{"speakers"}, "No layout is in force yet."}};
+    for (const auto& [words, text] : cases) {
+        const Outcome refused = Config(words);
+        EXPECT_EQ(refused.status, 2) << text;
+        EXPECT_TRUE(Contains(refused.error, text)) << refused.error;
+    }
+    EXPECT_EQ(Document(), "");
+    EXPECT_TRUE(Contains(Config({"select", "--help"}).out, "Examples:"));
+}
+
+}  // namespace

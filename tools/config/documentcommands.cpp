@@ -1,0 +1,96 @@
+#include <iostream>
+#include <memory>
+#include <string>
+
+#include "commands.h"
+#include "platform/storefile.h"
+#include "settings.h"
+#include "slib/files.h"
+#include "slib/sxml.h"
+#include "storedvalues.h"
+
+namespace tool {
+namespace {
+
+constexpr const char* kExamples = R"(Examples:
+  tessarune-config export my-settings.xml
+  tessarune-config import my-settings.xml
+  tessarune-config reset)";
+
+// A document that can't be parsed goes out as it stands, to be repaired.
+std::string ReadableText(const std::string& text) {
+    try {
+        return slib::SXMLNode(text).ToString(slib::SXMLNode::Style::Spread);
+    } catch (const slib::BadDataException&) {
+        return text + "\n";
+    }
+}
+
+void Export(const std::string& file) {
+    const std::string stored = ReadDocumentText();
+    if (stored.empty())
+        throw slib::BadStateException(
+            "There is no configuration to export yet. The first start of a game stores one, and so does "
+            "'tessarune-config select'.");
+    const std::string text = ReadableText(stored);
+    if (file.empty()) {
+        std::cout << text;
+        return;
+    }
+    if (!platform::ReplaceStoreFile(std::filesystem::absolute(file), text))
+        throw slib::BadStateException("'" + file +
+                                      "' can't be written. Name a file in a folder that you may write to.");
+    std::cout << "The configuration stands in '" << file << "'.\n";
+}
+
+orb3::Configuration ReadFile(const std::string& file) {
+    std::string text;
+    slib::readFile(file, text);
+    try {
+        CheckDocumentSettings(text);
+        return ParseDocument(text);
+    } catch (const std::exception& failure) {
+        throw slib::BadDataException("'" + file + "' wasn't taken: " + failure.what() +
+                                     " The stored configuration stays as it was. 'tessarune-config export' "
+                                     "shows what a document looks like.");
+    }
+}
+
+void Import(const std::string& file) {
+    StoreDocumentText(DocumentText(ReadFile(file)));
+    std::cout << "The configuration is that of '" << file
+              << "' now. 'tessarune-config check' tells what a start makes of it.\n";
+}
+
+void Reset(bool withPlatform) {
+    StoreDocumentText("");
+    if (withPlatform)
+        for (const char* key : {"/Platform/Output", "/Platform/WaveFile", "/Platform/SpeakerSetting"})
+            ReplaceValue(key, [](const std::string&) { return ""; });
+    std::cout << "All is as before the first start, which sets itself up.\n";
+}
+
+}  // namespace
+
+void AddDocumentCommands(CLI::App& program) {
+    struct Options {
+        std::string file;
+        bool isAll = false;
+    };
+    const auto options = std::make_shared<Options>();
+    CLI::App* out = program.add_subcommand("export", "Write the configuration document to a file.");
+    out->add_option("FILE", options->file, "The file; left out, standard output");
+    out->callback([options] { Export(options->file); });
+
+    CLI::App* in = program.add_subcommand("import", "Take the configuration document from a file.");
+    in->add_option("FILE", options->file, "What 'export' wrote")->required();
+    in->callback([options] { Import(options->file); });
+
+    CLI::App* reset = program.add_subcommand("reset", "Forget the configuration document.");
+    reset->add_flag("--all", options->isAll, "Forget Output, WaveFile and SpeakerSetting as well");
+    reset->callback([options] { Reset(options->isAll); });
+    for (CLI::App* command : {out, in, reset})
+        command->footer(kExamples);
+}
+
+}  // namespace tool

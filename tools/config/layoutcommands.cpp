@@ -1,0 +1,196 @@
+#include <algorithm>
+#include <iostream>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "commands.h"
+#include "machine.h"
+#include "orb3core/conversionchoice.h"
+#include "orb3core/layoutselection.h"
+#include "storedvalues.h"
+#include "table.h"
+
+namespace tool {
+namespace {
+
+using LayoutPtr = orb3::Configuration::LayoutPtr;
+
+constexpr const char* kLayoutsExamples = R"(Examples:
+  tessarune-config layouts)";
+constexpr const char* kSelectExamples = R"(Examples:
+  tessarune-config select Stereo
+  tessarune-config select "Headphone Stereo" --method spherehead
+  tessarune-config select Quad --device 2
+  tessarune-config select --auto         follow the system's speakers again)";
+
+struct Choice {
+    std::string name, device, method;
+    bool isAutomatic = false;
+};
+
+// Names for people, the way that decodes best first.
+std::vector<std::string> MethodsFor(const orb3::fl::FormatLibrarian& librarian, const std::string& format) {
+    std::vector<std::string> methods;
+    for (const orb3::Decoder& decoder : orb3::FindDecoders(librarian, orb3::MakeFormatTag(format)))
+        if (std::find(methods.begin(), methods.end(), decoder.conversion.method) == methods.end())
+            methods.push_back(decoder.conversion.method);
+    return methods;
+}
+
+std::string Joined(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words)
+        text += (text.empty() ? "" : ", ") + word;
+    return text;
+}
+
+LayoutPtr FindStored(const orb3::Configuration& configuration, const std::string& name) {
+    LayoutPtr found;
+    for (const LayoutPtr& layout : configuration.layouts)
+        if (layout->format == name) found = layout;
+    return found;
+}
+
+std::vector<std::string> Row(const orb3::Configuration& configuration, const std::string& name,
+                             std::size_t speakers, const std::string& methods) {
+    const LayoutPtr stored = FindStored(configuration, name);
+    const bool isSelected = stored && configuration.selectedName == name;
+    return {isSelected ? "*" : "", name, std::to_string(speakers), methods,
+            stored ? stored->pipeDevice + " by " + stored->method : ""};
+}
+
+std::vector<orb3::fl::Format> LibraryLayouts(const orb3::fl::FormatLibrarian& librarian) {
+    std::vector<orb3::fl::Format> layouts;
+    for (std::uint32_t i = 0; i < librarian.getFormatCount(); ++i) {
+        orb3::fl::Format format;
+        librarian.getFormat(i, format);
+        if (format.isLayout) layouts.push_back(format);
+    }
+    return layouts;
+}
+
+void List() {
+    ErrorsToTerminal log;
+    const FormatLibrary library(log);
+    const orb3::Configuration configuration = ReadDocument();
+    std::vector<std::vector<std::string>> rows{{"", "LAYOUT", "CHANNELS", "METHODS", "CONNECTED TO"}};
+    std::set<std::string> listed;
+    for (const orb3::fl::Format& format : LibraryLayouts(library.Librarian())) {
+        rows.push_back(Row(configuration, format.name, format.channelCount,
+                           Joined(MethodsFor(library.Librarian(), format.name))));
+        listed.insert(format.name);
+    }
+    for (const LayoutPtr& layout : configuration.layouts)
+        if (listed.insert(layout->format).second)
+            rows.push_back(
+                Row(configuration, layout->format, layout->speakers.size(), "(not in the format library)"));
+    PrintTable(rows, "");
+    std::cout << "* is in force, "
+              << (configuration.useDirectSoundAutoselect ? "and follows the system's speakers"
+                                                         : "whatever the system's speakers are")
+              << ". The library is '" << library.path << "'.\n";
+}
+
+// The name as the library spells it.
+std::string FindName(const orb3::fl::FormatLibrarian& librarian, const std::string& name) {
+    for (const orb3::fl::Format& format : LibraryLayouts(librarian))
+        if (orb3::MakeFormatTag(format.name) == orb3::MakeFormatTag(name)) return format.name;
+    throw WrongUse("The format library has no layout '" + name +
+                   "'. 'tessarune-config layouts' lists what it has, and 'tessarune-library layout' puts "
+                   "another one in.");
+}
+
+std::string CheckMethod(const orb3::fl::FormatLibrarian& librarian, const Choice& choice) {
+    const std::vector<std::string> methods = MethodsFor(librarian, choice.name);
+    if (std::find(methods.begin(), methods.end(), choice.method) != methods.end()) return choice.method;
+    throw WrongUse("Nothing decodes for '" + choice.name + "' by the method '" + choice.method +
+                   "'. There is " + Joined(methods) + ".");
+}
+
+void CheckChannels(const orb3::fl::FormatLibrarian& librarian, const std::string& name,
+                   audiopipe::Device& device) {
+    orb3::fl::Format format;
+    librarian.getFormat(librarian.findFormat(orb3::MakeFormatTag(name)), format);
+    const std::uint32_t available = device.GetPlaybackChannelCount();
+    if (format.channelCount <= available) return;
+    throw WrongUse("'" + name + "' needs " + std::to_string(format.channelCount) + " outputs, but '" +
+                   device.id + "' has " + std::to_string(available) +
+                   ". Take another device with --device ('tessarune-config devices' lists them), or tell of "
+                   "speakers that it doesn't know of with 'tessarune-config set SpeakerSetting'.");
+}
+
+// What a person connected and set stays; places of speakers come from the library, which decodes for them.
+void KeepConnections(const orb3::spk::Layout& stored, orb3::spk::Layout& fresh) {
+    if (stored.channels.size() != fresh.channels.size()) return;
+    fresh.channels = stored.channels;
+    fresh.pipeFramework = stored.pipeFramework;
+    fresh.pipeDevice = stored.pipeDevice;
+    fresh.gain = stored.gain;
+}
+
+orb3::spk::Layout MakeLayout(const orb3::fl::FormatLibrarian& librarian, const Choice& choice,
+                             const LayoutPtr& stored, const orb3::Frameworks& frameworks) {
+    const bool isKept = stored && choice.device.empty();
+    const Output output = isKept ? Output() : FindOutput(frameworks, choice.device);
+    if (output.device) CheckChannels(librarian, choice.name, *output.device);
+    orb3::spk::Layout fresh;
+    orb3::ConfigureLayout(librarian, fresh, output.framework.Get(), output.device.Get(), choice.name);
+    if (isKept) KeepConnections(*stored, fresh);
+    const std::vector<std::string> methods = MethodsFor(librarian, choice.name);
+    if (stored && std::find(methods.begin(), methods.end(), stored->method) != methods.end())
+        fresh.method = stored->method;
+    if (!choice.method.empty()) fresh.method = CheckMethod(librarian, choice);
+    return fresh;
+}
+
+void Select(Choice choice) {
+    ErrorsToTerminal log;
+    const FormatLibrary library(log);
+    const orb3::Frameworks frameworks = MakeFrameworks(log);
+    choice.name = FindName(library.Librarian(), choice.name);
+    orb3::spk::Layout fresh;
+    ChangeDocument([&](orb3::Configuration& configuration) {
+        LayoutPtr layout = FindStored(configuration, choice.name);
+        fresh = MakeLayout(library.Librarian(), choice, layout, frameworks);
+        if (!layout) layout = configuration.layouts.emplace_back(new orb3::spk::Layout);
+        *layout = fresh;
+        configuration.selectedName = choice.name;
+        configuration.useDirectSoundAutoselect = false;
+    });
+    std::cout << "'" << fresh.format << "' on '" << fresh.pipeDevice << "' by the method '" << fresh.method
+              << "' is in force now, whatever the system's speakers are. 'tessarune-config select --auto' "
+                 "lets it follow them again.\n";
+}
+
+void SelectAutomatically() {
+    ChangeDocument([](orb3::Configuration& c) { c.useDirectSoundAutoselect = true; });
+    std::cout
+        << "The layout follows the system's speakers now. 'tessarune-config check' tells which it is.\n";
+}
+
+void Choose(const Choice& choice) {
+    if (choice.isAutomatic) return SelectAutomatically();
+    if (!choice.name.empty()) return Select(choice);
+    throw WrongUse("Name a layout ('tessarune-config layouts' lists them), or give --auto.");
+}
+
+}  // namespace
+
+void AddLayoutCommands(CLI::App& program) {
+    CLI::App* list = program.add_subcommand("layouts", "List the layouts of speakers that there are.");
+    list->footer(kLayoutsExamples);
+    list->callback(List);
+
+    const auto choice = std::make_shared<Choice>();
+    CLI::App* select = program.add_subcommand("select", "Put a layout in force.");
+    select->footer(kSelectExamples);
+    CLI::Option* name = select->add_option("LAYOUT", choice->name, "Its name");
+    select->add_option("--device", choice->device, "Connect it to this device: its id, name or number");
+    select->add_option("--method", choice->method, "Decode by this method");
+    select->add_flag("--auto", choice->isAutomatic, "Let the system's speakers choose")->excludes(name);
+    select->callback([choice] { Choose(*choice); });
+}
+
+}  // namespace tool

@@ -1,0 +1,53 @@
+#include <chrono>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "commands.h"
+#include "support/logring.h"
+
+namespace tool {
+namespace {
+
+constexpr const char* kExamples = R"(Examples:
+  tessarune-config log
+  tessarune-config log --follow      until Ctrl-C)";
+constexpr auto kPatience = std::chrono::milliseconds(250);
+
+void Print(const std::vector<std::string>& lines) {
+    for (const std::string& line : lines)
+        std::cout << line << "\n";
+    std::cout.flush();
+}
+
+void Show(bool follow) {
+    LogRing ring = ReadLogRing();
+    const std::vector<std::string> lines = Lines(ring);
+    Print(lines);
+    if (lines.empty()) std::cerr << "The log is empty: no game has started yet.\n";
+    while (follow && std::cout) {
+        std::this_thread::sleep_for(kPatience);
+        if (!HasNewLines(ring)) continue;
+        const LogRing now = ReadLogRing();
+        bool isSomeLost = false;
+        const std::vector<std::string> fresh = LinesSince(ring, now, isSomeLost);
+        if (isSomeLost) std::cout << "[Lines are missing here: too many came at once.]\n";
+        Print(fresh);
+        ring = now;
+    }
+}
+
+}  // namespace
+
+void AddLogCommand(CLI::App& program) {
+    const auto follow = std::make_shared<bool>(false);
+    CLI::App* command = program.add_subcommand(
+        "log", "Print the last lines that all games left in the log, the newest last.");
+    command->footer(kExamples);
+    command->add_flag("--follow,-f", *follow, "Go on with the lines to come");
+    command->callback([follow] { Show(*follow); });
+}
+
+}  // namespace tool

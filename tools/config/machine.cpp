@@ -1,0 +1,65 @@
+#include "machine.h"
+
+#include <iostream>
+
+#include "commands.h"
+#include "orb3core/configstore.h"
+#include "orb3core/formatlibraries.h"
+#include "orb3core/platformsettings.h"
+#include "pipe/adaptivedirectsoundframework.h"
+#include "platform/soundsystem.h"
+#include "platform/storelocation.h"
+#include "slib/exception.h"
+
+namespace tool {
+namespace {
+
+std::string ConfiguredPath() {
+    std::string path = orb3::ReadFormatLibraryPath();
+    if (path.empty())
+        throw slib::BadDataException(
+            "No format library is configured. Put the path of the installed "
+            "Tessarune.afl as 'AFL' under [Formats] into '" +
+            platform::MachineStorePath(orb3::storeRoot).string() + "'.");
+    return path;
+}
+
+bool IsNamed(const audiopipe::Device& device, const std::string& name) {
+    return device.id == name || device.name == name || std::to_string(device.index + 1) == name;
+}
+
+}  // namespace
+
+orb3::Frameworks MakeFrameworks(slib::Log& log) {
+    auto system = platform::MakeSoundSystem(orb3::ReadPlatformSettings(log), &log);
+    return {audiopipe::FrameworkPtr(
+        new audiopipe::directsound::AdaptiveDirectSoundFramework(&log, std::move(system)))};
+}
+
+Output FindOutput(const orb3::Frameworks& frameworks, const std::string& name) {
+    std::string known;
+    for (const audiopipe::FrameworkPtr& framework : frameworks)
+        for (std::uint32_t i = 0; i < framework->GetDeviceCount(); ++i) {
+            audiopipe::DevicePtr device = framework->GetDevice(i);
+            if (name.empty() || IsNamed(*device, name)) return {framework, device};
+            known += (known.empty() ? " There is " : ", ") + device->id;
+        }
+    throw WrongUse("There is no device '" + name + "'." + known +
+                   (known.empty() ? "" : ". 'tessarune-config devices' tells more."));
+}
+
+FormatLibrary::FormatLibrary(slib::Log& log) : path(ConfiguredPath()) {
+    try {
+        librarian = orb3::fl::openFormatLibrary(path, factory, &log, true, false);
+    } catch (const std::exception& failure) {
+        throw slib::BadDataException(
+            std::string("The format library can't be opened: ") + failure.what() + " Correct the path in '" +
+            platform::MachineStorePath(orb3::storeRoot).string() + "', or install Tessarune again.");
+    }
+}
+
+void ErrorsToTerminal::Write(const std::string& text, bool isError) {
+    if (isError) std::cerr << "tessarune-config: " << text << "\n";
+}
+
+}  // namespace tool

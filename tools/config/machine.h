@@ -1,0 +1,50 @@
+#pragma once
+
+// The machine and the format library as a start would find them: the output that the settings choose, its
+// devices, and the library that the machine's store names, which is only read. One thread.
+
+#include <string>
+
+#include "orb3core/acousticfactory.h"
+#include "orb3core/devicelookup.h"
+#include "orb3core/processingformatlibrarian.h"
+#include "slib/log.h"
+#include "slib/smartptr.h"
+
+namespace tool {
+
+/// `log` is borrowed and outlives the devices.
+orb3::Frameworks MakeFrameworks(slib::Log& log);
+
+/// A device with the framework that it belongs to.
+struct Output {
+    audiopipe::FrameworkPtr framework;
+    audiopipe::DevicePtr device;
+};
+
+/// The device with this id, name or number (from 1); the default device when `name` is empty. Throws
+/// WrongUse, which lists the devices.
+Output FindOutput(const orb3::Frameworks& frameworks, const std::string& name);
+
+/// The library that the machine's store names.
+class FormatLibrary {
+public:
+    /// `log` is borrowed and outlives the library. Throws slib::BadDataException, which tells what to do.
+    explicit FormatLibrary(slib::Log& log);
+
+    const orb3::fl::FormatLibrarian& Librarian() const { return *librarian; }
+
+    const std::string path;
+
+private:
+    orb3::aspace::BasicAcousticFactory factory;
+    slib::SmartPtr<orb3::fl::ProcessingFormatLibrarian, slib::ThreadsafeCounter> librarian;
+};
+
+/// Errors go to standard error, as sentences of this program; the rest goes nowhere.
+class ErrorsToTerminal : public slib::Log {
+public:
+    void Write(const std::string& text, bool isError) override;
+};
+
+}  // namespace tool

@@ -1,0 +1,66 @@
+// Shows and changes a user's settings.
+
+#include <exception>
+#include <iostream>
+#include <string>
+
+#include "commands.h"
+
+namespace {
+
+constexpr int kFailed = 1;
+constexpr int kWrongUse = 2;
+constexpr const char* kExamples = R"(Examples:
+  tessarune-config check                  what a game's start would do, and why
+  tessarune-config show                   all that is set
+  tessarune-config get Order
+  tessarune-config set Order 2
+  tessarune-config layouts
+  tessarune-config select "Headphone Stereo"
+  tessarune-config set Output WaveFile
+
+'tessarune-config COMMAND --help' tells about a command. A game takes changes up when it starts.
+Exit status: 0 when all went well, 1 when it didn't, 2 when the command line asks for what can't be.)";
+
+int Explain(const char* sentence, int status) {
+    std::cerr << "tessarune-config: " << sentence << "\n";
+    return status;
+}
+
+// What is wrong with the command line, as a sentence without its end.
+std::string Fault(const CLI::App& program, const CLI::ParseError& error, const char* command) {
+    if (command == nullptr) return "Name a command";
+    const bool isUnknown = command[0] != '-' && program.get_subcommands().empty();
+    return isUnknown ? std::string("There is no command '") + command + "'" : error.what();
+}
+
+int ExplainUse(const CLI::App& program, const CLI::ParseError& error, const char* command) {
+    if (error.get_exit_code() == 0) return program.exit(error);
+    return Explain((Fault(program, error, command) +
+                    ". 'tessarune-config --help' lists the commands, 'tessarune-config COMMAND --help' tells "
+                    "about one.")
+                       .c_str(),
+                   kWrongUse);
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    CLI::App program("Shows and changes the settings of Tessarune.", "tessarune-config");
+    program.require_subcommand(1);
+    program.footer(kExamples);
+    for (const auto add :
+         {tool::AddShowCommand, tool::AddSettingCommands, tool::AddDevicesCommand, tool::AddLayoutCommands,
+          tool::AddSpeakersCommand, tool::AddCheckCommand, tool::AddLogCommand, tool::AddDocumentCommands})
+        add(program);
+    try {
+        program.parse(count, arguments);
+        return 0;
+    } catch (const CLI::ParseError& error) {
+        return ExplainUse(program, error, arguments[count > 1 ? 1 : count]);
+    } catch (const tool::WrongUse& failure) {
+        return Explain(failure.what(), kWrongUse);
+    } catch (const std::exception& failure) {
+        return Explain(failure.what(), kFailed);
+    }
+}

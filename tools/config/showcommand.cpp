@@ -1,0 +1,48 @@
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "commands.h"
+#include "orb3core/configstore.h"
+#include "orb3core/layoutselection.h"
+#include "platform/storelocation.h"
+#include "settings.h"
+#include "storedvalues.h"
+#include "table.h"
+
+namespace tool {
+namespace {
+
+constexpr const char* kExamples = R"(Examples:
+  tessarune-config show
+  tessarune-config get          the same settings, with what they may be)";
+
+std::string LayoutText(const orb3::Configuration& configuration) {
+    const auto layout = orb3::FindSelectedLayout(configuration);
+    if (!layout) return "none yet; the first start chooses one";
+    return "'" + layout->format + "' on '" + layout->pipeDevice + "' by the method '" + layout->method + "'";
+}
+
+void Show() {
+    const orb3::Configuration configuration = ReadDocument();
+    PrintTable({{"Your settings", StoreFile().string()},
+                {"Machine's settings", platform::MachineStorePath(orb3::storeRoot).string()},
+                {"Format library", orb3::ReadFormatLibraryPath()},
+                {"Layout", LayoutText(configuration)}},
+               "");
+    if (ReadDocumentText().empty()) std::cout << "No configuration is stored yet; these are the defaults.\n";
+    std::vector<std::vector<std::string>> rows;
+    for (const Setting& setting : Settings())
+        rows.push_back({setting.name, GetSetting(setting, configuration), setting.meaning});
+    PrintTable(rows);
+}
+
+}  // namespace
+
+void AddShowCommand(CLI::App& program) {
+    CLI::App* command = program.add_subcommand("show", "Show all settings and where they stand.");
+    command->footer(kExamples);
+    command->callback(Show);
+}
+
+}  // namespace tool

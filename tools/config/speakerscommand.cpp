@@ -1,0 +1,234 @@
+#include <cmath>
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "commands.h"
+#include "machine.h"
+#include "orb3core/configstore.h"
+#include "orb3core/conversionchoice.h"
+#include "orb3core/layoutselection.h"
+#include "room.h"
+#include "slib/files.h"
+#include "slib/text.h"
+#include "storedvalues.h"
+#include "table.h"
+
+namespace tool {
+namespace {
+
+using orb3::spk::Layout;
+
+constexpr const char* kExamples = R"(Examples:
+  tessarune-config speakers
+  tessarune-config speakers set "Front Left" --output "Back Left"     swaps the two
+  tessarune-config speakers set 2 --gain 0.8
+  tessarune-config speakers connect 2
+  tessarune-config speakers room attic.txt --name Attic --place 1 28 0 2.4 --place 2 -31 0 2.1
+
+Outputs and gains change at once. Places and distances need a decoder of their own: 'room' writes them to
+a file, 'tessarune-library layout LIBRARY FILE' makes the decoder, 'tessarune-config select' takes it.)";
+
+struct Options {
+    std::string layout, speaker, output, device, file, name;
+    std::optional<double> gain;
+    std::vector<std::string> places;  // four for each speaker
+    double distance = 1;
+};
+
+const Layout& FindLayout(const orb3::Configuration& configuration, const std::string& name) {
+    const orb3::Configuration::LayoutPtr selected = orb3::FindSelectedLayout(configuration);
+    if (name.empty() && selected) return *selected;
+    for (auto layout = configuration.layouts.rbegin(); layout != configuration.layouts.rend(); ++layout)
+        if (!name.empty() && orb3::MakeFormatTag((*layout)->format) == orb3::MakeFormatTag(name))
+            return **layout;
+    throw WrongUse(
+        (name.empty() ? "No layout is in force yet." : "There is no stored layout '" + name + "'.") +
+        " 'tessarune-config select LAYOUT' makes one.");
+}
+
+// The layout as an object to change; `configuration` isn't const.
+Layout& FindLayoutToChange(orb3::Configuration& configuration, const std::string& name) {
+    const Layout& found = FindLayout(configuration, name);
+    for (const auto& layout : configuration.layouts)
+        if (layout.Get() == &found) return *layout;
+    slib::ThrowUnreachable("config/speakerscommand", __LINE__);
+}
+
+// By label, or by number from 1.
+std::size_t FindSpeaker(const Layout& layout, const std::string& name) {
+    std::string known;
+    for (std::size_t i = 0; i < layout.speakers.size(); ++i) {
+        const std::string& label = layout.speakers[i].label;
+        if (slib::toLower(label) == slib::toLower(name) || std::to_string(i + 1) == name) return i;
+        known += (i == 0 ? " It has " : ", ") + label;
+    }
+    throw WrongUse("'" + layout.format + "' has no speaker '" + name + "'." + known + ".");
+}
+
+void CheckIsWhole(const Layout& layout) {
+    if (layout.channels.size() == layout.speakers.size()) return;
+    throw slib::BadDataException("The stored layout '" + layout.format +
+                                 "' has other numbers of speakers and of outputs. 'tessarune-config select "
+                                 "LAYOUT' makes it anew.");
+}
+
+void Show(const Options& options) {
+    const orb3::Configuration configuration = ReadDocument();
+    const Layout& layout = FindLayout(configuration, options.layout);
+    CheckIsWhole(layout);
+    std::cout << layout.format << " on '" << layout.pipeDevice << "', gain "
+              << slib::FormatNumber(layout.gain) << "\n";
+    std::vector<std::vector<std::string>> rows{
+        {"", "SPEAKER", "AZIMUTH", "ELEVATION", "DISTANCE", "TYPE", "ROLE", "OUTPUT", "GAIN"}};
+    for (std::size_t i = 0; i < layout.speakers.size(); ++i) {
+        const orb3::spk::Speaker& speaker = layout.speakers[i];
+        const Place place = PlaceOf(speaker.location);
+        rows.push_back({std::to_string(i + 1), speaker.label, slib::FormatNumber(place.azimuth, 4),
+                        slib::FormatNumber(place.elevation, 4), slib::FormatNumber(place.distance, 4),
+                        orb3::spk::GetSpeakerTypeText(speaker.type), orb3::spk::GetRoleText(speaker.role),
+                        layout.channels[i].pipePlaybackChannel, slib::FormatNumber(layout.channels[i].gain)});
+    }
+    PrintTable(rows);
+    std::cout << "Degrees, positive to the left and above. Distances count against each other alone.\n";
+}
+
+// The outputs of the layout's device, where that is there.
+std::vector<std::string> OutputsOf(const Layout& layout, const orb3::Frameworks& frameworks) {
+    if (layout.pipeDevice.empty())
+        throw WrongUse(
+            "'" + layout.format +
+            "' isn't connected to a device yet. Connect it: tessarune-config speakers connect DEVICE.");
+    const Output output = FindOutput(frameworks, layout.pipeDevice);
+    return orb3::PlaybackChannelNames(*output.device);
+}
+
+std::string FindOutputName(const std::vector<std::string>& outputs, const std::string& name) {
+    if (const auto found = orb3::FindChannel(outputs, name)) return outputs[*found];
+    std::string known;
+    for (const std::string& output : outputs)
+        known += (known.empty() ? "" : ", ") + output;
+    throw WrongUse("The device has no output '" + name + "'. It has " + known + ".");
+}
+
+// Whoever had the output gets the one that is given up, for one output can't play two speakers.
+void Connect(Layout& layout, std::size_t speaker, const std::string& output) {
+    std::string& own = layout.channels[speaker].pipePlaybackChannel;
+    for (orb3::spk::Channel& channel : layout.channels)
+        if (channel.pipePlaybackChannel == output) channel.pipePlaybackChannel = own;
+    own = output;
+}
+
+void Set(const Options& options) {
+    if (options.output.empty() && !options.gain)
+        throw WrongUse(
+            "Tell what to change: --output or --gain. For places and distances see "
+            "'tessarune-config speakers room --help'.");
+    if (options.gain && !(std::isfinite(*options.gain) && *options.gain >= 0))
+        throw WrongUse("A gain has to be a number, 0 or more.");
+    ErrorsToTerminal log;
+    const orb3::Frameworks frameworks = MakeFrameworks(log);
+    ChangeDocument([&](orb3::Configuration& configuration) {
+        Layout& layout = FindLayoutToChange(configuration, options.layout);
+        CheckIsWhole(layout);
+        const std::size_t speaker = FindSpeaker(layout, options.speaker);
+        if (options.gain) layout.channels[speaker].gain = *options.gain;
+        if (!options.output.empty())
+            Connect(layout, speaker, FindOutputName(OutputsOf(layout, frameworks), options.output));
+    });
+    Show(options);
+}
+
+void ConnectAll(const Options& options) {
+    ErrorsToTerminal log;
+    const Output output = FindOutput(MakeFrameworks(log), options.device);
+    const std::vector<std::string> names = orb3::PlaybackChannelNames(*output.device);
+    ChangeDocument([&](orb3::Configuration& configuration) {
+        Layout& layout = FindLayoutToChange(configuration, options.layout);
+        if (layout.channels.size() > names.size())
+            throw WrongUse("'" + layout.format + "' needs " + std::to_string(layout.channels.size()) +
+                           " outputs, but '" + output.device->id + "' has " + std::to_string(names.size()) +
+                           ". 'tessarune-config devices' lists the others.");
+        layout.pipeFramework = output.framework->GetId();
+        layout.pipeDevice = output.device->id;
+        for (std::size_t i = 0; i < layout.channels.size(); ++i)
+            layout.channels[i].pipePlaybackChannel = names[i];
+    });
+    Show(options);
+}
+
+double Number(const std::string& text) {
+    double number = 0;
+    if (CLI::detail::lexical_cast(text, number) && std::isfinite(number)) return number;
+    throw WrongUse("'" + text +
+                   "' is no number. A place is SPEAKER AZIMUTH ELEVATION DISTANCE, in degrees "
+                   "and metres.");
+}
+
+std::vector<MeasuredSpeaker> Measured(const Layout& layout, const std::vector<std::string>& words) {
+    std::vector<MeasuredSpeaker> measured;
+    for (std::size_t i = 0; i + 3 < words.size(); i += 4)
+        measured.push_back({FindSpeaker(layout, words[i]),
+                            {Number(words[i + 1]), Number(words[i + 2]), Number(words[i + 3])}});
+    return measured;
+}
+
+void WriteRoom(const Options& options) {
+    const orb3::Configuration configuration = ReadDocument();
+    const Layout& layout = FindLayout(configuration, options.layout);
+    slib::writeTextFile(options.file,
+                        RoomText(layout, options.name, Measured(layout, options.places), options.distance));
+    const std::string library = orb3::ReadFormatLibraryPath();
+    std::cout << "The room stands in '" << options.file << "'. Put in what you measured, make its decoder:\n"
+              << "  tessarune-library layout '" << (library.empty() ? "LIBRARY" : library) << "' '"
+              << options.file << "'\nand take it:\n  tessarune-config select '" << options.name << "'\n";
+}
+
+void AddSetCommand(CLI::App& speakers, const std::shared_ptr<Options>& options) {
+    CLI::App* set = speakers.add_subcommand("set", "Change a speaker's output or gain.");
+    set->add_option("SPEAKER", options->speaker, "Its name, or its number in the list")->required();
+    set->add_option("--output", options->output, "The device's output that plays it");
+    set->add_option("--gain", options->gain, "Linear");
+    set->callback([options] { Set(*options); });
+}
+
+void AddConnectCommand(CLI::App& speakers, const std::shared_ptr<Options>& options) {
+    CLI::App* connect = speakers.add_subcommand("connect", "Connect all, in order, to another device.");
+    connect->add_option("DEVICE", options->device, "Its id, name or number")->required();
+    connect->callback([options] { ConnectAll(*options); });
+}
+
+void AddRoomCommand(CLI::App& speakers, const std::shared_ptr<Options>& options) {
+    CLI::App* room = speakers.add_subcommand("room", "Write the places of the speakers to a file.");
+    room->add_option("FILE", options->file, "The text to edit")->required();
+    room->add_option("--name", options->name, "The new layout's name")->required();
+    room->add_option("--place", options->places, "SPEAKER AZIMUTH ELEVATION DISTANCE, as often as needed")
+        ->type_size(4)
+        ->expected(-1);
+    room->add_option("--distance", options->distance,
+                     "Metres to the furthest of the speakers without --place")
+        ->check(CLI::Range(0.1, 100.0))
+        ->capture_default_str();
+    room->callback([options] { WriteRoom(*options); });
+}
+
+}  // namespace
+
+void AddSpeakersCommand(CLI::App& program) {
+    const auto options = std::make_shared<Options>();
+    CLI::App* speakers =
+        program.add_subcommand("speakers", "Show and change the speakers of a stored layout.");
+    speakers->footer(kExamples);
+    speakers->add_option("--layout", options->layout, "Of this layout in place of the one in force");
+    speakers->require_subcommand(0, 1);
+    AddSetCommand(*speakers, options);
+    AddConnectCommand(*speakers, options);
+    AddRoomCommand(*speakers, options);
+    speakers->callback([speakers, options] {
+        if (speakers->get_subcommands().empty()) Show(*options);
+    });
+}
+
+}  // namespace tool

@@ -1,0 +1,44 @@
+#pragma once
+
+// What the program reads from the user's store and changes there: the configuration document, through the
+// library's own reading and writing, and single values. A change is one step that no game comes between, and
+// it happens whole or not at all.
+
+#include <filesystem>
+#include <functional>
+#include <string>
+
+#include "orb3core/configuration.h"
+
+namespace tool {
+
+/// The file of the user's store, for messages.
+std::filesystem::path StoreFile();
+
+/// The text under `key`, empty when there is none.
+std::string ReadValue(const std::string& key);
+
+/// Puts what `change` makes of the text under `key` in its place. Throws slib::BadStateException when the
+/// store can't be written; passes on what `change` throws, and then nothing was changed.
+void ReplaceValue(const std::string& key, const std::function<std::string(const std::string&)>& change);
+
+/// The document's text as it stands in the store, empty when there is none.
+std::string ReadDocumentText();
+
+/// The document, or the defaults that a start would take where none is stored. Throws slib::BadDataException
+/// when the stored one can't be used.
+orb3::Configuration ReadDocument();
+
+/// Changes the document. Throws as ReadDocument and ReplaceValue.
+void ChangeDocument(const std::function<void(orb3::Configuration&)>& change);
+
+/// Puts `text` in the document's place; an empty text means that there is none.
+void StoreDocumentText(const std::string& text);
+
+/// What documents look like in the store.
+std::string DocumentText(const orb3::Configuration& configuration);
+
+/// Reads a document. Throws slib::BadDataException.
+orb3::Configuration ParseDocument(const std::string& text);
+
+}  // namespace tool

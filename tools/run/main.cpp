@@ -1,0 +1,225 @@
+// Starts a game with this library in place of the OpenAL library that it would load, and says afterwards
+// whether the game used it, with the lines that it left in the log.
+//
+// Ends with the game's own exit status, 128 and the number of the signal that ended it, 2 for wrong use, or
+// 127 when the game couldn't be started.
+
+#include <poll.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <string>
+#include <vector>
+
+extern "C" {  // which this header of the C library leaves to us
+#include <sys/pidfd.h>
+}
+
+#include "platform/storelocation.h"
+#include "slib/exception.h"
+#include "support/logring.h"
+
+namespace {
+
+using std::filesystem::path;
+
+constexpr int kWrongUse = 2;
+constexpr int kNotStarted = 127;
+constexpr const char* kHelp =
+    R"(Starts a game with Tessarune in place of the OpenAL library that it would load.
+Says afterwards whether the game used it, with the lines that it left in the log.
+Usage: tessarune-run PROGRAM [ARGUMENTS...]
+
+Everything behind PROGRAM goes to the game as it stands.
+
+Examples:
+  tessarune-run ./game
+  tessarune-run supertuxkart --fullscreen
+  tessarune-run ./bin/tessarune-info
+)";
+
+// Where a loader finds the library under the names that games ask for.
+path DropIn() {
+    path folder = platform::LoadedTree() / "lib" / "dropin";
+    std::error_code ignored;
+    if (std::filesystem::exists(folder / "libopenal.so.1", ignored)) return folder;
+    throw slib::BadStateException("There is no '" + (folder / "libopenal.so.1").string() +
+                                  "'. Start this program from the 'bin' of the tree that it was installed "
+                                  "with, or install the tree again.");
+}
+
+// What stood in the loader's path before comes behind ours.
+void PutFirst(const path& folder) {
+    const char* const others = std::getenv("LD_LIBRARY_PATH");
+    std::string list = folder.string();
+    if (others != nullptr && *others != '\0') list += std::string(":") + others;
+    setenv("LD_LIBRARY_PATH", list.c_str(), 1);
+}
+
+// What the terminal sends goes to the game as well, which decides what becomes of it; this program stays to
+// tell the end. What is sent to this program alone is passed on.
+pid_t game = 0;  // read by the handler
+constexpr std::array<int, 2> kOfTheTerminal{SIGINT, SIGQUIT};
+constexpr std::array<int, 2> kPassedOn{SIGTERM, SIGHUP};
+
+void PassOn(int signal) {
+    if (game > 0) kill(game, signal);
+}
+
+// Takes a signal over, unless whoever started this program has it ignored. True when it did.
+bool Take(int signal, void (*handler)(int)) {
+    struct sigaction old {};
+    sigaction(signal, nullptr, &old);
+    if (old.sa_handler == SIG_IGN) return false;
+    struct sigaction fresh {};
+    fresh.sa_handler = handler;
+    fresh.sa_flags = SA_RESTART;
+    sigaction(signal, &fresh, nullptr);
+    return true;
+}
+
+sigset_t TakeSignals() {
+    sigset_t taken;
+    sigemptyset(&taken);
+    for (const int signal : kOfTheTerminal)
+        if (Take(signal, SIG_IGN)) sigaddset(&taken, signal);
+    for (const int signal : kPassedOn)
+        Take(signal, PassOn);
+    return taken;
+}
+
+void Start(char** arguments) {
+    const sigset_t taken = TakeSignals();
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+    posix_spawnattr_setsigdefault(&attributes, &taken);
+    const int code = posix_spawnp(&game, arguments[0], nullptr, &attributes, arguments, environ);
+    posix_spawnattr_destroy(&attributes);
+    if (code == 0) return;
+    throw slib::BadParameterException(std::string("'") + arguments[0] +
+                                      "' couldn't be started: " + std::strerror(code) +
+                                      ". Give its whole path, or a name that is found along PATH.");
+}
+
+bool IsMappedIn(pid_t process, const std::string& library) {
+    std::ifstream maps("/proc/" + std::to_string(process) + "/maps");
+    for (std::string line; std::getline(maps, line);)
+        if (line.ends_with(library)) return true;
+    return false;
+}
+
+std::vector<pid_t> ChildrenOf(pid_t process) {
+    const std::string number = std::to_string(process);
+    std::ifstream list("/proc/" + number + "/task/" + number + "/children");
+    std::vector<pid_t> children;
+    for (pid_t child = 0; list >> child;)
+        children.push_back(child);
+    return children;
+}
+
+// A script may start the game for us.
+bool IsMappedBelow(pid_t process, const std::string& library) {
+    if (IsMappedIn(process, library)) return true;
+    const std::vector<pid_t> children = ChildrenOf(process);
+    return std::any_of(children.begin(), children.end(),
+                       [&](pid_t child) { return IsMappedBelow(child, library); });
+}
+
+struct End {
+    int status = 0;          // as waitpid tells it
+    bool wasLoaded = false;  // the library was seen in the game
+};
+
+// Looks often at first, for games that end at once.
+End WatchGame(const std::string& library) {
+    using std::chrono::steady_clock;
+    const auto start = steady_clock::now();
+    End end;
+    pollfd descriptor{pidfd_open(game, 0), POLLIN, 0};
+    while (descriptor.fd >= 0 && !end.wasLoaded) {
+        const int patience = steady_clock::now() - start < std::chrono::seconds(2) ? 10 : 500;  // ms
+        if (poll(&descriptor, 1, patience) > 0) break;
+        end.wasLoaded = IsMappedBelow(game, library);
+    }
+    if (descriptor.fd >= 0) close(descriptor.fd);
+    while (waitpid(game, &end.status, 0) < 0 && errno == EINTR) {
+    }
+    game = 0;
+    return end;
+}
+
+bool WasUsed(const std::vector<std::string>& lines) {
+    return std::any_of(lines.begin(), lines.end(), [](const std::string& line) {
+        return line.find(" Tessarune: Starting Tessarune ") != std::string::npos;
+    });
+}
+
+void Report(const std::string& name, bool wasLoaded, const std::vector<std::string>& lines,
+            const path& dropIn) {
+    std::cerr << "\ntessarune-run: ";
+    if (WasUsed(lines))
+        std::cerr << "'" << name << "' used Tessarune.\n";
+    else if (wasLoaded)
+        std::cerr << "'" << name << "' loaded Tessarune, but made no context with it.\n";
+    else
+        std::cerr << "'" << name << "' didn't use Tessarune. Either it plays no sound through OpenAL, or it "
+                  << "brings a library of its own: look for a libopenal.so.1 in its folders, keep that file "
+                  << "under another name, and put a link to " << dropIn / "libopenal.so.1"
+                  << " in its place.\n";
+    if (!lines.empty()) std::cerr << "What was logged meanwhile:\n";
+    for (const std::string& line : lines)
+        std::cerr << "  " << line << "\n";
+}
+
+int ExitStatus(int status, const std::string& name) {
+    if (!WIFSIGNALED(status)) return WEXITSTATUS(status);
+    std::cerr << "tessarune-run: '" << name << "' was ended by the signal '" << strsignal(WTERMSIG(status))
+              << "'.\n";
+    return 128 + WTERMSIG(status);
+}
+
+int Run(char** arguments) {
+    const path dropIn = DropIn();
+    PutFirst(dropIn);
+    const tool::LogRing before = tool::ReadLogRing();
+    Start(arguments);
+    const End end = WatchGame(std::filesystem::canonical(dropIn / "libopenal.so.1").string());
+    bool isSomeLost = false;
+    const std::vector<std::string> lines = tool::LinesSince(before, tool::ReadLogRing(), isSomeLost);
+    Report(arguments[0], end.wasLoaded, lines, dropIn);
+    if (isSomeLost) std::cerr << "Earlier lines have left the log again.\n";
+    return ExitStatus(end.status, arguments[0]);
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    const std::string first = count > 1 ? arguments[1] : "";
+    if (first == "--help" || first == "-h") {
+        std::cout << kHelp;
+        return 0;
+    }
+    if (first.empty() || first.starts_with("-")) {
+        std::cerr << "tessarune-run: Name the program to start. 'tessarune-run --help' shows how.\n";
+        return kWrongUse;
+    }
+    try {
+        return Run(arguments + 1);
+    } catch (const std::exception& failure) {
+        std::cerr << "tessarune-run: " << failure.what() << "\n";
+        return kNotStarted;
+    }
+}
