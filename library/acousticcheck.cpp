@@ -35,9 +35,10 @@ Eigen::MatrixXcd Response(const Transform& transform, double frequency) {
     Eigen::MatrixXcd response = Eigen::MatrixXcd::Zero(impulses.rows, impulses.columns);
     for (Index r = 0; r < response.rows(); ++r)
         for (Index c = 0; c < response.cols(); ++c)
-            for (Index i = 0; i < turns.size(); ++i)
-                response(r, c) +=
-                    turns[i] * impulses.data[r * response.cols() + c].data[(transform.start + i) % length];
+            for (Index i = 0; i < turns.size(); ++i) {
+                const Index place = i < early ? transform.start + i : i - early;
+                response(r, c) += turns[i] * impulses.data[r * response.cols() + c].data[place];
+            }
     return response;
 }
 

@@ -19,9 +19,10 @@ Eigen::MatrixXd CircularValues(const std::vector<Direction>& directions, unsigne
     for (Index d = 0; d < values.rows(); ++d) {
         const double azimuth = AzimuthOf(directions[static_cast<std::size_t>(d)]);
         values(d, 0) = 1;
-        for (unsigned m = 1; m <= order; ++m) {
-            values(d, 2 * m - 1) = std::numbers::sqrt2 * std::cos(m * azimuth);
-            values(d, 2 * m) = std::numbers::sqrt2 * std::sin(m * azimuth);
+        for (Index m = 1; m <= Index{order}; ++m) {
+            const double angle = static_cast<double>(m) * azimuth;
+            values(d, 2 * m - 1) = std::numbers::sqrt2 * std::cos(angle);
+            values(d, 2 * m) = std::numbers::sqrt2 * std::sin(angle);
         }
     }
     return values;
@@ -52,6 +53,7 @@ Eigen::VectorXd EnergyOverElevation(const Eigen::MatrixXd& fsa, unsigned order) 
     Eigen::VectorXd energies(heights + 1);
     for (int i = 0; i <= heights; ++i) {
         std::vector<Direction> ring;
+        ring.reserve(around);
         for (int k = 0; k < around; ++k)
             ring.push_back(DirectionAt(2 * pi * k / around, pi / 2 * i / heights));
         energies[i] = (PlaneWaveMatrix(ring, order) * fsa.transpose()).squaredNorm() / around;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <numbers>
 
 #include "design/erb.h"
@@ -52,7 +53,7 @@ double GreatestLag(const Eigen::VectorXcd& cross, double binWidth) {
     double centre = 0;
     for (double step : {5e-5, 5e-6, 5e-7, 5e-8}) {
         const int reach = step == 5e-5 ? 24 : 10;
-        double best = -INFINITY, bestLag = centre;
+        double best = -std::numeric_limits<double>::infinity(), bestLag = centre;
         for (int i = -reach; i <= reach; ++i) {
             const double value = Correlation(cross, binWidth, centre + i * step);
             if (value > best) best = value, bestLag = centre + i * step;

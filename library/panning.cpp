@@ -7,6 +7,7 @@
 #include <numeric>
 
 #include "design/hull.h"
+#include "slib/exception.h"
 
 namespace design {
 namespace {
@@ -117,6 +118,7 @@ Panner::Gains Panner::operator()(const Direction& direction) const {
         best = &simplex;
         bestWeights = weights;
     }
+    if (best == nullptr) throw slib::BadStateException("There are no speakers to pan between.");
     Gains gains{Eigen::VectorXd::Zero(shares.cols()), false};
     for (std::size_t i = 0; i < best->corners.size(); ++i) {
         const double weight = std::max(0.0, bestWeights[static_cast<Index>(i)]);

@@ -1,5 +1,5 @@
-// The pipe on a real sound server: one of its own for each test, in a folder of its own, with two outputs
-// into nothing, whose monitors are recorded.
+// Games on a real sound server: one of its own for each test, in a folder of its own, with an output into
+// nothing whose monitor is recorded. The game's calls are the exported ones.
 
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -10,54 +10,76 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <complex>
 #include <fstream>
 #include <functional>
-#include <memory>
+#include <numbers>
+#include <ostream>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
-#include "pipe/adaptivedirectsoundframework.h"
-#include "pipe/directsoundexception.h"
-#include "recordinglog.h"
+#include "AL/tessarune.h"
 #include "temporaryfolder.h"
 
 namespace {
 
-using audiopipe::directsound::AdaptiveDirectSoundFramework;
-using audiopipe::directsound::DirectSoundException;
-using testing_support::RecordingLog;
-using testing_support::TemporaryFolder;
+using namespace std::chrono_literals;
 
-constexpr std::size_t length = 512;
-constexpr const char* twoPlaces = "front-left,front-right";
-constexpr const char* sixPlaces = "front-left,front-right,front-center,lfe,rear-left,rear-right";
+constexpr int rate = 48000;
+constexpr float silence = 1e-4F;
+constexpr float toneLevel = 0.25F;
+constexpr double degree = std::numbers::pi / 180;
 
-void Await(const std::function<bool()>& condition) {
-    for (int i = 0; i < 1000 && !condition(); ++i)
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    ASSERT_TRUE(condition());
+// A kind of speakers: its standard format, the server's names of its channels, and the azimuths of those that
+// have one, in degrees to the left.
+struct Speakers {
+    const char* format;
+    const char* channelMap;
+    std::size_t channels;
+    std::vector<std::pair<std::size_t, double>> azimuths;
+};
+
+const Speakers stereo{"Stereo", "front-left,front-right", 2, {{0, 30}, {1, -30}}};
+const Speakers surround{"Surround 5.1",
+                        "front-left,front-right,front-center,lfe,rear-left,rear-right",
+                        6,
+                        {{0, 30}, {1, -30}, {2, 0}, {4, 135}, {5, -135}}};
+
+struct Case {
+    const Speakers* speakers;
+};
+std::ostream& operator<<(std::ostream& stream, const Case& c) {
+    return stream << c.speakers->channels << " channels";
 }
 
 // A program that runs beside the test, until the end of the scope, or of the test's process.
 class Program {
 public:
-    Program(std::vector<std::string> line, const std::string& output) : id(fork()) {
+    Program(const std::function<void()>& run) : id(fork()) {
         if (id != 0) return;
         prctl(PR_SET_PDEATHSIG, SIGKILL);
-        std::vector<char*> arguments;
-        arguments.reserve(line.size() + 1);
-        for (std::string& word : line)
-            arguments.push_back(word.data());
-        arguments.push_back(nullptr);
-        if (freopen(output.c_str(), "w", stdout) != nullptr && freopen("/dev/null", "w", stderr) != nullptr)
-            execvp(arguments[0], arguments.data());
+        run();
         _exit(97);
     }
+    Program(std::vector<std::string> line, const std::string& output)
+        : Program([&] {
+              std::vector<char*> arguments;
+              arguments.reserve(line.size() + 1);
+              for (std::string& word : line)
+                  arguments.push_back(word.data());
+              arguments.push_back(nullptr);
+              if (freopen(output.c_str(), "w", stdout) != nullptr &&
+                  freopen("/dev/null", "w", stderr) != nullptr)
+                  execvp(arguments[0], arguments.data());
+          }) {}
     ~Program() { End(SIGTERM); }
-    Program(const Program&) = delete;
-    Program& operator=(const Program&) = delete;
+    Program(Program&& other) noexcept : id(std::exchange(other.id, 0)) {}
+    Program& operator=(Program&& other) noexcept {
+        std::swap(id, other.id);
+        return *this;
+    }
     void End(int signal) {
         if (id <= 0) return;
         kill(id, signal);
@@ -68,118 +90,244 @@ private:
     pid_t id;
 };
 
-class Pulse : public testing::Test {
-protected:
-    Pulse() {
-        for (const char* name :
-             {"XDG_RUNTIME_DIR", "PULSE_RUNTIME_PATH", "PULSE_STATE_PATH", "XDG_CONFIG_HOME", "HOME"})
-            setenv(name, folder.path.c_str(), 1);
-        setenv("PULSE_SERVER", ("unix:" + Socket()).c_str(), 1);  // and no client starts one of its own
-        StartServer();
-    }
-    std::string Socket() const { return folder.path / "native"; }
-    void StartServer() {
-        unlink(Socket().c_str());
-        const std::string sink =
-            "--load=module-null-sink rate=48000 format=float32le sink_properties=device.description=";
-        server = std::make_unique<Program>(
-            std::vector<std::string>{"pulseaudio", "-n", "--daemonize=no", "--exit-idle-time=-1",
-                                     "--use-pid-file=no", "--disable-shm=yes",
-                                     "--load=module-native-protocol-unix auth-anonymous=1 socket=" + Socket(),
-                                     sink + "TwoChannels sink_name=two channels=2",
-                                     sink + "SixChannels sink_name=six channels=6 channel_map=" + sixPlaces},
-            "/dev/null");
-        Await([&] { return access(Socket().c_str(), F_OK) == 0; });
-        std::this_thread::sleep_for(std::chrono::milliseconds(300));  // the outputs come after the socket
-    }
-    std::unique_ptr<audiopipe::Pipe> Open(const std::string& id, std::uint32_t channels) {
-        AdaptiveDirectSoundFramework framework(&log, platform::MakeSoundSystem({}, &log));
-        for (std::uint32_t i = 0; i < framework.GetDeviceCount(); ++i) {
-            const audiopipe::DevicePtr device = framework.GetDevice(i);
-            if (device->id == id && device->GetPlaybackChannelCount() == channels)
-                return device->OpenPipe(&log, 48000, static_cast<std::uint32_t>(length), 2,
-                                        std::vector<bool>(channels, true), {});
-        }
-        throw std::runtime_error("There is no device " + id + ". " + log.lines);
+// Frames of interleaved samples.
+struct Recording {
+    std::vector<float> samples;
+    std::size_t channels;
+
+    std::size_t Frames() const { return samples.size() / channels; }
+    float At(std::size_t frame, std::size_t channel) const { return samples[frame * channels + channel]; }
+    bool IsLoud(std::size_t frame) const {
+        return std::any_of(&samples[frame * channels], &samples[frame * channels] + channels,
+                           [](float sample) { return std::fabs(sample) > silence; });
     }
 
-    TemporaryFolder folder;
-    RecordingLog log;
-    std::unique_ptr<Program> server;
+    // Begin and end of each sound, which stands between stretches of at least 0.1 s of silence.
+    std::vector<std::pair<std::size_t, std::size_t>> Sounds() const {
+        std::vector<std::pair<std::size_t, std::size_t>> sounds;
+        for (std::size_t frame = 0; frame < Frames(); ++frame) {
+            if (!IsLoud(frame)) continue;
+            if (sounds.empty() || frame > sounds.back().second + rate / 10) sounds.emplace_back(frame, frame);
+            sounds.back().second = frame + 1;
+        }
+        return sounds;
+    }
+
+    // The root mean square of each channel.
+    std::vector<double> Levels(std::pair<std::size_t, std::size_t> sound) const {
+        std::vector<double> levels(channels);
+        for (std::size_t i = sound.first * channels; i < sound.second * channels; ++i)
+            levels[i % channels] += double{samples[i]} * double{samples[i]};
+        for (double& level : levels)
+            level = std::sqrt(level / static_cast<double>(sound.second - sound.first));
+        return levels;
+    }
 };
 
-float Expected(std::size_t frame, std::size_t channel) {
-    const double frequency = 331.7 + 97.3 * static_cast<double>(channel);
-    const double level = 0.1 * (1 + static_cast<double>(channel));
-    return static_cast<float>(level * std::cos(2 * M_PI * frequency * static_cast<double>(frame) / 48000));
-}
-
-std::vector<float> ReadFloats(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    const std::string bytes{std::istreambuf_iterator<char>(file), {}};
-    std::vector<float> floats(bytes.size() / sizeof(float));
-    std::copy_n(bytes.data(), floats.size() * sizeof(float), reinterpret_cast<char*>(floats.data()));
-    return floats;
-}
-
-// How many frames from the first sound on are what was sent: every channel at its place and level, no frame
-// missing and none repeated.
-std::size_t WholeFrames(const std::vector<float>& recorded, std::size_t channels) {
-    std::size_t start = 0;
-    while (start < recorded.size() && std::fabs(recorded[start]) < 0.05F)
-        ++start;
-    start -= start % channels;
-    for (std::size_t i = start; i < recorded.size(); ++i)
-        if (std::fabs(recorded[i] - Expected((i - start) / channels, i % channels)) > 1e-5F)
-            return (i - start) / channels;
-    return (recorded.size() - start) / channels;
-}
-
-class PulseSine : public Pulse, public testing::WithParamInterface<std::tuple<const char*, std::uint32_t>> {};
-
-TEST_P(PulseSine, ArrivesWholeOnEveryChannel) {
-    const auto& [sink, channels] = GetParam();
-    const std::string recording = folder.path / "recording";
-    Program recorder({"parec", std::string("--device=") + sink + ".monitor", "--format=float32le",
-                      "--rate=48000", "--channels=" + std::to_string(channels), "--latency-msec=20", "--raw",
-                      std::string("--channel-map=") + (channels == 2 ? twoPlaces : sixPlaces)},
-                     recording);
-    Await([&] { return !ReadFloats(recording).empty(); });
-    const auto pipe = Open(channels == 2 ? "TwoChannels" : "SixChannels", channels);
-    pipe->Start();
-    std::vector<float> block(length * channels);
-    constexpr std::size_t frames = 240000;
-    constexpr std::size_t inThePipe = 24000;  // at most
-    for (std::size_t frame = 0; frame < frames + inThePipe; frame += length) {
-        for (std::size_t i = 0; i < block.size(); ++i)
-            block[i] = Expected(frame + i / channels, i % channels);
-        pipe->Write(block.data(), nullptr);
+// A game with one voice, a tone of 6,007 Hz that fits its buffer of a second.
+class Game {
+public:
+    Game() {
+        std::vector<ALfloat> tone;
+        for (int i = 0; i < rate; ++i)
+            tone.push_back(toneLevel * static_cast<float>(std::sin(2 * std::numbers::pi * 6007 * i / rate)));
+        alcMakeContextCurrent(context);
+        alGenBuffers(1, &buffer);
+        alBufferData(buffer, AL_FORMAT_MONO_FLOAT32, tone.data(), rate * 4, rate);
+        alGenSources(1, &source);
+        alSourcei(source, AL_BUFFER, static_cast<ALint>(buffer));
+        alSourcei(source, AL_LOOPING, AL_TRUE);
     }
-    pipe->Stop();
-    recorder.End(SIGTERM);
-    EXPECT_GE(WholeFrames(ReadFloats(recording), channels), frames) << log.lines;
+    ~Game() { alcDestroyContext(context); }
+    Game(const Game&) = delete;
+    Game& operator=(const Game&) = delete;
+
+    void Play(double azimuth, std::chrono::milliseconds time) const {
+        const double angle = azimuth * degree;
+        alSource3f(source, AL_POSITION, static_cast<float>(-std::sin(angle)), 0,
+                   static_cast<float>(-std::cos(angle)));
+        alSourcePlay(source);
+        std::this_thread::sleep_for(time);
+        alSourceStop(source);
+        std::this_thread::sleep_for(500ms);
+    }
+    // A long tone from ahead, and a short one from each speaker.
+    void PlayScene(const Speakers& speakers, int seconds) const {
+        Play(0, std::chrono::seconds(seconds));
+        for (const auto& [channel, azimuth] : speakers.azimuths)
+            Play(azimuth, 300ms);
+    }
+
+    ALCcontext* context = alcCreateContext(alcOpenDevice(nullptr), nullptr);
+
+private:
+    ALuint buffer = 0;
+    ALuint source = 0;
+};
+
+class OnASoundServer : public testing::Test {
+protected:
+    OnASoundServer() {
+        for (const char* name : {"XDG_RUNTIME_DIR", "PULSE_RUNTIME_PATH", "PULSE_STATE_PATH", "HOME"})
+            setenv(name, store.folder.path.c_str(), 1);
+        setenv("PULSE_SERVER", ("unix:" + Socket()).c_str(), 1);  // and no client starts one of its own
+    }
+    std::string Socket() const { return store.folder.path / "native"; }
+    void Write(const std::string& lines) const {
+        std::filesystem::create_directories(store.UserFile().parent_path());
+        std::ofstream(store.UserFile()) << lines;
+    }
+    std::string Log() const {
+        std::ifstream file(store.UserFile());
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+    std::string Folder(const char* name) const { return store.folder.path / name; }
+
+    Program StartServer(const Speakers& speakers) const {
+        unlink(Socket().c_str());
+        // At real-time priority, where that is allowed, as a desktop has its server.
+        Program server({"sh", "-c", "chrt --rr 5 true 2> /dev/null && set -- chrt --rr 5 \"$@\"; exec \"$@\"",
+                        "sh", "pulseaudio", "-n", "--daemonize=no", "--exit-idle-time=-1",
+                        "--use-pid-file=no", "--disable-shm=yes",
+                        "--load=module-null-sink sink_name=out rate=48000 format=float32le channels=" +
+                            std::to_string(speakers.channels) + " channel_map=" + speakers.channelMap,
+                        "--load=module-native-protocol-unix auth-anonymous=1 socket=" + Socket()},
+                       "/dev/null");
+        for (int i = 0; i < 1000 && access(Socket().c_str(), F_OK) != 0; ++i)
+            std::this_thread::sleep_for(10ms);
+        return server;
+    }
+
+    // What the server's output gets while the game plays.
+    Recording Record(const Speakers& speakers, const std::function<void()>& play) const {
+        const std::string file = Folder("recording");
+        Program recorder({"parec", "--device=out.monitor", "--format=float32le", "--rate=48000",
+                          "--channels=" + std::to_string(speakers.channels), "--raw", "--latency-msec=20",
+                          std::string("--channel-map=") + speakers.channelMap},
+                         file);
+        for (int i = 0; i < 1000 && Read(file).empty(); ++i)
+            std::this_thread::sleep_for(10ms);
+        play();
+        std::this_thread::sleep_for(1s);
+        recorder.End(SIGTERM);
+        const std::string bytes = Read(file);
+        std::vector<float> samples(bytes.size() / sizeof(float));
+        std::copy_n(bytes.data(), samples.size() * sizeof(float), reinterpret_cast<char*>(samples.data()));
+        return {samples, speakers.channels};
+    }
+
+    // The WAV file that the library wrote, of 32-bit integers.
+    Recording ReadWaveFile(const std::string& file, std::size_t channels) const {
+        std::string bytes = Read(file);
+        bytes.erase(0, bytes.find("data") + 8);
+        std::vector<std::int32_t> integers(bytes.size() / sizeof(std::int32_t));
+        std::copy_n(bytes.data(), integers.size() * sizeof(std::int32_t),
+                    reinterpret_cast<char*>(integers.data()));
+        std::vector<float> samples;
+        samples.reserve(integers.size());
+        for (const std::int32_t integer : integers)
+            samples.push_back(static_cast<float>(integer / 2147483648.0));
+        return {samples, channels};
+    }
+
+    static std::string Read(const std::string& path) {
+        std::ifstream file(path, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
+    testing_support::TemporaryStore store;
+};
+
+class Tone : public OnASoundServer, public testing::WithParamInterface<Case> {};
+
+// A tone that repeats each second repeats in the recording, sample for sample: nothing is missing, nothing
+// there twice.
+void ExpectWholeTone(const Recording& recording, std::pair<std::size_t, std::size_t> sound, int seconds) {
+    EXPECT_GT(sound.second - sound.first,
+              static_cast<std::size_t>(rate) * static_cast<std::size_t>(seconds) * 99 / 100);
+    const std::size_t begin = sound.first + rate / 10;
+    for (std::size_t frame = begin; frame + rate < sound.second - 2048; ++frame)
+        for (std::size_t c = 0; c < recording.channels; ++c)
+            ASSERT_NEAR(recording.At(frame + rate, c), recording.At(frame, c), 1e-6)
+                << "channel " << c << ", " << double(frame - sound.first) / rate << " s";
 }
 
-INSTANTIATE_TEST_SUITE_P(Channels, PulseSine, testing::Values(std::tuple("two", 2U), std::tuple("six", 6U)));
+double Decibels(double energy) {
+    return 10 * std::log10(energy);
+}
 
-TEST_F(Pulse, ServerThatDies_EndsThePipeAndANewOneIsFound) {
-    auto pipe = Open("PrimarySoundDriver", 2);
-    pipe->Start();
-    const std::vector<float> block(length * 2);
-    for (int i = 0; i < 20; ++i)
-        pipe->Write(block.data(), nullptr);
-    server->End(SIGKILL);
-    try {
-        for (int i = 0; i < 1000; ++i)
-            pipe->Write(block.data(), nullptr);
-        FAIL();
-    } catch (const DirectSoundException& exception) {
-        EXPECT_STREQ(exception.what(),
-                     "A DirectSound error occurred: The buffer memory has been lost and must be restored.");
+// Each sound comes from where its speaker stands, by the energy of the speakers (Gerzon, 1992), at a level
+// that is the same on all of them: 4 dB above the output's headroom of 0.45, for a source ahead.
+void ExpectEachSoundFromItsSpeaker(const Recording& recording, const Speakers& speakers) {
+    const auto sounds = recording.Sounds();
+    ASSERT_EQ(sounds.size(), 1 + speakers.azimuths.size());
+    for (std::size_t i = 0; i < sounds.size(); ++i) {
+        const std::vector<double> levels = recording.Levels(sounds[i]);
+        std::complex<double> direction = 0;
+        double energy = 0;
+        for (const auto& [channel, azimuth] : speakers.azimuths) {
+            energy += levels[channel] * levels[channel];
+            direction += std::polar(levels[channel] * levels[channel], azimuth * degree);
+        }
+        const double from = i == 0 ? 0 : speakers.azimuths[i - 1].second;
+        EXPECT_NEAR(std::arg(direction) / degree, from, std::fabs(from) < 90 ? 5 : 15) << i;
+        EXPECT_NEAR(Decibels(energy), Decibels(toneLevel * toneLevel / 2 * 0.45 * 0.45) + 4,
+                    from == 0 ? 0.5 : 2)
+            << i;
     }
-    pipe.reset();
-    StartServer();
-    EXPECT_TRUE(Open("TwoChannels", 2));
+}
+
+// Two programs compete for the processor meanwhile.
+TEST_P(Tone, OfAMinute_ArrivesWholeAndInItsPlaceAndIsWhatTheWaveFileHas) {
+    const Speakers* const speakers = GetParam().speakers;
+    constexpr int seconds = 60;
+    const Program server = StartServer(*speakers);
+    std::vector<Program> competitors;
+    for (int i = 0; i < 2; ++i)
+        competitors.emplace_back(std::vector<std::string>{"sh", "-c", "while :; do :; done"}, "/dev/null");
+    const Recording heard = Record(*speakers, [&] {
+        const Game game;
+        ASSERT_NE(game.context, nullptr) << Log();
+        game.PlayScene(*speakers, seconds);
+    });
+    competitors.clear();
+    const auto sounds = heard.Sounds();
+    ASSERT_FALSE(sounds.empty());
+    ExpectWholeTone(heard, sounds[0], seconds);
+    ExpectEachSoundFromItsSpeaker(heard, *speakers);
+
+    Write(std::string("[Platform]\nOutput=WaveFile\nWaveFile=") + Folder("game.wav") +
+          "\nSpeakerSetting=" + speakers->format + "\n");
+    Game().PlayScene(*speakers, 1);
+    const Recording written = ReadWaveFile(Folder("game.wav"), speakers->channels);
+    ExpectEachSoundFromItsSpeaker(written, *speakers);
+    const std::size_t begin = written.Sounds()[0].first;
+    for (std::size_t i = 0; i < rate * 9 / 10 * speakers->channels; ++i)
+        ASSERT_NEAR(written.samples[begin * speakers->channels + i],
+                    heard.samples[sounds[0].first * speakers->channels + i], 1e-6)
+            << i;
+}
+
+INSTANTIATE_TEST_SUITE_P(Outputs, Tone, testing::Values(Case{&stereo}, Case{&surround}));
+
+// The system's server goes away and comes back, and so does the game.
+TEST_F(OnASoundServer, ThatDies_EndsTheSoundButNotTheGame) {
+    Program server = StartServer(stereo);
+    {
+        const Game game;
+        ASSERT_NE(game.context, nullptr) << Log();
+        game.Play(0, 100ms);
+        server.End(SIGKILL);
+        game.Play(0, 1000ms);
+    }
+    EXPECT_NE(
+        Log().find("Exception: A DirectSound error occurred: The buffer memory has been lost and must be "
+                   "restored."),
+        std::string::npos)
+        << Log();
+    server = StartServer(stereo);
+    const Recording heard = Record(stereo, [] { Game().Play(0, 300ms); });
+    EXPECT_EQ(heard.Sounds().size(), 1U);
 }
 
 }  // namespace
