@@ -14,6 +14,7 @@
 #include "AL/tessarune.h"
 #include "app/goaldll/process.h"
 #include "orb3core/configstore.h"
+#include "orb3core/layoutselection.h"
 #include "temporaryfolder.h"
 
 namespace {
@@ -94,6 +95,19 @@ TEST_F(AlcCalls, CreateContext_AfterAFailedStart_Succeeds) {
     EXPECT_EQ(alcCloseDevice(device), ALC_TRUE);
     std::ofstream(store.MachineFile()) << "[Formats]\nUFL=" << store.FormatLibrary().string() << "\n";
     EXPECT_NE(Create(), nullptr);
+}
+
+TEST_F(AlcCalls, CreateContext_SetsTheOutputUpOnceAndReadsItFromThenOn) {
+    for (int start = 0; start < 2; ++start) {
+        ASSERT_NE(Create(), nullptr);
+        Destroy();
+        ForgetConfiguration();
+    }
+    EXPECT_TRUE(LogHas("Tessarune: No layout is active. Attempting to autoselect."));
+    EXPECT_FALSE(LogHas("008=")) << "The second start chose again.";
+    const orb3::Configuration stored =
+        process.engine.configuration.Read([](const orb3::Configuration& c) { return c; });
+    EXPECT_EQ(orb3::FindSelectedLayout(stored)->format, "Stereo");
 }
 
 TEST_F(AlcCalls, DestroyContext_Twice_FreesItOnce) {
