@@ -104,13 +104,15 @@ cubeb_stream_params StreamParameters(const RingShape& shape) {
             .prefs = CUBEB_STREAM_PREF_NONE};
 }
 
-// Frames between the callback and the speakers: what the system behind calls safe, and not below what a
-// callback on a busy machine is late by.
-std::uint32_t Latency(const Context& context, cubeb_stream_params parameters) {
+// Frames between the callback and the speakers: what the system behind calls safe, not below what a callback
+// on a busy machine is late by, and more with a longer ring, since that is what a user asks for whose sound
+// falters.
+std::uint32_t Latency(const Context& context, const RingShape& shape) {
     constexpr std::uint32_t longest = 96000;  // the library's limit
+    cubeb_stream_params parameters = StreamParameters(shape);
     std::uint32_t safe = 0;
     if (Library().minimumLatency(context.handle, &parameters, &safe) != CUBEB_OK) safe = 0;
-    return std::min(std::max(safe, parameters.rate / 25), longest);
+    return std::min(std::max({safe, shape.rate / 25, shape.frames / 3}), longest);
 }
 
 // All calls that may wait for the server are bounded, and where one was given up the next ones queue behind
@@ -203,7 +205,7 @@ protected:
         };
         const auto made = std::make_shared<Made>();
         const bool isOver = CallBounded([made, shape, context = context, device = device] {
-            auto* const opened = new CubebBuffer(shape, context, Latency(*context, StreamParameters(shape)));
+            auto* const opened = new CubebBuffer(shape, context, Latency(*context, shape));
             made->buffer.reset(opened);
             made->result = opened->Open(device);
         });

@@ -29,8 +29,13 @@ public:
     std::filesystem::path path;
 };
 
+/// The build tree that this program lies in, in a folder of its own.
+inline std::filesystem::path BuildTree() {
+    return std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path();
+}
+
 /// Both scopes of this process's store, and its cache, in an empty folder. The machine scope names the format
-/// library of the build tree, which this program lies in.
+/// library of the build tree.
 class TemporaryStore {
 public:
     TemporaryStore() {
@@ -48,8 +53,7 @@ public:
         return folder.path / "machine" / "HollowbrookLabs" / "store.conf";
     }
     static std::filesystem::path FormatLibrary() {
-        const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe");
-        return program.parent_path().parent_path() / "share" / "tessarune" / "Tessarune.afl";
+        return BuildTree() / "share" / "tessarune" / "Tessarune.afl";
     }
 
     TemporaryFolder folder;
