@@ -298,11 +298,12 @@ TEST_P(Tone, OfAMinute_ArrivesWholeAndInItsPlaceAndIsWhatTheWaveFileHas) {
     ExpectWholeTone(heard, sounds[0], seconds);
     ExpectEachSoundFromItsSpeaker(heard, *speakers);
 
-    Set("Output", "WaveFile");
     Set("WaveFile", Folder("game.wav"));
+    Set("Output", "WaveFile");
     Set("SpeakerSetting", speakers->format);
     Game().PlayScene(*speakers, 1);
     const Recording written = ReadWaveFile(Folder("game.wav"), speakers->channels);
+    ASSERT_FALSE(written.Sounds().empty());
     ExpectEachSoundFromItsSpeaker(written, *speakers);
     const std::size_t begin = written.Sounds()[0].first;
     for (std::size_t i = 0; i < rate * 9 / 10 * speakers->channels; ++i)
