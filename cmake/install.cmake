@@ -3,7 +3,8 @@ include(CMakePackageConfigHelpers)
 
 install(TARGETS tessarune tessarune_headers EXPORT TessaruneTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(TARGETS tessarune_info tessarune_library_tool tessarune_config_tool tessarune_run_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(TARGETS tessarune_info tessarune_demo_tool tessarune_library_tool tessarune_config_tool tessarune_run_tool
+        RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(DIRECTORY include/AL DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY ${CMAKE_BINARY_DIR}/share/tessarune DESTINATION ${CMAKE_INSTALL_DATADIR} PATTERN "*.lock" EXCLUDE)
 install(DIRECTORY ${CMAKE_BINARY_DIR}/lib/dropin DESTINATION ${CMAKE_INSTALL_LIBDIR})

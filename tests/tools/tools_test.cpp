@@ -6,10 +6,14 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <future>
 #include <iterator>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -320,6 +324,91 @@ TEST_F(Tools, Run_PassesArgumentsPathAndStatusOnAndTellsOfAGameThatNeverLoads) {
     EXPECT_EQ(Run("tessarune-run", {"sh", "-c", "kill -9 $$"}).status, 128 + 9);
     EXPECT_EQ(Run("tessarune-run", {"/no/such/game"}).status, 127);
     EXPECT_EQ(Run("tessarune-run", {}).status, 2);
+}
+
+// The columns of a table by the name that a row begins with: the number of the one that is marked.
+int Marked(const std::string& table, const std::string& name) {
+    const std::size_t start = table.find("\n" + name + " ");
+    const std::string line = table.substr(start + 1, table.find('\n', start + 1) - start - 1);
+    std::istringstream words(line.substr(std::min(line.size(), name.size())));
+    std::string word;
+    for (int i = 0; words >> word; ++i)
+        if (word.ends_with('*')) return i;
+    return -1;
+}
+
+TEST_F(Tools, Demo_RecordsEachVoiceFromItsSpeakerAndLeavesTheStoreAlone) {
+    Config({"set", "Order", "2"});
+    const path file = folder.path / orb3::storeRoot / "store.conf", wave = folder.path / "demo.wav";
+    const std::string before = Content(file);
+    const Outcome demo =
+        Run("tessarune-demo", {"--quick", "--part", "voices", "--layout", "5.1", "--wav", wave.string()});
+    EXPECT_EQ(demo.status, 0) << demo.error;
+    EXPECT_EQ(Content(file), before);
+    for (const char* part : {"side left, 90 degrees left", "Starting Tessarune"})
+        EXPECT_TRUE(Contains(demo.out, part)) << part;
+    const std::vector<std::pair<std::string, int>> loudest{{"Front_Left", 0}, {"Front_Right", 1},
+                                                           {"Rear_Left", 4},  {"Rear_Right", 5},
+                                                           {"Side_Left", 4},  {"Side_Right", 5}};
+    for (const auto& [voice, channel] : loudest)
+        EXPECT_EQ(Marked(demo.out, voice), channel) << voice << " in " << demo.out;
+    EXPECT_LE(Marked(demo.out, "Front_Center"), 2);
+    EXPECT_TRUE(
+        Contains(Run("tessarune-demo", {"--list", "--voices", folder.path.string()}).out, "(a bell)"));
+    EXPECT_GE(std::filesystem::file_size(wave), 7u * 6 * 4 * 48000);  // seconds of six channels
+}
+
+// The loudest channel of each sound in a recording of 32-bit integers, between silences of 0.1 s or more.
+std::vector<std::size_t> LoudestOfEach(const std::string& wave, std::size_t channels) {
+    const std::size_t data = wave.find("data") + 8, frames = (wave.size() - data) / 4 / channels;
+    std::vector<std::size_t> loudest;
+    std::vector<double> sums(channels);
+    std::size_t quiet = 0;
+    for (std::size_t i = 0; i < frames; ++i) {
+        std::vector<std::int32_t> frame(channels);
+        std::memcpy(frame.data(), &wave[data + i * 4 * channels], 4 * channels);
+        const bool isHeard =
+            std::any_of(frame.begin(), frame.end(), [](auto v) { return std::abs(v) > 1e5; });
+        quiet = isHeard ? 0 : quiet + 1;
+        for (std::size_t c = 0; c < channels; ++c)
+            sums[c] += std::pow(frame[c], 2);
+        if (quiet != 4800 && i + 1 != frames) continue;
+        const auto greatest = std::max_element(sums.begin(), sums.end());
+        if (*greatest > 1e14) loudest.push_back(static_cast<std::size_t>(greatest - sums.begin()));
+        std::fill(sums.begin(), sums.end(), 0);
+    }
+    return loudest;
+}
+
+TEST_F(Tools, SpeakerTest_LetsEachSpeakerSoundByItsOwnOutput) {
+    const path wave = folder.path / "speakers.wav";
+    for (const Words& words : {Words{"WaveFile", wave}, {"Output", "WaveFile"}, {"SpeakerSetting", "Quad"}})
+        Config({"set", words[0], words[1]});
+    const Outcome refused = Config({"speaker-test", "--speaker", "Moon"});
+    EXPECT_EQ(refused.status, 2);
+    EXPECT_TRUE(Contains(refused.error, "'Quad' has no speaker 'Moon'. It has Front Left")) << refused.error;
+    EXPECT_FALSE(std::filesystem::exists(wave));
+    const Outcome test = Config({"speaker-test", "--noise", "--seconds", "0.2"});
+    EXPECT_EQ(test.status, 0) << test.error;
+    EXPECT_TRUE(Contains(test.out, "Back Left, azimuth 135"));
+    EXPECT_EQ(LoudestOfEach(Content(wave), 4), (std::vector<std::size_t>{0, 1, 2, 3}));
+}
+
+TEST_F(Tools, WhatCantSound_TellsWhatToDo) {
+    const Outcome silent = Config({"speaker-test"});
+    EXPECT_EQ(silent.status, 1);
+    EXPECT_TRUE(Contains(silent.error, "'tessarune-config set Output Auto'")) << silent.error;
+    const path machine = folder.path / "none" / orb3::storeRoot / "store.conf";
+    std::filesystem::create_directories(machine.parent_path());
+    std::ofstream(machine) << "[Formats]\nAFL=/no/such.afl\n";
+    const std::vector<std::pair<Words, std::string>> cases{
+        {{"--wav", (folder.path / "a.wav").string()}, "Failed to open file '/no/such.afl'."},
+        {{"--wav", "/no/such/a.wav"}, "The file '/no/such/a.wav' can't be written"}};
+    for (const auto& [words, text] : cases) {
+        const Outcome failed = Run("tessarune-demo", words);
+        EXPECT_EQ(failed.status, 1) << text;
+        EXPECT_TRUE(Contains(failed.error, text)) << failed.error;
+    }
 }
 
 TEST_F(Tools, WrongUse_IsExplainedWithStatus2) {

@@ -21,6 +21,7 @@ void AddSettingCommands(CLI::App& program);
 void AddDevicesCommand(CLI::App& program);
 void AddLayoutCommands(CLI::App& program);
 void AddSpeakersCommand(CLI::App& program);
+void AddSpeakerTestCommand(CLI::App& program);
 void AddCheckCommand(CLI::App& program);
 void AddLogCommand(CLI::App& program);
 void AddDocumentCommands(CLI::App& program);

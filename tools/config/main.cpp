@@ -17,6 +17,7 @@ constexpr const char* kExamples = R"(Examples:
   tessarune-config set Order 2
   tessarune-config layouts
   tessarune-config select "Headphone Stereo"
+  tessarune-config speaker-test
   tessarune-config set Output WaveFile
 
 'tessarune-config COMMAND --help' tells about a command. A game takes changes up when it starts.
@@ -49,9 +50,9 @@ int main(int count, char** arguments) {
     CLI::App program("Shows and changes the settings of Tessarune.", "tessarune-config");
     program.require_subcommand(1);
     program.footer(kExamples);
-    for (const auto add :
-         {tool::AddShowCommand, tool::AddSettingCommands, tool::AddDevicesCommand, tool::AddLayoutCommands,
-          tool::AddSpeakersCommand, tool::AddCheckCommand, tool::AddLogCommand, tool::AddDocumentCommands})
+    for (const auto add : {tool::AddShowCommand, tool::AddSettingCommands, tool::AddDevicesCommand,
+                           tool::AddLayoutCommands, tool::AddSpeakersCommand, tool::AddSpeakerTestCommand,
+                           tool::AddCheckCommand, tool::AddLogCommand, tool::AddDocumentCommands})
         add(program);
     try {
         program.parse(count, arguments);

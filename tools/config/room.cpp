@@ -4,6 +4,7 @@
 #include <cmath>
 #include <numbers>
 
+#include "commands.h"
 #include "slib/text.h"
 
 namespace tool {
@@ -51,6 +52,16 @@ Place PlaceOf(const orb3::Location& location) {
     const double onFloor = std::hypot(location.x, location.y);
     return {std::atan2(location.y, location.x) * kDegrees, std::atan2(location.z, onFloor) * kDegrees,
             std::hypot(onFloor, location.z)};
+}
+
+std::size_t FindSpeaker(const orb3::spk::Layout& layout, const std::string& name) {
+    std::string known;
+    for (std::size_t i = 0; i < layout.speakers.size(); ++i) {
+        const std::string& label = layout.speakers[i].label;
+        if (slib::toLower(label) == slib::toLower(name) || std::to_string(i + 1) == name) return i;
+        known += (i == 0 ? " It has " : ", ") + label;
+    }
+    throw WrongUse("'" + layout.format + "' has no speaker '" + name + "'." + known + ".");
 }
 
 std::string RoomText(const orb3::spk::Layout& layout, const std::string& name,

@@ -1,6 +1,7 @@
 #pragma once
 
-// A layout's speakers as a text that a person edits and the format library's designer reads. One thread.
+// A layout's speakers: where they stand, what people call them, and all of them as a text that a person edits
+// and the format library's designer reads. One thread.
 
 #include <string>
 #include <vector>
@@ -17,6 +18,10 @@ struct Place {
 };
 
 Place PlaceOf(const orb3::Location& location);
+
+/// The index of a speaker, by its label in whatever case, or by its number from 1. Throws WrongUse, which
+/// lists the speakers.
+std::size_t FindSpeaker(const orb3::spk::Layout& layout, const std::string& name);
 
 /// A speaker that was measured.
 struct MeasuredSpeaker {

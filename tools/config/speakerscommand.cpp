@@ -57,17 +57,6 @@ Layout& FindLayoutToChange(orb3::Configuration& configuration, const std::string
     slib::ThrowUnreachable("config/speakerscommand", __LINE__);
 }
 
-// By label, or by number from 1.
-std::size_t FindSpeaker(const Layout& layout, const std::string& name) {
-    std::string known;
-    for (std::size_t i = 0; i < layout.speakers.size(); ++i) {
-        const std::string& label = layout.speakers[i].label;
-        if (slib::toLower(label) == slib::toLower(name) || std::to_string(i + 1) == name) return i;
-        known += (i == 0 ? " It has " : ", ") + label;
-    }
-    throw WrongUse("'" + layout.format + "' has no speaker '" + name + "'." + known + ".");
-}
-
 void CheckIsWhole(const Layout& layout) {
     if (layout.channels.size() == layout.speakers.size()) return;
     throw slib::BadDataException("The stored layout '" + layout.format +

@@ -29,4 +29,7 @@ std::vector<std::string> Lines(const LogRing& ring);
 /// holds, `isSomeLost` becomes true, and these are all that is left.
 std::vector<std::string> LinesSince(const LogRing& before, const LogRing& now, bool& isSomeLost);
 
+/// What the last error in `lines` says, without its mark and time; empty when there is none.
+std::string LastError(const std::vector<std::string>& lines);
+
 }  // namespace tool

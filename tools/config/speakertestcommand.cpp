@@ -1,0 +1,270 @@
+#include <chrono>
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "commands.h"
+#include "gamecalls.h"
+#include "machine.h"
+#include "orb3core/layoutselection.h"
+#include "orb3core/platformsettings.h"
+#include "room.h"
+#include "slib/text.h"
+#include "storedvalues.h"
+#include "support/logring.h"
+#include "support/realoutput.h"
+#include "support/voices.h"
+
+namespace tool {
+namespace {
+
+using orb3::spk::Layout;
+using orb3::spk::Role;
+using orb3::spk::Speaker;
+
+constexpr const char* kExamples = R"(Examples:
+  tessarune-config speaker-test
+  tessarune-config speaker-test --speaker "Back Left" --noise
+  tessarune-config speaker-test --seconds 5
+
+Each sound is placed where the speaker stands, by the library as for a game, so its neighbours play along.
+Hear whether it comes from the speaker that is named. Where it doesn't, 'tessarune-config speakers set
+SPEAKER --output OUTPUT' connects the speaker to another output.)";
+constexpr double kNoiseLength = 1.5;  // s
+constexpr auto kPause = std::chrono::milliseconds(250);
+
+struct Options {
+    std::string speaker;
+    double seconds = 0;  // 0 as long as the sound is
+    bool isNoise = false;
+};
+
+// The voice for a speaker; null for those that none speaks for.
+const Voice* FindVoice(Role role) {
+    const auto named = [](const char* file) {
+        for (const Voice& voice : Voices())
+            if (voice.file == file) return &voice;
+        return static_cast<const Voice*>(nullptr);
+    };
+    switch (role) {
+        case Role::FrontLeft:
+            return named("Front_Left");
+        case Role::FrontRight:
+            return named("Front_Right");
+        case Role::FrontCentre:
+        case Role::FrontCentreDialogue:
+            return named("Front_Center");
+        case Role::BackLeft:
+            return named("Rear_Left");
+        case Role::BackRight:
+            return named("Rear_Right");
+        case Role::BackCentre:
+            return named("Rear_Center");
+        case Role::SideLeft:
+            return named("Side_Left");
+        case Role::SideRight:
+            return named("Side_Right");
+        case Role::Unknown:
+        case Role::BassManaged:
+        case Role::BassLFE:
+            return nullptr;
+    }
+    return nullptr;
+}
+
+Sound SoundFor(const Speaker& speaker, const Options& options) {
+    const Voice* const voice = options.isNoise ? nullptr : FindVoice(speaker.role);
+    std::optional<Sound> recording;
+    if (voice != nullptr) recording = FindRecording(*voice, voiceFolder);
+    return recording ? *recording : MakeNoise(kNoiseLength);
+}
+
+// Slots and effects that reach speakers which no place in the sound field does.
+class DedicatedOutput {
+public:
+    DedicatedOutput(const GameCalls& calls, ALenum effectType) : calls(calls) {
+        calls.alGenEffects(1, &effect);
+        calls.alEffecti(effect, AL_EFFECT_TYPE, effectType);
+        calls.alGenAuxiliaryEffectSlots(1, &slot);
+        calls.alAuxiliaryEffectSloti(slot, AL_EFFECTSLOT_EFFECT, static_cast<ALint>(effect));
+        calls.alGenFilters(1, &filter);
+        calls.alFilteri(filter, AL_FILTER_TYPE, AL_FILTER_LOWPASS);
+        calls.alFilterf(filter, AL_LOWPASS_GAIN, 0);
+    }
+    ~DedicatedOutput() {
+        calls.alDeleteAuxiliaryEffectSlots(1, &slot);
+        calls.alDeleteEffects(1, &effect);
+        calls.alDeleteFilters(1, &filter);
+    }
+    DedicatedOutput(const DedicatedOutput&) = delete;
+    DedicatedOutput& operator=(const DedicatedOutput&) = delete;
+
+    /// `source` is heard there and nowhere else.
+    void Take(ALuint source) const {
+        calls.alSourcei(source, AL_DIRECT_FILTER, static_cast<ALint>(filter));
+        calls.alSource3i(source, AL_AUXILIARY_SEND_FILTER, static_cast<ALint>(slot), 0, AL_FILTER_NULL);
+    }
+
+private:
+    const GameCalls& calls;
+    ALuint effect = 0, slot = 0, filter = 0;
+};
+
+// One source with one sound.
+class Source {
+public:
+    Source(const GameCalls& calls, const Sound& sound, bool isRepeated) : calls(calls) {
+        const auto bytes = static_cast<ALsizei>(sound.samples.size() * sizeof sound.samples[0]);
+        calls.alGenBuffers(1, &buffer);
+        calls.alBufferData(buffer, AL_FORMAT_MONO16, sound.samples.data(), bytes, sound.rate);
+        calls.alGenSources(1, &source);
+        calls.alSourcei(source, AL_BUFFER, static_cast<ALint>(buffer));
+        calls.alSourcei(source, AL_LOOPING, isRepeated ? AL_TRUE : AL_FALSE);
+    }
+    ~Source() {
+        calls.alDeleteSources(1, &source);
+        calls.alDeleteBuffers(1, &buffer);
+    }
+    Source(const Source&) = delete;
+    Source& operator=(const Source&) = delete;
+
+    // The calls' axes go to the right, up and backwards. All speakers are as loud as from 1 m.
+    void PlaceAt(const orb3::Location& location) const {
+        const double distance = PlaceOf(location).distance;
+        const double scale = distance > 0 ? 1 / distance : 0;
+        calls.alSource3f(source, AL_POSITION, static_cast<ALfloat>(-location.y * scale),
+                         static_cast<ALfloat>(location.z * scale), static_cast<ALfloat>(-location.x * scale));
+    }
+
+    const GameCalls& calls;
+    ALuint buffer = 0, source = 0;
+};
+
+// A context as a game makes it.
+class Game {
+public:
+    Game() : before(ReadLogRing()), device(calls.alcOpenDevice(nullptr)) {
+        context = device == nullptr ? nullptr : calls.alcCreateContext(device, nullptr);
+        if (context == nullptr) {
+            if (device != nullptr) calls.alcCloseDevice(device);
+            Fail("No context could be made.");
+        }
+        calls.alcMakeContextCurrent(context);
+    }
+    ~Game() {
+        calls.alcMakeContextCurrent(nullptr);
+        calls.alcDestroyContext(context);
+        calls.alcCloseDevice(device);
+    }
+    Game(const Game&) = delete;
+    Game& operator=(const Game&) = delete;
+
+    void Play(const Speaker& speaker, const Options& options) const {
+        const Sound sound = SoundFor(speaker, options);
+        std::optional<DedicatedOutput> dedicated;  // outlives the source that sends to it
+        const Source source(calls, sound, options.seconds > 0);
+        source.PlaceAt(speaker.location);
+        if (speaker.role == Role::BassLFE)
+            dedicated.emplace(calls, AL_EFFECT_DEDICATED_LOW_FREQUENCY_EFFECT).Take(source.source);
+        if (speaker.role == Role::FrontCentreDialogue)
+            dedicated.emplace(calls, AL_EFFECT_DEDICATED_DIALOGUE).Take(source.source);
+        calls.alSourcePlay(source.source);
+        const ALenum code = calls.alGetError();
+        if (code != AL_NO_ERROR) Fail(std::string("The library refused to play: ") + calls.alGetString(code));
+        Wait(std::chrono::duration<double>(options.seconds > 0 ? options.seconds : sound.Seconds()));
+        calls.alSourceStop(source.source);
+        Wait(kPause);
+    }
+
+private:
+    static void Wait(std::chrono::duration<double> time) { std::this_thread::sleep_for(time); }
+
+    [[noreturn]] void Fail(const std::string& sentence) const {
+        bool isSomeLost = false;
+        const std::string error = LastError(LinesSince(before, ReadLogRing(), isSomeLost));
+        throw slib::BadStateException(sentence +
+                                      (error.empty() ? "" : " The last error in the log is: " + error) +
+                                      " 'tessarune-config check' tells what a start finds.");
+    }
+
+    const GameCalls calls;
+    const LogRing before;
+    ALCdevice* device = nullptr;
+    ALCcontext* context = nullptr;
+};
+
+// Whoever listens is told beforehand that nothing will come.
+void CheckIsHeard() {
+    using Output = platform::PlatformSettings::Output;
+    ErrorsToTerminal log;
+    const Output output = orb3::ReadPlatformSettings(log).output;
+    if (output == Output::Silent)
+        throw slib::BadStateException(
+            "The setting Output is Silent, so nothing would be heard. 'tessarune-config set Output Auto' "
+            "changes that.");
+    if (output == Output::Auto && !DoesOutputAnswer(log))
+        throw slib::BadStateException(
+            "No sound server and no sound card answers, so nothing would be heard. Start the sound server, "
+            "or record into a file: 'tessarune-config set WaveFile FILE', then 'tessarune-config set Output "
+            "WaveFile'.");
+}
+
+Layout LayoutInForce(const orb3::Configuration& configuration) {
+    const orb3::Configuration::LayoutPtr layout = orb3::FindSelectedLayout(configuration);
+    if (layout) return *layout;
+    throw slib::BadStateException(
+        "No layout is in force. 'tessarune-config check' tells why, 'tessarune-config select LAYOUT' puts "
+        "one in force.");
+}
+
+// The layout that a start is going to take, so that a wrong name costs no recording that stands already.
+void CheckSpeaker(const std::string& name) {
+    ErrorsToTerminal log;
+    slib::ErrorLog errors(&log);
+    const FormatLibrary library(log);
+    orb3::Configuration configuration = ReadDocument();
+    orb3::SelectLayout(MakeFrameworks(log), library.Librarian(), configuration, &errors, false);
+    FindSpeaker(LayoutInForce(configuration), name);
+}
+
+void Print(const Speaker& speaker) {
+    const Place place = PlaceOf(speaker.location);
+    std::cout << "  " << speaker.label;
+    if (speaker.role != Role::BassLFE)
+        std::cout << ", azimuth " << slib::FormatNumber(place.azimuth, 4) << ", elevation "
+                  << slib::FormatNumber(place.elevation, 4);
+    std::cout << std::endl;
+}
+
+void Test(const Options& options) {
+    CheckIsHeard();
+    if (!options.speaker.empty()) CheckSpeaker(options.speaker);
+    const Game game;
+    const Layout layout = LayoutInForce(ReadDocument());  // the start has stored it
+    std::vector<Speaker> speakers = layout.speakers;
+    if (!options.speaker.empty()) speakers = {layout.speakers[FindSpeaker(layout, options.speaker)]};
+    std::cout << layout.format << " on '" << layout.pipeDevice << "'; degrees, positive to the left:\n";
+    for (const Speaker& speaker : speakers) {
+        Print(speaker);
+        game.Play(speaker, options);
+    }
+}
+
+}  // namespace
+
+void AddSpeakerTestCommand(CLI::App& program) {
+    const auto options = std::make_shared<Options>();
+    CLI::App* command =
+        program.add_subcommand("speaker-test", "Let each speaker of the layout in force sound in turn.");
+    command->footer(kExamples);
+    command->add_option("--speaker", options->speaker, "This one alone: its name, or number in 'speakers'");
+    command->add_option("--seconds", options->seconds, "For so long each, in place of once")
+        ->check(CLI::Range(0.1, 3600.0));
+    command->add_flag("--noise", options->isNoise, "Pink noise in place of voices");
+    command->callback([options] { Test(*options); });
+}
+
+}  // namespace tool

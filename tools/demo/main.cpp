@@ -1,0 +1,225 @@
+// Plays a scene through the exported calls, to the speakers or into a WAV file, and shows what came of it.
+
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <cstring>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <optional>
+#include <string>
+
+#include "levels.h"
+#include "orb3core/platformsettings.h"
+#include "player.h"
+#include "privatestore.h"
+#include "scene.h"
+#include "slib/exception.h"
+#include "slib/text.h"
+#include "support/logring.h"
+#include "support/realoutput.h"
+#include "support/voices.h"
+
+namespace {
+
+using platform::PlatformSettings;
+using slib::StandardFormat;
+
+constexpr int kFailed = 1;
+constexpr int kWrongUse = 2;
+constexpr const char* kFile = "tessarune-demo.wav";
+constexpr const char* kExamples = R"(Examples:
+  tessarune-demo
+  tessarune-demo --part circle
+  tessarune-demo --wav surround.wav --layout 5.1
+  tessarune-demo --quick --layout headphones
+
+Exit status: 0 when all went well, 1 when it didn't, 2 when the command line asks for what can't be.)";
+
+class WrongUse : public slib::StringException {
+public:
+    using StringException::StringException;
+};
+
+struct Options {
+    std::string waveFile, part, layout;
+    std::string voiceFolder = tool::voiceFolder;
+    bool isQuick = false;
+    bool isListed = false;
+};
+
+// Where this run plays to.
+struct Output {
+    std::string waveFile;  // empty for what is heard
+    StandardFormat speakers = StandardFormat::Stereo;
+    bool areSpeakersGiven = false;
+};
+
+// The lines go nowhere: the library says the same when it finds the same.
+class NoLog : public slib::Log {
+public:
+    void Write(const std::string&, bool) override {}
+};
+
+// By its name, or as people call it: "5.1", "headphones".
+StandardFormat FindSpeakers(const std::string& text) {
+    const std::string wanted = slib::toLower(text == "headphones" ? "headphone stereo" : text);
+    std::string known;
+    for (int i = 1; i <= static_cast<int>(StandardFormat::Surround71Wide); ++i) {
+        const std::string name = slib::GetStandardFormatName(static_cast<StandardFormat>(i));
+        if (slib::toLower(name) == wanted || slib::toLower(name) == "surround " + wanted)
+            return static_cast<StandardFormat>(i);
+        known += (known.empty() ? "" : ", ") + name;
+    }
+    throw WrongUse("There is no layout '" + text + "'. There is " + known + ".");
+}
+
+demo::Scene SceneOf(const Options& options) {
+    using demo::Part;
+    demo::Scene scene{{Part::Voices, Part::Circle, Part::Room}, options.voiceFolder, options.isQuick};
+    if (options.part == "voices") scene.parts = {Part::Voices};
+    if (options.part == "circle") scene.parts = {Part::Circle};
+    if (options.part == "room") scene.parts = {Part::Room};
+    return scene;
+}
+
+// Why nobody would hear it; empty when somebody does.
+std::string WhyUnheard(const Options& options, const PlatformSettings& settings, slib::Log& log) {
+    if (!options.layout.empty()) return "Another layout than that of your speakers goes into a file.";
+    switch (settings.output) {
+        case PlatformSettings::Output::Silent:
+            return "Your setting 'Output' is 'Silent'.";
+        case PlatformSettings::Output::WaveFile:
+            return "Your setting 'Output' is 'WaveFile'.";
+        case PlatformSettings::Output::Auto:
+            return tool::DoesOutputAnswer(log) ? "" : "No sound server and no sound card answers.";
+    }
+    return {};
+}
+
+void CheckWritable(const std::string& path) {
+    if (std::ofstream(path, std::ios::app)) return;
+    throw slib::BadStateException("The file '" + path + "' can't be written: " + std::strerror(errno) +
+                                  ". Name one that you may write with --wav FILE.");
+}
+
+Output ChooseOutput(const Options& options) {
+    NoLog log;
+    const PlatformSettings settings = orb3::ReadPlatformSettings(log);
+    Output output{options.waveFile, settings.speakerSetting.value_or(StandardFormat::Stereo), false};
+    if (!options.layout.empty()) {
+        output.speakers = FindSpeakers(options.layout);
+        output.areSpeakersGiven = true;
+    }
+    if (output.waveFile.empty()) {
+        const std::string why = WhyUnheard(options, settings, log);
+        if (why.empty()) {
+            std::cout << "The default output plays it; --wav FILE records it instead.\n";
+            return output;
+        }
+        output.waveFile = settings.output == PlatformSettings::Output::WaveFile ? settings.waveFile : kFile;
+        std::cout << why << " The sound is recorded; listen to the file afterwards.\n";
+    }
+    output.waveFile = std::filesystem::absolute(output.waveFile).string();
+    CheckWritable(output.waveFile);
+    return output;
+}
+
+std::vector<std::string> LinesSince(const tool::LogRing& before) {
+    bool isSomeLost = false;
+    return tool::LinesSince(before, tool::ReadLogRing(), isSomeLost);
+}
+
+void PrintLog(const std::vector<std::string>& lines) {
+    std::cout << "\nWhat the library logged:\n";
+    for (const std::string& line : lines)
+        std::cout << "  " << line << "\n";
+    std::cout << std::endl;
+}
+
+// The player is gone, and the recording whole, before anybody looks at either.
+demo::Played PlayScene(const Options& options) {
+    const demo::Player player;
+    return demo::Play(player, SceneOf(options));
+}
+
+demo::Played PlayAndShowLog(const Options& options) {
+    const tool::LogRing before = tool::ReadLogRing();
+    try {
+        demo::Played played = PlayScene(options);
+        PrintLog(LinesSince(before));
+        return played;
+    } catch (const demo::Interrupted&) {
+        PrintLog(LinesSince(before));
+        throw;
+    } catch (const slib::StringException& failure) {
+        const std::vector<std::string> lines = LinesSince(before);
+        PrintLog(lines);
+        const std::string error = tool::LastError(lines);
+        throw slib::BadStateException(
+            failure.what() + (error.empty() ? "" : " The last error in the log is: " + error) +
+            " 'tessarune-config check' tells what a start finds, and what to change.");
+    }
+}
+
+void Show(const Output& output, const demo::Played& played) {
+    if (output.waveFile.empty()) {
+        std::cout << "Nothing was recorded, so there are no levels: --wav FILE records.\n";
+        return;
+    }
+    demo::PrintLevels(demo::MeasureLevels(output.waveFile, played),
+                      slib::GetStandardChannelNames(output.speakers));
+    std::cout << "The recording (" << slib::GetStandardFormatName(output.speakers) << ") is in '"
+              << output.waveFile << "'.\n";
+}
+
+void Run(const Options& options) {
+    if (options.isListed) return demo::List(SceneOf(options));
+    const Output output = ChooseOutput(options);
+    std::optional<demo::PrivateStore> store;
+    if (!output.waveFile.empty()) store.emplace().PlayInto(output.waveFile);
+    if (output.areSpeakersGiven) store->TakeSpeakers(output.speakers);
+    demo::WatchForInterruption();
+    Show(output, PlayAndShowLog(options));
+}
+
+int Explain(const std::string& sentence, int status) {
+    std::cerr << "tessarune-demo: " << sentence << "\n";
+    return status;
+}
+
+void AddOptions(CLI::App& program, Options& options) {
+    program.footer(kExamples);
+    program.add_flag("--quick", options.isQuick, "Play all parts short");
+    program.add_flag("--list", options.isListed, "Tell what there is to play, and play nothing");
+    program.add_option("--part", options.part, "Play this part alone")
+        ->check(CLI::IsMember({"voices", "circle", "room"}));
+    program.add_option("--wav", options.waveFile, "Record into this file, and play to nobody");
+    program.add_option("--layout", options.layout, "Record for these speakers: 5.1, Quad, headphones ...");
+    program.add_option("--voices", options.voiceFolder, "Take the voices from this folder")
+        ->capture_default_str();
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    CLI::App program(
+        "Plays voices around you, an engine that flies past, and a hall, as a game would. Where nothing can "
+        "be heard it records them into 'tessarune-demo.wav'.",
+        "tessarune-demo");
+    Options options;
+    AddOptions(program, options);
+    try {
+        program.parse(count, arguments);
+        Run(options);
+        return 0;
+    } catch (const CLI::ParseError& error) {
+        if (error.get_exit_code() == 0) return program.exit(error);
+        return Explain(error.what() + std::string(". 'tessarune-demo --help' lists the options."), kWrongUse);
+    } catch (const WrongUse& failure) {
+        return Explain(failure.what(), kWrongUse);
+    } catch (const std::exception& failure) {
+        return Explain(failure.what(), kFailed);
+    }
+}

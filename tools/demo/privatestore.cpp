@@ -1,0 +1,70 @@
+#include "privatestore.h"
+
+#include <stdlib.h>
+
+#include <system_error>
+
+#include "orb3core/configstore.h"
+#include "orb3core/configuration.h"
+#include "platform/storelocation.h"
+#include "slib/exception.h"
+#include "slib/sxml.h"
+
+namespace demo {
+namespace {
+
+using std::filesystem::path;
+
+path MakeFolder() {
+    std::string name = (std::filesystem::temp_directory_path() / "tessarune-demo-XXXXXX").string();
+    if (mkdtemp(name.data()) != nullptr) return name;
+    throw slib::OperatingSystemErrnoException("No folder could be made in '" +
+                                              std::filesystem::temp_directory_path().string() +
+                                              "'. Make room there, or name another place by TMPDIR.");
+}
+
+orb3::ConfigStore Store() {
+    return {orb3::storeRoot, orb3::ConfigStore::Scope::User};
+}
+
+void WriteChecked(const std::string& key, const std::string& value) {
+    Store().Write(key, value);
+    if (Store().Read(key, "") == value) return;
+    throw slib::BadStateException("The settings of this run can't be stored in '" +
+                                  platform::UserStorePath(orb3::storeRoot).string() +
+                                  "'. Make room there, or name another place by TMPDIR.");
+}
+
+}  // namespace
+
+PrivateStore::PrivateStore() : folder(MakeFolder()) {
+    const path own = platform::UserStorePath(orb3::storeRoot);
+    setenv("XDG_CONFIG_HOME", folder.c_str(), 1);
+    const path copy = platform::UserStorePath(orb3::storeRoot);
+    std::error_code ignored;  // without a store of the user's own all is at its default
+    std::filesystem::create_directories(copy.parent_path(), ignored);
+    std::filesystem::copy_file(own, copy, ignored);
+}
+
+PrivateStore::~PrivateStore() {
+    std::error_code ignored;
+    std::filesystem::remove_all(folder, ignored);
+}
+
+void PrivateStore::PlayInto(const std::string& waveFile) const {
+    WriteChecked("/Platform/Output", "WaveFile");
+    WriteChecked("/Platform/WaveFile", waveFile);
+}
+
+void PrivateStore::TakeSpeakers(slib::StandardFormat format) const {
+    constexpr const char* kDocument = "/Speakers/Configuration";
+    WriteChecked("/Platform/SpeakerSetting", slib::GetStandardFormatName(format));
+    const std::string text = Store().Read(kDocument, "");
+    if (text.empty()) return;  // the defaults follow the speakers
+    orb3::Configuration configuration;
+    configuration.Read(slib::SXMLNode(text));
+    configuration.useDirectSoundAutoselect = true;
+    WriteChecked(kDocument, configuration.CreateNode()->ToString(slib::SXMLNode::Style::Compact));
+}
+
+}  // namespace demo
