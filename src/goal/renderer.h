@@ -5,14 +5,16 @@
 //     one-channel source ── reader ── filter ──> weights of its direction ──┐
 //     stereo source with angles ── reader ── filter ──> weights of sides ───┼──> spatial bus ──> listener
 //     gain other sources ── reader ── filter ──> bus of their arrangement ── encode matrix ──┘
+//     each of them ── filter of its send ──> slot's effect ──> a bus of these, or an output of its own
 //
 // The server builds one for each run and calls it once a block, on its own thread; nothing else may. A block
 // allocates nothing and locks nothing.
 
 #include <cstdint>
-#include <map>
 #include <memory>
 
+#include "goal/arraybuses.h"
+#include "goal/effectstage.h"
 #include "goal/fx/filtergaintables.h"
 #include "goal/fx/gainramp.h"
 #include "goal/machinery.h"
@@ -23,7 +25,6 @@
 #include "goal/sourcereader.h"
 #include "numeric/bus.h"
 #include "numeric/floattuplevector.h"
-#include "numeric/genericmatrix.h"
 #include "orb3core/configuration.h"
 
 namespace goal {
@@ -35,26 +36,14 @@ public:
     /// slib::BadDataException for an array that is missing, slib::OutOfMemoryException.
     Renderer(double sampleRate, const orb3::Configuration& configuration, int defaultFilterOrder,
              std::uint32_t blockFrames);
+    Renderer(const Renderer&) = delete;
+    Renderer& operator=(const Renderer&) = delete;
 
     /// Fills `output`, whose spatial bus has (order+1)² channels of the block's frames. Moves the play
     /// positions of the snapshot's sources on and stops those that run out of data.
     void renderBlock(RenderSnapshot& snapshot, RenderOutput& output) override;
 
 private:
-    // The sources of one channel arrangement, on their way to the spatial bus.
-    struct ArrayBus {
-        hcml::ac::Bus input;     ///< raw samples of the source in hand
-        hcml::ac::Bus filtered;  ///< those after rotation and filter
-        hcml::ac::Bus mix;       ///< the sum of all sources of the arrangement in this block
-        hcml::GenericMatrix<float, 1>
-            encode;  ///< a row for each channel of `mix`, a column for each of the bus
-        bool hasContent = false;
-    };
-
-    void AddArrayBus(int key, std::uint32_t inputs, hcml::GenericMatrix<float, 1> encode);
-    void AddArrays(orb3::array::ArraySet arrays);
-    void AddBFormats();
-
     void StartBlock(const RenderSnapshot& snapshot, RenderOutput& output);
     void RenderSources(RenderSnapshot& snapshot, RenderOutput& output);
     void FinishBlock(const RenderSnapshot& snapshot, RenderOutput& output);
@@ -66,8 +55,8 @@ private:
                  hcml::ac::Bus& spatial);
     void Rotate(const Source& source, int key, ArrayBus& bus) const;
     void Pan(const Source& source, const ArrayBus& bus, hcml::ac::Bus& spatial);
-    void MixArrays(hcml::ac::Bus& spatial);
 
+    const orb3::GoalConfig settings;
     const double sampleRate;  // Hz
     const std::uint32_t blockFrames;
     const unsigned order;
@@ -77,10 +66,11 @@ private:
     SourceReader reader;
     SourceRadiusTable radiusTable;
     std::unique_ptr<FilterGainTables> filterTables;
-    std::map<int, ArrayBus> arrayBuses;  // by the key of the arrangement
+    ArrayBuses arrays;
     SendStage sends;
+    EffectStage effects;
     MixBatch batch;
-    Basis listener;
+    Basis listener;  // of the block in hand
     GainRamp spatialGain;
     GainRamp lowFrequencyGain;
     GainRamp dialogueGain;

@@ -38,15 +38,17 @@ SendStage::SendStage(std::uint32_t frames, std::uint32_t spatialChannels, bool d
     filtered.resize(frames);
 }
 
-void SendStage::Sync(const RenderSnapshot& snapshot) {
+void SendStage::Sync(const RenderSnapshot& snapshot,
+                     std::span<const std::unique_ptr<EffectProcessorState>> effects) {
     if (slots.size() < snapshot.slots.size) slots.resize(snapshot.slots.size);
     for (std::uint32_t i = 0; i < snapshot.slots.size; ++i)
-        SyncSlot(slots[i], snapshot.slots[i]);
+        SyncSlot(slots[i], snapshot.slots[i], effects[i].get());
 }
 
-void SendStage::SyncSlot(Slot& slot, const AuxSlotParameters& parameters) const {
-    if (!parameters.effect || parameters.deleted) return slot.input.resize(0, 0);
-    slot.kind = InputOf(parameters.effect->effectType);
+void SendStage::SyncSlot(Slot& slot, const AuxSlotParameters& parameters,
+                         const EffectProcessorState* effect) const {
+    if (effect == nullptr) return slot.input.resize(0, 0);
+    slot.kind = effect->inputKind;
     slot.target = {.inputKind = static_cast<std::int32_t>(slot.kind),
                    .auxiliarySendAuto = parameters.auxiliarySendAuto};
     if (const auto* reverb = dynamic_cast<const fx::ReverbParameters*>(parameters.effect.Get())) {

@@ -2,14 +2,16 @@
 
 // The auxiliary sends: what each source gives into the inputs of the effect slots, through a filter of its
 // own per send. The renderer syncs the inputs at the start of a block and calls the stage for each source;
-// the slots' effects take the inputs up afterwards. On the server's thread; allocates only when a slot takes
-// an effect of another shape.
+// the slots' effects take the inputs up afterwards (EffectStage). On the server's thread; allocates only when
+// a slot takes an effect of another shape.
 
 #include <cstdint>
+#include <memory>
+#include <span>
 #include <vector>
 
 #include "goal/enginestate.h"
-#include "goal/fx/effecttypes.h"
+#include "goal/fx/effectprocessorstate.h"
 #include "goal/fx/filtergaintables.h"
 #include "goal/sourcegeometry.h"
 #include "numeric/bus.h"
@@ -24,9 +26,9 @@ public:
     SendStage(std::uint32_t frames, std::uint32_t spatialChannels, bool directional,
               const FilterGainTables& tables, int defaultFilterOrder);
 
-    /// Brings the inputs in line with the slots of a snapshot, and clears them. Throws
-    /// slib::OutOfMemoryException.
-    void Sync(const RenderSnapshot& snapshot);
+    /// Brings the inputs in line with the slots of a snapshot, and clears them. `effects` are those of the
+    /// slots, null for none. Throws slib::OutOfMemoryException.
+    void Sync(const RenderSnapshot& snapshot, std::span<const std::unique_ptr<EffectProcessorState>> effects);
 
     /// The input of slot `index`, as Sync shaped it; without channels for a slot without an effect.
     const hcml::ac::Bus& Input(std::uint32_t index) const { return slots[index].input; }
@@ -47,7 +49,7 @@ private:
         SendTarget target;
     };
 
-    void SyncSlot(Slot& slot, const AuxSlotParameters& parameters) const;
+    void SyncSlot(Slot& slot, const AuxSlotParameters& parameters, const EffectProcessorState* effect) const;
     Slot* Live(std::uint32_t slotName);
     bool Filter(const FilterParameters& filter, SourceFilterState& state,
                 const hcml::FloatTupleVector& samples, const SendGains& gains, float floorScale);

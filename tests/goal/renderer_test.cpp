@@ -8,90 +8,22 @@
 #include <cmath>
 #include <functional>
 #include <limits>
-#include <memory>
 #include <vector>
 
 #include "AL/tessarune.h"
 #include "allocationcounter.h"
-#include "goal/samplerateconverter.h"
 #include "hwy/targets.h"
+#include "scene.h"
 
 namespace goal {
 namespace {
 
+using testing_support::Noise;
+using testing_support::Place;
+using testing_support::Scene;
+
 constexpr float unfit[] = {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity(),
                            -std::numeric_limits<float>::infinity(), std::numeric_limits<float>::max()};
-
-// A scene, and what a server does with it.
-class Scene {
-public:
-    explicit Scene(std::uint32_t frames,
-                   orb3::SampleRateConversion conversion = orb3::SampleRateConversion::Off, int order = 4)
-        : frames(frames) {
-        configuration.goalConfig.order = order;
-        configuration.goalConfig.sampleRateConversion = conversion;
-        if (conversion == orb3::SampleRateConversion::SincMedium)
-            converter = std::make_unique<SampleRateConverter>(3);
-        renderer = std::make_unique<Renderer>(48000, configuration, 1, frames);
-        output.spatial.resize(frames, static_cast<std::uint32_t>((order + 1) * (order + 1)));
-        output.lowFrequency.resize(frames);
-        output.dialogue.resize(frames);
-    }
-
-    // A source in a loop of these samples. Sources and buffers are few, so references stay good.
-    Source& Add(std::vector<float> samples, std::int32_t format = AL_FORMAT_MONO_FLOAT32,
-                float rate = 48000) {
-        buffers.push_back(std::make_unique<Buffer>(1, format, rate, samples.data(),
-                                                   static_cast<std::uint32_t>(samples.size() * 4), true));
-        Source source;
-        source.queue.append(buffers.back().get());
-        source.looping = true;
-        source.state = SourceState::Playing;
-        application.sources.append(source);
-        return application.sources[application.sources.size - 1];
-    }
-
-    void Render() {
-        CopyToSnapshot(snapshot, application, converter.get());
-        renderer->renderBlock(snapshot, output);
-        MergeProgress(snapshot, application);
-    }
-
-    // `total` frames of the given channel.
-    std::vector<float> Play(std::uint32_t total, std::uint32_t channel) {
-        std::vector<float> played;
-        while (played.size() < total) {
-            Render();
-            played.insert(played.end(), output.spatial.channels[channel],
-                          output.spatial.channels[channel] + frames);
-        }
-        played.resize(total);
-        return played;
-    }
-
-    float Last(std::uint32_t channel) const { return output.spatial.channels[channel][frames - 1]; }
-
-    const std::uint32_t frames;
-    orb3::Configuration configuration;
-    std::vector<std::unique_ptr<Buffer>> buffers;
-    ApplicationState application;
-    RenderSnapshot snapshot;
-    std::unique_ptr<SampleRateConverter> converter;
-    std::unique_ptr<Renderer> renderer;
-    RenderOutput output;
-};
-
-// Where the source is; its `position` is that in its buffer.
-void Place(Source& source, const Vector3& position) {
-    source.SourceBaseParameters::position = position;
-}
-
-std::vector<float> Noise(std::size_t count, unsigned seed) {
-    std::vector<float> samples(count);
-    for (float& sample : samples)
-        sample = static_cast<float>((seed = seed * 1664525 + 1013904223) >> 8) / (1 << 23) - 1;
-    return samples;
-}
 
 TEST(Renderer, AnEmptyScene_IsSilentButForThePatternAtTheListenersGain) {
     Scene scene(512);
@@ -246,6 +178,35 @@ TEST(Renderer, AScene_IsTheSameToTheBitOnEveryVectorTarget) {
     hwy::GetChosenTarget().Update(hwy::SupportedTargets());
 }
 
+constexpr std::int32_t effectTypes[] = {AL_EFFECT_REVERB,
+                                        AL_EFFECT_EAXREVERB,
+                                        AL_EFFECT_CHORUS,
+                                        AL_EFFECT_FLANGER,
+                                        AL_EFFECT_ECHO,
+                                        AL_EFFECT_DISTORTION,
+                                        AL_EFFECT_RING_MODULATOR,
+                                        AL_EFFECT_COMPRESSOR,
+                                        AL_EFFECT_EQUALIZER,
+                                        AL_EFFECT_DEDICATED_LOW_FREQUENCY_EFFECT,
+                                        AL_EFFECT_DEDICATED_DIALOGUE};
+
+TEST(Renderer, EveryEffect_IsHeardOnTheBusOrOnItsOwnOutput) {
+    for (const std::int32_t type : effectTypes) {
+        Scene scene(512);
+        Source& source = scene.Add(Noise(400, 1));
+        source.directFilter.gain = 0;
+        source.sends.append({1, 0, {}});
+        scene.AddSlot(type);
+        scene.output.hasLowFrequency = true;
+        float loudest = 0;
+        for (const float sample : scene.Play(5120, 0))
+            loudest = std::max(loudest, std::abs(sample));
+        if (scene.output.lowFrequencyWritten) loudest = std::abs(scene.output.lowFrequency.data[511]);
+        EXPECT_GT(loudest, 1e-3F) << type;
+        EXPECT_LT(loudest, 16) << type;
+    }
+}
+
 TEST(Renderer, ASteadyScene_AllocatesNothing) {
     for (const auto conversion : {orb3::SampleRateConversion::Off, orb3::SampleRateConversion::Linear,
                                   orb3::SampleRateConversion::SincMedium}) {
@@ -254,6 +215,10 @@ TEST(Renderer, ASteadyScene_AllocatesNothing) {
             Place(scene.Add(Noise(3000, i), AL_FORMAT_MONO_FLOAT32, 44100), {static_cast<float>(i), 0, -1});
         scene.Add(Noise(6000, 9), AL_FORMAT_51CHN32, 22050);
         scene.Add(Noise(6000, 9), AL_FORMAT_BFORMAT3D_FLOAT32, 22050);
+        for (std::uint32_t i = 0; i < std::size(effectTypes); ++i) {
+            scene.AddSlot(effectTypes[i]);
+            scene.application.sources[i].sends.append({i + 1, 0, {}});
+        }
         scene.Render();
         const std::size_t before = testing_support::AllocationsOfThisThread();
         ASSERT_GT(before, 0U);  // what built the scene was counted

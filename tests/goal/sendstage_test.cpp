@@ -7,10 +7,13 @@
 #include <memory>
 #include <vector>
 
-#include "AL/tessarune.h"
-
 namespace goal {
 namespace {
+
+struct SilentEffect : EffectProcessorState {
+    explicit SilentEffect(EffectInput kind) : EffectProcessorState(1, kind, EffectOutput::Mono) {}
+    void process(const EffectProcessArgs&) override {}
+};
 
 // A slot and a source straight ahead that sends the constant 1 to it, in blocks of 128 frames into a bus of
 // order 1.
@@ -18,10 +21,11 @@ class SendStageTest : public testing::Test {
 protected:
     SendStageTest() { buildFilterTables(*tables, 48000, false); }
 
-    SendStage Make(ALenum effect, bool directional = false) {
-        AuxSlotParameters slot;
-        SetEffectType(slot.effect, effect);
-        snapshot.slots.append(slot);
+    SendStage Make(EffectInput kind, bool directional = false) {
+        snapshot.slots.append({});
+        effects.clear();
+        for (std::uint32_t i = 0; i < snapshot.slots.size; ++i)
+            effects.push_back(std::make_unique<SilentEffect>(kind));
         source.sends.append({1, 0, {}});
         state.sends.resizePreserving(1, {});
         samples.resize(128);
@@ -30,7 +34,7 @@ protected:
         geometry.direction = {0.6F, 0.8F, 0};
         geometry.encode = {1, 0.6F, 0.8F, 0};
         SendStage stage(128, 4, directional, *tables, 1);
-        stage.Sync(snapshot);
+        stage.Sync(snapshot, effects);
         return stage;
     }
 
@@ -40,6 +44,7 @@ protected:
 
     std::unique_ptr<FilterGainTables> tables = std::make_unique<FilterGainTables>();
     RenderSnapshot snapshot;
+    std::vector<std::unique_ptr<EffectProcessorState>> effects;
     Source source;
     SourceRendererState state;
     SourceGeometry geometry;
@@ -48,26 +53,26 @@ protected:
 
 TEST_F(SendStageTest, EachKindOfInput_GetsItsChannels) {
     struct Case {
-        ALenum effect;
+        EffectInput kind;
         bool directional;
         std::vector<float> heard;
     };
-    for (const auto& [effect, directional, heard] :
-         {Case{AL_EFFECT_ECHO, true, {0.5F}}, Case{AL_EFFECT_REVERB, false, {0.5F}},
-          Case{AL_EFFECT_EAXREVERB, true, {0.5F, 0.3F, 0.4F, 0}},
-          Case{AL_EFFECT_EQUALIZER, false, {0.5F, 0.3F, 0.4F, 0}}}) {
+    for (const auto& [kind, directional, heard] :
+         {Case{EffectInput::Mono, true, {0.5F}}, Case{EffectInput::Reverb, false, {0.5F}},
+          Case{EffectInput::Reverb, true, {0.5F, 0.3F, 0.4F, 0}},
+          Case{EffectInput::Field, false, {0.5F, 0.3F, 0.4F, 0}}}) {
         snapshot = RenderSnapshot();
         source = Source();
-        SendStage stage = Make(effect, directional);
+        SendStage stage = Make(kind, directional);
         stage.SendMono(source, state, snapshot, geometry, samples, 0.5F);
         ASSERT_EQ(stage.Input(0).channelCount, heard.size());
         for (std::uint32_t c = 0; c < heard.size(); ++c)
-            EXPECT_NEAR(Heard(stage, c), heard[c], 1e-6) << effect << " channel " << c;
+            EXPECT_NEAR(Heard(stage, c), heard[c], 1e-6) << static_cast<int>(kind) << " channel " << c;
     }
 }
 
 TEST_F(SendStageTest, ASendToNobody_WaitsWithCleanMemory) {
-    SendStage stage = Make(AL_EFFECT_ECHO);
+    SendStage stage = Make(EffectInput::Mono);
     for (const std::uint32_t name : {0U, 2U, 0xFFFFFFFFU}) {
         source.sends[0].slotName = name;
         state.sends[0].gain = 0.25F;
@@ -75,36 +80,36 @@ TEST_F(SendStageTest, ASendToNobody_WaitsWithCleanMemory) {
         EXPECT_EQ(state.sends[0].gain, 1);
         EXPECT_NEAR(Heard(stage, 0), 0, 1e-6);
     }
-    snapshot.slots[0].effect = EffectParametersPtr();
+    effects[0].reset();
     source.sends[0].slotName = 1;
-    stage.Sync(snapshot);
+    stage.Sync(snapshot, effects);
     stage.SendMono(source, state, snapshot, geometry, samples, 1);
     EXPECT_EQ(stage.Input(0).channelCount, 0U);
 }
 
 TEST_F(SendStageTest, AManualSlot_TakesTheDirectGainAndAnUnfitGainSendsNothing) {
     snapshot.slots.append({});
-    SendStage stage = Make(AL_EFFECT_ECHO);
+    SendStage stage = Make(EffectInput::Mono);
     source.sends[0].slotName = 2;
     geometry.gain = 0.25F;
     snapshot.slots[1].auxiliarySendAuto = false;
-    stage.Sync(snapshot);
+    stage.Sync(snapshot, effects);
     stage.SendMono(source, state, snapshot, geometry, samples, 1);
     EXPECT_NEAR(stage.Input(1).channels[0][127], 0.25, 1e-6);
     geometry.gain = std::numeric_limits<float>::infinity();
-    stage.Sync(snapshot);
+    stage.Sync(snapshot, effects);
     stage.SendMono(source, state, snapshot, geometry, samples, 1);
     EXPECT_NEAR(stage.Input(1).channels[0][127], 0, 1e-6);
 }
 
 TEST_F(SendStageTest, SeveralChannels_SendTheirMeanAndBFormatItsFirst) {
-    SendStage stage = Make(AL_EFFECT_ECHO);
+    SendStage stage = Make(EffectInput::Mono);
     hcml::ac::Bus input(128, 4);
     input.add(0, samples.data, 1);
     input.add(1, samples.data, 3);
     stage.SendMultiChannel(source, state, input, false, 0.5F);
     EXPECT_NEAR(Heard(stage, 0), 0.5 * (1 + 3) / 4, 1e-6);
-    stage.Sync(snapshot);
+    stage.Sync(snapshot, effects);
     stage.SendMultiChannel(source, state, input, true, 0.5F);
     EXPECT_NEAR(Heard(stage, 0), 0.5 / 4, 1e-6);
 }

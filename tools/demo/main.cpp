@@ -32,6 +32,7 @@ constexpr const char* kFile = "tessarune-demo.wav";
 constexpr const char* kExamples = R"(Examples:
   tessarune-demo
   tessarune-demo --part circle
+  tessarune-demo --part room --room cave
   tessarune-demo --wav surround.wav --layout 5.1
   tessarune-demo --quick --layout headphones
 
@@ -44,6 +45,7 @@ public:
 
 struct Options {
     std::string waveFile, part, layout;
+    std::string room = "concerthall";
     std::string voiceFolder = tool::voiceFolder;
     bool isQuick = false;
     bool isListed = false;
@@ -77,7 +79,12 @@ StandardFormat FindSpeakers(const std::string& text) {
 
 demo::Scene SceneOf(const Options& options) {
     using demo::Part;
-    demo::Scene scene{{Part::Voices, Part::Circle, Part::Room}, options.voiceFolder, options.isQuick};
+    demo::Scene scene{{Part::Voices, Part::Circle, Part::Room},
+                      options.voiceFolder,
+                      presets::FindReverbPreset(options.room),
+                      options.isQuick};
+    if (scene.room == nullptr)
+        throw WrongUse("There is no room '" + options.room + "'. 'tessarune-demo --list' lists them.");
     if (options.part == "voices") scene.parts = {Part::Voices};
     if (options.part == "circle") scene.parts = {Part::Circle};
     if (options.part == "room") scene.parts = {Part::Room};
@@ -195,6 +202,7 @@ void AddOptions(CLI::App& program, Options& options) {
     program.add_flag("--list", options.isListed, "Tell what there is to play, and play nothing");
     program.add_option("--part", options.part, "Play this part alone")
         ->check(CLI::IsMember({"voices", "circle", "room"}));
+    program.add_option("--room", options.room, "The room of the last part")->capture_default_str();
     program.add_option("--wav", options.waveFile, "Record into this file, and play to nobody");
     program.add_option("--layout", options.layout, "Record for these speakers: 5.1, Quad, headphones ...");
     program.add_option("--voices", options.voiceFolder, "Take the voices from this folder")
@@ -205,7 +213,7 @@ void AddOptions(CLI::App& program, Options& options) {
 
 int main(int count, char** arguments) {
     CLI::App program(
-        "Plays voices around you, an engine that flies past, and a hall, as a game would. Where nothing can "
+        "Plays voices around you, an engine that flies past, and a room, as a game would. Where nothing can "
         "be heard it records them into 'tessarune-demo.wav'.",
         "tessarune-demo");
     Options options;

@@ -31,27 +31,6 @@ void Check(const char* doing) {
     throw slib::BadStateException(std::string("The library refused to ") + doing + ": " + alGetString(code));
 }
 
-struct HallParameter {
-    ALenum name;
-    float value;
-};
-
-// A concert hall, as the guidelines for this effect have it.
-constexpr HallParameter kHall[] = {{AL_EAXREVERB_DENSITY, 1.0F},
-                                   {AL_EAXREVERB_DIFFUSION, 1.0F},
-                                   {AL_EAXREVERB_GAIN, 0.3162F},
-                                   {AL_EAXREVERB_GAINHF, 0.5623F},
-                                   {AL_EAXREVERB_GAINLF, 1.0F},
-                                   {AL_EAXREVERB_DECAY_TIME, 3.92F},
-                                   {AL_EAXREVERB_DECAY_HFRATIO, 0.7F},
-                                   {AL_EAXREVERB_DECAY_LFRATIO, 1.0F},
-                                   {AL_EAXREVERB_REFLECTIONS_GAIN, 0.2427F},
-                                   {AL_EAXREVERB_REFLECTIONS_DELAY, 0.02F},
-                                   {AL_EAXREVERB_LATE_REVERB_GAIN, 0.9977F},
-                                   {AL_EAXREVERB_LATE_REVERB_DELAY, 0.029F},
-                                   {AL_EAXREVERB_HFREFERENCE, 5000.0F},
-                                   {AL_EAXREVERB_LFREFERENCE, 250.0F}};
-
 }  // namespace
 
 Vector Towards(double azimuth, double distance) {
@@ -127,17 +106,15 @@ void Player::RunUntil(double time, const std::function<void(double)>& step) cons
     Check("play the scene");
 }
 
-Hall::Hall() {
+Room::Room(const presets::ReverbPreset& preset) {
     alGenEffects(1, &effect);
-    alEffecti(effect, AL_EFFECT_TYPE, AL_EFFECT_EAXREVERB);
-    for (const HallParameter& parameter : kHall)
-        alEffectf(effect, parameter.name, parameter.value);
+    presets::ApplyReverbPreset(effect, preset);
     alGenAuxiliaryEffectSlots(1, &slot);
     alAuxiliaryEffectSloti(slot, AL_EFFECTSLOT_EFFECT, static_cast<ALint>(effect));
-    Check("build the hall");
+    Check("build the room");
 }
 
-Hall::~Hall() {
+Room::~Room() {
     alDeleteAuxiliaryEffectSlots(1, &slot);
     alDeleteEffects(1, &effect);
 }
@@ -162,8 +139,8 @@ void Source::MoveTo(const Vector& position, const Vector& velocity) {
     alSourcefv(source, AL_VELOCITY, velocity.data());
 }
 
-void Source::SendTo(const Hall& hall) {
-    alSource3i(source, AL_AUXILIARY_SEND_FILTER, static_cast<ALint>(hall.slot), 0, AL_FILTER_NULL);
+void Source::SendTo(const Room& room) {
+    alSource3i(source, AL_AUXILIARY_SEND_FILTER, static_cast<ALint>(room.slot), 0, AL_FILTER_NULL);
 }
 
 void Source::Start() {

@@ -1,6 +1,6 @@
 #pragma once
 
-// What a game has of the library, as objects: the context with a clock in it, sources, and a hall. All by the
+// What a game has of the library, as objects: the context with a clock in it, sources, and a room. All by the
 // exported calls; the scene plays with these, on the main thread. A call that is refused, or a library that
 // makes no context, is a slib::BadStateException.
 
@@ -12,6 +12,7 @@
 
 #define AL_ALEXT_PROTOTYPES 1
 #include "AL/tessarune.h"
+#include "reverbpresets.h"
 
 namespace demo {
 
@@ -53,12 +54,12 @@ private:
 };
 
 /// A room that sources send to.
-class Hall {
+class Room {
 public:
-    Hall();
-    ~Hall();
-    Hall(const Hall&) = delete;
-    Hall& operator=(const Hall&) = delete;
+    explicit Room(const presets::ReverbPreset& preset);
+    ~Room();
+    Room(const Room&) = delete;
+    Room& operator=(const Room&) = delete;
 
     ALuint slot = 0;
 
@@ -76,7 +77,7 @@ public:
 
     /// `velocity` in metres a second.
     void MoveTo(const Vector& position, const Vector& velocity = {});
-    void SendTo(const Hall& hall);
+    void SendTo(const Room& room);
     void Start();
     void Stop();
 

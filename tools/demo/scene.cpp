@@ -28,7 +28,7 @@ struct Pace {
     double pause;   // s behind each sound
     double turn;    // s around the circle
     double flight;  // s past the listener
-    double tail;    // s that the hall is listened to
+    double tail;    // s that the room is listened to
 };
 constexpr Pace kFull{10, 0.4, 12, 4, 3};
 constexpr Pace kQuick{0.7, 0.25, 2, 1.2, 1};
@@ -159,15 +159,15 @@ void Performance::PlayCircle() {
 void Performance::PlayRoom() {
     const tool::Voice& voice = tool::Voices()[1];
     const Sound sound = SoundOf(voice, scene);
-    const Hall hall;
+    const Room room(*scene.room);
     std::cout << "A voice in the open" << std::endl;
     Source source(sound);
     Say(voice, source, sound, "in the open");
     Pause();
-    std::cout << "and in a concert hall" << std::endl;
-    source.SendTo(hall);
-    Say(voice, source, sound, "in the hall");
-    Stretch("the hall alone", pace.tail);
+    std::cout << "and in the room '" << scene.room->name << "'" << std::endl;
+    source.SendTo(room);
+    Say(voice, source, sound, "in the room");
+    Stretch("the room alone", pace.tail);
 }
 
 }  // namespace
@@ -199,7 +199,9 @@ void List(const Scene& scene) {
         std::cout << "          " << voice.place << ", " << Degrees(voice.azimuth)
                   << (tool::FindRecording(voice, scene.voiceFolder) ? "" : " (a bell)") << "\n";
     std::cout << "circle  an engine circles around you and flies past\n"
-                 "room    a voice in the open and in a concert hall\n";
+                 "room    a voice in the open and in one of these rooms:\n";
+    for (const presets::ReverbPreset& preset : presets::ReverbPresets())
+        std::cout << "          " << preset.name << "\n";
 }
 
 }  // namespace demo

@@ -1,10 +1,12 @@
 #pragma once
 
-// What the demonstration plays: voices at their places, an engine that circles and flies past, and a hall.
+// What the demonstration plays: voices at their places, an engine that circles and flies past, and a room.
 // One thread.
 
 #include <string>
 #include <vector>
+
+#include "reverbpresets.h"
 
 namespace demo {
 
@@ -15,6 +17,7 @@ enum class Part { Voices, Circle, Room };
 struct Scene {
     std::vector<Part> parts;
     std::string voiceFolder;
+    const presets::ReverbPreset* room = nullptr;
     bool isQuick = false;
 };
 

@@ -14,6 +14,9 @@ namespace fx {
 struct ParameterTable;
 }
 
+class EffectProcessorState;
+struct RenderContext;
+
 /// The parameters of one effect. A class of an effect holds the values as fields and names them in a
 /// ParameterTable, through which all calls here work. Parameters are AL tokens of that effect.
 ///
@@ -30,6 +33,10 @@ public:
     virtual std::unique_ptr<EffectProcessorParameters> clone() const = 0;
     /// Takes over all fields of `other`. Throws slib::BadParameterException when that is of another class.
     virtual void assign(const EffectProcessorParameters& other) = 0;
+
+    /// A running effect of this type, with clean memory. Called on the server's thread. Throws
+    /// slib::OutOfMemoryException.
+    virtual std::unique_ptr<EffectProcessorState> createState(const RenderContext& context) const = 0;
 
     virtual bool setParameteri(std::int32_t parameter, std::int32_t value);
     /// Takes the first value.

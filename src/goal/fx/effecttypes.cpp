@@ -33,22 +33,20 @@ Parameters MakeDedicated() {
 struct EffectType {
     std::int32_t type;
     Parameters (*make)();
-    EffectInput input;
 };
 
 constexpr std::array effectTypes = std::to_array<EffectType>({
-    {AL_EFFECT_REVERB, Make<fx::BasicReverbParameters>, EffectInput::Reverb},
-    {AL_EFFECT_CHORUS, Make<fx::ChorusParameters>, EffectInput::Mono},
-    {AL_EFFECT_DISTORTION, Make<fx::DistortionParameters>, EffectInput::Mono},
-    {AL_EFFECT_ECHO, Make<fx::EchoParameters>, EffectInput::Mono},
-    {AL_EFFECT_FLANGER, Make<fx::FlangerParameters>, EffectInput::Mono},
-    {AL_EFFECT_RING_MODULATOR, Make<fx::RingModulatorParameters>, EffectInput::Mono},
-    {AL_EFFECT_COMPRESSOR, Make<fx::CompressorParameters>, EffectInput::Mono},
-    {AL_EFFECT_EQUALIZER, Make<fx::EqualizerParameters>, EffectInput::Field},
-    {AL_EFFECT_EAXREVERB, Make<fx::EAXReverbParameters>, EffectInput::Reverb},
-    {AL_EFFECT_DEDICATED_LOW_FREQUENCY_EFFECT, MakeDedicated<AL_EFFECT_DEDICATED_LOW_FREQUENCY_EFFECT>,
-     EffectInput::Mono},
-    {AL_EFFECT_DEDICATED_DIALOGUE, MakeDedicated<AL_EFFECT_DEDICATED_DIALOGUE>, EffectInput::Mono},
+    {AL_EFFECT_REVERB, Make<fx::BasicReverbParameters>},
+    {AL_EFFECT_CHORUS, Make<fx::ChorusParameters>},
+    {AL_EFFECT_DISTORTION, Make<fx::DistortionParameters>},
+    {AL_EFFECT_ECHO, Make<fx::EchoParameters>},
+    {AL_EFFECT_FLANGER, Make<fx::FlangerParameters>},
+    {AL_EFFECT_RING_MODULATOR, Make<fx::RingModulatorParameters>},
+    {AL_EFFECT_COMPRESSOR, Make<fx::CompressorParameters>},
+    {AL_EFFECT_EQUALIZER, Make<fx::EqualizerParameters>},
+    {AL_EFFECT_EAXREVERB, Make<fx::EAXReverbParameters>},
+    {AL_EFFECT_DEDICATED_LOW_FREQUENCY_EFFECT, MakeDedicated<AL_EFFECT_DEDICATED_LOW_FREQUENCY_EFFECT>},
+    {AL_EFFECT_DEDICATED_DIALOGUE, MakeDedicated<AL_EFFECT_DEDICATED_DIALOGUE>},
 });
 
 }  // namespace
@@ -56,11 +54,6 @@ constexpr std::array effectTypes = std::to_array<EffectType>({
 Parameters MakeEffectParameters(std::int32_t type) {
     const auto* found = std::ranges::find(effectTypes, type, &EffectType::type);
     return found == effectTypes.end() ? nullptr : found->make();
-}
-
-EffectInput InputOf(std::int32_t type) {
-    const auto* found = std::ranges::find(effectTypes, type, &EffectType::type);
-    return found == effectTypes.end() ? EffectInput::Mono : found->input;
 }
 
 bool SetEffectType(slib::SmartPtr<EffectProcessorParameters, slib::Counter>& holder, std::int32_t type) {

@@ -7,7 +7,6 @@
 #include <memory>
 
 #include "goal/fx/effectprocessorparameters.h"
-#include "goal/fx/effectprocessorstate.h"
 #include "slib/smartptr.h"
 
 namespace goal {
@@ -20,8 +19,5 @@ std::unique_ptr<EffectProcessorParameters> MakeEffectParameters(std::int32_t typ
 /// stay as they are. False, with nothing changed, for a type that isn't supported. Throws std::bad_alloc and
 /// then changes nothing.
 bool SetEffectType(slib::SmartPtr<EffectProcessorParameters, slib::Counter>& holder, std::int32_t type);
-
-/// The input of an effect by its AL type; Mono for a type that there is none of.
-EffectInput InputOf(std::int32_t type);
 
 }  // namespace goal

@@ -34,6 +34,7 @@ public:
     void getName(std::string& name) const override;
     std::unique_ptr<EffectProcessorParameters> clone() const override;
     void assign(const EffectProcessorParameters& other) override;
+    std::unique_ptr<EffectProcessorState> createState(const RenderContext& context) const override;
 };
 
 }  // namespace goal::fx

@@ -20,6 +20,8 @@ public:
     float delay = 0;                         ///< seconds
     float depth = 0;                         ///< fraction of the delay, 0 to 1
 
+    std::unique_ptr<EffectProcessorState> createState(const RenderContext& context) const override;
+
 protected:
     using EffectProcessorParameters::EffectProcessorParameters;
 };

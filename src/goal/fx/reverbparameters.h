@@ -41,6 +41,9 @@ struct ReverbParametersBase {
 };
 
 class ReverbParameters : public EffectProcessorParameters, public ReverbParametersBase {
+public:
+    std::unique_ptr<EffectProcessorState> createState(const RenderContext& context) const override;
+
 protected:
     using EffectProcessorParameters::EffectProcessorParameters;
 };

@@ -1,0 +1,21 @@
+#pragma once
+
+// The running dedicated effects, which send their slot to the low-frequency or the dialogue output:
+//
+//     input ──> gain ──> output
+//
+// Made and run by the renderer on the server's thread.
+
+#include "goal/fx/dedicatedparameters.h"
+#include "goal/fx/effectprocessorstate.h"
+
+namespace goal::fx {
+
+class DedicatedState : public EffectProcessorState {
+public:
+    explicit DedicatedState(const DedicatedParameters& parameters);
+
+    void process(const EffectProcessArgs& args) override;
+};
+
+}  // namespace goal::fx

@@ -1,0 +1,106 @@
+#pragma once
+
+// One running effect, driven as the renderer drives it: made from parameters, fed block by block. For the
+// tests of all effects.
+
+#include <algorithm>
+#include <complex>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "allocationcounter.h"
+#include "goal/fx/effectprocessorstate.h"
+#include "numeric/bus.h"
+
+namespace testing_support {
+
+using Signal = std::vector<float>;
+using Channels = std::vector<Signal>;  ///< all of one length
+
+/// Where an effect runs.
+struct EffectPlace {
+    double sampleRate = 48000;
+    std::uint32_t blockFrames = 512;
+    int order = 3;
+    bool isDirectional = false;  ///< useDirectionalEarlyReflections
+    bool isFull = true;          ///< useFullLateReflections
+};
+
+/// The silence of a signal of `frames` frames but for a 1 at frame `at`.
+inline Signal Impulse(std::size_t frames, std::size_t at = 0) {
+    Signal signal(frames);
+    signal[at] = 1;
+    return signal;
+}
+
+/// The spectrum of a signal at an angle per sample.
+inline std::complex<double> SpectrumAt(std::span<const float> signal, double angle) {
+    std::complex<double> sum = 0, turn = 1;
+    for (const float sample : signal) {
+        sum += double{sample} * turn;
+        turn *= std::polar(1.0, -angle);
+    }
+    return sum;
+}
+
+/// The response at `angle` of the one-pole low-pass whose gain is 1 at angle 0 and `gain` at `gainAngle`: the
+/// pole is found by halving.
+inline std::complex<double> OnePoleAt(double angle, double gain, double gainAngle) {
+    const auto at = [](double pole, double w) { return (1 - pole) / (1.0 - pole * std::polar(1.0, -w)); };
+    double low = 0, high = 1;
+    for (int i = 0; i < 60; ++i)
+        (std::abs(at((low + high) / 2, gainAngle)) > gain ? low : high) = (low + high) / 2;
+    return at(low, angle);
+}
+
+class RunningEffect {
+public:
+    explicit RunningEffect(const goal::EffectProcessorParameters& parameters, const EffectPlace& place = {})
+        : place(place) {
+        settings.order = place.order;
+        settings.useDirectionalEarlyReflections = place.isDirectional;
+        settings.useFullLateReflections = place.isFull;
+        state = parameters.createState({place.sampleRate, &settings, place.blockFrames, &listenerBasis});
+    }
+    RunningEffect(const RunningEffect&) = delete;  // the state refers to the fields
+
+    /// What the effect adds to silence. `input` has as many channels as the effect's input at most; those
+    /// that it lacks are silent. The last block is as short as what is left of the signal.
+    Channels Feed(const goal::EffectProcessorParameters& parameters, const Channels& input) {
+        const auto field = static_cast<std::uint32_t>((place.order + 1) * (place.order + 1));
+        const std::uint32_t inputs[] = {1, place.isDirectional ? 4u : 1u, field};
+        const std::uint32_t outputs[] = {1, 2, 4, 6, 8, field, 1, 1};
+        const std::uint32_t outputChannels = outputs[static_cast<std::size_t>(state->outputKind)];
+        Channels result(outputChannels);
+        for (std::size_t first = 0; first < input[0].size(); first += place.blockFrames) {
+            const std::size_t count = std::min<std::size_t>(place.blockFrames, input[0].size() - first);
+            const auto frames = static_cast<std::uint32_t>(count);
+            hcml::ac::Bus in(frames, inputs[static_cast<std::size_t>(state->inputKind)]);
+            hcml::ac::Bus out(frames, outputChannels);
+            for (std::size_t c = 0; c < input.size(); ++c)
+                std::copy_n(&input[c][first], frames, in.channels[c]);
+            const std::size_t before = AllocationsOfThisThread();
+            state->process({&parameters, in.channels, out.channels, in.frames, in.vectors, slotGain});
+            allocations += AllocationsOfThisThread() - before;
+            for (std::uint32_t c = 0; c < outputChannels; ++c)
+                result[c].insert(result[c].end(), out.channels[c], out.channels[c] + frames);
+        }
+        return result;
+    }
+
+    Channels Feed(const goal::EffectProcessorParameters& parameters, const Signal& input) {
+        return Feed(parameters, Channels{input});
+    }
+
+    const EffectPlace place;
+    orb3::GoalConfig settings;
+    goal::Basis listenerBasis;
+    std::unique_ptr<goal::EffectProcessorState> state;
+    float slotGain = 1;
+    std::size_t allocations = 0;  ///< of all calls of `process` so far
+};
+
+}  // namespace testing_support
