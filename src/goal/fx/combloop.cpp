@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numbers>
 
 namespace goal::fx {
 namespace {
@@ -66,10 +65,6 @@ CombLoop MakeCombLoop(const CombDecay& decay, double length, double weight, cons
     const double even = std::sqrt(1 / feedback);
     return shelved(std::min(high, std::max(even, 1 / (feedback * low))),
                    std::min(low, std::max(even, 1 / (feedback * high))));
-}
-
-double ReferenceAngle(double frequency, double sampleRate) {
-    return 2 * std::numbers::pi * std::min(frequency / sampleRate, 0.49);
 }
 
 }  // namespace goal::fx

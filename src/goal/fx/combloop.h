@@ -37,7 +37,4 @@ struct CombLoop {
 /// to a product with the loop's gain of 1.
 CombLoop MakeCombLoop(const CombDecay& decay, double length, double weight, const FilterGainTables& tables);
 
-/// The angle per sample of a reference in Hz; one beyond 0.49 of the rate works as that one.
-double ReferenceAngle(double frequency, double sampleRate);
-
 }  // namespace goal::fx

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <numbers>
 
+#include "goal/fx/onepole.h"
+
 namespace goal {
 namespace {
 
@@ -16,26 +18,12 @@ double RowGain(Index row) {
     return root * root;
 }
 
-// A reference frequency as an angle per sample, kept below that of half the rate.
-double ReferenceAngle(double frequency, double sampleRate) {
-    return 2 * std::numbers::pi * std::min(frequency / sampleRate, 0.49);
-}
-
-// sqrt(G*(c² - 1) + 2*(1 - c)), of both first-order sections.
-double Root(double squaredGain, double cosine) {
-    return std::sqrt((1 - cosine) * (2 - squaredGain * (1 + cosine)));
-}
-
-FirstOrderRow OnePole(double b) {
+FirstOrderRow RowOfPole(double b) {
     return {static_cast<float>(1 - b), static_cast<float>(b)};
 }
 
-// The pole b of (1 - b)/(1 - b/z) for the gain at the angle: the smaller root of (1 - G)b² - 2(1 - cG)b + (1
-// - G), in the form that doesn't cancel.
 FirstOrderRow HighFirstOrder(double gain, double angle) {
-    const double squared = gain * gain;
-    const double c = std::cos(angle);
-    return OnePole((1 - squared) / ((1 - c * squared) + gain * Root(squared, c)));
+    return RowOfPole(fx::OnePoleOfGain(gain, angle).b);
 }
 
 // The pole b of b(1 - 1/z)/(1 - b/z), what is left without the low-pass: the positive root of
@@ -43,7 +31,7 @@ FirstOrderRow HighFirstOrder(double gain, double angle) {
 FirstOrderRow LowFirstOrder(double gain, double angle) {
     const double squared = gain * gain;
     const double c = std::cos(angle);
-    return OnePole(squared / (gain * Root(squared, c) + c * squared));
+    return RowOfPole(squared / (gain * fx::OnePoleRoot(squared, c) + c * squared));
 }
 
 // By what factor a Butterworth filter's cut-off lies from the frequency at which its gain is `gain`. The last
@@ -81,6 +69,10 @@ void Fill(FilterGainTables::Table<Row>& table, Row closed, Row open, Row (*make)
 }
 
 }  // namespace
+
+double ReferenceAngle(double frequency, double sampleRate) {
+    return 2 * std::numbers::pi * std::min(frequency / sampleRate, 0.49);
+}
 
 Index FilterRowIndex(float gain) {
     if (!(gain > 0)) return 0;

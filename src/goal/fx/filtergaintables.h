@@ -43,6 +43,9 @@ struct FilterGainTables : GainSlew {
     Table<SecondOrderRow> lfSecondOrder;
 };
 
+/// The angle per sample of a reference in Hz; one beyond 0.49 of the rate works as that one.
+double ReferenceAngle(double frequency, double sampleRate);
+
 /// The row for a linear gain: 1024 from 1 on, 0 for what is negative or not a number.
 std::uint32_t FilterRowIndex(float gain);
 

@@ -30,13 +30,17 @@ inline OnePole OnePoleOfCutoff(double angle) {
     return {a, 1 - a};
 }
 
+/// sqrt(G*(c² - 1) + 2*(1 - c)), what the poles for a squared gain G at the cosine c of an angle come from.
+inline double OnePoleRoot(double squaredGain, double cosine) {
+    return std::sqrt((1 - cosine) * (2 - squaredGain * (1 + cosine)));
+}
+
 /// The gain h, below 1, at `angle`: with G = h² and c = cos(angle), b is the root of (1 - G)b² - 2(1 - cG)b +
 /// (1 - G) inside the unit circle, in the form that doesn't cancel.
 inline OnePole OnePoleOfGain(double gain, double angle) {
     const double squared = gain * gain;
     const double c = std::cos(angle);
-    const double root = std::sqrt(squared * (c * c - 1) + 2 * (1 - c));
-    const double b = (1 - squared) / ((1 - c * squared) + gain * root);
+    const double b = (1 - squared) / ((1 - c * squared) + gain * OnePoleRoot(squared, c));
     return {1 - b, b};
 }
 

@@ -6,11 +6,10 @@
 #define HWY_TARGET_INCLUDE "numeric/kernels/firstorderkernel.cpp"
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
+#include "numeric/kernels/lanerows-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace hcml::HWY_NAMESPACE {
-
-namespace hn = hwy::HWY_NAMESPACE;
 
 void RunOne(FirstOrderSection& section, std::uint32_t first, std::uint32_t frames) {
     // A copy, which the outputs can't be suspected of changing.
@@ -34,40 +33,6 @@ void RunSections(FirstOrderSection* sections, std::uint32_t count, std::uint32_t
 
 constexpr std::uint32_t framesPerBlock = 4;
 constexpr std::uint32_t maximumSections = 16;
-
-// Four frames of as many rows as there are lanes, in the order in which rows and frames change places inside
-// each block of 128 bits: rows 0, 4, ... in the first vector, rows 1, 5, ... in the second.
-template <class D>
-HWY_INLINE hn::Vec<D> LoadRows(D d, const float* const* rows, std::size_t i) {
-    if constexpr (hn::MaxLanes(D()) == 4) {
-        return hn::LoadU(d, rows[0] + i);
-    } else {
-        const hn::Half<D> half;
-        return hn::Combine(d, LoadRows(half, rows + hn::MaxLanes(half), i), LoadRows(half, rows, i));
-    }
-}
-
-template <class D>
-HWY_INLINE void StoreRows(D d, hn::Vec<D> v, float* const* rows, std::size_t i) {
-    if constexpr (hn::MaxLanes(D()) == 4) {
-        hn::StoreU(v, d, rows[0] + i);
-    } else {
-        const hn::Half<D> half;
-        StoreRows(half, hn::LowerHalf(half, v), rows, i);
-        StoreRows(half, hn::UpperHalf(half, v), rows + hn::MaxLanes(half), i);
-    }
-}
-
-// Its own inverse.
-template <class D>
-HWY_INLINE void Transpose(D d, hn::Vec<D>& v0, hn::Vec<D>& v1, hn::Vec<D>& v2, hn::Vec<D>& v3) {
-    const auto lower02 = hn::InterleaveLower(d, v0, v2), upper02 = hn::InterleaveUpper(d, v0, v2);
-    const auto lower13 = hn::InterleaveLower(d, v1, v3), upper13 = hn::InterleaveUpper(d, v1, v3);
-    v0 = hn::InterleaveLower(d, lower02, lower13);
-    v1 = hn::InterleaveUpper(d, lower02, lower13);
-    v2 = hn::InterleaveLower(d, upper02, upper13);
-    v3 = hn::InterleaveUpper(d, upper02, upper13);
-}
 
 // Up to sixteen sections, lane by lane. The lanes left over repeat the last section: they read and write what
 // it does.

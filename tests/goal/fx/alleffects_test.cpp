@@ -40,7 +40,8 @@ TEST_P(AllEffects, AtEveryCorner_StayFiniteAndBoundedAndAllocateNothing) {
     Signal signal(broken);
     signal[7] = std::numeric_limits<float>::quiet_NaN();
     signal[1500] = std::numeric_limits<float>::infinity();
-    for (const Signal& part : {Noise(8000), Signal(1000, 1), Impulse(3000), Signal(2000, 1e-39f)})
+    const auto frames = std::size_t(StretchSeconds(0.1) * 48000);
+    for (const Signal& part : {Noise(frames), Signal(1000, 1), Impulse(frames), Signal(frames, 1e-39f)})
         signal.insert(signal.end(), part.begin(), part.end());
     const auto parameters = MakeEffectParameters(GetParam());
     std::minstd_rand generator;

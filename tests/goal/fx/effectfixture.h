@@ -7,6 +7,7 @@
 #include <complex>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <memory>
 #include <span>
 #include <vector>
@@ -28,6 +29,12 @@ struct EffectPlace {
     bool isDirectional = false;  ///< useDirectionalEarlyReflections
     bool isFull = true;          ///< useFullLateReflections
 };
+
+/// How long a stretch of a test lasts, in seconds: `usual`, or in a soak what TESSARUNE_SOAK_SECONDS says.
+inline double StretchSeconds(double usual) {
+    const char* soak = std::getenv("TESSARUNE_SOAK_SECONDS");
+    return soak == nullptr ? usual : std::atof(soak);
+}
 
 /// The silence of a signal of `frames` frames but for a 1 at frame `at`.
 inline Signal Impulse(std::size_t frames, std::size_t at = 0) {

@@ -328,7 +328,7 @@ TEST(Reverb, AtAllLimits_StaysBoundedAndDiesAway) {
                 p.decayHFLimit = round % 3 == 0, p.gain = 1;
             });
             RunningEffect reverb(p, {rate, blockFrames, 1, round % 2 == 0, round % 5 < 3});
-            const auto frames = std::size_t(rate * 0.1);
+            const auto frames = std::size_t(rate * testing_support::StretchSeconds(0.1));
             double loud = Peak(reverb.Feed(p, Input(round % 2 == 0, Noise(frames))));
             loud = std::max(loud, Peak(reverb.Feed(p, Impulse(frames))));
             loud = std::max(loud, Peak(reverb.Feed(p, Signal(frames, 1e-40F))));
