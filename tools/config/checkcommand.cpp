@@ -133,7 +133,8 @@ void Print(const Outcome& outcome, const FormatLibrary& library, int gameRate) {
          {"Block", Frames(outcome.blockFrames, outcome)},
          {"Latency", Frames(outcome.blockFrames + outcome.decoderFrames + pipe.GetLatency(), outcome),
           "a block, the decoder's " + std::to_string(outcome.decoderFrames) + ", and " +
-              std::to_string(pipe.GetBufferCount()) + " blocks of the output"}},
+              std::to_string(pipe.GetBufferCount()) +
+              " blocks of the output; a sound server's own buffer comes on top"}},
         "");
 }
 

@@ -42,9 +42,10 @@ double SquaredGain(const CombLoop& loop, double angle) {
 bool HasHump(const CombLoop& loop, const CombDecay& decay, double length) {
     if (!(loop.high.boost > 0 && loop.low.boost > 0)) return false;
     const double most = Remainder(length, std::max({decay.time, decay.highTime, decay.lowTime}));
-    constexpr double points = 12;
-    for (double i = 0; i <= points; ++i) {
-        const double angle = decay.lowAngle * std::pow(decay.highAngle / decay.lowAngle, i / points);
+    constexpr int points = 12;
+    for (int i = 0; i <= points; ++i) {
+        const double part = static_cast<double>(i) / points;
+        const double angle = decay.lowAngle * std::pow(decay.highAngle / decay.lowAngle, part);
         if (SquaredGain(loop, angle) >= most * most) return true;
     }
     return false;

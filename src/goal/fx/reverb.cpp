@@ -88,7 +88,7 @@ void ReverbState_v2::Begin(const EffectProcessArgs& args) {
     output.frames = frames;
     output.vectors = args.vectors;
     for (std::uint32_t c = 0; c < output.channelCount; ++c)
-        std::fill(output.channels[c] + frames, output.channels[c] + 4 * output.vectors, 0.0F);
+        std::fill(output.channels[c] + frames, output.channels[c] + std::size_t{4} * output.vectors, 0.0F);
 }
 
 void ReverbState_v2::FollowReferences() {
