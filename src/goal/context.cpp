@@ -21,6 +21,7 @@ void ReleaseQueues(hcml::GenericVector<Source, 0>& sources) {
 }  // namespace
 
 Context::~Context() {
+    monitor.reset();
     server.End();
     ReleaseQueues(suspendCount > 0 ? suspended.sources : application.sources);
     FreeBuffers(snapshot.deletedBuffers);

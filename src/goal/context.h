@@ -3,17 +3,21 @@
 // One context: the state that a game sets, in its three records, and the server that renders it.
 
 #include <cstdint>
+#include <memory>
 #include <utility>
 
+#include "goal/configmonitor.h"
 #include "goal/engine.h"
 #include "goal/enginestate.h"
+#include "goal/foldbackmanager.h"
 #include "goal/serverthread.h"
 #include "slib/mutex.h"
 
 namespace goal {
 
 /// Made by alcCreateContext and gone with alcDestroyContext, which must not hold apiMutex meanwhile: the
-/// server needs it to reach its end. The server stops before the state that it renders goes.
+/// server needs it to reach its end. The monitor stops first, then the server, before the state that it
+/// renders goes.
 struct Context {
     /// Nothing runs yet; see ServerThread::Start. `engine` outlives the context.
     explicit Context(Engine& engine) : engine(engine), server(engine) {}
@@ -37,7 +41,9 @@ struct Context {
     std::uint32_t suspendCount = 0;  ///< guarded by apiMutex, as is the record that follows
     SuspendedState suspended;
 
+    FoldbackManager foldback;
     ServerThread server;
+    std::unique_ptr<ConfigMonitor> monitor;  ///< null where nothing is to be watched
 };
 
 /// Notes for each buffer of the device how often the coming snapshot will refer to it. With apiMutex held.

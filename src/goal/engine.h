@@ -3,6 +3,8 @@
 // What all contexts and calls of the process share: the one device, the configuration, and the two outer
 // locks.
 
+#include <utility>
+
 #include "goal/bufferpool.h"
 #include "goal/machinery.h"
 #include "orb3core/sharedconfiguration.h"
@@ -22,8 +24,11 @@ struct Device {
 /// Lock order: contextLifetimeMutex, apiMutex, then a context's stateMutex, then its timingMutex; the
 /// configuration's mutex is taken below any of these, for single reads.
 struct Engine {
-    /// `log` and `machinery` are borrowed and outlive the engine.
-    Engine(slib::Log* log, Machinery* machinery) : log(log), machinery(machinery), configuration(log) {}
+    /// `log` and `machinery` are borrowed and outlive the engine. `autoselect` chooses the settings of a
+    /// first start.
+    Engine(slib::Log* log, Machinery* machinery,
+           orb3::SharedConfiguration::Autoselect autoselect = orb3::AutoselectSettings)
+        : log(log), machinery(machinery), configuration(log, std::move(autoselect)) {}
 
     slib::Log* log;
     Machinery* machinery;

@@ -247,6 +247,7 @@ void ServerThread::RenderBlocks(Machine& run) {
             MergeProgress(context->snapshot, context->application);
         }
         WriteBlock(run);
+        context->foldback.ProcessBlock(run.output);
     }
 }
 

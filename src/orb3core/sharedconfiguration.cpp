@@ -9,7 +9,8 @@
 
 namespace orb3 {
 
-SharedConfiguration::SharedConfiguration(slib::Log* log) : log(log) {}
+SharedConfiguration::SharedConfiguration(slib::Log* log, Autoselect autoselect)
+    : log(log), autoselect(std::move(autoselect)) {}
 
 void SharedConfiguration::LoadConfiguration() {
     std::string text;
@@ -17,16 +18,20 @@ void SharedConfiguration::LoadConfiguration() {
         text = ReadSpeakerConfiguration();
     } catch (const std::exception&) {
         // Usually a first run, which has nothing stored yet.
-        configuration.Reset();
-        isConfigurationLoaded = true;
-        return;
+        return TakeDefaults();
     }
     try {
         configuration.Read(slib::SXMLNode(text));
+        isConfigurationLoaded = true;
     } catch (const std::exception& exception) {
         log->Write(std::string("Configuration was not valid: ") + exception.what(), true);
-        configuration.Reset();
+        TakeDefaults();
     }
+}
+
+void SharedConfiguration::TakeDefaults() {
+    configuration.Reset();
+    autoselect(configuration.goalConfig, log);
     isConfigurationLoaded = true;
 }
 

@@ -3,6 +3,9 @@
 // The one configuration of the process, which the game's threads, the server and the watch on the store
 // share.
 
+#include <functional>
+
+#include "orb3core/autoselectsettings.h"
 #include "orb3core/configuration.h"
 #include "slib/log.h"
 #include "slib/mutex.h"
@@ -13,8 +16,11 @@ namespace orb3 {
 /// then the store's; nothing above configurationMutex is taken while it is held.
 class SharedConfiguration {
 public:
+    /// Chooses the settings of a start without a usable stored document.
+    using Autoselect = std::function<void(GoalConfig& goalConfig, slib::Log* log)>;
+
     /// `log` is borrowed and outlives this object. Nothing is loaded yet.
-    explicit SharedConfiguration(slib::Log* log);
+    explicit SharedConfiguration(slib::Log* log, Autoselect autoselect = AutoselectSettings);
 
     slib::Mutex configurationMutex;
     Configuration configuration;
@@ -22,8 +28,9 @@ public:
     Configuration pendingConfiguration;  ///< what a restart runs on; set together with isRestartRequested
     bool isRestartRequested = false;
 
-    /// Fills `configuration` from the store. Without a stored document it gets the defaults; a document that
-    /// can't be used costs one line in the log, and the defaults. The caller holds configurationMutex.
+    /// Fills `configuration` from the store. Without a stored document it gets the defaults and the settings
+    /// that were chosen for the machine, which takes a second; a document that can't be used costs one line
+    /// in the log besides. Nothing is written back. The caller holds configurationMutex.
     void LoadConfiguration();
 
     /// Takes `newConfiguration` as the one in force and stores its document. Takes configurationMutex itself.
@@ -42,7 +49,10 @@ public:
     }
 
 private:
+    void TakeDefaults();
+
     slib::Log* log;
+    const Autoselect autoselect;
 };
 
 }  // namespace orb3

@@ -10,9 +10,8 @@
 
 #include "platform/boundedcall.h"
 #include "platform/dynamiclibrary.h"
-#include "platform/fedbuffer.h"
 #include "platform/outputdevice.h"
-#include "platform/threadpriority.h"
+#include "platform/returningbuffer.h"
 #include "slib/mutex.h"
 #include "slib/nodestroy.h"
 
@@ -107,116 +106,66 @@ cubeb_stream_params StreamParameters(const RingShape& shape) {
 // Frames between the callback and the speakers: what the system behind calls safe, not below what a callback
 // on a busy machine is late by, and more with a longer ring, since that is what a user asks for whose sound
 // falters.
+std::uint32_t ShortestLatency(const RingShape& shape) {
+    return std::max(shape.rate / 25, shape.frames / 3);
+}
+
 std::uint32_t Latency(const Context& context, const RingShape& shape) {
     constexpr std::uint32_t longest = 96000;  // the library's limit
     cubeb_stream_params parameters = StreamParameters(shape);
     std::uint32_t safe = 0;
     if (Library().minimumLatency(context.handle, &parameters, &safe) != CUBEB_OK) safe = 0;
-    return std::min(std::max({safe, shape.rate / 25, shape.frames / 3}), longest);
+    return std::min(std::max(safe, ShortestLatency(shape)), longest);
 }
 
-// All calls that may wait for the server are bounded, and where one was given up the next ones queue behind
-// it.
-class CubebBuffer : public FedBuffer {
+// All calls that may wait for the server are made by the buffer, on threads that it can do without. Where one
+// was given up the next ones queue behind it.
+class CubebStream : public OutputStream {
 public:
-    CubebBuffer(const RingShape& shape, std::shared_ptr<Context> context, std::uint32_t latency)
-        : FedBuffer(shape, latency), context(std::move(context)), latency(latency) {}
-
-    Result Open(cubeb_devid device) {
-        cubeb_stream_params parameters = StreamParameters(shape);
-        const int code =
-            Library().initStream(context->handle, &stream, "Output", nullptr, nullptr, device, &parameters,
-                                 latency, &CubebBuffer::OnData, &CubebBuffer::OnState, this);
-        if (code != CUBEB_OK) stream = nullptr;
-        return ToResult(code);
-    }
-
-    void Release() override {
+    CubebStream(StreamOutlet& outlet, std::shared_ptr<Context> context)
+        : outlet(outlet), context(std::move(context)) {}
+    ~CubebStream() override {
         if (!context->IsHere()) return;  // the library's threads, and all they know of, are in the parent
-        CallBounded([this] { delete this; });
-    }
-
-protected:
-    ~CubebBuffer() override {
-        const slib::Lock lock(streamMutex);
+        const slib::Lock lock(mutex);
         if (stream == nullptr) return;
         Library().stopStream(stream);
         Library().destroyStream(stream);
     }
 
-    Result StartTaking() override { return CallOnStream(Library().startStream); }
-    Result StopTaking() override { return CallOnStream(Library().stopStream); }
+    Result Open(cubeb_devid device, const RingShape& shape) {
+        cubeb_stream_params parameters = StreamParameters(shape);
+        const int code =
+            Library().initStream(context->handle, &stream, "Output", nullptr, nullptr, device, &parameters,
+                                 Latency(*context, shape), &CubebStream::OnData, &CubebStream::OnState, this);
+        if (code != CUBEB_OK) stream = nullptr;
+        return ToResult(code);
+    }
+
+    Result Start() override { return Call(Library().startStream); }
+    Result Stop() override { return Call(Library().stopStream); }
 
 private:
-    Result CallOnStream(int (*function)(cubeb_stream*)) {
+    Result Call(int (*function)(cubeb_stream*)) {
         if (!context->IsHere()) return DSERR_BUFFERLOST;
-        const auto code = std::make_shared<int>(CUBEB_ERROR);
-        const bool isOver = CallBounded([this, code, function] {
-            const slib::Lock lock(streamMutex);
-            *code = function(stream);
-        });
-        if (!isOver) Fail(DSERR_BUFFERLOST);
-        return isOver ? ToResult(*code) : DSERR_BUFFERLOST;
+        const slib::Lock lock(mutex);
+        return ToResult(function(stream));
     }
 
     // Both on a thread of the library; the first one allocates nothing, locks nothing and never waits.
     static long OnData(cubeb_stream*, void* self, const void*, void* output, long frames) {
-        static_cast<CubebBuffer*>(self)->Fill(static_cast<float*>(output), frames);
+        static_cast<CubebStream*>(self)->outlet.Fill(static_cast<float*>(output),
+                                                     static_cast<std::uint32_t>(frames));
         return frames;
     }
 
     static void OnState(cubeb_stream*, void* self, cubeb_state state) {
-        if (state == CUBEB_STATE_ERROR) static_cast<CubebBuffer*>(self)->Fail(DSERR_BUFFERLOST);
+        if (state == CUBEB_STATE_ERROR) static_cast<CubebStream*>(self)->outlet.NoteLoss();
     }
 
-    void Fill(float* output, long frames) {
-        if (!hasRaisedThread) RaiseSoundThread();
-        hasRaisedThread = true;
-        Take(static_cast<std::uint32_t>(frames), [&](const std::int32_t* taken, std::uint32_t count) {
-            const std::size_t samples = std::size_t{count} * shape.channels;
-            constexpr float scale = 1.0F / 2147483648.0F;
-            if (taken == nullptr)
-                std::fill_n(output, samples, 0.0F);
-            else
-                std::transform(taken, taken + samples, output,
-                               [](std::int32_t v) { return static_cast<float>(v) * scale; });
-            output += samples;
-        });
-    }
-
+    StreamOutlet& outlet;
     const std::shared_ptr<Context> context;
-    const std::uint32_t latency;  // frames
-    slib::Mutex streamMutex;      // guards the calls on the stream
+    slib::Mutex mutex;  // guards the calls on the stream
     cubeb_stream* stream = nullptr;
-    bool hasRaisedThread = false;  // the library's thread's
-};
-
-class CubebDevice : public OutputDevice {
-public:
-    CubebDevice(std::uint32_t speakerSetting, std::shared_ptr<Context> context, cubeb_devid device)
-        : OutputDevice(speakerSetting), context(std::move(context)), device(device) {}
-
-protected:
-    Result MakeBuffer(const RingShape& shape, SoundBufferPtr& buffer) override {
-        if (!context->IsHere()) return DSERR_NODRIVER;
-        struct Made {
-            SoundBufferPtr buffer;
-            Result result = DSERR_OUTOFMEMORY;
-        };
-        const auto made = std::make_shared<Made>();
-        const bool isOver = CallBounded([made, shape, context = context, device = device] {
-            auto* const opened = new CubebBuffer(shape, context, Latency(*context, shape));
-            made->buffer.reset(opened);
-            made->result = opened->Open(device);
-        });
-        if (!isOver) return DSERR_NODRIVER;
-        if (made->result == DS_OK) buffer = std::move(made->buffer);
-        return made->result;
-    }
-
-private:
-    const std::shared_ptr<Context> context;
-    const cubeb_devid device;  // null for the user's default; the context's
 };
 
 using Devices = std::vector<CubebConnection::Device>;
@@ -239,6 +188,79 @@ Devices ListDevices(const Context& context) {
     return devices;
 }
 
+// Null when nothing answers.
+std::shared_ptr<Context> MakeContextNow() {
+    cubeb* handle = nullptr;
+    // Under this name the user finds the game in the server's mixer.
+    if (Library().init(&handle, program_invocation_short_name, nullptr) != CUBEB_OK) return nullptr;
+    return MakeContext(handle);
+}
+
+// A stream on a connection of its own, to the output that has this identifier, empty for the default one.
+std::unique_ptr<OutputStream> OpenAnew(const std::string& identifier, const RingShape& shape,
+                                       StreamOutlet& outlet) {
+    const std::shared_ptr<Context> context = MakeContextNow();
+    if (!context) return nullptr;
+    const Devices devices = ListDevices(*context);
+    const auto device = std::find_if(devices.begin(), devices.end(), [&](const auto& candidate) {
+        return identifier.empty() || candidate.identifier == identifier;
+    });
+    if (device == devices.end()) return nullptr;
+    auto stream = std::make_unique<CubebStream>(outlet, context);
+    if (stream->Open(identifier.empty() ? nullptr : device->handle, shape) != DS_OK) return nullptr;
+    return stream;
+}
+
+class CubebDevice : public OutputDevice {
+public:
+    // Without a context there is no output yet.
+    CubebDevice(std::uint32_t speakerSetting, std::shared_ptr<Context> context, cubeb_devid device,
+                std::string identifier, slib::Log* log)
+        : OutputDevice(speakerSetting),
+          context(std::move(context)),
+          device(device),
+          identifier(std::move(identifier)),
+          log(log) {}
+
+protected:
+    Result MakeBuffer(const RingShape& shape, SoundBufferPtr& buffer) override {
+        if (context && !context->IsHere()) return DSERR_NODRIVER;
+        struct Made {
+            SoundBufferPtr buffer;
+            Result result = DSERR_OUTOFMEMORY;
+        };
+        const auto made = std::make_shared<Made>();
+        const bool isOver = CallBounded(
+            [made, shape, context = context, device = device, identifier = identifier, log = log] {
+                auto* const opened = new ReturningBuffer(
+                    shape, context ? Latency(*context, shape) : ShortestLatency(shape),
+                    [identifier, shape](StreamOutlet& outlet) { return OpenAnew(identifier, shape, outlet); },
+                    log);
+                made->buffer.reset(opened);
+                made->result = context ? OpenFirst(*opened, context, device, shape) : DS_OK;
+            });
+        if (!isOver) return DSERR_NODRIVER;
+        if (made->result == DS_OK) buffer = std::move(made->buffer);
+        return made->result;
+    }
+
+private:
+    static Result OpenFirst(ReturningBuffer& buffer, const std::shared_ptr<Context>& context,
+                            cubeb_devid device, const RingShape& shape) {
+        return buffer.Open([&](StreamOutlet& outlet, std::unique_ptr<OutputStream>& stream) {
+            auto opened = std::make_unique<CubebStream>(outlet, context);
+            const Result result = opened->Open(device, shape);
+            stream = std::move(opened);
+            return result;
+        });
+    }
+
+    const std::shared_ptr<Context> context;
+    const cubeb_devid device;      // null for the user's default; the context's
+    const std::string identifier;  // of the device, empty for the user's default
+    slib::Log* const log;
+};
+
 class Connection : public CubebConnection {
 public:
     explicit Connection(std::shared_ptr<Context> context) : context(std::move(context)) {}
@@ -252,9 +274,10 @@ public:
 
     std::string Module() override { return OrEmpty(Library().backendId(context->handle)); }
 
-    SoundDevicePtr Open(const Device* device, std::uint32_t speakerSetting) override {
-        return SoundDevicePtr(
-            new CubebDevice(speakerSetting, context, device == nullptr ? nullptr : device->handle));
+    SoundDevicePtr Open(const Device* device, std::uint32_t speakerSetting, slib::Log* log) override {
+        const bool isDefault = device == nullptr;
+        return SoundDevicePtr(new CubebDevice(speakerSetting, context, isDefault ? nullptr : device->handle,
+                                              isDefault ? "" : device->identifier, log));
     }
 
 private:
@@ -269,14 +292,14 @@ std::shared_ptr<CubebConnection> ConnectCubeb(slib::Log* log) {
         return nullptr;
     }
     const auto context = std::make_shared<std::shared_ptr<Context>>();
-    const bool isOver = CallBounded([context] {
-        cubeb* handle = nullptr;
-        // Under this name the user finds the game in the server's mixer.
-        if (Library().init(&handle, program_invocation_short_name, nullptr) == CUBEB_OK)
-            *context = MakeContext(handle);
-    });
+    const bool isOver = CallBounded([context] { *context = MakeContextNow(); });
     if (!isOver || !*context) return nullptr;
     return std::make_shared<Connection>(*context);
+}
+
+SoundDevicePtr AwaitCubebDevice(std::uint32_t speakerSetting, slib::Log* log) {
+    if (!Library().library.problem.empty()) return nullptr;
+    return SoundDevicePtr(new CubebDevice(speakerSetting, nullptr, nullptr, "", log));
 }
 
 }  // namespace platform

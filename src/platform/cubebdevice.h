@@ -33,11 +33,16 @@ public:
     /// The name of the system behind it.
     virtual std::string Module() = 0;
     /// Opens one of Devices, null for whichever is the user's default. `speakerSetting` is what it is to
-    /// report.
-    virtual SoundDevicePtr Open(const Device* device, std::uint32_t speakerSetting) = 0;
+    /// report. Its rings outlive a server that goes away, unheard until it is back (ReturningBuffer), which
+    /// `log`, borrowed for the life of the device and its rings, is told of.
+    virtual SoundDevicePtr Open(const Device* device, std::uint32_t speakerSetting, slib::Log* log) = 0;
 };
 
 /// Null when nothing answers. `log` is told when the library is missing, and isn't kept.
 std::shared_ptr<CubebConnection> ConnectCubeb(slib::Log* log);
+
+/// The user's default output where nothing answers yet: its rings are heard as soon as something does. Null
+/// when the library is missing. `log` as of CubebConnection::Open.
+SoundDevicePtr AwaitCubebDevice(std::uint32_t speakerSetting, slib::Log* log);
 
 }  // namespace platform

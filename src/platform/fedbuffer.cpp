@@ -39,7 +39,10 @@ Result FedBuffer::ReadCursors(RingCursors& cursors) {
     const std::int64_t now = NowNanoseconds();
     const PlayClock::Reading reading = clock.Read(now);
     if (IsPlaying()) {
-        if (HasStalled(reading.count, now)) return DSERR_BUFFERLOST;
+        if (HasStalled(reading.count, now)) {
+            waited = 0;
+            if (const Result result = NoteStall(); result != DS_OK) return result;
+        }
         // A writer that keeps a whole ring ahead writes up to one of its pieces beyond the cursor it sees:
         // that far the output must have taken the ring already.
         lastPlay = std::max(lastPlay, static_cast<std::int64_t>(reading.play) - longestWrite);

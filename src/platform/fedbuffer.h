@@ -42,6 +42,8 @@ protected:
     /// Starts and ends the calls of Take.
     virtual Result StartTaking() = 0;
     virtual Result StopTaking() = 0;
+    /// The output has taken nothing for two seconds. Application's thread; the result is what its call gets.
+    virtual Result NoteStall() { return DSERR_BUFFERLOST; }
 
 private:
     bool IsHeld(std::int64_t now);

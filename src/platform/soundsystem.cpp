@@ -75,15 +75,17 @@ private:
         if (!devices.empty()) {
             const CubebConnection::Device* const device = Find(devices, identifier);
             if (device == nullptr) return nullptr;
-            return connection->Open(identifier == nullptr ? nullptr : device, Speakers(*device));
+            return connection->Open(identifier == nullptr ? nullptr : device, Speakers(*device), log);
         }
         if (identifier != nullptr) return nullptr;
         const std::uint32_t speakers =
             SpeakerSettingOf(settings.speakerSetting.value_or(slib::StandardFormat::Stereo));
         if (settings.output == PlatformSettings::Output::WaveFile)
             return MakeWaveFileDevice(speakers, settings.waveFile, log);
-        if (settings.output == PlatformSettings::Output::Auto)
+        if (settings.output == PlatformSettings::Output::Auto) {
             log->Write("No sound server and no sound card answers: the sound isn't heard.", true);
+            if (SoundDevicePtr awaited = AwaitCubebDevice(speakers, log)) return awaited;
+        }
         return MakeSilentDevice(speakers);
     }
 

@@ -40,9 +40,10 @@ public:
     virtual void Sleep(std::uint32_t milliseconds) = 0;
 };
 
-/// This machine, with the output that the settings choose. "Auto" is the sound server or the sound cards,
-/// and while none of them answers, silence at the same pace. `log` is borrowed and outlives the system; it
-/// gets a line when that happens, or when a library of the machine is missing.
+/// This machine, with the output that the settings choose. "Auto" is the sound server or the sound cards, and
+/// silence at the same pace while none of them answers, or the one in use is away. `log` is borrowed and
+/// outlives the system and all it opened; it gets a line when that happens, or when a library of the machine
+/// is missing.
 std::shared_ptr<SoundSystem> MakeSoundSystem(const PlatformSettings& settings, slib::Log* log);
 
 }  // namespace platform

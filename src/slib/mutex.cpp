@@ -1,5 +1,6 @@
 #include "slib/mutex.h"
 
+#include <time.h>
 #include <cassert>
 #include <cerrno>
 
@@ -57,6 +58,18 @@ void Semaphore::Wait() {
         // Only a signal handler of the game can interrupt the wait.
         assert(errno == EINTR);
     }
+}
+
+bool Semaphore::WaitFor(std::uint32_t milliseconds) {
+    timespec end{};
+    clock_gettime(CLOCK_MONOTONIC, &end);
+    const long nanoseconds = end.tv_nsec + milliseconds % 1000 * 1'000'000L;
+    end.tv_sec += milliseconds / 1000 + nanoseconds / 1'000'000'000;
+    end.tv_nsec = nanoseconds % 1'000'000'000;
+    int code = 0;
+    while ((code = sem_clockwait(&handle, CLOCK_MONOTONIC, &end)) != 0 && errno == EINTR) {
+    }
+    return code == 0;
 }
 
 void Semaphore::Post(std::uint32_t n) {

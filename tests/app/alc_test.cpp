@@ -13,6 +13,7 @@
 
 #include "AL/tessarune.h"
 #include "app/goaldll/process.h"
+#include "defaultdocument.h"
 #include "orb3core/configstore.h"
 #include "orb3core/layoutselection.h"
 #include "temporaryfolder.h"
@@ -60,7 +61,10 @@ protected:
         return data[0];
     }
 
-    void SetUp() override { store.ChooseSilence(); }
+    void SetUp() override {
+        store.ChooseSilence();
+        testing_support::StoreDefaultDocument();
+    }
 
     bool LogHas(const std::string& text) {
         std::ifstream file(store.UserFile());

@@ -17,6 +17,7 @@
 #include <utility>
 #include <vector>
 
+#include "defaultdocument.h"
 #include "failure.h"
 #include "goal/context.h"
 #include "orb3core/configstore.h"
@@ -162,7 +163,7 @@ protected:
     testing_support::TemporaryStore store;
     RecordingLog log;
     ScriptedMachinery machinery;
-    Engine engine{&log, &machinery};
+    Engine engine{&log, &machinery, testing_support::KeepDefaults};
 };
 
 TEST_F(ServerThreadTest, Start_OnAUsableMachine_RendersAndReportsInTheLog) {

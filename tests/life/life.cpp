@@ -172,6 +172,19 @@ void MakeContextsOften(const char* path) {
     Holdings().CheckAgainst(before);
 }
 
+// Measures the machine and stores what it chose, so that later starts are quick.
+void StartForTheFirstTime(const char* path) {
+    const pid_t child = fork();
+    if (child == 0) {
+        const Library library(path);
+        library.destroyContext(library.Create());
+        _exit(0);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    Check(WIFEXITED(status) && WEXITSTATUS(status) == 0, "The first start failed.");
+}
+
 // A child that the game forks has none of our threads, and must end all the same.
 void ExitOfAForkedChild(const char* path) {
     const Library library(path);
@@ -200,6 +213,7 @@ int main(int argumentCount, char** arguments) {
     store->ChooseSilence();
     std::atexit(
         [] { std::filesystem::remove_all(std::filesystem::path(getenv("XDG_CONFIG_DIRS")).parent_path()); });
+    StartForTheFirstTime(arguments[2]);
     CheckNoThreadIsLeft();  // counts what there is without the library
     modes.at(arguments[1])(arguments[2]);
     return 0;

@@ -13,6 +13,17 @@ struct LastLine : slib::Log {
     std::string line;
 };
 
+// Stands for the choice of settings by the machine's power.
+void ChooseOrderFour(orb3::GoalConfig& goalConfig, slib::Log*) {
+    goalConfig.order = 4;
+}
+
+orb3::Configuration Chosen() {
+    orb3::Configuration configuration;
+    ChooseOrderFour(configuration.goalConfig, nullptr);
+    return configuration;
+}
+
 orb3::Configuration Unusual() {
     orb3::Configuration configuration;
     configuration.useDirectSoundAutoselect = false;
@@ -29,18 +40,18 @@ protected:
 
     const testing_support::TemporaryStore folder;
     LastLine log;
-    orb3::SharedConfiguration shared{&log};
+    orb3::SharedConfiguration shared{&log, ChooseOrderFour};
 };
 
 TEST_F(SharedConfiguration, StoredByAnother_ReplacesTheDefaultsAfterAnUnloadWithoutAWord) {
     orb3::SharedConfiguration writer(&log);
     shared.configuration = Unusual();
-    EXPECT_EQ(Loaded(), orb3::Configuration());
+    EXPECT_EQ(Loaded(), Chosen());
     EXPECT_FALSE(std::filesystem::exists(folder.UserFile()));  // nothing is written back
     writer.StoreConfiguration(Unusual());
     EXPECT_TRUE(writer.isConfigurationLoaded);
     EXPECT_EQ(orb3::ReadSpeakerConfiguration(), unusualDocument);
-    EXPECT_EQ(Loaded(), orb3::Configuration());
+    EXPECT_EQ(Loaded(), Chosen());
     shared.Unload();
     EXPECT_EQ(Loaded(), Unusual());
     EXPECT_EQ(log.line, "");
@@ -52,7 +63,7 @@ TEST_P(BrokenDocument, EachLoad_IsOneErrorLineAndTheDefaults) {
     orb3::WriteSpeakerConfiguration(GetParam());
     for (int load = 0; load < 2; ++load, log.line = "") {
         shared.configuration = Unusual();
-        EXPECT_EQ(Loaded(), orb3::Configuration());
+        EXPECT_EQ(Loaded(), Chosen());
         EXPECT_TRUE(shared.isConfigurationLoaded);
         EXPECT_TRUE(log.line.starts_with("EConfiguration was not valid: ")) << log.line;
         shared.Unload();

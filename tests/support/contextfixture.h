@@ -105,8 +105,17 @@ protected:
     goal::Buffer* Stored(ALuint buffer) { return process.engine.device.bufferPool.slots[buffer - 1].buffer; }
     std::int32_t UseCount(ALuint buffer) { return Stored(buffer)->useCount; }
 
+    // As if they had been stored: a first start would measure the machine.
+    static orb3::Configuration& UseDefaults(orb3::SharedConfiguration& shared) {
+        const slib::Lock lock(shared.configurationMutex);
+        shared.configuration.Reset();
+        shared.isConfigurationLoaded = true;
+        return shared.configuration;
+    }
+
     TemporaryStore store;
     goal::Process& process = goal::TheProcess();
+    const orb3::Configuration& defaults = UseDefaults(process.engine.configuration);
     std::unique_ptr<goal::Context> context = std::make_unique<goal::Context>(process.engine);
 };
 

@@ -18,6 +18,7 @@
 #include <thread>
 #include <vector>
 
+#include "defaultdocument.h"
 #include "orb3core/configstore.h"
 #include "orb3core/registrylog.h"
 #include "slib/sxml.h"
@@ -55,6 +56,7 @@ protected:
         setenv("XDG_CONFIG_HOME", folder.path.c_str(), 1);
         setenv("XDG_CONFIG_DIRS", (folder.path / "none").c_str(), 1);
         store.Write("/Platform/Output", "Silent");
+        testing_support::StoreDefaultDocument();
     }
 
     Outcome Run(const std::string& program, const Words& words, const std::string& prefix = "") const {
@@ -422,12 +424,13 @@ TEST_F(Tools, WrongUse_IsExplainedWithStatus2) {
         {{"select", "Stereo", "--method", "magic"}, "dualband"},
         {{"select", "Stereo", "--device", "9"}, "PrimarySoundDriver"},
         {{"speakers"}, "No layout is in force yet."}};
+    const std::string before = Document();
     for (const auto& [words, text] : cases) {
         const Outcome refused = Config(words);
         EXPECT_EQ(refused.status, 2) << text;
         EXPECT_TRUE(Contains(refused.error, text)) << refused.error;
     }
-    EXPECT_EQ(Document(), "");
+    EXPECT_EQ(Document(), before);
     EXPECT_TRUE(Contains(Config({"select", "--help"}).out, "Examples:"));
 }
 

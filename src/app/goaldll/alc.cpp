@@ -82,7 +82,9 @@ Attributes ReadAttributes(const ALCint* list) {
 
 std::unique_ptr<Context> AllocateContext(Process& process) {
     try {
-        return std::make_unique<Context>(process.engine);
+        auto context = std::make_unique<Context>(process.engine);
+        context->monitor = std::make_unique<goal::ConfigMonitor>(process.engine.configuration);
+        return context;
     } catch (const std::bad_alloc& exception) {
         process.FailAlc(exception.what(), ALC_OUT_OF_MEMORY);
     } catch (const slib::OutOfMemoryException& exception) {

@@ -29,10 +29,18 @@ AL_API void AL_APIENTRY alRequestFoldbackStart(ALenum mode, ALsizei blockCount, 
         if (!IsMode(mode)) return AL_INVALID_ENUM;
         if (buffer == nullptr || callback == nullptr) return AL_INVALID_VALUE;
         if (!IsRingLongEnough(context, blockCount, blockFrames)) return AL_INVALID_VALUE;
-        return AL_INVALID_OPERATION;
+        context.foldback.Start({.mode = mode,
+                                .blockCount = static_cast<std::uint32_t>(blockCount),
+                                .blockFrames = static_cast<std::uint32_t>(blockFrames),
+                                .buffer = buffer,
+                                .callback = callback});
+        return AL_NO_ERROR;
     });
 }
 
 AL_API void AL_APIENTRY alRequestFoldbackStop(void) {
-    goal::ContextCall(Access::Read, true, [](Process&, Context&) { return AL_NO_ERROR; });
+    goal::ContextCall(Access::Read, true, [](Process&, Context& context) {
+        context.foldback.Stop();
+        return AL_NO_ERROR;
+    });
 }

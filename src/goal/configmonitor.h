@@ -1,0 +1,35 @@
+#pragma once
+
+// The watch on the stored configuration: a change that another process makes there reaches a running game.
+//
+//     store ──every two seconds──> document ── differs from the one in force? ──> pending configuration
+//                                                                                 ──> the server restarts
+
+#include "orb3core/sharedconfiguration.h"
+#include "slib/mutex.h"
+#include "slib/thread.h"
+
+namespace goal {
+
+/// One for each context, from its beginning to its end. It and the server meet in the pending configuration
+/// and its flag only. A document that is missing, half written or wrong changes nothing and isn't told of.
+class ConfigMonitor : public slib::Thread {
+public:
+    /// Starts at once. `shared` is borrowed and outlives this object. Throws what Thread::Start throws.
+    explicit ConfigMonitor(orb3::SharedConfiguration& shared);
+    /// Stops the thread; waits for a check that is under way.
+    ~ConfigMonitor() override;
+
+    /// One look at the store: hands the stored document to the server when it differs from the configuration
+    /// in force. While nothing has been loaded there is nothing to compare with, and nothing is done. Throws
+    /// slib::BadDataException when there is no document that can be used.
+    static void CheckConfiguration(orb3::SharedConfiguration& shared);
+
+private:
+    void Run() override;
+
+    orb3::SharedConfiguration& shared;
+    slib::Semaphore stopping;
+};
+
+}  // namespace goal

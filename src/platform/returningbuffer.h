@@ -1,0 +1,119 @@
+#pragma once
+
+// A ring whose output may go away and come back: a sound server that is restarted, a card that is pulled out.
+// While there is none the ring is read by the clock, unheard, so that whoever writes it goes on:
+//
+//     application's thread ──> ring ──> StreamOutlet ──> thread of the OutputStream    while there is one
+//                                  └──> keeper's thread, by the clock                  until there is again
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+#include "platform/fedbuffer.h"
+#include "slib/log.h"
+#include "slib/mutex.h"
+
+namespace platform {
+
+class ReturningBuffer;
+
+/// The end that a stream takes frames from. The stream's thread calls, and is never held up.
+class StreamOutlet {
+public:
+    /// `keeperSignal` is posted when the stream is lost, and outlives this object.
+    StreamOutlet(std::uint32_t channels, slib::Semaphore& keeperSignal)
+        : channels(channels), keeperSignal(keeperSignal) {}
+    StreamOutlet(const StreamOutlet&) = delete;
+    StreamOutlet& operator=(const StreamOutlet&) = delete;
+
+    /// Writes the next `frames` frames, interleaved, full scale 1; silence while it is connected to no ring.
+    void Fill(float* output, std::uint32_t frames);
+    /// The stream has ended by itself. Any thread.
+    void NoteLoss();
+
+private:
+    friend class ReturningBuffer;
+
+    void Connect(FedBuffer* newRing);  // null for none; no Fill reads the old one any more
+    bool IsLost() const { return isLost.load(std::memory_order_relaxed); }
+
+    const std::uint32_t channels;
+    slib::Semaphore& keeperSignal;
+    std::atomic_flag isBusy;    // who has set it may use `ring`
+    FedBuffer* ring = nullptr;  // borrowed
+    std::atomic<bool> isLost{false};
+    bool hasRaisedThread = false;  // the stream's thread's
+};
+
+/// What carries an outlet's frames to where they are heard, until it is destroyed.
+class OutputStream {
+public:
+    OutputStream() = default;
+    virtual ~OutputStream() = default;
+    OutputStream(const OutputStream&) = delete;
+    OutputStream& operator=(const OutputStream&) = delete;
+
+    /// Start and end the calls of StreamOutlet::Fill. May wait for a server.
+    virtual Result Start() = 0;
+    virtual Result Stop() = 0;
+};
+
+class ReturningBuffer : public FedBuffer {
+public:
+    /// Makes a stream, not started, or null when there is no output. Called on threads of the buffer's own;
+    /// may wait for a server. What it throws counts as null.
+    using Opener = std::function<std::unique_ptr<OutputStream>(StreamOutlet&)>;
+
+    /// `chunk` as of FedBuffer. `log` is borrowed, outlives the buffer, and is told when the output goes and
+    /// when it comes back.
+    ReturningBuffer(const RingShape& shape, std::uint32_t chunk, Opener reopen, slib::Log* log);
+
+    /// Opens the first stream by `open`, which tells why it made none. Before the first Play; without this
+    /// the buffer begins as one whose output went away.
+    Result Open(const std::function<Result(StreamOutlet&, std::unique_ptr<OutputStream>&)>& open);
+
+    /// Waits at most two seconds; what a hanging server holds up ends by itself.
+    void Release() override;
+
+protected:
+    ~ReturningBuffer() override;
+
+    Result StartTaking() override;
+    Result StopTaking() override;
+    Result NoteStall() override;
+
+private:
+    class Keeper;
+    class Attempt;
+    // The stream goes first.
+    struct Feed {
+        std::unique_ptr<StreamOutlet> outlet;
+        std::unique_ptr<OutputStream> stream;
+    };
+
+    Feed MakeFeed();
+    void Keep();
+    void Lose();
+    void TakeByClock(std::int64_t now);
+    void Seek(std::int64_t now);
+    void Adopt(Feed newFeed);
+    Result CallOnStream(Result (OutputStream::*function)());
+
+    const Opener reopen;
+    slib::Log* const log;
+    slib::Semaphore signal;  // wakes the keeper
+    std::atomic<bool> hasStalled{false};
+
+    // The keeper's while it runs, else the application's thread's.
+    Feed feed;                         // without a stream while the output is away
+    std::unique_ptr<Attempt> attempt;  // null for none under way
+    std::int64_t lossTime = 0;         // ns
+    std::int64_t taken = 0;            // frames since then
+    std::int64_t nextAttempt = 0;      // ns
+    std::int64_t attemptPause = 0;     // ns
+    std::unique_ptr<Keeper> keeper;
+};
+
+}  // namespace platform

@@ -1,0 +1,122 @@
+#include "goal/configmonitor.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <thread>
+
+#include "defaultdocument.h"
+#include "failure.h"
+#include "recordinglog.h"
+#include "temporaryfolder.h"
+
+namespace goal {
+namespace {
+
+using namespace std::chrono_literals;
+
+std::string Document(const orb3::Configuration& configuration) {
+    return configuration.CreateNode()->ToString(slib::SXMLNode::Style::Compact);
+}
+
+class Monitor : public testing::Test {
+protected:
+    Monitor() { shared.StoreConfiguration(orb3::Configuration()); }
+
+    // What another process does.
+    static void StoreOrder(int order) {
+        orb3::Configuration configuration;
+        configuration.goalConfig.order = order;
+        orb3::WriteSpeakerConfiguration(Document(configuration));
+    }
+
+    bool IsRestartRequested() {
+        const slib::Lock lock(shared.configurationMutex);
+        return shared.isRestartRequested;
+    }
+
+    const testing_support::TemporaryStore store;
+    testing_support::RecordingLog log;
+    orb3::SharedConfiguration shared{&log, testing_support::KeepDefaults};
+};
+
+TEST_F(Monitor, ADifference_IsHandedToTheServerAndTheLatestWins) {
+    ConfigMonitor::CheckConfiguration(shared);
+    EXPECT_FALSE(shared.isRestartRequested);
+    for (const int order : {1, 2}) {
+        StoreOrder(order);
+        ConfigMonitor::CheckConfiguration(shared);
+        EXPECT_TRUE(shared.isRestartRequested);
+        EXPECT_EQ(shared.pendingConfiguration.goalConfig.order, order);
+        EXPECT_EQ(shared.configuration.goalConfig.order, orb3::GoalConfig().order);
+    }
+    // Changed back before the server came to it: it restarts all the same.
+    orb3::WriteSpeakerConfiguration(Document(orb3::Configuration()));
+    ConfigMonitor::CheckConfiguration(shared);
+    EXPECT_TRUE(shared.isRestartRequested);
+    EXPECT_EQ(shared.pendingConfiguration.goalConfig.order, 2);
+}
+
+TEST_F(Monitor, WhatTheServerStoredItself_IsNoDifference) {
+    orb3::Configuration configuration;
+    configuration.goalConfig.gain = 2.0 / 3;
+    const orb3::Configuration::LayoutPtr layout(new orb3::spk::Layout);
+    layout->gain = 1.0F / 7;
+    layout->format = configuration.selectedName = "Quad";
+    configuration.layouts.push_back(layout);
+    shared.StoreConfiguration(configuration);
+    ConfigMonitor::CheckConfiguration(shared);
+    EXPECT_FALSE(shared.isRestartRequested);
+}
+
+TEST_F(Monitor, WhileNothingIsLoaded_DoesNothing) {
+    StoreOrder(1);
+    shared.Unload();
+    ConfigMonitor::CheckConfiguration(shared);
+    EXPECT_FALSE(shared.isConfigurationLoaded);
+    EXPECT_FALSE(shared.isRestartRequested);
+}
+
+TEST_F(Monitor, ADocumentThatCannotBeUsed_ChangesNothingWithoutAWord) {
+    orb3::Configuration other;
+    other.goalConfig.order = 1;
+    const std::string whole = Document(other);
+    for (const std::string& text : {std::string(), std::string("?"), whole.substr(0, whole.size() / 2)}) {
+        orb3::WriteSpeakerConfiguration(text);
+        EXPECT_NE(
+            testing_support::Failure<slib::Exception>([&] { ConfigMonitor::CheckConfiguration(shared); }),
+            "");
+        EXPECT_FALSE(shared.isRestartRequested);
+    }
+    // The thread goes on after such a check: the next one finds the document whole.
+    const ConfigMonitor monitor(shared);
+    std::this_thread::sleep_for(100ms);
+    orb3::WriteSpeakerConfiguration(whole);
+    for (int i = 0; i < 500 && !IsRestartRequested(); ++i)
+        std::this_thread::sleep_for(10ms);
+    EXPECT_TRUE(IsRestartRequested());
+    EXPECT_EQ(log.lines, "");
+}
+
+// Two seconds between two looks; and an end that comes within one of them isn't held up by it.
+TEST_F(Monitor, Thread_LooksEveryTwoSecondsAndEndsAtOnce) {
+    const auto start = std::chrono::steady_clock::now();
+    {
+        const ConfigMonitor monitor(shared);
+        std::this_thread::sleep_for(200ms);
+        StoreOrder(1);
+        while (!IsRestartRequested())
+            std::this_thread::sleep_for(1ms);
+        const auto passed = std::chrono::steady_clock::now() - start;
+        EXPECT_GT(passed, 1900ms);
+        EXPECT_LT(passed, 3500ms);
+    }
+    const auto beforeEnd = std::chrono::steady_clock::now();
+    delete new ConfigMonitor(shared);
+    EXPECT_LT(std::chrono::steady_clock::now() - beforeEnd, 1s);
+}
+
+}  // namespace
+}  // namespace goal
