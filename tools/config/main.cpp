@@ -20,7 +20,8 @@ constexpr const char* kExamples = R"(Examples:
   tessarune-config speaker-test
   tessarune-config set Output WaveFile
 
-'tessarune-config COMMAND --help' tells about a command. A game takes changes up when it starts.
+'tessarune-config COMMAND --help' tells about a command. A game that runs takes changes up within two seconds;
+those of Output, WaveFile and SpeakerSetting with the next change of another setting, or when it starts.
 Exit status: 0 when all went well, 1 when it didn't, 2 when the command line asks for what can't be.)";
 
 int Explain(const char* sentence, int status) {
