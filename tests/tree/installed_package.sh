@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs the tree and builds a client against it as other people do, through the CMake package and through
-# pkg-config; both clients and the installed program must find the library and the machine store of their tree.
+# Installs the tree and builds a client in C and one in C++ against it as other people do, through the CMake package
+# and through pkg-config; all of them and the installed program must find the library and the machine store of their tree.
 #     installed_package.sh BUILD_TREE SANITIZERS
 set -euo pipefail
 tree=$1
@@ -28,20 +28,41 @@ int main(void) {
     return alcCloseDevice(device) == ALC_TRUE ? 0 : 2;
 }
 C
+cat >"$work/client/client.cpp" <<'C'
+#define AL_ALEXT_PROTOTYPES
+#include <AL/tessarune.h>
+
+#include <memory>
+
+int main() {
+    ALCdevice* const device = alcOpenDevice(nullptr);
+    const std::unique_ptr<ALCcontext, decltype(&alcDestroyContext)> context(alcCreateContext(device, nullptr),
+                                                                            &alcDestroyContext);
+    if (!context || alcMakeContextCurrent(context.get()) != ALC_TRUE) return 1;
+    ALuint effect = 0;
+    alGenEffects(1, &effect);
+    alRequestFoldbackStop();
+    return alGetError() == AL_NO_ERROR && effect != 0 ? 0 : 2;
+}
+C
 cat >"$work/client/CMakeLists.txt" <<'C'
 cmake_minimum_required(VERSION 3.25)
-project(Client C)
+project(Client C CXX)
 find_package(Tessarune 2.5 REQUIRED)
-add_executable(client client.c)
-target_link_libraries(client PRIVATE Tessarune::tessarune)
+foreach(language c cpp)
+    add_executable(client_${language} client.${language})
+    target_link_libraries(client_${language} PRIVATE Tessarune::tessarune)
+endforeach()
 C
 cmake -S "$work/client" -B "$work/client/build" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_C_FLAGS="$sanitize" \
-    >"$work/configure.log"
+    -DCMAKE_CXX_FLAGS="$sanitize" >"$work/configure.log"
 cmake --build "$work/client/build" >"$work/build.log"
-"$work/client/build/client"
+"$work/client/build/client_c"
+"$work/client/build/client_cpp"
 
 export PKG_CONFIG_PATH=$prefix/lib/pkgconfig
-# shellcheck disable=SC2046,SC2086
-cc $sanitize $(pkg-config --cflags tessarune) "$work/client/client.c" $(pkg-config --libs tessarune) \
-    -o "$work/client/plain"
-LD_LIBRARY_PATH=$prefix/lib "$work/client/plain"
+for client in "cc client.c" "c++ client.cpp"; do
+    # shellcheck disable=SC2046,SC2086
+    (cd "$work/client" && $client $sanitize $(pkg-config --cflags --libs tessarune) -o plain)
+    LD_LIBRARY_PATH=$prefix/lib "$work/client/plain"
+done
