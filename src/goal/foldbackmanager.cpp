@@ -27,8 +27,8 @@ private:
 constexpr float front = 0.04914F;
 constexpr float side = 0.756398F;
 
-void FoldToStereo(const float* w, const float* x, const float* y, std::uint32_t frames, float* to) {
-    for (std::uint32_t i = 0; i < frames; ++i) {
+void FoldToStereo(const float* w, const float* x, const float* y, std::size_t frames, float* to) {
+    for (std::size_t i = 0; i < frames; ++i) {
         const float middle = w[i] + front * x[i];
         to[2 * i] = middle + side * y[i];
         to[2 * i + 1] = middle - side * y[i];

@@ -119,7 +119,9 @@ void ReturningBuffer::Release() {
 }
 
 ReturningBuffer::Feed ReturningBuffer::MakeFeed() {
-    return {std::make_unique<StreamOutlet>(shape.channels, signal), nullptr};
+    Feed made;
+    made.outlet = std::make_unique<StreamOutlet>(shape.channels, signal);
+    return made;
 }
 
 Result ReturningBuffer::Open(
