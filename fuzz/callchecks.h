@@ -1,6 +1,6 @@
 #pragma once
 
-// What must hold after every call, whatever a game does; and a digest of all that calls may change, by which
+// What must hold after every call, whatever a game does; and the bytes of all that calls may change, by which
 // a call that failed or only read is known to have changed nothing. Used by the calls target, on its one
 // thread.
 
@@ -9,9 +9,10 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <map>
 #include <set>
+#include <string>
+#include <tuple>
 
 #include "callroles.h"
 
@@ -25,117 +26,83 @@ inline void Require(bool holds, const char* text) {
     std::abort();
 }
 
-// ---- Digest ----
+// ---- What calls may change ----
 
-/// FNV-1a over whole values.
-class Digest {
-public:
-    template <typename... T>
-    void Add(const T&... values) {
-        (AddOne(values), ...);
-    }
-
-    std::uint64_t state = 0xCBF29CE484222325;
-
-private:
-    template <typename T>
-    void AddOne(const T& value) {
-        static_assert(std::has_unique_object_representations_v<T> || std::is_floating_point_v<T> ||
-                      std::is_same_v<T, goal::Vector3> || std::is_same_v<T, std::array<float, 2>>);
-        std::array<std::uint8_t, sizeof(T)> bytes;
-        std::memcpy(bytes.data(), &value, sizeof(T));
-        for (const std::uint8_t byte : bytes)
-            state = (state ^ byte) * 0x100000001B3;
-    }
-};
-
-inline void AddFilter(Digest& digest, const goal::FilterParameters& f) {
-    digest.Add(f.type, f.order, f.gain, f.gainHF, f.gainLF);
+/// The bytes of the values, end to end: equal for equal values.
+template <typename... T>
+std::string BytesOf(const T&... values) {
+    static_assert(((std::has_unique_object_representations_v<T> || std::is_floating_point_v<T> ||
+                    std::is_same_v<T, goal::Vector3> || std::is_same_v<T, std::array<float, 2>>)&&...));
+    std::string bytes;
+    (bytes.append(reinterpret_cast<const char*>(&values), sizeof(T)), ...);
+    return bytes;
 }
 
-inline void AddBase(Digest& digest, const goal::SourceBaseParameters& s) {
-    digest.Add(s.gain, s.minGain, s.maxGain, s.referenceDistance, s.maxDistance, s.pitch, s.rolloffFactor);
-    digest.Add(s.coneInnerHalfAngle, s.coneOuterHalfAngle, s.coneOuterGain, s.position, s.velocity,
-               s.direction);
-    digest.Add(s.looping, s.relative, s.stereoAngles, s.hasStereoAngles, s.radius, s.orientationAt,
-               s.orientationUp);
-    digest.Add(s.directFilterName, s.airAbsorptionFactor, s.roomRolloffFactor, s.coneOuterGainHF);
-    digest.Add(s.directFilterGainHFAuto, s.auxSendFilterGainAuto, s.auxSendFilterGainHFAuto);
-    AddFilter(digest, s.directFilter);
-    for (const auto& send : s.sends) {
-        digest.Add(send.slotName, send.filterName);
-        AddFilter(digest, send.filter);
-    }
+inline std::string BytesOfFilter(const goal::FilterParameters& f) {
+    return BytesOf(f.type, f.order, f.gain, f.gainHF, f.gainLF);
 }
 
-inline std::uint64_t DigestOfBase(const goal::SourceBaseParameters& source) {
-    Digest digest;
-    AddBase(digest, source);
-    return digest.state;
+inline std::string BytesOfBase(const goal::SourceBaseParameters& s) {
+    std::string bytes = BytesOf(
+        s.gain, s.minGain, s.maxGain, s.referenceDistance, s.maxDistance, s.pitch, s.rolloffFactor,
+        s.coneInnerHalfAngle, s.coneOuterHalfAngle, s.coneOuterGain, s.position, s.velocity, s.direction,
+        s.looping, s.relative, s.stereoAngles, s.hasStereoAngles, s.radius, s.orientationAt, s.orientationUp,
+        s.directFilterName, s.airAbsorptionFactor, s.roomRolloffFactor, s.coneOuterGainHF,
+        s.directFilterGainHFAuto, s.auxSendFilterGainAuto, s.auxSendFilterGainHFAuto);
+    bytes += BytesOfFilter(s.directFilter);
+    for (const auto& send : s.sends)
+        bytes += BytesOf(send.slotName, send.filterName) + BytesOfFilter(send.filter);
+    return bytes;
 }
 
-inline void AddPlayState(Digest& digest, const goal::Source& s) {
-    digest.Add(s.position, s.queueIndex, s.sourceType, s.state);
+inline std::string BytesOfPlay(const goal::Source& s) {
+    std::string bytes = BytesOf(s.position, s.queueIndex, s.sourceType, s.state);
     for (const goal::Buffer* buffer : s.queue)
-        digest.Add(buffer);
+        bytes += BytesOf(buffer);
+    return bytes;
 }
 
-inline std::uint64_t DigestOfPlay(const goal::Source& source) {
-    Digest digest;
-    AddPlayState(digest, source);
-    return digest.state;
-}
-
-inline void AddEffect(Digest& digest, const goal::EffectParametersPtr& effect) {
-    digest.Add(effect.Get());
-    if (!effect) return;
-    for (std::int32_t parameter = 0; parameter <= AL_EAXREVERB_DECAY_HFLIMIT; ++parameter) {
+inline std::string BytesOfEffect(const goal::EffectParametersPtr& effect) {
+    std::string bytes = BytesOf(effect.Get());
+    for (std::int32_t parameter = 0; effect && parameter <= AL_EAXREVERB_DECAY_HFLIMIT; ++parameter) {
         float values[3]{};
         std::int32_t integer = 0;
         effect->getParameterfv(parameter, values);
         effect->getParameteri(parameter, &integer);
-        digest.Add(values[0], values[1], values[2], integer);
+        bytes += BytesOf(values[0], values[1], values[2], integer);
     }
+    return bytes;
 }
 
-inline void AddState(Digest& digest, const goal::SuspendedState& state) {
-    digest.Add(state.dopplerFactor, state.dopplerVelocity, state.speedOfSound, state.distanceModel);
-    digest.Add(state.listenerGain, state.listenerPosition, state.listenerVelocity, state.listenerAt);
-    digest.Add(state.listenerUp, state.metersPerUnit, state.deletedBuffers.size);
-    for (const goal::Source& source : state.sources) {
-        digest.Add(source.deleted, source.parametersDirty, source.queueDirty, source.stateChanged);
-        digest.Add(source.unqueuedCount);
-        AddBase(digest, source);
-        AddPlayState(digest, source);
-    }
-    for (const auto& slot : state.slots) {
-        digest.Add(slot.gain, slot.auxiliarySendAuto, slot.deleted, slot.dirty);
-        AddEffect(digest, slot.effect);
-    }
+inline std::string BytesOfState(const goal::SuspendedState& state) {
+    std::string bytes =
+        BytesOf(state.dopplerFactor, state.dopplerVelocity, state.speedOfSound, state.distanceModel,
+                state.listenerGain, state.listenerPosition, state.listenerVelocity, state.listenerAt,
+                state.listenerUp, state.metersPerUnit, state.deletedBuffers.size);
+    for (const goal::Source& source : state.sources)
+        bytes += BytesOf(source.deleted, source.parametersDirty, source.queueDirty, source.stateChanged,
+                         source.unqueuedCount) +
+                 BytesOfBase(source) + BytesOfPlay(source);
+    for (const auto& slot : state.slots)
+        bytes +=
+            BytesOf(slot.gain, slot.auxiliarySendAuto, slot.deleted, slot.dirty) + BytesOfEffect(slot.effect);
+    return bytes;
 }
 
 /// All that a call may change, but for the error slots.
-inline std::uint64_t DigestOf(const World& world) {
-    Digest digest;
+inline std::string BytesOfAll(const World& world) {
     const goal::Context* const context = world.Context();
-    digest.Add(context, world.process.currentContext);
-    for (const auto& slot : world.process.engine.device.bufferPool.slots) {
-        digest.Add(slot.buffer, slot.deleted);
-        if (slot.buffer != nullptr) digest.Add(slot.buffer->useCount.load());
-    }
-    if (context == nullptr) return digest.state;
-    digest.Add(context->suspendCount, context->suspendUsed);
-    AddState(digest, context->application);
-    if (context->suspendCount > 0) AddState(digest, context->suspended);
-    for (const goal::EffectParameters& effect : context->application.effects) {
-        digest.Add(effect.deleted);
-        AddEffect(digest, effect.parameters);
-    }
-    for (const goal::FilterParametersWithDeletedFlag& filter : context->application.filters) {
-        digest.Add(filter.deleted);
-        AddFilter(digest, filter);
-    }
-    return digest.state;
+    std::string bytes = BytesOf(context, world.process.currentContext);
+    for (const auto& slot : world.process.engine.device.bufferPool.slots)
+        bytes += BytesOf(slot.buffer, slot.deleted, slot.buffer ? slot.buffer->useCount.load() : 0);
+    if (context == nullptr) return bytes;
+    bytes += BytesOf(context->suspendCount, context->suspendUsed) + BytesOfState(context->application);
+    if (context->suspendCount > 0) bytes += BytesOfState(context->suspended);
+    for (const goal::EffectParameters& effect : context->application.effects)
+        bytes += BytesOf(effect.deleted) + BytesOfEffect(effect.parameters);
+    for (const goal::FilterParametersWithDeletedFlag& filter : context->application.filters)
+        bytes += BytesOf(filter.deleted) + BytesOfFilter(filter);
+    return bytes;
 }
 
 // ---- Buffers ----
@@ -249,7 +216,7 @@ inline void CheckMarks(const goal::Context& context) {
         const goal::Source& rendered = context.snapshot.sources[i];
         Require(sources[i].deleted == rendered.deleted, "the life or death of a source isn't marked");
         if (sources[i].deleted) continue;
-        Require(DigestOfBase(sources[i]) == DigestOfBase(rendered), "a changed parameter isn't marked");
+        Require(BytesOfBase(sources[i]) == BytesOfBase(rendered), "a changed parameter isn't marked");
         Require(IsSameQueue(sources[i], rendered), "a changed queue isn't marked");
         Require(!sources[i].stateChanged, "a changed state isn't marked");
     }
@@ -295,30 +262,15 @@ inline void CheckEffects(const goal::Context& context) {
 
 // ---- Everything ----
 
-/// The lengths of the tables of one context. None ever gets smaller.
-struct TableSizes {
-    explicit TableSizes(goal::Context* context) : context(context) {
-        if (context == nullptr) return;
-        const goal::SuspendedState& target = TargetState(*context);
-        const goal::ApplicationState& application = context->application;
-        sizes = {target.sources.size,
-                 target.slots.size,
-                 application.sources.size,
-                 application.slots.size,
-                 application.effects.size,
-                 application.filters.size,
-                 context->snapshot.sources.size,
-                 context->snapshot.slots.size};
-    }
-
-    void RequireNotBelow(const TableSizes& before) const {
-        for (std::size_t i = 0; context == before.context && i < sizes.size(); ++i)
-            Require(sizes[i] >= before.sizes[i], "a table lost entries");
-    }
-
-    goal::Context* context;
-    std::array<std::uint32_t, 8> sizes{};
-};
+/// The lengths of the tables of a context, of which none ever gets smaller: first that of the application
+/// state's sources.
+inline std::array<std::uint32_t, 8> TableSizes(goal::Context& context) {
+    const goal::SuspendedState& target = TargetState(context);
+    const auto& [application, snapshot] = std::tie(context.application, context.snapshot);
+    return {application.sources.size, application.slots.size, application.effects.size,
+            application.filters.size, target.sources.size,    target.slots.size,
+            snapshot.sources.size,    snapshot.slots.size};
+}
 
 inline void CheckInvariants(const World& world) {
     CheckBuffers(world);
@@ -332,29 +284,27 @@ inline void CheckInvariants(const World& world) {
     CheckEffects(*context);
 }
 
-/// After the copy the renderer has what calls see, source by source and slot by slot. Where the renderer has
-/// moved on without a merge it stays there.
+/// After the copy nothing is marked any more, so that CheckMarks compares all that a game sets with what the
+/// renderer has. Where the renderer has moved on without a merge it stays there.
 inline void CheckCopied(const goal::Context& context, bool isMerged) {
     const goal::RenderSnapshot& snapshot = context.snapshot;
     const goal::ApplicationState& application = context.application;
     Require(snapshot.sources.size == application.sources.size, "the copy left a source out");
-    for (std::uint32_t i = 0; i < snapshot.sources.size; ++i) {
-        const goal::Source& rendered = snapshot.sources[i];
-        const goal::Source& source = application.sources[i];
-        const bool isPlaying = !source.deleted && source.state == goal::SourceState::Playing;
-        Require(rendered.deleted == source.deleted, "the copy missed the life or death of a source");
-        Require(snapshot.playing.Contains(i) == isPlaying, "the copy lost count of what plays");
-        if (source.deleted) continue;
-        Require(DigestOfBase(rendered) == DigestOfBase(source), "the copy missed a change of a source");
-        Require(!isMerged || DigestOfPlay(rendered) == DigestOfPlay(source), "the copy missed a play state");
-        Require(IsSameQueue(rendered, source), "the copy missed a queue");
-    }
     Require(snapshot.slots.size == application.slots.size, "the copy left a slot out");
+    for (std::uint32_t i = 0; i < snapshot.sources.size; ++i) {
+        const goal::Source &rendered = snapshot.sources[i], &source = application.sources[i];
+        const bool isPlaying = !source.deleted && source.state == goal::SourceState::Playing;
+        Require(!application.touched.Contains(i), "the copy left a mark");
+        Require(snapshot.playing.Contains(i) == isPlaying, "the copy lost count of what plays");
+        Require(source.deleted || !isMerged || BytesOfPlay(rendered) == BytesOfPlay(source),
+                "the copy missed a play state");
+    }
     for (std::uint32_t i = 0; i < snapshot.slots.size; ++i) {
         const auto typeOf = [](const auto& slot) { return slot.effect ? slot.effect->effectType : 0; };
         const goal::AuxSlotParameters &rendered = snapshot.slots[i], &slot = application.slots[i];
         Require(rendered.gain == slot.gain && typeOf(rendered) == typeOf(slot), "the copy missed a slot");
     }
+    CheckMarks(context);
 }
 
 /// After the last alcProcessContext the renderer is to get what calls saw while the context was suspended.

@@ -52,8 +52,11 @@ struct Call {
         return memory.back().get();
     }
 
+    void ReadText(const char* result) { text = result != nullptr ? result : ""; }
+
     World& world;
     Input& input;
+    std::string text;       ///< the result
     ALenum token = 0;       ///< the last drawn
     ALsizei count = 0;      ///< the length of a list, as the call is told it
     ALsizei size = 0;       ///< bytes of sample data, as the call is told it
@@ -109,9 +112,7 @@ struct Name {
 };
 
 /// The length of a list of names.
-struct Count {
-    ALsizei operator()(Call& call) const { return call.count = call.input.Pick(counts); }
-};
+inline constexpr auto count = [](Call& call) { return call.count = call.input.Pick(counts); };
 
 /// The same for names to make: none when there are many, so that an input stays quick.
 struct CountToMake {
@@ -119,7 +120,7 @@ struct CountToMake {
     ALsizei operator()(Call& call) const {
         constexpr ALsizei none[] = {0, -1, greatest, tooLong};
         const bool isEnough = Lives(call.world, table).size() >= 12;
-        return call.count = isEnough ? call.input.Pick(none) : call.input.Pick(counts);
+        return isEnough ? call.count = call.input.Pick(none) : count(call);
     }
 };
 
@@ -148,10 +149,8 @@ T* DrawOutput(Call& call, std::size_t length) {
     return reinterpret_cast<T*>(bytes);
 }
 
-struct ListToFill {
-    ALuint* operator()(Call& call) const {
-        return IsNull(call) ? nullptr : DrawOutput<ALuint>(call, ListLength(call));
-    }
+inline constexpr auto listToFill = [](Call& call) {
+    return IsNull(call) ? nullptr : DrawOutput<ALuint>(call, ListLength(call));
 };
 
 /// As many values as the token has.
@@ -313,11 +312,9 @@ inline constexpr auto resultSize = [](Call& call) {
 };
 
 /// Some queries don't ask for the size and write one value.
-struct SizedResults {
-    ALCint* operator()(Call& call) const {
-        const auto length = static_cast<std::size_t>(std::max(call.count, 1));
-        return IsNull(call) ? nullptr : DrawOutput<ALCint>(call, length);
-    }
+inline constexpr auto sizedResults = [](Call& call) {
+    return IsNull(call) ? nullptr
+                        : DrawOutput<ALCint>(call, static_cast<std::size_t>(std::max(call.count, 1)));
 };
 
 // ---- Operations ----
@@ -334,11 +331,6 @@ struct Operation {
     Effect effect;
     std::function<void(Call& call)> run;
 };
-
-inline void ReadText(const char* text) {
-    volatile std::size_t length = text != nullptr ? std::char_traits<char>::length(text) : 0;
-    static_cast<void>(length);
-}
 
 inline const char* NameOf(void* entry) {
     for (const auto rows : {goal::AlProcs(), goal::AlcProcs()})
@@ -369,7 +361,7 @@ Operation On(Result (*function)(Parameters...), Roles... roles) {
         }
         (std::index_sequence_for<Parameters...>());
         if constexpr (std::is_same_v<Result, const char*>)
-            ReadText(std::apply(function, arguments));
+            call.ReadText(std::apply(function, arguments));
         else
             std::apply(function, arguments);
     };

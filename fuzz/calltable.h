@@ -77,7 +77,6 @@ inline constexpr ALenum alcTextTokens[] = {ALC_NO_ERROR,
 
 inline constexpr Name source{Table::Sources};
 inline constexpr Name buffer{Table::Buffers};
-inline constexpr Count count{};
 inline constexpr Any<ALCdevice*> device{};
 
 // ---- The calls ----
@@ -100,7 +99,7 @@ auto Taking(Roles... roles) {
 /// The three calls of each kind of object.
 inline Operations Life(Table table, void (*gen)(ALsizei, ALuint*), void (*remove)(ALsizei, const ALuint*),
                        ALboolean (*is)(ALuint)) {
-    return {On(gen, CountToMake{table}, ListToFill{}), On(remove, count, ListOfNames{table}),
+    return {On(gen, CountToMake{table}, listToFill), On(remove, count, ListOfNames{table}),
             On(is, Name{table})};
 }
 
@@ -148,7 +147,7 @@ inline Operations SourceCalls() {
                                                               alSourcePausev),
                    Taking(source)(alSourcePlay, alSourceStop, alSourceRewind, alSourcePause),
                    Taking(source, count, ListOfNames{Table::Buffers})(alSourceQueueBuffers),
-                   Taking(source, count, ListToFill{})(alSourceUnqueueBuffers)});
+                   Taking(source, count, listToFill)(alSourceUnqueueBuffers)});
 }
 
 inline Operations BufferCalls() {
@@ -187,11 +186,10 @@ inline Operations AlcCalls() {
                    Taking()(alcOpenDevice, alcCloseDevice, alcGetError, alcIsExtensionPresent,
                             alcGetProcAddress, alcGetEnumValue),
                    Taking(device, Token{alcTextTokens})(alcGetString),
-                   Taking(device, Token{alcTokens}, resultSize, SizedResults{})(alcGetIntegerv),
+                   Taking(device, Token{alcTokens}, resultSize, sizedResults)(alcGetIntegerv),
                    Taking(Any<const ALCchar*>{}, Any<ALint>{}, Token{formats})(alcCaptureOpenDevice),
                    Taking()(alcCaptureCloseDevice, alcCaptureStart, alcCaptureStop),
-                   Taking(device, SizedResults{})(alcCaptureSamples),
-                   Taking(part, part, part)(tsrGetVersion)});
+                   Taking(device, sizedResults)(alcCaptureSamples), Taking(part, part, part)(tsrGetVersion)});
 }
 
 }  // namespace calls

@@ -6,17 +6,16 @@
 // are; 3 and 4 the latter two from the text of their description. Behind the first zero byte, in the kinds
 // made from text, stands a transform: the file "t", or what is at offset 8 of the one file.
 
-#include <stdlib.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <string>
 #include <utility>
 
+#include "../tests/support/temporaryfolder.h"
+#include "check.h"
 #include "orb3core/acousticfactory.h"
 #include "orb3core/directoryformatlibrarian.h"
 #include "orb3core/littleendian.h"
@@ -29,14 +28,7 @@
 
 namespace {
 
-namespace fs = std::filesystem;
 namespace fl = orb3::fl;
-
-using LibrarianPtr = std::unique_ptr<fl::FormatRegistrar>;
-
-void Check(bool holds) {
-    if (!holds) std::abort();
-}
 
 // Sound fields of a high order take their memory when they are made.
 class SmallFactory : public orb3::aspace::BasicAcousticFactory {
@@ -46,21 +38,6 @@ public:
             throw slib::BadDataException("Too high an order for here.");
         return BasicAcousticFactory::createAcoustic(node);
     }
-};
-
-// Holds the library at work, and goes with the process.
-struct Folder {
-    Folder() { Check(mkdtemp(name.data()) != nullptr); }
-    ~Folder() {
-        std::error_code ignored;
-        fs::remove_all(name, ignored);
-    }
-    void Empty() const {
-        for (const auto& entry : fs::directory_iterator(name))
-            fs::remove_all(entry.path());
-    }
-
-    std::string name = fs::temp_directory_path() / "library-fuzz-XXXXXX";
 };
 
 struct Input {
@@ -150,32 +127,30 @@ void CheckReadBack(const std::string& path, bool isPacked) noexcept {
     Check(TextOf(path) == text);
 }
 
+// Takes over the stored library.
+template <typename Stored>
+fl::ProcessingFormatLibrarian Processed(Stored* stored) {
+    return {slib::SmartPtr<fl::FormatLibrarian, slib::ThreadsafeCounter>(stored), stored, 0.025, nullptr,
+            true};
+}
+
 void RunDirectoryLibrary(const std::string& folder, const std::string& file, bool isPacked,
                          const std::string& transform) {
     const SmallFactory factory;
     const std::string path = folder + "/lib";
     slib::writeFile(path, file);
     slib::writeFile(folder + (isPacked ? "/t" : "/t.gtrn"), transform);
-    auto stored = std::make_unique<fl::DirectoryBasedFormatLibrarian>(path, "", factory, false, isPacked);
-    fl::FormatRegistrar* registrar = stored.get();
-    const fl::ProcessingFormatLibrarian library(
-        slib::SmartPtr<fl::FormatLibrarian, slib::ThreadsafeCounter>(stored.release()), registrar, 0.025,
-        nullptr, true);
+    auto* const stored = new fl::DirectoryBasedFormatLibrarian(path, "", factory, false, isPacked);
+    const fl::ProcessingFormatLibrarian library = Processed(stored);
     Walk(library);
-    registrar->setTag("new");
-    registrar->commit();
+    stored->setTag("new");
+    stored->commit();
     CheckReadBack(path, isPacked);
 }
 
 void RunPAKLibrary(const std::string& folder, const std::string& file) {
     const SmallFactory factory;
-    auto stored =
-        std::make_unique<fl::PAKFormatLibrarian>(file.data(), file.data() + file.size(), folder, factory);
-    fl::FormatRegistrar* registrar = stored.get();
-    const fl::ProcessingFormatLibrarian library(
-        slib::SmartPtr<fl::FormatLibrarian, slib::ThreadsafeCounter>(stored.release()), registrar, 0.025,
-        nullptr, true);
-    Walk(library);
+    Walk(Processed(new fl::PAKFormatLibrarian(file.data(), file.data() + file.size(), folder, factory)));
 }
 
 }  // namespace
@@ -183,22 +158,21 @@ void RunPAKLibrary(const std::string& folder, const std::string& file) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     constexpr std::size_t maximumSize = std::size_t{1} << 14;
     if (size == 0 || size > maximumSize) return 0;
-    static const Folder folder;
-    folder.Empty();
+    const testing_support::TemporaryFolder folder;
     const Input input = Split(std::string(reinterpret_cast<const char*>(data) + 1, size - 1));
     RunSafely([&] {
         switch (data[0] % 5) {
             case 0:
-                return RunDirectoryLibrary(folder.name, input.text, false, input.transform);
+                return RunDirectoryLibrary(folder.path, input.text, false, input.transform);
             case 1:
-                return RunDirectoryLibrary(folder.name, input.bytes, true, "");
+                return RunDirectoryLibrary(folder.path, input.bytes, true, "");
             case 2:
-                return RunPAKLibrary(folder.name, input.bytes);
+                return RunPAKLibrary(folder.path, input.bytes);
             case 3:
-                return RunDirectoryLibrary(folder.name, fl::PackDescription(input.text), true,
+                return RunDirectoryLibrary(folder.path, fl::PackDescription(input.text), true,
                                            input.transform);
             default:
-                return RunPAKLibrary(folder.name, MakePAK(input));
+                return RunPAKLibrary(folder.path, MakePAK(input));
         }
     });
     return 0;

@@ -16,26 +16,20 @@ namespace {
 
 namespace fs = std::filesystem;
 
-void RunFile(const fs::path& path) {
+// How many files were run.
+std::size_t Run(const fs::path& path) {
+    if (fs::is_directory(path)) {
+        std::size_t count = 0;
+        for (const fs::directory_entry& entry : fs::directory_iterator(path))
+            count += Run(entry.path());
+        return count;
+    }
     std::ifstream file(path, std::ios::binary);
     file.exceptions(std::ios::badbit);
     if (!file) throw std::ios_base::failure("Failed to open file '" + path.string() + "'.");
     const std::vector<char> bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
-}
-
-std::size_t RunPath(const fs::path& path) {
-    if (!fs::is_directory(path)) {
-        RunFile(path);
-        return 1;
-    }
-    std::size_t count = 0;
-    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(path)) {
-        if (!entry.is_regular_file()) continue;
-        RunFile(entry.path());
-        ++count;
-    }
-    return count;
+    return 1;
 }
 
 }  // namespace
@@ -44,7 +38,7 @@ int main(int argc, char** argv) {
     try {
         std::size_t count = 0;
         for (int i = 1; i < argc; ++i)
-            count += RunPath(argv[i]);
+            count += Run(argv[i]);
         std::cout << count << " files run\n";
         return count == 0 ? 1 : 0;
     } catch (const std::exception& failure) {

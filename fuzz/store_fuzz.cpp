@@ -3,45 +3,23 @@
 // bytes written as a value read back. Also linked with replay_main.cpp into a program that runs the corpus in
 // the ordinary tests.
 
-#include <stdlib.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <clocale>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
 
+#include "../tests/support/temporaryfolder.h"
+#include "check.h"
 #include "orb3core/configstore.h"
 #include "orb3core/storetext.h"
 
 namespace {
-
-namespace fs = std::filesystem;
-
-void Check(bool holds) {
-    if (!holds) std::abort();
-}
-
-// The user's scope in a folder of its own, which goes with the process.
-struct StoreFolder {
-    StoreFolder() {
-        Check(mkdtemp(name.data()) != nullptr);
-        setenv("XDG_CONFIG_HOME", name.c_str(), 1);
-        fs::create_directory(File().parent_path());
-    }
-    ~StoreFolder() {
-        std::error_code ignored;
-        fs::remove_all(name, ignored);
-    }
-    fs::path File() const { return fs::path(name) / orb3::storeRoot / "store.conf"; }
-
-    std::string name = fs::temp_directory_path() / "store-fuzz-XXXXXX";
-};
 
 // Standard output and error go into memory while `body` runs, and nothing may have come there.
 template <typename Body>
@@ -59,7 +37,8 @@ void RunSilently(const Body& body) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const StoreFolder folder;
+    static const testing_support::TemporaryStore store;
+    std::filesystem::create_directories(store.UserFile().parent_path());
     const std::string ownGroup = "3141592653589793";
     const std::string ownKey = "/" + ownGroup + "/" + ownGroup;
     // What is a blank or a small letter depends on the locale, in the parser and so in the repair.
@@ -69,15 +48,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Check(orb3::RepairStoreText(repaired) == repaired);
     if (repaired.find(ownGroup) != std::string::npos) return 0;
 
-    std::ofstream(folder.File(), std::ios::binary) << bytes;
+    std::ofstream(store.UserFile(), std::ios::binary) << bytes;
     RunSilently([&] {
-        const orb3::ConfigStore store(orb3::storeRoot, orb3::ConfigStore::Scope::User);
+        const orb3::ConfigStore user(orb3::storeRoot, orb3::ConfigStore::Scope::User);
         for (const std::string& value : {bytes.substr(bytes.find('=') + 1), bytes}) {
-            store.Write(ownKey, value);
-            Check(store.Read(ownKey, "") == orb3::RepairUtf8(value));
+            user.Write(ownKey, value);
+            Check(user.Read(ownKey, "") == orb3::RepairUtf8(value));
         }
     });
-    std::ifstream stream(folder.File(), std::ios::binary);
+    std::ifstream stream(store.UserFile(), std::ios::binary);
     std::string written{std::istreambuf_iterator<char>(stream), {}};
     const std::size_t header = written.find("[" + ownGroup + "]\n" + ownGroup + "=");
     Check(header != std::string::npos);

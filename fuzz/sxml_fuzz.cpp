@@ -5,11 +5,11 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "check.h"
 #include "orb3core/configuration.h"
 #include "slib/exception.h"
 #include "slib/sxml.h"
@@ -20,10 +20,6 @@ using Style = slib::SXMLNode::Style;
 
 // The indented styles of a tree grow with the square of its depth; longer documents are left to the tests.
 constexpr std::size_t maximumSize = 1 << 14;
-
-void Check(bool holds) {
-    if (!holds) std::abort();
-}
 
 // An element with an empty label and no children is written "</>", which is a closing tag.
 bool CanBeReadBack(const slib::SXMLNode& root) {

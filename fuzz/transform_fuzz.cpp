@@ -6,11 +6,11 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <limits>
 #include <sstream>
 #include <string>
 
+#include "check.h"
 #include "orb3core/transformreader.h"
 #include "orb3core/transformwriter.h"
 #include "slib/exception.h"
@@ -20,10 +20,6 @@ namespace {
 using orb3::strans::TransformForm;
 template <typename T>
 using Transform = orb3::strans::TimeDomainTransform<T, 1>;
-
-void Check(bool holds) {
-    if (!holds) std::abort();
-}
 
 // Whether there is a transform; it can then stand up to its own validation.
 template <typename T>

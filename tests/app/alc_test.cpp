@@ -66,6 +66,13 @@ protected:
         testing_support::StoreDefaultDocument();
     }
 
+    // What a call answered, and the code that it left.
+    template <typename T>
+    void ExpectAnswer(T answer, T expected, ALCenum code) {
+        EXPECT_EQ(answer, expected);
+        EXPECT_EQ(alcGetError(device), code);
+    }
+
     bool LogHas(const std::string& text) {
         std::ifstream file(store.UserFile());
         return std::string(std::istreambuf_iterator<char>(file), {}).find(text) != std::string::npos;
@@ -79,22 +86,18 @@ protected:
 
 TEST_F(AlcCalls, TheOneDevice_HasOneContextAndStaysOpenWithIt) {
     EXPECT_EQ(alcOpenDevice(nullptr), device);
-    EXPECT_EQ(alcCreateContext(nullptr, nullptr), nullptr);
-    EXPECT_EQ(alcGetError(nullptr), ALC_INVALID_DEVICE);
+    ExpectAnswer<ALCcontext*>(alcCreateContext(nullptr, nullptr), nullptr, ALC_INVALID_DEVICE);
     ASSERT_NE(Create(), nullptr);
-    EXPECT_EQ(alcCreateContext(device, nullptr), nullptr);
-    EXPECT_EQ(alcGetError(device), ALC_INVALID_VALUE);
+    ExpectAnswer<ALCcontext*>(alcCreateContext(device, nullptr), nullptr, ALC_INVALID_VALUE);
     EXPECT_EQ(Get(ALC_FREQUENCY), 48000);
-    EXPECT_EQ(alcCloseDevice(device), ALC_FALSE);
-    EXPECT_EQ(alcGetError(device), ALC_INVALID_DEVICE);
+    ExpectAnswer<ALCboolean>(alcCloseDevice(device), ALC_FALSE, ALC_INVALID_DEVICE);
     Destroy();
     EXPECT_EQ(alcCloseDevice(device), ALC_TRUE);
 }
 
 TEST_F(AlcCalls, CreateContext_AfterAFailedStart_Succeeds) {
     std::ofstream(store.MachineFile()) << "";
-    EXPECT_EQ(Create(), nullptr);
-    EXPECT_EQ(alcGetError(device), ALC_INVALID_VALUE);
+    ExpectAnswer<ALCcontext*>(Create(), nullptr, ALC_INVALID_VALUE);
     EXPECT_TRUE(LogHas("Tessarune: Exception: No format library is configured."));
     EXPECT_EQ(alcCloseDevice(device), ALC_TRUE);
     std::ofstream(store.MachineFile()) << "[Formats]\nUFL=" << store.FormatLibrary().string() << "\n";
@@ -137,8 +140,7 @@ TEST_F(AlcCalls, CreateContext_HeedsTheAttributesThatItKnowsAndSkipsTheRest) {
         EXPECT_EQ(Get(ALC_DEFAULT_FILTER_ORDER), filterOrder);
         Destroy();
     }
-    EXPECT_EQ(Create({ALC_SYNC, 1, 0}), nullptr);
-    EXPECT_EQ(alcGetError(device), ALC_INVALID_VALUE);
+    ExpectAnswer<ALCcontext*>(Create({ALC_SYNC, 1, 0}), nullptr, ALC_INVALID_VALUE);
     for (const bool isVerbose : {false, true}) {
         Configure([&](auto& c) { c.isLoggingVerbose = isVerbose; });
         alcGetContextsDevice(nullptr);
@@ -161,10 +163,8 @@ TEST_F(AlcCalls, TextsAndLookUps_AreExactAndListsEndWithTwoNuls) {
     EXPECT_EQ(alcIsExtensionPresent(device, "alc_ext_efx"), ALC_TRUE);
     EXPECT_EQ(alcGetProcAddress(device, "alcOpenDevice"), reinterpret_cast<void*>(&alcOpenDevice));
     EXPECT_EQ(alcGetEnumValue(device, "ALC_MAX_AUXILIARY_SENDS"), 0x20003);
-    EXPECT_EQ(alcGetProcAddress(device, "alcopendevice"), nullptr);
-    EXPECT_EQ(alcGetError(device), ALC_INVALID_VALUE);
-    EXPECT_EQ(alcGetEnumValue(device, "alc_sync"), 0);
-    EXPECT_EQ(alcGetError(device), ALC_INVALID_ENUM);
+    ExpectAnswer<void*>(alcGetProcAddress(device, "alcopendevice"), nullptr, ALC_INVALID_VALUE);
+    ExpectAnswer(alcGetEnumValue(device, "alc_sync"), 0, ALC_INVALID_ENUM);
 }
 
 TEST_F(AlcCalls, GetIntegerv_OfAllAttributes_WritesWholePairsAndTheEnd) {
@@ -179,8 +179,7 @@ TEST_F(AlcCalls, GetIntegerv_OfAllAttributes_WritesWholePairsAndTheEnd) {
         EXPECT_EQ(data[1], 48000);
         EXPECT_EQ(data[3], pairs > 1 ? 94 : -77);
     }
-    EXPECT_EQ(Get(ALC_ALL_ATTRIBUTES, 2), -77);
-    EXPECT_EQ(alcGetError(device), ALC_INVALID_VALUE);
+    ExpectAnswer(Get(ALC_ALL_ATTRIBUTES, 2), -77, ALC_INVALID_VALUE);
 }
 
 TEST_F(AlcCalls, GetIntegerv_WithoutAContext_KnowsOnlyWhatIsFixed) {
@@ -189,10 +188,8 @@ TEST_F(AlcCalls, GetIntegerv_WithoutAContext_KnowsOnlyWhatIsFixed) {
         {ALC_FREQUENCY, 1, -77, ALC_INVALID_DEVICE},          {ALC_MAJOR_VERSION, 1, 1, ALC_NO_ERROR},
         {ALC_MINOR_VERSION, 0, -77, ALC_INVALID_VALUE},       {ALC_MAX_AUXILIARY_SENDS, 0, 4, ALC_NO_ERROR},
         {ALC_ALL_ATTRIBUTES, 3, ALC_FREQUENCY, ALC_NO_ERROR}, {0x4711, 1, -77, ALC_INVALID_ENUM}};
-    for (const auto& [parameter, size, value, code] : rows) {
-        EXPECT_EQ(Get(parameter, size), value) << parameter;
-        EXPECT_EQ(alcGetError(device), code) << parameter;
-    }
+    for (const auto& [parameter, size, value, code] : rows)
+        ExpectAnswer(Get(parameter, size), value, code);
 }
 
 TEST_F(AlcCalls, SuspendAndProcess_NestAndCanBeSwitchedOff) {

@@ -1,6 +1,5 @@
 // The calls on effects, filters and auxiliary effect slots.
 
-#include <array>
 #include <cmath>
 
 #include "contextfixture.h"
@@ -51,15 +50,6 @@ TEST_F(EfxCalls, EffectType_SetAgain_KeepsTheValuesThatAnotherTypeResets) {
     alEffecti(effect, AL_EFFECT_TYPE, AL_EFFECT_EAXREVERB);
     EXPECT_EQ(Read(alGetEffectf, effect, AL_EAXREVERB_DECAY_TIME), 1.49F);
     EXPECT_EQ(Read(alGetEffectiv, effect, AL_EFFECT_TYPE), AL_EFFECT_EAXREVERB);
-}
-
-TEST_F(EfxCalls, EffectVectors_AreReadBack) {
-    const ALuint effect = NewEffect(AL_EFFECT_EAXREVERB);
-    const std::array<ALfloat, 3> pan{0.6F, 0, -0.8F};
-    std::array<ALfloat, 3> read{};
-    alEffectfv(effect, AL_EAXREVERB_LATE_REVERB_PAN, pan.data());
-    alGetEffectfv(effect, AL_EAXREVERB_LATE_REVERB_PAN, read.data());
-    EXPECT_EQ(read, pan);
 }
 
 TEST_F(EfxCalls, Refusals_HaveTheirCodes) {

@@ -163,8 +163,7 @@ TEST_F(SameCalls, GiveTheSameFramesOnEveryVectorTargetAndInEveryRun) {
         const auto isLoud = [](float sample) { return std::fabs(sample) > 0.01F; };
         EXPECT_GT(std::count_if(expected.begin(), expected.end(), isLoud), 40 * frames);
         EXPECT_EQ(Play(conversion), expected) << "a second time";
-        testing_support::OnEachVectorTarget(
-            [&](const char* name) { EXPECT_EQ(Play(conversion), expected) << name; });
+        testing_support::ExpectSameOnEveryTarget([&] { return Play(conversion); });
     }
 }
 

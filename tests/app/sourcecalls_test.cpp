@@ -20,6 +20,8 @@ protected:
         alGetSourcef(source, parameter, &value);
         return value;
     }
+
+    const ALuint source = New(alGenSources);
 };
 
 struct FloatCase {
@@ -44,7 +46,6 @@ constexpr FloatCase floatCases[] = {{AL_GAIN, 1, infinity, false},
                                     {AL_CONE_OUTER_GAINHF, 1, 1, false}};
 
 TEST_F(SourceCalls, Floats_TakeTheirRangeAndAreKeptApart) {
-    const ALuint source = New(alGenSources);
     float distinct = 0;
     for (const auto& [parameter, initial, greatest, hasIntegerForm] : floatCases) {
         SCOPED_TRACE(parameter);
@@ -70,7 +71,6 @@ TEST_F(SourceCalls, Floats_TakeTheirRangeAndAreKeptApart) {
 }
 
 TEST_F(SourceCalls, IntegerGetters_CutAndStayDefined) {
-    const ALuint source = New(alGenSources);
     ALint cut[3] = {};
     EXPECT_EQ(Get(source, AL_MAX_DISTANCE), greatestInteger);
     alSource3f(source, AL_POSITION, nan, -1e30F, -3.9F);
@@ -79,7 +79,6 @@ TEST_F(SourceCalls, IntegerGetters_CutAndStayDefined) {
 }
 
 TEST_F(SourceCalls, Flags_TakeZeroAndOne) {
-    const ALuint source = New(alGenSources);
     for (const ALenum parameter : {AL_SOURCE_RELATIVE, AL_LOOPING, AL_DIRECT_FILTER_GAINHF_AUTO,
                                    AL_AUXILIARY_SEND_FILTER_GAIN_AUTO, AL_AUXILIARY_SEND_FILTER_GAINHF_AUTO})
         for (const ALint value : {0, 1, 0}) {
@@ -91,7 +90,6 @@ TEST_F(SourceCalls, Flags_TakeZeroAndOne) {
 }
 
 TEST_F(SourceCalls, Vectors_GoThroughAllForms) {
-    const ALuint source = New(alGenSources);
     const float given[] = {1.5F, -2.5F, infinity}, axes[] = {0, 0, 2, 0, 5, 0};
     float values[3] = {};
     ALint read[6] = {};
@@ -109,7 +107,6 @@ TEST_F(SourceCalls, Vectors_GoThroughAllForms) {
 }
 
 TEST_F(SourceCalls, StereoAngles_HoldWhenBothAreFinite) {
-    const ALuint source = New(alGenSources);
     for (const float right : {-0.5F, nan}) {
         const float angles[] = {0.5F, right};
         alSourcefv(source, AL_STEREO_ANGLES, angles);
@@ -119,7 +116,7 @@ TEST_F(SourceCalls, StereoAngles_HoldWhenBothAreFinite) {
 }
 
 TEST_F(SourceCalls, DirectFilter_IsACopyUntilItIsSetAgain) {
-    const ALuint source = New(alGenSources), filter = New(alGenFilters);
+    const ALuint filter = New(alGenFilters);
     alFilteri(filter, AL_FILTER_TYPE, AL_FILTER_LOWPASS);
     alSourcei(source, AL_DIRECT_FILTER, 1);
     alFilterf(filter, AL_LOWPASS_GAINHF, 0.75F);
@@ -135,7 +132,6 @@ TEST_F(SourceCalls, DirectFilter_IsACopyUntilItIsSetAgain) {
 }
 
 TEST_F(SourceCalls, Sends_GrowToTheirIndexAndKeepAnySlotName) {
-    const ALuint source = New(alGenSources);
     alFilteri(New(alGenFilters), AL_FILTER_TYPE, AL_FILTER_HIGHPASS);
     ExpectCodes({{AL_NO_ERROR, [&] { alSource3i(source, AL_AUXILIARY_SEND_FILTER, 4711, 6, 1); }},
                  {AL_INVALID_VALUE, [&] { alSource3i(source, AL_AUXILIARY_SEND_FILTER, 1, -1, 0); }},
@@ -151,7 +147,7 @@ TEST_F(SourceCalls, Sends_GrowToTheirIndexAndKeepAnySlotName) {
 
 TEST_F(SourceCalls, Refusals_HaveTheCodeOfTheFirstFault) {
     constexpr ALint huge = greatestInteger;
-    ALuint list[1] = {New(alGenSources)};
+    ALuint list[1] = {source};
     ALint i[6] = {};
     ExpectCodes({{AL_INVALID_VALUE, [] { alGetSourcei(99, AL_GAIN, nullptr); }},
                  {AL_INVALID_NAME, [&] { alGetSourcei(99, 0, i); }},

@@ -29,13 +29,4 @@ TEST(BFormatRotation, OfAPlaneWave_IsThatWaveHeardByTheListener) {
     }
 }
 
-TEST(BFormatRotation, OfASourceTurnedLeft_BringsItsFrontToTheLeft) {
-    const goal::Basis left = goal::BuildBasis({-1, 0, 0}, {0, 1, 0}),
-                      tilted = goal::BuildBasis({0, 1, 0}, {0, 0, 1});
-    EXPECT_EQ(goal::BFormatRotation({}, left, false)[1][0], 1);
-    EXPECT_EQ(goal::BFormatRotation(left, left, false)[0][0], 1);
-    EXPECT_EQ(goal::BFormatRotation(left, left, true)[1][0], 1);
-    EXPECT_EQ(goal::BFormatRotation({}, tilted, true)[2][0], 1);  // out of the plane
-}
-
 }  // namespace

@@ -71,12 +71,6 @@ protected:
 
     slib::WithDirtyTag<AuxSlotParameters>& Slot() { return scene.application.slots[0]; }
 
-    void Change(const std::function<void(Source&)>& change) {
-        change(scene.application.sources[0]);
-        scene.application.sources[0].parametersDirty = true;
-        scene.application.touched.Insert(0);
-    }
-
     testing_support::Scene scene{128};
 };
 
@@ -123,19 +117,16 @@ TEST_F(EffectStageTest, ATail_OutlivesAChangeOfParametersAndNothingElse) {
         {0.5F, [] {}},
         {0.25F, [&] { Set(other); }},
         {0, [&] { Set(otherType); }},
-        {0,
-         [&] {
-             Slot() = {{{}, 1, true, false}, true};
-         }},
+        {0, [&] { Slot().effect = {}, Slot().dirty = true; }},
         {0, [&] { Slot().deleted = Slot().dirty = true; }}};
     for (const auto& [heard, change] : cases) {
         Probe probe;
         probe.echo = 0.5F;
         Slot() = {};
         Set(probe);
-        Change([](Source& source) { source.sends[0].slotName = 1; });
+        scene.Change().sends[0].slotName = 1;
         scene.Render();
-        Change([](Source& source) { source.sends[0].slotName = 0; });
+        scene.Change().sends[0].slotName = 0;
         change();
         scene.Render();
         EXPECT_NEAR(scene.Last(0), heard, 1e-6) << "case " << &heard - &cases[0].first;
@@ -147,7 +138,7 @@ TEST_F(EffectStageTest, ATail_OutlivesAChangeOfParametersAndNothingElse) {
 TEST_F(EffectStageTest, ASlotsGain_IsOfTheWetSoundAndItsSendIsManualOrAutomatic) {
     Set(Probe());
     Slot().gain = 0.5F;
-    Change([](Source& source) { testing_support::Place(source, {0, 0, -4}); });
+    testing_support::Place(scene.Change(), {0, 0, -4});
     for (const auto& [isAutomatic, heard] : {std::pair(true, 0.5F), std::pair(false, 0.125F)}) {
         Slot().auxiliarySendAuto = isAutomatic;
         Slot().dirty = true;

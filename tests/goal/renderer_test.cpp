@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cmath>
 #include <functional>
 #include <limits>
@@ -12,15 +11,13 @@
 
 #include "AL/tessarune.h"
 #include "allocationcounter.h"
-#include "hwy/targets.h"
 #include "scene.h"
+#include "vectortargets.h"
 
 namespace goal {
 namespace {
 
-using testing_support::Noise;
-using testing_support::Place;
-using testing_support::Scene;
+using namespace testing_support;
 
 constexpr float unfit[] = {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity(),
                            -std::numeric_limits<float>::infinity(), std::numeric_limits<float>::max()};
@@ -41,19 +38,18 @@ TEST(Renderer, AOneChannelSource_StandsOnTheBusByItsDirection) {
     source.gain = 0.5F;
     scene.Render();
     const double x = 2 / 3.0, y = 1 / 3.0, z = 2 / 3.0, gain = 0.5 / 3;
-    const std::array<double, 10> polynomials{
-        1, x, y, z, x * y, x * x - y * y, x * z, y * z, z * z, x * x * x - 3 * x * y * y};
-    for (std::uint32_t c = 0; c < polynomials.size(); ++c)
-        EXPECT_NEAR(scene.Last(c), gain * polynomials[c], 1e-6) << c;
+    Signal expected;
+    for (const double polynomial :
+         {1.0, x, y, z, x * y, x * x - y * y, x * z, y * z, z * z, x * x * x - 3 * x * y * y})
+        expected.push_back(float(gain * polynomial));
+    EXPECT_THAT(scene.LastOf(10), IsNear(1e-6F, expected));
 }
 
 TEST(Renderer, ASourceThatMoves_RampsItsWeightsAtTheHeadOfTheBlock) {
     Scene scene(512);
     Place(scene.Add({1}), {0, 0, -1});
     scene.Render();
-    Place(scene.application.sources[0], {-1, 0, 0});
-    scene.application.sources[0].parametersDirty = true;
-    scene.application.touched.Insert(0);
+    Place(scene.Change(), {-1, 0, 0});
     scene.Render();
     const float* const left = scene.output.spatial.channels[2];
     for (std::uint32_t i = 1; i < 19; ++i)
@@ -65,33 +61,26 @@ TEST(Renderer, SourcesOfSeveralChannels_GoByTheirArrangement) {
     Scene stereo(512);
     stereo.Add({1, 0.5F}, AL_FORMAT_STEREO_FLOAT32);
     stereo.Render();
-    EXPECT_NEAR(stereo.Last(0), 1.5, 1e-5);
-    EXPECT_NEAR(stereo.Last(1), 1.5 * std::sqrt(0.75), 1e-5);
-    EXPECT_NEAR(stereo.Last(2), 0.25, 1e-5);
+    EXPECT_THAT(stereo.LastOf(3), IsNear(1e-5F, {1.5F, 1.5F * std::sqrt(0.75F), 0.25F}));
 
     Scene angles(512);
     Source& panned = angles.Add({1, 0.5F}, AL_FORMAT_STEREO_FLOAT32);
     panned.stereoAngles = {1.5707964F, 0};
     panned.hasStereoAngles = true;
     angles.Render();
-    EXPECT_NEAR(angles.Last(0), 1.5, 1e-5);
-    EXPECT_NEAR(angles.Last(1), 0.5, 1e-5);
-    EXPECT_NEAR(angles.Last(2), 1, 1e-5);
-    EXPECT_NEAR(angles.Last(5), -0.5, 1e-5);
+    EXPECT_THAT(angles.LastOf(6), IsNear(1e-5F, {1.5F, 0.5F, 1, 0, 0, -0.5F}));
 
     Scene field(512);
     field.Add({0.5F, 0.1F, 0.2F, 0.3F}, AL_FORMAT_BFORMAT3D_FLOAT32);
     field.Render();
-    EXPECT_NEAR(field.Last(0), 0.5 * std::sqrt(2), 1e-5);
-    for (std::uint32_t c = 1; c < 4; ++c)
-        EXPECT_NEAR(field.Last(c), 0.1 * c, 1e-5) << c;
+    EXPECT_THAT(field.LastOf(4), IsNear(1e-5F, {0.5F * std::sqrt(2.0F), 0.1F, 0.2F, 0.3F}));
 }
 
 TEST(Renderer, AStillScene_IsTheSameFieldInBlocksOfAnySize) {
     constexpr std::uint32_t total = 38400;
     for (const auto conversion :
          {orb3::SampleRateConversion::Linear, orb3::SampleRateConversion::SincMedium}) {
-        std::vector<float> expected;
+        Signal expected;
         for (const std::uint32_t frames : {512U, 128U, 256U, 300U, 1024U}) {
             Scene scene(frames, conversion, 2);
             for (unsigned i = 0; i < 5; ++i) {
@@ -100,10 +89,9 @@ TEST(Renderer, AStillScene_IsTheSameFieldInBlocksOfAnySize) {
                 source.directFilter.gainHF = 0.5F;
             }
             scene.Add(Noise(6000, 9), AL_FORMAT_STEREO_FLOAT32, 22050);
-            const std::vector<float> played = scene.Play(total, 5);
+            const Signal played = scene.Play(total, 5);
             if (expected.empty()) expected = played;
-            for (std::uint32_t i = 0; i < total; ++i)
-                ASSERT_NEAR(played[i], expected[i], 2e-6) << frames << " at " << i;
+            EXPECT_THAT(played, IsNear(2e-6F, expected)) << frames;
         }
     }
 }
@@ -147,35 +135,20 @@ TEST(Renderer, SamplesThatAreNotNumbers_LeaveTheRestOfTheMixAsItIs) {
     }
 }
 
-// What a scene of everything that has a kernel plays, on channels near and far.
-std::vector<float> PlayOn(std::int64_t target, orb3::SampleRateConversion conversion) {
-    hwy::SetSupportedTargetsForTest(target);
-    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-    Scene scene(300, conversion);
-    for (unsigned i = 0; i < 70; ++i) {
-        Source& source = scene.Add(Noise(3000 + i, i), AL_FORMAT_MONO_FLOAT32, 22050 + 1000 * float(i));
-        Place(source, {static_cast<float>(i) - 30, 2, -3});
-        source.directFilter.gainHF = i % 2 == 0 ? 1 : 0.4F;
-    }
-    scene.Add(Noise(6000, 9), AL_FORMAT_51CHN32, 44100);
-    std::vector<float> played;
-    for (const std::uint32_t channel : {0U, 7U, 24U}) {
-        const std::vector<float> part = scene.Play(1500, channel);
-        played.insert(played.end(), part.begin(), part.end());
-    }
-    return played;
-}
-
+// A scene of everything that has a kernel, on channels near and far.
 TEST(Renderer, AScene_IsTheSameToTheBitOnEveryVectorTarget) {
-    for (const auto conversion :
-         {orb3::SampleRateConversion::Linear, orb3::SampleRateConversion::SincMedium}) {
-        const std::vector<std::int64_t> targets = hwy::SupportedAndGeneratedTargets();
-        const std::vector<float> expected = PlayOn(targets.back(), conversion);
-        for (const std::int64_t target : targets)
-            EXPECT_EQ(PlayOn(target, conversion), expected) << hwy::TargetName(target);
-    }
-    hwy::SetSupportedTargetsForTest(0);
-    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+    for (const auto conversion : {orb3::SampleRateConversion::Linear, orb3::SampleRateConversion::SincMedium})
+        ExpectSameOnEveryTarget([&] {
+            Scene scene(300, conversion);
+            for (unsigned i = 0; i < 70; ++i) {
+                Source& source =
+                    scene.Add(Noise(3000 + i, i), AL_FORMAT_MONO_FLOAT32, 22050 + 1000 * float(i));
+                Place(source, {static_cast<float>(i) - 30, 2, -3});
+                source.directFilter.gainHF = i % 2 == 0 ? 1 : 0.4F;
+            }
+            scene.Add(Noise(6000, 9), AL_FORMAT_51CHN32, 44100);
+            return Channels{scene.Play(1500, 0), scene.Play(1500, 7), scene.Play(1500, 24)};
+        });
 }
 
 constexpr std::int32_t effectTypes[] = {AL_EFFECT_REVERB,
@@ -220,11 +193,11 @@ TEST(Renderer, ASteadyScene_AllocatesNothing) {
             scene.application.sources[i].sends.append({i + 1, 0, {}});
         }
         scene.Render();
-        const std::size_t before = testing_support::AllocationsOfThisThread();
+        const std::size_t before = AllocationsOfThisThread();
         ASSERT_GT(before, 0U);  // what built the scene was counted
         for (int block = 0; block < 10; ++block)
             scene.Render();
-        EXPECT_EQ(testing_support::AllocationsOfThisThread(), before);
+        EXPECT_EQ(AllocationsOfThisThread(), before);
     }
 }
 

@@ -10,6 +10,7 @@
 #include "goal/fx/effecttypes.h"
 #include "goal/renderer.h"
 #include "goal/samplerateconverter.h"
+#include "signals.h"
 
 namespace testing_support {
 
@@ -54,8 +55,8 @@ public:
     }
 
     // `total` frames of the given channel.
-    std::vector<float> Play(std::uint32_t total, std::uint32_t channel) {
-        std::vector<float> played;
+    Signal Play(std::uint32_t total, std::uint32_t channel) {
+        Signal played;
         while (played.size() < total) {
             Render();
             played.insert(played.end(), output.spatial.channels[channel],
@@ -66,6 +67,21 @@ public:
     }
 
     float Last(std::uint32_t channel) const { return output.spatial.channels[channel][frames - 1]; }
+
+    // The last frame of the first channels.
+    Signal LastOf(std::uint32_t count) const {
+        Signal frame;
+        while (frame.size() < count)
+            frame.push_back(Last(static_cast<std::uint32_t>(frame.size())));
+        return frame;
+    }
+
+    // The first source, to be changed.
+    goal::Source& Change() {
+        application.sources[0].parametersDirty = true;
+        application.touched.Insert(0);
+        return application.sources[0];
+    }
 
     const std::uint32_t frames;
     orb3::Configuration configuration;
@@ -80,13 +96,6 @@ public:
 // Where the source is; its `position` is that in its buffer.
 inline void Place(goal::Source& source, const goal::Vector3& position) {
     source.SourceBaseParameters::position = position;
-}
-
-inline std::vector<float> Noise(std::size_t count, unsigned seed) {
-    std::vector<float> samples(count);
-    for (float& sample : samples)
-        sample = static_cast<float>((seed = seed * 1664525 + 1013904223) >> 8) / (1 << 23) - 1;
-    return samples;
 }
 
 }  // namespace testing_support

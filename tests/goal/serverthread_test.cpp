@@ -21,28 +21,12 @@
 #include "failure.h"
 #include "goal/context.h"
 #include "orb3core/configstore.h"
+#include "recordinglog.h"
 #include "temporaryfolder.h"
 #include "testpipe.h"
 
 namespace goal {
 namespace {
-
-class RecordingLog : public slib::Log {
-public:
-    void Write(const std::string& text, bool isError) override {
-        const slib::Lock lock(mutex);
-        lines += (isError ? "E " : "I ") + text + "\n";
-    }
-    std::string Lines() {
-        const slib::Lock lock(mutex);
-        return lines;
-    }
-    bool Has(const std::string& text) { return Lines().find(text) != std::string::npos; }
-
-private:
-    slib::Mutex mutex;
-    std::string lines;
-};
 
 // A run made of nothing, which a test may have answer otherwise or fail at a step.
 class ScriptedMachinery : public Machinery {
@@ -161,7 +145,7 @@ protected:
     }
 
     testing_support::TemporaryStore store;
-    RecordingLog log;
+    testing_support::RecordingLog log;
     ScriptedMachinery machinery;
     Engine engine{&log, &machinery, testing_support::KeepDefaults};
 };
@@ -176,21 +160,20 @@ TEST_F(ServerThreadTest, Start_OnAUsableMachine_RendersAndReportsInTheLog) {
         EXPECT_EQ(context->refreshRate, 93.75);
         EXPECT_EQ(context->blockFrames, 512U);
     }
-    EXPECT_EQ(log.Lines(),
-              R"(I Starting Tessarune 32bit v2.5.1cm. Free software under the MIT licence, without warranty.
-I Stopped Tessarune.
-I Verbose logging is enabled.
-I Starting Tessarune 32bit v2.5.1cm. Free software under the MIT licence, without warranty.
-I Using decoder of order 3 for 'Quad', method 'Basic'.
-I Serial time-domain mode at 48kHz. Capacity is 512 (11ms) on 512.
-I Decoder started (sample rate 48kHz).
-I Renderer started (refresh rate 93.8Hz, block size 512).
-I Rendering started.
-I Stopping Tessarune.
-I The peak output level was 0.5 (-6.02dB).
-I Ran with 0 sources and 0 effect slots. Suspend/process was not used.
-I Stopped Tessarune.
-)");
+    EXPECT_EQ(log.lines,
+              "I:Starting Tessarune 32bit v2.5.1cm. Free software under the MIT licence, without warranty."
+              "I:Stopped Tessarune."
+              "I:Verbose logging is enabled."
+              "I:Starting Tessarune 32bit v2.5.1cm. Free software under the MIT licence, without warranty."
+              "I:Using decoder of order 3 for 'Quad', method 'Basic'."
+              "I:Serial time-domain mode at 48kHz. Capacity is 512 (11ms) on 512."
+              "I:Decoder started (sample rate 48kHz)."
+              "I:Renderer started (refresh rate 93.8Hz, block size 512)."
+              "I:Rendering started."
+              "I:Stopping Tessarune."
+              "I:The peak output level was 0.5 (-6.02dB)."
+              "I:Ran with 0 sources and 0 effect slots. Suspend/process was not used."
+              "I:Stopped Tessarune.");
     EXPECT_EQ(machinery.destroyed, "renderer pipe library renderer pipe library ");
 }
 
@@ -242,7 +225,7 @@ TEST_F(ServerThreadTest, Start_WhenAStepFails_TellsWhichAndLeavesNothing) {
             if (step == failing) throw slib::BadDataException("It broke.");
         };
         EXPECT_EQ(StartFailure(), "Failed to start: " + explanation + "It broke.");
-        EXPECT_TRUE(log.Has("E Exception: " + explanation + "It broke.\n"));
+        EXPECT_TRUE(log.Has("E:Exception: " + explanation + "It broke."));
     }
     machinery.at = [](const std::string&) { throw 1; };
     EXPECT_EQ(StartFailure(), "Failed to start: An unknown exception.");
@@ -259,7 +242,7 @@ TEST_F(ServerThreadTest, Run_WhenABlockFails_EndsWithALineAndDoesNotHang) {
         if (machinery.blocks == 3) throw slib::BadStateException("The output went.");
     };
     auto context = StartContext();
-    while (!log.Has("E Exception: The output went."))
+    while (!log.Has("E:Exception: The output went."))
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     context.reset();
     EXPECT_EQ(machinery.blocks, 3);
@@ -274,7 +257,7 @@ TEST_F(ServerThreadTest, Restart_BuildsAnewOnTheLatestConfiguration) {
     while (machinery.runs < 2)
         AwaitBlocks(1);
     AwaitBlocks(2);
-    EXPECT_TRUE(log.Has("I Restarting because of configuration change."));
+    EXPECT_TRUE(log.Has("I:Restarting because of configuration change."));
     EXPECT_FALSE(log.Has("Ran with"));
     const slib::Lock lock(engine.configuration.configurationMutex);
     EXPECT_EQ(engine.configuration.configuration.goalConfig.order, 2);

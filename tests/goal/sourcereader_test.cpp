@@ -275,15 +275,6 @@ TEST(SourceReader, StepManyLapsLong_LandsWhereSingleStepsWould) {
     }
 }
 
-TEST(SourceReader, QueueOfSeveralFormats_ReadsEachBufferByItsOwn) {
-    Playing playing(mono8, {10}, false), other(mono16, {10}, false);
-    playing.buffers.push_back(other.buffers[0]);
-    playing.source.queue.append(other.buffers[0].get());
-    const Signal signal(playing);
-    ExpectNear(playing.Read(Linear, 0.5, {50}), 1024,
-               [&](auto k, auto) { return signal.Linear(k * 32768, 0); });
-}
-
 TEST(SourceReader, QueueOfAnotherChannelCount_IsAnIntegrityFailure) {
     for (const Quality quality : {Off, Linear, SincLow}) {
         Playing playing(mono8, {10}, false), stereo(0x1102, {10}, false);

@@ -11,15 +11,9 @@ TEST(PanStereoSide, AtAnyAngle_WeighsTheHorizontalChannelsWithItsMultiples) {
     constexpr unsigned channels[9] = {0, 1, 2, 4, 5, 9, 10, 16, 17};
     for (unsigned order = 1; order <= 4; ++order)
         for (double a = -7; a < 7; a += 0.23) {
-            const double expected[9] = {1,
-                                        std::cos(a),
-                                        std::sin(a),
-                                        std::sin(2 * a) / 2,
-                                        std::cos(2 * a),
-                                        std::cos(3 * a),
-                                        std::sin(3 * a),
-                                        std::sin(4 * a) / 4,
-                                        std::cos(4 * a)};
+            const auto c = [a](int m) { return std::cos(m * a); };
+            const auto s = [a](int m) { return std::sin(m * a); };
+            const double expected[9] = {1, c(1), s(1), s(2) / 2, c(2), c(3), s(3), s(4) / 4, c(4)};
             const goal::StereoPan pan = goal::PanStereoSide(float(a), order);
             ASSERT_TRUE(
                 std::equal(pan.channels.begin(), pan.channels.end(), channels, channels + 2 * order + 1));

@@ -40,19 +40,14 @@ void Check(bool condition, const char* text) {
 
 // The library, opened, with the calls that the lives make.
 struct Library {
-    explicit Library(const char* path) : handle(dlopen(path, RTLD_NOW | RTLD_LOCAL)) {
-        if (handle == nullptr) Fail(dlerror());
-        Find(openDevice, "alcOpenDevice");
-        Find(createContext, "alcCreateContext");
-        Find(destroyContext, "alcDestroyContext");
-        Find(getInteger, "alcGetIntegerv");
-        Find(getError, "alcGetError");
-    }
+    explicit Library(const char* path) : handle(dlopen(path, RTLD_NOW | RTLD_LOCAL)) {}
 
     template <typename Function>
-    void Find(Function& function, const char* name) {
-        function = reinterpret_cast<Function>(dlsym(handle, name));
+    Function Find(const char* name) const {
+        if (handle == nullptr) Fail(dlerror());
+        void* const function = dlsym(handle, name);
         Check(function != nullptr, name);
+        return reinterpret_cast<Function>(function);
     }
 
     ALCcontext* Create() const {
@@ -60,13 +55,14 @@ struct Library {
         Check(context != nullptr, "No context could be made.");
         return context;
     }
+    void Close() const { Check(dlclose(handle) == 0, "The library could not be closed."); }
 
-    void* handle;
-    LPALCOPENDEVICE openDevice;
-    LPALCCREATECONTEXT createContext;
-    LPALCDESTROYCONTEXT destroyContext;
-    LPALCGETINTEGERV getInteger;
-    LPALCGETERROR getError;
+    void* const handle;
+    const LPALCOPENDEVICE openDevice = Find<LPALCOPENDEVICE>("alcOpenDevice");
+    const LPALCCREATECONTEXT createContext = Find<LPALCCREATECONTEXT>("alcCreateContext");
+    const LPALCDESTROYCONTEXT destroyContext = Find<LPALCDESTROYCONTEXT>("alcDestroyContext");
+    const LPALCGETINTEGERV getInteger = Find<LPALCGETINTEGERV>("alcGetIntegerv");
+    const LPALCGETERROR getError = Find<LPALCGETERROR>("alcGetError");
 };
 
 std::ptrdiff_t CountEntries(const char* folder) {
@@ -74,10 +70,9 @@ std::ptrdiff_t CountEntries(const char* folder) {
 }
 
 bool IsMapped(const char* library) {
-    std::ifstream maps("/proc/self/maps");
-    for (std::string line; std::getline(maps, line);)
-        if (line.find(std::filesystem::path(library).filename().string()) != std::string::npos) return true;
-    return false;
+    std::ifstream stream("/proc/self/maps");
+    const std::string maps{std::istreambuf_iterator<char>(stream), {}};
+    return maps.find(std::filesystem::path(library).filename().string()) != std::string::npos;
 }
 
 // A thread that was joined may still be listed for a moment.
@@ -141,7 +136,7 @@ void ExitWhileContextsComeAndGo(const char* path) {
 void CloseWithALiveContext(const char* path) {
     const Library library(path);
     library.Create();
-    Check(dlclose(library.handle) == 0, "The library could not be closed.");
+    library.Close();
     Check(!IsMapped(path), "The library is still loaded.");
     CheckNoThreadIsLeft();
 }
@@ -150,7 +145,7 @@ void OpenAndCloseOften(const char* path) {
     const auto once = [&](bool withContext) {
         const Library library(path);
         if (withContext) library.destroyContext(library.Create());
-        Check(dlclose(library.handle) == 0, "The library could not be closed.");
+        library.Close();
     };
     for (int i = 0; i < 60; ++i)  // until the log is full, and what is kept for good is there
         once(true);

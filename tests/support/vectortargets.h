@@ -1,23 +1,25 @@
 #pragma once
 
-// The vector targets of this machine, one after the other.
+// Runs on every vector target of the processor, for tests of what must not depend on it.
 
-#include <hwy/targets.h>
+#include <gtest/gtest.h>
 
-#include <cstdint>
-#include <vector>
+#include <optional>
+
+#include "hwy/targets.h"
 
 namespace testing_support {
 
-/// Calls `work` with the name of each target that the machine has and the kernels were built for, while they
-/// run on it, from the plainest one on.
-template <typename Work>
-void OnEachVectorTarget(const Work& work) {
-    std::vector<std::int64_t> targets = hwy::SupportedAndGeneratedTargets();
-    for (auto target = targets.rbegin(); target != targets.rend(); ++target) {
-        hwy::SetSupportedTargetsForTest(*target);
+/// What `make` gives has to be the same to the bit on every target.
+template <typename Make>
+void ExpectSameOnEveryTarget(const Make& make) {
+    std::optional<decltype(make())> expected;
+    for (const std::int64_t target : hwy::SupportedAndGeneratedTargets()) {
+        hwy::SetSupportedTargetsForTest(target);
         hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-        work(hwy::TargetName(*target));
+        const auto made = make();
+        if (!expected) expected = made;
+        EXPECT_EQ(made, *expected) << hwy::TargetName(target);
     }
     hwy::SetSupportedTargetsForTest(0);
     hwy::GetChosenTarget().Update(hwy::SupportedTargets());

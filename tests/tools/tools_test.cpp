@@ -1,7 +1,7 @@
 // The programs for people, run as people run them, with a store of their own.
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <stdlib.h>
 #include <sys/wait.h>
 
 #include <algorithm>
@@ -12,7 +12,6 @@
 #include <filesystem>
 #include <fstream>
 #include <future>
-#include <iterator>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -21,6 +20,7 @@
 #include "defaultdocument.h"
 #include "orb3core/configstore.h"
 #include "orb3core/registrylog.h"
+#include "slib/files.h"
 #include "slib/sxml.h"
 #include "support/logring.h"
 #include "temporaryfolder.h"
@@ -28,20 +28,14 @@
 namespace {
 
 using std::filesystem::path;
+using testing::HasSubstr;
+using testing_support::BuildTree;
 using Words = std::vector<std::string>;
 
-const path& Tree() {
-    static const path tree = std::filesystem::canonical("/proc/self/exe").parent_path().parent_path();
-    return tree;
-}
-
 std::string Content(const path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-bool Contains(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
+    std::string bytes;
+    slib::readFile(file, bytes);
+    return bytes;
 }
 
 struct Outcome {
@@ -49,18 +43,16 @@ struct Outcome {
     std::string out, error;
 };
 
-// Each test has a store of its own, whose machine scope is the tree's, and no sound.
+// Each test has a store of its own and no sound.
 class Tools : public testing::Test {
 protected:
     Tools() {
-        setenv("XDG_CONFIG_HOME", folder.path.c_str(), 1);
-        setenv("XDG_CONFIG_DIRS", (folder.path / "none").c_str(), 1);
-        store.Write("/Platform/Output", "Silent");
+        files.ChooseSilence();
         testing_support::StoreDefaultDocument();
     }
 
     Outcome Run(const std::string& program, const Words& words, const std::string& prefix = "") const {
-        std::string line = prefix + (Tree() / "bin" / program).string();
+        std::string line = prefix + (BuildTree() / "bin" / program).string();
         for (const std::string& word : words)
             line += " '" + word + "'";
         const path out = folder.path / "out", error = folder.path / "error";
@@ -69,8 +61,15 @@ protected:
     }
     Outcome Config(const Words& words) const { return Run("tessarune-config", words); }
     std::string Document() const { return store.Read("/Speakers/Configuration", ""); }
+    void LoseFormatLibrary() { std::ofstream(files.MachineFile()) << "[Formats]\nAFL=/no/such.afl\n"; }
 
-    testing_support::TemporaryFolder folder;
+    static void ExpectOutcome(const Outcome& outcome, int status, const std::string& text) {
+        EXPECT_EQ(outcome.status, status) << text;
+        EXPECT_THAT(outcome.error, HasSubstr(text));
+    }
+
+    const testing_support::TemporaryStore files;
+    const testing_support::TemporaryFolder& folder = files.folder;
     const orb3::ConfigStore store{orb3::storeRoot, orb3::ConfigStore::Scope::User};
 };
 
@@ -129,8 +128,8 @@ TEST_P(EverySetting, IsStoredAndReadBackAndRefusedOutOfItsRange) {
     EXPECT_EQ(Stored(c.name), c.stored);
     EXPECT_EQ(Config({"get", c.name}).out, (c.stored.empty() ? "Auto" : c.stored) + "\n");
     const Outcome refused = Config({"set", c.name, c.bad});
-    EXPECT_EQ(refused.status, 2);
-    EXPECT_TRUE(Contains(refused.error, c.range) && Contains(refused.error, c.name)) << refused.error;
+    ExpectOutcome(refused, 2, c.range);
+    EXPECT_THAT(refused.error, HasSubstr(c.name));
     EXPECT_EQ(Stored(c.name), c.stored);
 }
 
@@ -161,7 +160,7 @@ TEST_F(Tools, Import_OfAnExport_GivesTheSameDocument) {
     EXPECT_EQ(Config({"export"}).status, 1);
     EXPECT_EQ(Config({"import", file}).status, 0);
     EXPECT_EQ(Document(), before);
-    EXPECT_TRUE(Contains(before, "PipePlaybackChannel=\"Back Left\"") && Contains(before, "Gain=\"0.3\""));
+    EXPECT_THAT(before, AllOf(HasSubstr("PipePlaybackChannel=\"Back Left\""), HasSubstr("Gain=\"0.3\"")));
 }
 
 TEST_F(Tools, Import_OfABadFile_TellsTheFaultAndLosesNothing) {
@@ -179,9 +178,7 @@ TEST_F(Tools, Import_OfABadFile_TellsTheFaultAndLosesNothing) {
         {replaced("<ArraySet>", "<Arrays>"), ""}};
     for (const auto& [text, fault] : cases) {
         std::ofstream(file) << text;
-        const Outcome refused = Config({"import", file});
-        EXPECT_EQ(refused.status, 1) << fault;
-        EXPECT_TRUE(Contains(refused.error, fault)) << refused.error;
+        ExpectOutcome(Config({"import", file}), 1, fault);
         EXPECT_EQ(Document(), good);
     }
     EXPECT_EQ(Config({"import", file + "x"}).status, 1);
@@ -191,25 +188,19 @@ TEST_F(Tools, Import_OfABadFile_TellsTheFaultAndLosesNothing) {
 
 TEST_F(Tools, ADocumentThatCantBeUsed_StaysUntilItIsResetAndIsExportedAsItIs) {
     store.Write("/Speakers/Configuration", "<Configuration half");
-    for (const Words& words : {Words{"set", "Order", "2"}, {"select", "Stereo"}, {"show"}, {"speakers"}}) {
-        const Outcome refused = Config(words);
-        EXPECT_EQ(refused.status, 1) << words[0];
-        EXPECT_TRUE(Contains(refused.error, "'tessarune-config reset' starts afresh")) << refused.error;
-    }
+    for (const Words& words : {Words{"set", "Order", "2"}, {"select", "Stereo"}, {"show"}, {"speakers"}})
+        ExpectOutcome(Config(words), 1, "'tessarune-config reset' starts afresh");
     EXPECT_EQ(Config({"export"}).out, "<Configuration half\n");
-    EXPECT_TRUE(Contains(Config({"check"}).out, "E Configuration was not valid: "));
+    EXPECT_THAT(Config({"check"}).out, HasSubstr("E Configuration was not valid: "));
     EXPECT_EQ(Document(), "<Configuration half");
     Config({"reset"});
     EXPECT_EQ(Config({"set", "Order", "2"}).status, 0);
 }
 
 TEST_F(Tools, AStoreThatCantBeWritten_IsToldByName) {
-    const path file = folder.path / orb3::storeRoot / "store.conf";
-    std::filesystem::remove(file);
-    std::filesystem::create_directory(file);
-    const Outcome failed = Config({"set", "Order", "2"});
-    EXPECT_EQ(failed.status, 1);
-    EXPECT_TRUE(Contains(failed.error, file.string())) << failed.error;
+    std::filesystem::remove(files.UserFile());
+    std::filesystem::create_directory(files.UserFile());
+    ExpectOutcome(Config({"set", "Order", "2"}), 1, files.UserFile());
 }
 
 TEST_F(Tools, Check_TellsWhatAStartWouldDoAndStoresNothing) {
@@ -218,15 +209,14 @@ TEST_F(Tools, Check_TellsWhatAStartWouldDoAndStoresNothing) {
                                {"SuggestedBufferCount", "3"},
                                {"DefaultSampleRate", "44100"}})
         Config({"set", words[0], words[1]});
-    const path file = folder.path / orb3::storeRoot / "store.conf";
-    const std::string before = Content(file);
+    const std::string before = Content(files.UserFile());
     const Outcome check = Config({"check"});
     EXPECT_EQ(check.status, 0) << check.error;
     for (const char* part :
          {"6 outputs", "'Surround 5.1'", "44100 Hz", "256 frames", "3 blocks of the output"})
-        EXPECT_TRUE(Contains(check.out, part)) << part << " in " << check.out;
-    EXPECT_TRUE(Contains(Config({"check", "--rate", "48000"}).out, "48000 Hz"));
-    EXPECT_EQ(Content(file), before);
+        EXPECT_THAT(check.out, HasSubstr(part));
+    EXPECT_THAT(Config({"check", "--rate", "48000"}).out, HasSubstr("48000 Hz"));
+    EXPECT_EQ(Content(files.UserFile()), before);
 }
 
 TEST_F(Tools, Check_OfALayoutWhoseDeviceIsGone_TellsTheRecovery) {
@@ -237,18 +227,15 @@ TEST_F(Tools, Check_OfALayoutWhoseDeviceIsGone_TellsTheRecovery) {
                 text.replace(text.find(device), device.size(), "PipeDevice=\"Gone\""));
     const Outcome check = Config({"check"});
     EXPECT_EQ(check.status, 0);
-    EXPECT_TRUE(Contains(check.out, "Unknown audio device 'Gone'.")) << check.out;
+    EXPECT_THAT(check.out, HasSubstr("Unknown audio device 'Gone'."));
     EXPECT_EQ(Document(), text);
 }
 
 TEST_F(Tools, Check_WithoutAFormatLibrary_FailsAndTellsWhereItIsNamed) {
-    const path machine = folder.path / "none" / orb3::storeRoot / "store.conf";
-    std::filesystem::create_directories(machine.parent_path());
-    std::ofstream(machine) << "[Formats]\nAFL=/no/such.afl\n";
+    LoseFormatLibrary();
     const Outcome check = Config({"check"});
-    EXPECT_EQ(check.status, 1);
-    EXPECT_TRUE(Contains(check.error, "/no/such.afl") && Contains(check.error, machine.string()))
-        << check.error;
+    ExpectOutcome(check, 1, "/no/such.afl");
+    EXPECT_THAT(check.error, HasSubstr(files.MachineFile().string()));
 }
 
 TEST_F(Tools, Speakers_SwapOutputsAndGiveTheRoomAsItWasMeasured) {
@@ -270,7 +257,7 @@ TEST_F(Tools, Speakers_SwapOutputsAndGiveTheRoomAsItWasMeasured) {
     for (const char* part :
          {"name: Attic\n", "Front Right: azimuth -31, elevation 5, distance 2.1, role FrontRight\n",
           "Back Right: azimuth -135, elevation 0, distance 3, role BackRight\n"})
-        EXPECT_TRUE(Contains(room, part)) << room;
+        EXPECT_THAT(room, HasSubstr(part));
 }
 
 TEST_F(Tools, Log_ShowsTheRingInOrderAndFollowsIt) {
@@ -280,7 +267,7 @@ TEST_F(Tools, Log_ShowsTheRingInOrderAndFollowsIt) {
     const tool::LogRing before = tool::ReadLogRing();
     const std::string out = Config({"log"}).out;
     EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 100);
-    EXPECT_TRUE(Contains(out.substr(0, 60), " line 30.\n")) << out;
+    EXPECT_THAT(out.substr(0, 60), HasSubstr(" line 30.\n"));
     EXPECT_LT(out.find(" line 99."), out.find(" line 100."));
 
     auto follower = std::async(std::launch::async, [&] {
@@ -290,7 +277,7 @@ TEST_F(Tools, Log_ShowsTheRingInOrderAndFollowsIt) {
     log.Write("the newest.", false);
     const std::string followed = follower.get();
     EXPECT_EQ(followed.substr(0, out.size()), out);
-    EXPECT_TRUE(Contains(followed.substr(out.size()), " the newest.\n"));
+    EXPECT_THAT(followed.substr(out.size()), HasSubstr(" the newest.\n"));
     EXPECT_EQ(std::count(followed.begin(), followed.end(), '\n'), 101);
 
     bool isSomeLost = true;
@@ -304,25 +291,21 @@ TEST_F(Tools, Log_ShowsTheRingInOrderAndFollowsIt) {
 
 TEST_F(Tools, Run_TellsThatAGameUsedTheLibraryAndWhatItLogged) {
     ggui::RegistryLog(orb3::storeRoot, "Test").Write("Before.", false);
-    const Outcome used = Run("tessarune-run", {(Tree() / "bin" / "tessarune-info").string()});
-    EXPECT_EQ(used.status, 0) << used.error;
-    EXPECT_TRUE(Contains(used.error, "used Tessarune.") && Contains(used.error, "Starting Tessarune"))
-        << used.error;
-    EXPECT_FALSE(Contains(used.error, "Before."));
+    const Outcome used = Run("tessarune-run", {(BuildTree() / "bin" / "tessarune-info").string()});
+    ExpectOutcome(used, 0, "used Tessarune.");
+    EXPECT_THAT(used.error, AllOf(HasSubstr("Starting Tessarune"), Not(HasSubstr("Before."))));
     // This client finds the library by the loader's path, and keeps a store of its own.
-    const Outcome loaded = Run(
-        "tessarune-run", {(Tree() / "tests" / "life").string(), "open_and_close_often", "libopenal.so.1"});
-    EXPECT_EQ(loaded.status, 0) << loaded.error;
-    EXPECT_TRUE(Contains(loaded.error, "loaded Tessarune, but made no context")) << loaded.error;
+    const Outcome loaded = Run("tessarune-run", {(BuildTree() / "tests" / "life").string(),
+                                                 "open_and_close_often", "libopenal.so.1"});
+    ExpectOutcome(loaded, 0, "loaded Tessarune, but made no context");
 }
 
 TEST_F(Tools, Run_PassesArgumentsPathAndStatusOnAndTellsOfAGameThatNeverLoads) {
     const Outcome unused =
         Run("tessarune-run", {"sh", "-c", "echo $LD_LIBRARY_PATH $1; exit 7", "sh", "--help"},
             "LD_LIBRARY_PATH=/kept:/too ");
-    EXPECT_EQ(unused.status, 7);
-    EXPECT_EQ(unused.out, (Tree() / "lib" / "dropin").string() + ":/kept:/too --help\n");
-    EXPECT_TRUE(Contains(unused.error, "'sh' didn't use Tessarune.")) << unused.error;
+    ExpectOutcome(unused, 7, "'sh' didn't use Tessarune.");
+    EXPECT_EQ(unused.out, (BuildTree() / "lib" / "dropin").string() + ":/kept:/too --help\n");
     EXPECT_EQ(Run("tessarune-run", {"sh", "-c", "kill -9 $$"}).status, 128 + 9);
     EXPECT_EQ(Run("tessarune-run", {"/no/such/game"}).status, 127);
     EXPECT_EQ(Run("tessarune-run", {}).status, 2);
@@ -341,22 +324,20 @@ int Marked(const std::string& table, const std::string& name) {
 
 TEST_F(Tools, Demo_RecordsEachVoiceFromItsSpeakerAndLeavesTheStoreAlone) {
     Config({"set", "Order", "2"});
-    const path file = folder.path / orb3::storeRoot / "store.conf", wave = folder.path / "demo.wav";
-    const std::string before = Content(file);
+    const path wave = folder.path / "demo.wav";
+    const std::string before = Content(files.UserFile());
     const Outcome demo =
         Run("tessarune-demo", {"--quick", "--part", "voices", "--layout", "5.1", "--wav", wave.string()});
     EXPECT_EQ(demo.status, 0) << demo.error;
-    EXPECT_EQ(Content(file), before);
-    for (const char* part : {"side left, 90 degrees left", "Starting Tessarune"})
-        EXPECT_TRUE(Contains(demo.out, part)) << part;
+    EXPECT_EQ(Content(files.UserFile()), before);
+    EXPECT_THAT(demo.out, AllOf(HasSubstr("side left, 90 degrees left"), HasSubstr("Starting Tessarune")));
     const std::vector<std::pair<std::string, int>> loudest{{"Front_Left", 0}, {"Front_Right", 1},
                                                            {"Rear_Left", 4},  {"Rear_Right", 5},
                                                            {"Side_Left", 4},  {"Side_Right", 5}};
     for (const auto& [voice, channel] : loudest)
         EXPECT_EQ(Marked(demo.out, voice), channel) << voice << " in " << demo.out;
     EXPECT_LE(Marked(demo.out, "Front_Center"), 2);
-    EXPECT_TRUE(
-        Contains(Run("tessarune-demo", {"--list", "--voices", folder.path.string()}).out, "(a bell)"));
+    EXPECT_THAT(Run("tessarune-demo", {"--list", "--voices", folder.path}).out, HasSubstr("(a bell)"));
     EXPECT_GE(std::filesystem::file_size(wave), 7u * 6 * 4 * 48000);  // seconds of six channels
 }
 
@@ -386,31 +367,22 @@ TEST_F(Tools, SpeakerTest_LetsEachSpeakerSoundByItsOwnOutput) {
     const path wave = folder.path / "speakers.wav";
     for (const Words& words : {Words{"WaveFile", wave}, {"Output", "WaveFile"}, {"SpeakerSetting", "Quad"}})
         Config({"set", words[0], words[1]});
-    const Outcome refused = Config({"speaker-test", "--speaker", "Moon"});
-    EXPECT_EQ(refused.status, 2);
-    EXPECT_TRUE(Contains(refused.error, "'Quad' has no speaker 'Moon'. It has Front Left")) << refused.error;
+    ExpectOutcome(Config({"speaker-test", "--speaker", "Moon"}), 2,
+                  "'Quad' has no speaker 'Moon'. It has Front Left");
     EXPECT_FALSE(std::filesystem::exists(wave));
     const Outcome test = Config({"speaker-test", "--noise", "--seconds", "0.2"});
     EXPECT_EQ(test.status, 0) << test.error;
-    EXPECT_TRUE(Contains(test.out, "Back Left, azimuth 135"));
+    EXPECT_THAT(test.out, HasSubstr("Back Left, azimuth 135"));
     EXPECT_EQ(LoudestOfEach(Content(wave), 4), (std::vector<std::size_t>{0, 1, 2, 3}));
 }
 
 TEST_F(Tools, WhatCantSound_TellsWhatToDo) {
-    const Outcome silent = Config({"speaker-test"});
-    EXPECT_EQ(silent.status, 1);
-    EXPECT_TRUE(Contains(silent.error, "'tessarune-config set Output Auto'")) << silent.error;
-    const path machine = folder.path / "none" / orb3::storeRoot / "store.conf";
-    std::filesystem::create_directories(machine.parent_path());
-    std::ofstream(machine) << "[Formats]\nAFL=/no/such.afl\n";
-    const std::vector<std::pair<Words, std::string>> cases{
-        {{"--wav", (folder.path / "a.wav").string()}, "Failed to open file '/no/such.afl'."},
-        {{"--wav", "/no/such/a.wav"}, "The file '/no/such/a.wav' can't be written"}};
-    for (const auto& [words, text] : cases) {
-        const Outcome failed = Run("tessarune-demo", words);
-        EXPECT_EQ(failed.status, 1) << text;
-        EXPECT_TRUE(Contains(failed.error, text)) << failed.error;
-    }
+    ExpectOutcome(Config({"speaker-test"}), 1, "'tessarune-config set Output Auto'");
+    LoseFormatLibrary();
+    ExpectOutcome(Run("tessarune-demo", {"--wav", folder.path / "a.wav"}), 1,
+                  "Failed to open file '/no/such.afl'.");
+    ExpectOutcome(Run("tessarune-demo", {"--wav", "/no/such/a.wav"}), 1,
+                  "The file '/no/such/a.wav' can't be written");
 }
 
 TEST_F(Tools, WrongUse_IsExplainedWithStatus2) {
@@ -425,13 +397,10 @@ TEST_F(Tools, WrongUse_IsExplainedWithStatus2) {
         {{"select", "Stereo", "--device", "9"}, "PrimarySoundDriver"},
         {{"speakers"}, "No layout is in force yet."}};
     const std::string before = Document();
-    for (const auto& [words, text] : cases) {
-        const Outcome refused = Config(words);
-        EXPECT_EQ(refused.status, 2) << text;
-        EXPECT_TRUE(Contains(refused.error, text)) << refused.error;
-    }
+    for (const auto& [words, text] : cases)
+        ExpectOutcome(Config(words), 2, text);
     EXPECT_EQ(Document(), before);
-    EXPECT_TRUE(Contains(Config({"select", "--help"}).out, "Examples:"));
+    EXPECT_THAT(Config({"select", "--help"}).out, HasSubstr("Examples:"));
 }
 
 }  // namespace

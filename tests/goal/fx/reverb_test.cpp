@@ -15,30 +15,19 @@
 #include <string>
 #include <utility>
 
+#include "AL/efx.h"
 #include "effectfixture.h"
-#include "hwy/targets.h"
+#include "vectortargets.h"
 
 namespace goal::fx {
 namespace {
 
-using testing_support::Channels;
-using testing_support::EffectPlace;
-using testing_support::Impulse;
-using testing_support::RunningEffect;
-using testing_support::Signal;
+using namespace testing_support;
 
 EAXReverbParameters With(const std::function<void(EAXReverbParameters&)>& change) {
     EAXReverbParameters parameters;
     change(parameters);
     return parameters;
-}
-
-Signal Noise(std::size_t frames) {
-    std::minstd_rand generator(5);
-    std::uniform_real_distribution<float> noise(-1, 1);
-    Signal signal(frames);
-    std::ranges::generate(signal, [&] { return noise(generator); });
-    return signal;
 }
 
 // A sound for the reverb's input, with directions or without.
@@ -181,8 +170,7 @@ TEST(Reverb, EarlyReflections_ComeWhenAndFromWhereTheyShould) {
             for (std::size_t tap = 0; tap < 3; ++tap)
                 expected[100 + std::array{961U, 1712U, 2913U}[tap]] =
                     (isDirectional ? turned : sides)[tap][c];
-            for (std::size_t i = 0; i < expected.size(); ++i)
-                ASSERT_NEAR(output[c][i], expected[i], 1e-5) << isDirectional << " " << c << " at " << i;
+            EXPECT_THAT(output[c], IsNear(1e-5F, expected)) << isDirectional << " " << c;
         }
     }
 }
@@ -209,10 +197,8 @@ TEST(Reverb, LatePart_IsSpreadAndTurnsWithTheHead_OrComesFromThePan) {
     EXPECT_LT(Peak(plain), 1e-6);
     // With the head turned to the right, what was ahead of it is at its left.
     const Channels before = energies(1, {}, {}).second, after = energies(1, {}, turned).second;
-    for (std::size_t i = 0; i < 48000; ++i) {
-        ASSERT_NEAR(after[2][i], before[1][i], 1e-4) << i;
-        ASSERT_NEAR(after[3][i], before[3][i], 1e-4) << i;
-    }
+    EXPECT_THAT(after[2], IsNear(1e-4F, before[1]));
+    EXPECT_THAT(after[3], IsNear(1e-4F, before[3]));
 }
 
 TEST(Reverb, LatePart_WaitsAndRepeatsAsTold) {
@@ -231,10 +217,7 @@ TEST(Reverb, LatePart_WaitsAndRepeatsAsTold) {
     }
 }
 
-struct Change {
-    std::string name;
-    std::function<void(EAXReverbParameters&)> apply;
-};
+using Change = std::function<void(EAXReverbParameters&)>;
 
 class Jumps : public testing::TestWithParam<Change> {};
 
@@ -250,13 +233,11 @@ TEST_P(Jumps, OfAParameterUpAndDownAgain_DontClick) {
     const EAXReverbParameters base =
         With([](auto& p) { Open(p), p.gainHF = p.gainLF = 0.8F, p.echoDepth = 0.3F; });
     EAXReverbParameters other = base;
-    GetParam().apply(other);
+    GetParam()(other);
     for (const bool isFull : {false, true}) {
         RunningEffect reverb(base, {48000, 512, 1, isFull, isFull});
         constexpr std::size_t stretch = 512 * 100;
-        Signal sine(stretch);
-        for (std::size_t i = 0; i < stretch; ++i)
-            sine[i] = float(std::sin(2 * std::numbers::pi * double(i) / 160));
+        const Signal sine = Sine(stretch, 2 * std::numbers::pi / 160);
         Channels output = reverb.Feed(base, Input(isFull, sine));
         for (const EAXReverbParameters* next : {&std::as_const(other), &base}) {
             const Channels more = reverb.Feed(*next, Input(isFull, sine));
@@ -268,70 +249,46 @@ TEST_P(Jumps, OfAParameterUpAndDownAgain_DontClick) {
     }
 }
 
+template <auto field>
+Change To(float value) {
+    return [value](EAXReverbParameters& p) { p.*field = {value}; };
+}
+
+using P = EAXReverbParameters;
 INSTANTIATE_TEST_SUITE_P(
     Parameters, Jumps,
-    testing::Values(Change{"Density", [](auto& p) { p.density = 0; }},
-                    Change{"Diffusion", [](auto& p) { p.diffusion = 0; }},
-                    Change{"Gain", [](auto& p) { p.gain = 0.1F; }},
-                    Change{"GainHF", [](auto& p) { p.gainHF = 0.1F; }},
-                    Change{"GainLF", [](auto& p) { p.gainLF = 0.1F; }},
-                    Change{"LongDecay", [](auto& p) { p.decayTime = 20; }},
-                    Change{"ShortDecay", [](auto& p) { p.decayTime = 0.1F; }},
-                    Change{"HighRatio", [](auto& p) { p.decayHFRatio = 2, p.decayHFLimit = false; }},
-                    Change{"LowRatio", [](auto& p) { p.decayLFRatio = 0.1F; }},
-                    Change{"ReflectionsGain", [](auto& p) { p.reflectionsGain = 3.16F; }},
-                    Change{"ReflectionsDelay", [](auto& p) { p.reflectionsDelay = 0.3F; }},
-                    Change{"ReflectionsPan",
-                           [](auto& p) {
-                               p.reflectionsPan = {1, 0, 0};
-                           }},
-                    Change{"LateGain", [](auto& p) { p.lateReverbGain = 10; }},
-                    Change{"LateDelay", [](auto& p) { p.lateReverbDelay = 0.1F; }},
-                    Change{"LatePan",
-                           [](auto& p) {
-                               p.lateReverbPan = {0, 0, 1};
-                           }},
-                    Change{"Echo", [](auto& p) { p.echoTime = 0.075F, p.echoDepth = 0.6F; }},
-                    Change{"Modulation", [](auto& p) { p.modulationDepth = 0.5F; }},
-                    Change{"HFReference", [](auto& p) { p.hfReference = 1000; }},
-                    Change{"LFReference", [](auto& p) { p.lfReference = 1000; }}),
-    [](const auto& test) { return test.param.name; });
+    testing::Values(
+        To<&P::density>(0), To<&P::diffusion>(0), To<&P::gain>(0.1F), To<&P::gainHF>(0.1F),
+        To<&P::gainLF>(0.1F), To<&P::decayTime>(20), To<&P::decayTime>(0.1F),
+        [](P& p) { p.decayHFRatio = 2, p.decayHFLimit = false; }, To<&P::decayLFRatio>(0.1F),
+        To<&P::reflectionsGain>(3.16F), To<&P::reflectionsDelay>(0.3F), To<&P::reflectionsPan>(1),
+        To<&P::lateReverbGain>(10), To<&P::lateReverbDelay>(0.1F), [](P& p) { p.lateReverbPan[2] = 1; },
+        [](P& p) { p.echoTime = 0.075F, p.echoDepth = 0.6F; }, To<&P::modulationDepth>(0.5F),
+        To<&P::hfReference>(1000), To<&P::lfReference>(1000)));
 
-constexpr float EAXReverbParameters::*fields[] = {
-    &EAXReverbParameters::density,          &EAXReverbParameters::diffusion,
-    &EAXReverbParameters::gainHF,           &EAXReverbParameters::gainLF,
-    &EAXReverbParameters::decayTime,        &EAXReverbParameters::decayHFRatio,
-    &EAXReverbParameters::decayLFRatio,     &EAXReverbParameters::reflectionsGain,
-    &EAXReverbParameters::reflectionsDelay, &EAXReverbParameters::lateReverbGain,
-    &EAXReverbParameters::lateReverbDelay,  &EAXReverbParameters::echoTime,
-    &EAXReverbParameters::echoDepth,        &EAXReverbParameters::modulationTime,
-    &EAXReverbParameters::modulationDepth,  &EAXReverbParameters::airAbsorptionGainHF,
-    &EAXReverbParameters::hfReference,      &EAXReverbParameters::lfReference};
-constexpr std::pair<float, float> ranges[] = {
-    {0, 1},    {0, 1},     {0, 1},    {0, 1},      {0.1F, 20},    {0.1F, 2},
-    {0.1F, 2}, {0, 3.16F}, {0, 0.3F}, {0, 10},     {0, 0.1F},     {0.075F, 0.25F},
-    {0, 1},    {0.04F, 4}, {0, 1},    {0.892F, 1}, {1000, 20000}, {20, 1000}};
-
-// Noise, an impulse, denormals and silence into a reverb with every parameter at a limit in turn, and others
-// anywhere between them.
+// Noise, samples that are no numbers, an impulse, denormals and silence into a reverb with every
+// parameter at a limit in turn, and others anywhere between them.
 TEST(Reverb, AtAllLimits_StaysBoundedAndDiesAway) {
+    Signal bad = Noise(512);
+    bad[3] = std::numeric_limits<float>::quiet_NaN();
+    bad[500] = -std::numeric_limits<float>::infinity();
     std::minstd_rand generator(1);
     int round = 0;
     for (const double rate : {8000.0, 22050.0, 44100.0, 48000.0, 96000.0, 192000.0})
-        for (std::size_t at = 0; at < 2 * std::size(fields); ++at, ++round) {
+        for (int at = 0; at < 2 * AL_EAXREVERB_ROOM_ROLLOFF_FACTOR; ++at, ++round) {
             const std::uint32_t blockFrames = std::array{128U, 257U, 512U, 1024U}[std::size_t(round) % 4];
-            const EAXReverbParameters p = With([&](auto& p) {
-                for (std::size_t f = 0; f < std::size(fields); ++f) {
-                    const double part = f == at / 2 ? double(at % 2) : double(generator() % 1024) / 1023;
-                    p.*fields[f] = float(std::lerp(double(ranges[f].first), ranges[f].second, part));
-                }
-                p.decayHFLimit = round % 3 == 0, p.gain = 1;
-            });
+            EAXReverbParameters p;
+            for (std::int32_t name = 1; name <= AL_EAXREVERB_ROOM_ROLLOFF_FACTOR; ++name) {
+                const auto [least, greatest] = RangeOf(p, name);
+                const double part = name == at / 2 + 1 ? at % 2 : double(generator() % 1024) / 1023;
+                SetParameter(p, name, float(std::lerp(double(least), double(greatest), part)));
+            }
+            p.decayHFLimit = round % 3 == 0, p.gain = 1;
             RunningEffect reverb(p, {rate, blockFrames, 1, round % 2 == 0, round % 5 < 3});
-            const auto frames = std::size_t(rate * testing_support::StretchSeconds(0.1));
-            double loud = Peak(reverb.Feed(p, Input(round % 2 == 0, Noise(frames))));
-            loud = std::max(loud, Peak(reverb.Feed(p, Impulse(frames))));
-            loud = std::max(loud, Peak(reverb.Feed(p, Signal(frames, 1e-40F))));
+            const auto frames = std::size_t(rate * StretchSeconds(0.1));
+            double loud = 0;
+            for (const Signal& part : {Noise(frames), bad, Impulse(frames), Signal(frames, 1e-40F)})
+                loud = std::max(loud, Peak(reverb.Feed(p, Input(round % 2 == 0, part))));
             EXPECT_LT(loud, 250) << round;
             EXPECT_EQ(reverb.allocations, 0U) << round;
             EAXReverbParameters dying = p;
@@ -366,43 +323,20 @@ TEST(Reverb, TheSizeOfBlocks_DoesNotMatter) {
             RunningEffect reverb(p, {rate, blockFrames, 1, true, true});
             const Channels output = reverb.Feed(p, input);
             for (std::size_t c = 0; c < 4; ++c)
-                for (std::size_t i = 0; i < frames; ++i)
-                    ASSERT_NEAR(output[c][i], expected[c][i], 1e-4) << rate << " " << blockFrames << " " << i;
+                EXPECT_THAT(output[c], IsNear(1e-4F, expected[c])) << rate << " " << blockFrames;
         }
-    }
-}
-
-TEST(Reverb, SamplesThatAreNotFinite_DontStay) {
-    for (const bool isDirectional : {false, true}) {
-        const EAXReverbParameters p = With([](auto& p) { p.echoDepth = 0.9F; });
-        RunningEffect reverb(p, {48000, 512, 1, isDirectional, true});
-        Signal bad = Noise(512);
-        bad[3] = std::numeric_limits<float>::quiet_NaN();
-        bad[500] = -std::numeric_limits<float>::infinity();
-        EXPECT_LT(Peak(reverb.Feed(p, Input(isDirectional, bad))), 10);
-        EXPECT_LT(Peak(reverb.Feed(p, Signal(20000))), 10);
     }
 }
 
 TEST(Reverb, OnEveryVectorTarget_HasTheSameBits) {
     const EAXReverbParameters p = With([](auto& p) { p.density = 0.9F, p.decayHFRatio = 1.2F; });
     const EAXReverbParameters q = With([](auto& p) { p.density = 0.3F, p.lateReverbPan = {0.5F, 0, 0}; });
-    for (const bool isFull : {false, true}) {
-        const Channels input = Input(isFull, Noise(15000));
-        Channels expected;
-        for (const std::int64_t target : hwy::SupportedAndGeneratedTargets()) {
-            hwy::SetSupportedTargetsForTest(target);
-            hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+    for (const bool isFull : {false, true})
+        ExpectSameOnEveryTarget([&] {
+            const Channels input = Input(isFull, Noise(15000));
             RunningEffect reverb(p, {44100, 512, 1, isFull, isFull});
-            Channels output = reverb.Feed(p, input);
-            for (const Signal& channel : reverb.Feed(q, input))
-                output.push_back(channel);
-            if (expected.empty()) expected = output;
-            EXPECT_EQ(output, expected) << hwy::TargetName(target);
-        }
-        hwy::SetSupportedTargetsForTest(0);
-        hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-    }
+            return std::pair(reverb.Feed(p, input), reverb.Feed(q, input));
+        });
 }
 
 }  // namespace
