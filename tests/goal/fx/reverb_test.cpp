@@ -217,6 +217,27 @@ TEST(Reverb, LatePart_WaitsAndRepeatsAsTold) {
     }
 }
 
+TEST(Reverb, Gains_ScaleAllThatIsHeardAndEachEnd) {
+    const auto response = [](float gain, float gainHF, float gainLF) {
+        const EAXReverbParameters p =
+            With([&](auto& p) { p.gain = gain, p.gainHF = gainHF, p.gainLF = gainLF; });
+        return RunningEffect(p).Feed(p, Noise(24000))[0];
+    };
+    const auto level = [](const Signal& signal, double frequency) {
+        const std::vector<double> octave = Octave(signal, frequency, 48000);
+        return std::sqrt(std::inner_product(octave.begin(), octave.end(), octave.begin(), 0.0));
+    };
+    const Signal open = response(1, 1, 1), quiet = response(0.25F, 1, 1);
+    for (std::size_t i = 0; i < open.size(); ++i)
+        ASSERT_NEAR(quiet[i], 0.25F * open[i], 1e-5) << i;
+    // Each shelf has its gain at its reference.
+    const Signal dull = response(1, 0.3F, 1), thin = response(1, 1, 0.5F);
+    EXPECT_NEAR(level(dull, 5000) / level(open, 5000), 0.3, 0.05);
+    EXPECT_NEAR(level(dull, 150) / level(open, 150), 1, 0.05);
+    EXPECT_NEAR(level(thin, 250) / level(open, 250), 0.5, 0.05);
+    EXPECT_NEAR(level(thin, 8000) / level(open, 8000), 1, 0.05);
+}
+
 using Change = std::function<void(EAXReverbParameters&)>;
 
 class Jumps : public testing::TestWithParam<Change> {};
