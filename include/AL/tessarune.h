@@ -137,7 +137,9 @@ AL_API void AL_APIENTRY alBufferDataStatic(ALuint buffer, ALenum format, ALvoid*
 AL_API void AL_APIENTRY alRequestFoldbackStart(ALenum mode, ALsizei blockCount, ALsizei blockFrames,
                                                ALfloat* buffer, LPALFOLDBACKCALLBACK callback);
 
-/** Asks foldback to end. The ring is still written to until AL_FOLDBACK_EVENT_STOP arrives. */
+/** Asks foldback to end. The ring is still written to until AL_FOLDBACK_EVENT_STOP arrives, which comes at
+ * the renderer's next block, or with the end of the context. A foldback that has not begun yet ends without
+ * an event. */
 AL_API void AL_APIENTRY alRequestFoldbackStop(void);
 
 /** Writes the version of the library, without waiting. None of the pointers may be null. */

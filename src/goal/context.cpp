@@ -20,9 +20,13 @@ void ReleaseQueues(hcml::GenericVector<Source, 0>& sources) {
 
 }  // namespace
 
-Context::~Context() {
+void Context::End() {
     monitor.reset();
     server.End();
+}
+
+Context::~Context() {
+    End();
     ReleaseQueues(suspendCount > 0 ? suspended.sources : application.sources);
     FreeBuffers(snapshot.deletedBuffers);
     FreeBuffers(application.deletedBuffers);

@@ -15,15 +15,19 @@
 
 namespace goal {
 
-/// Made by alcCreateContext and gone with alcDestroyContext, which must not hold apiMutex meanwhile: the
-/// server needs it to reach its end. The monitor stops first, then the server, before the state that it
-/// renders goes.
+/// Made by alcCreateContext and gone with alcDestroyContext. The monitor stops first, then the server, before
+/// the state that it renders goes.
 struct Context {
     /// Nothing runs yet; see ServerThread::Start. `engine` outlives the context.
     explicit Context(Engine& engine) : engine(engine), server(engine) {}
+    /// With apiMutex held, after End.
     ~Context();
     Context(const Context&) = delete;
     Context& operator=(const Context&) = delete;
+
+    /// Ends the threads, of which the server needs apiMutex to reach its end: not to be held here, unless the
+    /// server failed to start. A second time does nothing.
+    void End();
 
     Engine& engine;
 

@@ -8,7 +8,6 @@
 #include "orb3core/outputsetup.h"
 #include "orb3core/platformsettings.h"
 #include "pipe/adaptivedirectsoundframework.h"
-#include "platform/soundsystem.h"
 
 namespace goal {
 namespace {
@@ -35,6 +34,9 @@ orb3::OutputRequest RequestTo(const SetUpRequest& request) {
 
 }  // namespace
 
+OutputMachinery::OutputMachinery(SoundSystemMaker makeSoundSystem)
+    : makeSoundSystem(std::move(makeSoundSystem)) {}
+
 std::unique_ptr<FormatLibrary> OutputMachinery::OpenFormatLibrary(const std::string& path, slib::Log* log) {
     return std::make_unique<OpenLibrary>(path, log);
 }
@@ -44,7 +46,7 @@ OutputSetUp OutputMachinery::SetUp(const SetUpRequest& request, slib::Log* activ
     using audiopipe::directsound::AdaptiveDirectSoundFramework;
     OutputSetUp result;
     result.frameworks.emplace_back(new AdaptiveDirectSoundFramework(
-        activeLog, platform::MakeSoundSystem(orb3::ReadPlatformSettings(*fullLog), activeLog)));
+        activeLog, makeSoundSystem(orb3::ReadPlatformSettings(*fullLog), activeLog)));
     orb3::OutputSetUp output;
     result.isConfigurationChanged =
         orb3::SetUp(activeLog, fullLog, configuration, result.frameworks,

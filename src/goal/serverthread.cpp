@@ -73,11 +73,15 @@ ServerThread::ServerThread(Engine& engine)
     ChooseLog();
 }
 
-void ServerThread::ChooseLog() {
+slib::Log* ServerThread::LogInForce() {
     const bool isVerbose =
         engine.configuration.Read([](const orb3::Configuration& c) { return c.goalConfig.isLoggingVerbose; });
-    activeLog = isVerbose ? mainLog : static_cast<slib::Log*>(&errorLog);
-    if (isVerbose) mainLog->Write("Verbose logging is enabled.", false);
+    return isVerbose ? mainLog : static_cast<slib::Log*>(&errorLog);
+}
+
+void ServerThread::ChooseLog() {
+    activeLog = LogInForce();
+    if (activeLog == mainLog) mainLog->Write("Verbose logging is enabled.", false);
 }
 
 bool ServerThread::IsSuspendSupported() {
@@ -94,13 +98,14 @@ void ServerThread::Start(Context& owner, double frequency) {
     Thread::Start();
     startSignal.Wait();
     if (!startFailure.empty()) throw slib::BadStateException("Failed to start: " + startFailure);
-    activeLog->Write("Rendering started.", false);
+    LogInForce()->Write("Rendering started.", false);
 }
 
 void ServerThread::End() {
     if (context == nullptr) return;
-    activeLog->Write("Stopping Tessarune.", false);
+    LogInForce()->Write("Stopping Tessarune.", false);
     Thread::Stop();
+    context = nullptr;
     mainLog->Write("Stopped Tessarune.", false);
 }
 

@@ -41,7 +41,8 @@ public:
     /// the reason; the thread has ended then.
     void Start(Context& context, double frequency);
 
-    /// Stops the thread and waits for it. The caller doesn't hold apiMutex, unless Start failed.
+    /// Stops the thread and waits for it; a second time does nothing. The caller doesn't hold apiMutex,
+    /// unless Start failed.
     void End();
 
 private:
@@ -62,6 +63,7 @@ private:
     void WriteBlock(Machine& run);
     bool IsLeaving();
     void TakePendingConfiguration();
+    slib::Log* LogInForce();
     void ChooseLog();
     void ReportRun();
     double RequestedRate(const orb3::GoalConfig& settings) const;
@@ -69,7 +71,7 @@ private:
 
     Engine& engine;
     slib::Log* const mainLog;
-    slib::Log* activeLog;  // mainLog when logging is verbose, else errorLog
+    slib::Log* activeLog;  // mainLog when logging is verbose, else errorLog; the server's own while it runs
     slib::ErrorLog errorLog;
     Context* context = nullptr;
     slib::Semaphore startSignal;

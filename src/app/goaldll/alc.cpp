@@ -355,10 +355,7 @@ ALC_API void ALC_APIENTRY alcDestroyContext(ALCcontext* handle) {
     const slib::Lock lifetimeLock(goal::TheProcess().engine.contextLifetimeMutex);
     const bool isOurs = Call(false, [&](Process& process) {
         if (process.currentContext == context) process.currentContext = nullptr;
-        if (process.engine.device.context == context) {
-            process.engine.device.context = nullptr;
-            return true;
-        }
+        if (process.engine.device.context == context) return true;
         // A context that is gone already must not be freed twice.
         process.FailAlc("Invalid context in alcDestroyContext().", ALC_INVALID_CONTEXT);
         return false;

@@ -62,9 +62,13 @@ void Process::FailAl(std::string_view text, int code) noexcept {
 
 void DestroyContext(Process& process, Context* context) {
     if (context == nullptr) return;
+    context->End();
+    const slib::Lock apiLock(process.engine.apiMutex);
+    process.engine.device.context = nullptr;
+    // A game's thread may have made it current again meanwhile.
+    if (process.currentContext == context) process.currentContext = nullptr;
     delete context;
     // No renderer reads the memory of static buffers any more.
-    const slib::Lock apiLock(process.engine.apiMutex);
     process.engine.device.bufferPool.MarkUsage();
 }
 
@@ -73,7 +77,6 @@ void Process::ShutDown() {
     slib::Lock apiLock(engine.apiMutex);
     isUnloading = true;
     Context* const context = engine.device.context;
-    engine.device.context = nullptr;
     currentContext = nullptr;
     apiLock.Release();
     DestroyContext(*this, context);

@@ -58,8 +58,9 @@ struct Process {
 
 Process& TheProcess();
 
-/// Stops and frees a context, which no call can reach any more; null does nothing. The caller holds
-/// contextLifetimeMutex, and not apiMutex.
+/// Stops and frees the device's context, which isn't current any more; null does nothing. Until its server
+/// has ended it stays the device's, so that what the server may still read isn't freed by other calls. The
+/// caller holds contextLifetimeMutex, and not apiMutex.
 void DestroyContext(Process& process, Context* context);
 
 }  // namespace goal

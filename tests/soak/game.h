@@ -1,0 +1,288 @@
+#pragma once
+
+// The game of the soak: four threads at random calls, right ones and now and then wrong ones. Names are small
+// numbers that stay the same ones, whatever is deleted and made anew, since a new object gets the lowest.
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "AL/tessarune.h"
+#include "foldbackring.h"
+#include "goal/bufferformats.h"
+#include "misbehavingsystem.h"
+#include "reverbpresets.h"
+#include "watchdog.h"
+
+namespace soak {
+
+using testing_support::Dice;
+
+// What each context has; the buffers outlive it.
+inline constexpr unsigned sources = 255, buffers = 96, slots = 16, effects = 32, filters = 8;
+
+/// What all threads share.
+struct World {
+    const unsigned seed;
+    std::atomic<bool> isOver{false};
+    testing_support::Progress threads[6]{
+        {"Output", {"the sound system"}}, {"Director"}, {"Game 1"}, {"Game 2"}, {"Game 3"}, {"Game 4"}};
+    testing_support::Misbehaviour output{};
+    std::atomic<std::uint64_t> calls{0}, errorCodes{0}, contexts{0}, refusedContexts{0}, restartRequests{0},
+        restarts{0}, lostServers{0}, faults{0};
+    testing_support::FoldbackRing foldback{[this] { Fault("The events of foldback came out of order."); }};
+    std::mutex handleMutex{};       ///< guards `context`, for calls that trust a handle
+    ALCcontext* context = nullptr;  ///< null while there is none
+    std::mutex namesMutex{};        ///< between a delete of a buffer and the look at its name nobody gets one
+
+    /// Tells of something that must not be. The soak goes on, and fails at its end.
+    void Fault(const std::string& text) {
+        ++faults;
+        std::cerr << "Fault: " + text + "\n";
+    }
+};
+
+inline void Nap(unsigned milliseconds) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+}
+
+/// All types of effects, and those that have a number only, for `number` 0 to 15.
+inline ALint EffectType(unsigned number) {
+    constexpr ALint far[] = {AL_EFFECT_EAXREVERB, AL_EFFECT_DEDICATED_LOW_FREQUENCY_EFFECT,
+                             AL_EFFECT_DEDICATED_DIALOGUE};
+    return number <= AL_EFFECT_EQUALIZER ? static_cast<ALint>(number) : far[number - AL_EFFECT_EQUALIZER - 1];
+}
+
+class Player {
+public:
+    Player(World& world, unsigned index) : world(world), index(index), dice(world.seed + 1 + index) {
+        for (std::int32_t id = 0; id < 0x30000; ++id)
+            if (const goal::BufferFormat* format = goal::FindBufferFormat(id)) formats.push_back(format);
+    }
+
+    // It gives back the static buffer. Without a context nothing can be in use.
+    ~Player() {
+        if (!DropStatic()) world.Fault("A static buffer is still in use though there is no context.");
+    }
+    Player(const Player&) = delete;
+    Player& operator=(const Player&) = delete;
+
+    void Play() {
+        for (; !world.isOver; Nap(dice.Below(6)))
+            for (unsigned rest = dice.Below(300); rest > 0 && !world.isOver; --rest)
+                Call();
+    }
+
+private:
+    struct Row {
+        const char* name;
+        void (*call)(Player& p);
+    };
+    static const Row rows[55];
+
+    void Call() {
+        const Row& row = dice.Of(rows);
+        world.threads[2 + index].Note(row.name);
+        row.call(*this);
+        const ALenum code = alGetError();
+        world.errorCodes += code != AL_NO_ERROR;
+        if (code != AL_NO_ERROR && (code < AL_INVALID_NAME || code > AL_OUT_OF_MEMORY))
+            world.Fault("alGetError gave a code that there isn't.");
+        ++world.calls;
+    }
+
+    // Three of four are this player's own.
+    ALuint Source() {
+        const ALuint any = Name(sources);
+        return any % 4 == 0 ? any : any - any % 16 + 4 * index + any % 4;
+    }
+    const ALuint* Sources() {
+        std::generate(names.begin(), names.end(), [&] { return Source(); });
+        return names.data();
+    }
+    // Of one format for the most part, which a queue wants.
+    const ALuint* Queue() {
+        names.fill(Name(buffers));
+        if (dice.OneIn(4)) names[1] = Name(buffers);
+        return names.data();
+    }
+    ALuint Name(unsigned count) { return 1 + dice.Below(count); }
+    ALint Any(unsigned most) { return static_cast<ALint>(dice.Below(most + 1)); }  // a name or 0
+    ALenum Parameter() {
+        if (dice.OneIn(16)) return AL_SOURCE_RELATIVE;
+        return dice.OneIn(4) ? AL_DIRECT_FILTER + Any(7) : AL_CONE_INNER_ANGLE + Any(0x30);
+    }
+    // In and out of what parameters take.
+    ALfloat Value() {
+        constexpr ALfloat odd[] = {-1, 0, 1e-30F, 1e30F, std::numeric_limits<ALfloat>::infinity(), NAN};
+        constexpr ALfloat greatest[] = {0.02F, 0.3F, 1, 1, 1, 3, 20, 1000, 20000};
+        return dice.OneIn(12) ? dice.Of(odd) : dice.Between(0, dice.Of(greatest));
+    }
+    ALfloat Place() { return dice.Between(-5, 5); }
+    ALfloat* Values() {
+        std::generate(values.begin(), values.end(), [&] { return Value(); });
+        return values.data();
+    }
+
+    void Restock(ALuint source) {
+        alSourceStop(source);
+        alSourcei(source, AL_BUFFER, dice.OneIn(2) ? Any(buffers) : 0);
+        alSourceQueueBuffers(source, Any(3), Queue());  // refused where there is a static one
+        alSourcei(source, AL_LOOPING, Any(1));
+        alSourcef(source, AL_GAIN, dice.Between(0, 2));
+        alSourcef(source, AL_PITCH, dice.Between(0.1F, 4));
+        alSource3f(source, AL_POSITION, Place(), Place(), Place());
+        alSource3i(source, AL_AUXILIARY_SEND_FILTER, Any(slots), Any(4), Any(filters));
+        alSourcePlay(source);
+    }
+    void TurnQueue() {
+        const ALuint source = Source();
+        ALint count = 0;
+        alGetSourcei(source, AL_BUFFERS_PROCESSED, &count);
+        std::vector<ALuint> processed(static_cast<std::size_t>(count) + 1);
+        alSourceUnqueueBuffers(source, dice.OneIn(8) ? count + 1 : count, processed.data());
+        if (count > 0) alSourceQueueBuffers(source, 1, processed.data());
+    }
+    void Get(void (*call)(ALuint, ALenum, ALint*), ALuint name, ALenum parameter) {
+        call(name, parameter, numbers.data());
+    }
+    void Remake(void (*remove)(ALsizei, const ALuint*), void (*make)(ALsizei, ALuint*), ALuint name) {
+        remove(1, &name);
+        make(1, &name);
+    }
+    // The two calls trust the handle, so it has to last.
+    void Suspend() {
+        const std::lock_guard lock(world.handleMutex);
+        alcSuspendContext(world.context);
+        for (int i = 0; i < 4; ++i)
+            Restock(Source()), TurnQueue(), Remake(alDeleteSources, alGenSources, Source());
+        alcProcessContext(world.context);
+    }
+    // Floats are random below 2, but now and then anything.
+    std::vector<std::uint8_t> Samples(const goal::BufferFormat& format) {
+        const std::size_t frames = dice.Below(dice.OneIn(3) ? 60000 : 6000);
+        std::vector<std::uint8_t> bytes(frames / format.blockFrames * format.blockBytes);
+        std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<std::uint8_t>(dice.Below(256)); });
+        const bool isDouble = format.encoding == goal::SampleEncoding::Float64;
+        if ((!isDouble && format.encoding != goal::SampleEncoding::Float32) || dice.OneIn(16)) return bytes;
+        for (std::size_t i = isDouble ? 7 : 3; i < bytes.size(); i += isDouble ? 8 : 4)
+            bytes[i] = static_cast<std::uint8_t>((bytes[i] & 0x80) | (isDouble ? 0x3F : 0x3E));
+        return bytes;
+    }
+    ALsizei Rate() {
+        constexpr ALsizei odd[] = {1, 100, 1000000, std::numeric_limits<ALsizei>::max()};
+        return dice.OneIn(20) ? dice.Of(odd) : static_cast<ALsizei>(dice.Between(8000, 192000));
+    }
+    void Fill() {
+        const goal::BufferFormat& format = *dice.Of(formats);
+        const std::vector<std::uint8_t> bytes = Samples(format);
+        alBufferData(Name(buffers), format.id, bytes.data(), static_cast<ALsizei>(bytes.size()), Rate());
+    }
+    void RemakeBuffer() {
+        const std::lock_guard lock(world.namesMutex);
+        ALuint name = Name(buffers);
+        alDeleteBuffers(1, &name);
+        if (alIsBuffer(name) == AL_FALSE) alGenBuffers(1, &name);
+    }
+    // Another player may have the name by now; but where it is free, nobody reads the data any more.
+    bool DropStatic() {
+        const std::lock_guard lock(world.namesMutex);
+        if (staticName != 0) alDeleteBuffers(1, &staticName);
+        return staticName == 0 || alIsBuffer(staticName) == AL_FALSE;
+    }
+    void RemakeStatic() {
+        if (!DropStatic()) return;
+        const std::lock_guard lock(world.namesMutex);
+        const goal::BufferFormat& format = *dice.Of(formats);
+        staticData = Samples(format);
+        alGenBuffers(1, &staticName);
+        alBufferDataStatic(staticName, format.id, staticData.data(), static_cast<ALsizei>(staticData.size()),
+                           Rate());
+    }
+
+    World& world;
+    const unsigned index;
+    Dice dice;
+    std::vector<const goal::BufferFormat*> formats;  // all that there are
+    std::array<ALuint, 16> names{};
+    std::array<ALfloat, 6> values{};
+    std::array<ALint, 16> numbers{};
+    ALuint staticName = 0;
+    std::vector<std::uint8_t> staticData;
+};
+
+inline const Player::Row Player::rows[55]{
+    {"alSourcePlay", [](Player& p) { alSourcePlay(p.Source()); }},
+    {"alSourcePlayv", [](Player& p) { alSourcePlayv(p.Any(16), p.Sources()); }},
+    {"alSourceStop", [](Player& p) { alSourceStop(p.Source()); }},
+    {"alSourceStopv", [](Player& p) { alSourceStopv(p.Any(2), p.Sources()); }},
+    {"alSourcePause", [](Player& p) { alSourcePause(p.Source()); }},
+    {"alSourcePausev", [](Player& p) { alSourcePausev(p.Any(2), p.Sources()); }},
+    {"alSourceRewind", [](Player& p) { alSourceRewind(p.Source()); }},
+    {"alSourceRewindv", [](Player& p) { alSourceRewindv(p.Any(2), p.Sources()); }},
+    {"alSourceQueueBuffers", [](Player& p) { alSourceQueueBuffers(p.Source(), p.Any(4), p.Queue()); }},
+    {"a source's new sound",
+     [](Player& p) {
+         for (int i = 0; i < 3; ++i)
+             p.Restock(p.Source());
+     }},
+    {"alSourceUnqueueBuffers", [](Player& p) { p.TurnQueue(); }},
+    {"alSourcef", [](Player& p) { alSourcef(p.Source(), p.Parameter(), p.Value()); }},
+    {"alSource3f", [](Player& p) { alSource3f(p.Source(), p.Parameter(), p.Value(), p.Value(), -1); }},
+    {"alSource3f",
+     [](Player& p) { alSource3f(p.Source(), AL_POSITION + p.Any(2), p.Place(), 0, p.Place()); }},
+    {"alSourcefv", [](Player& p) { alSourcefv(p.Source(), p.Parameter(), p.Values()); }},
+    {"alSourcefv", [](Player& p) { alSourcefv(p.Source(), AL_ORIENTATION, p.Values()); }},
+    {"alSourcei", [](Player& p) { alSourcei(p.Source(), p.Parameter(), p.Any(filters)); }},
+    {"alDeleteSources", [](Player& p) { p.Remake(alDeleteSources, alGenSources, p.Source()); }},
+    {"alBufferData", [](Player& p) { p.Fill(); }},
+    {"alBufferDataStatic", [](Player& p) { p.RemakeStatic(); }},
+    {"alDeleteBuffers", [](Player& p) { p.RemakeBuffer(); }},
+    {"alEffecti",
+     [](Player& p) { alEffecti(p.Name(effects), AL_EFFECT_TYPE, EffectType(p.dice.Below(16))); }},
+    {"alEffecti", [](Player& p) { alEffecti(p.Name(effects), p.Any(0x17), p.Any(400) - 200); }},
+    {"alEffectf", [](Player& p) { alEffectf(p.Name(effects), p.Any(0x17), p.Value()); }},
+    {"alEffectf", [](Player& p) { alEffectf(p.Name(effects), p.Any(0x17), p.Value()); }},
+    {"alEffectfv", [](Player& p) { alEffectfv(p.Name(effects), p.Any(0x17), p.Values()); }},
+    {"a preset",
+     [](Player& p) { presets::ApplyReverbPreset(p.Name(effects), p.dice.Of(presets::ReverbPresets())); }},
+    {"alAuxiliaryEffectSloti",
+     [](Player& p) { alAuxiliaryEffectSloti(p.Name(slots), AL_EFFECTSLOT_EFFECT, p.Any(effects)); }},
+    {"alAuxiliaryEffectSloti", [](Player& p) { alAuxiliaryEffectSloti(p.Name(slots), p.Any(3), p.Any(2)); }},
+    {"alAuxiliaryEffectSlotf",
+     [](Player& p) { alAuxiliaryEffectSlotf(p.Name(slots), AL_EFFECTSLOT_GAIN, p.Value()); }},
+    {"alDeleteAuxiliaryEffectSlots",
+     [](Player& p) { p.Remake(alDeleteAuxiliaryEffectSlots, alGenAuxiliaryEffectSlots, p.Name(slots)); }},
+    {"alFilteri", [](Player& p) { alFilteri(p.Name(filters), AL_FILTER_TYPE, p.Any(4)); }},
+    {"alFilterf", [](Player& p) { alFilterf(p.Name(filters), p.Any(4), p.Value()); }},
+    {"alListenerf", [](Player& p) { alListenerf(AL_GAIN, p.dice.Between(0, 1)); }},
+    {"alListenerf", [](Player& p) { alListenerf(AL_METERS_PER_UNIT, p.Value()); }},
+    {"alListener3f",
+     [](Player& p) { alListener3f(AL_POSITION + 2 * p.Any(1), p.Place(), p.Place(), p.Value()); }},
+    {"alListenerfv", [](Player& p) { alListenerfv(AL_ORIENTATION, p.Values()); }},
+    {"alDopplerFactor", [](Player& p) { alDopplerFactor(p.Value()); }},
+    {"alDopplerVelocity", [](Player& p) { alDopplerVelocity(p.Value()); }},
+    {"alSpeedOfSound", [](Player& p) { alSpeedOfSound(p.Value()); }},
+    {"alDistanceModel", [](Player& p) { alDistanceModel(AL_INVERSE_DISTANCE + p.Any(6)); }},
+    {"alGetSourcefv", [](Player& p) { alGetSourcefv(p.Source(), p.Parameter(), p.Values()); }},
+    {"alGetSourcei", [](Player& p) { p.Get(alGetSourcei, p.Source(), p.Parameter()); }},
+    {"alGetSourcei", [](Player& p) { p.Get(alGetSourcei, p.Source(), AL_SAMPLE_OFFSET); }},
+    {"alGetBufferi", [](Player& p) { p.Get(alGetBufferi, p.Name(buffers), AL_SIZE); }},
+    {"alGetEffectf", [](Player& p) { alGetEffectfv(p.Name(effects), p.Any(0x17), p.Values()); }},
+    {"alGetListenerfv", [](Player& p) { alGetListenerfv(AL_ORIENTATION, p.Values()); }},
+    {"alcGetIntegerv",
+     [](Player& p) { alcGetIntegerv(alcOpenDevice(nullptr), ALC_ALL_ATTRIBUTES, 16, p.numbers.data()); }},
+    {"alcGetString", [](Player&) { alcGetString(nullptr, ALC_ALL_DEVICES_SPECIFIER); }},
+    {"alcSuspendContext", [](Player& p) { p.Suspend(); }},
+    {"alSourcePlayv", [](Player& p) { alSourcePlayv(-1, p.Sources()); }},
+    {"alSourcei", [](Player& p) { alSourcei(p.Source(), AL_BUFFER, 100000); }},
+    {"alSourcei", [](Player& p) { alSourcei(100000, AL_BUFFER, p.Any(buffers)); }},
+    {"alGetSourcef", [](Player& p) { alGetSourcef(p.Source(), AL_GAIN, nullptr); }},
+    {"alBufferData", [](Player& p) { alBufferData(p.Name(buffers), AL_FORMAT_STEREO16, nullptr, 6, 0); }},
+};
+
+}  // namespace soak

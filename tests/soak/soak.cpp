@@ -1,0 +1,254 @@
+// The whole at once, for a while: 255 sources of all formats, all effects, four threads of a game at random
+// calls, restarts for changed configurations, contexts that come and go, and an output that misbehaves. What
+// it looks for are crashes, races, leaks and deadlocks, so its full worth is under the sanitizers.
+//
+//     soak [SECONDS [SEED]]      8 seconds, and a seed of the clock's
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <memory>
+
+#include "app/goaldll/process.h"
+#include "game.h"
+#include "orb3core/configstore.h"
+#include "temporaryfolder.h"
+
+namespace soak {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// Counts the restarts, and tells a server that ended for its device's sake from one that ended for none.
+class Witness : public slib::Log {
+public:
+    Witness(World& world, slib::Log& target) : world(world), target(target) {}
+
+    void Write(const std::string& text, bool isError) override {
+        target.Write(text, isError);
+        if (text.starts_with("Restarting ")) ++world.restarts;
+        if (!text.starts_with("Exception: ")) return;
+        ++world.lostServers;
+        if (!world.output.hasFailed) world.Fault("The server ended. " + text);
+    }
+
+private:
+    World& world;
+    slib::Log& target;
+};
+
+double ResidentMebibytes() {
+    long all = 0, resident = 0;
+    std::ifstream("/proc/self/statm") >> all >> resident;
+    return static_cast<double>(resident) * static_cast<double>(sysconf(_SC_PAGESIZE)) / (1 << 20);
+}
+
+// As another program does. Whether the server follows is up to the watch on the store.
+void Store(const orb3::Configuration& document) {
+    orb3::WriteSpeakerConfiguration(document.CreateNode()->ToString(slib::SXMLNode::Style::Compact));
+}
+
+// The thread that makes and destroys contexts, changes the configuration and asks for foldback, while the
+// players call.
+class Director {
+public:
+    explicit Director(World& world) : world(world), dice(world.seed) {}
+
+    void Direct() {
+        while (!world.isOver) {
+            progress.Note("alcCreateContext");
+            const ALCint attributes[] = {ALC_FREQUENCY, dice.OneIn(2) ? 48000 : 44100, 0};
+            world.output.hasFailed = false;
+            ALCcontext* const context = alcCreateContext(alcOpenDevice(nullptr), attributes);
+            ++(context != nullptr ? world.contexts : world.refusedContexts);
+            if (context != nullptr)
+                Run(context);
+            else if (!world.output.hasFailed)
+                world.Fault("No context, though the device is well.");
+            resident = ResidentMebibytes();
+            if (settled == 0 && Clock::now() - start > std::chrono::minutes(1)) settled = resident;
+        }
+    }
+
+    double settled = 0;   ///< MiB without a context, once everything has had its first use; 0: not yet
+    double resident = 0;  ///< MiB without a context, at last
+
+private:
+    void Run(ALCcontext* context) {
+        SetHandle(context);
+        alcMakeContextCurrent(context);
+        MakeObjects();
+        for (unsigned rest = dice.Below(8); rest > 0 && !IsLost(); --rest) {
+            Wait(50 + dice.Below(1000));
+            ChangeConfiguration();
+        }
+        Wait(dice.Below(500));
+        Nap(dice.Below(200));  // of a game that doesn't know yet
+        SetHandle(nullptr);
+        progress.Note("alcDestroyContext");
+        alcDestroyContext(context);
+        progress.Note("the last event of foldback");
+        world.foldback.HearAll();
+        if (world.foldback.IsRunning()) world.Fault("Foldback never told its end.");
+    }
+
+    bool IsLost() const { return world.isOver || world.output.hasFailed; }
+
+    void SetHandle(ALCcontext* context) {
+        const std::lock_guard lock(world.handleMutex);
+        world.context = context;
+    }
+
+    void Wait(unsigned milliseconds) {
+        progress.Note("alRequestFoldback");
+        const auto end = Clock::now() + std::chrono::milliseconds(milliseconds);
+        for (; Clock::now() < end && !IsLost(); Nap(10)) {
+            if (dice.OneIn(10)) world.foldback.Start(dice);
+            if (dice.OneIn(30)) alRequestFoldbackStop();
+        }
+    }
+
+    // In a new context, where all names are free. All effects are on slots, and all sources play.
+    void MakeObjects() {
+        progress.Note("alGenSources");
+        std::array<ALuint, sources> names{};
+        alGenSources(sources, names.data());
+        alGenFilters(filters, names.data());
+        alGenAuxiliaryEffectSlots(slots, names.data());
+        alGenEffects(effects, names.data());
+        for (ALuint i = 0; i < effects; ++i) {
+            alEffecti(i + 1, AL_EFFECT_TYPE, EffectType(i % 16));
+            if (i < slots) alAuxiliaryEffectSloti(i + 1, AL_EFFECTSLOT_EFFECT, static_cast<ALint>(i + 1));
+        }
+        for (ALuint i = 1; i <= sources; ++i) {
+            alSourcei(i, AL_BUFFER, static_cast<ALint>(1 + i % buffers));
+            alSourcei(i, AL_LOOPING, AL_TRUE);
+            alSource3i(i, AL_AUXILIARY_SEND_FILTER, static_cast<ALint>(1 + i % slots), 0, AL_FILTER_NULL);
+            alSourcePlay(i);
+        }
+    }
+
+    void ChangeConfiguration() {
+        progress.Note("a change of the configuration");
+        constexpr int lengths[] = {64, 100, 256, 512, 1024, 2000};
+        orb3::SharedConfiguration& shared = goal::TheProcess().engine.configuration;
+        const slib::Lock lock(shared.configurationMutex);
+        orb3::Configuration next = shared.configuration;
+        orb3::GoalConfig& goal = next.goalConfig;
+        goal.gain = dice.Between(0.1F, 2);
+        goal.order = static_cast<int>(1 + dice.Below(4));
+        goal.sampleRateConversion = static_cast<orb3::SampleRateConversion>(dice.Below(5));
+        goal.suggestedBufferLength = dice.Of(lengths);
+        goal.suggestedBufferCount = static_cast<int>(1 + dice.Below(6));
+        goal.defaultFilterOrder = static_cast<int>(1 + dice.Below(2));
+        for (bool* flag :
+             {&goal.useDirectionalEarlyReflections, &goal.useFullLateReflections, &goal.isLoggingVerbose,
+              &goal.isSuspendSupported, &goal.measureOutputPeak, &goal.useParallelDecoder,
+              &goal.onlyOneReverb, &goal.ignoreGameSampleRate, &next.useDirectSoundAutoselect})
+            *flag = dice.OneIn(2);
+        if (!next.layouts.empty()) next.selectedName = dice.Of(next.layouts)->format;
+        ++world.restartRequests;
+        if (dice.OneIn(3)) return Store(next);
+        shared.pendingConfiguration = std::move(next);
+        shared.isRestartRequested = true;
+    }
+
+    World& world;
+    testing_support::Progress& progress = world.threads[1];
+    Dice dice;
+    const Clock::time_point start = Clock::now();
+};
+
+void CheckEnd(World& world) {
+    for (const auto& slot : goal::TheProcess().engine.device.bufferPool.slots)
+        if (slot.buffer != nullptr && slot.buffer->useCount != 0)
+            world.Fault("A buffer is in use though there is no context.");
+    if (world.output.openObjects != 0) world.Fault("Objects of the sound system were left open.");
+    if (world.calls == 0 || world.output.audibleFrames == 0 || world.restarts == 0)
+        world.Fault("There were no calls, no sound or no restart.");
+}
+
+// The allowance is what the allocator's arenas and the random sounds vary by. A sanitizer keeps memory back.
+void CheckMemory(World& world, const Director& director) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    constexpr double allowance = 1e6;  // MiB
+#else
+    constexpr double allowance = 32;  // MiB
+#endif
+    std::cout << director.resident << " MiB without a context at last; " << director.settled
+              << " MiB after a minute, 0 for a shorter run.\n";
+    if (director.settled > 0 && director.resident > director.settled + allowance)
+        world.Fault("Memory grows.");
+}
+
+void Report(const World& world) {
+    const testing_support::Misbehaviour& output = world.output;
+    std::cout << world.calls << " calls or more of the game, " << world.errorCodes << " with an error code; "
+              << world.foldback.events << " events of foldback.\n"
+              << world.contexts << " contexts, " << world.refusedContexts
+              << " refused for the device's sake; " << world.restarts << " restarts of "
+              << world.restartRequests << " asked for; " << world.lostServers
+              << " servers ended for the device's sake.\n"
+              << output.systems << " outputs set up, " << output.blocks << " blocks written, "
+              << output.audibleFrames << " frames played with sound in them; " << output.stalls << " stalls, "
+              << output.jumps << " jumps, " << output.oddSteps << " times of odd steps, "
+              << output.lostBuffers << " lost buffers, " << output.refusals << " refusals.\n"
+              << world.faults << " faults.\n";
+}
+
+void RunFor(World& world, std::chrono::seconds duration) {
+    const auto end = Clock::now() + duration;
+    Director director(world);
+    Player players[]{{world, 0}, {world, 1}, {world, 2}, {world, 3}};
+    std::atomic<int> running{0};
+    std::vector<std::thread> threads;
+    const auto start = [&](auto work) {
+        ++running;
+        threads.emplace_back([&running, work] { work(), --running; });
+    };
+    for (Player& player : players)
+        start([&] { player.Play(); });
+    start([&] { director.Direct(); });
+    for (; running > 0; Nap(50)) {
+        world.isOver = Clock::now() >= end;
+        world.threads[0].steps = world.output.operations.load();
+        testing_support::LookForDeadlock(world.threads);
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    CheckMemory(world, director);
+}
+
+void Soak(World& world, std::chrono::seconds duration) {
+    goal::Process& process = goal::TheProcess();
+    Witness witness(world, process.log);
+    Dice seeds(world.seed + 100);
+    goal::OutputMachinery machinery([&](const platform::PlatformSettings&, slib::Log*) {
+        return std::make_shared<testing_support::MisbehavingSystem>(world.output, seeds.Below(1U << 31));
+    });
+    process.engine.log = &witness;
+    process.engine.machinery = &machinery;
+    std::array<ALuint, buffers> names{};
+    alGenBuffers(buffers, names.data());
+    RunFor(world, duration);
+    CheckEnd(world);
+    Report(world);
+    process.engine.machinery = &process.machinery;
+    process.engine.log = &process.log;
+}
+
+}  // namespace
+}  // namespace soak
+
+int main(int count, char** arguments) {
+    const long seconds = count > 1 ? std::atol(arguments[1]) : 8;
+    const long seed = count > 2 ? std::atol(arguments[2]) : getpid();
+    std::cout << "A soak of " << seconds << " seconds with seed " << seed << "." << std::endl;
+    const testing_support::TemporaryStore store;
+    soak::Store(orb3::Configuration());
+    soak::World world{.seed = static_cast<unsigned>(seed)};
+    soak::Soak(world, std::chrono::seconds(seconds));
+    return world.faults == 0 ? 0 : 1;
+}
