@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <type_traits>
 
 #include "slib/exception.h"
 #include "slib/mutex.h"
@@ -12,32 +13,25 @@
 namespace hcml {
 namespace {
 
-// The transform library of one precision.
+// What the transform library has for one precision.
 template <typename T>
-struct Library;
+constexpr auto Of(auto ofFloat, auto ofDouble) {
+    if constexpr (std::is_same_v<T, float>)
+        return ofFloat;
+    else
+        return ofDouble;
+}
 
-template <>
-struct Library<float> {
-    static constexpr auto Malloc = fftwf_malloc;
-    static constexpr auto Free = fftwf_free;
-    static constexpr auto Execute = fftwf_execute;
-    static constexpr auto DestroyPlan = fftwf_destroy_plan;
-    static constexpr auto CleanUp = fftwf_cleanup;
-    static constexpr auto PlanForward = fftwf_plan_dft_r2c_1d;
-    static constexpr auto PlanInverse = fftwf_plan_dft_c2r_1d;
-    using Complex = fftwf_complex;
-};
-
-template <>
-struct Library<double> {
-    static constexpr auto Malloc = fftw_malloc;
-    static constexpr auto Free = fftw_free;
-    static constexpr auto Execute = fftw_execute;
-    static constexpr auto DestroyPlan = fftw_destroy_plan;
-    static constexpr auto CleanUp = fftw_cleanup;
-    static constexpr auto PlanForward = fftw_plan_dft_r2c_1d;
-    static constexpr auto PlanInverse = fftw_plan_dft_c2r_1d;
-    using Complex = fftw_complex;
+template <typename T>
+struct Library {
+    static constexpr auto Malloc = Of<T>(fftwf_malloc, fftw_malloc);
+    static constexpr auto Free = Of<T>(fftwf_free, fftw_free);
+    static constexpr auto Execute = Of<T>(fftwf_execute, fftw_execute);
+    static constexpr auto DestroyPlan = Of<T>(fftwf_destroy_plan, fftw_destroy_plan);
+    static constexpr auto CleanUp = Of<T>(fftwf_cleanup, fftw_cleanup);
+    static constexpr auto PlanForward = Of<T>(fftwf_plan_dft_r2c_1d, fftw_plan_dft_r2c_1d);
+    static constexpr auto PlanInverse = Of<T>(fftwf_plan_dft_c2r_1d, fftw_plan_dft_c2r_1d);
+    using Complex = std::conditional_t<std::is_same_v<T, float>, fftwf_complex, fftw_complex>;
 };
 
 constexpr std::uint32_t greatestSize = 1u << 30;  // what the planner's int can tell

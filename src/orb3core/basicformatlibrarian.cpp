@@ -1,6 +1,7 @@
 #include "orb3core/basicformatlibrarian.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -18,10 +19,11 @@ void Put(List& list, std::optional<std::uint32_t> index, const Element& element)
 }
 
 template <typename List>
-void EraseAt(List& list, std::uint32_t index) {
+void Erase(List& list, std::optional<std::uint32_t> index, const std::string& name) {
+    if (!index) throw slib::BadDataException(name + " was not found.");
     List kept;
     for (std::uint32_t i = 0; i < list.size; ++i)
-        if (i != index) kept.append(list[i]);
+        if (i != *index) kept.append(list[i]);
     list = std::move(kept);
 }
 
@@ -83,9 +85,7 @@ void BasicFormatLibrarian::storeFormat(const Format& format) {
 
 void BasicFormatLibrarian::eraseFormat(const std::string& tag) {
     const slib::Lock lock(mutex);
-    const auto index = catalogue.FindFormat(tag);
-    if (!index) throw slib::BadDataException("Format '" + tag + "' was not found.");
-    EraseAt(catalogue.formats, *index);
+    Erase(catalogue.formats, catalogue.FindFormat(tag), "Format '" + tag + "'");
     dirty = true;
 }
 
@@ -97,9 +97,7 @@ void BasicFormatLibrarian::storeMethod(const Method& method) {
 
 void BasicFormatLibrarian::eraseMethod(const std::string& tag) {
     const slib::Lock lock(mutex);
-    const auto index = catalogue.FindMethod(tag);
-    if (!index) throw slib::BadDataException("Method '" + tag + "' was not found.");
-    EraseAt(catalogue.methods, *index);
+    Erase(catalogue.methods, catalogue.FindMethod(tag), "Method '" + tag + "'");
     dirty = true;
 }
 
@@ -116,7 +114,7 @@ void BasicFormatLibrarian::eraseConversion(const ConversionTag& tag) {
     const slib::Lock lock(mutex);
     const Data& conversion = Named(tag);
     if (!conversion.transforms.empty()) Refuse(conversion, "deleted");
-    EraseAt(catalogue.conversions, *catalogue.FindConversion(tag));
+    Erase(catalogue.conversions, catalogue.FindConversion(tag), "A conversion");
     dirty = true;
 }
 

@@ -17,6 +17,12 @@ auto& ElementAt(List& list, std::uint32_t index, const char* what) {
                                       std::to_string(index) + ".");
 }
 
+// What fails in the copying leaves `out` alone.
+template <typename Record>
+void CopyTo(Record& out, Record copy) {
+    out = std::move(copy);
+}
+
 std::uint32_t Found(std::optional<std::uint32_t> index, const std::string& failure) {
     if (!index) throw slib::BadDataException(failure);
     return *index;
@@ -58,8 +64,7 @@ std::uint32_t CatalogueLibrarian<Stored>::getFormatCount() const {
 template <typename Stored>
 void CatalogueLibrarian<Stored>::getFormat(std::uint32_t index, Format& format) const {
     const slib::Lock lock(mutex);
-    Format copy = ElementAt(catalogue.formats, index, "format");
-    format = std::move(copy);
+    CopyTo(format, ElementAt(catalogue.formats, index, "format"));
 }
 
 template <typename Stored>
@@ -95,8 +100,7 @@ std::uint32_t CatalogueLibrarian<Stored>::getMethodCount() const {
 template <typename Stored>
 void CatalogueLibrarian<Stored>::getMethod(std::uint32_t index, Method& method) const {
     const slib::Lock lock(mutex);
-    Method copy = ElementAt(catalogue.methods, index, "method");
-    method = std::move(copy);
+    CopyTo(method, ElementAt(catalogue.methods, index, "method"));
 }
 
 template <typename Stored>
@@ -120,8 +124,7 @@ std::uint32_t CatalogueLibrarian<Stored>::getConversionCount() const {
 template <typename Stored>
 void CatalogueLibrarian<Stored>::getConversion(std::uint32_t index, Conversion& conversion) const {
     const slib::Lock lock(mutex);
-    Conversion copy = At(index);
-    conversion = std::move(copy);
+    CopyTo<Conversion>(conversion, At(index));
 }
 
 template <typename Stored>

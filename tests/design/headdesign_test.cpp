@@ -18,6 +18,7 @@
 #include "design/magls.h"
 #include "design/sofareader.h"
 #include "design/spherehead.h"
+#include "failure.h"
 #include "slib/exception.h"
 
 namespace design {
@@ -54,7 +55,7 @@ Complex SurfaceByDefinition(double size, double cosine) {
 
 TEST(SphereHead, SurfacePressure_IsTheSumOfIncidentAndScatteredField) {
     const Eigen::Vector4d cosines(1, 0.4, -0.7, -1);
-    const Eigen::Vector4d frequencies(0, 80, 1500, 9000);
+    const Eigen::Vector4d frequencies(0, 80, 1500, 20000);
     const Eigen::MatrixXcd pressure = SphereSurfacePressure(radius, cosines, frequencies);
     for (Index i = 0; i < 4; ++i) {
         EXPECT_NEAR(std::abs(pressure(i, 0) - 1.0), 0, 1e-12);
@@ -63,35 +64,6 @@ TEST(SphereHead, SurfacePressure_IsTheSumOfIncidentAndScatteredField) {
             EXPECT_NEAR(std::abs(pressure(i, k) - SurfaceByDefinition(size, cosines[i])), 0, 1e-9);
         }
     }
-}
-
-/// Interaural delay in seconds by the slope of phase from `low` to `high` Hz, for ears at 90 degrees.
-double SlopeDelay(double azimuth, double low, double high) {
-    const Eigen::VectorXd frequencies = Eigen::VectorXd::LinSpaced(400, low, high);
-    const Eigen::Vector2d cosines(std::sin(azimuth), -std::sin(azimuth));
-    const Eigen::MatrixXcd pressure = SphereSurfacePressure(radius, cosines, frequencies);
-    double phase = 0;
-    for (Index k = 1; k < frequencies.size(); ++k) {
-        phase +=
-            std::arg(pressure(0, k) / pressure(1, k) * std::conj(pressure(0, k - 1) / pressure(1, k - 1)));
-    }
-    return phase / (2 * pi * (high - low));
-}
-
-TEST(SphereHead, InterauralDelay_HasThePublishedLimits) {
-    for (double azimuth : {Radians(15), Radians(30), Radians(60)}) {
-        const double unit = radius / headSpeedOfSound;
-        EXPECT_NEAR(SlopeDelay(azimuth, 1, 60) / (3 * unit * std::sin(azimuth)), 1, 0.01);  // Kuhn 1977
-        EXPECT_NEAR(SlopeDelay(azimuth, 9000, 20000) / (unit * (azimuth + std::sin(azimuth))), 1, 0.04);
-    }
-}
-
-TEST(SphereHead, HighFrequencies_DoubleAtThePoleAndShineAtTheOpposite) {
-    const Eigen::Vector3d cosines(1, std::cos(Radians(150)), -1);
-    const Eigen::MatrixXcd pressure =
-        SphereSurfacePressure(radius, cosines, Eigen::VectorXd::Constant(1, 18000));
-    EXPECT_NEAR(20 * std::log10(std::abs(pressure(0, 0))), 6.02, 0.1);
-    EXPECT_GT(std::abs(pressure(2, 0)), 1.7 * std::abs(pressure(1, 0)));
 }
 
 TEST(Erb, Scale_HasThePublishedValues) {
@@ -144,12 +116,7 @@ TEST(SofaReader, ADamagedFile_IsRefusedByName) {
     for (const std::string& content : {std::string(), std::string("sr=44100\n"), bytes.substr(0, 3000),
                                        bytes.substr(0, bytes.size() / 2)}) {
         std::ofstream(path, std::ios::binary) << content;
-        try {
-            ReadSofa(path);
-            ADD_FAILURE() << content.size() << " bytes were taken";
-        } catch (const slib::BadDataException& fault) {
-            EXPECT_NE(std::string(fault.what()).find(path), std::string::npos);
-        }
+        EXPECT_NE(testing_support::Failure([&] { ReadSofa(path); }).find(path), std::string::npos);
     }
     std::remove(path.c_str());
     EXPECT_THROW(ReadSofa(path), slib::BadDataException);
@@ -278,18 +245,14 @@ TEST(HeadCheck, HorizontalDifferences_OfTheSphereFollowTheLowFrequencyLimit) {
 
 TEST(Magls, OptionsThatMakeNoSense_AreRefused) {
     const HeadSpectra head = PrepareSphereHead(SphereHead(), 48000);
-    const auto with = [](auto change) {
+    void (*const changes[])(MaglsOptions&) = {
+        [](auto& o) { o.order = 0; },          [](auto& o) { o.order = 30; },
+        [](auto& o) { o.ringLength = 500; },   [](auto& o) { o.ringLength = 4096; },
+        [](auto& o) { o.startLatency = 256; }, [](auto& o) { o.crossover = -1; },
+        [](auto& o) { o.frontalEnergy = NAN; }};
+    for (const auto change : changes) {
         MaglsOptions options;
         change(options);
-        return options;
-    };
-    for (const MaglsOptions& options :
-         {with([](MaglsOptions& o) { o.order = 0; }), with([](MaglsOptions& o) { o.order = 30; }),
-          with([](MaglsOptions& o) { o.ringLength = 500; }),
-          with([](MaglsOptions& o) { o.ringLength = 4096; }),
-          with([](MaglsOptions& o) { o.startLatency = 256; }),
-          with([](MaglsOptions& o) { o.crossover = -1; }),
-          with([](MaglsOptions& o) { o.frontalEnergy = NAN; })}) {
         EXPECT_THROW(DesignMagls(head, options), slib::BadParameterException);
     }
 }

@@ -7,13 +7,12 @@
 #include <cmath>
 #include <limits>
 #include <numbers>
-#include <random>
-#include <string>
 #include <thread>
 #include <tuple>
 #include <vector>
 
-#include "slib/exception.h"
+#include "failure.h"
+#include "noise.h"
 
 namespace hcml {
 namespace {
@@ -32,14 +31,12 @@ std::complex<double> Bin(const std::vector<double>& signal, std::size_t k) {
 }
 
 TYPED_TEST(DFTs, ForwardIsTheUnscaledSum_AndInverseGivesTheSignalBack) {
-    std::minstd_rand generator;
     DFT<TypeParam> dft;
     for (std::uint32_t size = 1; size <= 512; size *= 2) {
         dft.setSize(size);
-        std::vector<double> signal(size);
-        GenericVector<TypeParam, 1> values(size), back;
-        for (std::uint32_t n = 0; n < size; ++n)
-            signal[n] = values[n] = std::uniform_real_distribution<TypeParam>(-1, 1)(generator);
+        const auto values = testing_support::Noise<GenericVector<TypeParam, 1>>(size);
+        const std::vector<double> signal(values.begin(), values.end());
+        GenericVector<TypeParam, 1> back;
         GenericVector<std::complex<TypeParam>, 1> bins(size / 2 + 1);
         std::vector<TypeParam> real(bins.size), imaginary(bins.size), splitBack(size);
         dft.forward(values.data, bins.data);
@@ -64,13 +61,8 @@ TYPED_TEST(DFTs, SetSize_RefusesWhatIsNoPowerOfTwo_AndKeepsThePlansOfTheSameSize
     DFT<TypeParam> dft;
     dft.setSize(8);
     const auto before = std::tuple(dft.timeBuffer, dft.frequencyBuffer, dft.forwardPlan, dft.inversePlan);
-    const auto failure = [&](std::uint32_t size) -> std::string {
-        try {
-            dft.setSize(size);
-        } catch (const slib::StringException& e) {
-            return e.what();
-        }
-        return "";
+    const auto failure = [&](std::uint32_t size) {
+        return testing_support::Failure<slib::StringException>([&] { dft.setSize(size); });
     };
     EXPECT_EQ(failure(0), "A DFT size may not be zero.");
     EXPECT_EQ(failure(3), "DFT size must be a power of two.");

@@ -1,6 +1,6 @@
 // Each kernel against the loop that says what it computes, bit for bit, on every vector target of this
 // machine. Blocks have exactly the floats that a kernel may touch, so that the address sanitizer sees any
-// other.
+// other. The Fourier kernel is tested with the partitioned transformer, which is nothing but kernels.
 
 #include <gtest/gtest.h>
 
@@ -9,18 +9,21 @@
 #include <cstring>
 #include <memory>
 #include <random>
-#include <string>
 #include <vector>
 
-#include "hwy/targets.h"
+#include "numeric/kernels/cascadekernel.h"
 #include "numeric/kernels/firstorderkernel.h"
 #include "numeric/kernels/gainkernel.h"
 #include "numeric/kernels/linearkernel.h"
 #include "numeric/kernels/mixkernel.h"
 #include "numeric/kernels/sinckernel.h"
+#include "numeric/kernels/spectrumkernel.h"
+#include "vectortargets.h"
 
 namespace hcml {
 namespace {
+
+using testing_support::OnEveryTarget;
 
 std::minstd_rand generator;
 
@@ -63,18 +66,6 @@ std::vector<float*> Pointers(const std::vector<Row>& rows) {
     return pointers;
 }
 
-class Kernels : public testing::TestWithParam<std::int64_t> {
-protected:
-    void SetUp() override { Use(GetParam()); }
-    void TearDown() override { Use(0); }
-
-    // 0 is what the machine has.
-    static void Use(std::int64_t target) {
-        hwy::SetSupportedTargetsForTest(target);
-        hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-    }
-};
-
 void TestMix(std::uint32_t channelCount, std::uint32_t sourceCount, std::uint32_t vectors) {
     const std::vector<Row> channels = Rows(channelCount, vectors * 4, 1);
     const std::vector<Row> sources = Rows(sourceCount, vectors * 4, 2);
@@ -90,31 +81,35 @@ void TestMix(std::uint32_t channelCount, std::uint32_t sourceCount, std::uint32_
     EXPECT_EQ(channels, expected) << channelCount << " " << sourceCount << " " << vectors;
 }
 
-TEST_P(Kernels, MixSources_EqualsOnePassASource) {
-    for (std::uint32_t channels = 1; channels <= 27; ++channels)
-        for (const std::uint32_t sources : {0u, 1u, 7u, 127u, 129u, 300u})
-            TestMix(channels, sources, 23 + channels % 5);
-    for (std::uint32_t vectors = 0; vectors < 70; ++vectors)
-        TestMix(4 + vectors % 2, 3, vectors);
+TEST(Kernels, MixSources_EqualsOnePassASource) {
+    OnEveryTarget([] {
+        for (std::uint32_t channels = 1; channels <= 27; ++channels)
+            for (const std::uint32_t sources : {0u, 1u, 7u, 127u, 129u, 300u})
+                TestMix(channels, sources, 23 + channels % 5);
+        for (std::uint32_t vectors = 0; vectors < 70; ++vectors)
+            TestMix(4 + vectors % 2, 3, vectors);
+    });
 }
 
-TEST_P(Kernels, Gains_EqualTheLoopsInPlaceAndNot) {
-    for (std::uint32_t vectors = 0; vectors < 70; ++vectors) {
-        const Row source(vectors * 4, vectors), product(source), sum(vectors * 4, vectors / 3),
-            doubled(source);
-        const Row target(vectors * 4, vectors / 2), expectedSum(sum);
-        for (std::uint32_t i = 0; i < vectors * 4; ++i) {
-            product.data()[i] *= 0.7f;
-            expectedSum.data()[i] += source.data()[i] * 0.7f;
+TEST(Kernels, Gains_EqualTheLoopsInPlaceAndNot) {
+    OnEveryTarget([] {
+        for (std::uint32_t vectors = 0; vectors < 70; ++vectors) {
+            const Row source(vectors * 4, vectors), product(source), sum(vectors * 4, vectors / 3),
+                doubled(source);
+            const Row target(vectors * 4, vectors / 2), expectedSum(sum);
+            for (std::uint32_t i = 0; i < vectors * 4; ++i) {
+                product.data()[i] *= 0.7f;
+                expectedSum.data()[i] += source.data()[i] * 0.7f;
+            }
+            MultiplyRow(target.data(), source.data(), 0.7f, vectors);
+            EXPECT_EQ(target, product) << vectors;
+            MultiplyAddRow(sum.data(), source.data(), 0.7f, vectors);
+            EXPECT_EQ(sum, expectedSum) << vectors;
+            MultiplyAddRow(doubled.data(), doubled.data(), 1.0f, vectors);
+            MultiplyRow(doubled.data(), doubled.data(), 0.5f, vectors);
+            EXPECT_EQ(doubled, source) << vectors;
         }
-        MultiplyRow(target.data(), source.data(), 0.7f, vectors);
-        EXPECT_EQ(target, product) << vectors;
-        MultiplyAddRow(sum.data(), source.data(), 0.7f, vectors);
-        EXPECT_EQ(sum, expectedSum) << vectors;
-        MultiplyAddRow(doubled.data(), doubled.data(), 1.0f, vectors);
-        MultiplyRow(doubled.data(), doubled.data(), 0.5f, vectors);
-        EXPECT_EQ(doubled, source) << vectors;
-    }
+    });
 }
 
 void TestLinear(std::uint32_t count, LinearWalk walk) {
@@ -131,14 +126,16 @@ void TestLinear(std::uint32_t count, LinearWalk walk) {
     EXPECT_EQ(output, expected) << count << " at " << walk.position << " by " << walk.step;
 }
 
-TEST_P(Kernels, InterpolateLinear_EqualsTheFormulaAtAnyStepAndPosition) {
-    const std::uint64_t steps[] = {1,     2000,  32768,  60211,  65535,  65536,   65537,
-                                   71332, 98304, 131071, 131072, 131073, 1000000, 1 << 22};
-    for (const std::uint64_t step : steps)
-        for (const std::uint64_t position : {0u, 1u, 65535u, 65536u, 5000000u})
-            for (std::uint32_t count = 1; count < 260; count += count < 70 ? 1 : 37)
-                TestLinear(count, {position, step});
-    InterpolateLinear(nullptr, 0, nullptr, {0, 65536});
+TEST(Kernels, InterpolateLinear_EqualsTheFormulaAtAnyStepAndPosition) {
+    OnEveryTarget([] {
+        const std::uint64_t steps[] = {1,     2000,  32768,  60211,  65535,  65536,   65537,
+                                       71332, 98304, 131071, 131072, 131073, 1000000, 1 << 22};
+        for (const std::uint64_t step : steps)
+            for (const std::uint64_t position : {0u, 1u, 65535u, 65536u, 5000000u})
+                for (std::uint32_t count = 1; count < 260; count += count < 70 ? 1 : 37)
+                    TestLinear(count, {position, step});
+        InterpolateLinear(nullptr, 0, nullptr, {0, 65536});
+    });
 }
 
 // The sum by the rule: upper half onto lower half.
@@ -166,13 +163,15 @@ void TestSinc(std::uint32_t count, std::uint32_t taps, SincWalk walk) {
     EXPECT_EQ(output, expected) << count << " of " << taps << " at " << walk.position << " by " << walk.step;
 }
 
-TEST_P(Kernels, ProduceSinc_EqualsTheFoldedSum) {
-    for (const std::uint32_t taps : {4u, 8u, 16u})
-        for (const std::uint32_t step : {1u, 481689u, 1u << 19, 1100000u, 1u << 25})
-            for (const std::uint32_t position : {0u, (1u << 19) - 1, 600u << 19 | 77777u})
-                for (std::uint32_t count = 1; count < 50; ++count)
-                    TestSinc(count, taps, {position, step});
-    ProduceSinc(nullptr, 0, nullptr, {nullptr, 4}, {0, 1});
+TEST(Kernels, ProduceSinc_EqualsTheFoldedSum) {
+    OnEveryTarget([] {
+        for (const std::uint32_t taps : {4u, 8u, 16u})
+            for (const std::uint32_t step : {1u, 481689u, 1u << 19, 1100000u, 1u << 25})
+                for (const std::uint32_t position : {0u, (1u << 19) - 1, 600u << 19 | 77777u})
+                    for (std::uint32_t count = 1; count < 50; ++count)
+                        TestSinc(count, taps, {position, step});
+        ProduceSinc(nullptr, 0, nullptr, {nullptr, 4}, {0, 1});
+    });
 }
 
 void TestFirstOrder(std::uint32_t count, std::uint32_t frames, bool inPlace) {
@@ -198,15 +197,82 @@ void TestFirstOrder(std::uint32_t count, std::uint32_t frames, bool inPlace) {
         EXPECT_EQ(sections[r].y1, memories[r]) << r << " of " << count << " " << frames;
 }
 
-TEST_P(Kernels, FirstOrderSections_EqualOneAloneInPlaceAndNot) {
-    for (std::uint32_t count = 0; count <= 37; ++count)
-        for (const std::uint32_t frames : {0u, 1u, 3u, 4u, 5u, 46u})
-            for (const bool inPlace : {false, true})
-                TestFirstOrder(count, frames, inPlace);
+TEST(Kernels, FirstOrderSections_EqualOneAloneInPlaceAndNot) {
+    OnEveryTarget([] {
+        for (std::uint32_t count = 0; count <= 37; ++count)
+            for (const std::uint32_t frames : {0u, 1u, 3u, 4u, 5u, 46u})
+                for (const bool inPlace : {false, true})
+                    TestFirstOrder(count, frames, inPlace);
+    });
 }
 
-INSTANTIATE_TEST_SUITE_P(Targets, Kernels, testing::ValuesIn(hwy::SupportedAndGeneratedTargets()),
-                         [](const auto& target) { return std::string(hwy::TargetName(target.param)); });
+void TestSpectra(std::uint32_t productCount, std::uint32_t vectors) {
+    const std::size_t floats = std::size_t{vectors} * 4;
+    std::vector<SpectrumProduct> products;
+    // Real and imaginary parts: of the two sums, then of a signal and two responses for each product.
+    const std::vector<Row> rows = Rows(4 + 6 * productCount, floats, 1), expected = rows;
+    Row one[] = {rows[0], rows[1]};
+    for (std::uint32_t p = 0; p < productCount; ++p) {
+        const Row* const r = &rows[4 + 6 * p];
+        products.push_back(
+            {r[0].data(), r[1].data(), {r[2].data(), r[4].data()}, {r[3].data(), r[5].data()}});
+        for (std::uint32_t sum = 0; sum < 2; ++sum)
+            for (std::size_t i = 0; i < floats; ++i) {
+                const float x = r[0].data()[i], y = r[1].data()[i];
+                const float re = r[2 + 2 * sum].data()[i], im = r[3 + 2 * sum].data()[i];
+                expected[2 * sum].data()[i] += re * x - im * y;
+                expected[2 * sum + 1].data()[i] += re * y + im * x;
+            }
+    }
+    AddSpectrumProducts({one[0].data(), one[1].data()}, products.data(), productCount, vectors);
+    AddSpectrumProductsToTwo({{rows[0].data(), rows[1].data()}, {rows[2].data(), rows[3].data()}},
+                             products.data(), productCount, vectors);
+    EXPECT_EQ(rows, expected) << vectors;
+    EXPECT_TRUE(one[0] == expected[0] && one[1] == expected[1]) << vectors;
+}
+
+TEST(Kernels, ProductsOfSpectraAddedToOneSumAndToTwo_EqualTheFormula) {
+    OnEveryTarget([] {
+        for (std::uint32_t vectors = 0; vectors < 40; ++vectors)
+            TestSpectra(vectors % 6, vectors);
+    });
+}
+
+// Two blocks, of 47 and 8 frames.
+void TestCascades(std::uint32_t count) {
+    const std::vector<Row> inputs = Rows(count, 55, 1), outputs = Rows(count, 55, 2), expected = outputs;
+    std::uniform_real_distribution<float> noise(-0.5, 0.5);
+    std::vector<SecondOrderSection> sections(std::size_t{count} * 3);
+    for (SecondOrderSection& s : sections)
+        for (double* value : {&s.a1, &s.a2, &s.b1, &s.b2, &s.b0, &s.s0, &s.s1})
+            *value = noise(generator);
+    std::vector<SecondOrderSection> own = sections;
+    std::vector<CascadeRow> rows, later;
+    for (std::uint32_t r = 0; r < count; ++r) {
+        rows.push_back({inputs[r].data(), outputs[r].data(), &sections[3 * r]});
+        later.push_back({inputs[r].data() + 47, outputs[r].data() + 47, &sections[3 * r]});
+        for (std::uint32_t i = 0; i < 55; ++i) {
+            double x = inputs[r].data()[i];
+            for (SecondOrderSection* s = &own[3 * r]; s < &own[3 * r] + 3; ++s) {
+                const double w = (x - s->a2 * s->s1) - s->a1 * s->s0;
+                x = (s->b1 * s->s0 + s->b2 * s->s1) + s->b0 * w;
+                s->s1 = s->s0;
+                s->s0 = w;
+            }
+            expected[r].data()[i] += static_cast<float>(x) * 0.7f;
+        }
+    }
+    AddCascades(rows.data(), count, 47, 0.7f);
+    AddCascades(later.data(), count, 8, 0.7f);
+    EXPECT_EQ(outputs, expected) << count;
+}
+
+TEST(Kernels, AddCascades_EqualsTheSectionsOneAfterTheOther) {
+    OnEveryTarget([] {
+        for (std::uint32_t count = 1; count <= 26; ++count)
+            TestCascades(count);
+    });
+}
 
 }  // namespace
 }  // namespace hcml

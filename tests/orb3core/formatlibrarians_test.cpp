@@ -7,11 +7,11 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <string>
 #include <vector>
 
+#include "failure.h"
 #include "orb3core/acousticfactory.h"
 #include "orb3core/directoryformatlibrarian.h"
 #include "orb3core/formatlibraries.h"
@@ -19,6 +19,7 @@
 #include "orb3core/pakformatlibrarian.h"
 #include "orb3core/pakwriter.h"
 #include "orb3core/transformresampling.h"
+#include "process.h"
 #include "slib/exception.h"
 #include "slib/files.h"
 #include "temporaryfolder.h"
@@ -38,6 +39,10 @@ const ConversionTag first{"a", "b", "m"};   // 2 to 3 channels, stored
 const ConversionTag second{"b", "c", "m"};  // 3 to 1
 const ConversionTag chained{"a", "c", "m"};
 const ConversionTag nested{"a", "c", "n"};
+
+Conversion Of(const ConversionTag& tag, const decltype(Conversion::chain)& chain = {}, double gain = 1) {
+    return {tag, Priority::Normal, false, chain, gain, ""};
+}
 
 // Values that floats hold, all around the window, which may reach over the end of the ring.
 Transform Noise(std::uint32_t rows, std::uint32_t columns, std::uint32_t start, int rate = 48000) {
@@ -59,25 +64,13 @@ struct Library {
         CreateDirectoryLibrary(path, "t", isPacked);
         const auto library = Open();
         for (const auto& [tag, count] : {std::pair{"a", 2u}, {"b", 3u}, {"c", 1u}}) {
-            Format format;
-            format.tag = tag;
-            format.name = std::string("Format ") + tag;
-            format.channelCount = count;
-            format.quillFormat = int(count) - 1;
-            library->storeFormat(format);
+            const std::string name = std::string("Format ") + tag;
+            library->storeFormat({tag, name, {}, int(count) - 1, {}, {}, count});
         }
         library->storeMethod({"m", "Method m", ""});
-        for (const auto& [tag, chain, gain] : {std::tuple{first, std::vector<ConversionTag>{}, 1.0},
-                                               {second, {}, 1.0},
-                                               {chained, {first, second}, 0.5},
-                                               {nested, {chained}, -2.0}}) {
-            Conversion conversion;
-            static_cast<ConversionTag&>(conversion) = tag;
-            conversion.gain = gain;
-            for (const ConversionTag& link : chain)
-                conversion.chain.append(link);
+        for (const Conversion& conversion :
+             {Of(first), Of(second), Of(chained, {first, second}, 0.5), Of(nested, {chained}, -2)})
             library->storeConversion(conversion);
-        }
         library->storeTransform(first, base, Noise(2, 3, 10));
         library->storeTransform(second, base, Noise(3, 1, 14));
         library->commit();
@@ -131,12 +124,7 @@ double At(const Transform& transform, std::uint32_t row, std::uint32_t column, i
 }
 
 std::string TextOf(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const slib::StringException& failure) {
-        return failure.what();
-    }
-    return "";
+    return testing_support::Failure<slib::StringException>(action);
 }
 
 struct TestLog : slib::Log {
@@ -211,48 +199,45 @@ TEST(FormatLibrarians, AskedForWhatIsNotThere_SayWhat) {
     const auto library = files.Open();
     library->storeTransform(chained, generated, Noise(2, 1, 0));
     library->eraseTransform(second, 48000);
-    Conversion plain;
-    static_cast<ConversionTag&>(plain) = first;
-    Transform transform = Noise(2, 2, 0);
+    const Transform transform = Noise(2, 2, 0);
+    const ConversionTag backwards{"b", "a", "m"};
     FormatRegistrar& registrar = *library;
-    const std::pair<std::function<void()>, const char*> cases[] = {
-        {[&] { registrar.findFormat("x"); }, "Format tag 'x' is unknown."},
-        {[&] { registrar.findFormatByQuillId(9); }, "QUILL format ID unknown."},
-        {[&] { registrar.findMethod("x"); }, "Method tag 'x' is unknown."},
-        {[&] {
-             registrar.findConversion({"b", "a", "m"});
-         },
-         "No conversion was available from 'Format b' to 'Format a' by 'Method m'."},
-        {[&] { Read(registrar, first, 8000); }, "A transform was not present in a format library."},
-        {[&] { Read(registrar, second); }, "A transform was not present in a format library."},
-        {[&] { registrar.eraseFormat("x"); }, "Format 'x' was not found."},
-        {[&] { registrar.eraseMethod("x"); }, "Method 'x' was not found."},
-        {[&] { registrar.storeConversion(plain); },
-         "A conversion ('a->b(m)') cannot be overwritten as it still has associated transforms."},
-        {[&] { registrar.eraseConversion(chained); },
-         "A conversion ('a->c(m,composite)') cannot be deleted as it still has associated transforms."},
-        {[&] {
-             registrar.eraseConversion({"b", "a", "m"});
-         },
-         "A conversion was not found."},
-        {[&] { registrar.eraseTransform(first, 8000); },
-         "The expected sample rate was not found for a particular conversion (while looking for 'a->b(m)')."},
-        {[&] { registrar.storeTransform(first, {}, Noise(2, 3, 0)); },
-         "Storage of impossible transforms is not supported."},
-        {[&] { registrar.storeTransform(nested, base, Noise(2, 1, 0)); },
-         "Only generated data can be stored for a composite conversion."},
-        {[&] { registrar.storeTransform(second, base, transform); },
-         "There was a mismatch between the number of rows submitted in the transform (2) and the number of "
-         "channels in the input format (3)."},
-        {[&] { registrar.storeTransform(first, base, transform); },
-         "There was a mismatch between the number of columns submitted in the transform (2) and the number "
-         "of "
-         "channels in the output format (3)."},
-        {[&] { registrar.refresh(); }, "Cannot refresh format library as there is pending data to write."},
-        {[&] { createLibrarian("lib.xml", factory, nullptr, false); },
-         "Unable to prepare Format Librarian."}};
-    for (const auto& [action, text] : cases)
+    const auto expect = [](const std::string& text, const std::function<void()>& action) {
         EXPECT_EQ(TextOf(action), text);
+    };
+    const std::string absent = "A transform was not present in a format library.";
+    const std::string mismatch = "There was a mismatch between the number of ";
+    const std::string pending = " as it still has associated transforms.";
+    expect("Format tag 'x' is unknown.", [&] { registrar.findFormat("x"); });
+    expect("QUILL format ID unknown.", [&] { registrar.findFormatByQuillId(9); });
+    expect("Method tag 'x' is unknown.", [&] { registrar.findMethod("x"); });
+    expect("No conversion was available from 'Format b' to 'Format a' by 'Method m'.",
+           [&] { registrar.findConversion(backwards); });
+    expect(absent, [&] { Read(registrar, first, 8000); });
+    expect(absent, [&] { Read(registrar, second); });
+    expect("Format 'x' was not found.", [&] { registrar.eraseFormat("x"); });
+    expect("Method 'x' was not found.", [&] { registrar.eraseMethod("x"); });
+    expect("A conversion ('a->b(m)') cannot be overwritten" + pending,
+           [&] { registrar.storeConversion(Of(first)); });
+    expect("A conversion ('a->c(m,composite)') cannot be deleted" + pending,
+           [&] { registrar.eraseConversion(chained); });
+    expect("A conversion was not found.", [&] { registrar.eraseConversion(backwards); });
+    expect(
+        "The expected sample rate was not found for a particular conversion (while looking for 'a->b(m)').",
+        [&] { registrar.eraseTransform(first, 8000); });
+    expect("Storage of impossible transforms is not supported.",
+           [&] { registrar.storeTransform(first, {}, Noise(2, 3, 0)); });
+    expect("Only generated data can be stored for a composite conversion.",
+           [&] { registrar.storeTransform(nested, base, Noise(2, 1, 0)); });
+    expect(
+        mismatch + "rows submitted in the transform (2) and the number of channels in the input format (3).",
+        [&] { registrar.storeTransform(second, base, transform); });
+    expect(mismatch +
+               "columns submitted in the transform (2) and the number of channels in the output format (3).",
+           [&] { registrar.storeTransform(first, base, transform); });
+    expect("Cannot refresh format library as there is pending data to write.", [&] { registrar.refresh(); });
+    expect("Unable to prepare Format Librarian.",
+           [&] { createLibrarian("lib.xml", factory, nullptr, false); });
 }
 
 // A library that another program made: keys and tags that lead elsewhere, or that mark a cache's files.
@@ -260,12 +245,8 @@ TEST(DirectoryLibrary, WithNamesThatAreNoFileNames_StaysInItsFolder) {
     const Library files;
     const auto library = files.Open();
     for (const char* tag : {"../up", "Mono"}) {
-        Format format;
-        format.tag = tag;
-        format.channelCount = 1;
-        library->storeFormat(format);
-        Conversion conversion;
-        static_cast<ConversionTag&>(conversion) = {tag, "c", "m"};
+        library->storeFormat({tag, "", {}, 0, {}, {}, 1});
+        const Conversion conversion = Of({tag, "c", "m"});
         library->storeConversion(conversion);
         library->storeTransform(conversion, base, Noise(1, 1, 2));
         library->commit();
@@ -313,8 +294,7 @@ class FailingCommit : public testing::TestWithParam<bool> {};
 TEST_P(FailingCommit, AtAnyWrite_LeavesTheOldLibraryWholeAndTheNewOnePending) {
     for (rlim_t limit = 16; limit < 6000; limit += limit < 400 ? 48 : 900) {
         const Library files;
-        const pid_t child = fork();
-        if (child == 0) {
+        const int code = testing_support::RunInChild([&] {
             const auto library = files.Open();
             library->storeTransform(first, base, Noise(2, 3, 4));
             for (int rate = 8000; rate < 8016; ++rate)
@@ -322,18 +302,16 @@ TEST_P(FailingCommit, AtAnyWrite_LeavesTheOldLibraryWholeAndTheNewOnePending) {
             signal(SIGXFSZ, GetParam() ? SIG_DFL : SIG_IGN);
             const rlimit full{limit, RLIM_INFINITY};
             setrlimit(RLIMIT_FSIZE, &full);
-            if (TextOf([&] { library->commit(); }).empty()) _exit(0);
-            if (!library->hasPendingData()) _exit(2);
-            if (!(Read(*library, first).impulses == Noise(2, 3, 4).impulses)) _exit(3);
+            if (TextOf([&] { library->commit(); }).empty()) return 0;
+            if (!library->hasPendingData()) return 2;
+            if (!(Read(*library, first).impulses == Noise(2, 3, 4).impulses)) return 3;
             const rlimit none{RLIM_INFINITY, RLIM_INFINITY};
             setrlimit(RLIMIT_FSIZE, &none);
             library->commit();
-            _exit(Read(*files.Open(), first).impulses == Noise(2, 3, 4).impulses ? 0 : 4);
-        }
-        int status = 0;
-        waitpid(child, &status, 0);
-        const bool isNew = WIFEXITED(status);
-        EXPECT_EQ(isNew ? WEXITSTATUS(status) : 0, 0) << limit;
+            return Read(*files.Open(), first).impulses == Noise(2, 3, 4).impulses ? 0 : 4;
+        });
+        const bool isNew = code == 0;
+        EXPECT_TRUE(isNew || code == 128 + SIGXFSZ) << limit << " " << code;
         const auto library = files.Open();
         ExpectEqual(Read(*library, first), isNew ? Noise(2, 3, 4) : Noise(2, 3, 10));
         EXPECT_EQ(StatusOf(*library, second, 8015).possible, isNew) << limit;
@@ -453,17 +431,9 @@ TEST(ProcessingLibrary, AtAnotherRate_ResamplesOnceIntoRingsOfAPowerOfTwo) {
 TEST(ProcessingLibrary, ThatCanNotMakeATransform_SaysWhy) {
     const Library files;
     const auto library = openFormatLibrary(files.path, factory, nullptr, false, false);
-    Conversion loop;
-    static_cast<ConversionTag&>(loop) = {"c", "c", "m"};
-    loop.chain.append(loop);
-    library->storeConversion(loop);
-    Conversion empty;
-    static_cast<ConversionTag&>(empty) = {"c", "b", "m"};
-    library->storeConversion(empty);
-    Conversion missing = empty;
-    missing.method = "n";
-    missing.chain.append(empty);
-    library->storeConversion(missing);
+    const ConversionTag loop{"c", "c", "m"}, empty{"c", "b", "m"}, missing{"c", "b", "n"};
+    for (const Conversion& conversion : {Of(loop, {loop}), Of(empty), Of(missing, {empty})})
+        library->storeConversion(conversion);
     EXPECT_FALSE(StatusOf(*library, empty, 48000).possible);
     EXPECT_EQ(TextOf([&] { Read(*library, empty); }), "The requested transform cannot be provided.");
     EXPECT_EQ(

@@ -2,8 +2,8 @@
 
 #include <string>
 
+#include "failure.h"
 #include "orb3core/formatlibrarian.h"
-#include "slib/exception.h"
 
 namespace {
 
@@ -92,25 +92,20 @@ TEST(Format, Copied_SharesItsAcousticAndAfterAFailedReadKeepsEverything) {
 }
 
 TEST(Conversion, Validate_AsksForNamesAndAChainThatLinksUp) {
+    const std::string blank = "A conversion has a blank format.";
+    const std::string broken = "A format composite chain does not link up properly.";
     const std::pair<std::string, std::string> cases[] = {
         {composite, ""},
-        {With(composite, "\"A\" Inf", "\"\" Inf"), "A conversion has a blank format."},
-        {With(composite, "ToFormat=\"C\">", "ToFormat=\"\">"), "A conversion has a blank format."},
+        {With(composite, "\"A\" Inf", "\"\" Inf"), blank},
+        {With(composite, "ToFormat=\"C\">", "ToFormat=\"\">"), blank},
         {With(composite, "\"M\"", "\"\""), "A conversion has a blank method."},
-        {With(composite, "\"A\" Inf", "\"X\" Inf"), "A format composite chain does not link up properly."},
-        {With(composite, "\"B\" Method", "\"X\" Method"),
-         "A format composite chain does not link up properly."},
-        {With(composite, "\"C\"/>", "\"X\"/>"), "A format composite chain does not link up properly."},
-    };
+        {With(composite, "\"A\" Inf", "\"X\" Inf"), broken},
+        {With(composite, "\"B\" Method", "\"X\" Method"), broken},
+        {With(composite, "\"C\"/>", "\"X\"/>"), broken}};
     for (const auto& [text, message] : cases) {
         Conversion conversion;
         conversion.Read(SXMLNode(text));
-        try {
-            conversion.validate();
-            EXPECT_EQ(message, "");
-        } catch (const slib::BadDataException& e) {
-            EXPECT_EQ(e.what(), message);
-        }
+        EXPECT_EQ(testing_support::Failure([&] { conversion.validate(); }), message);
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <string>
 
 #include "orb3core/audiorendererconfig.h"
@@ -60,28 +61,19 @@ TEST(GoalConfig, Defaults_WriteAllKeysInByteOrder) {
 }
 
 TEST(GoalConfig, ValuesOutOfRange_AreCorrectedInSilence) {
-    struct Case {
-        const char *key, *text, *written;
-    };
-    const Case cases[] = {{"Gain", "-1", "1"},
-                          {"Gain", "inf", "1"},
-                          {"Gain", "nan", "1"},
-                          {"Gain", "loud", "0"},
-                          {"Order", "0", "1"},
-                          {"Order", "99999999999", "4"},
-                          {"SuggestedBufferLength", "-99999999999", "64"},
-                          {"SuggestedBufferCount", "0", "1"},
-                          {"DefaultSampleRate", "0", "48000"},
-                          {"DefaultSampleRate", "1", "1"},
-                          {"DefaultFilterOrder", "2", "2"},
-                          {"DefaultFilterOrder", "3", "1"},
-                          {"SRC", "off", "Linear"},
-                          {"SRC", "Off", "Off"},
-                          {"SRC", "SincHigh", "SincHigh"},
-                          {"EffectsQuality", "Low", "Low"},
-                          {"EffectsQuality", "high", "Medium"}};
-    for (const Case& c : cases)
-        EXPECT_EQ(ReadWith(c.key, c.text).CreateNode()->GetAttribute(c.key), c.written) << c.key << c.text;
+    // By key, what is read and what is written for it.
+    const std::map<std::string, std::map<std::string, std::string>> cases{
+        {"Gain", {{"-1", "1"}, {"inf", "1"}, {"nan", "1"}, {"loud", "0"}}},
+        {"Order", {{"0", "1"}, {"99999999999", "4"}}},
+        {"SuggestedBufferLength", {{"-99999999999", "64"}}},
+        {"SuggestedBufferCount", {{"0", "1"}}},
+        {"DefaultSampleRate", {{"0", "48000"}, {"1", "1"}}},
+        {"DefaultFilterOrder", {{"2", "2"}, {"3", "1"}}},
+        {"SRC", {{"off", "Linear"}, {"Off", "Off"}, {"SincHigh", "SincHigh"}}},
+        {"EffectsQuality", {{"Low", "Low"}, {"high", "Medium"}}}};
+    for (const auto& [key, texts] : cases)
+        for (const auto& [text, written] : texts)
+            EXPECT_EQ(ReadWith(key, text).CreateNode()->GetAttribute(key), written) << key << text;
     EXPECT_TRUE(ReadWith("UseFullLateReflections", "no bool at all").useFullLateReflections);
     GoalConfig broken;
     broken.sampleRateConversion = static_cast<orb3::SampleRateConversion>(5);

@@ -8,11 +8,11 @@
 #include <algorithm>
 #include <cmath>
 #include <random>
-#include <vector>
 
 #include "allocationcounter.h"
-#include "hwy/targets.h"
+#include "noise.h"
 #include "slib/exception.h"
+#include "vectortargets.h"
 
 namespace orb3 {
 namespace {
@@ -24,34 +24,27 @@ constexpr float threshold = 1e-8f;
 
 std::minstd_rand generator;
 
-float Noise() {
-    return std::uniform_real_distribution<float>(-1, 1)(generator);
-}
-
 struct Case {
     std::uint32_t inputs, outputs, width, start, length, block;
 };
 
 // Every third pair has no response.
 Transform RandomTransform(const Case& c) {
-    Transform transform;
-    transform.sampleRate = 48000;
-    transform.start = c.start;
-    transform.width = c.width;
-    transform.impulses.resize(c.inputs, c.outputs);
+    Transform transform{48000, c.start, c.width, {c.inputs, c.outputs}};
+    std::uniform_real_distribution<float> noise(-1, 1);
     for (std::uint32_t pair = 0; pair < transform.impulses.size; ++pair) {
         hcml::GenericVector<float, 1>& ring = transform.impulses[pair];
         ring.resize(c.length);
         ring.fill(0);
         for (std::uint32_t k = 0; k < c.width && pair % 3 != 2; ++k)
-            ring[(c.start + k) % c.length] = Noise();
+            ring[(c.start + k) % c.length] = noise(generator);
     }
     return transform;
 }
 
 Matrix RandomSignal(std::uint32_t frames, std::uint32_t channels) {
     Matrix signal(frames, channels);
-    std::generate(signal.begin(), signal.end(), Noise);
+    testing_support::FillWithNoise(signal, generator);
     return signal;
 }
 
@@ -116,33 +109,8 @@ INSTANTIATE_TEST_SUITE_P(Shapes, Transformer,
                                          Case{25, 2, 512, 0, 512, 256}, Case{9, 5, 1500, 2000, 2048, 480},
                                          Case{16, 8, 1026, 1, 2048, 513}, Case{3, 4, 5000, 7000, 8192, 1024},
                                          Case{7, 1, 5000, 3, 8192, 128}, Case{1, 3, 40, 20, 64, 1},
-                                         Case{2, 2, 33, 0, 64, 11}));
-
-struct Tap {
-    std::uint32_t at, start, block;
-};
-
-class Latency : public testing::TestWithParam<Tap> {};
-
-TEST_P(Latency, ATapOfOne_DelaysByItsDistanceFromTheStartToTheSample) {
-    const Tap tap = GetParam();
-    Transform transform = RandomTransform({2, 3, 2048, tap.start, 2048, tap.block});
-    for (auto& ring : transform.impulses)
-        ring.fill(0);
-    transform.impulses(1, 2)[(tap.start + tap.at) % 2048] = 1;
-    UnbufferedPartitionedTransformer_v4 transformer;
-    transformer.configure(transform, threshold, tap.block);
-    const Matrix input = RandomSignal((2048 / tap.block + 3) * tap.block, 2);
-    const Matrix output = Process(transformer, input);
-    for (std::uint32_t frame = 0; frame < output.rows; ++frame) {
-        EXPECT_NEAR(output(frame, 2), frame < tap.at ? 0 : input(frame - tap.at, 1), 1e-6) << frame;
-        EXPECT_EQ(output(frame, 0), 0) << frame;
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(Taps, Latency,
-                         testing::Values(Tap{0, 0, 480}, Tap{479, 0, 480}, Tap{480, 5, 480}, Tap{1, 2047, 64},
-                                         Tap{2047, 1024, 512}, Tap{64, 2000, 64}));
+                                         Case{2, 2, 33, 0, 64, 11}, Case{2, 3, 2048, 1024, 2048, 512},
+                                         Case{2, 3, 2048, 5, 2048, 480}, Case{2, 3, 2048, 2047, 2048, 64}));
 
 TEST(PartitionedTransformer, PartitionsUpToTheThreshold_AreDropped) {
     Transform transform = RandomTransform({2, 2, 128, 0, 128, 64});
@@ -161,17 +129,11 @@ TEST(PartitionedTransformer, EveryVectorTarget_GivesTheSameBits) {
     for (const std::uint32_t block : {8u, 16u, 32u, 250u}) {
         const Transform transform = RandomTransform({5, 5, 300, 0, 512, block});
         const Matrix input = RandomSignal(8 * block, 5);
-        std::vector<Matrix> outputs;
-        for (const std::int64_t target : hwy::SupportedAndGeneratedTargets()) {
-            hwy::SetSupportedTargetsForTest(target);
-            hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+        testing_support::ExpectSameOnEveryTarget([&] {
             UnbufferedPartitionedTransformer_v4 transformer;
             transformer.configure(transform, threshold, block);
-            outputs.push_back(Process(transformer, input));
-            EXPECT_EQ(outputs.back(), outputs[0]) << hwy::TargetName(target) << " " << block;
-        }
-        hwy::SetSupportedTargetsForTest(0);
-        hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+            return Process(transformer, input);
+        });
     }
 }
 

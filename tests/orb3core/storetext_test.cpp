@@ -11,16 +11,7 @@ struct Case {
     std::string text, repaired;
 };
 
-class Utf8 : public testing::TestWithParam<Case> {};
-
-// In the expected text "?" stands for the replacement character.
-TEST_P(Utf8, Repair_ReplacesEachByteThatIsNoPartOfASequence) {
-    std::string expected;
-    for (const char c : GetParam().repaired)
-        expected += c == '?' ? "\xEF\xBF\xBD" : std::string(1, c);
-    EXPECT_EQ(orb3::RepairUtf8(GetParam().text), expected);
-}
-
+// In the repaired text "?" stands for the replacement character.
 const Case utf8Cases[] = {
     {"", ""},
     {std::string("a\x01\x7F\0b", 5), "a\x01\x7F?b"},
@@ -29,13 +20,14 @@ const Case utf8Cases[] = {
     {"\xC1\xBF|\xE0\x9F\xBF|\xF0\x8F\xBF\xBF", "??|???|????"},            // longer than need be
     {"\xED\xA0\x80|\xF4\x90\x80\x80|\xF5\x80\x80\x80", "???|????|????"},  // no characters
     {"\x80|\xFF\xFE|\xE2\x82|\xF0\x9F\x8E\xE9|\xE2\x82", "?|??|??|????|??"}};
-INSTANTIATE_TEST_SUITE_P(Texts, Utf8, testing::ValuesIn(utf8Cases));
 
-class StoreText : public testing::TestWithParam<Case> {};
-
-TEST_P(StoreText, Repair_KeepsWhatCanBeUsedInOneSpelling) {
-    EXPECT_EQ(orb3::RepairStoreText(GetParam().text), GetParam().repaired);
-    EXPECT_EQ(orb3::RepairStoreText(GetParam().repaired), GetParam().repaired);
+TEST(RepairUtf8, EachByteThatIsNoPartOfASequence_IsReplaced) {
+    for (const auto& [text, repaired] : utf8Cases) {
+        std::string expected;
+        for (const char c : repaired)
+            expected += c == '?' ? "\xEF\xBF\xBD" : std::string(1, c);
+        EXPECT_EQ(orb3::RepairUtf8(text), expected);
+    }
 }
 
 const Case storeTextCases[] = {
@@ -60,7 +52,13 @@ const Case storeTextCases[] = {
     {"k=a\\n\\r\\t\\\\\\\"b\nl=C:\\games\\q\n", "k=a\\n\\r\\t\\\\\\\"b\nl=C:\\\\games\\\\q\n"},
     {"k=cut\\\nl=\"cut\\\n", "k=cut\\\\\nl=\"cut\\\\\"\n"},
     {"k=\xE3\x80\x80v \"q\"\n", "k=\"\xE3\x80\x80v \\\"q\\\"\"\n"}};
-INSTANTIATE_TEST_SUITE_P(Texts, StoreText, testing::ValuesIn(storeTextCases));
+
+TEST(RepairStoreText, KeepsWhatCanBeUsedInOneSpelling) {
+    for (const auto& [text, repaired] : storeTextCases) {
+        EXPECT_EQ(orb3::RepairStoreText(text), repaired);
+        EXPECT_EQ(orb3::RepairStoreText(repaired), repaired);
+    }
+}
 
 // What is a small letter is a question of the process's locale, as it is for the parser.
 TEST(StoreTextInALocale, KeysThatDifferInCase_AreOneWhereTheLocaleSaysSo) {

@@ -8,22 +8,19 @@
 #include <random>
 #include <string>
 #include <tuple>
-#include <utility>
 #include <vector>
 
 #include "allocationcounter.h"
+#include "failure.h"
 #include "pipe/pipeexception.h"
+#include "recordinglog.h"
 #include "testpipe.h"
 
 namespace {
 
+using testing_support::Failure;
 using testing_support::TestPipe;
 using Transform = orb3::strans::TimeDomainTransform<float, 1>;
-
-struct TestLog : slib::Log {
-    void Write(const std::string& text, bool isError) override { lines += (isError ? "E " : "I ") + text; }
-    std::string lines;
-};
 
 // From the first of two inputs to the first of two outputs: its copy at time zero. Begins `latency` samples
 // before that.
@@ -46,7 +43,7 @@ struct Rig {
     }
     TestPipe* const test;
     const audiopipe::PipePtr pipe;
-    TestLog log;
+    testing_support::RecordingLog log;
     std::unique_ptr<orb3::TransformedPipeUPT> decoder;
     hcml::ac::Bus bus;
 };
@@ -83,7 +80,7 @@ TEST(TransformedPipe, Feeds_StandInTimeWithTheDecodedSignalAndBothFormsGiveTheSa
 }
 
 TEST_P(BothForms, SetUp_ChoosesTheSizesAndLogsThem) {
-    const std::string form = GetParam() ? "I Parallel " : "I Serial ";
+    const std::string form = GetParam() ? "I:Parallel " : "I:Serial ";
     const std::string latency = ", transform start latency is 24 (5e+02us), DFT size is ";
     for (const auto& [length, width, sizes] :
          std::vector<std::tuple<std::uint32_t, std::uint32_t, std::string>>{
@@ -104,11 +101,7 @@ TEST_P(BothForms, FailureOfThePipe_ReachesTheCallerAtOnceAndForGood) {
     };
     std::string failure;
     for (int count = 0; count < (GetParam() ? 5 : 3) && failure.empty(); ++count)
-        try {
-            rig.decoder->writeBus(rig.bus, {});
-        } catch (const audiopipe::PipeException& exception) {
-            failure = exception.what();
-        }
+        failure = Failure<audiopipe::PipeException>([&] { rig.decoder->writeBus(rig.bus, {}); });
     EXPECT_EQ(failure, "The cable is out.");
     EXPECT_THROW(rig.decoder->writeInterleaved({128, 2}, {}), audiopipe::PipeException);
     rig.decoder.reset();
@@ -153,11 +146,11 @@ TEST(TransformedPipe, ReportPeak_TellsTheGreatestLevelBeforeLimiting) {
     }
     EXPECT_EQ(
         rig.log.lines,
-        "I The peak output level was 0.05 (-26dB). There was more than 20dB of headroom."
-        "I The peak output level was 1 (0dB)."
-        "I The peak output level was 1.5 (3.52dB). The peak was above one; the limiter had to be used to "
+        "I:The peak output level was 0.05 (-26dB). There was more than 20dB of headroom."
+        "I:The peak output level was 1 (0dB)."
+        "I:The peak output level was 1.5 (3.52dB). The peak was above one; the limiter had to be used to "
         "avoid clipping."
-        "E The peak output level was 2 (6.02dB). The peak was significantly above one; the limiter had to "
+        "E:The peak output level was 2 (6.02dB). The peak was significantly above one; the limiter had to "
         "be used heavily to avoid clipping. You may wish to reduce the gain to improve audio quality.");
 }
 

@@ -6,6 +6,7 @@
 #include <numeric>
 
 #include "allocationcounter.h"
+#include "failure.h"
 #include "pipe/adaptivebuffering.h"
 #include "pipe/adaptivedirectsoundframework.h"
 #include "pipe/adaptivedirectsoundpipe.h"
@@ -27,12 +28,7 @@ using testing_support::ScriptedSystem;
 
 template <typename Action>
 std::string TextOf(const Action& action) {
-    try {
-        action();
-    } catch (const std::exception& exception) {
-        return exception.what();
-    }
-    return "";
+    return testing_support::Failure<std::exception>(action);
 }
 
 // A pipe on the scripted system, into whose first channel goes 1, 2, 3, ... in the output's integers.
@@ -70,45 +66,34 @@ struct Playback {
     int sent = 0;
 };
 
-struct LayoutCase {
-    double rate;
-    std::uint32_t channels, length, count;
-    std::vector<std::uint32_t> layout;  // length, count, most extra buffers, blocks of a period, ring bytes
-    const char* substitute;
-};
-
-class RingLayout : public testing::TestWithParam<LayoutCase> {};
-
-TEST_P(RingLayout, FollowsTheWishesWithinTheCapacity) {
-    const LayoutCase& c = GetParam();
-    RecordingLog log;
-    const AdaptiveBuffering b(log, c.rate, c.channels, c.length, c.count);
-    EXPECT_EQ(std::vector({b.bufferLength, b.bufferCount, b.maxExtraBuffers, b.blocksPerPeriod, b.ringBytes}),
-              c.layout);
-    const std::string warning =
-        "E:There doesn't seem to be enough capacity for the configured buffers! Using a ";
-    EXPECT_EQ(log.lines, c.substitute[0] == 0 ? "" : warning + c.substitute);
-}
-
 // The capacity is 268435455 bytes.
-INSTANTIATE_TEST_SUITE_P(Table, RingLayout,
-                         testing::Values(LayoutCase{48000, 2, 512, 0, {512, 1, 9, 47, 11 * 4096}, ""},
-                                         LayoutCase{44100, 6, 1024, 3, {1024, 3, 4, 22, 8 * 24576}, ""},
-                                         LayoutCase{8000, 1, 0, 1, {1, 1, 800, 4000, 802 * 4}, ""},
-                                         LayoutCase{
-                                             192000, 2, 8, 4193000, {8, 4193000, 1302, 12000, 268435392}, ""},
-                                         LayoutCase{48000,
-                                                    2,
-                                                    1000000,
-                                                    40,
-                                                    {1000000, 31, 0, 0, 256000000},
-                                                    "buffer length 1000000 and buffer count 32."},
-                                         LayoutCase{48000,
-                                                    2,
-                                                    20000000,
-                                                    1,
-                                                    {16777215, 0, 0, 0, 134217720},
-                                                    "buffer length 16777215 and buffer count 1."}));
+TEST(RingLayout, FollowsTheWishesWithinTheCapacity) {
+    using Numbers = std::vector<std::uint32_t>;
+    // Rate; channels, length and count; then length, count, most extra buffers, blocks of a period and bytes
+    // of the ring; and what is used in place of the wishes.
+    const std::tuple<double, Numbers, Numbers, std::string> cases[] = {
+        {48000, {2, 512, 0}, {512, 1, 9, 47, 11 * 4096}, ""},
+        {44100, {6, 1024, 3}, {1024, 3, 4, 22, 8 * 24576}, ""},
+        {8000, {1, 0, 1}, {1, 1, 800, 4000, 802 * 4}, ""},
+        {192000, {2, 8, 4193000}, {8, 4193000, 1302, 12000, 268435392}, ""},
+        {48000,
+         {2, 1000000, 40},
+         {1000000, 31, 0, 0, 256000000},
+         "buffer length 1000000 and buffer count 32."},
+        {48000,
+         {2, 20000000, 1},
+         {16777215, 0, 0, 0, 134217720},
+         "buffer length 16777215 and buffer count 1."}};
+    for (const auto& [rate, wishes, layout, substitute] : cases) {
+        RecordingLog log;
+        const AdaptiveBuffering b(log, rate, wishes[0], wishes[1], wishes[2]);
+        EXPECT_EQ(Numbers({b.bufferLength, b.bufferCount, b.maxExtraBuffers, b.blocksPerPeriod, b.ringBytes}),
+                  layout);
+        const std::string warning =
+            "E:There doesn't seem to be enough capacity for the configured buffers! Using a ";
+        EXPECT_EQ(log.lines, substitute.empty() ? "" : warning + substitute);
+    }
+}
 
 TEST(AdaptivePipe, Write_ConvertsToTheEnabledChannelsAndSplitsABlockAtTheEndOfTheRing) {
     Playback p(4, 1, {false, true});
@@ -128,18 +113,6 @@ TEST(AdaptivePipe, Write_ConvertsToTheEnabledChannelsAndSplitsABlockAtTheEndOfTh
     EXPECT_EQ(written,
               std::vector({0, top, 0, top, 0, bottom, 0, bottom, 0, 1 << 29, 0, -(1 << 29), 0, 2, 0, 0}));
     EXPECT_EQ(p.system->lockOffsets, (std::vector<std::uint32_t>{1202 * 32 - 48, 1202 * 32 - 16}));
-}
-
-TEST(AdaptivePipe, Buffer_IsDescribedToTheDevice) {
-    const Playback p;
-    const auto& [d, f] = std::tie(p.system->description, p.system->format);
-    EXPECT_EQ(std::vector({d.dwSize, d.dwFlags, d.dwBufferBytes, f.Format.nSamplesPerSec,
-                           f.Format.nAvgBytesPerSec, f.dwChannelMask}),
-              (std::vector<std::uint32_t>{36, 0x18000, 12 * 4096, 48000, 384000, 3}));
-    EXPECT_EQ(std::vector({f.Format.wFormatTag, f.Format.nChannels, f.Format.nBlockAlign,
-                           f.Format.wBitsPerSample, f.Format.cbSize, f.wValidBitsPerSample}),
-              (std::vector<std::uint16_t>{0xFFFE, 2, 8, 32, 22, 32}));
-    EXPECT_EQ(f.SubFormat, platform::KSDATAFORMAT_SUBTYPE_PCM);
 }
 
 TEST(AdaptivePipe, Write_WaitsForWhatABlockLacksAndAllocatesNothing) {
@@ -304,33 +277,28 @@ TEST(DirectSoundException, Texts_AreThosePublishedForTheResults) {
     EXPECT_EQ(digest, 0x213150759828534fU);
 }
 
-class FailingOperation : public testing::TestWithParam<const char*> {};
-
-TEST_P(FailingOperation, EndsInItsTextWithNothingLeaked) {
-    const std::string operation = GetParam();
-    for (const auto& [code, text] : explanations) {
-        const auto system = std::make_shared<ScriptedSystem>();
-        system->failures[operation] = code;
-        RecordingLog log;
-        EXPECT_EQ(
-            TextOf([&, system] {
-                AdaptiveDirectSoundFramework framework(&log, system);
-                const auto pipe = framework.GetDevice(1)->OpenPipe(&log, 48000, 512, 2, {true, true}, {});
-                pipe->Start();
-                pipe->Write(std::vector<float>(1024).data(), nullptr);
-                pipe->Stop();
-            }),
-            operation == "DirectSoundEnumerateA" ? "Failed to enumerate DirectSound devices." : text);
-        EXPECT_EQ(system->openObjects, 0);
-        EXPECT_TRUE(operation != "Lock" || system->calls["Stop"] == 1);  // by the pipe's end
-        EXPECT_EQ(log.lines, operation == "Stop" ? std::string("E:") + text : "");
-    }
+TEST(AdaptivePipe, FailingOperation_EndsInItsTextWithNothingLeaked) {
+    for (const std::string operation :
+         {"DirectSoundEnumerateA", "DirectSoundCreate8", "SetCooperativeLevel", "GetCaps", "GetSpeakerConfig",
+          "CreateSoundBuffer", "GetCurrentPosition", "Play", "Stop", "Lock", "Unlock"})
+        for (const auto& [code, text] : explanations) {
+            const auto system = std::make_shared<ScriptedSystem>();
+            system->failures[operation] = code;
+            RecordingLog log;
+            EXPECT_EQ(
+                TextOf([&, system] {
+                    AdaptiveDirectSoundFramework framework(&log, system);
+                    const auto pipe = framework.GetDevice(1)->OpenPipe(&log, 48000, 512, 2, {true, true}, {});
+                    pipe->Start();
+                    pipe->Write(std::vector<float>(1024).data(), nullptr);
+                    pipe->Stop();
+                }),
+                operation == "DirectSoundEnumerateA" ? "Failed to enumerate DirectSound devices." : text);
+            EXPECT_EQ(system->openObjects, 0) << operation;
+            EXPECT_TRUE(operation != "Lock" || system->calls["Stop"] == 1);  // by the pipe's end
+            EXPECT_EQ(log.lines, operation == "Stop" ? std::string("E:") + text : "");
+        }
 }
-
-INSTANTIATE_TEST_SUITE_P(Each, FailingOperation,
-                         testing::Values("DirectSoundEnumerateA", "DirectSoundCreate8", "SetCooperativeLevel",
-                                         "GetCaps", "GetSpeakerConfig", "CreateSoundBuffer",
-                                         "GetCurrentPosition", "Play", "Stop", "Lock", "Unlock"));
 
 TEST(AdaptiveDevice, SpeakerSetting_NamesTheFormatItsChannelsAndTheirMask) {
     using F = StandardFormat;

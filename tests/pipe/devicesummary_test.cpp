@@ -4,8 +4,8 @@
 
 #include <string>
 
+#include "failure.h"
 #include "pipe/framework.h"
-#include "slib/exception.h"
 #include "testpipe.h"
 
 namespace {
@@ -33,12 +33,9 @@ TEST(DeviceSummary, ChannelIndex_IsTheFirstOfThatVeryNameOrARefusal) {
     EXPECT_EQ(device.GetPlaybackChannelIndex("Right"), 1U);
     EXPECT_EQ(device.GetRecordingChannelIndex("Microphone"), 0U);
     EXPECT_THROW(device.GetRecordingChannelIndex("Left"), slib::BadParameterException);
-    try {
-        device.GetPlaybackChannelIndex("right");
-        FAIL();
-    } catch (const slib::BadParameterException& exception) {
-        EXPECT_STREQ(exception.what(), "Unknown playback channel name 'right' in device 'CardA'.");
-    }
+    EXPECT_EQ(testing_support::Failure<slib::BadParameterException>(
+                  [&] { device.GetPlaybackChannelIndex("right"); }),
+              "Unknown playback channel name 'right' in device 'CardA'.");
 }
 
 }  // namespace

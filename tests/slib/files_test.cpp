@@ -7,7 +7,7 @@
 #include <iterator>
 #include <string>
 
-#include "slib/exception.h"
+#include "failure.h"
 #include "slib/memorystreambuffer.h"
 #include "temporaryfolder.h"
 
@@ -29,18 +29,11 @@ TEST(Files, InFreshDirectories_KeepEveryByteAndReplaceWhatWasThere) {
 }
 
 TEST(Files, ThatFail_NameThePathAndTheReason) {
-    const auto expect = [](const std::string& text, const auto& action) {
-        try {
-            action();
-            ADD_FAILURE() << text;
-        } catch (const slib::OperatingSystemErrnoException& e) {
-            EXPECT_EQ(e.what(), text);
-        }
-    };
-    expect("Failed to write to file '/dev/full'. [No space left on device]",
-           [] { slib::writeFile("/dev/full", "text"); });
-    expect("Failed to create directory '/dev/null/a'. [File exists]",
-           [] { slib::createDirectories("/dev/null/a"); });
+    using testing_support::Failure;
+    EXPECT_EQ(Failure<slib::StringException>([] { slib::writeFile("/dev/full", "text"); }),
+              "Failed to write to file '/dev/full'. [No space left on device]");
+    EXPECT_EQ(Failure<slib::StringException>([] { slib::createDirectories("/dev/null/a"); }),
+              "Failed to create directory '/dev/null/a'. [File exists]");
 }
 
 TEST(MemoryStreamBuffer, ReadByAStream_SeeksInsideAndRefusesTheEnd) {

@@ -43,14 +43,4 @@ TEST(StandardFormats, EachValue_HasItsTextAndChannels) {
     }
 }
 
-TEST(StandardFormats, OtherTextsAndValues_AreRefused) {
-    EXPECT_EQ(testing_support::Failure([] { slib::ParseStandardFormat("stereo"); }),
-              "Unknown standard format 'stereo'.");
-    for (const int value : {-1, 10}) {
-        const auto format = static_cast<StandardFormat>(value);
-        EXPECT_THROW(slib::GetStandardFormatName(format), slib::IntegrityFailureException);
-        EXPECT_THROW(slib::GetStandardChannelNames(format), slib::IntegrityFailureException);
-    }
-}
-
 }  // namespace

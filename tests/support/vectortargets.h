@@ -10,19 +10,28 @@
 
 namespace testing_support {
 
+/// Calls `body` on each target, and leaves what the machine has.
+template <typename Body>
+void OnEveryTarget(const Body& body) {
+    for (const std::int64_t target : hwy::SupportedAndGeneratedTargets()) {
+        SCOPED_TRACE(hwy::TargetName(target));
+        hwy::SetSupportedTargetsForTest(target);
+        hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+        body();
+    }
+    hwy::SetSupportedTargetsForTest(0);
+    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+}
+
 /// What `make` gives has to be the same to the bit on every target.
 template <typename Make>
 void ExpectSameOnEveryTarget(const Make& make) {
     std::optional<decltype(make())> expected;
-    for (const std::int64_t target : hwy::SupportedAndGeneratedTargets()) {
-        hwy::SetSupportedTargetsForTest(target);
-        hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+    OnEveryTarget([&] {
         const auto made = make();
         if (!expected) expected = made;
-        EXPECT_EQ(made, *expected) << hwy::TargetName(target);
-    }
-    hwy::SetSupportedTargetsForTest(0);
-    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+        EXPECT_EQ(made, *expected);
+    });
 }
 
 }  // namespace testing_support

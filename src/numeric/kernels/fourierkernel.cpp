@@ -103,16 +103,21 @@ HWY_INLINE void LoadFour(D d, SplitComplex rows, std::size_t i, std::size_t step
     }
 }
 
+// The same of what stands a quarter apart, rotated for the pass.
+template <bool halfEmpty, class D>
+HWY_INLINE void LoadRotated(D d, SplitComplex rows, std::size_t j, Rotations rotations, Complex<D> (&y)[4]) {
+    LoadFour<halfEmpty>(d, rows, j, rotations.count, y);
+    for (std::size_t k = 1; k < 4; ++k)
+        y[k] = y[k] * rotations.Load(d, k, j);
+}
+
 // The pass of spacing 1.
 template <bool halfEmpty, class D>
 HWY_INLINE void FirstPass(D d, std::size_t size, SplitComplex from, SplitComplex to, const float* factors) {
-    const std::size_t quarter = size / 4;
-    const Rotations rotations{factors, quarter};
-    for (std::size_t j = 0; j < quarter; j += hn::Lanes(d)) {
+    const Rotations rotations{factors, size / 4};
+    for (std::size_t j = 0; j < rotations.count; j += hn::Lanes(d)) {
         Complex<D> y[4];
-        LoadFour<halfEmpty>(d, from, j, quarter, y);
-        for (std::size_t k = 1; k < 4; ++k)
-            y[k] = y[k] * rotations.Load(d, k, j);
+        LoadRotated<halfEmpty>(d, from, j, rotations, y);
         hn::StoreInterleaved4(y[0].re, y[1].re, y[2].re, y[3].re, d, to.real + 4 * j);
         hn::StoreInterleaved4(y[0].im, y[1].im, y[2].im, y[3].im, d, to.imaginary + 4 * j);
     }
@@ -144,11 +149,9 @@ template <class D>
 HWY_INLINE void SecondPass(D d, std::size_t size, SplitComplex from, SplitComplex to, const float* factors) {
     for (std::size_t j = 0; j < size / 4; ++j) {
         Complex<D> y[4];
-        LoadFour<false>(d, from, j, size / 4, y);
-        const std::size_t at = 16 * (j / 4) + j % 4;
-        StoreComplex(d, y[0], to, at);
-        for (std::size_t k = 1; k < 4; ++k)
-            StoreComplex(d, y[k] * Rotations{factors, size / 4}.Load(d, k, j), to, at + 4 * k);
+        LoadRotated<false>(d, from, j, Rotations{factors, size / 4}, y);
+        for (std::size_t k = 0; k < 4; ++k)
+            StoreComplex(d, y[k], to, 16 * (j / 4) + j % 4 + 4 * k);
     }
 }
 
@@ -181,13 +184,10 @@ HWY_INLINE void StoreBlocks(D d, hn::Vec<D> a, hn::Vec<D> b, hn::Vec<D> c, hn::V
 // The pass of spacing 4. Its rotations are there four times each.
 template <class D>
 HWY_INLINE void SecondPass(D d, std::size_t size, SplitComplex from, SplitComplex to, const float* factors) {
-    const std::size_t quarter = size / 4;
-    const Rotations rotations{factors, quarter};
-    for (std::size_t j = 0; j < quarter; j += hn::Lanes(d)) {
+    const Rotations rotations{factors, size / 4};
+    for (std::size_t j = 0; j < rotations.count; j += hn::Lanes(d)) {
         Complex<D> y[4];
-        LoadFour<false>(d, from, j, quarter, y);
-        for (std::size_t k = 1; k < 4; ++k)
-            y[k] = y[k] * rotations.Load(d, k, j);
+        LoadRotated<false>(d, from, j, rotations, y);
         StoreBlocks(d, y[0].re, y[1].re, y[2].re, y[3].re, to.real + 4 * j);
         StoreBlocks(d, y[0].im, y[1].im, y[2].im, y[3].im, to.imaginary + 4 * j);
     }
