@@ -34,6 +34,7 @@
 #include "machinelimits.h"
 #include "numeric/bus.h"
 #include "numeric/directionpolynomials.h"
+#include "numeric/kernels/finitekernel.h"
 #include "numeric/kernels/firstorderkernel.h"
 #include "numeric/kernels/linearkernel.h"
 #include "numeric/kernels/mixkernel.h"
@@ -244,27 +245,28 @@ private:
             hcml::RunFirstOrderSections(&sections[s % batch], std::min(lanes, sources - s), frames - head);
     }
 
-    // The same if they ran side by side. By itself a path has a product and a sum to wait for in four frames.
-    static double SendFilterLimit() { return ChainTime(frames); }
+    // The same, and before that the head of each row, which is run by itself, and a copy of the rest.
+    static double SendFilterLimit() { return SectionLimit() + CopyTime(frames - head); }
     void FilterSends() {
         for (std::uint32_t s = 0; s < sources; ++s)
-            goal::filterOne({}, paths[s], sourceRow, filtered, *tables,
-                            {.gainFactor = 0.2F, .hfFactor = 0.97F, .defaultOrder = 1});
+            goal::filterOneLater({}, paths[s], sourceRow, sends[s % lanes], *tables,
+                                 {.gainFactor = 0.2F, .hfFactor = 0.97F, .defaultOrder = 1}, waiting);
+        waiting.Run();
     }
 
     // A product and a sum for each source, frame and channel of a directional reverb's input.
     static double SendSumLimit() { return 2.0 * sources * 4 * frames / PeakMultiplyAddRate(); }
     void AddSends() {
-        for (std::uint32_t s = 0; s < sources; ++s)
-            for (std::uint32_t c = 0; c < 4; ++c)
-                slotInput.add(c, sourceRow.data, 1e-6F);
+        for (std::uint32_t done = 0; done < sources; done += lanes)
+            hcml::MixSources({slotInput.channels, 4, rows.channels, std::min(lanes, sources - done),
+                              gains.data(), 4, slotInput.vectors});
     }
 
-    // Each sample is read once; a copy also writes it.
-    static double CheckLimit() { return CopyTime(frames); }
+    // Each sample is read once.
+    static double CheckLimit() { return double{sources} * frames * sizeof(float) / ReadBandwidth(); }
     void CheckRows() {
         for (std::uint32_t s = 0; s < sources; ++s)
-            benchmark::DoNotOptimize(goal::IsFiniteRow(rows.channels[s % batch], frames));
+            benchmark::DoNotOptimize(hcml::IsFiniteRow(rows.channels[s % batch], frames));
     }
 
     // Each weight is read and written once.
@@ -272,10 +274,7 @@ private:
     void MoveWeights() {
         turn = (turn + 1) % turns;
         for (std::uint32_t s = 0; s < sources; ++s)
-            for (std::uint32_t c = 0; c < channels; ++c)
-                if (weights[s][c] != weightsOfTurns[turn][s][c])
-                    weights[s][c] = goal::AddMovingHead(sourceRow, weights[s][c], weightsOfTurns[turn][s][c],
-                                                        0.05F, bus.channels[c]);
+            goal::AddMovingHeads(sourceRow, weights[s].data(), weightsOfTurns[turn][s].data(), 0.05F, bus);
     }
 
     // Sources of 16-bit data that turn by 0.02 radians a block.
@@ -305,7 +304,8 @@ private:
     std::vector<float> gains = std::vector<float>(std::size_t{batch} * channels, 1e-6F);
     hcml::FloatTupleVector taps{64 * 8};
     hcml::FloatTupleVector sourceRow{frames};
-    hcml::FloatTupleVector filtered{frames};
+    std::vector<hcml::FloatTupleVector> sends = std::vector<hcml::FloatTupleVector>(lanes, sourceRow);
+    goal::SectionBatch waiting{frames};
     std::unique_ptr<goal::FilterGainTables> tables = std::make_unique<goal::FilterGainTables>();
     std::array<hcml::FirstOrderSection, batch> sections;
     std::array<goal::SourceFilterState, sources> paths;

@@ -13,6 +13,7 @@
 #include "hwy/targets.h"
 #include "machinelimits.h"
 #include "numeric/bus.h"
+#include "numeric/kernels/finitekernel.h"
 #include "numeric/kernels/firstorderkernel.h"
 #include "numeric/kernels/gainkernel.h"
 #include "numeric/kernels/linearkernel.h"
@@ -185,5 +186,16 @@ void MultiplyAdd(benchmark::State& state) {
     Report(state, frames, frames * 2, frames * sizeof(float));
 }
 BENCHMARK(MultiplyAdd);
+
+// The limit is that of reading alone.
+void Finite(benchmark::State& state) {
+    const Bus row(frames, 1);
+    FillWithNoise(row.channels[0], frames, 1);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(hcml::IsFiniteRow(row.channels[0], frames));
+    Report(state, frames, 0, frames * sizeof(float));
+    state.counters["bytesLimit"] = ReadBandwidth();
+}
+BENCHMARK(Finite);
 
 }  // namespace

@@ -69,6 +69,25 @@ double RunLoads(std::size_t rounds, const float* floats, std::size_t count, floa
     return static_cast<double>(rounds * (half / span - 1) * pairs * 2);
 }
 
+// Loads the widest vectors, one after the other. Returns how many bytes.
+double RunReads(std::size_t rounds, const float* floats, std::size_t count, float* results) {
+    const hn::ScalableTag<float> d;
+    const hn::RebindToUnsigned<decltype(d)> du;
+    constexpr std::size_t vectors = 8;
+    const std::size_t span = vectors * hn::Lanes(d);
+    hn::Vec<decltype(du)> seen[vectors];
+    for (auto& bits : seen)
+        bits = hn::Zero(du);
+    for (std::size_t r = 0; r < rounds; ++r)
+        for (std::size_t first = 0; first + span <= count; first += span)
+            for (std::size_t v = 0; v < vectors; ++v)
+                seen[v] = hn::Xor(seen[v], hn::BitCast(du, hn::LoadU(d, floats + first + v * hn::Lanes(d))));
+    for (std::size_t v = 1; v < vectors; ++v)
+        seen[0] = hn::Xor(seen[0], seen[v]);
+    hn::StoreU(hn::BitCast(d, seen[0]), d, results);
+    return static_cast<double>(rounds * (count / span) * span * sizeof(float));
+}
+
 }  // namespace machinelimits::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
@@ -78,6 +97,7 @@ namespace machinelimits {
 HWY_EXPORT(RunChains);
 HWY_EXPORT(RunOneChain);
 HWY_EXPORT(RunLoads);
+HWY_EXPORT(RunReads);
 
 // The best of several rates, of which others on the machine can only take away.
 class BestRate {
@@ -116,14 +136,20 @@ double CopyOften() {
     return double{sizeof source} * copies;
 }
 
+alignas(128) float floats[2048];
+
 double LoadOften() {
-    alignas(128) static float floats[2048];
     return HWY_DYNAMIC_DISPATCH(RunLoads)(1000, floats, 2048, results);
+}
+
+double ReadOften() {
+    return HWY_DYNAMIC_DISPATCH(RunReads)(1000, floats, 2048, results);
 }
 
 BestRate multiplyAdds([] { return HWY_DYNAMIC_DISPATCH(RunChains)(100000, results); });
 BestRate links([] { return HWY_DYNAMIC_DISPATCH(RunOneChain)(200000, results); });
 BestRate loads(LoadOften);
+BestRate reads(ReadOften);
 BestRate copies(CopyOften);
 
 }  // namespace machinelimits
@@ -131,7 +157,7 @@ BestRate copies(CopyOften);
 using namespace machinelimits;
 
 void MeasureLimitsAgain() {
-    for (BestRate* rate : {&multiplyAdds, &links, &loads, &copies})
+    for (BestRate* rate : {&multiplyAdds, &links, &loads, &reads, &copies})
         rate->Measure();
 }
 
@@ -145,6 +171,10 @@ double MultiplyAddLatency() {
 
 double LoadRate() {
     return loads.Get();
+}
+
+double ReadBandwidth() {
+    return reads.Get();
 }
 
 double CopyBandwidth() {

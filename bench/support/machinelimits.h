@@ -16,6 +16,9 @@ double PeakMultiplyAddRate();
 /// is read and written counts once.
 double CopyBandwidth();
 
+/// Bytes a second that aligned loads of the widest vectors bring from the first-level cache.
+double ReadBandwidth();
+
 /// Seconds that a single-precision product and a sum take when each waits for the one before: what a plain
 /// recursion of the first order takes for a sample.
 double MultiplyAddLatency();

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <numeric>
 #include <stdexcept>
-#include <utility>
 
 #include "goal/fx/antidenormal.h"
 #include "goal/fx/filterstage.h"
@@ -136,18 +135,19 @@ void StagedGame::Filter(std::uint32_t first, std::uint32_t count) {
 
 void StagedGame::Add(std::uint32_t first, std::uint32_t count) {
     for (std::uint32_t k = 0; k < count; ++k) {
-        goal::SourceFilterState& path = State(first + k).direct;
         std::array<float, channels> weights{};
         for (std::uint32_t c = 0; c < channels; ++c)
             weights[c] = places[k].encode[c] * scales[k];
-        if (!std::exchange(path.coefficientsValid, true)) path.coefficients = weights;
-        batch.AddMoving(weights.data(), path.coefficients.data(), directStep, output.spatial);
+        batch.AddMoving(weights.data(), State(first + k).direct, directStep, output.spatial);
     }
 }
 
 void StagedGame::FinishBlock() {
     batch.Flush(output.spatial);
     clock.Mark(Stage::Mix);
+    for (std::uint32_t slot = 0; slot < scene.snapshot.slots.size; ++slot)
+        sends.Input(slot);
+    clock.Mark(Stage::Sends);
     effects.Run(scene.snapshot, sends, arrays, output);
     arrays.MixInto(output.spatial);
     clock.Mark(Stage::Effects);

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "goal/fx/reverb.h"
-#include "goal/mixbatch.h"
+#include "numeric/kernels/finitekernel.h"
 #include "slib/exception.h"
 
 namespace goal {
@@ -54,7 +54,7 @@ Target TargetOf(EffectOutput kind, ArrayBuses& arrays, RenderOutput& output) {
 
 bool IsFinite(const hcml::ac::Bus& bus, std::uint32_t channelCount) {
     return std::all_of(bus.channels, bus.channels + channelCount,
-                       [&](const float* row) { return IsFiniteRow(row, bus.frames); });
+                       [&](const float* row) { return hcml::IsFiniteRow(row, bus.frames); });
 }
 
 void AddTo(const Target& target, const hcml::ac::Bus& wet) {
@@ -92,14 +92,16 @@ void EffectStage::Sync(const RenderSnapshot& snapshot) {
     }
 }
 
-void EffectStage::Run(const RenderSnapshot& snapshot, const SendStage& sends, ArrayBuses& arrays,
+void EffectStage::Run(const RenderSnapshot& snapshot, SendStage& sends, ArrayBuses& arrays,
                       RenderOutput& output) {
     for (std::uint32_t i = 0; i < snapshot.slots.size; ++i) {
         if (!states[i]) continue;
+        // Also where nobody hears the effect: the sends that wait refer to what is this block's.
+        const hcml::ac::Bus& input = sends.Input(i);
         const Target target = TargetOf(states[i]->outputKind, arrays, output);
         if (target.channelCount == 0) continue;
         TellScene(*states[i], snapshot);
-        Process(*states[i], snapshot.slots[i], sends.Input(i), target.channelCount);
+        Process(*states[i], snapshot.slots[i], input, target.channelCount);
         if (IsFinite(wet, target.channelCount))
             AddTo(target, wet);
         else

@@ -40,8 +40,7 @@ public:
     /// effect makes of samples or settings that aren't finite is left out, and the effect made anew for the
     /// next block, so that nothing of it stays. Throws slib::IntegrityFailureException for an output kind
     /// that there is none of.
-    void Run(const RenderSnapshot& snapshot, const SendStage& sends, ArrayBuses& arrays,
-             RenderOutput& output);
+    void Run(const RenderSnapshot& snapshot, SendStage& sends, ArrayBuses& arrays, RenderOutput& output);
 
 private:
     void Process(EffectProcessorState& state, const AuxSlotParameters& slot, const hcml::ac::Bus& input,

@@ -1,19 +1,13 @@
 #include "goal/mixbatch.h"
 
 #include <algorithm>
-#include <bit>
+#include <utility>
 
+#include "numeric/kernels/finitekernel.h"
 #include "numeric/kernels/mixkernel.h"
 
 namespace goal {
-
-bool IsFiniteRow(const float* row, std::uint32_t frames) {
-    constexpr std::uint32_t exponent = 0x7F800000;
-    std::uint32_t unfit = 0;
-    for (std::uint32_t i = 0; i < frames; ++i)
-        unfit |= (std::bit_cast<std::uint32_t>(row[i]) & exponent) == exponent ? 1U : 0U;
-    return unfit == 0;
-}
+namespace {
 
 float AddMovingHead(const hcml::FloatTupleVector& row, float weight, float target, float step,
                     float* channel) {
@@ -26,40 +20,68 @@ float AddMovingHead(const hcml::FloatTupleVector& row, float weight, float targe
     return weight;
 }
 
-MixBatch::MixBatch(std::uint32_t frames, std::uint32_t channelCount)
-    : frames(frames), channelCount(channelCount), rows(capacity), waiting(frames) {
+// Whether each weight reaches its target with the first step, as nearly all do, or is there. Of the two
+// comparisons the one away from the target always holds, so that the sign of the move needs no branch.
+bool ReachAtOnce(const float* weights, const float* targets, float step, std::uint32_t count) {
+    std::uint32_t left = 0;
+    for (std::uint32_t c = 0; c < count; ++c) {
+        const std::uint32_t fromBelow = weights[c] + step >= targets[c] ? 1 : 0;
+        const std::uint32_t fromAbove = weights[c] - step <= targets[c] ? 1 : 0;
+        left |= 1 ^ (fromBelow & fromAbove);
+    }
+    return left == 0;
+}
+
+}  // namespace
+
+void AddMovingHeads(const hcml::FloatTupleVector& row, float* weights, const float* targets, float step,
+                    hcml::ac::Bus& bus) {
+    if (ReachAtOnce(weights, targets, step, bus.channelCount)) {
+        std::copy_n(targets, bus.channelCount, weights);
+        return;
+    }
+    for (std::uint32_t c = 0; c < bus.channelCount; ++c)
+        if (weights[c] != targets[c])
+            weights[c] = AddMovingHead(row, weights[c], targets[c], step, bus.channels[c]);
+}
+
+MixBatch::MixBatch(std::uint32_t frames, std::uint32_t channelCount, std::uint32_t rowCount)
+    : frames(frames), channelCount(channelCount), rows(rowCount), waiting(frames) {
     for (hcml::FloatTupleVector& row : rows)
         row.resize(frames);
 }
 
 void MixBatch::Add(const float* weights, hcml::ac::Bus& bus) {
-    AddMoving(weights, nullptr, 0, bus);
+    Append(weights, {}, bus);
 }
 
-void MixBatch::AddMoving(const float* weights, float* previous, float step, hcml::ac::Bus& bus) {
+void MixBatch::AddMoving(const float* weights, SourceFilterState& path, float step, hcml::ac::Bus& bus) {
+    if (!std::exchange(path.coefficientsValid, true))
+        std::copy_n(weights, channelCount, path.coefficients.begin());
+    Append(weights, {path.coefficients.data(), step}, bus);
+}
+
+void MixBatch::Append(const float* weights, Movement movement, hcml::ac::Bus& bus) {
     std::copy_n(weights, channelCount, coefficients[count].begin());
-    movements[count] = {previous, step};
-    if (++count == capacity) Flush(bus);
+    movements[count] = movement;
+    if (++count == rows.size()) Flush(bus);
 }
 
 // A row that can't be mixed becomes one that adds nothing.
 void MixBatch::Settle(std::uint32_t row, hcml::ac::Bus& bus) {
-    if (!IsFiniteRow(rows[row].data, frames)) {
+    if (!hcml::IsFiniteRow(rows[row].data, frames)) {
         rows[row].clear();
         return;
     }
     const auto [previous, step] = movements[row];
-    if (previous == nullptr) return;
-    for (std::uint32_t c = 0; c < channelCount; ++c)
-        if (previous[c] != coefficients[row][c])
-            previous[c] = AddMovingHead(rows[row], previous[c], coefficients[row][c], step, bus.channels[c]);
+    if (previous != nullptr) AddMovingHeads(rows[row], previous, coefficients[row].data(), step, bus);
 }
 
 void MixBatch::Flush(hcml::ac::Bus& bus) {
     waiting.Run();
     for (std::uint32_t row = 0; row < count; ++row)
         Settle(row, bus);
-    std::array<const float*, capacity> sources{};
+    std::array<const float*, mostRows> sources{};
     for (std::uint32_t s = 0; s < count; ++s)
         sources[s] = rows[s].data;
     hcml::MixSources({.channels = bus.channels,

@@ -9,6 +9,7 @@
 #include "goal/fx/antidenormal.h"
 #include "goal/fx/filterstage.h"
 #include "goal/stereopan.h"
+#include "numeric/kernels/finitekernel.h"
 #include "slib/exception.h"
 
 namespace goal {
@@ -37,7 +38,7 @@ void ApplyDedicatedGain(GainRamp& ramp, bool isWritten, float gain, hcml::FloatT
 // A source with a sample that isn't finite is left out, since no later stage would get rid of it.
 void AddBus(const hcml::ac::Bus& source, hcml::ac::Bus& target, bool& hasContent) {
     for (std::uint32_t c = 0; c < source.channelCount; ++c)
-        if (!IsFiniteRow(source.channels[c], source.frames)) return;
+        if (!hcml::IsFiniteRow(source.channels[c], source.frames)) return;
     if (!std::exchange(hasContent, true)) {
         target = source;
         return;
@@ -129,8 +130,7 @@ void Renderer::AddMono(SourceRendererState& state, const SourceGeometry& geometr
     std::array<float, 25> weights{};
     for (std::uint32_t c = 0; c < spatialChannels; ++c)
         weights[c] = geometry.encode[c] * scale;
-    if (!std::exchange(state.direct.coefficientsValid, true)) state.direct.coefficients = weights;
-    batch.AddMoving(weights.data(), state.direct.coefficients.data(), directStep, spatial);
+    batch.AddMoving(weights.data(), state.direct, directStep, spatial);
 }
 
 void Renderer::RenderMultiChannelSource(Source& source, SourceRendererState& state, hcml::ac::Bus& spatial) {

@@ -1,18 +1,19 @@
 #include "goal/sendstage.h"
 
-#include <algorithm>
-#include <utility>
+#include <array>
 
 #include "goal/fx/antidenormal.h"
 #include "goal/fx/filterstage.h"
 #include "goal/fx/reverbparameters.h"
-#include "goal/mixbatch.h"
 
 namespace goal {
 namespace {
 
 // What the weights of a send into a whole field move per sample.
 constexpr float fieldStep = 0.005F;
+
+// As many as their filters run side by side.
+constexpr std::uint32_t sendsAtOnce = 16;
 
 // A send that nobody takes waits with clean memory.
 void Forget(SourceFilterState& state) {
@@ -35,7 +36,6 @@ SendStage::SendStage(std::uint32_t frames, std::uint32_t spatialChannels, bool d
       tables(tables),
       defaultFilterOrder(defaultFilterOrder) {
     mono.resize(frames);
-    filtered.resize(frames);
 }
 
 void SendStage::Sync(const RenderSnapshot& snapshot,
@@ -47,7 +47,10 @@ void SendStage::Sync(const RenderSnapshot& snapshot,
 
 void SendStage::SyncSlot(Slot& slot, const AuxSlotParameters& parameters,
                          const EffectProcessorState* effect) const {
-    if (effect == nullptr) return slot.input.resize(0, 0);
+    if (effect == nullptr) {
+        slot.sends.reset();
+        return slot.input.resize(0, 0);
+    }
     slot.kind = effect->inputKind;
     slot.target = {.inputKind = static_cast<std::int32_t>(slot.kind),
                    .auxiliarySendAuto = parameters.auxiliarySendAuto};
@@ -58,6 +61,8 @@ void SendStage::SyncSlot(Slot& slot, const AuxSlotParameters& parameters,
     std::uint32_t channels = 1;
     if (slot.kind == EffectInput::Field) channels = spatialChannels;
     if (slot.kind == EffectInput::Reverb && directional) channels = 4;
+    if (slot.input.channelCount != channels)
+        slot.sends = std::make_unique<MixBatch>(frames, channels, sendsAtOnce);
     slot.input.resize(frames, channels);
     slot.input.clear();
     ApplyAntiDenormalPattern(slot.input);
@@ -70,15 +75,22 @@ SendStage::Slot* SendStage::Live(std::uint32_t slotName) {
     return slot.input.channelCount > 0 ? &slot : nullptr;
 }
 
-// False when there is nothing to add.
+const hcml::ac::Bus& SendStage::Input(std::uint32_t index) {
+    Slot& slot = slots[index];
+    if (slot.sends != nullptr) slot.sends->Flush(slot.input);
+    return slot.input;
+}
+
+// Into the row that comes next. False when there is nothing to add.
 bool SendStage::Filter(const FilterParameters& filter, SourceFilterState& state,
-                       const hcml::FloatTupleVector& samples, const SendGains& gains, float floorScale) {
+                       const hcml::FloatTupleVector& samples, const SendGains& gains, float floorScale,
+                       MixBatch& sends) const {
     const FilterStageSettings settings{.gainFactor = gains.gain,
                                        .hfFactor = gains.gainHF,
                                        .floorScale = floorScale,
                                        .defaultOrder = defaultFilterOrder};
-    const bool isHeard = IsFinite(gains) && !filterOne(filter, state, samples, filtered, tables, settings) &&
-                         IsFiniteRow(filtered.data, filtered.size);
+    const bool isHeard = IsFinite(gains) && !filterOneLater(filter, state, samples, sends.Row(), tables,
+                                                            settings, sends.Waiting());
     if (!isHeard) state.coefficientsValid = false;
     return isHeard;
 }
@@ -94,13 +106,8 @@ void SendStage::SendMono(const Source& source, SourceRendererState& state, const
             continue;
         }
         const SendGains gains = ComputeSendGains(source, snapshot, geometry, slot->target);
-        if (!Filter(send.filter, memory, samples, gains, 1)) continue;
-        if (slot->kind == EffectInput::Field) {
-            AddToField(*slot, memory, geometry, scale);
-            continue;
-        }
-        memory.coefficientsValid = false;
-        AddToReverb(*slot, geometry, scale);
+        if (Filter(send.filter, memory, samples, gains, 1, *slot->sends))
+            AddMono(*slot, memory, geometry, scale);
     }
 }
 
@@ -110,34 +117,30 @@ void SendStage::SendMultiChannel(const Source& source, SourceRendererState& stat
     mono.clear();
     for (std::uint32_t c = 0; c < (isBFormat ? 1 : samples.channelCount); ++c)
         AddRow(mono, samples.channels[c]);
+    constexpr std::array<float, 25> weights{1};
     const SendGains gains{source.gain * scale / static_cast<float>(samples.channelCount), 1};
     for (std::uint32_t i = 0; i < source.sends.size; ++i) {
         Slot* const slot = Live(source.sends[i].slotName);
         if (slot == nullptr)
             Forget(state.sends[i]);
-        else if (Filter(source.sends[i].filter, state.sends[i], mono, gains, scale))
-            slot->input.add(0, filtered.data, 1);
+        else if (Filter(source.sends[i].filter, state.sends[i], mono, gains, scale, *slot->sends))
+            slot->sends->Add(weights.data(), slot->input);
     }
 }
 
-void SendStage::AddToField(Slot& slot, SourceFilterState& state, const SourceGeometry& geometry,
-                           float scale) {
-    const bool isMoving = std::exchange(state.coefficientsValid, true);
-    for (std::uint32_t c = 0; c < spatialChannels; ++c) {
-        const float weight = geometry.encode[c] * scale;
-        float& previous = state.coefficients[c];
-        previous = isMoving && previous != weight
-                       ? AddMovingHead(filtered, previous, weight, fieldStep, slot.input.channels[c])
-                       : weight;
-        slot.input.add(c, filtered.data, weight);
+// A reverb takes one channel, or the axes behind it.
+void SendStage::AddMono(Slot& slot, SourceFilterState& state, const SourceGeometry& geometry,
+                        float scale) const {
+    std::array<float, 25> weights{scale};
+    if (slot.kind == EffectInput::Field) {
+        for (std::uint32_t c = 0; c < spatialChannels; ++c)
+            weights[c] = geometry.encode[c] * scale;
+        return slot.sends->AddMoving(weights.data(), state, fieldStep, slot.input);
     }
-}
-
-// Of one channel, or with the axes behind it.
-void SendStage::AddToReverb(Slot& slot, const SourceGeometry& geometry, float scale) {
-    slot.input.add(0, filtered.data, scale);
+    state.coefficientsValid = false;
     for (std::uint32_t c = 1; c < slot.input.channelCount; ++c)
-        slot.input.add(c, filtered.data, scale * geometry.direction[c - 1]);
+        weights[c] = scale * geometry.direction[c - 1];
+    slot.sends->Add(weights.data(), slot.input);
 }
 
 }  // namespace goal

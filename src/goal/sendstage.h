@@ -2,8 +2,9 @@
 
 // The auxiliary sends: what each source gives into the inputs of the effect slots, through a filter of its
 // own per send. The renderer syncs the inputs at the start of a block and calls the stage for each source;
-// the slots' effects take the inputs up afterwards (EffectStage). On the server's thread; allocates only when
-// a slot takes an effect of another shape.
+// the slots' effects take the inputs up afterwards (EffectStage). In between a slot's sends are gathered, to
+// be filtered side by side and added at once. On the server's thread; allocates only when a slot takes an
+// effect of another shape.
 
 #include <cstdint>
 #include <memory>
@@ -13,6 +14,7 @@
 #include "goal/enginestate.h"
 #include "goal/fx/effectprocessorstate.h"
 #include "goal/fx/filtergaintables.h"
+#include "goal/mixbatch.h"
 #include "goal/sourcegeometry.h"
 #include "numeric/bus.h"
 #include "numeric/floattuplevector.h"
@@ -27,11 +29,13 @@ public:
               const FilterGainTables& tables, int defaultFilterOrder);
 
     /// Brings the inputs in line with the slots of a snapshot, and clears them. `effects` are those of the
-    /// slots, null for none. Throws slib::OutOfMemoryException.
+    /// slots, null for none. Throws slib::OutOfMemoryException or std::bad_alloc.
     void Sync(const RenderSnapshot& snapshot, std::span<const std::unique_ptr<EffectProcessorState>> effects);
 
-    /// The input of slot `index`, as Sync shaped it; without channels for a slot without an effect.
-    const hcml::ac::Bus& Input(std::uint32_t index) const { return slots[index].input; }
+    /// The input of slot `index`, as Sync shaped it, with all that was sent to it; without channels for a
+    /// slot without an effect. Each slot with an effect must be asked for in each block, for until then its
+    /// sends may wait, and with them the memories of their filters.
+    const hcml::ac::Bus& Input(std::uint32_t index);
 
     /// All sends of a one-channel source. `samples` is its block before any filter, `scale` brings that to
     /// full scale.
@@ -45,6 +49,7 @@ public:
 private:
     struct Slot {
         hcml::ac::Bus input;
+        std::unique_ptr<MixBatch> sends;  // that aren't in the input yet; null without an effect
         EffectInput kind = EffectInput::Mono;
         SendTarget target;
     };
@@ -52,9 +57,9 @@ private:
     void SyncSlot(Slot& slot, const AuxSlotParameters& parameters, const EffectProcessorState* effect) const;
     Slot* Live(std::uint32_t slotName);
     bool Filter(const FilterParameters& filter, SourceFilterState& state,
-                const hcml::FloatTupleVector& samples, const SendGains& gains, float floorScale);
-    void AddToField(Slot& slot, SourceFilterState& state, const SourceGeometry& geometry, float scale);
-    void AddToReverb(Slot& slot, const SourceGeometry& geometry, float scale);
+                const hcml::FloatTupleVector& samples, const SendGains& gains, float floorScale,
+                MixBatch& sends) const;
+    void AddMono(Slot& slot, SourceFilterState& state, const SourceGeometry& geometry, float scale) const;
 
     const std::uint32_t frames;
     const std::uint32_t spatialChannels;
@@ -62,8 +67,7 @@ private:
     const FilterGainTables& tables;
     const int defaultFilterOrder;
     std::vector<Slot> slots;
-    hcml::FloatTupleVector mono;      // the sum of several channels
-    hcml::FloatTupleVector filtered;  // the send in hand
+    hcml::FloatTupleVector mono;  // the sum of several channels
 };
 
 }  // namespace goal

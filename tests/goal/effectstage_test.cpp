@@ -172,5 +172,17 @@ TEST_F(EffectStageTest, WhatAnEffectMakesThatIsNotFinite_IsLeftOutAndForgotten) 
         }
 }
 
+TEST_F(EffectStageTest, AnEffectThatNobodyHears_LeavesItsSendsFiltersRunning) {
+    Probe probe;
+    probe.output = EffectOutput::LowFrequency;
+    Set(probe);
+    scene.Change().sends[0].filter.gainHF = 0.5F;
+    scene.output.hasLowFrequency = false;
+    scene.Play(1280, 0);
+    scene.output.hasLowFrequency = true;
+    scene.Render();
+    EXPECT_NEAR(scene.output.lowFrequency.data[0], 1, 1e-6);
+}
+
 }  // namespace
 }  // namespace goal

@@ -39,9 +39,7 @@ protected:
         return stage;
     }
 
-    float Heard(const SendStage& stage, std::uint32_t channel) {
-        return stage.Input(0).channels[channel][127];
-    }
+    float Heard(SendStage& stage, std::uint32_t channel) { return stage.Input(0).channels[channel][127]; }
 
     std::unique_ptr<FilterGainTables> tables = std::make_unique<FilterGainTables>();
     RenderSnapshot snapshot;
@@ -92,6 +90,7 @@ TEST_F(SendStageTest, ASendToNobody_WaitsWithCleanMemory) {
 TEST_F(SendStageTest, AnUnfitGain_SendsNothingAtOnce) {
     SendStage stage = Make(EffectInput::Mono);
     stage.SendMono(source, state, snapshot, geometry, samples, 1);
+    EXPECT_GT(Heard(stage, 0), 0);
     stage.Sync(snapshot, effects);
     source.gain = std::numeric_limits<float>::infinity();
     stage.SendMono(source, state, snapshot, geometry, samples, 1);
@@ -108,6 +107,40 @@ TEST_F(SendStageTest, SeveralChannels_SendTheirMeanAndBFormatItsFirst) {
     stage.Sync(snapshot, effects);
     stage.SendMultiChannel(source, state, input, true, 0.5F);
     EXPECT_NEAR(Heard(stage, 0), 0.5 / 4, 1e-6);
+}
+
+// Many sends with gains that stand still, of which filters run and sums are made side by side, against the
+// recursion of each by itself.
+TEST_F(SendStageTest, ManySends_AreEachFilteredWithAMemoryOfItsOwn) {
+    constexpr std::uint32_t count = 37;
+    constexpr float scale = 0.01F;
+    SendStage stage = Make(EffectInput::Reverb, true);
+    std::vector<SourceRendererState> states(count);
+    for (SourceRendererState& each : states)
+        each.sends.resizePreserving(1, {});
+    std::vector<double> memories(count);
+    for (int block = 0; block < 3; ++block) {
+        std::vector<double> expected(128);
+        stage.Sync(snapshot, effects);
+        for (std::uint32_t s = 0; s < count; ++s) {
+            FilterParameters& filter = source.sends[0].filter;
+            filter.gain = 0.5F + 0.01F * float(s);
+            filter.gainHF = 0.95F - 0.02F * float(s);
+            const FirstOrderRow& row = tables->hfFirstOrder[FilterRowIndex(filter.gainHF)];
+            for (std::uint32_t i = 0; i < 128; ++i) {
+                samples.data[i] = float((i * (s + 3) + 50 * unsigned(block)) % 17) / 8 - 1;
+                memories[s] = double{filter.gain} * row.a * samples.data[i] + row.b * memories[s];
+                expected[i] += scale * memories[s];
+            }
+            stage.SendMono(source, states[s], snapshot, geometry, samples, scale);
+        }
+        samples.clear();
+        const hcml::ac::Bus& input = stage.Input(0);
+        for (std::uint32_t i = 0; i < 128; ++i) {
+            ASSERT_NEAR(input.channels[0][i], expected[i], 1e-6) << i << " of block " << block;
+            ASSERT_NEAR(input.channels[1][i], 0.6 * expected[i], 1e-6) << i << " of block " << block;
+        }
+    }
 }
 
 }  // namespace

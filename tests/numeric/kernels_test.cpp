@@ -7,11 +7,15 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
+#include <limits>
 #include <memory>
 #include <random>
+#include <utility>
 #include <vector>
 
 #include "numeric/kernels/cascadekernel.h"
+#include "numeric/kernels/finitekernel.h"
 #include "numeric/kernels/firstorderkernel.h"
 #include "numeric/kernels/gainkernel.h"
 #include "numeric/kernels/linearkernel.h"
@@ -271,6 +275,29 @@ TEST(Kernels, AddCascades_EqualsTheSectionsOneAfterTheOther) {
     OnEveryTarget([] {
         for (std::uint32_t count = 1; count <= 26; ++count)
             TestCascades(count);
+    });
+}
+
+// Samples at the ends of what is finite, wherever one that isn't may stand, and behind the row.
+TEST(Kernels, IsFiniteRow_FindsWhatIsNotWhereverItStands) {
+    using Limits = std::numeric_limits<float>;
+    const float fit[] = {Limits::max(), Limits::lowest(), Limits::denorm_min(), -Limits::denorm_min(), 0,
+                         -0.0F};
+    const float unfit[] = {Limits::infinity(), -Limits::infinity(), Limits::quiet_NaN(), -Limits::quiet_NaN(),
+                           Limits::signaling_NaN()};
+    OnEveryTarget([&] {
+        for (std::uint32_t frames = 0; frames < 300; ++frames) {
+            const Row row(frames + 1, frames);
+            for (std::uint32_t i = 0; i < frames; ++i)
+                row.data()[i] = fit[(i + frames) % std::size(fit)];
+            row.data()[frames] = Limits::quiet_NaN();
+            EXPECT_TRUE(IsFiniteRow(row.data(), frames)) << frames;
+            for (std::uint32_t i = 0; i < frames; ++i) {
+                const float kept = std::exchange(row.data()[i], unfit[(i + frames) % std::size(unfit)]);
+                ASSERT_FALSE(IsFiniteRow(row.data(), frames)) << i << " of " << frames;
+                row.data()[i] = kept;
+            }
+        }
     });
 }
 

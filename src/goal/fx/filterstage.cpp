@@ -286,10 +286,14 @@ bool IsOneSection(const Work& work, const Targets& targets) {
            IsOpenAt(targets.gainLF) && !IsHighNearSilence(work);
 }
 
+// The section from `position` on, in place, so that the input may change before it runs.
 hcml::FirstOrderSection SectionFrom(const Work& work, std::uint32_t position) {
+    const float* input = work.input[0] + position;
+    float* samples = work.output[0] + position;
+    if (input != samples) std::copy_n(input, work.frames - position, samples);
     const FirstOrderRow& row = work.tables.hfFirstOrder[FilterRowIndex(work.state.gainHF)];
-    return {.input = work.input[0] + position,
-            .output = work.output[0] + position,
+    return {.input = samples,
+            .output = samples,
             .b0 = work.state.gain * row.a,
             .a = row.b,
             .y1 = HighMemory(work, 0).first};
@@ -307,6 +311,13 @@ Targets TargetsFor(const FilterParameters& record, const FilterStageSettings& se
 
 bool IsSecondOrder(const FilterParameters& record, const FilterStageSettings& settings) {
     return (record.order == 0 ? settings.defaultOrder : record.order) == 2;
+}
+
+Work OneChannel(const FilterParameters& record, SourceFilterState& state, const hcml::FloatTupleVector& input,
+                const hcml::FloatTupleVector& output, const FilterGainTables& tables,
+                const FilterStageSettings& settings) {
+    return {&input.data,        &output.data, 1, input.size, tables, state, IsSecondOrder(record, settings),
+            settings.floorScale};
 }
 
 }  // namespace
@@ -330,25 +341,15 @@ bool filterOne(const FilterParameters& record, SourceFilterState& state, const h
                hcml::FloatTupleVector& output, const FilterGainTables& tables,
                const FilterStageSettings& settings) {
     output.resize(input.size);
-    const float* inputChannel = input.data;
-    const Work work{
-        &inputChannel,      &output.data, 1, input.size, tables, state, IsSecondOrder(record, settings),
-        settings.floorScale};
-    return Filter(work, TargetsFor(record, settings));
+    return Filter(OneChannel(record, state, input, output, tables, settings), TargetsFor(record, settings));
 }
 
-bool filterOneLater(const FilterParameters& record, SourceFilterState& state, hcml::FloatTupleVector& samples,
+bool filterOneLater(const FilterParameters& record, SourceFilterState& state,
+                    const hcml::FloatTupleVector& input, hcml::FloatTupleVector& output,
                     const FilterGainTables& tables, const FilterStageSettings& settings,
                     SectionBatch& waiting) {
-    const float* input = samples.data;
-    const Work work{&input,
-                    &samples.data,
-                    1,
-                    samples.size,
-                    tables,
-                    state,
-                    IsSecondOrder(record, settings),
-                    settings.floorScale};
+    output.resize(input.size);
+    const Work work = OneChannel(record, state, input, output, tables, settings);
     const Targets targets = TargetsFor(record, settings);
     if (Prepare(work, targets)) return true;
     const std::uint32_t position = WalkHigh(work, targets);

@@ -45,11 +45,20 @@ bool filterOne(const FilterParameters& record, SourceFilterState& state, const h
                hcml::FloatTupleVector& output, const FilterGainTables& tables,
                const FilterStageSettings& settings);
 
-/// filterOne in place, but a path that from waiting.head on has nothing to run but a first-order high section
-/// at gains that stand still leaves that to `waiting`: `samples` is complete after waiting.Run().
-bool filterOneLater(const FilterParameters& record, SourceFilterState& state, hcml::FloatTupleVector& samples,
+/// filterOne, but a path that from waiting.head on has nothing to run but a first-order high section at gains
+/// that stand still leaves that to `waiting`: `output` is complete after waiting.Run(). Until then it must
+/// stay where it is; `input` may change at once.
+bool filterOneLater(const FilterParameters& record, SourceFilterState& state,
+                    const hcml::FloatTupleVector& input, hcml::FloatTupleVector& output,
                     const FilterGainTables& tables, const FilterStageSettings& settings,
                     SectionBatch& waiting);
+
+/// The same in place.
+inline bool filterOneLater(const FilterParameters& record, SourceFilterState& state,
+                           hcml::FloatTupleVector& samples, const FilterGainTables& tables,
+                           const FilterStageSettings& settings, SectionBatch& waiting) {
+    return filterOneLater(record, state, samples, samples, tables, settings, waiting);
+}
 
 /// As for a path that was never used: clean memory, all gains 1. The gains of the mix stay as they are.
 void reset(SourceFilterState& state);
