@@ -7,9 +7,12 @@
 #include <memory>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "platform/clock.h"
 #include "slib/exception.h"
+#include "slib/mutex.h"
+#include "slib/nodestroy.h"
 #include "slib/thread.h"
 
 namespace platform {
@@ -25,12 +28,14 @@ public:
     // True when the call is over.
     bool Await() const {
         const std::int64_t end = NowNanoseconds() + longestWait;
-        while (!isOver.load(std::memory_order_acquire)) {
+        while (!IsOver()) {
             if (NowNanoseconds() > end) return false;
             std::this_thread::sleep_for(std::chrono::microseconds(100));
         }
         return true;
     }
+
+    bool IsOver() const { return isOver.load(std::memory_order_acquire); }
 
     void Run() override {
         try {
@@ -46,6 +51,33 @@ private:
     std::atomic<bool> isOver{false};
 };
 
+// Those whose calls were given up, until they are over.
+class GivenUp {
+public:
+    void Add(std::unique_ptr<Caller> caller) {
+        const slib::Lock lock(mutex);
+        callers.push_back(std::move(caller));
+    }
+    void Reap() {
+        const slib::Lock lock(mutex);
+        std::erase_if(callers, [](const std::unique_ptr<Caller>& caller) {
+            if (!caller->IsOver()) return false;
+            caller->Stop();
+            return true;
+        });
+    }
+
+private:
+    slib::Mutex mutex;
+    std::vector<std::unique_ptr<Caller>> callers;
+};
+
+// Never destroyed: a call may outlast the library's own end.
+GivenUp& AllGivenUp() {
+    static slib::NoDestroy<GivenUp> givenUp;
+    return *givenUp;
+}
+
 // The thread that was given up will return into this code.
 void StayLoaded() {
     Dl_info info{};
@@ -56,6 +88,7 @@ void StayLoaded() {
 }  // namespace
 
 bool CallBounded(std::function<void()> call) {
+    AllGivenUp().Reap();
     auto caller = std::make_unique<Caller>(std::move(call));
     try {
         caller->Start();
@@ -68,7 +101,7 @@ bool CallBounded(std::function<void()> call) {
         return true;
     }
     StayLoaded();
-    [[maybe_unused]] const Caller* const leftAlone = caller.release();
+    AllGivenUp().Add(std::move(caller));
     return false;
 }
 

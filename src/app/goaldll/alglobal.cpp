@@ -87,9 +87,18 @@ constexpr std::array<TextRow, 8> texts{{
     {AL_VERSION, "1.1"},
 }};
 
+// Lasts to the last instruction of the process, as a game may keep the pointer.
+const char* RendererText() {
+    static const auto text = [] {
+        std::array<char, 40> made{};
+        ("Tessarune v" + std::string(goal::versionText)).copy(made.data(), made.size() - 1);
+        return made;
+    }();
+    return text.data();
+}
+
 const char* FindText(ALenum parameter) {
-    static const std::string renderer = std::string("Tessarune v") + goal::versionText;
-    if (parameter == AL_RENDERER) return renderer.c_str();
+    if (parameter == AL_RENDERER) return RendererText();
     if (parameter == AL_EXTENSIONS) return goal::AlExtensions().text;
     for (const TextRow& row : texts)
         if (row.parameter == parameter) return row.text;
