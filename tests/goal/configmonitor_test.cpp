@@ -97,7 +97,7 @@ TEST_F(Monitor, ADocumentThatCannotBeUsed_ChangesNothingWithoutAWord) {
     for (int i = 0; i < 500 && !IsRestartRequested(); ++i)
         std::this_thread::sleep_for(10ms);
     EXPECT_TRUE(IsRestartRequested());
-    EXPECT_EQ(log.lines, "");
+    EXPECT_EQ(log.Lines(), "");
 }
 
 // Two seconds between two looks; and an end that comes within one of them isn't held up by it.

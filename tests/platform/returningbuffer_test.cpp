@@ -142,7 +142,7 @@ TEST_F(Returning, WithAnOutputThatStays_IsHeardWholeAndWithoutAWord) {
     const auto heard = HeardFrames();
     EXPECT_EQ(*std::find_if(heard.begin(), heard.end(), [](auto frame) { return frame != 0; }), 1);
     ExpectRamp(heard, 0);
-    EXPECT_EQ(log.lines, "");
+    EXPECT_EQ(log.Lines(), "");
     EXPECT_EQ(server.questions, 1);
 }
 
@@ -160,7 +160,7 @@ TEST_F(Returning, OutputThatGoesAway_IsAskedForUntilItIsBack) {
     EXPECT_GE(server.questions, 3);
     server.isGone = false;
     Play(1500ms);
-    EXPECT_EQ(log.lines,
+    EXPECT_EQ(log.Lines(),
               "E:The sound output went away: the sound isn't heard until it is back."
               "I:The sound output is back.");
     std::vector<std::int64_t> heard = HeardFrames();
@@ -179,7 +179,7 @@ TEST_F(Returning, WithoutAnOutputAtFirst_IsHeardAsSoonAsThereIsOne) {
     auto heard = HeardFrames();
     std::erase(heard, 0);
     ExpectRamp(heard, 0);
-    EXPECT_EQ(log.lines, "I:The sound output is back.");
+    EXPECT_EQ(log.Lines(), "I:The sound output is back.");
 }
 
 TEST_F(Returning, OutputThatTakesNothingForTwoSeconds_IsGivenUp) {
@@ -187,9 +187,9 @@ TEST_F(Returning, OutputThatTakesNothingForTwoSeconds_IsGivenUp) {
     Play(100ms);
     server.isHanging = true;
     Play(1800ms);
-    EXPECT_EQ(log.lines, "");
+    EXPECT_EQ(log.Lines(), "");
     Play(700ms);
-    EXPECT_TRUE(log.lines.starts_with("E:The sound output went away")) << log.lines;
+    EXPECT_TRUE(log.Lines().starts_with("E:The sound output went away")) << log.Lines();
     server.isHanging = false;
     Play(1000ms);
     auto heard = HeardFrames();

@@ -19,6 +19,11 @@ public:
         const slib::Lock lock(mutex);
         return lines.find(text) != std::string::npos;
     }
+    /// For a log that another thread may write to.
+    std::string Lines() const {
+        const slib::Lock lock(mutex);
+        return lines;
+    }
     std::string lines;  ///< while nobody writes
 
 private:
