@@ -14,7 +14,6 @@
 #include <string>
 #include <utility>
 
-#include "../tests/support/temporaryfolder.h"
 #include "check.h"
 #include "orb3core/acousticfactory.h"
 #include "orb3core/directoryformatlibrarian.h"
@@ -25,6 +24,7 @@
 #include "orb3core/processingformatlibrarian.h"
 #include "slib/exception.h"
 #include "slib/files.h"
+#include "temporaryfolder.h"
 
 namespace {
 

@@ -14,10 +14,10 @@
 #include <iterator>
 #include <string>
 
-#include "../tests/support/temporaryfolder.h"
 #include "check.h"
 #include "orb3core/configstore.h"
 #include "orb3core/storetext.h"
+#include "temporaryfolder.h"
 
 namespace {
 
