@@ -10,17 +10,15 @@
 #include <span>
 #include <vector>
 
+#include "noise.h"
+
 namespace testing_support {
 
 using Signal = std::vector<float>;
 using Channels = std::vector<Signal>;  ///< all of one length
 
-/// Evenly between -1 and 1, and the same for the same seed.
 inline Signal Noise(std::size_t frames, unsigned seed = 5) {
-    Signal samples(frames);
-    for (float& sample : samples)
-        sample = static_cast<float>((seed = seed * 1664525 + 1013904223) >> 8) / (1 << 23) - 1;
-    return samples;
+    return Noise<Signal>(static_cast<std::uint32_t>(frames), seed);
 }
 
 /// The silence of a signal of `frames` frames but for a 1 at frame `at`.
