@@ -68,7 +68,7 @@ void FoldbackManager::ProcessBlock(RenderOutput& output) {
     const slib::Lock lock(mutex);
     if (!ChangeState()) return;
     if (output.dialogueWritten)
-        for (const std::uint32_t channel : {0, 1})
+        for (const std::uint32_t channel : {0U, 1U})
             Add(output.dialogue, output.spatial.frames, output.spatial.channels[channel]);
     CopyBlock(output.spatial);
 }

@@ -221,8 +221,8 @@ TEST_F(ServerThreadTest, Start_WhenAStepFails_TellsWhichAndLeavesNothing) {
         {"decoder", ""},
         {"renderer", ""}};
     for (const auto& [failing, explanation] : explanations) {
-        machinery.at = [&](const std::string& step) {
-            if (step == failing) throw slib::BadDataException("It broke.");
+        machinery.at = [failingStep = failing](const std::string& step) {
+            if (step == failingStep) throw slib::BadDataException("It broke.");
         };
         EXPECT_EQ(StartFailure(), "Failed to start: " + explanation + "It broke.");
         EXPECT_TRUE(log.Has("E:Exception: " + explanation + "It broke."));

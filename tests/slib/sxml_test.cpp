@@ -53,7 +53,8 @@ TEST(BadDocument, Refused_TellsTheTextLeftAtTheCursor) {
                                                              {"<A x='1'/>", "'1'/>"},
                                                              {"<A/B=\"1\"/>", "B=\"1\"/>"}};
     for (const auto& [text, rest] : documents)
-        EXPECT_EQ(Failure([&] { SXMLNode node(text); }), std::string("Failed to parse SXML: ") + rest);
+        EXPECT_EQ(Failure([document = text] { SXMLNode node(document); }),
+                  std::string("Failed to parse SXML: ") + rest);
 }
 
 // what() ends at a NUL, as the text does for the grammar.
