@@ -18,7 +18,7 @@ std::string Document(std::int64_t count) {
 }
 
 void SetBytes(benchmark::State& state, const std::string& text) {
-    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * text.size()));
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
 }
 
 void Parse(benchmark::State& state) {

@@ -37,7 +37,7 @@ TYPED_TEST_SUITE(Containers, ContainerTypes);
 
 TYPED_TEST(Containers, Append_GrowsToThePowerOfTwoAboveTheSize) {
     TypeParam vector;
-    for (const std::uint32_t capacity : {1, 2, 4, 4, 8, 8, 8, 8, 16}) {
+    for (const std::uint32_t capacity : {1U, 2U, 4U, 4U, 8U, 8U, 8U, 8U, 16U}) {
         vector.append(static_cast<int>(vector.size));
         EXPECT_EQ(vector.capacity, capacity);
     }
