@@ -310,7 +310,10 @@ TEST_F(OnASoundServer, AChangedSetting_InterruptsTheSoundForLessThanASecond) {
     ASSERT_NE(game.context, nullptr) << Log();
     for (const char* order : {"2", "3", "4"}) {
         const Recording heard = Record(stereo, [&] {
-            std::thread user([&] { Set("Order", order); });
+            std::thread user([&] {
+                std::this_thread::sleep_for(500ms);  // so that the tone is heard before
+                Set("Order", order);
+            });
             game.Play(0, 4s);
             user.join();
         });
