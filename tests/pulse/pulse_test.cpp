@@ -322,7 +322,7 @@ TEST_F(OnASoundServer, AChangedSetting_InterruptsTheSoundForLessThanASecond) {
         std::size_t gap = 0;
         for (std::size_t i = 1; i < sounds.size(); ++i)
             gap = std::max(gap, sounds[i].first - sounds[i - 1].second);
-        std::cout << "A gap of " << gap * 1000 / rate << " ms\n";
+        std::cout << "A gap of " << gap * 1000 / rate << " ms" << std::endl;
         EXPECT_LT(gap, std::size_t{rate});
     }
 }
