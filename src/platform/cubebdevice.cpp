@@ -103,13 +103,13 @@ cubeb_stream_params StreamParameters(const RingShape& shape) {
             .prefs = CUBEB_STREAM_PREF_NONE};
 }
 
-// Frames between the callback and the speakers: what the system behind calls safe, not below what a callback
-// on a busy machine is late by, and more with a longer ring, since that is what a user asks for whose sound
-// falters.
+// Frames that a callback on a busy machine may be late by, and more with a longer ring, since that is what a
+// user asks for whose sound falters.
 std::uint32_t ShortestLatency(const RingShape& shape) {
     return std::max(shape.rate / 25, shape.frames / 3);
 }
 
+// Frames between the callback and the speakers: what the system behind calls safe, but not less than that.
 std::uint32_t Latency(const Context& context, const RingShape& shape) {
     constexpr std::uint32_t longest = 96000;  // the library's limit
     cubeb_stream_params parameters = StreamParameters(shape);
