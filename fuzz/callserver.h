@@ -11,6 +11,7 @@
 
 #include "callchecks.h"
 #include "callroles.h"
+#include "goal/samplerateconverter.h"
 
 namespace calls {
 
@@ -18,7 +19,8 @@ inline void CopyStep(World& world) {
     goal::Context* const context = world.Context();
     if (context == nullptr) return;
     goal::MarkBufferUsage(*context);
-    goal::CopyToSnapshot(context->snapshot, context->application);
+    static const goal::SampleRateConverter converter(2);
+    goal::CopyToSnapshot(context->snapshot, context->application, &converter);
     CheckCopied(*context, world.isMerged);
     for (const goal::Buffer* buffer : context->snapshot.deletedBuffers)
         delete buffer;

@@ -23,10 +23,16 @@ void CopyGlobals(GlobalParameters& target, const GlobalParameters& source) {
     target = source;
 }
 
+// A deleted source holds on to no buffer: those of its queue may be freed as soon as the copy is done.
+void Bury(Source& source) {
+    source.deleted = true;
+    source.queue.resize(0);
+}
+
 // Brings one source of the snapshot up to date. True when its memory has to start afresh.
 bool CopySource(Source& target, Source& source) {
     if (source.deleted) {
-        target.deleted = true;
+        Bury(target);
         return false;
     }
     if (target.deleted) {  // a new source took the entry
@@ -64,7 +70,8 @@ void UpdateSlot(AuxSlotParameters& target, const AuxSlotParameters& source) {
 // Shapes the ring for the source's channels here, so that the block needn't.
 void MatchConverter(SourceRendererState& state, const Source& source) {
     MultiChannelConverterState& converter = state.multiChannelConverter;
-    const bool isUsed = converter.ring.size > 0 && source.queue.size > 0 && source.queue[0]->channels > 1;
+    const bool isUsed =
+        !source.deleted && converter.ring.size > 0 && source.queue.size > 0 && source.queue[0]->channels > 1;
     if (isUsed) converter.resize(source.queue[0]->channels);
 }
 
@@ -96,8 +103,9 @@ void CopySlots(RenderSnapshot& snapshot, ApplicationState& application) {
 // Takes what the game changed about one source while the context was suspended. True when anything was.
 bool MergeSuspendedSource(Source& target, const Source& source) {
     if (source.deleted) {
-        target.deleted = true;
-        return true;
+        const bool isNews = !target.deleted;
+        Bury(target);
+        return isNews;
     }
     if (target.deleted) {  // the entry was taken anew
         target = source;

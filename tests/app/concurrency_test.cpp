@@ -23,7 +23,7 @@ protected:
                 goal::MarkBufferUsage(*context);
                 const slib::Lock stateLock(context->stateMutex);
                 apiLock.Release();
-                goal::CopyToSnapshot(context->snapshot, context->application);
+                goal::CopyToSnapshot(context->snapshot, context->application, &converter);
             }
             for (const goal::Buffer* buffer : context->snapshot.deletedBuffers)
                 delete buffer;

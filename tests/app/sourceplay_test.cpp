@@ -153,6 +153,22 @@ TEST_F(PlayCalls, NameDeletedAndMadeAgain_IsANewSource) {
 
 // ---- While suspended ----
 
+TEST_F(PlayCalls, DeletedSource_HoldsOnToNoBufferThatIsFreed) {
+    const ALuint buffer = MakeBuffer(64, 1000, AL_FORMAT_STEREO8), source = New(alGenSources);
+    SetBuffer(source, buffer);
+    alSourcePlay(source);
+    Copy();
+    alDeleteSources(1, &source);
+    alDeleteBuffers(1, &buffer);
+    Copy();
+    EXPECT_EQ(Rendered(source).queue.size, 0U);
+    Suspend();
+    Resume();
+    EXPECT_FALSE(context->application.touched.Contains(source - 1)) << "nothing about it changed";
+    Copy();
+    EXPECT_EQ(Rendered(source).queue.size, 0U);
+}
+
 TEST_F(PlayCalls, WhileSuspended_PausesActAtOnceAndPlaysAndStopsAfterwards) {
     const ALuint source = MakePlaying(2, 5);
     Suspend();

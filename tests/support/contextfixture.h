@@ -11,6 +11,7 @@
 
 #include "AL/tessarune.h"
 #include "app/goaldll/process.h"
+#include "goal/samplerateconverter.h"
 #include "temporaryfolder.h"
 
 namespace testing_support {
@@ -90,7 +91,7 @@ protected:
     /// What it does before a block.
     void Copy() {
         goal::MarkBufferUsage(*context);
-        goal::CopyToSnapshot(context->snapshot, context->application);
+        goal::CopyToSnapshot(context->snapshot, context->application, &converter);
         for (goal::Buffer* buffer : context->snapshot.deletedBuffers)
             delete buffer;
         context->snapshot.deletedBuffers.clear();
@@ -113,6 +114,8 @@ protected:
         return shared.configuration;
     }
 
+    /// A run by default settings has one, whose rings the copy shapes by the sources' buffers.
+    const goal::SampleRateConverter converter{2};
     TemporaryStore store;
     goal::Process& process = goal::TheProcess();
     const orb3::Configuration& defaults = UseDefaults(process.engine.configuration);
