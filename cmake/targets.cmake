@@ -1,11 +1,13 @@
-# How targets are made here. One folder is one target; its headers are reached by the folder's name
-# ("slib/thread.h"), through an include root of its own, so that a target sees the headers of what it links and
-# of nothing else.
+# How targets are made here. One folder is one target. An include names the room and the file
+# ("goal/render/renderer.h", "library/hull.h"), and goes through an include root that holds this folder and nothing
+# else, so that a target sees the headers of what it links and of nothing else.
 
 add_library(tessarune_flags INTERFACE)
 target_compile_options(tessarune_flags INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion
     $<$<BOOL:${TESSARUNE_WERROR}>:-Werror>
+    # Locks are held where the fields say so (slib/threadsafety.h); only clang can tell.
+    $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-Wthread-safety>
     # Multiply and add stay separate operations: every vector target gives the same bits.
     -ffp-contract=off)
 if(TESSARUNE_SANITIZE)
@@ -14,16 +16,23 @@ if(TESSARUNE_SANITIZE)
     target_link_options(tessarune_flags INTERFACE ${sanitize})
 endif()
 
+# tessarune_include_root(VARIABLE name prefix): sets VARIABLE to an include root in which "prefix/..." is the current
+# folder.
+function(tessarune_include_root variable name prefix)
+    set(root ${CMAKE_BINARY_DIR}/include/${name})
+    get_filename_component(parent ${root}/${prefix} DIRECTORY)
+    file(MAKE_DIRECTORY ${parent})
+    file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${root}/${prefix} SYMBOLIC)
+    set(${variable} ${root} PARENT_SCOPE)
+endfunction()
+
 # tessarune_library(NAME prefix [LINKS ...] [PRIVATE_LINKS ...]): the static library NAME of the current folder,
 # whose headers are included as "prefix/...". A folder without sources yet is a target without an archive.
 function(tessarune_library name prefix)
     cmake_parse_arguments(arg "" "" "LINKS;PRIVATE_LINKS" ${ARGN})
     file(GLOB sources CONFIGURE_DEPENDS *.cpp)
     file(GLOB headers CONFIGURE_DEPENDS *.h)
-    set(root ${CMAKE_BINARY_DIR}/include/${name})
-    get_filename_component(parent ${root}/${prefix} DIRECTORY)
-    file(MAKE_DIRECTORY ${parent})
-    file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${root}/${prefix} SYMBOLIC)
+    tessarune_include_root(root ${name} ${prefix})
     if(sources)
         add_library(${name} STATIC ${sources})
         target_include_directories(${name} PUBLIC ${root})

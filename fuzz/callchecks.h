@@ -14,7 +14,7 @@
 #include <string>
 #include <tuple>
 
-#include "callroles.h"
+#include "fuzz/callroles.h"
 
 namespace calls {
 

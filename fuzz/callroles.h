@@ -25,8 +25,8 @@
 #include "app/goaldll/alenums.h"
 #include "app/goaldll/alprocs.h"
 #include "app/goaldll/process.h"
-#include "callinput.h"
-#include "goal/bufferformats.h"
+#include "fuzz/callinput.h"
+#include "goal/sound/bufferformats.h"
 
 namespace calls {
 

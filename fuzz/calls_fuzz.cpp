@@ -10,9 +10,9 @@
 #include <span>
 #include <string>
 
-#include "callchecks.h"
-#include "callserver.h"
-#include "calltable.h"
+#include "fuzz/callchecks.h"
+#include "fuzz/callserver.h"
+#include "fuzz/calltable.h"
 
 namespace {
 

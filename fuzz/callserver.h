@@ -9,9 +9,9 @@
 #include <cstdint>
 #include <vector>
 
-#include "callchecks.h"
-#include "callroles.h"
-#include "goal/samplerateconverter.h"
+#include "fuzz/callchecks.h"
+#include "fuzz/callroles.h"
+#include "goal/dsp/samplerateconverter.h"
 
 namespace calls {
 
@@ -20,7 +20,7 @@ inline void CopyStep(World& world) {
     if (context == nullptr) return;
     goal::MarkBufferUsage(*context);
     static const goal::SampleRateConverter converter(2);
-    goal::CopyToSnapshot(context->snapshot, context->application, &converter);
+    goal::CopyToSnapshot(context->snapshot, context->application, &converter.start);
     CheckCopied(*context, world.isMerged);
     for (const goal::Buffer* buffer : context->snapshot.deletedBuffers)
         delete buffer;

@@ -6,7 +6,7 @@
 #include <initializer_list>
 #include <vector>
 
-#include "callroles.h"
+#include "fuzz/callroles.h"
 
 namespace calls {
 

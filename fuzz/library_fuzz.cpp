@@ -14,17 +14,17 @@
 #include <string>
 #include <utility>
 
-#include "check.h"
-#include "orb3core/acousticfactory.h"
-#include "orb3core/directoryformatlibrarian.h"
-#include "orb3core/littleendian.h"
-#include "orb3core/packeddescription.h"
-#include "orb3core/pakformatlibrarian.h"
-#include "orb3core/pakwriter.h"
-#include "orb3core/processingformatlibrarian.h"
+#include "fuzz/check.h"
+#include "orb3core/acoustics/acousticfactory.h"
+#include "orb3core/library/directoryformatlibrarian.h"
+#include "orb3core/library/packeddescription.h"
+#include "orb3core/library/pakformatlibrarian.h"
+#include "orb3core/library/pakwriter.h"
+#include "orb3core/library/processingformatlibrarian.h"
+#include "orb3core/transform/littleendian.h"
 #include "slib/exception.h"
 #include "slib/files.h"
-#include "temporaryfolder.h"
+#include "tests/support/temporaryfolder.h"
 
 namespace {
 

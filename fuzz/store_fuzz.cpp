@@ -14,10 +14,10 @@
 #include <iterator>
 #include <string>
 
-#include "check.h"
-#include "orb3core/configstore.h"
-#include "orb3core/storetext.h"
-#include "temporaryfolder.h"
+#include "fuzz/check.h"
+#include "orb3core/store/configstore.h"
+#include "orb3core/store/storetext.h"
+#include "tests/support/temporaryfolder.h"
 
 namespace {
 

@@ -9,8 +9,8 @@
 #include <string_view>
 #include <vector>
 
-#include "check.h"
-#include "orb3core/configuration.h"
+#include "fuzz/check.h"
+#include "orb3core/settings/configuration.h"
 #include "slib/exception.h"
 #include "slib/sxml.h"
 

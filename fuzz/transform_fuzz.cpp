@@ -10,9 +10,9 @@
 #include <sstream>
 #include <string>
 
-#include "check.h"
-#include "orb3core/transformreader.h"
-#include "orb3core/transformwriter.h"
+#include "fuzz/check.h"
+#include "orb3core/transform/transformreader.h"
+#include "orb3core/transform/transformwriter.h"
 #include "slib/exception.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "design/acousticcheck.h"
+#include "library/acousticcheck.h"
 
 #include <algorithm>
 #include <cmath>
@@ -14,7 +14,7 @@ using Eigen::Index;
 using std::numbers::pi;
 using Transform = orb3::strans::TimeDomainTransform<double, 1>;
 
-constexpr double kSpeedOfSound = 346.4;
+constexpr double speedOfSound = 346.4;
 
 unsigned OrderOf(const Transform& transform) {
     for (unsigned order = 1; ChannelCount(order) <= transform.impulses.rows; ++order)
@@ -49,7 +49,7 @@ Eigen::VectorXcd Paths(const SpeakerLayout& layout, double frequency) {
     for (Index k = 0; k < paths.size(); ++k) {
         const double distance = layout.speakers[static_cast<std::size_t>(k)].distance;
         paths[k] =
-            std::polar(reference / distance, 2 * pi * frequency * (reference - distance) / kSpeedOfSound);
+            std::polar(reference / distance, 2 * pi * frequency * (reference - distance) / speedOfSound);
     }
     return paths;
 }

@@ -5,8 +5,8 @@
 
 #include <vector>
 
-#include "design/layouts.h"
-#include "orb3core/timedomaintransform.h"
+#include "library/layouts.h"
+#include "orb3core/transform/timedomaintransform.h"
 
 namespace design {
 

@@ -1,11 +1,11 @@
-#include "design/decodermatrix.h"
+#include "library/decodermatrix.h"
 
 #include <Eigen/Cholesky>
 #include <cmath>
 
-#include "design/decoderoptimiser.h"
-#include "design/fieldbasis.h"
-#include "design/panning.h"
+#include "library/decoderoptimiser.h"
+#include "library/fieldbasis.h"
+#include "library/panning.h"
 
 namespace design {
 namespace {
@@ -13,7 +13,7 @@ namespace {
 using Eigen::Index;
 
 // How far Basic is drawn to Energy, against errors of pressure and velocity.
-constexpr double kPull = 1e-3;
+constexpr double pull = 1e-3;
 
 std::vector<Direction> OnHorizon(const SpeakerRing& speakers) {
     std::vector<Direction> directions = speakers.directions;
@@ -60,7 +60,7 @@ public:
             sums.col(k).tail<3>() = directions[static_cast<std::size_t>(k)];
         const Eigen::MatrixXd near = energy / energy.col(0).sum();
         Eigen::MatrixXd normal = sums.transpose() * sums;
-        normal.diagonal().array() += kPull;
+        normal.diagonal().array() += pull;
         return near + normal.llt().solve(sums.transpose() * (WantedSums() - sums * near));
     }
 

@@ -1,4 +1,4 @@
-#include "design/decoderoptimiser.h"
+#include "library/decoderoptimiser.h"
 
 #include <Eigen/Cholesky>
 #include <Eigen/Geometry>
@@ -12,12 +12,12 @@ using Eigen::Index;
 
 // What the residuals weigh against each other: at these, layouts of 5 and 7 give up a tenth of the length of
 // energy vectors for front directions right to a degree.
-constexpr double kLevelWeight = 1;
-constexpr double kDirectionWeight = 1;
-constexpr double kFrontWeight = 3;
-constexpr double kLengthWeight = 0.5;
-constexpr double kGapWeight = 0.5;
-constexpr double kFront = 50 * std::numbers::pi / 180;
+constexpr double levelWeight = 1;
+constexpr double directionWeight = 1;
+constexpr double frontWeight = 3;
+constexpr double lengthWeight = 0.5;
+constexpr double gapWeight = 0.5;
+constexpr double front = 50 * std::numbers::pi / 180;
 
 // What is wanted at one direction: components of the energy vector along axes of its own.
 struct Aim {
@@ -75,14 +75,14 @@ private:
 
     Aim AimAt(const Direction& direction, const Panner::Gains& gains, double length) const {
         Aim aim{direction * length, {}};
-        const bool isAhead = AngleBetween(direction, Direction::UnitX()) < kFront;
+        const bool isAhead = AngleBetween(direction, Direction::UnitX()) < front;
         if (gains.isInGap) aim.vector = places.transpose() * gains.speakers.cwiseAbs2();
         const Direction along =
             gains.isInGap && aim.vector.norm() > 1e-3 ? aim.vector.normalized() : direction;
         const Direction side = Direction::UnitZ().cross(along);
         const Direction across = side.norm() > 1e-6 ? side.normalized() : Direction::UnitY();
-        const double turn = gains.isInGap ? kGapWeight : isAhead ? kFrontWeight : kDirectionWeight;
-        aim.axes << kLengthWeight * along.transpose(), turn * across.transpose(),
+        const double turn = gains.isInGap ? gapWeight : isAhead ? frontWeight : directionWeight;
+        aim.axes << lengthWeight * along.transpose(), turn * across.transpose(),
             turn * along.cross(across).transpose();
         return aim;
     }
@@ -103,10 +103,10 @@ private:
             const double root = std::sqrt(points.weights[i]);
             const Eigen::RowVectorXd mixed = gains.transpose() * coherence;
             const double loudness = mixed * gains;
-            residuals[4 * i] = root * kLevelWeight * std::log(loudness);
+            residuals[4 * i] = root * levelWeight * std::log(loudness);
             residuals.segment<3>(4 * i + 1) = root * (aim.axes * (vector - aim.vector));
             const Eigen::RowVectorXd share = root * 2 / energy * gains.transpose();
-            slopes.row(0) = root * kLevelWeight * 2 / loudness * mixed;
+            slopes.row(0) = root * levelWeight * 2 / loudness * mixed;
             slopes.bottomRows<3>() =
                 aim.axes * (places.transpose().colwise() - vector) * share.transpose().asDiagonal();
             for (Index f = 0; f < functions; ++f)

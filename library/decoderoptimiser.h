@@ -5,8 +5,8 @@
 
 #include <Eigen/Core>
 
-#include "design/fieldbasis.h"
-#include "design/panning.h"
+#include "library/fieldbasis.h"
+#include "library/panning.h"
 
 namespace design {
 

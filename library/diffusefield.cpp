@@ -1,24 +1,24 @@
-#include "design/diffusefield.h"
+#include "library/diffusefield.h"
 
 #include <Eigen/Dense>
 #include <algorithm>
 #include <cmath>
 
-#include "design/erb.h"
-#include "design/headfourier.h"
+#include "library/erb.h"
+#include "library/headfourier.h"
 
 namespace design {
 namespace {
 
 constexpr double powerFloor = 1e-8;  // of the greatest: what no equaliser should lift
 
-/// Mean power of both ears over the sphere, a value a bin.
+// Mean power of both ears over the sphere, a value a bin.
 Eigen::VectorXd DiffusePower(const HeadSpectra& spectra) {
     return (spectra.ears[LeftEar].cwiseAbs2() + spectra.ears[RightEar].cwiseAbs2()).transpose() *
            spectra.areas / 2;
 }
 
-/// Means over windows of `bandwidths` auditory bands around each bin.
+// Means over windows of `bandwidths` auditory bands around each bin.
 Eigen::VectorXd Smoothed(const Eigen::VectorXd& power, double binWidth, double bandwidths) {
     Eigen::VectorXd result(power.size());
     for (Eigen::Index k = 0; k < power.size(); ++k) {
@@ -29,7 +29,7 @@ Eigen::VectorXd Smoothed(const Eigen::VectorXd& power, double binWidth, double b
     return result;
 }
 
-/// The Hermitian square root.
+// The Hermitian square root.
 Eigen::Matrix2cd Root(const Eigen::Matrix2cd& covariance) {
     return Eigen::SelfAdjointEigenSolver<Eigen::Matrix2cd>(covariance).operatorSqrt();
 }

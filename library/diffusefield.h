@@ -5,7 +5,7 @@
 
 #include <complex>
 
-#include "design/headdata.h"
+#include "library/headdata.h"
 
 namespace design {
 

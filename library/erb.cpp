@@ -1,4 +1,4 @@
-#include "design/erb.h"
+#include "library/erb.h"
 
 #include <cmath>
 

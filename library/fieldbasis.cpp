@@ -1,4 +1,4 @@
-#include "design/fieldbasis.h"
+#include "library/fieldbasis.h"
 
 #include <Eigen/LU>
 #include <cmath>
@@ -85,7 +85,7 @@ Eigen::VectorXd FieldBasis::MaxEnergyWeights() const {
     for (Index i = 0; i < weights.size(); ++i) {
         const unsigned degree = degrees[static_cast<std::size_t>(i)];
         weights[i] = isFlat ? std::cos(degree * pi / (2.0 * order + 2))
-                            : hcml::associatedLegendre(static_cast<int>(degree), 0, length);
+                            : hcml::AssociatedLegendre(static_cast<int>(degree), 0, length);
     }
     return weights;
 }

@@ -7,7 +7,7 @@
 #include <Eigen/Core>
 #include <vector>
 
-#include "design/sphericalbasis.h"
+#include "library/sphericalbasis.h"
 
 namespace design {
 

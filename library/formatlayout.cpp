@@ -1,9 +1,9 @@
-#include "design/formatlayout.h"
+#include "library/formatlayout.h"
 
 #include <algorithm>
 #include <cmath>
 
-#include "orb3core/fsascheme.h"
+#include "orb3core/acoustics/fsascheme.h"
 #include "slib/exception.h"
 
 namespace design {

@@ -3,8 +3,8 @@
 // From a library's formats back to what was designed: layouts of speakers, and orders of the sound field. For
 // the checks and plots of libraries; free functions without state.
 
-#include "design/layouts.h"
-#include "orb3core/format.h"
+#include "library/layouts.h"
+#include "orb3core/library/format.h"
 
 namespace design {
 

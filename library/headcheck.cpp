@@ -1,12 +1,12 @@
-#include "design/headcheck.h"
+#include "library/headcheck.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
 #include <numbers>
 
-#include "design/erb.h"
-#include "design/headfourier.h"
+#include "library/erb.h"
+#include "library/headfourier.h"
 #include "slib/exception.h"
 
 namespace design {
@@ -19,12 +19,12 @@ constexpr double delayPass = 1200, delayStop = 1500;  // Hz; between them the lo
 constexpr double horizonHeight = 0.0436;              // the sine of 2.5 degrees
 constexpr double lowBand = 100, middleBand = 8000, highBand = 16000;
 
-/// Band levels in dB; directions by bands.
+// Band levels in dB; directions by bands.
 Eigen::MatrixXd BandLevels(const Eigen::MatrixXcd& spectra, const ErbBands& bands) {
     return 10 * (spectra.cwiseAbs2() * bands.weights.transpose()).array().max(1e-20).log10();
 }
 
-/// Cross-spectrum of one direction, low-passed, from 0 Hz on.
+// Cross-spectrum of one direction, low-passed, from 0 Hz on.
 Eigen::VectorXcd LowCrossSpectrum(const HeadSpectra& spectra, Index direction) {
     const Index count = std::min(static_cast<Index>(delayStop / spectra.BinWidth()) + 1, spectra.Bins());
     Eigen::VectorXcd cross = spectra.ears[LeftEar].row(direction).head(count).conjugate().cwiseProduct(
@@ -48,7 +48,7 @@ double Correlation(const Eigen::VectorXcd& cross, double binWidth, double lag) {
     return sum.real();
 }
 
-/// The lag of the greatest correlation within 1.2 ms, by a grid refined three times.
+// The lag of the greatest correlation within 1.2 ms, by a grid refined three times.
 double GreatestLag(const Eigen::VectorXcd& cross, double binWidth) {
     double centre = 0;
     for (double step : {5e-5, 5e-6, 5e-7, 5e-8}) {
@@ -83,7 +83,7 @@ ErbBands BandsOf(const HeadSpectra& spectra) {
     return MakeErbBands(lowBand, highBand, spectra.sampleRate, spectra.Bins());
 }
 
-/// Mean over both ears of the absolute level differences, less the mean difference; directions by bands.
+// Mean over both ears of the absolute level differences, less the mean difference; directions by bands.
 Eigen::MatrixXd BandErrors(const HeadSpectra& decoded, const HeadSpectra& reference) {
     const Index directions = reference.measured;
     Eigen::MatrixXd difference(2 * directions, BandsOf(reference).centres.size());

@@ -5,8 +5,8 @@
 
 #include <vector>
 
-#include "design/headdata.h"
-#include "design/headdecoder.h"
+#include "library/headdata.h"
+#include "library/headdecoder.h"
 
 namespace design {
 

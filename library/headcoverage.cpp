@@ -1,4 +1,4 @@
-#include "design/headcoverage.h"
+#include "library/headcoverage.h"
 
 #include <Eigen/Dense>
 #include <cmath>

@@ -5,7 +5,7 @@
 
 #include <vector>
 
-#include "design/sphericalbasis.h"
+#include "library/sphericalbasis.h"
 
 namespace design {
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "design/sphericalbasis.h"
+#include "library/sphericalbasis.h"
 
 namespace design {
 

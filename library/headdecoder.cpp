@@ -1,10 +1,10 @@
-#include "design/headdecoder.h"
+#include "library/headdecoder.h"
 
 #include <algorithm>
 #include <cmath>
 
-#include "design/erb.h"
-#include "design/headfourier.h"
+#include "library/erb.h"
+#include "library/headfourier.h"
 #include "slib/exception.h"
 
 namespace design {
@@ -21,7 +21,7 @@ unsigned OrderOf(const HeadTransform& transform) {
     return side - 1;
 }
 
-/// Half spectra of the responses to one output, inputs by bins.
+// Half spectra of the responses to one output, inputs by bins.
 Eigen::MatrixXcd FilterSpectra(const HeadTransform& transform, std::uint32_t output) {
     const std::uint32_t ring = transform.Length();
     HeadFourier fourier(std::max<Index>(headTransformLength, ring));

@@ -5,8 +5,8 @@
 
 #include <vector>
 
-#include "design/headdata.h"
-#include "orb3core/timedomaintransform.h"
+#include "library/headdata.h"
+#include "orb3core/transform/timedomaintransform.h"
 
 namespace design {
 

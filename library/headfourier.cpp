@@ -1,4 +1,4 @@
-#include "design/headfourier.h"
+#include "library/headfourier.h"
 
 namespace design {
 

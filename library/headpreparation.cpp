@@ -1,14 +1,14 @@
-#include "design/headpreparation.h"
+#include "library/headpreparation.h"
 
 #include <algorithm>
 #include <cmath>
 #include <numbers>
 
-#include "design/diffusefield.h"
-#include "design/headcoverage.h"
-#include "design/headfourier.h"
-#include "design/headresampler.h"
-#include "design/spherehead.h"
+#include "library/diffusefield.h"
+#include "library/headcoverage.h"
+#include "library/headfourier.h"
+#include "library/headresampler.h"
+#include "library/spherehead.h"
 #include "slib/exception.h"
 
 namespace design {
@@ -24,7 +24,7 @@ constexpr double trustedFrom = 200, trustedWhole = 400, delayBandEnd = 1200;  //
 constexpr double equalisedTo = 18000;                                         // Hz
 constexpr double tiny = 1e-12;
 
-/// One delay for each direction, all counted from the smallest of both ears.
+// One delay for each direction, all counted from the smallest of both ears.
 std::array<Eigen::VectorXd, 2> RelativeDelays(const HeadImpulses& head) {
     std::array<Eigen::VectorXd, 2> delays = head.delays;
     for (Eigen::VectorXd& ear : delays) {
@@ -39,8 +39,8 @@ std::array<Eigen::VectorXd, 2> RelativeDelays(const HeadImpulses& head) {
     return delays;
 }
 
-/// Every direction has a mirror image, and the differences between the ears there hold less than -40 dB of
-/// the energy. Heads with delays are taken as they are.
+// Every direction has a mirror image, and the differences between the ears there hold less than -40 dB of
+// the energy. Heads with delays are taken as they are.
 bool IsSymmetric(const HeadImpulses& head, const std::array<Eigen::VectorXd, 2>& delays) {
     if (delays[LeftEar].maxCoeff() > 0 || delays[RightEar].maxCoeff() > 0) return false;
     double difference = 0;
@@ -54,7 +54,7 @@ bool IsSymmetric(const HeadImpulses& head, const std::array<Eigen::VectorXd, 2>&
     return difference < 1e-4 * head.ears[LeftEar].squaredNorm();
 }
 
-/// The first sample that isn't silence at every ear.
+// The first sample that isn't silence at every ear.
 Index FirstSound(const std::array<Eigen::MatrixXd, 2>& ears) {
     const Eigen::VectorXd power =
         ears[LeftEar].rowwise().squaredNorm() + ears[RightEar].rowwise().squaredNorm();
@@ -64,7 +64,7 @@ Index FirstSound(const std::array<Eigen::MatrixXd, 2>& ears) {
            power.begin();
 }
 
-/// Ones, then the falling half of a cosine window over the last quarter.
+// Ones, then the falling half of a cosine window over the last quarter.
 Eigen::VectorXd ClosingWindow(Index length) {
     const Index fade = length / 4;
     const auto steps = static_cast<double>(fade);
@@ -108,7 +108,7 @@ private:
 
     Index BinOf(double frequency) const { return static_cast<Index>(frequency / spectra.BinWidth()); }
 
-    /// Spectrum of a pure delay of `seconds`.
+    // Spectrum of a pure delay of `seconds`.
     Eigen::RowVectorXcd DelaySpectrum(double seconds) const {
         return (Complex(0, -seconds) * omegas.array()).exp().transpose();
     }
@@ -136,7 +136,7 @@ private:
         }
     }
 
-    /// Level and phase are continued apart, since complex values that turn over directions would fade.
+    // Level and phase are continued apart, since complex values that turn over directions would fade.
     void ContinueOverGaps() {
         const Index gaps = static_cast<Index>(spectra.directions.size()) - spectra.measured;
         if (gaps == 0) return;
@@ -152,7 +152,7 @@ private:
         }
     }
 
-    /// The corrections to the sphere, freed of their mean delay, and at low frequencies of all but delays.
+    // The corrections to the sphere, freed of their mean delay, and at low frequencies of all but delays.
     void SettleTime() {
         std::array<Eigen::MatrixXcd, 2> corrections;
         for (std::size_t ear : {0u, 1u}) {
@@ -169,8 +169,8 @@ private:
         }
     }
 
-    /// Seconds that all corrections share, from the mean turn of phase from bin to bin; good to a fraction of
-    /// the period at the end of the band.
+    // Seconds that all corrections share, from the mean turn of phase from bin to bin; good to a fraction of
+    // the period at the end of the band.
     double RoughDelay(const std::array<Eigen::MatrixXcd, 2>& corrections) const {
         const Index first = BinOf(trustedWhole), count = BinOf(delayBandEnd) - first;
         Complex turn = 0;
@@ -181,7 +181,7 @@ private:
         return -std::arg(turn) / omegas[1];
     }
 
-    /// Seconds for each direction: the pure delay nearest in phase to the correction, from 400 to 1200 Hz.
+    // Seconds for each direction: the pure delay nearest in phase to the correction, from 400 to 1200 Hz.
     Eigen::VectorXd OwnDelays(const Eigen::MatrixXcd& corrections, double rough) const {
         const Index first = BinOf(trustedWhole), count = BinOf(delayBandEnd) - first;
         const Eigen::VectorXd band = omegas.segment(first, count);

@@ -3,7 +3,7 @@
 // From a measured head to the spectra that decoders are designed on: one time zero, no colour of the
 // measuring loudspeaker, no missing directions, sound low frequencies. Pure function, any thread.
 
-#include "design/headdata.h"
+#include "library/headdata.h"
 
 namespace design {
 

@@ -1,4 +1,4 @@
-#include "design/headresampler.h"
+#include "library/headresampler.h"
 
 #include <algorithm>
 #include <cmath>

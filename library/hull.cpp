@@ -1,4 +1,4 @@
-#include "design/hull.h"
+#include "library/hull.h"
 
 #include <Eigen/Geometry>
 #include <algorithm>
@@ -8,7 +8,7 @@
 namespace design {
 namespace {
 
-constexpr double kOnPlane = 1e-7;
+constexpr double onPlane = 1e-7;
 
 // Sorts the corners by their angle around the normal.
 void SortAround(const std::vector<Direction>& points, Facet& facet) {
@@ -27,14 +27,14 @@ void SortAround(const std::vector<Direction>& points, Facet& facet) {
 std::optional<Facet> FacetThrough(const std::vector<Direction>& points, std::size_t a, std::size_t b,
                                   std::size_t c) {
     const Direction product = (points[b] - points[a]).cross(points[c] - points[a]);
-    if (product.norm() < kOnPlane) return {};
+    if (product.norm() < onPlane) return {};
     Facet facet{product.normalized(), 0, {}};
     bool hasAbove = false, hasBelow = false;
     for (std::size_t i = 0; i < points.size(); ++i) {
         const double height = facet.normal.dot(points[i] - points[a]);
-        if (std::abs(height) < kOnPlane) facet.corners.push_back(i);
-        hasAbove |= height >= kOnPlane;
-        hasBelow |= height <= -kOnPlane;
+        if (std::abs(height) < onPlane) facet.corners.push_back(i);
+        hasAbove |= height >= onPlane;
+        hasBelow |= height <= -onPlane;
     }
     if (hasAbove == hasBelow) return {};
     if (hasAbove) facet.normal = -facet.normal;

@@ -1,4 +1,4 @@
-#include "design/layoutreader.h"
+#include "library/layoutreader.h"
 
 #include <algorithm>
 #include <array>
@@ -14,8 +14,8 @@
 namespace design {
 namespace {
 
-constexpr double kDegree = std::numbers::pi / 180;
-constexpr std::size_t kMostSpeakers = 128;
+constexpr double degree = std::numbers::pi / 180;
+constexpr std::size_t mostSpeakers = 128;
 
 std::string_view Trimmed(std::string_view text) {
     while (!text.empty() && slib::IsSpace(text.front()))
@@ -35,8 +35,8 @@ std::string_view TakeUntil(std::string_view& text, char mark) {
 
 // The numbers that place a speaker, by the words that introduce them.
 enum Coordinate { Azimuth, Elevation, Distance, X, Y, Z, CoordinateCount };
-constexpr std::array<std::string_view, CoordinateCount> kWords{"azimuth", "elevation", "distance",
-                                                               "x",       "y",         "z"};
+constexpr std::array<std::string_view, CoordinateCount> words{"azimuth", "elevation", "distance",
+                                                              "x",       "y",         "z"};
 using Coordinates = std::array<std::optional<double>, CoordinateCount>;
 
 class Reader {
@@ -85,8 +85,8 @@ private:
     }
 
     void AddSpeaker(const std::string& label, std::string_view rest) {
-        if (layout.speakers.size() == kMostSpeakers)
-            Fail("A layout has at most " + std::to_string(kMostSpeakers) + " speakers.");
+        if (layout.speakers.size() == mostSpeakers)
+            Fail("A layout has at most " + std::to_string(mostSpeakers) + " speakers.");
         RoomSpeaker speaker{.label = label, .direction = Direction::UnitX()};
         Coordinates coordinates;
         while (!rest.empty())
@@ -99,9 +99,9 @@ private:
     void ReadProperty(std::string_view text, RoomSpeaker& speaker, Coordinates& coordinates) const {
         const std::string word = slib::toLower(TakeUntil(text, ' '));
         const std::string_view value = Trimmed(text);
-        const auto known = std::ranges::find(kWords, word);
-        if (known != kWords.end())
-            SetCoordinate(coordinates[static_cast<std::size_t>(known - kWords.begin())], word, value);
+        const auto known = std::ranges::find(words, word);
+        if (known != words.end())
+            SetCoordinate(coordinates[static_cast<std::size_t>(known - words.begin())], word, value);
         else
             SetKind(word, value, speaker);
     }
@@ -137,7 +137,7 @@ private:
         if (isPolar) {
             if (std::abs(at[Elevation].value_or(0)) > 90) Fail("An elevation is between -90 and 90 degrees.");
             speaker.direction =
-                DirectionAt(at[Azimuth].value_or(0) * kDegree, at[Elevation].value_or(0) * kDegree);
+                DirectionAt(at[Azimuth].value_or(0) * degree, at[Elevation].value_or(0) * degree);
             speaker.distance = at[Distance].value_or(1);
         } else {
             const Direction place(at[X].value_or(0), at[Y].value_or(0), at[Z].value_or(0));
@@ -157,7 +157,7 @@ private:
         for (const RoomSpeaker& other : layout.speakers) {
             if (other.label == speaker.label) Fail("There are two speakers \"" + speaker.label + "\".");
             if (other.IsDecoded() && speaker.IsDecoded() &&
-                AngleBetween(other.direction, speaker.direction) < 0.5 * kDegree)
+                AngleBetween(other.direction, speaker.direction) < 0.5 * degree)
                 Fail(std::string("\"") + other.label + "\" and \"" + speaker.label +
                      "\" stand in the same direction.");
         }

@@ -5,7 +5,7 @@
 #include <istream>
 #include <string>
 
-#include "design/layouts.h"
+#include "library/layouts.h"
 
 namespace design {
 
@@ -20,7 +20,7 @@ namespace design {
 ///
 /// Azimuths (positive to the left) and elevations are degrees, 0 where left out; distances and coordinates
 /// are metres, a distance left out is 1 and a coordinate left out 0. Roles and types are those of
-/// orb3core/speakers.h.
+/// orb3core/speakers/speakers.h.
 ///
 /// `source` names the file in messages. Throws slib::BadDataException, with the number of the line, for
 /// whatever doesn't fit this form, a name missing, no speaker to decode for, more than 128 speakers, two

@@ -1,4 +1,4 @@
-#include "design/layouts.h"
+#include "library/layouts.h"
 
 #include <algorithm>
 #include <cmath>
@@ -12,7 +12,7 @@ using orb3::spk::Role;
 using orb3::spk::SpeakerType;
 using slib::StandardFormat;
 
-constexpr double kDegree = std::numbers::pi / 180;
+constexpr double degree = std::numbers::pi / 180;
 
 struct Place {
     std::string_view channel;
@@ -26,26 +26,26 @@ struct Room {
     std::vector<Place> places;
 };
 
-const Place kLeft{"Front Left", 30, Role::FrontLeft};
-const Place kRight{"Front Right", -30, Role::FrontRight};
-const Place kCentre{"Front Centre", 0, Role::FrontCentre};
-const Place kBass{"Bass (LFE Only)", 0, Role::BassLFE};
-const std::vector<Place> kStereo{{"Left", 30, Role::FrontLeft}, {"Right", -30, Role::FrontRight}};
+const Place left{"Front Left", 30, Role::FrontLeft};
+const Place right{"Front Right", -30, Role::FrontRight};
+const Place centre{"Front Centre", 0, Role::FrontCentre};
+const Place bass{"Bass (LFE Only)", 0, Role::BassLFE};
+const std::vector<Place> stereo{{"Left", 30, Role::FrontLeft}, {"Right", -30, Role::FrontRight}};
 
 // The three fronts and the bass, which open all layouts from 5.1 on.
 std::vector<Place> FrontAnd(std::vector<Place> others) {
-    others.insert(others.begin(), {kLeft, kRight, kCentre, kBass});
+    others.insert(others.begin(), {left, right, centre, bass});
     return others;
 }
 
 const std::vector<Room>& Rooms() {
     static const std::vector<Room> rooms{
         {StandardFormat::Mono, LayoutKind::Speakers, {{"Output", 0, Role::FrontCentre}}},
-        {StandardFormat::Stereo, LayoutKind::Speakers, kStereo},
+        {StandardFormat::Stereo, LayoutKind::Speakers, stereo},
         {StandardFormat::HeadphoneStereo,
          LayoutKind::Headphones,
          {{"Left", 90, Role::FrontLeft}, {"Right", -90, Role::FrontRight}}},
-        {StandardFormat::SurroundStereo, LayoutKind::MatrixStereo, kStereo},
+        {StandardFormat::SurroundStereo, LayoutKind::MatrixStereo, stereo},
         {StandardFormat::Quad,
          LayoutKind::Speakers,
          {{"Front Left", 45, Role::FrontLeft},
@@ -72,7 +72,7 @@ const std::vector<Room>& Rooms() {
 
 RoomSpeaker SpeakerAt(const Place& place) {
     const bool isBass = place.role == Role::BassLFE;
-    return {std::string(place.channel), DirectionAt(place.azimuth * kDegree, 0), 1,
+    return {std::string(place.channel), DirectionAt(place.azimuth * degree, 0), 1,
             isBass ? SpeakerType::SubWoofer : SpeakerType::Normal, place.role};
 }
 
@@ -100,7 +100,7 @@ std::vector<Direction> CubeCorners() {
     std::vector<Direction> corners;
     for (double z : {-1.0, 1.0})
         for (double azimuth : {45.0, -45.0, 135.0, -135.0})
-            corners.push_back(DirectionAt(azimuth * kDegree, std::atan(z / std::numbers::sqrt2)));
+            corners.push_back(DirectionAt(azimuth * degree, std::atan(z / std::numbers::sqrt2)));
     return corners;
 }
 
@@ -123,7 +123,7 @@ std::vector<std::size_t> SpeakerLayout::DecodedSpeakers() const {
 
 bool SpeakerLayout::IsFlat() const {
     return std::ranges::all_of(speakers, [](const RoomSpeaker& speaker) {
-        return !speaker.IsDecoded() || std::abs(speaker.direction.z()) < std::sin(10 * kDegree);
+        return !speaker.IsDecoded() || std::abs(speaker.direction.z()) < std::sin(10 * degree);
     });
 }
 

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "design/sphericalbasis.h"
-#include "orb3core/speakers.h"
+#include "library/sphericalbasis.h"
+#include "orb3core/speakers/speakers.h"
 #include "slib/standardformats.h"
 
 namespace design {

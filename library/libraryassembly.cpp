@@ -1,19 +1,19 @@
-#include "design/libraryassembly.h"
+#include "library/libraryassembly.h"
 
 #include <cmath>
 #include <map>
 #include <numbers>
 #include <utility>
 
-#include "design/headdecoder.h"
-#include "design/headpreparation.h"
-#include "design/magls.h"
-#include "design/sofareader.h"
-#include "design/speakerdecoder.h"
-#include "design/spherehead.h"
-#include "design/virtualspeakers.h"
-#include "orb3core/conversionchoice.h"
-#include "orb3core/fsascheme.h"
+#include "library/headdecoder.h"
+#include "library/headpreparation.h"
+#include "library/magls.h"
+#include "library/sofareader.h"
+#include "library/speakerdecoder.h"
+#include "library/spherehead.h"
+#include "library/virtualspeakers.h"
+#include "orb3core/acoustics/fsascheme.h"
+#include "orb3core/library/conversionchoice.h"
 #include "slib/exception.h"
 #include "slib/standardformats.h"
 
@@ -125,7 +125,7 @@ struct HeadMethod {
 
 HeadMethod MeasuredHead(const LibraryPlan& plan) {
     HeadMethod method{
-        {kMeasuredHead, "Measured Head",
+        {measuredHead, "Measured Head",
          "The ears of a measured head: exact below 1.8 kHz, and above it in level, where hearing "
          "no longer follows the phase. Equalised to a diffuse field."},
         Priority::High,
@@ -138,7 +138,7 @@ HeadMethod MeasuredHead(const LibraryPlan& plan) {
 
 HeadMethod RigidSphere(const LibraryPlan& plan) {
     HeadMethod method{
-        {kSphereHead, "Sphere Head",
+        {sphereHead, "Sphere Head",
          "Two ears on a rigid sphere, without pinnae: true delays and shadows of a head, and no "
          "colour of anybody's ears. Equalised to a diffuse field."},
         Priority::Normal,
@@ -150,7 +150,7 @@ HeadMethod RigidSphere(const LibraryPlan& plan) {
 
 void StoreHeadDecoders(const HeadMethod& method, const std::string& headphones, FormatRegistrar& library) {
     StoreMethod(method.text, library);
-    for (unsigned order = 1; order <= kGreatestOrder; ++order) {
+    for (unsigned order = 1; order <= greatestOrder; ++order) {
         const Conversion conversion =
             MakeConversion(SpatialFormatTag(order), headphones, method.text.tag, method.priority);
         library.storeConversion(conversion);
@@ -166,7 +166,7 @@ void StoreVirtualSpeakers(const HeadMethod& method, const SpeakerLayout& room, c
     const MethodText ears{"earsofspeakers", "Ears of Speakers",
                           "What each speaker of a layout sends to the ears of a measured head."};
     const MethodText whole{
-        kVirtualSpeakers, "Virtual Speakers",
+        virtualSpeakers, "Virtual Speakers",
         "The speakers of " + room.name +
             " around a measured head: a rendering for speakers, heard through headphones."};
     StoreMethod(ears, library);
@@ -175,14 +175,13 @@ void StoreVirtualSpeakers(const HeadMethod& method, const SpeakerLayout& room, c
     const Conversion last = MakeConversion(roomTag, headphones, ears.tag, Priority::Private);
     library.storeConversion(last);
     double energy = 0;
-    const Transform gains =
-        DesignSpeakerDecoder(room, kGreatestOrder, SpeakerMethod::Energy, 48000).transform;
+    const Transform gains = DesignSpeakerDecoder(room, greatestOrder, SpeakerMethod::Energy, 48000).transform;
     for (const auto& [rate, head] : method.heads) {
         const Transform transform = EarsOfSpeakers(head, room);
         energy += FrontalEnergyOfChain(gains, transform) / static_cast<double>(method.heads.size());
         StoreTransform(last, transform, library);
     }
-    const std::string spatial = SpatialFormatTag(kGreatestOrder);
+    const std::string spatial = SpatialFormatTag(greatestOrder);
     Conversion chain = MakeConversion(spatial, headphones, whole.tag, Priority::Low);
     chain.chain.append({spatial, roomTag, DescribeMethod(SpeakerMethod::Energy).tag});
     chain.chain.append(last);
@@ -232,7 +231,7 @@ void AddSpeakerLayout(const SpeakerLayout& added, const std::vector<int>& rates,
     StoreLayoutFormat(layout, library);
     for (const SpeakerMethod method : MethodsFor(layout)) {
         StoreMethod(DescribeMethod(method), library);
-        for (unsigned order = 1; order <= kGreatestOrder; ++order) {
+        for (unsigned order = 1; order <= greatestOrder; ++order) {
             const Conversion conversion =
                 MakeConversion(SpatialFormatTag(order), format, DescribeMethod(method).tag,
                                static_cast<Priority>(PriorityOf(method)));
@@ -246,7 +245,7 @@ void AddSpeakerLayout(const SpeakerLayout& added, const std::vector<int>& rates,
 
 void AssembleLibrary(const LibraryPlan& plan, FormatRegistrar& library) {
     library.setTag(plan.tag);
-    for (unsigned order = 1; order <= kGreatestOrder; ++order)
+    for (unsigned order = 1; order <= greatestOrder; ++order)
         StoreSpatialFormat(order, library);
     for (const SpeakerLayout& layout : plan.layouts)
         if (layout.kind != LayoutKind::Headphones) AddSpeakerLayout(layout, plan.rates, library);

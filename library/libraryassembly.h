@@ -8,18 +8,18 @@
 #include <string>
 #include <vector>
 
-#include "design/layouts.h"
-#include "orb3core/formatlibrarian.h"
+#include "library/layouts.h"
+#include "orb3core/library/formatlibrarian.h"
 
 namespace design {
 
 /// The greatest order of a spatial format in a library.
-inline constexpr unsigned kGreatestOrder = 4;
+inline constexpr unsigned greatestOrder = 4;
 
 /// The tags of the methods for headphones.
-inline constexpr const char* kMeasuredHead = "measuredhead";
-inline constexpr const char* kSphereHead = "spherehead";
-inline constexpr const char* kVirtualSpeakers = "virtualspeakers";
+inline constexpr const char* measuredHead = "measuredhead";
+inline constexpr const char* sphereHead = "spherehead";
+inline constexpr const char* virtualSpeakers = "virtualspeakers";
 
 /// The tag of the spatial format of an order.
 std::string SpatialFormatTag(unsigned order);

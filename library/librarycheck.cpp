@@ -1,18 +1,18 @@
-#include "design/librarycheck.h"
+#include "library/librarycheck.h"
 
 #include <algorithm>
 #include <cmath>
 #include <exception>
 #include <numbers>
 
-#include "design/acousticcheck.h"
-#include "design/fieldbasis.h"
-#include "design/formatlayout.h"
-#include "design/headpreparation.h"
-#include "design/libraryassembly.h"
-#include "design/librarywriter.h"
-#include "design/sofareader.h"
-#include "design/spherehead.h"
+#include "library/acousticcheck.h"
+#include "library/fieldbasis.h"
+#include "library/formatlayout.h"
+#include "library/headpreparation.h"
+#include "library/libraryassembly.h"
+#include "library/librarywriter.h"
+#include "library/sofareader.h"
+#include "library/spherehead.h"
 #include "slib/exception.h"
 
 namespace design {
@@ -22,7 +22,7 @@ using orb3::fl::Conversion;
 using orb3::fl::Format;
 using orb3::fl::FormatLibrarian;
 
-constexpr FrequencyBand kLowBand{60, 120, 2}, kHighBand{6000, 12000, 3}, kWholeBand{300, 15000, 12};
+constexpr FrequencyBand lowBand{60, 120, 2}, highBand{6000, 12000, 3}, wholeBand{300, 15000, 12};
 
 Format FormatOf(const FormatLibrarian& library, const std::string& tag) {
     Format format;
@@ -53,7 +53,7 @@ void Examine(const FormatLibrarian& library, std::uint32_t index, TransformFindi
     finding.hasLevel = OrderOfFormat(from) > 0 && to.speakers;
     if (!finding.hasLevel) return;
     finding.level = FrontLevel(LayoutOfFormat(to), transform);
-    if (!(std::abs(finding.level) <= kLevelTolerance))
+    if (!(std::abs(finding.level) <= levelTolerance))
         throw slib::BadDataException("A source ahead is off in level by " + Rounded(finding.level) + " dB.");
 }
 
@@ -84,11 +84,11 @@ SpeakerFigures FiguresOf(const SpeakerLayout& layout, unsigned order, const Deco
     figures.order = order;
     figures.hasVelocity = layout.kind == LayoutKind::Speakers && layout.DecodedSpeakers().size() > 2 &&
                           !HasUnequalDistances(layout);
-    for (const DirectionFigures& at : CheckDirections(layout, transform, kLowBand, around)) {
+    for (const DirectionFigures& at : CheckDirections(layout, transform, lowBand, around)) {
         figures.velocityLength += at.velocityLength / static_cast<double>(around.size());
         figures.velocityError = std::max(figures.velocityError, at.velocityError);
     }
-    const AcousticSummary energy = Summarise(CheckDirections(layout, transform, kHighBand, around));
+    const AcousticSummary energy = Summarise(CheckDirections(layout, transform, highBand, around));
     figures.limit = MaxEnergyLength(order, isFlat);
     figures.meanLength = energy.meanLength;
     figures.leastLength = energy.leastLength;
@@ -97,7 +97,7 @@ SpeakerFigures FiguresOf(const SpeakerLayout& layout, unsigned order, const Deco
     figures.leastLevel = energy.leastLevel;
     figures.greatestLevel = energy.greatestLevel;
     figures.frontError =
-        Summarise(CheckDirections(layout, transform, kHighBand, FrontDirections(30, 31))).greatestError;
+        Summarise(CheckDirections(layout, transform, highBand, FrontDirections(30, 31))).greatestError;
     return figures;
 }
 
@@ -125,7 +125,7 @@ std::vector<TransformFinding> CheckTransforms(const FormatLibrarian& library) {
 double FrontLevel(const SpeakerLayout& layout, const DecoderTransform& transform) {
     if (layout.kind == LayoutKind::Headphones)
         return 10 * std::log10(FrontalEnergy(transform) / (4 * std::numbers::pi));
-    return CheckDirections(layout, transform, kWholeBand, {Direction::UnitX()}).front().level;
+    return CheckDirections(layout, transform, wholeBand, {Direction::UnitX()}).front().level;
 }
 
 std::vector<SpeakerFigures> CheckSpeakers(const FormatLibrarian& library, int rate) {
@@ -148,7 +148,7 @@ ReferenceHeads MakeReferenceHeads(const std::string& sofaPath, int rate) {
 }
 
 const HeadSpectra* ReferenceOf(const std::string& method, const ReferenceHeads& heads) {
-    const HeadSpectra& head = method == kSphereHead ? heads.sphere : heads.measured;
+    const HeadSpectra& head = method == sphereHead ? heads.sphere : heads.measured;
     return head.directions.empty() ? nullptr : &head;
 }
 

@@ -6,16 +6,16 @@
 #include <string>
 #include <vector>
 
-#include "design/headcheck.h"
-#include "design/layouts.h"
-#include "orb3core/formatlibrarian.h"
+#include "library/headcheck.h"
+#include "library/layouts.h"
+#include "orb3core/library/formatlibrarian.h"
 
 namespace design {
 
 using DecoderTransform = orb3::strans::TimeDomainTransform<double, 1>;
 
 /// The greatest deviation in dB from the loudness that all decoders share.
-inline constexpr double kLevelTolerance = 0.5;
+inline constexpr double levelTolerance = 0.5;
 
 /// One conversion at one rate, read and judged.
 struct TransformFinding {

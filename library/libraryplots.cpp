@@ -1,23 +1,23 @@
-#include "design/libraryplots.h"
+#include "library/libraryplots.h"
 
 #include <cmath>
 #include <numbers>
 
-#include "design/acousticcheck.h"
-#include "design/fieldbasis.h"
-#include "design/headdecoder.h"
+#include "library/acousticcheck.h"
+#include "library/fieldbasis.h"
+#include "library/headdecoder.h"
 
 namespace design {
 namespace {
 
 using std::numbers::pi;
 
-constexpr unsigned kSteps = 180;
-constexpr FrequencyBand kLow{60, 120, 2}, kHigh{6000, 12000, 3};
+constexpr unsigned steps = 180;
+constexpr FrequencyBand low{60, 120, 2}, high{6000, 12000, 3};
 
 // Directions around the horizon, the first again at the end.
 std::vector<Direction> ClosedHorizon() {
-    std::vector<Direction> directions = HorizonPoints(kSteps).directions;
+    std::vector<Direction> directions = HorizonPoints(steps).directions;
     directions.push_back(directions.front());
     return directions;
 }
@@ -42,7 +42,7 @@ PlotSeries LevelSeries(const SpeakerLayout& layout, const DecoderTransform& tran
 // The azimuths and lengths of the energy vectors of sources around the horizon.
 PlotSeries EnergySeries(const SpeakerLayout& layout, const DecoderTransform& transform) {
     PlotSeries series{.label = "energy vector", .x = {}, .y = {}};
-    for (const DirectionFigures& at : CheckDirections(layout, transform, kHigh, ClosedHorizon())) {
+    for (const DirectionFigures& at : CheckDirections(layout, transform, high, ClosedHorizon())) {
         series.x.push_back(AzimuthOf(at.energyVector));
         series.y.push_back(at.energyLength);
     }
@@ -87,8 +87,8 @@ PolarPlot PlotLevels(const SpeakerLayout& layout, const DecoderTransform& transf
                      const std::string& name) {
     return {.title = name + ": level by direction",
             .unit = " dB",
-            .series = {LevelSeries(layout, transform, kLow, "60 to 120 Hz"),
-                       LevelSeries(layout, transform, kHigh, "6 to 12 kHz")},
+            .series = {LevelSeries(layout, transform, low, "60 to 120 Hz"),
+                       LevelSeries(layout, transform, high, "6 to 12 kHz")},
             .range = {-12, 6},
             .marks = Marks(layout)};
 }
@@ -96,8 +96,8 @@ PolarPlot PlotLevels(const SpeakerLayout& layout, const DecoderTransform& transf
 PolarPlot PlotEnergyVectors(const SpeakerLayout& layout, unsigned order, const DecoderTransform& transform,
                             const std::string& name) {
     PlotSeries limit{.label = "limit of order " + std::to_string(order), .x = {}, .y = {}, .isDashed = true};
-    for (unsigned i = 0; i <= kSteps; ++i) {
-        limit.x.push_back(2 * pi * i / kSteps);
+    for (unsigned i = 0; i <= steps; ++i) {
+        limit.x.push_back(2 * pi * i / steps);
         limit.y.push_back(MaxEnergyLength(order, layout.IsFlat()));
     }
     return {.title = name + ": energy vectors, 6 to 12 kHz",

@@ -1,12 +1,12 @@
-#include "design/librarywriter.h"
+#include "library/librarywriter.h"
 
 #include <filesystem>
 #include <memory>
 #include <optional>
 #include <set>
 
-#include "orb3core/directoryformatlibrarian.h"
-#include "orb3core/libraryfiles.h"
+#include "orb3core/library/directoryformatlibrarian.h"
+#include "orb3core/library/libraryfiles.h"
 #include "slib/exception.h"
 #include "slib/text.h"
 

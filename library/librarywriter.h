@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "orb3core/formatlibrarian.h"
+#include "orb3core/library/formatlibrarian.h"
 
 namespace design {
 

@@ -1,4 +1,4 @@
-#include "design/magls.h"
+#include "library/magls.h"
 
 #include <Eigen/Dense>
 #include <algorithm>
@@ -7,8 +7,8 @@
 #include <cmath>
 #include <numbers>
 
-#include "design/diffusefield.h"
-#include "design/headfourier.h"
+#include "library/diffusefield.h"
+#include "library/headfourier.h"
 #include "slib/exception.h"
 
 namespace design {
@@ -22,12 +22,12 @@ constexpr double transitionOctaves = 0.5;  // to either side of the crossover
 constexpr double quietestCounted = 0.02;   // of the mean power: no weight grows beyond what this has
 constexpr double tiny = 1e-12;
 
-/// Unit phases; those of silence are 0.
+// Unit phases; those of silence are 0.
 Eigen::ArrayXcd Phases(const Eigen::ArrayXcd& values) {
     return values / (values.abs() + tiny);
 }
 
-/// A product with the parts of complex numbers side by side, which is quicker than with them mixed.
+// A product with the parts of complex numbers side by side, which is quicker than with them mixed.
 Eigen::VectorXcd RealTimes(const Eigen::MatrixXd& matrix, const Eigen::VectorXcd& values) {
     using Parts = Eigen::Matrix<double, Eigen::Dynamic, 2, Eigen::RowMajor>;
     const Eigen::Map<const Parts> parts(reinterpret_cast<const double*>(values.data()), values.size(), 2);
@@ -37,14 +37,14 @@ Eigen::VectorXcd RealTimes(const Eigen::MatrixXd& matrix, const Eigen::VectorXcd
     return product;
 }
 
-/// The rising half of a cosine window.
+// The rising half of a cosine window.
 Eigen::VectorXd Rise(Index count) {
     const auto steps = static_cast<double>(count);
     return 0.5 -
            0.5 * (Eigen::ArrayXd::LinSpaced(count, 0.5, steps - 0.5) * (std::numbers::pi / steps)).cos();
 }
 
-/// Works bin by bin upwards, since each starts from the phases of the one below.
+// Works bin by bin upwards, since each starts from the phases of the one below.
 class MaglsDesigner {
 public:
     MaglsDesigner(const HeadSpectra& head, const MaglsOptions& options)
@@ -76,7 +76,7 @@ private:
     std::array<Eigen::MatrixXcd, 2> filters;  // channels by bins
     Eigen::MatrixX2cd decoded;                // the ears at the directions, in the bin at work
 
-    /// Harmonics of negative order are odd from left to right, the others even.
+    // Harmonics of negative order are odd from left to right, the others even.
     static Eigen::VectorXd MirrorSigns(unsigned order) {
         Eigen::VectorXd signs(ChannelCount(order));
         for (unsigned channel = 0; channel < signs.size(); ++channel) {
@@ -86,15 +86,15 @@ private:
         return signs;
     }
 
-    /// 1 where the head's phases hold, 0 where they are free.
+    // 1 where the head's phases hold, 0 where they are free.
     double PhaseShare(Index bin) const {
         const double octaves =
             std::log2(std::max(static_cast<double>(bin), 0.5) * head.BinWidth() / options.crossover);
         return std::clamp(0.5 - octaves / (2 * transitionOctaves), 0.0, 1.0);
     }
 
-    /// The least-squares map from an ear's values at the directions to its filters in this bin. Errors weigh
-    /// less where the ear hears more.
+    // The least-squares map from an ear's values at the directions to its filters in this bin. Errors weigh
+    // less where the ear hears more.
     Eigen::MatrixXd Fit(const Eigen::ArrayXd& level) const {
         const double power = (head.areas.array() * level.square()).sum() + tiny;
         const Eigen::VectorXd weight = head.areas.array() / (level.square() / power + quietestCounted).sqrt();
@@ -132,8 +132,8 @@ private:
         }
     }
 
-    /// What an ear should get from each direction: the level of the head, with phases between those of the
-    /// head and those decoded so far.
+    // What an ear should get from each direction: the level of the head, with phases between those of the
+    // head and those decoded so far.
     Eigen::VectorXcd Aim(std::size_t ear, Index bin, double freedom) const {
         const Eigen::ArrayXcd exact = head.ears[ear].col(bin).array();
         if (freedom == 0) return exact;
@@ -151,7 +151,7 @@ private:
         decoded *= mixing.transpose();
     }
 
-    /// Gives a diffuse field the covariance at the ears that the head has.
+    // Gives a diffuse field the covariance at the ears that the head has.
     Eigen::Matrix2cd CovarianceMix(Index bin, double freedom) const {
         if (freedom == 0) return Eigen::Matrix2cd::Identity();
         const Eigen::Matrix2cd target =
@@ -160,15 +160,15 @@ private:
         return (1 - freedom) * Eigen::Matrix2cd::Identity() + freedom * CovarianceMatch(actual, target);
     }
 
-    /// Takes back the turn that all free phases share against the bin below, which would stretch the
-    /// responses over time to no use.
+    // Takes back the turn that all free phases share against the bin below, which would stretch the
+    // responses over time to no use.
     Complex Straightening(const Eigen::MatrixX2cd& below, double freedom) const {
         const Complex turn =
             head.areas.cast<Complex>().dot(below.conjugate().cwiseProduct(decoded).rowwise().sum());
         return std::polar(1.0, -freedom * std::arg(turn));
     }
 
-    /// Fades a response in over the first half of its latency and out over its last eighth.
+    // Fades a response in over the first half of its latency and out over its last eighth.
     Eigen::VectorXd Window() const {
         Eigen::VectorXd window = Eigen::VectorXd::Ones(options.ringLength);
         const Index rise = options.startLatency / 2, fall = options.ringLength / 8;

@@ -4,8 +4,8 @@
 // frequencies, in level alone where few channels can't hold the phase. Called by the designer; pure function,
 // any thread.
 
-#include "design/headdata.h"
-#include "design/headdecoder.h"
+#include "library/headdata.h"
+#include "library/headdecoder.h"
 
 namespace design {
 

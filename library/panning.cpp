@@ -1,4 +1,4 @@
-#include "design/panning.h"
+#include "library/panning.h"
 
 #include <Eigen/LU>
 #include <algorithm>
@@ -6,7 +6,7 @@
 #include <numbers>
 #include <numeric>
 
-#include "design/hull.h"
+#include "library/hull.h"
 #include "slib/exception.h"
 
 namespace design {
@@ -15,10 +15,10 @@ namespace {
 using Eigen::Index;
 using std::numbers::pi;
 
-constexpr double kWidestPair = 150 * pi / 180;
-constexpr double kImaginaryStep = 120 * pi / 180;
-constexpr double kNearestFacet = 0.33;
-constexpr double kAxisReach = 65 * pi / 180;
+constexpr double widestPair = 150 * pi / 180;
+constexpr double imaginaryStep = 120 * pi / 180;
+constexpr double nearestFacet = 0.33;
+constexpr double axisReach = 65 * pi / 180;
 
 bool IsNear(const std::vector<Direction>& points, const Direction& direction, double angle) {
     return std::ranges::any_of(points,
@@ -61,7 +61,7 @@ void Panner::BuildRing() {
         const double from = AzimuthOf(points[order[i]]);
         const double gap = AzimuthOf(points[order[isLast ? 0 : i + 1]]) - from + (isLast ? 2 * pi : 0);
         std::size_t last = order[i];
-        const int steps = gap > kWidestPair ? static_cast<int>(std::ceil(gap / kImaginaryStep)) : 1;
+        const int steps = gap > widestPair ? static_cast<int>(std::ceil(gap / imaginaryStep)) : 1;
         for (int step = 1; step < steps; ++step) {
             const std::size_t next = AddImaginary(DirectionAt(from + gap * step / steps, 0), true);
             AddSimplex({last, next});
@@ -76,12 +76,12 @@ void Panner::BuildRing() {
 void Panner::BuildHull() {
     for (int axis = 0; axis < 6; ++axis) {
         const Direction direction = (axis < 3 ? 1 : -1) * Direction::Unit(axis % 3);
-        if (!IsNear(points, direction, kAxisReach)) AddImaginary(direction, true);
+        if (!IsNear(points, direction, axisReach)) AddImaginary(direction, true);
     }
     std::vector<Facet> facets = ConvexHull(points);
     for (int round = 0; round < 20; ++round) {
         const auto nearest = std::ranges::min_element(facets, {}, &Facet::distance);
-        if (nearest == facets.end() || nearest->distance > kNearestFacet) break;
+        if (nearest == facets.end() || nearest->distance > nearestFacet) break;
         AddImaginary(nearest->normal, true);
         facets = ConvexHull(points);
     }

@@ -1,4 +1,4 @@
-#include "design/sofareader.h"
+#include "library/sofareader.h"
 
 #include <mysofa.h>
 
@@ -67,7 +67,7 @@ private:
         return {};
     }
 
-    /// All `count` values are there and finite.
+    // All `count` values are there and finite.
     void RequireValues(const MYSOFA_ARRAY& array, std::size_t count, std::string_view fault) const {
         Require(array.values && array.elements >= count, fault);
         Require(std::all_of(array.values, array.values + count, [](float x) { return std::isfinite(x); }),
@@ -103,13 +103,13 @@ private:
         return directions;
     }
 
-    /// After Directions, which made all positions cartesian.
+    // After Directions, which made all positions cartesian.
     bool FirstReceiverIsRight() const {
         const MYSOFA_ARRAY& receivers = sofa->ReceiverPosition;
         return receivers.values && receivers.elements >= 6 && receivers.values[1] < receivers.values[4];
     }
 
-    /// The delays of a file stand once for all directions, or for each; in samples.
+    // The delays of a file stand once for all directions, or for each; in samples.
     double DelaySamples(unsigned receiver, unsigned direction) const {
         const MYSOFA_ARRAY& delays = sofa->DataDelay;
         const std::size_t all = std::size_t{2} * sofa->M;

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "design/headdata.h"
+#include "library/headdata.h"
 
 namespace design {
 

@@ -1,4 +1,4 @@
-#include "design/speakerdecoder.h"
+#include "library/speakerdecoder.h"
 
 #include <algorithm>
 #include <bit>
@@ -6,7 +6,7 @@
 #include <complex>
 #include <numbers>
 
-#include "design/timedresponse.h"
+#include "library/timedresponse.h"
 #include "slib/exception.h"
 
 namespace design {
@@ -15,14 +15,14 @@ namespace {
 using Eigen::Index;
 using std::numbers::pi;
 
-constexpr double kSpeedOfSound = 346.4;  // metres a second, as the acoustic models have it
+constexpr double speedOfSound = 346.4;  // metres a second, as the acoustic models have it
 
 // From decoded signals to output channels: a matrix of gains and turns of the phase, and a delay for each
 // output.
 struct OutputStage {
     SpeakerRing speakers;
-    Eigen::MatrixXcd mix;               ///< outputs by decoded signals; real, or imaginary for a quarter turn
-    std::vector<double> gains, delays;  ///< one an output; linear, seconds
+    Eigen::MatrixXcd mix;               // outputs by decoded signals; real, or imaginary for a quarter turn
+    std::vector<double> gains, delays;  // one an output; linear, seconds
 };
 
 // Left, right and centre in phase, surrounds a quarter turn ahead on the left and behind on the right, each
@@ -56,7 +56,7 @@ OutputStage SpeakerStage(const SpeakerLayout& layout) {
     const double reference = layout.ReferenceDistance();
     for (const RoomSpeaker& speaker : layout.speakers) {
         stage.gains.push_back(speaker.distance / reference);
-        stage.delays.push_back(std::max(0.0, reference - speaker.distance) / kSpeedOfSound);
+        stage.delays.push_back(std::max(0.0, reference - speaker.distance) / speedOfSound);
     }
     return stage;
 }
@@ -173,7 +173,7 @@ MethodText DescribeMethod(SpeakerMethod method) {
                 "Pans a dense sphere of virtual sources over the real speakers, with imaginary ones in the "
                 "gaps. Forgiving of speakers that stand where they may."};
     }
-    slib::ThrowUnreachable("design/speakerdecoder", __LINE__);
+    slib::ThrowUnreachable();
 }
 
 std::vector<SpeakerMethod> MethodsFor(const SpeakerLayout& layout) {
@@ -194,11 +194,11 @@ int PriorityOf(SpeakerMethod method) {
         case SpeakerMethod::Basic:
             return 1;
     }
-    slib::ThrowUnreachable("design/speakerdecoder", __LINE__);
+    slib::ThrowUnreachable();
 }
 
 double CrossoverFrequency(unsigned order, double radius) {
-    return order * kSpeedOfSound / (2 * pi * radius);
+    return order * speedOfSound / (2 * pi * radius);
 }
 
 SpeakerDecoder DesignSpeakerDecoder(const SpeakerLayout& layout, unsigned order, SpeakerMethod method,

@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
-#include "design/decodermatrix.h"
-#include "design/layouts.h"
-#include "orb3core/timedomaintransform.h"
+#include "library/decodermatrix.h"
+#include "library/layouts.h"
+#include "orb3core/transform/timedomaintransform.h"
 
 namespace design {
 
@@ -32,8 +32,8 @@ int PriorityOf(SpeakerMethod method);
 
 /// A listener's head, give or take: inside this radius in metres, harmonics up to the order hold below the
 /// crossover of the dual-band method, at order * c / (2 pi radius).
-inline constexpr double kListenerRadius = 0.1;
-double CrossoverFrequency(unsigned order, double radius = kListenerRadius);
+inline constexpr double listenerRadius = 0.1;
+double CrossoverFrequency(unsigned order, double radius = listenerRadius);
 
 struct SpeakerDecoder {
     SpeakerMethod method;

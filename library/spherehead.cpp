@@ -1,10 +1,10 @@
-#include "design/spherehead.h"
+#include "library/spherehead.h"
 
 #include <cmath>
 #include <complex>
 #include <numbers>
 
-#include "design/diffusefield.h"
+#include "library/diffusefield.h"
 
 namespace design {
 namespace {
@@ -14,8 +14,8 @@ using Complex = std::complex<double>;
 constexpr double seriesFloor = 1e-13;  // terms below, against the greatest, no longer count
 constexpr unsigned directionsOfDesign = 720;
 
-/// The factors of the Legendre polynomials in the series at one frequency; `size` is the wave number times
-/// the radius, above 0.
+// The factors of the Legendre polynomials in the series at one frequency; `size` is the wave number times
+// the radius, above 0.
 Eigen::VectorXcd SeriesFactors(double size, Eigen::Index terms) {
     Eigen::VectorXcd factors = Eigen::VectorXcd::Zero(terms);
     Complex previous = std::polar(1.0, size) / size;  // the Hankel function of degree -1
@@ -36,7 +36,7 @@ Eigen::VectorXcd SeriesFactors(double size, Eigen::Index terms) {
     return factors.conjugate();  // the series above has time as exp(-i omega t)
 }
 
-/// Polynomials of degree 0 and up at each of `cosines`; one row each.
+// Polynomials of degree 0 and up at each of `cosines`; one row each.
 Eigen::MatrixXd LegendreTable(const Eigen::VectorXd& cosines, Eigen::Index terms) {
     Eigen::MatrixXd table(cosines.size(), std::max<Eigen::Index>(terms, 2));
     table.col(0).setOnes();

@@ -6,7 +6,7 @@
 #include <numbers>
 #include <vector>
 
-#include "design/headdata.h"
+#include "library/headdata.h"
 
 namespace design {
 

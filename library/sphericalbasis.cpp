@@ -1,11 +1,11 @@
-#include "design/sphericalbasis.h"
+#include "library/sphericalbasis.h"
 
 #include <algorithm>
 #include <cmath>
 #include <numbers>
 
 #include "numeric/realsphericalharmonic.h"
-#include "orb3core/fsascheme.h"
+#include "orb3core/acoustics/fsascheme.h"
 
 namespace design {
 namespace {
@@ -21,8 +21,8 @@ struct GaussNode {
 GaussNode GaussLegendreNode(int i, int n) {
     double x = std::cos(pi * (i + 0.75) / (n + 0.5)), slope = 1;
     for (int round = 0; round < 10; ++round) {
-        const double value = hcml::associatedLegendre(n, 0, x);
-        slope = n * (hcml::associatedLegendre(n - 1, 0, x) - x * value) / ((1 - x) * (1 + x));
+        const double value = hcml::AssociatedLegendre(n, 0, x);
+        slope = n * (hcml::AssociatedLegendre(n - 1, 0, x) - x * value) / ((1 - x) * (1 + x));
         x -= value / slope;
     }
     return {x, 2 / ((1 - x) * (1 + x) * slope * slope)};

@@ -1,4 +1,4 @@
-#include "design/svgplot.h"
+#include "library/svgplot.h"
 
 #include <algorithm>
 #include <array>
@@ -13,11 +13,11 @@ namespace design {
 namespace {
 
 // Distinct also to the colour-blind (Okabe and Ito 2008), the lightest left out.
-constexpr std::array<const char*, 8> kColours{"#0072b2", "#d55e00", "#009e73", "#cc79a7",
-                                              "#e69f00", "#56b4e9", "#333333", "#8b6914"};
-constexpr double kWidth = 760, kHeight = 460, kPolarHeight = 600;
-constexpr double kLeft = 76, kTop = 52, kBottom = 60, kLegend = 170;  // margins
-constexpr double kRowHeight = 22;                                     // of the legend
+constexpr std::array<const char*, 8> colours{"#0072b2", "#d55e00", "#009e73", "#cc79a7",
+                                             "#e69f00", "#56b4e9", "#333333", "#8b6914"};
+constexpr double plotWidth = 760, plotHeight = 460, polarHeight = 600;
+constexpr double leftMargin = 76, topMargin = 52, bottomMargin = 60, legend = 170;  // margins
+constexpr double rowHeight = 22;                                                    // of the legend
 
 std::string Number(double value) {
     char text[32];
@@ -107,7 +107,7 @@ public:
     }
 
     void Legend(const std::vector<PlotSeries>& all, Point at) {
-        for (std::size_t i = 0; i < all.size(); ++i, at.y += kRowHeight) {
+        for (std::size_t i = 0; i < all.size(); ++i, at.y += rowHeight) {
             Stroke({at, {at.x + 26, at.y}}, StyleOf(all[i], i));
             Text({at.x + 34, at.y + 4.5}, "start", all[i].label);
         }
@@ -119,7 +119,7 @@ private:
     std::string text;
 
     static std::string StyleOf(const PlotSeries& series, std::size_t index) {
-        return std::string("stroke=\"") + kColours[index % kColours.size()] +
+        return std::string("stroke=\"") + colours[index % colours.size()] +
                "\" stroke-width=\"2\" stroke-linejoin=\"round\"" +
                (series.isDashed ? " stroke-dasharray=\"6 4\"" : "");
     }
@@ -188,29 +188,30 @@ std::vector<double> RoundTicks(const PlotRange& range, int count) {
 std::string DrawLines(const LinePlot& plot) {
     const PlotRange x = RangeOf(plot.xRange, plot.series, &PlotSeries::x);
     const PlotRange y = RangeOf(plot.yRange, plot.series, &PlotSeries::y);
-    const double right = kWidth - kLegend, bottom = kHeight - kBottom;
+    const double right = plotWidth - legend, bottom = plotHeight - bottomMargin;
     const auto place = [&](double atX, double atY) {
-        return Point{kLeft + (right - kLeft) * ShareOf(x, atX), bottom - (bottom - kTop) * ShareOf(y, atY)};
+        return Point{leftMargin + (right - leftMargin) * ShareOf(x, atX),
+                     bottom - (bottom - topMargin) * ShareOf(y, atY)};
     };
-    Drawing drawing(kWidth, kHeight, plot.title);
+    Drawing drawing(plotWidth, plotHeight, plot.title);
     for (const double tick : (plot.xStep > 0 ? Multiples(x, plot.xStep) : RoundTicks(x, 8))) {
         const Point at = place(tick, y.low);
-        drawing.Line(at, {at.x, kTop}, "#e2e2e2");
+        drawing.Line(at, {at.x, topMargin}, "#e2e2e2");
         drawing.Text({at.x, bottom + 18}, "middle", TickText(tick));
     }
     for (const double tick : RoundTicks(y, 6)) {
         const Point at = place(x.low, tick);
         drawing.Line(at, {right, at.y}, tick == 0 ? "#999" : "#e2e2e2");
-        drawing.Text({kLeft - 8, at.y + 4.5}, "end", TickText(tick));
+        drawing.Text({leftMargin - 8, at.y + 4.5}, "end", TickText(tick));
     }
-    drawing.Stroke({{kLeft, kTop}, {kLeft, bottom}, {right, bottom}}, "stroke=\"#444\"");
+    drawing.Stroke({{leftMargin, topMargin}, {leftMargin, bottom}, {right, bottom}}, "stroke=\"#444\"");
     for (std::size_t i = 0; i < plot.series.size(); ++i)
         drawing.Series(plot.series[i], i, place);
-    drawing.Text({(kLeft + right) / 2, kHeight - 16}, "middle", plot.xLabel);
-    const std::string middle = Number((kTop + bottom) / 2);
-    drawing.Text({22, (kTop + bottom) / 2}, "middle", plot.yLabel,
+    drawing.Text({(leftMargin + right) / 2, plotHeight - 16}, "middle", plot.xLabel);
+    const std::string middle = Number((topMargin + bottom) / 2);
+    drawing.Text({22, (topMargin + bottom) / 2}, "middle", plot.yLabel,
                  "transform=\"rotate(-90 22 " + middle + ")\"");
-    drawing.Legend(plot.series, {right + 18, kTop + 10});
+    drawing.Legend(plot.series, {right + 18, topMargin + 10});
     return drawing.Finish();
 }
 
@@ -219,7 +220,7 @@ std::string DrawPolar(const PolarPlot& plot) {
         throw slib::BadParameterException("A polar plot needs a range of radii.");
     const double radius = 225;
     const Point centre{60 + radius, 60 + 30 + radius};
-    Drawing drawing(kWidth, kPolarHeight, plot.title);
+    Drawing drawing(plotWidth, polarHeight, plot.title);
     DrawRings(drawing, plot, centre, radius);
     for (std::size_t i = 0; i < plot.series.size(); ++i)
         drawing.Series(plot.series[i], i, [&](double azimuth, double value) {

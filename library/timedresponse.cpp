@@ -1,4 +1,4 @@
-#include "design/timedresponse.h"
+#include "library/timedresponse.h"
 
 #include <algorithm>
 #include <cmath>

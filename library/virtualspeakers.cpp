@@ -1,11 +1,11 @@
-#include "design/virtualspeakers.h"
+#include "library/virtualspeakers.h"
 
 #include <cmath>
 #include <numbers>
 
-#include "design/headcoverage.h"
-#include "design/headdecoder.h"
-#include "design/headfourier.h"
+#include "library/headcoverage.h"
+#include "library/headdecoder.h"
+#include "library/headfourier.h"
 #include "slib/exception.h"
 
 namespace design {

@@ -4,9 +4,9 @@
 // with a decoder for the layout it makes a decoder for headphones. Called by the designer; pure functions,
 // any thread.
 
-#include "design/headdata.h"
-#include "design/layouts.h"
-#include "orb3core/timedomaintransform.h"
+#include "library/headdata.h"
+#include "library/layouts.h"
+#include "orb3core/transform/timedomaintransform.h"
 
 namespace design {
 

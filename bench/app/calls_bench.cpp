@@ -8,7 +8,7 @@
 
 #include "AL/tessarune.h"
 #include "slib/mutex.h"
-#include "temporaryfolder.h"
+#include "tests/support/temporaryfolder.h"
 
 namespace {
 

@@ -8,15 +8,15 @@
 
 #include "AL/tessarune.h"
 #include "app/goaldll/process.h"
-#include "goal/renderer.h"
-#include "goal/samplerateconverter.h"
-#include "orb3core/busbasis.h"
-#include "orb3core/transformedpipe.h"
-#include "temporaryfolder.h"
+#include "goal/dsp/samplerateconverter.h"
+#include "goal/render/renderer.h"
+#include "orb3core/acoustics/busbasis.h"
+#include "orb3core/decoder/transformedpipe.h"
+#include "tests/support/temporaryfolder.h"
 
 namespace {
 
-constexpr goal::SetUpRequest request{
+constexpr orb3::OutputRequest request{
     .order = 4, .sampleRate = 48000, .bufferLength = 512, .bufferCount = 4, .gain = 0.45};
 
 // A user's store after the first start.
@@ -45,11 +45,11 @@ StartedBefore& Machine() {
     return machine;
 }
 
-std::unique_ptr<goal::FormatLibrary> OpenLibrary(StartedBefore& machine) {
+goal::FormatLibrary OpenLibrary(StartedBefore& machine) {
     return machine.machinery.OpenFormatLibrary(machine.store.FormatLibrary(), &machine.process.log);
 }
 
-goal::OutputSetUp SetUp(StartedBefore& machine, goal::FormatLibrary& library) {
+goal::OutputSetUp SetUp(StartedBefore& machine, const goal::FormatLibrary& library) {
     orb3::Configuration configuration = machine.Configuration();
     slib::ErrorLog log(&machine.process.log);
     return machine.machinery.SetUp(request, &log, &log, configuration, library);
@@ -77,13 +77,13 @@ BENCHMARK(OpenFormatLibrary)->Unit(benchmark::kMicrosecond);
 void LayoutDeviceAndTransform(benchmark::State& state) {
     const auto library = OpenLibrary(Machine());
     for (auto _ : state)
-        benchmark::DoNotOptimize(SetUp(Machine(), *library));
+        benchmark::DoNotOptimize(SetUp(Machine(), library));
 }
 BENCHMARK(LayoutDeviceAndTransform)->Unit(benchmark::kMicrosecond)->UseRealTime();
 
 void Decoder(benchmark::State& state) {
     const auto library = OpenLibrary(Machine());
-    goal::OutputSetUp output = SetUp(Machine(), *library);
+    goal::OutputSetUp output = SetUp(Machine(), library);
     slib::ErrorLog log(&Machine().process.log);
     for (auto _ : state) {
         orb3::strans::TimeDomainTransform<float, 1> transform = output.transform;

@@ -28,10 +28,12 @@
 #include <string>
 #include <vector>
 
-#include "gamescene.h"
-#include "goal/fx/filterstage.h"
-#include "goal/mixbatch.h"
-#include "machinelimits.h"
+#include "bench/support/gamescene.h"
+#include "bench/support/machinelimits.h"
+#include "bench/support/stagedgame.h"
+#include "bench/support/wholegame.h"
+#include "goal/dsp/filterstage.h"
+#include "goal/render/mixbatch.h"
 #include "numeric/bus.h"
 #include "numeric/directionpolynomials.h"
 #include "numeric/kernels/finitekernel.h"
@@ -39,8 +41,6 @@
 #include "numeric/kernels/linearkernel.h"
 #include "numeric/kernels/mixkernel.h"
 #include "numeric/kernels/sinckernel.h"
-#include "stagedgame.h"
-#include "wholegame.h"
 
 namespace {
 
@@ -249,7 +249,7 @@ private:
     static double SendFilterLimit() { return SectionLimit() + CopyTime(frames - head); }
     void FilterSends() {
         for (std::uint32_t s = 0; s < sources; ++s)
-            goal::filterOneLater({}, paths[s], sourceRow, sends[s % lanes], *tables,
+            goal::FilterOneLater({}, paths[s], sourceRow, sends[s % lanes], *tables,
                                  {.gainFactor = 0.2F, .hfFactor = 0.97F, .defaultOrder = 1}, waiting);
         waiting.Run();
     }

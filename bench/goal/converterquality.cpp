@@ -16,7 +16,7 @@
 #include <utility>
 #include <vector>
 
-#include "goal/samplerateconverter.h"
+#include "goal/dsp/samplerateconverter.h"
 
 namespace {
 
@@ -38,7 +38,7 @@ Output Own(std::int32_t quality, const Signal& input, std::uint32_t from, std::u
     static const goal::SampleRateConverter low(2), medium(3), high(4);
     const goal::SampleRateConverter& converter = quality == 2 ? low : quality == 3 ? medium : high;
     goal::ConverterState state;
-    converter.initialise(state);
+    initialise(state, converter.start);
     setRatio(state, static_cast<double>(from) / to);
     Output output{{}, state.step / std::exp2(goal::converterFractionBits)};
     output.signal.reserve(input.size() * to / from + 1024);

@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "effectrun.h"
+#include "bench/support/effectrun.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "effectrun.h"
+#include "bench/support/effectrun.h"
 
 namespace {
 

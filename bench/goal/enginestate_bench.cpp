@@ -1,7 +1,7 @@
 // The steps between the game's state and the renderer's, which a game's call may have to wait for. Beside
 // them the machine's limit for the work: copying what has to be copied from one place in memory to another.
 
-#include "goal/enginestate.h"
+#include "goal/state/enginestate.h"
 
 #include <benchmark/benchmark.h>
 

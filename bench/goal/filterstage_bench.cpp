@@ -3,7 +3,7 @@
 // by its recursion, and the plainest first-order loop, one multiply and one add after the other, stands for
 // that.
 
-#include "goal/fx/filterstage.h"
+#include "goal/dsp/filterstage.h"
 
 #include <benchmark/benchmark.h>
 
@@ -68,7 +68,7 @@ void SixtyFourPathsSideBySide(benchmark::State& state) {
     goal::SectionBatch waiting(frames);
     for (auto _ : state) {
         for (std::size_t p = 0; p < rows.size(); ++p)
-            goal::filterOneLater({.order = 1, .gain = 1, .gainHF = 0.3F}, paths[p], rows[p], tables, {},
+            goal::FilterOneLater({.order = 1, .gain = 1, .gainHF = 0.3F}, paths[p], rows[p], tables, {},
                                  waiting);
         waiting.Run();
         benchmark::ClobberMemory();

@@ -1,7 +1,7 @@
 // Whole blocks of a scene: 512 frames at 48 kHz into a bus of order 4, float data at 44.1 kHz. `core_share`
 // is the part of one core that rendering in real time takes.
 
-#include "goal/renderer.h"
+#include "goal/render/renderer.h"
 
 #include <benchmark/benchmark.h>
 
@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "AL/tessarune.h"
-#include "goal/samplerateconverter.h"
+#include "goal/dsp/samplerateconverter.h"
 
 namespace {
 
@@ -40,7 +40,7 @@ public:
 
     void Render(bool isMoving) {
         if (isMoving) Move();
-        goal::CopyToSnapshot(snapshot, application, converter.get());
+        goal::CopyToSnapshot(snapshot, application, converter ? &converter->start : nullptr);
         renderer->renderBlock(snapshot, output);
         goal::MergeProgress(snapshot, application);
     }

@@ -1,7 +1,7 @@
 // The readers: a block of 512 frames from a source at 44.1 kHz into 48 kHz, by quality and sample format.
 // `per_sample` is the time for one sample of output.
 
-#include "goal/sourcereader.h"
+#include "goal/render/sourcereader.h"
 
 #include <benchmark/benchmark.h>
 
@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "AL/tessarune.h"
-#include "goal/samplerateconverter.h"
+#include "goal/dsp/samplerateconverter.h"
 
 namespace {
 
@@ -27,7 +27,7 @@ void Read(benchmark::State& state, orb3::SampleRateConversion quality, ALenum fo
     std::unique_ptr<goal::SampleRateConverter> converter;
     if (quality >= orb3::SampleRateConversion::SincLow) {
         converter = std::make_unique<goal::SampleRateConverter>(static_cast<std::int32_t>(quality));
-        converter->initialise(converterState);
+        goal::initialise(converterState, converter->start);
     }
     goal::SourceReader reader(quality);
     std::vector<float> block(frames);

@@ -10,8 +10,8 @@
 #include <random>
 #include <vector>
 
+#include "bench/support/machinelimits.h"
 #include "hwy/targets.h"
-#include "machinelimits.h"
 #include "numeric/bus.h"
 #include "numeric/kernels/finitekernel.h"
 #include "numeric/kernels/firstorderkernel.h"

@@ -1,7 +1,7 @@
 // The limiter over one block of 512 frames, as time per block. Each round first brings the block back from a
 // copy, which is measured alone too: it is the machine's limit for a pass over these samples.
 
-#include "orb3core/limiter.h"
+#include "orb3core/decoder/limiter.h"
 
 #include <benchmark/benchmark.h>
 

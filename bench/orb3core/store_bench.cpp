@@ -5,8 +5,8 @@
 #include <filesystem>
 #include <string>
 
-#include "orb3core/configstore.h"
-#include "orb3core/registrylog.h"
+#include "orb3core/store/configstore.h"
+#include "orb3core/store/registrylog.h"
 
 namespace {
 

@@ -14,9 +14,9 @@
 #include <random>
 #include <stdexcept>
 
-#include "machinelimits.h"
+#include "bench/support/machinelimits.h"
 #include "numeric/bus.h"
-#include "orb3core/partitionedtransformer.h"
+#include "orb3core/decoder/partitionedtransformer.h"
 
 namespace {
 

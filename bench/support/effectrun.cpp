@@ -1,10 +1,10 @@
-#include "effectrun.h"
+#include "bench/support/effectrun.h"
 
 #include <array>
 
 #include "AL/efx.h"
 #include "AL/tessarune.h"
-#include "goal/fx/antidenormal.h"
+#include "goal/dsp/antidenormal.h"
 #include "goal/fx/effecttypes.h"
 
 namespace {
@@ -54,12 +54,14 @@ std::span<const BenchedEffect> BenchedEffects() {
 }
 
 EffectRun::EffectRun(std::int32_t type, const EffectQuality& quality)
-    : parameters(goal::MakeEffectParameters(type)) {
-    settings.order = 4;
-    settings.useDirectionalEarlyReflections = quality.useDirectionalEarlyReflections;
-    settings.useFullLateReflections = quality.useFullLateReflections;
+    : parameters(goal::fx::MakeEffectParameters(type)) {
     SetBusyParameters(*parameters);
-    state = parameters->createState({sampleRate, &settings, frames, &listener});
+    state = parameters->createState({.sampleRate = sampleRate,
+                                     .order = 4,
+                                     .useFullLateReflections = quality.useFullLateReflections,
+                                     .useDirectionalEarlyReflections = quality.useDirectionalEarlyReflections,
+                                     .blockFrames = frames,
+                                     .listenerBasis = &listener});
     input.resize(frames, InputChannels(state->inputKind, quality.useDirectionalEarlyReflections));
     output.resize(frames, spatialChannels);
     std::uint32_t seed = 1;

@@ -39,7 +39,6 @@ public:
     void Process();
 
 private:
-    orb3::GoalConfig settings;
     goal::Basis listener;
     std::unique_ptr<goal::EffectProcessorParameters> parameters;
     std::unique_ptr<goal::EffectProcessorState> state;

@@ -1,4 +1,4 @@
-#include "gamescene.h"
+#include "bench/support/gamescene.h"
 
 #include <array>
 #include <cmath>
@@ -71,7 +71,7 @@ void GameScene::AddSource(std::uint32_t index, bool sends) {
 // Off the defaults where those spare it work.
 void GameScene::AddReverb() {
     slib::WithDirtyTag<goal::AuxSlotParameters> slot;
-    goal::SetEffectType(slot.effect, AL_EFFECT_EAXREVERB);
+    goal::fx::SetEffectType(slot.effect, AL_EFFECT_EAXREVERB);
     slot.effect->setParameterf(AL_EAXREVERB_ECHO_DEPTH, 0.5F);
     slot.effect->setParameterf(AL_EAXREVERB_MODULATION_DEPTH, 0.5F);
     application.slots.append(slot);

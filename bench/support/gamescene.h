@@ -8,9 +8,9 @@
 #include <memory>
 #include <vector>
 
-#include "goal/enginestate.h"
-#include "goal/samplerateconverter.h"
-#include "orb3core/configuration.h"
+#include "goal/dsp/samplerateconverter.h"
+#include "goal/state/enginestate.h"
+#include "orb3core/settings/configuration.h"
 
 struct GameSettings {
     std::uint32_t sources;

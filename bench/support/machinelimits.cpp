@@ -1,4 +1,4 @@
-#include "machinelimits.h"
+#include "bench/support/machinelimits.h"
 
 #include <algorithm>
 #include <chrono>
@@ -6,7 +6,7 @@
 #include <cstring>
 
 #undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "machinelimits.cpp"
+#define HWY_TARGET_INCLUDE "bench/support/machinelimits.cpp"
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 

@@ -1,11 +1,11 @@
-#include "stagedgame.h"
+#include "bench/support/stagedgame.h"
 
 #include <algorithm>
 #include <numeric>
 #include <stdexcept>
 
-#include "goal/fx/antidenormal.h"
-#include "goal/fx/filterstage.h"
+#include "goal/dsp/antidenormal.h"
+#include "goal/dsp/filterstage.h"
 
 namespace {
 
@@ -46,7 +46,11 @@ StagedGame::StagedGame(const GameSettings& settings)
       radiusTable(GameScene::order),
       arrays(scene.configuration.arraySet, frames, channels),
       sends(frames, channels, scene.configuration.goalConfig.useDirectionalEarlyReflections, *tables, 1),
-      effects({GameScene::sampleRate, &scene.configuration.goalConfig, frames, &listener}, channels),
+      effects({.sampleRate = GameScene::sampleRate,
+               .order = GameScene::order,
+               .blockFrames = frames,
+               .listenerBasis = &listener},
+              channels),
       batch(frames, channels),
       spatialGain(*tables),
       pipe(new TimedPipe(clock)),
@@ -61,7 +65,8 @@ StagedGame::StagedGame(const GameSettings& settings)
 
 void StagedGame::Block() {
     clock.Start();
-    goal::CopyToSnapshot(scene.snapshot, scene.application, scene.converter.get());
+    goal::CopyToSnapshot(scene.snapshot, scene.application,
+                         scene.converter ? &scene.converter->start : nullptr);
     clock.Mark(Stage::Copy);
     StartBlock();
     for (std::uint32_t first = 0; first < scene.snapshot.sources.size; first += groupSize)
@@ -126,7 +131,7 @@ void StagedGame::Filter(std::uint32_t first, std::uint32_t count) {
     for (std::uint32_t k = 0; k < count; ++k) {
         const goal::FilterStageSettings path{
             .gainFactor = places[k].gain, .hfFactor = places[k].gainHF, .defaultOrder = 1};
-        if (goal::filterOneLater(Source(first + k).directFilter, State(first + k).direct, Row(first + k),
+        if (goal::FilterOneLater(Source(first + k).directFilter, State(first + k).direct, Row(first + k),
                                  *tables, path, batch.Waiting()))
             throw std::runtime_error("A source of the scene is silent.");
     }

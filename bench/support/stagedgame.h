@@ -12,13 +12,13 @@
 #include <memory>
 #include <vector>
 
-#include "gamescene.h"
-#include "goal/arraybuses.h"
-#include "goal/effectstage.h"
-#include "goal/mixbatch.h"
-#include "goal/sendstage.h"
-#include "goal/sourcereader.h"
-#include "wholegame.h"
+#include "bench/support/gamescene.h"
+#include "bench/support/wholegame.h"
+#include "goal/render/arraybuses.h"
+#include "goal/render/effectstage.h"
+#include "goal/render/mixbatch.h"
+#include "goal/render/sendstage.h"
+#include "goal/render/sourcereader.h"
 
 struct Stage {
     enum Name : std::size_t {

@@ -1,11 +1,11 @@
-#include "wholegame.h"
+#include "bench/support/wholegame.h"
 
 #include <fstream>
 #include <stdexcept>
 
 #include "goal/outputmachinery.h"
-#include "orb3core/busbasis.h"
-#include "temporaryfolder.h"
+#include "orb3core/acoustics/busbasis.h"
+#include "tests/support/temporaryfolder.h"
 
 namespace {
 
@@ -24,12 +24,12 @@ Transform ReadHeadphones() {
     goal::OutputMachinery machinery;
     const auto library = machinery.OpenFormatLibrary(store.FormatLibrary(), Log());
     orb3::Configuration configuration;
-    const goal::SetUpRequest request{.order = GameScene::order,
-                                     .sampleRate = static_cast<std::uint32_t>(GameScene::sampleRate),
-                                     .bufferLength = GameScene::frames,
-                                     .bufferCount = 4,
-                                     .gain = 0.45};
-    goal::OutputSetUp output = machinery.SetUp(request, Log(), Log(), configuration, *library);
+    const orb3::OutputRequest request{.order = GameScene::order,
+                                      .sampleRate = static_cast<std::uint32_t>(GameScene::sampleRate),
+                                      .bufferLength = GameScene::frames,
+                                      .bufferCount = 4,
+                                      .gain = 0.45};
+    goal::OutputSetUp output = machinery.SetUp(request, Log(), Log(), configuration, library);
     if (output.transform.impulses.rows != GameScene::channels || output.transform.impulses.columns != 2)
         throw std::runtime_error("The library has no decoder of this order for headphones.");
     orb3::convertTransformToBusBasis(output.transform);
@@ -59,7 +59,8 @@ WholeGame::WholeGame(const GameSettings& settings)
 }
 
 void WholeGame::Block() {
-    goal::CopyToSnapshot(scene.snapshot, scene.application, scene.converter.get());
+    goal::CopyToSnapshot(scene.snapshot, scene.application,
+                         scene.converter ? &scene.converter->start : nullptr);
     renderer.renderBlock(scene.snapshot, output);
     goal::MergeProgress(scene.snapshot, scene.application);
     decoder->writeBus(output.spatial, {});

@@ -7,11 +7,11 @@
 #include <memory>
 #include <vector>
 
-#include "gamescene.h"
-#include "goal/renderer.h"
-#include "goal/renderoutput.h"
-#include "orb3core/transformedpipe.h"
-#include "takingpipe.h"
+#include "bench/support/gamescene.h"
+#include "bench/support/takingpipe.h"
+#include "goal/render/renderer.h"
+#include "goal/render/renderoutput.h"
+#include "orb3core/decoder/transformedpipe.h"
 
 /// The decoder for headphones into `pipe`, which it takes over. Reads the library of the build tree when
 /// first called, and points this process's store into a folder that is gone afterwards.

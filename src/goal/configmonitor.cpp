@@ -4,7 +4,7 @@
 #include <optional>
 #include <utility>
 
-#include "orb3core/configstore.h"
+#include "orb3core/store/configstore.h"
 #include "slib/sxml.h"
 
 namespace goal {

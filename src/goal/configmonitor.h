@@ -5,7 +5,7 @@
 //     store ──every two seconds──> document ── differs from the one in force? ──> pending configuration
 //                                                                                 ──> the server restarts
 
-#include "orb3core/sharedconfiguration.h"
+#include "orb3core/settings/sharedconfiguration.h"
 #include "slib/mutex.h"
 #include "slib/thread.h"
 

@@ -8,9 +8,9 @@
 
 #include "goal/configmonitor.h"
 #include "goal/engine.h"
-#include "goal/enginestate.h"
 #include "goal/foldbackmanager.h"
 #include "goal/serverthread.h"
+#include "goal/state/enginestate.h"
 #include "slib/mutex.h"
 
 namespace goal {

@@ -5,9 +5,9 @@
 
 #include <utility>
 
-#include "goal/bufferpool.h"
 #include "goal/machinery.h"
-#include "orb3core/sharedconfiguration.h"
+#include "goal/sound/bufferpool.h"
+#include "orb3core/settings/sharedconfiguration.h"
 #include "slib/log.h"
 #include "slib/mutex.h"
 

@@ -10,7 +10,7 @@
 
 #include <cstdint>
 
-#include "goal/renderoutput.h"
+#include "goal/render/renderoutput.h"
 #include "slib/mutex.h"
 
 namespace goal {

@@ -6,54 +6,21 @@
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <vector>
 
-#include "goal/renderoutput.h"
-#include "orb3core/configuration.h"
-#include "orb3core/outputsetup.h"
-#include "orb3core/timedomaintransform.h"
-#include "pipe/pipe.h"
+#include "goal/render/blockrenderer.h"
+#include "orb3core/library/formatlibrarian.h"
+#include "orb3core/settings/configuration.h"
+#include "orb3core/setup/outputsetup.h"
 #include "slib/log.h"
 
 namespace goal {
 
-struct RenderSnapshot;
-
 using orb3::DedicatedOutput;
+using orb3::OutputRequest;
+using orb3::OutputSetUp;
 
-/// Renders the sources and effects of a snapshot, block by block.
-class BlockRenderer {
-public:
-    virtual ~BlockRenderer() = default;
-    virtual void renderBlock(RenderSnapshot& snapshot, RenderOutput& output) = 0;
-};
-
-/// An open format library.
-class FormatLibrary {
-public:
-    virtual ~FormatLibrary() = default;
-};
-
-/// What the set-up of the output is asked for.
-struct SetUpRequest {
-    int order = 1;                 ///< of the spatial bus, 1 to 4
-    std::uint32_t sampleRate = 0;  ///< Hz, above 0; a wish
-    int bufferLength = 0;          ///< frames
-    int bufferCount = 0;
-    double gain = 1;  ///< linear
-};
-
-/// An output that is set up: the open pipe, and the transform that its decoder will run.
-struct OutputSetUp {
-    orb3::Frameworks frameworks;  ///< what the pipe is of; outlives it
-    audiopipe::PipePtr pipe;
-    orb3::strans::TimeDomainTransform<float, 1> transform;  ///< its inputs on the format library's channels
-    std::string formatName;
-    std::string methodName;
-    std::vector<DedicatedOutput> bassOutputs;
-    std::vector<DedicatedOutput> centreOutputs;
-    bool isConfigurationChanged = false;  ///< the configuration was changed on the way and is to be stored
-};
+/// An open format library, with what its acoustics are made by.
+using FormatLibrary = std::shared_ptr<const orb3::fl::FormatLibrarian>;
 
 /// Makes the parts of a run. Lives as long as the process; everything it makes is destroyed before the run
 /// ends.
@@ -62,12 +29,12 @@ public:
     virtual ~Machinery() = default;
 
     /// Throws when there is no usable library at `path`.
-    virtual std::unique_ptr<FormatLibrary> OpenFormatLibrary(const std::string& path, slib::Log* log) = 0;
+    virtual FormatLibrary OpenFormatLibrary(const std::string& path, slib::Log* log) = 0;
 
     /// Chooses the layout and opens the output. May change `configuration`. Informational lines go to
     /// `activeLog`, those that are always wanted to `fullLog`. Throws when no output can be had.
-    virtual OutputSetUp SetUp(const SetUpRequest& request, slib::Log* activeLog, slib::Log* fullLog,
-                              orb3::Configuration& configuration, FormatLibrary& library) = 0;
+    virtual OutputSetUp SetUp(const OutputRequest& request, slib::Log* activeLog, slib::Log* fullLog,
+                              orb3::Configuration& configuration, const FormatLibrary& library) = 0;
 
     virtual std::unique_ptr<BlockRenderer> CreateRenderer(double sampleRate,
                                                           const orb3::Configuration& configuration,

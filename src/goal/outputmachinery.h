@@ -21,9 +21,9 @@ public:
     /// The outputs are those of this machine, or of another one that `makeSoundSystem` makes.
     explicit OutputMachinery(SoundSystemMaker makeSoundSystem = platform::MakeSoundSystem);
 
-    std::unique_ptr<FormatLibrary> OpenFormatLibrary(const std::string& path, slib::Log* log) override;
-    OutputSetUp SetUp(const SetUpRequest& request, slib::Log* activeLog, slib::Log* fullLog,
-                      orb3::Configuration& configuration, FormatLibrary& library) override;
+    FormatLibrary OpenFormatLibrary(const std::string& path, slib::Log* log) override;
+    OutputSetUp SetUp(const OutputRequest& request, slib::Log* activeLog, slib::Log* fullLog,
+                      orb3::Configuration& configuration, const FormatLibrary& library) override;
     std::unique_ptr<BlockRenderer> CreateRenderer(double sampleRate, const orb3::Configuration& configuration,
                                                   int filterOrder, std::uint32_t blockFrames,
                                                   slib::Log* log) override;

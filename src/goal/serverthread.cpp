@@ -9,16 +9,13 @@
 #include "goal/context.h"
 #include "goal/machinery.h"
 #include "goal/version.h"
-#include "orb3core/busbasis.h"
-#include "orb3core/configstore.h"
-#include "orb3core/transformedpipe.h"
+#include "orb3core/decoder/transformedpipe.h"
+#include "orb3core/store/configstore.h"
 #include "slib/exception.h"
 #include "slib/text.h"
 
 namespace goal {
 namespace {
-
-constexpr double headroom = 0.45;  // of the output gain
 
 // A failure told again with where it happened.
 template <typename Work>
@@ -43,7 +40,7 @@ std::string Plural(std::uint32_t count, const char* noun) {
 // What one run owns, in the order of construction; all of it goes when the run ends, last first.
 struct ServerThread::Machine {
     orb3::Configuration configuration;
-    std::unique_ptr<FormatLibrary> library;
+    FormatLibrary library;
     OutputSetUp outputSetUp;
     int order = 0;
     std::unique_ptr<orb3::TransformedPipeUPT> decoder;
@@ -51,18 +48,6 @@ struct ServerThread::Machine {
     RenderOutput output;
     std::vector<orb3::DirectFeed> feeds;
 };
-
-int ResolveOrder(std::uint32_t inputs, int order) {
-    const int greatest = static_cast<int>(std::sqrt(static_cast<double>(inputs)) + 0.5 - 1);
-    if (greatest < 1) throw slib::BadDataException("Invalid transform (less that first order).");
-    const int resolved = std::min(order, greatest);
-    if (ChannelsOfOrder(resolved) > inputs)
-        throw slib::BadDataException(
-            "Unable to resolve the decoding order because the configured transform had an input channel "
-            "count of " +
-            std::to_string(inputs) + ".");
-    return resolved;
-}
 
 ServerThread::ServerThread(Engine& engine)
     : Thread("Renderer", Priority::TimeCritical),
@@ -147,15 +132,6 @@ void ServerThread::Perform(Machine& run) {
     if (run.configuration.goalConfig.measureOutputPeak) run.decoder->reportPeak(mainLog);
 }
 
-double ServerThread::RequestedRate(const orb3::GoalConfig& settings) const {
-    const double rate = !settings.ignoreGameSampleRate && requestedFrequency > 0
-                            ? requestedFrequency
-                            : static_cast<double>(settings.defaultSampleRate);
-    if (!(rate > 0))
-        throw slib::BadDataException("Bad sample rate in configuration: " + slib::FormatNumber(rate));
-    return rate;
-}
-
 // Library and output.
 void ServerThread::SetUp(Machine& run) {
     run.configuration = engine.configuration.Read([](const orb3::Configuration& c) { return c; });
@@ -165,13 +141,9 @@ void ServerThread::SetUp(Machine& run) {
     run.library =
         Explained("Unable to locate format library. You probably need to reinstall. The error was: ",
                   [&] { return engine.machinery->OpenFormatLibrary(path, mainLog); });
-    const SetUpRequest request{.order = settings.order,
-                               .sampleRate = static_cast<std::uint32_t>(RequestedRate(settings) + 0.5),
-                               .bufferLength = settings.suggestedBufferLength,
-                               .bufferCount = settings.suggestedBufferCount,
-                               .gain = settings.gain * headroom};
+    const OutputRequest request = orb3::RequestFor(settings, requestedFrequency);
     run.outputSetUp = Explained("Have you run the configuration program? Failed to set up speakers: ", [&] {
-        return engine.machinery->SetUp(request, activeLog, mainLog, run.configuration, *run.library);
+        return engine.machinery->SetUp(request, activeLog, mainLog, run.configuration, run.library);
     });
     if (run.outputSetUp.isConfigurationChanged) engine.configuration.StoreConfiguration(run.configuration);
 
@@ -181,13 +153,11 @@ void ServerThread::SetUp(Machine& run) {
 // The order of the bus is that of the decoder, whose inputs become those of the bus.
 void ServerThread::BuildDecoder(Machine& run) {
     orb3::strans::TimeDomainTransform<float, 1>& transform = run.outputSetUp.transform;
-    run.order = ResolveOrder(transform.impulses.rows, run.configuration.goalConfig.order);
+    run.order = orb3::FitToBus(transform, run.configuration.goalConfig.order);
     run.configuration.goalConfig.order = run.order;
     activeLog->Write("Using decoder of order " + std::to_string(run.order) + " for '" +
                          run.outputSetUp.formatName + "', method '" + run.outputSetUp.methodName + "'.",
                      false);
-    transform.impulses.resizePreserving(ChannelsOfOrder(run.order), transform.impulses.columns, {});
-    orb3::convertTransformToBusBasis(transform);
     run.decoder = orb3::createTransformedPipe(transform, activeLog, run.outputSetUp.pipe,
                                               run.configuration.goalConfig.useParallelDecoder);
     blockFrames = run.decoder->blockFrames;
@@ -202,7 +172,7 @@ void ServerThread::ChooseConverter(orb3::SampleRateConversion conversion) {
         conversion != orb3::SampleRateConversion::Off && conversion != orb3::SampleRateConversion::Linear;
     if (isSinc && (sampleRateConverter == nullptr || sampleRateConverter->quality != quality))
         sampleRateConverter = std::make_unique<SampleRateConverter>(quality);
-    converterInUse = isSinc ? sampleRateConverter.get() : nullptr;
+    converterStart = isSinc ? &sampleRateConverter->start : nullptr;
 }
 
 void ServerThread::BuildRenderer(Machine& run) {
@@ -210,7 +180,7 @@ void ServerThread::BuildRenderer(Machine& run) {
     if (filterOrder == 0) filterOrder = run.configuration.goalConfig.defaultFilterOrder == 2 ? 2 : 1;
     ChooseConverter(run.configuration.goalConfig.sampleRateConversion);
     for (SourceRendererState& state : context->snapshot.sourceStates)
-        state.Prepare(converterInUse);
+        state.Prepare(converterStart);
     run.renderer =
         engine.machinery->CreateRenderer(sampleRate, run.configuration, filterOrder, blockFrames, activeLog);
     run.output.spatial.resize(blockFrames, ChannelsOfOrder(run.order));
@@ -264,7 +234,7 @@ void ServerThread::TakeSnapshot() {
         MarkBufferUsage(*context);
         const slib::Lock stateLock(context->stateMutex);
         apiLock.Release();
-        CopyToSnapshot(context->snapshot, context->application, converterInUse);
+        CopyToSnapshot(context->snapshot, context->application, converterStart);
     }
     for (const Buffer* buffer : context->snapshot.deletedBuffers)
         delete buffer;

@@ -15,9 +15,9 @@
 #include <string>
 #include <vector>
 
+#include "goal/dsp/samplerateconverter.h"
 #include "goal/engine.h"
-#include "goal/samplerateconverter.h"
-#include "orb3core/goalconfig.h"
+#include "orb3core/settings/goalconfig.h"
 #include "slib/log.h"
 #include "slib/mutex.h"
 #include "slib/thread.h"
@@ -66,7 +66,6 @@ private:
     slib::Log* LogInForce();
     void ChooseLog();
     void ReportRun();
-    double RequestedRate(const orb3::GoalConfig& settings) const;
     bool IsSuspendSupported();
 
     Engine& engine;
@@ -78,14 +77,10 @@ private:
     bool startSignalled = false;
     std::string startFailure;                                  // written before startSignal is posted
     std::unique_ptr<SampleRateConverter> sampleRateConverter;  // of the sinc qualities; outlives restarts
-    const SampleRateConverter* converterInUse = nullptr;       // that, or null for the other qualities
+    const ConverterCursor* converterStart = nullptr;           // of that, or null for the other qualities
     double requestedFrequency = -1;
     double sampleRate = 0;          // Hz
     std::uint32_t blockFrames = 0;  // frames of a block
 };
-
-/// The order of the bus for a decoder transform of `inputs` channels when `order` is configured: never above
-/// what the transform can take. Throws slib::BadDataException when the inputs fit no order.
-int ResolveOrder(std::uint32_t inputs, int order);
 
 }  // namespace goal

@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::uint64_t floatsPerUnit = blockAlignment / sizeof(float);
 
-/// Floats from the start of one channel to that of the next.
+// Floats from the start of one channel to that of the next.
 std::uint64_t Stride(std::uint32_t vectors) {
     const std::uint64_t units = (std::uint64_t{vectors} * 4 + floatsPerUnit - 1) / floatsPerUnit;
     return (units | 1) * floatsPerUnit;

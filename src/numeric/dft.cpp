@@ -112,19 +112,19 @@ void DFT<T>::Free() {
 }
 
 template <typename T>
-void DFT<T>::executeForward() {
+void DFT<T>::ExecuteForward() {
     Library<T>::Execute(forwardPlan);
 }
 
 template <typename T>
-void DFT<T>::executeInverse() {
+void DFT<T>::ExecuteInverse() {
     Library<T>::Execute(inversePlan);
 }
 
 template <typename T>
 void DFT<T>::forward(const T* signal, std::complex<T>* spectrum) {
     std::copy_n(signal, size, timeBuffer);
-    executeForward();
+    ExecuteForward();
     std::copy_n(frequencyBuffer, size / 2 + 1, spectrum);
 }
 
@@ -134,14 +134,14 @@ void DFT<T>::inverse(const GenericVector<std::complex<T>, 1>& spectrum, GenericV
         throw slib::BadParameterException("The spectrum doesn't have the number of bins of the DFT.");
     signal.resize(size);
     std::copy_n(spectrum.data, spectrum.size, frequencyBuffer);
-    executeInverse();
+    ExecuteInverse();
     std::transform(timeBuffer, timeBuffer + size, signal.data, [this](T x) { return x * inverseScale; });
 }
 
 template <typename T>
 void DFT<T>::forwardSplit(const T* source, T* real, T* imaginary) {
     std::copy_n(source, size, timeBuffer);
-    executeForward();
+    ExecuteForward();
     for (std::uint32_t k = 0; k <= size / 2; ++k) {
         real[k] = frequencyBuffer[k].real();
         imaginary[k] = frequencyBuffer[k].imag();
@@ -152,7 +152,7 @@ template <typename T>
 void DFT<T>::inverseSplit(const T* real, const T* imaginary, T* destination) {
     for (std::uint32_t k = 0; k <= size / 2; ++k)
         frequencyBuffer[k] = {real[k], imaginary[k]};
-    executeInverse();
+    ExecuteInverse();
     std::transform(timeBuffer, timeBuffer + size, destination, [this](T x) { return x * inverseScale; });
 }
 

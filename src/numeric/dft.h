@@ -31,7 +31,7 @@ struct DFTPlan<double> {
 /// and takes the bins above N/2 as the conjugates of those below.
 ///
 /// Every transform goes through the two buffers. A caller that wants the whole complex spectrum, or has its
-/// signal in parts, may fill `timeBuffer`, call executeForward and use `frequencyBuffer` where it stands.
+/// signal in parts, may fill `timeBuffer`, call ExecuteForward and use `frequencyBuffer` where it stands.
 template <typename T>
 class DFT {
 public:
@@ -53,9 +53,9 @@ public:
     void setSize(std::uint32_t n);
 
     /// Runs `forwardPlan`: frequencyBuffer becomes the transform of timeBuffer.
-    void executeForward();
+    void ExecuteForward();
     /// Runs `inversePlan`: timeBuffer becomes N times the inverse of frequencyBuffer, which is overwritten.
-    void executeInverse();
+    void ExecuteInverse();
 
     /// Writes the N/2 + 1 bins of the N values at `signal` to `spectrum`, the caller's and of any alignment.
     void forward(const T* signal, std::complex<T>* spectrum);

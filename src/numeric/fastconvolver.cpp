@@ -29,7 +29,7 @@ void FIRFastConvolver::setFilter(const GenericVector<float, 1>& filter, std::uin
     filterSpectrum.resize(dft.size / 2 + 1);
     float* behindTaps = std::reverse_copy(filter.begin(), filter.end(), dft.timeBuffer);
     std::fill(behindTaps, dft.timeBuffer + dft.size, 0.0f);
-    dft.executeForward();
+    dft.ExecuteForward();
     std::copy_n(dft.frequencyBuffer, filterSpectrum.size, filterSpectrum.data);
     blockLength = dft.size - filter.size;
 }
@@ -44,7 +44,7 @@ void FIRFastConvolver::process(const GenericVector<float, 1>& input, GenericVect
         throw slib::BadParameterException("The input is longer than the block of the convolver.");
     float* behindInput = std::copy(input.begin(), input.end(), dft.timeBuffer);
     std::fill(behindInput, dft.timeBuffer + dft.size, 0.0f);
-    dft.executeForward();
+    dft.ExecuteForward();
     for (std::uint32_t k = 0; k < filterSpectrum.size; ++k) {
         const std::complex<float> x = dft.frequencyBuffer[k];
         const std::complex<float> h = filterSpectrum[k];
@@ -52,7 +52,7 @@ void FIRFastConvolver::process(const GenericVector<float, 1>& input, GenericVect
         dft.frequencyBuffer[k] = {x.real() * h.real() - x.imag() * h.imag(),
                                   x.real() * h.imag() + x.imag() * h.real()};
     }
-    dft.executeInverse();
+    dft.ExecuteInverse();
     output.resize(blockLength);
     AddOverlap(output);
 }

@@ -53,7 +53,7 @@ public:
     void reset() override;
 
     /// Takes the next sample and returns the one `blockLength` samples earlier, filtered. There is a filter.
-    float filterSample(float x) {
+    float FilterSample(float x) {
         if (position == blockLength) {
             process(input, output);
             position = 0;

@@ -13,7 +13,7 @@ namespace {
 
 using Matrix = GenericMatrix<double, 1>;
 
-/// row `target` += factor * row `source`, from column `first` on.
+// row `target` += factor * row `source`, from column `first` on.
 void AddRow(Matrix& matrix, std::uint32_t target, std::uint32_t source, double factor, std::uint32_t first) {
     for (std::uint32_t c = first; c < matrix.columns; ++c)
         matrix(target, c) += factor * matrix(source, c);
@@ -32,7 +32,7 @@ std::uint32_t FindPivot(const Matrix& a, std::uint32_t column, double tolerance)
     throw ZeroDeterminantException("Matrix has no inverse.");
 }
 
-/// Brings A to upper triangular form with a usable diagonal.
+// Brings A to upper triangular form with a usable diagonal.
 void EliminateForward(Matrix& a, Matrix& b, double tolerance) {
     for (std::uint32_t p = 0; p < a.columns; ++p) {
         const std::uint32_t pivot = FindPivot(a, p, tolerance);
@@ -48,7 +48,7 @@ void EliminateForward(Matrix& a, Matrix& b, double tolerance) {
     }
 }
 
-/// Brings the diagonal of A to 1.
+// Brings the diagonal of A to 1.
 void Normalise(Matrix& a, Matrix& b) {
     for (std::uint32_t d = 0; d < a.rows; ++d) {
         const double diagonal = a(d, d);
@@ -61,7 +61,7 @@ void Normalise(Matrix& a, Matrix& b) {
     }
 }
 
-/// Clears what stands above the diagonal of A, from the last column on.
+// Clears what stands above the diagonal of A, from the last column on.
 void SubstituteBack(Matrix& a, Matrix& b, double tolerance) {
     for (std::uint32_t c = a.columns; c-- > 1;) {
         for (std::uint32_t r = 0; r < c; ++r) {

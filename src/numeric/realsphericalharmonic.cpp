@@ -8,7 +8,7 @@
 
 namespace hcml {
 
-double associatedLegendre(std::int32_t l, std::int32_t m, double x) {
+double AssociatedLegendre(std::int32_t l, std::int32_t m, double x) {
     assert(0 <= m && m <= l && std::abs(x) <= 1);
     const long double cosine = std::sqrt((1.0L - x) * (1.0L + x));
     long double last = 0, value = 1;  // degrees m - 1, where P counts as 0, and m
@@ -24,7 +24,7 @@ double associatedLegendre(std::int32_t l, std::int32_t m, double x) {
 
 double evaluate(const RealSphericalHarmonic& harmonic, double azimuth, double sineOfElevation) {
     const std::int32_t m = std::abs(harmonic.m);
-    const double along = associatedLegendre(harmonic.l, m, sineOfElevation) * harmonic.norm;
+    const double along = AssociatedLegendre(harmonic.l, m, sineOfElevation) * harmonic.norm;
     if (m == 0) return along / std::numbers::sqrt2;
     return along * (harmonic.m > 0 ? std::cos(m * azimuth) : std::sin(m * azimuth));
 }

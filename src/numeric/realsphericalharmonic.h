@@ -15,7 +15,7 @@ struct RealSphericalHarmonic {
 
 /// The associated Legendre function P of degree `l` and order `m`, 0 <= m <= l, at x in [-1, 1], with the
 /// Condon-Shortley sign (-1)^m. By the recurrence over the degrees (Abramowitz and Stegun 1964, 8.5.3).
-double associatedLegendre(std::int32_t l, std::int32_t m, double x);
+double AssociatedLegendre(std::int32_t l, std::int32_t m, double x);
 
 /// The value of `harmonic` at `azimuth` (radians, from forward to the left) and `sineOfElevation`, which is
 /// the z of the unit direction, in [-1, 1].

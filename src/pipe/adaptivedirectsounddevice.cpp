@@ -75,7 +75,7 @@ std::uint32_t AdaptiveDirectSoundDevice::GetRecordingChannelCount() {
 
 std::string AdaptiveDirectSoundDevice::GetRecordingChannelName(std::uint32_t) {
     EnsureInitialised();
-    slib::ThrowUnreachable("pipe/adaptivedirectsounddevice", __LINE__);
+    slib::ThrowUnreachable();
 }
 
 bool AdaptiveDirectSoundDevice::IsSampleRateSupported(double rate) {

@@ -123,7 +123,7 @@ std::uint32_t AdaptiveDirectSoundPipe::GetRecordingChannelCount() {
 }
 
 std::string AdaptiveDirectSoundPipe::GetRecordingChannelName(std::uint32_t) {
-    slib::ThrowUnreachable("pipe/adaptivedirectsoundpipe", __LINE__);
+    slib::ThrowUnreachable();
 }
 
 double AdaptiveDirectSoundPipe::GetSampleRate() {

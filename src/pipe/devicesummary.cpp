@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "pipe/alphanumeric.h"
 #include "slib/exception.h"
+#include "slib/text.h"
 
 namespace audiopipe {
 namespace {
@@ -11,7 +11,7 @@ namespace {
 constexpr std::size_t shortestId = 4;
 
 std::string MakeId(const std::string& name, std::uint32_t index) {
-    std::string id = KeepAlphanumeric(name);
+    std::string id = slib::KeepAlphanumeric(name);
     return id.size() < shortestId ? "DeviceNU" + std::to_string(std::uint64_t{index} + 1) : id;
 }
 

@@ -1,11 +1,11 @@
 #include "pipe/framework.h"
 
-#include "pipe/alphanumeric.h"
+#include "slib/text.h"
 
 namespace audiopipe {
 
 std::string Framework::GetId() {
-    return KeepAlphanumeric(GetName());
+    return slib::KeepAlphanumeric(GetName());
 }
 
 }  // namespace audiopipe

@@ -89,7 +89,7 @@ public:
 
     bool IsOver() const { return isOver.load(std::memory_order_acquire); }
 
-    /// With a stream that has started, or without one. When it is over.
+    // With a stream that has started, or without one. When it is over.
     Feed found;
 
 private:

@@ -46,7 +46,7 @@ std::uint32_t SpeakerSettingOf(slib::StandardFormat format) {
         case slib::StandardFormat::Surround71Wide:
             return DSSPEAKER_7POINT1;
     }
-    slib::ThrowUnreachable("platform/speakersetting", __LINE__);
+    slib::ThrowUnreachable();
 }
 
 std::uint32_t GuessSpeakerSetting(std::uint32_t channelCount, std::string_view deviceName) {

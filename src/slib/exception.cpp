@@ -1,5 +1,7 @@
 #include "slib/exception.h"
 
+#include <string_view>
+
 #include <cerrno>
 #include <system_error>
 #include <utility>
@@ -38,6 +40,21 @@ OperatingSystemErrnoException::OperatingSystemErrnoException(const std::string& 
 
 OperatingSystemGetLastErrorException::OperatingSystemGetLastErrorException(const std::string& text)
     : OperatingSystemBaseException(WithLastError(text)) {}
+
+namespace {
+
+// From what the compiler was given, "../../src/slib/task.cpp" or the like, to "slib/task".
+std::string SourcePath(std::string_view file) {
+    constexpr std::string_view root = "/src/";
+    if (const auto found = file.rfind(root); found != file.npos) file.remove_prefix(found + root.size());
+    return std::string(file.substr(0, file.rfind('.')));
+}
+
+}  // namespace
+
+void ThrowUnreachable(const std::source_location& where) {
+    ThrowUnreachable(SourcePath(where.file_name()).c_str(), static_cast<int>(where.line()));
+}
 
 void ThrowUnreachable(const char* file, int line) {
     throw IntegrityFailureException("There was an assertion failure on line " + std::to_string(line) +

@@ -6,6 +6,7 @@
 // catch. Usable from any thread.
 
 #include <exception>
+#include <source_location>
 #include <string>
 
 namespace slib {
@@ -91,8 +92,11 @@ public:
     explicit OperatingSystemGetLastErrorException(const std::string& text);
 };
 
-/// Ends a branch that the data model rules out. `file` is the source path without its extension
-/// ("orb3core/goalconfig"), `line` the line number. Always throws IntegrityFailureException.
+/// Ends a branch that the data model rules out. Always throws IntegrityFailureException, whose text names the
+/// line and the source path without its extension ("goal/render/renderer").
+[[noreturn]] void ThrowUnreachable(const std::source_location& where = std::source_location::current());
+
+/// The same under another path than the one that the line stands in.
 [[noreturn]] void ThrowUnreachable(const char* file, int line);
 
 }  // namespace slib

@@ -34,12 +34,12 @@ Mutex::~Mutex() {
     pthread_mutex_destroy(&handle);
 }
 
-void Mutex::Lock() {
+void Mutex::Lock() SLIB_UNCHECKED_LOCKS {  // this is the lock
     [[maybe_unused]] const int code = pthread_mutex_lock(&handle);
     assert(code == 0);
 }
 
-void Mutex::Unlock() {
+void Mutex::Unlock() SLIB_UNCHECKED_LOCKS {
     [[maybe_unused]] const int code = pthread_mutex_unlock(&handle);
     assert(code == 0);
 }

@@ -8,12 +8,14 @@
 
 #include <cstdint>
 
+#include "slib/threadsafety.h"
+
 namespace slib {
 
 /// A re-entrant mutex: the thread that owns it may lock it again, and each lock needs its own unlock. Where
 /// the system offers it the owner inherits the priority of whoever waits, so that a game thread that holds a
 /// mutex which the time-critical renderer wants isn't kept off the processor by something in between.
-class Mutex {
+class SLIB_CAPABILITY("mutex") Mutex {
 public:
     /// Throws OperatingSystemErrnoException when the system is out of resources.
     Mutex();
@@ -22,23 +24,23 @@ public:
     Mutex& operator=(const Mutex&) = delete;
 
     /// Waits without time-out.
-    void Lock();
+    void Lock() SLIB_ACQUIRE();
     /// Gives up one lock; the caller owns the mutex.
-    void Unlock();
+    void Unlock() SLIB_RELEASE();
 
 private:
     pthread_mutex_t handle;
 };
 
 /// Holds a mutex for a scope. Release gives it up early, after which the end of the scope does nothing.
-class Lock {
+class SLIB_SCOPED_CAPABILITY Lock {
 public:
-    explicit Lock(Mutex& mutex) : mutex(&mutex) { mutex.Lock(); }
-    ~Lock() { Release(); }
+    explicit Lock(Mutex& mutex) SLIB_ACQUIRE(mutex) : mutex(&mutex) { mutex.Lock(); }
+    ~Lock() SLIB_RELEASE() { Release(); }
     Lock(const Lock&) = delete;
     Lock& operator=(const Lock&) = delete;
 
-    void Release() {
+    void Release() SLIB_RELEASE() {
         if (mutex != nullptr) mutex->Unlock();
         mutex = nullptr;
     }

@@ -45,6 +45,10 @@ std::string FormatNumber(double value, int significantDigits = 6);
 std::string toUpper(std::string_view text);
 std::string toLower(std::string_view text);
 
+/// The letters A to Z and a to z and the digits of `text`, in order: a name for people made into one for
+/// stored documents.
+std::string KeepAlphanumeric(std::string_view text);
+
 /// Compares two names byte by byte, leaving out on both sides white space and whatever stands from a "(" to
 /// the next ")", or to the end if none follows.
 bool sameIgnoringSpaceAndParentheses(std::string_view a, std::string_view b);

@@ -13,10 +13,10 @@
 
 #include "AL/tessarune.h"
 #include "app/goaldll/process.h"
-#include "defaultdocument.h"
-#include "orb3core/configstore.h"
-#include "orb3core/layoutselection.h"
-#include "temporaryfolder.h"
+#include "orb3core/setup/layoutselection.h"
+#include "orb3core/store/configstore.h"
+#include "tests/support/defaultdocument.h"
+#include "tests/support/temporaryfolder.h"
 
 namespace {
 

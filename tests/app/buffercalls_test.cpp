@@ -6,7 +6,7 @@
 #include <tuple>
 #include <vector>
 
-#include "contextfixture.h"
+#include "tests/support/contextfixture.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <random>
 #include <thread>
 
-#include "contextfixture.h"
+#include "tests/support/contextfixture.h"
 
 namespace {
 
@@ -23,7 +23,7 @@ protected:
                 goal::MarkBufferUsage(*context);
                 const slib::Lock stateLock(context->stateMutex);
                 apiLock.Release();
-                goal::CopyToSnapshot(context->snapshot, context->application, &converter);
+                goal::CopyToSnapshot(context->snapshot, context->application, &converter.start);
             }
             for (const goal::Buffer* buffer : context->snapshot.deletedBuffers)
                 delete buffer;

@@ -6,9 +6,9 @@
 #include <cstring>
 #include <string>
 
-#include "contextfixture.h"
-#include "goal/renderer.h"
-#include "reverbpresets.h"
+#include "goal/render/renderer.h"
+#include "tests/support/contextfixture.h"
+#include "tools/presets/reverbpresets.h"
 
 namespace {
 

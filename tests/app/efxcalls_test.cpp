@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "contextfixture.h"
+#include "tests/support/contextfixture.h"
 
 namespace {
 

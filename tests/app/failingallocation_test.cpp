@@ -2,8 +2,8 @@
 
 #include <tuple>
 
-#include "contextfixture.h"
-#include "replacedallocation.h"
+#include "tests/support/contextfixture.h"
+#include "tests/support/replacedallocation.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 
 #include "app/goaldll/alcprocs.h"
 #include "app/goaldll/alprocs.h"
-#include "contextfixture.h"
+#include "tests/support/contextfixture.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <array>
 #include <limits>
 
-#include "contextfixture.h"
+#include "tests/support/contextfixture.h"
 
 namespace {
 

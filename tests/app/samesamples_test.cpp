@@ -7,13 +7,13 @@
 #include <string>
 #include <vector>
 
-#include "contextfixture.h"
-#include "goal/bufferformats.h"
-#include "goal/renderer.h"
-#include "orb3core/transformedpipe.h"
-#include "recordinglog.h"
-#include "testpipe.h"
-#include "vectortargets.h"
+#include "goal/render/renderer.h"
+#include "goal/sound/bufferformats.h"
+#include "orb3core/decoder/transformedpipe.h"
+#include "tests/support/contextfixture.h"
+#include "tests/support/recordinglog.h"
+#include "tests/support/testpipe.h"
+#include "tests/support/vectortargets.h"
 
 namespace {
 
@@ -128,7 +128,7 @@ protected:
         const auto decoder = orb3::createTransformedPipe(Decoding(), &log, owner, false);
         for (int block = 0; block < 40; ++block) {
             if (block % 4 == 0) Move();
-            goal::CopyToSnapshot(context->snapshot, context->application, isSinc ? &tables : nullptr);
+            goal::CopyToSnapshot(context->snapshot, context->application, isSinc ? &tables.start : nullptr);
             renderer.renderBlock(context->snapshot, output);
             Merge();
             decoder->writeBus(output.spatial, {});

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <limits>
 
-#include "contextfixture.h"
+#include "tests/support/contextfixture.h"
 
 namespace {
 

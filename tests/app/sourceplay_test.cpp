@@ -5,7 +5,7 @@
 #include <cmath>
 #include <tuple>
 
-#include "contextfixture.h"
+#include "tests/support/contextfixture.h"
 
 namespace {
 

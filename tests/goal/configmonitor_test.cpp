@@ -7,10 +7,10 @@
 #include <string>
 #include <thread>
 
-#include "defaultdocument.h"
-#include "failure.h"
-#include "recordinglog.h"
-#include "temporaryfolder.h"
+#include "tests/support/defaultdocument.h"
+#include "tests/support/failure.h"
+#include "tests/support/recordinglog.h"
+#include "tests/support/temporaryfolder.h"
 
 namespace goal {
 namespace {

@@ -13,9 +13,9 @@
 #include <vector>
 
 #include "AL/tessarune.h"
-#include "failure.h"
 #include "slib/mutex.h"
 #include "slib/task.h"
+#include "tests/support/failure.h"
 
 namespace goal {
 namespace {

@@ -17,13 +17,13 @@
 #include <utility>
 #include <vector>
 
-#include "defaultdocument.h"
-#include "failure.h"
 #include "goal/context.h"
-#include "orb3core/configstore.h"
-#include "recordinglog.h"
-#include "temporaryfolder.h"
-#include "testpipe.h"
+#include "orb3core/store/configstore.h"
+#include "tests/support/defaultdocument.h"
+#include "tests/support/failure.h"
+#include "tests/support/recordinglog.h"
+#include "tests/support/temporaryfolder.h"
+#include "tests/support/testpipe.h"
 
 namespace goal {
 namespace {
@@ -34,7 +34,7 @@ public:
     std::function<void(const std::string&)> at = [](const std::string&) {};  // called at each step; may throw
     std::function<void(OutputSetUp&)> answer = [](OutputSetUp&) {};
 
-    SetUpRequest request;
+    OutputRequest request;
     double rate = 48000;
     int filterOrder = 0;
     int renderedOrder = 0;
@@ -42,14 +42,14 @@ public:
     std::atomic<int> blocks{0}, runs{0};
     std::string destroyed;
 
-    std::unique_ptr<FormatLibrary> OpenFormatLibrary(const std::string&, slib::Log*) override {
+    FormatLibrary OpenFormatLibrary(const std::string&, slib::Log*) override {
         at("library");
-        return std::make_unique<Noted<FormatLibrary>>(*this, "library");
+        return {nullptr, [this](const void*) { destroyed += "library "; }};
     }
 
     // Both channels get half of the first channel of the bus.
-    OutputSetUp SetUp(const SetUpRequest& asked, slib::Log*, slib::Log*, orb3::Configuration& configuration,
-                      FormatLibrary&) override {
+    OutputSetUp SetUp(const OutputRequest& asked, slib::Log*, slib::Log*, orb3::Configuration& configuration,
+                      const FormatLibrary&) override {
         request = asked;
         at("setup");
         OutputSetUp output;
@@ -71,18 +71,10 @@ public:
         filterOrder = order;
         renderedOrder = configuration.goalConfig.order;
         at("renderer");
-        return std::make_unique<Renderer>(*this, "renderer");
+        return std::make_unique<Renderer>(*this);
     }
 
 private:
-    template <typename Base>
-    struct Noted : Base {
-        Noted(ScriptedMachinery& owner, const char* name) : owner(owner), name(name) {}
-        ~Noted() override { owner.destroyed += name + std::string(" "); }
-        ScriptedMachinery& owner;
-        const char* name;
-    };
-
     // The decoder's construction asks for the block first.
     struct ScriptedPipe : testing_support::TestPipe {
         explicit ScriptedPipe(ScriptedMachinery& owner) : TestPipe(512), owner(owner) {}
@@ -102,13 +94,15 @@ private:
         bool isAsked = false;
     };
 
-    struct Renderer : Noted<BlockRenderer> {
-        using Noted::Noted;
+    struct Renderer : BlockRenderer {
+        explicit Renderer(ScriptedMachinery& owner) : owner(owner) {}
+        ~Renderer() override { owner.destroyed += "renderer "; }
         void renderBlock(RenderSnapshot&, RenderOutput& output) override {
             std::fill_n(output.spatial.channels[0], output.spatial.frames, 1.0F);
             output.lowFrequencyWritten = output.hasLowFrequency;
             std::fill_n(output.lowFrequency.data, output.lowFrequency.size, 0.5F);
         }
+        ScriptedMachinery& owner;
     };
 };
 
@@ -295,16 +289,6 @@ TEST_F(ServerThreadTest, Stop_DuringTheSetUpOfARestart_EndsWithTheReport) {
     EXPECT_TRUE(log.Has("Hz, block size 512), suspend/process is disabled."));
     EXPECT_TRUE(log.Has(
         "Ran with 1 source and 2 effect slots. Suspend/process was used (but is currently disabled)."));
-}
-
-TEST(ResolveOrder, NeverExceedsTheTransform) {
-    for (const auto& [inputs, configured, order] : {std::tuple(4U, 4, 1), {17, 4, 3}, {25, 4, 4}, {25, 1, 1}})
-        EXPECT_EQ(ResolveOrder(inputs, configured), order);
-    EXPECT_EQ(testing_support::Failure([] { ResolveOrder(2, 3); }),
-              "Invalid transform (less that first order).");
-    EXPECT_EQ(testing_support::Failure([] { ResolveOrder(8, 3); }),
-              "Unable to resolve the decoding order because the configured transform had an input channel "
-              "count of 8.");
 }
 
 }  // namespace

@@ -20,7 +20,7 @@
 #include <thread>
 
 #include "AL/alc.h"
-#include "temporaryfolder.h"
+#include "tests/support/temporaryfolder.h"
 
 // Never destroyed, since the process may end on another thread. Of external linkage, so that it holds what it
 // points to in the eyes of a leak checker.

@@ -11,8 +11,8 @@
 #include <tuple>
 #include <vector>
 
-#include "failure.h"
-#include "noise.h"
+#include "tests/support/failure.h"
+#include "tests/support/noise.h"
 
 namespace hcml {
 namespace {

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <cstdint>
 
-#include "noise.h"
+#include "tests/support/noise.h"
 
 namespace {
 
@@ -24,7 +24,7 @@ void TestConvolver(std::uint32_t taps, std::uint32_t minimumBlock, std::uint32_t
         double direct = 0;
         for (std::uint32_t k = 0; k < taps && i >= block + k; ++k)
             direct += double{filter[taps - 1 - k]} * double{signal[i - block - k]};
-        ASSERT_NEAR(convolver.filterSample(signal[i]), direct, 4e-6 * std::sqrt(taps)) << i;
+        ASSERT_NEAR(convolver.FilterSample(signal[i]), direct, 4e-6 * std::sqrt(taps)) << i;
     }
 }
 

@@ -22,7 +22,7 @@
 #include "numeric/kernels/mixkernel.h"
 #include "numeric/kernels/sinckernel.h"
 #include "numeric/kernels/spectrumkernel.h"
-#include "vectortargets.h"
+#include "tests/support/vectortargets.h"
 
 namespace hcml {
 namespace {

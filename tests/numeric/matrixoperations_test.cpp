@@ -8,9 +8,9 @@
 #include <limits>
 #include <vector>
 
-#include "failure.h"
-#include "noise.h"
 #include "numeric/matrixexceptions.h"
+#include "tests/support/failure.h"
+#include "tests/support/noise.h"
 
 namespace hcml {
 namespace {

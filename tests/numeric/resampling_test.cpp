@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "noise.h"
 #include "numeric/fastconvolver.h"
 #include "numeric/firfilter.h"
+#include "tests/support/noise.h"
 
 namespace hcml {
 namespace {

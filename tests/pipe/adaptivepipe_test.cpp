@@ -5,15 +5,15 @@
 #include <memory>
 #include <numeric>
 
-#include "allocationcounter.h"
-#include "failure.h"
 #include "pipe/adaptivebuffering.h"
 #include "pipe/adaptivedirectsoundframework.h"
 #include "pipe/adaptivedirectsoundpipe.h"
 #include "pipe/applicationwindow.h"
 #include "pipe/directsoundexception.h"
-#include "recordinglog.h"
-#include "scripteddevice.h"
+#include "tests/support/allocationcounter.h"
+#include "tests/support/failure.h"
+#include "tests/support/recordinglog.h"
+#include "tests/support/scripteddevice.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 
 #include <string>
 
-#include "failure.h"
 #include "pipe/framework.h"
-#include "testpipe.h"
+#include "tests/support/failure.h"
+#include "tests/support/testpipe.h"
 
 namespace {
 

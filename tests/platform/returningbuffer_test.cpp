@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "platform/clock.h"
-#include "recordinglog.h"
+#include "tests/support/recordinglog.h"
 
 namespace {
 

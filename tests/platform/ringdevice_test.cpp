@@ -12,8 +12,8 @@
 #include "platform/clock.h"
 #include "platform/playclock.h"
 #include "platform/soundsystem.h"
-#include "recordinglog.h"
-#include "temporaryfolder.h"
+#include "tests/support/recordinglog.h"
+#include "tests/support/temporaryfolder.h"
 
 namespace {
 

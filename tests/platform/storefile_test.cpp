@@ -12,8 +12,8 @@
 #include <fstream>
 #include <string>
 
-#include "process.h"
-#include "temporaryfolder.h"
+#include "tests/support/process.h"
+#include "tests/support/temporaryfolder.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 #include <string>
 #include <tuple>
 
-#include "process.h"
-#include "temporaryfolder.h"
+#include "tests/support/process.h"
+#include "tests/support/temporaryfolder.h"
 
 namespace {
 

@@ -22,7 +22,7 @@
 #include <vector>
 
 #include "AL/tessarune.h"
-#include "recording.h"
+#include "tests/support/recording.h"
 
 namespace {
 

@@ -7,9 +7,9 @@
 #include <iterator>
 #include <string>
 
-#include "failure.h"
 #include "slib/memorystreambuffer.h"
-#include "temporaryfolder.h"
+#include "tests/support/failure.h"
+#include "tests/support/temporaryfolder.h"
 
 namespace {
 

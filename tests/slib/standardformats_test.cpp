@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "failure.h"
+#include "tests/support/failure.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <utility>
 
-#include "failure.h"
+#include "tests/support/failure.h"
 
 namespace {
 

@@ -9,8 +9,8 @@
 #include <thread>
 #include <vector>
 
-#include "process.h"
 #include "slib/exception.h"
+#include "tests/support/process.h"
 
 namespace {
 

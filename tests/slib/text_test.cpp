@@ -10,7 +10,7 @@
 #include <sstream>
 #include <string>
 
-#include "failure.h"
+#include "tests/support/failure.h"
 
 namespace {
 

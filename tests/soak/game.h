@@ -12,11 +12,11 @@
 #include <vector>
 
 #include "AL/tessarune.h"
-#include "foldbackring.h"
-#include "goal/bufferformats.h"
-#include "misbehavingsystem.h"
-#include "reverbpresets.h"
-#include "watchdog.h"
+#include "goal/sound/bufferformats.h"
+#include "tests/support/foldbackring.h"
+#include "tests/support/misbehavingsystem.h"
+#include "tests/support/watchdog.h"
+#include "tools/presets/reverbpresets.h"
 
 namespace soak {
 

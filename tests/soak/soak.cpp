@@ -12,9 +12,9 @@
 #include <memory>
 
 #include "app/goaldll/process.h"
-#include "game.h"
-#include "orb3core/configstore.h"
-#include "temporaryfolder.h"
+#include "orb3core/store/configstore.h"
+#include "tests/soak/game.h"
+#include "tests/support/temporaryfolder.h"
 
 namespace soak {
 namespace {

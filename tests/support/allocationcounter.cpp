@@ -1,6 +1,6 @@
-#include "allocationcounter.h"
+#include "tests/support/allocationcounter.h"
 
-#include "replacedallocation.h"
+#include "tests/support/replacedallocation.h"
 
 std::size_t testing_support::AllocationsOfThisThread() {
     return allocations;

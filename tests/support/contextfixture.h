@@ -11,8 +11,8 @@
 
 #include "AL/tessarune.h"
 #include "app/goaldll/process.h"
-#include "goal/samplerateconverter.h"
-#include "temporaryfolder.h"
+#include "goal/dsp/samplerateconverter.h"
+#include "tests/support/temporaryfolder.h"
 
 namespace testing_support {
 
@@ -91,7 +91,7 @@ protected:
     /// What it does before a block.
     void Copy() {
         goal::MarkBufferUsage(*context);
-        goal::CopyToSnapshot(context->snapshot, context->application, &converter);
+        goal::CopyToSnapshot(context->snapshot, context->application, &converter.start);
         for (goal::Buffer* buffer : context->snapshot.deletedBuffers)
             delete buffer;
         context->snapshot.deletedBuffers.clear();

@@ -2,8 +2,8 @@
 
 // A stored configuration, for tests that are no first start: that measures the machine for a second.
 
-#include "orb3core/configstore.h"
-#include "orb3core/configuration.h"
+#include "orb3core/settings/configuration.h"
+#include "orb3core/store/configstore.h"
 #include "slib/log.h"
 #include "slib/sxml.h"
 

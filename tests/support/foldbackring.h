@@ -12,9 +12,9 @@
 #include <vector>
 
 #include "AL/tessarune.h"
-#include "dice.h"
 #include "slib/mutex.h"
 #include "slib/task.h"
+#include "tests/support/dice.h"
 
 namespace testing_support {
 

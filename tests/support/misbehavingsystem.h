@@ -10,9 +10,9 @@
 #include <string_view>
 #include <utility>
 
-#include "dice.h"
 #include "platform/clock.h"
-#include "scripteddevice.h"
+#include "tests/support/dice.h"
+#include "tests/support/scripteddevice.h"
 
 namespace testing_support {
 

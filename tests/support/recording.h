@@ -14,7 +14,7 @@
 #include <utility>
 #include <vector>
 
-#include "temporaryfolder.h"
+#include "tests/support/temporaryfolder.h"
 
 namespace testing_support {
 

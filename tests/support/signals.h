@@ -10,7 +10,7 @@
 #include <span>
 #include <vector>
 
-#include "noise.h"
+#include "tests/support/noise.h"
 
 namespace testing_support {
 

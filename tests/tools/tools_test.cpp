@@ -17,13 +17,13 @@
 #include <thread>
 #include <vector>
 
-#include "defaultdocument.h"
-#include "orb3core/configstore.h"
-#include "orb3core/registrylog.h"
+#include "orb3core/store/configstore.h"
+#include "orb3core/store/registrylog.h"
 #include "slib/files.h"
 #include "slib/sxml.h"
-#include "support/logring.h"
-#include "temporaryfolder.h"
+#include "tests/support/defaultdocument.h"
+#include "tests/support/temporaryfolder.h"
+#include "tools/support/logring.h"
 
 namespace {
 

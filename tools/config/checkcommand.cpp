@@ -6,24 +6,24 @@
 #include <string>
 #include <vector>
 
-#include "commands.h"
-#include "drydevice.h"
-#include "machine.h"
-#include "orb3core/formatduration.h"
-#include "orb3core/layoutselection.h"
-#include "orb3core/outputsetup.h"
-#include "orb3core/sharedconfiguration.h"
-#include "orb3core/transformedpipe.h"
+#include "orb3core/decoder/transformedpipe.h"
+#include "orb3core/settings/sharedconfiguration.h"
+#include "orb3core/setup/layoutselection.h"
+#include "orb3core/setup/outputsetup.h"
 #include "platform/outputdevice.h"
+#include "slib/formatduration.h"
 #include "slib/mutex.h"
 #include "slib/text.h"
-#include "storedvalues.h"
-#include "table.h"
+#include "tools/config/commands.h"
+#include "tools/config/drydevice.h"
+#include "tools/config/machine.h"
+#include "tools/config/storedvalues.h"
+#include "tools/config/table.h"
 
 namespace tool {
 namespace {
 
-constexpr const char* kExamples = R"(Examples:
+constexpr const char* examples = R"(Examples:
   tessarune-config check
   tessarune-config check --rate 44100     for a game that asks for this rate
 
@@ -52,29 +52,10 @@ struct Outcome {
     orb3::Configuration before, after;
     orb3::OutputRequest request;
     orb3::OutputSetUp output;
-    bool isChanged = false;           // the start would store `after`
+    int order = 1;                    // of the bus
     std::uint32_t blockFrames = 0;    // rendered at a time
     std::uint32_t decoderFrames = 0;  // by which the decoder lags
 };
-
-// As a start asks, which is an integer number of Hz.
-orb3::OutputRequest RequestOf(const orb3::GoalConfig& settings, int gameRate) {
-    const bool isGames = gameRate > 0 && !settings.ignoreGameSampleRate;
-    return {.order = static_cast<std::uint32_t>(settings.order),
-            .sampleRate = static_cast<std::uint32_t>(isGames ? gameRate : settings.defaultSampleRate),
-            .bufferLength = static_cast<std::uint32_t>(settings.suggestedBufferLength),
-            .bufferCount = static_cast<std::uint32_t>(settings.suggestedBufferCount),
-            .gain = settings.gain * 0.45};
-}
-
-void TryDecoder(Outcome& outcome, KeptLog& log) {
-    const auto& transform = outcome.output.transforms;
-    const bool isParallel = outcome.after.goalConfig.useParallelDecoder;
-    const auto decoder = orb3::createTransformedPipe(transform, &log, outcome.output.pipe, isParallel);
-    outcome.blockFrames = decoder->blockFrames;
-    const std::uint32_t lead = transform.start > 0 ? transform.Length() - transform.start : 0;
-    outcome.decoderFrames = lead + (isParallel ? decoder->blockFrames : 0);
-}
 
 // All that a start does but to open the device and to store what it found.
 Outcome TryStart(const FormatLibrary& library, const orb3::Frameworks& frameworks, int gameRate,
@@ -83,15 +64,20 @@ Outcome TryStart(const FormatLibrary& library, const orb3::Frameworks& framework
     orb3::SharedConfiguration shared(&log);
     outcome.before = shared.Read([](const orb3::Configuration& configuration) { return configuration; });
     outcome.after = outcome.before;
-    outcome.request = RequestOf(outcome.before.goalConfig, gameRate);
-    outcome.isChanged = orb3::SetUp(&log, &log, outcome.after, WithDryDevices(frameworks),
-                                    library.Librarian(), outcome.request, outcome.output);
-    TryDecoder(outcome, log);
+    const orb3::GoalConfig& settings = outcome.after.goalConfig;
+    outcome.request = orb3::RequestFor(settings, gameRate);
+    outcome.output = orb3::SetUp(&log, &log, outcome.after, WithDryDevices(frameworks), library.Librarian(),
+                                 outcome.request);
+    outcome.order = orb3::FitToBus(outcome.output.transform, settings.order);
+    const auto decoder = orb3::createTransformedPipe(outcome.output.transform, &log, outcome.output.pipe,
+                                                     settings.useParallelDecoder);
+    outcome.blockFrames = decoder->blockFrames;
+    outcome.decoderFrames = decoder->LatencyFrames();
     return outcome;
 }
 
 std::string WhyLayout(const Outcome& outcome) {
-    if (!outcome.isChanged)
+    if (!outcome.output.isConfigurationChanged)
         return outcome.after.useDirectSoundAutoselect ? "stored, and fits the system's speakers"
                                                       : "stored, and doesn't follow the system's speakers";
     return orb3::FindSelectedLayout(outcome.before)
@@ -105,10 +91,10 @@ std::string WhyRate(const Outcome& outcome, int gameRate) {
     return gameRate > 0 ? "as the game asks" : "DefaultSampleRate, where a game asks for no other";
 }
 
-std::string WhyOrder(std::uint32_t order, const Outcome& outcome) {
-    const std::string wanted = std::to_string(outcome.request.order);
-    return order == outcome.request.order ? "as set"
-                                          : "the setting is " + wanted + ", the layout has no more";
+std::string WhyOrder(const Outcome& outcome) {
+    const int wanted = outcome.after.goalConfig.order;
+    return outcome.order == wanted ? "as set"
+                                   : "the setting is " + std::to_string(wanted) + ", the layout has no more";
 }
 
 std::string Frames(std::uint32_t frames, const Outcome& outcome) {
@@ -119,16 +105,13 @@ std::string Frames(std::uint32_t frames, const Outcome& outcome) {
 void Print(const Outcome& outcome, const FormatLibrary& library, int gameRate) {
     const orb3::spk::Layout& layout = *orb3::FindSelectedLayout(outcome.after);
     audiopipe::Pipe& pipe = *outcome.output.pipe;
-    const auto inputs = outcome.output.transforms.impulses.rows;
-    const auto order = std::min(outcome.request.order,
-                                static_cast<std::uint32_t>(std::sqrt(static_cast<double>(inputs)) - 0.5));
     const std::string rate = std::to_string(std::lround(pipe.GetSampleRate())) + " Hz";
     std::cout << "Library  " << library.path << "\n";
     PrintTable(
         {{"Device", layout.pipeDevice, std::to_string(pipe.GetPlaybackChannelCount()) + " outputs in use"},
          {"Layout", layout.format, WhyLayout(outcome)},
          {"Method", outcome.output.methodName},
-         {"Order", std::to_string(order), WhyOrder(order, outcome)},
+         {"Order", std::to_string(outcome.order), WhyOrder(outcome)},
          {"Rate", rate, WhyRate(outcome, gameRate)},
          {"Block", Frames(outcome.blockFrames, outcome)},
          {"Latency", Frames(outcome.blockFrames + outcome.decoderFrames + pipe.GetLatency(), outcome),
@@ -144,8 +127,9 @@ void Judge(const Outcome& outcome, const orb3::Frameworks& frameworks) {
         throw slib::BadStateException(
             "The device doesn't run at " + std::to_string(outcome.request.sampleRate) +
             " Hz. Choose another rate: tessarune-config set DefaultSampleRate 48000.");
-    std::cout << (outcome.isChanged ? "A start would work, and store the layout. Nothing was stored now.\n"
-                                    : "A start would work.\n");
+    std::cout << (outcome.output.isConfigurationChanged
+                      ? "A start would work, and store the layout. Nothing was stored now.\n"
+                      : "A start would work.\n");
 }
 
 void Check(int gameRate) {
@@ -171,7 +155,7 @@ void Check(int gameRate) {
 void AddCheckCommand(CLI::App& program) {
     const auto rate = std::make_shared<int>(0);
     CLI::App* command = program.add_subcommand("check", "Tell what a game's start would do, and why.");
-    command->footer(kExamples);
+    command->footer(examples);
     command->add_option("--rate", *rate, "Hz that the game asks for")
         ->check(CLI::Range(static_cast<int>(platform::lowestRate), static_cast<int>(platform::highestRate)));
     command->callback([rate] { Check(*rate); });

@@ -3,15 +3,15 @@
 #include <string>
 #include <vector>
 
-#include "commands.h"
-#include "machine.h"
 #include "slib/standardformats.h"
-#include "table.h"
+#include "tools/config/commands.h"
+#include "tools/config/machine.h"
+#include "tools/config/table.h"
 
 namespace tool {
 namespace {
 
-constexpr const char* kExamples = R"(Examples:
+constexpr const char* examples = R"(Examples:
   tessarune-config devices
   tessarune-config select "Surround 5.1" --device 2       by number
   tessarune-config speakers connect PrimarySoundDriver    by id)";
@@ -51,7 +51,7 @@ void Show() {
 
 void AddDevicesCommand(CLI::App& program) {
     CLI::App* command = program.add_subcommand("devices", "List the devices that sound can come from.");
-    command->footer(kExamples);
+    command->footer(examples);
     command->callback(Show);
 }
 

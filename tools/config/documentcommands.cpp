@@ -2,17 +2,17 @@
 #include <memory>
 #include <string>
 
-#include "commands.h"
 #include "platform/storefile.h"
-#include "settings.h"
 #include "slib/files.h"
 #include "slib/sxml.h"
-#include "storedvalues.h"
+#include "tools/config/commands.h"
+#include "tools/config/settings.h"
+#include "tools/config/storedvalues.h"
 
 namespace tool {
 namespace {
 
-constexpr const char* kExamples = R"(Examples:
+constexpr const char* examples = R"(Examples:
   tessarune-config export my-settings.xml
   tessarune-config import my-settings.xml
   tessarune-config reset)";
@@ -90,7 +90,7 @@ void AddDocumentCommands(CLI::App& program) {
     reset->add_flag("--all", options->isAll, "Forget Output, WaveFile and SpeakerSetting as well");
     reset->callback([options] { Reset(options->isAll); });
     for (CLI::App* command : {out, in, reset})
-        command->footer(kExamples);
+        command->footer(examples);
 }
 
 }  // namespace tool

@@ -1,4 +1,4 @@
-#include "drydevice.h"
+#include "tools/config/drydevice.h"
 
 #include <algorithm>
 #include <utility>

@@ -3,7 +3,7 @@
 // Devices that tell what real ones tell, but of which nothing is ever opened. For trying a start out. One
 // thread.
 
-#include "orb3core/devicelookup.h"
+#include "orb3core/setup/devicelookup.h"
 
 namespace tool {
 

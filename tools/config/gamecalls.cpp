@@ -1,4 +1,4 @@
-#include "gamecalls.h"
+#include "tools/config/gamecalls.h"
 
 #include <dlfcn.h>
 

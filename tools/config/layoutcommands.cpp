@@ -5,21 +5,21 @@
 #include <string>
 #include <vector>
 
-#include "commands.h"
-#include "machine.h"
-#include "orb3core/conversionchoice.h"
-#include "orb3core/layoutselection.h"
-#include "storedvalues.h"
-#include "table.h"
+#include "orb3core/library/conversionchoice.h"
+#include "orb3core/setup/layoutselection.h"
+#include "tools/config/commands.h"
+#include "tools/config/machine.h"
+#include "tools/config/storedvalues.h"
+#include "tools/config/table.h"
 
 namespace tool {
 namespace {
 
 using LayoutPtr = orb3::Configuration::LayoutPtr;
 
-constexpr const char* kLayoutsExamples = R"(Examples:
+constexpr const char* layoutsExamples = R"(Examples:
   tessarune-config layouts)";
-constexpr const char* kSelectExamples = R"(Examples:
+constexpr const char* selectExamples = R"(Examples:
   tessarune-config select Stereo
   tessarune-config select "Headphone Stereo" --method spherehead
   tessarune-config select Quad --device 2
@@ -180,12 +180,12 @@ void Choose(const Choice& choice) {
 
 void AddLayoutCommands(CLI::App& program) {
     CLI::App* list = program.add_subcommand("layouts", "List the layouts of speakers that there are.");
-    list->footer(kLayoutsExamples);
+    list->footer(layoutsExamples);
     list->callback(List);
 
     const auto choice = std::make_shared<Choice>();
     CLI::App* select = program.add_subcommand("select", "Put a layout in force.");
-    select->footer(kSelectExamples);
+    select->footer(selectExamples);
     CLI::Option* name = select->add_option("LAYOUT", choice->name, "Its name");
     select->add_option("--device", choice->device, "Connect it to this device: its id, name or number");
     select->add_option("--method", choice->method, "Decode by this method");

@@ -5,16 +5,16 @@
 #include <thread>
 #include <vector>
 
-#include "commands.h"
-#include "support/logring.h"
+#include "tools/config/commands.h"
+#include "tools/support/logring.h"
 
 namespace tool {
 namespace {
 
-constexpr const char* kExamples = R"(Examples:
+constexpr const char* examples = R"(Examples:
   tessarune-config log
   tessarune-config log --follow      until Ctrl-C)";
-constexpr auto kPatience = std::chrono::milliseconds(250);
+constexpr auto patience = std::chrono::milliseconds(250);
 
 void Print(const std::vector<std::string>& lines) {
     for (const std::string& line : lines)
@@ -28,7 +28,7 @@ void Show(bool follow) {
     Print(lines);
     if (lines.empty()) std::cerr << "The log is empty: no game has started yet.\n";
     while (follow && std::cout) {
-        std::this_thread::sleep_for(kPatience);
+        std::this_thread::sleep_for(patience);
         if (!HasNewLines(ring)) continue;
         const LogRing now = ReadLogRing();
         bool isSomeLost = false;
@@ -45,7 +45,7 @@ void AddLogCommand(CLI::App& program) {
     const auto follow = std::make_shared<bool>(false);
     CLI::App* command = program.add_subcommand(
         "log", "Print the last lines that all games left in the log, the newest last.");
-    command->footer(kExamples);
+    command->footer(examples);
     command->add_flag("--follow,-f", *follow, "Go on with the lines to come");
     command->callback([follow] { Show(*follow); });
 }

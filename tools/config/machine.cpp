@@ -1,15 +1,15 @@
-#include "machine.h"
+#include "tools/config/machine.h"
 
 #include <iostream>
 
-#include "commands.h"
-#include "orb3core/configstore.h"
-#include "orb3core/formatlibraries.h"
-#include "orb3core/platformsettings.h"
+#include "orb3core/library/formatlibraries.h"
+#include "orb3core/settings/platformsettings.h"
+#include "orb3core/store/configstore.h"
 #include "pipe/adaptivedirectsoundframework.h"
 #include "platform/soundsystem.h"
 #include "platform/storelocation.h"
 #include "slib/exception.h"
+#include "tools/config/commands.h"
 
 namespace tool {
 namespace {

@@ -5,9 +5,9 @@
 
 #include <string>
 
-#include "orb3core/acousticfactory.h"
-#include "orb3core/devicelookup.h"
-#include "orb3core/processingformatlibrarian.h"
+#include "orb3core/acoustics/acousticfactory.h"
+#include "orb3core/library/processingformatlibrarian.h"
+#include "orb3core/setup/devicelookup.h"
 #include "slib/log.h"
 #include "slib/smartptr.h"
 

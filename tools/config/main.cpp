@@ -4,13 +4,13 @@
 #include <iostream>
 #include <string>
 
-#include "commands.h"
+#include "tools/config/commands.h"
 
 namespace {
 
-constexpr int kFailed = 1;
-constexpr int kWrongUse = 2;
-constexpr const char* kExamples = R"(Examples:
+constexpr int failed = 1;
+constexpr int wrongUse = 2;
+constexpr const char* examples = R"(Examples:
   tessarune-config check                  what a game's start would do, and why
   tessarune-config show                   all that is set
   tessarune-config get Order
@@ -42,7 +42,7 @@ int ExplainUse(const CLI::App& program, const CLI::ParseError& error, const char
                     ". 'tessarune-config --help' lists the commands, 'tessarune-config COMMAND --help' tells "
                     "about one.")
                        .c_str(),
-                   kWrongUse);
+                   wrongUse);
 }
 
 }  // namespace
@@ -50,7 +50,7 @@ int ExplainUse(const CLI::App& program, const CLI::ParseError& error, const char
 int main(int count, char** arguments) {
     CLI::App program("Shows and changes the settings of Tessarune.", "tessarune-config");
     program.require_subcommand(1);
-    program.footer(kExamples);
+    program.footer(examples);
     for (const auto add : {tool::AddShowCommand, tool::AddSettingCommands, tool::AddDevicesCommand,
                            tool::AddLayoutCommands, tool::AddSpeakersCommand, tool::AddSpeakerTestCommand,
                            tool::AddCheckCommand, tool::AddLogCommand, tool::AddDocumentCommands})
@@ -61,8 +61,8 @@ int main(int count, char** arguments) {
     } catch (const CLI::ParseError& error) {
         return ExplainUse(program, error, arguments[count > 1 ? 1 : count]);
     } catch (const tool::WrongUse& failure) {
-        return Explain(failure.what(), kWrongUse);
+        return Explain(failure.what(), wrongUse);
     } catch (const std::exception& failure) {
-        return Explain(failure.what(), kFailed);
+        return Explain(failure.what(), failed);
     }
 }

@@ -1,4 +1,4 @@
-#include "range.h"
+#include "tools/config/range.h"
 
 #include <array>
 #include <charconv>
@@ -15,7 +15,7 @@
 namespace tool {
 namespace {
 
-constexpr std::array<std::pair<std::string_view, std::string_view>, 6> kOtherWords{
+constexpr std::array<std::pair<std::string_view, std::string_view>, 6> otherWords{
     {{"yes", "true"}, {"on", "true"}, {"1", "true"}, {"no", "false"}, {"off", "false"}, {"0", "false"}}};
 
 // Nothing unless the whole text is a number of this kind.
@@ -31,7 +31,7 @@ std::optional<Number> ParseWhole(const std::string& text) {
 std::optional<std::string> FindChoice(const Range& range, const std::string& text) {
     std::string word = slib::toLower(text);
     if (range.choices == Flag().choices)
-        for (const auto& [other, plain] : kOtherWords)
+        for (const auto& [other, plain] : otherWords)
             if (word == other) word = plain;
     for (const std::string& choice : range.choices)
         if (slib::toLower(choice) == word) return choice;
@@ -79,7 +79,7 @@ std::string Range::Text() const {
         case Kind::Path:
             return "the path of a file in a folder that exists, or '' for none";
     }
-    slib::ThrowUnreachable("config/range", __LINE__);
+    slib::ThrowUnreachable();
 }
 
 std::string Range::Canonical(const std::string& text) const {

@@ -1,16 +1,16 @@
-#include "room.h"
+#include "tools/config/room.h"
 
 #include <algorithm>
 #include <cmath>
 #include <numbers>
 
-#include "commands.h"
 #include "slib/text.h"
+#include "tools/config/commands.h"
 
 namespace tool {
 namespace {
 
-constexpr double kDegrees = 180 / std::numbers::pi;
+constexpr double degrees = 180 / std::numbers::pi;
 
 double Rounded(double value) {
     return std::round(value * 1000) / 1000 + 0.0;  // no "-0"
@@ -50,7 +50,7 @@ std::vector<Place> PlacesOf(const orb3::spk::Layout& layout, double distance) {
 
 Place PlaceOf(const orb3::Location& location) {
     const double onFloor = std::hypot(location.x, location.y);
-    return {std::atan2(location.y, location.x) * kDegrees, std::atan2(location.z, onFloor) * kDegrees,
+    return {std::atan2(location.y, location.x) * degrees, std::atan2(location.z, onFloor) * degrees,
             std::hypot(onFloor, location.z)};
 }
 

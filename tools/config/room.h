@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "orb3core/layout.h"
+#include "orb3core/speakers/layout.h"
 
 namespace tool {
 

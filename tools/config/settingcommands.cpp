@@ -2,19 +2,19 @@
 #include <memory>
 #include <string>
 
-#include "commands.h"
-#include "settings.h"
-#include "storedvalues.h"
-#include "table.h"
+#include "tools/config/commands.h"
+#include "tools/config/settings.h"
+#include "tools/config/storedvalues.h"
+#include "tools/config/table.h"
 
 namespace tool {
 namespace {
 
-constexpr const char* kGetExamples = R"(Examples:
+constexpr const char* getExamples = R"(Examples:
   tessarune-config get                       all settings, with what they may be
   tessarune-config get Order
   tessarune-config get SpeakerSetting --range)";
-constexpr const char* kSetExamples = R"(Examples:
+constexpr const char* setExamples = R"(Examples:
   tessarune-config set Order 4
   tessarune-config set UseParallelDecoder on
   tessarune-config set SpeakerSetting "Surround 5.1"
@@ -52,13 +52,13 @@ void AddSettingCommands(CLI::App& program) {
     };
     const auto options = std::make_shared<Options>();
     CLI::App* get = program.add_subcommand("get", "Print a setting, or all of them.");
-    get->footer(kGetExamples);
+    get->footer(getExamples);
     get->add_option("SETTING", options->name, "Its name");
     get->add_flag("--range", options->withRange, "Print as well what it may be");
     get->callback([options] { Get(options->name, options->withRange); });
 
     CLI::App* set = program.add_subcommand("set", "Change a setting.");
-    set->footer(kSetExamples);
+    set->footer(setExamples);
     set->add_option("SETTING", options->name, "Its name")->required();
     set->add_option("VALUE", options->value, "What it becomes")->required();
     set->callback([options] { Set(options->name, options->value); });

@@ -1,26 +1,26 @@
-#include "settings.h"
+#include "tools/config/settings.h"
 
 #include <limits>
 #include <optional>
 
-#include "commands.h"
 #include "platform/outputdevice.h"
 #include "slib/standardformats.h"
 #include "slib/sxml.h"
 #include "slib/text.h"
-#include "storedvalues.h"
+#include "tools/config/commands.h"
+#include "tools/config/storedvalues.h"
 
 namespace tool {
 namespace {
 
 using Place = Setting::Place;
 
-constexpr int kNoLimit = std::numeric_limits<int>::max();
-constexpr const char* kGeneralPrefix = "AudioRenderer.";
-constexpr const char* kAutomatic = "Auto";  // in the store: nothing
+constexpr int noLimit = std::numeric_limits<int>::max();
+constexpr const char* generalPrefix = "AudioRenderer.";
+constexpr const char* automatic = "Auto";  // in the store: nothing
 
 std::vector<std::string> SpeakerSettings() {
-    std::vector<std::string> names{kAutomatic};
+    std::vector<std::string> names{automatic};
     for (int i = 1; i <= static_cast<int>(slib::StandardFormat::Surround71Wide); ++i)
         names.push_back(slib::GetStandardFormatName(static_cast<slib::StandardFormat>(i)));
     return names;
@@ -37,8 +37,8 @@ std::vector<Setting> MakeSettings() {
          "conversion of sounds to another pitch or sample rate"},
         {"DefaultSampleRate", Place::Tessarune, rates, "Hz, where a game asks for no rate"},
         {"IgnoreGameSampleRate", Place::Tessarune, Flag(), "DefaultSampleRate whatever a game asks for"},
-        {"SuggestedBufferLength", Place::Tessarune, Whole(64, kNoLimit), "frames of a block of output"},
-        {"SuggestedBufferCount", Place::Tessarune, Whole(1, kNoLimit),
+        {"SuggestedBufferLength", Place::Tessarune, Whole(64, noLimit), "frames of a block of output"},
+        {"SuggestedBufferCount", Place::Tessarune, Whole(1, noLimit),
          "blocks of output; fewer are quicker, and may falter"},
         {"DefaultFilterOrder", Place::Tessarune, Whole(1, 2), "of sources, where a game names none"},
         {"UseParallelDecoder", Place::Tessarune, Flag(), "decode on a thread of its own"},
@@ -50,13 +50,13 @@ std::vector<Setting> MakeSettings() {
         {"MasqueradeAsGenericHardware", Place::Tessarune, Flag(), "also be the device 'Generic Hardware'"},
         {"ReleaseASIOInBackground", Place::Tessarune, Flag(), "kept for other machines; nothing here"},
         {"UseDirectSoundAutoselect", Place::Document, Flag(), "the layout follows the system's speakers"},
-        {"Output", Place::Platform, Choice({kAutomatic, "Silent", "WaveFile"}), "where the sound goes"},
+        {"Output", Place::Platform, Choice({automatic, "Silent", "WaveFile"}), "where the sound goes"},
         {"WaveFile", Place::Platform, FilePath(), "where it goes with the output WaveFile"},
         {"SpeakerSetting", Place::Platform, Choice(SpeakerSettings()),
          "the system's speakers, in place of what the device says"},
         {"AudioRenderer.Gain", Place::GeneralRenderer, RealFrom(0), "kept for other programs"},
-        {"AudioRenderer.SuggestedBufferLength", Place::GeneralRenderer, Whole(64, kNoLimit), "the same"},
-        {"AudioRenderer.SuggestedBufferCount", Place::GeneralRenderer, Whole(1, kNoLimit), "the same"},
+        {"AudioRenderer.SuggestedBufferLength", Place::GeneralRenderer, Whole(64, noLimit), "the same"},
+        {"AudioRenderer.SuggestedBufferCount", Place::GeneralRenderer, Whole(1, noLimit), "the same"},
         {"AudioRenderer.IsLoggingVerbose", Place::GeneralRenderer, Flag(), "the same"},
         {"AudioRenderer.MeasureOutputPeak", Place::GeneralRenderer, Flag(), "the same"},
         {"AudioRenderer.UseParallelDecoder", Place::GeneralRenderer, Flag(), "the same"},
@@ -89,7 +89,7 @@ std::string PlatformKey(const Setting& setting) {
 }
 
 bool IsAutomatic(const Setting& setting, const std::string& value) {
-    return setting.range.kind == Range::Kind::Choice && value == kAutomatic;
+    return setting.range.kind == Range::Kind::Choice && value == automatic;
 }
 
 std::string Checked(const Setting& setting, const std::string& text) {
@@ -137,7 +137,7 @@ std::string SimilarNames(const std::string& name) {
 }  // namespace
 
 std::string Setting::Attribute() const {
-    return place == Place::GeneralRenderer ? name.substr(std::string(kGeneralPrefix).size()) : name;
+    return place == Place::GeneralRenderer ? name.substr(std::string(generalPrefix).size()) : name;
 }
 
 const std::vector<Setting>& Settings() {
@@ -158,7 +158,7 @@ std::string GetSetting(const Setting& setting, const orb3::Configuration& config
         return FindNode(*node, setting.place)->GetAttribute(setting.Attribute());
     }
     const std::string value = ReadValue(PlatformKey(setting));
-    return value.empty() && setting.range.kind == Range::Kind::Choice ? kAutomatic : value;
+    return value.empty() && setting.range.kind == Range::Kind::Choice ? automatic : value;
 }
 
 std::string StoreSetting(const Setting& setting, const std::string& text) {

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "orb3core/configuration.h"
-#include "range.h"
+#include "orb3core/settings/configuration.h"
+#include "tools/config/range.h"
 
 namespace tool {
 

@@ -2,18 +2,18 @@
 #include <string>
 #include <vector>
 
-#include "commands.h"
-#include "orb3core/configstore.h"
-#include "orb3core/layoutselection.h"
+#include "orb3core/setup/layoutselection.h"
+#include "orb3core/store/configstore.h"
 #include "platform/storelocation.h"
-#include "settings.h"
-#include "storedvalues.h"
-#include "table.h"
+#include "tools/config/commands.h"
+#include "tools/config/settings.h"
+#include "tools/config/storedvalues.h"
+#include "tools/config/table.h"
 
 namespace tool {
 namespace {
 
-constexpr const char* kExamples = R"(Examples:
+constexpr const char* examples = R"(Examples:
   tessarune-config show
   tessarune-config get          the same settings, with what they may be)";
 
@@ -41,7 +41,7 @@ void Show() {
 
 void AddShowCommand(CLI::App& program) {
     CLI::App* command = program.add_subcommand("show", "Show all settings and where they stand.");
-    command->footer(kExamples);
+    command->footer(examples);
     command->callback(Show);
 }
 

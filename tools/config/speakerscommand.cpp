@@ -5,23 +5,23 @@
 #include <string>
 #include <vector>
 
-#include "commands.h"
-#include "machine.h"
-#include "orb3core/configstore.h"
-#include "orb3core/conversionchoice.h"
-#include "orb3core/layoutselection.h"
-#include "room.h"
+#include "orb3core/library/conversionchoice.h"
+#include "orb3core/setup/layoutselection.h"
+#include "orb3core/store/configstore.h"
 #include "slib/files.h"
 #include "slib/text.h"
-#include "storedvalues.h"
-#include "table.h"
+#include "tools/config/commands.h"
+#include "tools/config/machine.h"
+#include "tools/config/room.h"
+#include "tools/config/storedvalues.h"
+#include "tools/config/table.h"
 
 namespace tool {
 namespace {
 
 using orb3::spk::Layout;
 
-constexpr const char* kExamples = R"(Examples:
+constexpr const char* examples = R"(Examples:
   tessarune-config speakers
   tessarune-config speakers set "Front Left" --output "Back Left"     swaps the two
   tessarune-config speakers set 2 --gain 0.8
@@ -54,7 +54,7 @@ Layout& FindLayoutToChange(orb3::Configuration& configuration, const std::string
     const Layout& found = FindLayout(configuration, name);
     for (const auto& layout : configuration.layouts)
         if (layout.Get() == &found) return *layout;
-    slib::ThrowUnreachable("config/speakerscommand", __LINE__);
+    slib::ThrowUnreachable();
 }
 
 void CheckIsWhole(const Layout& layout) {
@@ -209,7 +209,7 @@ void AddSpeakersCommand(CLI::App& program) {
     const auto options = std::make_shared<Options>();
     CLI::App* speakers =
         program.add_subcommand("speakers", "Show and change the speakers of a stored layout.");
-    speakers->footer(kExamples);
+    speakers->footer(examples);
     speakers->add_option("--layout", options->layout, "Of this layout in place of the one in force");
     speakers->require_subcommand(0, 1);
     AddSetCommand(*speakers, options);

@@ -6,17 +6,17 @@
 #include <thread>
 #include <vector>
 
-#include "commands.h"
-#include "gamecalls.h"
-#include "machine.h"
-#include "orb3core/layoutselection.h"
-#include "orb3core/platformsettings.h"
-#include "room.h"
+#include "orb3core/settings/platformsettings.h"
+#include "orb3core/setup/layoutselection.h"
 #include "slib/text.h"
-#include "storedvalues.h"
-#include "support/logring.h"
-#include "support/realoutput.h"
-#include "support/voices.h"
+#include "tools/config/commands.h"
+#include "tools/config/gamecalls.h"
+#include "tools/config/machine.h"
+#include "tools/config/room.h"
+#include "tools/config/storedvalues.h"
+#include "tools/support/logring.h"
+#include "tools/support/realoutput.h"
+#include "tools/support/voices.h"
 
 namespace tool {
 namespace {
@@ -25,7 +25,7 @@ using orb3::spk::Layout;
 using orb3::spk::Role;
 using orb3::spk::Speaker;
 
-constexpr const char* kExamples = R"(Examples:
+constexpr const char* examples = R"(Examples:
   tessarune-config speaker-test
   tessarune-config speaker-test --speaker "Back Left" --noise
   tessarune-config speaker-test --seconds 5
@@ -33,8 +33,8 @@ constexpr const char* kExamples = R"(Examples:
 Each sound is placed where the speaker stands, by the library as for a game, so its neighbours play along.
 Hear whether it comes from the speaker that is named. Where it doesn't, 'tessarune-config speakers set
 SPEAKER --output OUTPUT' connects the speaker to another output.)";
-constexpr double kNoiseLength = 1.5;  // s
-constexpr auto kPause = std::chrono::milliseconds(250);
+constexpr double noiseLength = 1.5;  // s
+constexpr auto pause = std::chrono::milliseconds(250);
 
 struct Options {
     std::string speaker;
@@ -79,7 +79,7 @@ Sound SoundFor(const Speaker& speaker, const Options& options) {
     const Voice* const voice = options.isNoise ? nullptr : FindVoice(speaker.role);
     std::optional<Sound> recording;
     if (voice != nullptr) recording = FindRecording(*voice, voiceFolder);
-    return recording ? *recording : MakeNoise(kNoiseLength);
+    return recording ? *recording : MakeNoise(noiseLength);
 }
 
 // Slots and effects that reach speakers which no place in the sound field does.
@@ -102,7 +102,7 @@ public:
     DedicatedOutput(const DedicatedOutput&) = delete;
     DedicatedOutput& operator=(const DedicatedOutput&) = delete;
 
-    /// `source` is heard there and nowhere else.
+    // `source` is heard there and nowhere else.
     void Take(ALuint source) const {
         calls.alSourcei(source, AL_DIRECT_FILTER, static_cast<ALint>(filter));
         calls.alSource3i(source, AL_AUXILIARY_SEND_FILTER, static_cast<ALint>(slot), 0, AL_FILTER_NULL);
@@ -176,7 +176,7 @@ public:
         if (code != AL_NO_ERROR) Fail(std::string("The library refused to play: ") + calls.alGetString(code));
         Wait(std::chrono::duration<double>(options.seconds > 0 ? options.seconds : sound.Seconds()));
         calls.alSourceStop(source.source);
-        Wait(kPause);
+        Wait(pause);
     }
 
 private:
@@ -259,7 +259,7 @@ void AddSpeakerTestCommand(CLI::App& program) {
     const auto options = std::make_shared<Options>();
     CLI::App* command =
         program.add_subcommand("speaker-test", "Let each speaker of the layout in force sound in turn.");
-    command->footer(kExamples);
+    command->footer(examples);
     command->add_option("--speaker", options->speaker, "This one alone: its name, or number in 'speakers'");
     command->add_option("--seconds", options->seconds, "For so long each, in place of once")
         ->check(CLI::Range(0.1, 3600.0));

@@ -1,7 +1,7 @@
-#include "storedvalues.h"
+#include "tools/config/storedvalues.h"
 
-#include "orb3core/configstore.h"
-#include "orb3core/sharedconfiguration.h"
+#include "orb3core/settings/sharedconfiguration.h"
+#include "orb3core/store/configstore.h"
 #include "platform/storelocation.h"
 #include "slib/exception.h"
 #include "slib/sxml.h"
@@ -9,7 +9,7 @@
 namespace tool {
 namespace {
 
-constexpr const char* kDocumentKey = "/Speakers/Configuration";
+constexpr const char* documentKey = "/Speakers/Configuration";
 
 orb3::ConfigStore UserStore() {
     return {orb3::storeRoot, orb3::ConfigStore::Scope::User};
@@ -60,7 +60,7 @@ void ReplaceValue(const std::string& key, const std::function<std::string(const 
 }
 
 std::string ReadDocumentText() {
-    return ReadValue(kDocumentKey);
+    return ReadValue(documentKey);
 }
 
 orb3::Configuration ReadDocument() {
@@ -72,7 +72,7 @@ void ChangeDocument(const std::function<void(orb3::Configuration&)>& change) {
     // The defaults are made outside of the step, since making them may use the store.
     const bool isFirst = ReadDocumentText().empty();
     const orb3::Configuration first = isFirst ? FirstDocument() : orb3::Configuration();
-    ReplaceValue(kDocumentKey, [&](const std::string& text) {
+    ReplaceValue(documentKey, [&](const std::string& text) {
         orb3::Configuration configuration = text.empty() ? first : ParseStored(text);
         change(configuration);
         return DocumentText(configuration);
@@ -80,7 +80,7 @@ void ChangeDocument(const std::function<void(orb3::Configuration&)>& change) {
 }
 
 void StoreDocumentText(const std::string& text) {
-    ReplaceValue(kDocumentKey, [&](const std::string&) { return text; });
+    ReplaceValue(documentKey, [&](const std::string&) { return text; });
 }
 
 std::string DocumentText(const orb3::Configuration& configuration) {

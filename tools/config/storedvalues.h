@@ -8,7 +8,7 @@
 #include <functional>
 #include <string>
 
-#include "orb3core/configuration.h"
+#include "orb3core/settings/configuration.h"
 
 namespace tool {
 

@@ -1,4 +1,4 @@
-#include "table.h"
+#include "tools/config/table.h"
 
 #include <algorithm>
 #include <cstddef>

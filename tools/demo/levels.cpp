@@ -1,4 +1,4 @@
-#include "levels.h"
+#include "tools/demo/levels.h"
 
 #include <sndfile.h>
 
@@ -14,10 +14,10 @@
 namespace demo {
 namespace {
 
-constexpr int kStepsPerSecond = 200;
-constexpr double kOnset = 1e-4;   // of the greatest power: the sound has begun
-constexpr double kHeard = 1e-12;  // power of what isn't rounding alone
-constexpr double kSlack = 0.5;    // s that the end may be late in coming
+constexpr int stepsPerSecond = 200;
+constexpr double onsetShare = 1e-4;  // of the greatest power: the sound has begun
+constexpr double heard = 1e-12;      // power of what isn't rounding alone
+constexpr double slack = 0.5;        // s that the end may be late in coming
 
 using Powers = std::vector<double>;  // mean squares, one for each channel
 
@@ -49,7 +49,7 @@ Course ReadCourse(const std::string& path) {
         throw slib::BadDataException("The recording '" + path + "' can't be read: " + sf_strerror(nullptr) +
                                      " See that its folder can be written to and that the disk isn't full.");
     Course course{static_cast<std::size_t>(info.channels), {}};
-    const sf_count_t count = info.samplerate / kStepsPerSecond;
+    const sf_count_t count = info.samplerate / stepsPerSecond;
     std::vector<float> frames(static_cast<std::size_t>(count) * course.channels);
     while (sf_readf_float(file.get(), frames.data(), count) == count)
         course.steps.push_back(MeanSquares(frames, static_cast<std::size_t>(count), course.channels));
@@ -65,12 +65,12 @@ std::size_t FindOnset(const Course& course, const std::string& path) {
                                      "' is silent. Look at Gain in 'tessarune-config show', and at what "
                                      "'tessarune-config check' says.");
     const auto onset = std::find_if(course.steps.begin(), course.steps.end(),
-                                    [&](const Powers& step) { return Sum(step) >= kOnset * greatest; });
+                                    [&](const Powers& step) { return Sum(step) >= onsetShare * greatest; });
     return static_cast<std::size_t>(onset - course.steps.begin());
 }
 
 std::size_t StepAt(double time) {
-    return static_cast<std::size_t>(std::lround(time * kStepsPerSecond));
+    return static_cast<std::size_t>(std::lround(time * stepsPerSecond));
 }
 
 Row Measure(const Course& course, const Segment& segment, double offset) {
@@ -81,7 +81,7 @@ Row Measure(const Course& course, const Segment& segment, double offset) {
         for (std::size_t channel = 0; channel < course.channels; ++channel)
             row.levels[channel] += course.steps[i][channel] / static_cast<double>(last - first);
     for (double& level : row.levels)
-        level = level < kHeard ? -std::numeric_limits<double>::infinity() : 10 * std::log10(level);
+        level = level < heard ? -std::numeric_limits<double>::infinity() : 10 * std::log10(level);
     return row;
 }
 
@@ -110,9 +110,9 @@ std::string Padded(const std::string& text, std::size_t width, bool isToTheRight
 
 std::vector<Row> MeasureLevels(const std::string& waveFile, const Played& played) {
     const Course course = ReadCourse(waveFile);
-    const double begin = static_cast<double>(FindOnset(course, waveFile)) / kStepsPerSecond;
+    const double begin = static_cast<double>(FindOnset(course, waveFile)) / stepsPerSecond;
     const double offset = begin - played.onset;
-    if (StepAt(played.segments.back().end + offset - kSlack) > course.steps.size())
+    if (StepAt(played.segments.back().end + offset - slack) > course.steps.size())
         throw slib::BadDataException("The recording '" + waveFile +
                                      "' ends before the scene does. See that the disk isn't full.");
     std::vector<Row> rows;
@@ -122,16 +122,16 @@ std::vector<Row> MeasureLevels(const std::string& waveFile, const Played& played
 }
 
 void PrintLevels(const std::vector<Row>& rows, const std::vector<std::string>& channels) {
-    constexpr std::size_t kName = 30, kNumber = 9;
-    std::string head = Padded("", kName, false);
+    constexpr std::size_t nameWidth = 30, numberWidth = 9;
+    std::string head = Padded("", nameWidth, false);
     for (const std::string& channel : channels)
-        head += Padded(Short(channel) + " ", kNumber, true);
+        head += Padded(Short(channel) + " ", numberWidth, true);
     std::cout << "Level of each channel in dBFS rms, * the loudest:\n" << head << "\n";
     for (const Row& row : rows) {
         const double loudest = *std::max_element(row.levels.begin(), row.levels.end());
-        std::string line = Padded(row.name, kName, false);
+        std::string line = Padded(row.name, nameWidth, false);
         for (const double level : row.levels)
-            line += Padded(Level(level, level == loudest), kNumber, true);
+            line += Padded(Level(level, level == loudest), numberWidth, true);
         std::cout << line << "\n";
     }
 }

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "scene.h"
+#include "tools/demo/scene.h"
 
 namespace demo {
 

@@ -10,26 +10,26 @@
 #include <optional>
 #include <string>
 
-#include "levels.h"
-#include "orb3core/platformsettings.h"
-#include "player.h"
-#include "privatestore.h"
-#include "scene.h"
+#include "orb3core/settings/platformsettings.h"
 #include "slib/exception.h"
 #include "slib/text.h"
-#include "support/logring.h"
-#include "support/realoutput.h"
-#include "support/voices.h"
+#include "tools/demo/levels.h"
+#include "tools/demo/player.h"
+#include "tools/demo/privatestore.h"
+#include "tools/demo/scene.h"
+#include "tools/support/logring.h"
+#include "tools/support/realoutput.h"
+#include "tools/support/voices.h"
 
 namespace {
 
 using platform::PlatformSettings;
 using slib::StandardFormat;
 
-constexpr int kFailed = 1;
-constexpr int kWrongUse = 2;
-constexpr const char* kFile = "tessarune-demo.wav";
-constexpr const char* kExamples = R"(Examples:
+constexpr int failed = 1;
+constexpr int wrongUse = 2;
+constexpr const char* file = "tessarune-demo.wav";
+constexpr const char* examples = R"(Examples:
   tessarune-demo
   tessarune-demo --part circle
   tessarune-demo --part room --room cave
@@ -125,7 +125,7 @@ Output ChooseOutput(const Options& options) {
             std::cout << "The default output plays it; --wav FILE records it instead.\n";
             return output;
         }
-        output.waveFile = settings.output == PlatformSettings::Output::WaveFile ? settings.waveFile : kFile;
+        output.waveFile = settings.output == PlatformSettings::Output::WaveFile ? settings.waveFile : file;
         std::cout << why << " The sound is recorded; listen to the file afterwards.\n";
     }
     output.waveFile = std::filesystem::absolute(output.waveFile).string();
@@ -197,7 +197,7 @@ int Explain(const std::string& sentence, int status) {
 }
 
 void AddOptions(CLI::App& program, Options& options) {
-    program.footer(kExamples);
+    program.footer(examples);
     program.add_flag("--quick", options.isQuick, "Play all parts short");
     program.add_flag("--list", options.isListed, "Tell what there is to play, and play nothing");
     program.add_option("--part", options.part, "Play this part alone")
@@ -224,10 +224,10 @@ int main(int count, char** arguments) {
         return 0;
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0) return program.exit(error);
-        return Explain(error.what() + std::string(". 'tessarune-demo --help' lists the options."), kWrongUse);
+        return Explain(error.what() + std::string(". 'tessarune-demo --help' lists the options."), wrongUse);
     } catch (const WrongUse& failure) {
-        return Explain(failure.what(), kWrongUse);
+        return Explain(failure.what(), wrongUse);
     } catch (const std::exception& failure) {
-        return Explain(failure.what(), kFailed);
+        return Explain(failure.what(), failed);
     }
 }

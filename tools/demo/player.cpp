@@ -1,4 +1,4 @@
-#include "player.h"
+#include "tools/demo/player.h"
 
 #include <signal.h>
 
@@ -13,10 +13,10 @@
 namespace demo {
 namespace {
 
-constexpr auto kStep = std::chrono::milliseconds(10);
-constexpr auto kPatience = std::chrono::seconds(5);
-constexpr int kClockRate = 1000;  // Hz
-constexpr int kClockLength = 1800 * kClockRate;
+constexpr auto pollInterval = std::chrono::milliseconds(10);
+constexpr auto patience = std::chrono::seconds(5);
+constexpr int clockRate = 1000;  // Hz
+constexpr int clockLength = 1800 * clockRate;
 
 volatile std::sig_atomic_t isInterrupted = 0;
 
@@ -64,9 +64,9 @@ void Player::MakeContext() {
 }
 
 void Player::StartClock() {
-    const std::vector<unsigned char> silence(kClockLength, 128);
+    const std::vector<unsigned char> silence(clockLength, 128);
     alGenBuffers(1, &clockBuffer);
-    alBufferData(clockBuffer, AL_FORMAT_MONO8, silence.data(), kClockLength, kClockRate);
+    alBufferData(clockBuffer, AL_FORMAT_MONO8, silence.data(), clockLength, clockRate);
     alGenSources(1, &clock);
     alSourcei(clock, AL_BUFFER, static_cast<ALint>(clockBuffer));
     alSourcePlay(clock);
@@ -84,7 +84,7 @@ void Player::Close() {
 double Player::Now() const {
     ALint position = 0;
     alGetSourcei(clock, AL_SAMPLE_OFFSET, &position);
-    return static_cast<double>(position) / kClockRate;
+    return static_cast<double>(position) / clockRate;
 }
 
 void Player::RunUntil(double time, const std::function<void(double)>& step) const {
@@ -96,12 +96,12 @@ void Player::RunUntil(double time, const std::function<void(double)>& step) cons
         if (now > last) moved = steady_clock::now();
         last = now;
         if (isInterrupted != 0) throw Interrupted();
-        if (steady_clock::now() - moved > kPatience)
+        if (steady_clock::now() - moved > patience)
             throw slib::BadStateException(
                 "The sound stands still: the output takes nothing more. See that the sound server still "
                 "runs, and start again.");
         if (step) step(now);
-        std::this_thread::sleep_for(kStep);
+        std::this_thread::sleep_for(pollInterval);
     }
     Check("play the scene");
 }

@@ -8,11 +8,11 @@
 #include <functional>
 
 #include "slib/exception.h"
-#include "support/sound.h"
+#include "tools/support/sound.h"
 
 #define AL_ALEXT_PROTOTYPES 1
 #include "AL/tessarune.h"
-#include "reverbpresets.h"
+#include "tools/presets/reverbpresets.h"
 
 namespace demo {
 

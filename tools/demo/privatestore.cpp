@@ -1,11 +1,11 @@
-#include "privatestore.h"
+#include "tools/demo/privatestore.h"
 
 #include <stdlib.h>
 
 #include <system_error>
 
-#include "orb3core/configstore.h"
-#include "orb3core/configuration.h"
+#include "orb3core/settings/configuration.h"
+#include "orb3core/store/configstore.h"
 #include "platform/storelocation.h"
 #include "slib/exception.h"
 #include "slib/sxml.h"
@@ -57,14 +57,14 @@ void PrivateStore::PlayInto(const std::string& waveFile) const {
 }
 
 void PrivateStore::TakeSpeakers(slib::StandardFormat format) const {
-    constexpr const char* kDocument = "/Speakers/Configuration";
+    constexpr const char* document = "/Speakers/Configuration";
     WriteChecked("/Platform/SpeakerSetting", slib::GetStandardFormatName(format));
-    const std::string text = Store().Read(kDocument, "");
+    const std::string text = Store().Read(document, "");
     if (text.empty()) return;  // the defaults follow the speakers
     orb3::Configuration configuration;
     configuration.Read(slib::SXMLNode(text));
     configuration.useDirectSoundAutoselect = true;
-    WriteChecked(kDocument, configuration.CreateNode()->ToString(slib::SXMLNode::Style::Compact));
+    WriteChecked(document, configuration.CreateNode()->ToString(slib::SXMLNode::Style::Compact));
 }
 
 }  // namespace demo

@@ -1,4 +1,4 @@
-#include "scene.h"
+#include "tools/demo/scene.h"
 
 #include <algorithm>
 #include <cmath>
@@ -9,19 +9,19 @@
 #include <optional>
 #include <utility>
 
-#include "player.h"
-#include "support/voices.h"
+#include "tools/demo/player.h"
+#include "tools/support/voices.h"
 
 namespace demo {
 namespace {
 
 using tool::Sound;
 
-constexpr double kDistance = 2;  // m, of the voices
-constexpr double kRadius = 3;    // m, of the circle
-constexpr int kEighths = 8;      // of the circle, and of a turn
-constexpr double kEighth = 360.0 / kEighths;
-constexpr double kSpeed = 30;  // m/s, of what flies past
+constexpr double distance = 2;  // m, of the voices
+constexpr double radius = 3;    // m, of the circle
+constexpr int eighths = 8;      // of the circle, and of a turn
+constexpr double eighth = 360.0 / eighths;
+constexpr double flightSpeed = 30;  // m/s, of what flies past
 
 struct Pace {
     double voice;   // s at most
@@ -30,8 +30,8 @@ struct Pace {
     double flight;  // s past the listener
     double tail;    // s that the room is listened to
 };
-constexpr Pace kFull{10, 0.4, 12, 4, 3};
-constexpr Pace kQuick{0.7, 0.25, 2, 1.2, 1};
+constexpr Pace full{10, 0.4, 12, 4, 3};
+constexpr Pace quick{0.7, 0.25, 2, 1.2, 1};
 
 std::string Degrees(double azimuth) {
     const std::string number = std::to_string(std::lround(std::abs(azimuth)));
@@ -58,19 +58,19 @@ bool HasAllVoices(const Scene& scene) {
 
 // The silence before the sound (s).
 double Lead(const Sound& sound) {
-    constexpr double kHeard = 0.02;  // of the greatest sample
+    constexpr double heard = 0.02;  // of the greatest sample
     int greatest = 0;
     for (const int sample : sound.samples)
         greatest = std::max(greatest, std::abs(sample));
     const auto first = std::find_if(sound.samples.begin(), sound.samples.end(),
-                                    [&](int sample) { return std::abs(sample) >= kHeard * greatest; });
+                                    [&](int sample) { return std::abs(sample) >= heard * greatest; });
     return static_cast<double>(first - sound.samples.begin()) / sound.rate;
 }
 
 class Performance {
 public:
     Performance(const Player& player, const Scene& scene)
-        : player(player), scene(scene), pace(scene.isQuick ? kQuick : kFull) {}
+        : player(player), scene(scene), pace(scene.isQuick ? quick : full) {}
 
     void PlayVoices();
     void PlayCircle();
@@ -92,7 +92,7 @@ private:
         if (played.segments.empty()) played.onset = player.Now() + Lead(sound);
     }
     void Say(const tool::Voice& voice, Source& source, const Sound& sound, const std::string& name) {
-        source.MoveTo(Towards(voice.azimuth, kDistance));
+        source.MoveTo(Towards(voice.azimuth, distance));
         Start(source, sound);
         Stretch(name, std::min(sound.Seconds(), pace.voice));
         source.Stop();
@@ -106,7 +106,7 @@ private:
 };
 
 void Performance::PlayVoices() {
-    std::cout << "Voices, " << kDistance << " m away:\n";
+    std::cout << "Voices, " << distance << " m away:\n";
     for (const tool::Voice& voice : tool::Voices()) {
         std::cout << "  " << voice.place << ", " << Degrees(voice.azimuth) << std::endl;
         const Sound sound = SoundOf(voice, scene);
@@ -118,25 +118,25 @@ void Performance::PlayVoices() {
 
 // By the left, an eighth of the turn around each of eight directions.
 void Performance::Turn(Source& engine) {
-    const double speed = 2 * std::numbers::pi * kRadius / pace.turn;
+    const double speed = 2 * std::numbers::pi * radius / pace.turn;
     const double start = player.Now();
     const auto move = [&](double now) {
-        const double azimuth = 360 * (now - start) / pace.turn - kEighth / 2;
+        const double azimuth = 360 * (now - start) / pace.turn - eighth / 2;
         Vector velocity = Towards(azimuth + 90, speed);
-        engine.MoveTo(Towards(azimuth, kRadius), velocity);
+        engine.MoveTo(Towards(azimuth, radius), velocity);
     };
-    for (int i = 0; i < kEighths; ++i) {
-        const double azimuth = kEighth * (i > kEighths / 2 ? i - kEighths : i);
-        Stretch("circling, " + Degrees(azimuth), pace.turn / kEighths, move);
+    for (int i = 0; i < eighths; ++i) {
+        const double azimuth = eighth * (i > eighths / 2 ? i - eighths : i);
+        Stretch("circling, " + Degrees(azimuth), pace.turn / eighths, move);
     }
 }
 
 void Performance::FlyPast(Source& engine) {
     const double start = player.Now();
     const auto move = [&](double now) {
-        const double x = kSpeed * (now - start - pace.flight / 2);
-        engine.MoveTo({static_cast<float>(x), 0, static_cast<float>(-kDistance)},
-                      {static_cast<float>(kSpeed), 0, 0});
+        const double x = flightSpeed * (now - start - pace.flight / 2);
+        engine.MoveTo({static_cast<float>(x), 0, static_cast<float>(-distance)},
+                      {static_cast<float>(flightSpeed), 0, 0});
     };
     for (const char* const name : {"flight, from the left", "flight, past", "flight, to the right"})
         Stretch(name, pace.flight / 3, move);
@@ -145,11 +145,11 @@ void Performance::FlyPast(Source& engine) {
 void Performance::PlayCircle() {
     const Sound sound = tool::MakeEngine();
     Source engine(sound, true);
-    std::cout << "An engine circles " << kRadius << " m around you, by the left" << std::endl;
-    engine.MoveTo(Towards(-kEighth / 2, kRadius));
+    std::cout << "An engine circles " << radius << " m around you, by the left" << std::endl;
+    engine.MoveTo(Towards(-eighth / 2, radius));
     Start(engine, sound);
     Turn(engine);
-    std::cout << "and flies past ahead of you, from the left to the right, at " << kSpeed
+    std::cout << "and flies past ahead of you, from the left to the right, at " << flightSpeed
               << " m/s: its pitch falls" << std::endl;
     FlyPast(engine);
     engine.Stop();

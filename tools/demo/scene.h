@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "reverbpresets.h"
+#include "tools/presets/reverbpresets.h"
 
 namespace demo {
 

@@ -5,16 +5,16 @@
 #include <string>
 #include <vector>
 
-#include "commands.h"
-#include "design/libraryassembly.h"
-#include "design/librarywriter.h"
-#include "opening.h"
+#include "library/libraryassembly.h"
+#include "library/librarywriter.h"
 #include "slib/exception.h"
+#include "tools/library/commands.h"
+#include "tools/library/opening.h"
 
 namespace tool {
 namespace {
 
-constexpr const char* kExamples = R"(Examples:
+constexpr const char* examples = R"(Examples:
   tessarune-library build lib/default.afl
   tessarune-library build lib/mine.dfl --sofa my_ears.sofa --rates 48000 96000
   tessarune-library build lib/small.afl --no-sofa)";
@@ -30,7 +30,7 @@ std::string HeadOf(const Options& options) {
     if (options.hasNoSofa) return "";
     std::string head = HeadFile(options.sofa);
     if (!head.empty()) return head;
-    throw slib::BadDataException(std::string("There is no '") + kSystemHead +
+    throw slib::BadDataException(std::string("There is no '") + systemHead +
                                  "'. Name a measured head with --sofa FILE, or build without one by "
                                  "--no-sofa.");
 }
@@ -54,12 +54,12 @@ void Build(const Options& options) {
 void AddBuildCommand(CLI::App& program) {
     CLI::App* command =
         program.add_subcommand("build", "Make a whole library: all layouts, methods, orders and rates.");
-    command->footer(kExamples);
+    command->footer(examples);
     const auto options = std::make_shared<Options>();
     command->add_option("PATH", options->path, "The library, .afl (packed) or .dfl (plain text)")->required();
     CLI::Option* sofa = command->add_option("--sofa", options->sofa, "A measured head in a SOFA file")
                             ->check(CLI::ExistingFile)
-                            ->default_str(kSystemHead);
+                            ->default_str(systemHead);
     command->add_flag("--no-sofa", options->hasNoSofa, "No measured head, only the sphere")->excludes(sofa);
     command->add_option("--rates", options->rates, "Sample rates in Hz to store transforms at")
         ->check(CLI::Range(44100, 96000))

@@ -2,11 +2,11 @@
 #include <iostream>
 #include <memory>
 
-#include "commands.h"
-#include "design/librarycheck.h"
-#include "opening.h"
+#include "library/librarycheck.h"
 #include "slib/exception.h"
-#include "table.h"
+#include "tools/library/commands.h"
+#include "tools/library/opening.h"
+#include "tools/library/table.h"
 
 namespace tool {
 namespace {
@@ -100,7 +100,7 @@ void AddCheckCommand(CLI::App& program) {
     command->add_flag("--acoustics", options->hasAcoustics, "Print what every decoder does, as tables");
     command->add_option("--sofa", options->sofa, "The measured head that the library was built with")
         ->check(CLI::ExistingFile)
-        ->default_str(kSystemHead);
+        ->default_str(systemHead);
     command->callback([options] { Check(*options); });
 }
 

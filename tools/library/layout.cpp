@@ -2,18 +2,18 @@
 #include <iostream>
 #include <memory>
 
-#include "commands.h"
-#include "design/layoutreader.h"
-#include "design/libraryassembly.h"
-#include "design/librarywriter.h"
-#include "design/speakerdecoder.h"
-#include "opening.h"
+#include "library/layoutreader.h"
+#include "library/libraryassembly.h"
+#include "library/librarywriter.h"
+#include "library/speakerdecoder.h"
 #include "slib/exception.h"
+#include "tools/library/commands.h"
+#include "tools/library/opening.h"
 
 namespace tool {
 namespace {
 
-constexpr const char* kExamples =
+constexpr const char* examples =
     R"(The file has a name and a line for each speaker, in the order of the device's channels:
   name: Attic
   Front Left:  azimuth 30, distance 2.4, role FrontLeft
@@ -44,7 +44,7 @@ void AddLayout(const std::string& path, const std::string& file) {
 
 void AddLayoutCommand(CLI::App& program) {
     CLI::App* command = program.add_subcommand("layout", "Add a room to a library from a file of speakers.");
-    command->footer(kExamples);
+    command->footer(examples);
     const auto path = std::make_shared<std::string>();
     const auto file = std::make_shared<std::string>();
     command->add_option("LIBRARY", *path, "The library, .afl or .dfl")->required();

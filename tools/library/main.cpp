@@ -3,11 +3,11 @@
 #include <exception>
 #include <iostream>
 
-#include "commands.h"
+#include "tools/library/commands.h"
 
 namespace {
 
-constexpr const char* kExamples = R"(Examples:
+constexpr const char* examples = R"(Examples:
   tessarune-library build lib/default.afl
   tessarune-library check lib/default.afl --acoustics
   tessarune-library layout lib/default.afl attic.txt
@@ -23,7 +23,7 @@ int main(int count, char** arguments) {
         CLI::App program("Makes, checks, packs and draws the format libraries of Tessarune.",
                          "tessarune-library");
         program.require_subcommand(1);
-        program.footer(kExamples);
+        program.footer(examples);
         for (const auto add : {tool::AddBuildCommand, tool::AddShowCommand, tool::AddCheckCommand,
                                tool::AddPackCommand, tool::AddLayoutCommand, tool::AddPlotCommand})
             add(program);

@@ -1,10 +1,10 @@
-#include "opening.h"
+#include "tools/library/opening.h"
 
 #include <algorithm>
 #include <filesystem>
 #include <vector>
 
-#include "design/librarywriter.h"
+#include "library/librarywriter.h"
 #include "slib/exception.h"
 #include "slib/text.h"
 
@@ -49,7 +49,7 @@ int RateOf(const orb3::fl::FormatLibrarian& library) {
 
 std::string HeadFile(const std::string& chosen) {
     if (!chosen.empty()) return chosen;
-    return std::filesystem::exists(kSystemHead) ? kSystemHead : "";
+    return std::filesystem::exists(systemHead) ? systemHead : "";
 }
 
 }  // namespace tool

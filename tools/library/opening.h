@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "orb3core/formatlibraries.h"
+#include "orb3core/library/formatlibraries.h"
 
 namespace tool {
 
@@ -23,7 +23,7 @@ std::unique_ptr<orb3::fl::FormatRegistrar> OpenToChange(const std::string& path)
 int RateOf(const orb3::fl::FormatLibrarian& library);
 
 /// The measured head that comes with the system, where the package is installed.
-inline constexpr const char* kSystemHead = "/usr/share/libmysofa/default.sofa";
+inline constexpr const char* systemHead = "/usr/share/libmysofa/default.sofa";
 
 /// `chosen`, or else the system's head, or else nothing.
 std::string HeadFile(const std::string& chosen);

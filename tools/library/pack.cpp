@@ -3,23 +3,23 @@
 #include <map>
 #include <memory>
 
-#include "commands.h"
-#include "design/librarywriter.h"
-#include "opening.h"
-#include "orb3core/pakwriter.h"
+#include "library/librarywriter.h"
+#include "orb3core/library/pakwriter.h"
 #include "slib/exception.h"
 #include "slib/text.h"
+#include "tools/library/commands.h"
+#include "tools/library/opening.h"
 
 namespace tool {
 namespace {
 
 using orb3::strans::TransformForm;
 
-constexpr const char* kExamples = R"(Examples:
+constexpr const char* examples = R"(Examples:
   tessarune-library pack lib/default.afl plain/default.dfl
   tessarune-library pack lib/default.afl default.pfl --bits 16)";
 
-const std::map<std::string, TransformForm> kForms{
+const std::map<std::string, TransformForm> forms{
     {"8", TransformForm::Compressed8},   {"12", TransformForm::Compressed12},
     {"16", TransformForm::Compressed16}, {"20", TransformForm::Compressed20},
     {"24", TransformForm::Compressed24}, {"float", TransformForm::Single}};
@@ -38,8 +38,8 @@ void Pack(const Options& options) {
     if (std::filesystem::exists(options.out) && std::filesystem::equivalent(options.path, options.out))
         throw slib::BadDataException("A library can't be packed into itself. Name another file.");
     if (extension == ".PFL")
-        orb3::fl::writePAKLibrary(*library, options.out,
-                                  options.bits.empty() ? TransformForm::Single : kForms.at(options.bits));
+        orb3::fl::WritePAKLibrary(*library, options.out,
+                                  options.bits.empty() ? TransformForm::Single : forms.at(options.bits));
     else
         design::WriteLibrary(
             options.out, [&](orb3::fl::FormatRegistrar& target) { design::CopyLibrary(*library, target); });
@@ -51,7 +51,7 @@ void Pack(const Options& options) {
 void AddPackCommand(CLI::App& program) {
     CLI::App* command =
         program.add_subcommand("pack", "Write a library in another form: .dfl, .afl or one file, .pfl.");
-    command->footer(kExamples);
+    command->footer(examples);
     const auto options = std::make_shared<Options>();
     command->add_option("PATH", options->path, "The library")->required();
     command->add_option("OUT", options->out, "Where to; the ending tells the form")->required();

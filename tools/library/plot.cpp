@@ -4,17 +4,17 @@
 #include <memory>
 #include <numbers>
 
-#include "commands.h"
-#include "design/formatlayout.h"
-#include "design/libraryplots.h"
-#include "opening.h"
+#include "library/formatlayout.h"
+#include "library/libraryplots.h"
 #include "slib/exception.h"
 #include "slib/files.h"
+#include "tools/library/commands.h"
+#include "tools/library/opening.h"
 
 namespace tool {
 namespace {
 
-constexpr const char* kExamples = R"(Examples:
+constexpr const char* examples = R"(Examples:
   tessarune-library plot lib/default.afl --out plots
   tessarune-library plot lib/default.afl --out plots --layout "Surround 5.1" --method allround --order 3)";
 
@@ -121,7 +121,7 @@ void Plot(const Options& options) {
 
 void AddPlotCommand(CLI::App& program) {
     CLI::App* command = program.add_subcommand("plot", "Draw what decoders do, as SVG.");
-    command->footer(kExamples);
+    command->footer(examples);
     const auto options = std::make_shared<Options>();
     command->add_option("PATH", options->path, "The library, .afl, .dfl or .pfl")->required();
     command->add_option("--out", options->out, "The folder for the plots; made when missing")->required();
@@ -130,7 +130,7 @@ void AddPlotCommand(CLI::App& program) {
     command->add_option("--order", options->order, "An order; else the greatest")->check(CLI::Range(1, 4));
     command->add_option("--sofa", options->sofa, "The measured head that the library was built with")
         ->check(CLI::ExistingFile)
-        ->default_str(kSystemHead);
+        ->default_str(systemHead);
     command->callback([options] { Plot(*options); });
 }
 

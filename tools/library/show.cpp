@@ -5,11 +5,11 @@
 #include <memory>
 #include <tuple>
 
-#include "commands.h"
-#include "design/formatlayout.h"
-#include "design/librarywriter.h"
-#include "opening.h"
-#include "table.h"
+#include "library/formatlayout.h"
+#include "library/librarywriter.h"
+#include "tools/library/commands.h"
+#include "tools/library/opening.h"
+#include "tools/library/table.h"
 
 namespace tool {
 namespace {

@@ -1,4 +1,4 @@
-#include "table.h"
+#include "tools/library/table.h"
 
 #include <algorithm>
 #include <cmath>
@@ -57,7 +57,7 @@ std::string Fixed(double value, int digits) {
 
 std::string Size(double bytes) {
     if (bytes < 1000) return Fixed(bytes, 0) + " B";
-    if (bytes < 1e6) return Fixed(bytes / 1e3, 1) + " kB";
+    if (bytes < 1e6) return Fixed(bytes / 1e3, 1) + " b";
     return Fixed(bytes / 1e6, 2) + " MB";
 }
 

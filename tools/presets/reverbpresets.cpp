@@ -1,4 +1,4 @@
-#include "reverbpresets.h"
+#include "tools/presets/reverbpresets.h"
 
 #include <algorithm>
 #include <utility>

@@ -29,15 +29,15 @@ extern "C" {  // which this header of the C library leaves to us
 
 #include "platform/storelocation.h"
 #include "slib/exception.h"
-#include "support/logring.h"
+#include "tools/support/logring.h"
 
 namespace {
 
 using std::filesystem::path;
 
-constexpr int kWrongUse = 2;
-constexpr int kNotStarted = 127;
-constexpr const char* kHelp =
+constexpr int wrongUse = 2;
+constexpr int notStarted = 127;
+constexpr const char* help =
     R"(Starts a game with Tessarune in place of the OpenAL library that it would load.
 Says afterwards whether the game used it, with the lines that it left in the log.
 Usage: tessarune-run PROGRAM [ARGUMENTS...]
@@ -71,8 +71,8 @@ void PutFirst(const path& folder) {
 // What the terminal sends goes to the game as well, which decides what becomes of it; this program stays to
 // tell the end. What is sent to this program alone is passed on.
 pid_t game = 0;  // read by the handler
-constexpr std::array<int, 2> kOfTheTerminal{SIGINT, SIGQUIT};
-constexpr std::array<int, 2> kPassedOn{SIGTERM, SIGHUP};
+constexpr std::array<int, 2> ofTheTerminal{SIGINT, SIGQUIT};
+constexpr std::array<int, 2> passedOn{SIGTERM, SIGHUP};
 
 void PassOn(int signal) {
     if (game > 0) kill(game, signal);
@@ -93,9 +93,9 @@ bool Take(int signal, void (*handler)(int)) {
 sigset_t TakeSignals() {
     sigset_t taken;
     sigemptyset(&taken);
-    for (const int signal : kOfTheTerminal)
+    for (const int signal : ofTheTerminal)
         if (Take(signal, SIG_IGN)) sigaddset(&taken, signal);
-    for (const int signal : kPassedOn)
+    for (const int signal : passedOn)
         Take(signal, PassOn);
     return taken;
 }
@@ -209,17 +209,17 @@ int Run(char** arguments) {
 int main(int count, char** arguments) {
     const std::string first = count > 1 ? arguments[1] : "";
     if (first == "--help" || first == "-h") {
-        std::cout << kHelp;
+        std::cout << help;
         return 0;
     }
     if (first.empty() || first.starts_with("-")) {
         std::cerr << "tessarune-run: Name the program to start. 'tessarune-run --help' shows how.\n";
-        return kWrongUse;
+        return wrongUse;
     }
     try {
         return Run(arguments + 1);
     } catch (const std::exception& failure) {
         std::cerr << "tessarune-run: " << failure.what() << "\n";
-        return kNotStarted;
+        return notStarted;
     }
 }

@@ -1,18 +1,18 @@
-#include "support/logring.h"
+#include "tools/support/logring.h"
 
 #include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdio>
 
-#include "orb3core/configstore.h"
+#include "orb3core/store/configstore.h"
 #include "slib/text.h"
 
 namespace tool {
 namespace {
 
-constexpr int kSlots = 100;
-constexpr int kMostAttempts = 5;
+constexpr int slotCount = 100;
+constexpr int mostAttempts = 5;
 
 std::string ReadValue(const std::string& key) {
     return orb3::ConfigStore(orb3::storeRoot, orb3::ConfigStore::Scope::User).Read(key, "");
@@ -20,7 +20,7 @@ std::string ReadValue(const std::string& key) {
 
 // What isn't in the ring is a damaged store.
 int ReadNewest() {
-    return std::clamp(slib::ParseInt(ReadValue("/Log/Index")), 0, kSlots - 1);
+    return std::clamp(slib::ParseInt(ReadValue("/Log/Index")), 0, slotCount - 1);
 }
 
 std::string ReadSlot(int slot) {
@@ -30,7 +30,7 @@ std::string ReadSlot(int slot) {
 }
 
 int Before(int slot) {
-    return (slot + kSlots - 1) % kSlots;
+    return (slot + slotCount - 1) % slotCount;
 }
 
 }  // namespace
@@ -38,9 +38,9 @@ int Before(int slot) {
 // Each value is read by itself, so a ring that was written to meanwhile is read again.
 LogRing ReadLogRing() {
     LogRing ring;
-    for (int attempt = 0; attempt < kMostAttempts; ++attempt) {
+    for (int attempt = 0; attempt < mostAttempts; ++attempt) {
         ring = {ReadNewest(), {}};
-        for (int slot = 0; slot < kSlots; ++slot)
+        for (int slot = 0; slot < slotCount; ++slot)
             ring.slots.push_back(ReadSlot(slot));
         if (!HasNewLines(ring)) break;
     }
@@ -54,7 +54,7 @@ bool HasNewLines(const LogRing& seen) {
 
 std::vector<std::string> Lines(const LogRing& ring) {
     bool ignored = false;
-    return LinesSince({ring.newest, std::vector<std::string>(kSlots)}, ring, ignored);
+    return LinesSince({ring.newest, std::vector<std::string>(slotCount)}, ring, ignored);
 }
 
 std::vector<std::string> LinesSince(const LogRing& before, const LogRing& now, bool& isSomeLost) {
@@ -63,7 +63,7 @@ std::vector<std::string> LinesSince(const LogRing& before, const LogRing& now, b
     isSomeLost = !isKnownLeft && !before.slots[known].empty();
     std::vector<std::string> lines;
     int slot = now.newest;
-    for (int i = 0; i < kSlots && !(isKnownLeft && slot == before.newest); ++i, slot = Before(slot)) {
+    for (int i = 0; i < slotCount && !(isKnownLeft && slot == before.newest); ++i, slot = Before(slot)) {
         const std::string& line = now.slots[static_cast<std::size_t>(slot)];
         if (!line.empty()) lines.push_back(line);
     }

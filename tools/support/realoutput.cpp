@@ -1,4 +1,4 @@
-#include "support/realoutput.h"
+#include "tools/support/realoutput.h"
 
 #include "platform/soundsystem.h"
 

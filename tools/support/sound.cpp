@@ -1,4 +1,4 @@
-#include "support/sound.h"
+#include "tools/support/sound.h"
 
 #include <sndfile.h>
 
@@ -14,22 +14,22 @@
 namespace tool {
 namespace {
 
-constexpr int kRate = 48000;
-constexpr double kFullScale = 32767;
-constexpr double kTurn = 2 * std::numbers::pi;
-constexpr sf_count_t kMostFrames = sf_count_t{600} * 192000;
+constexpr int rate = 48000;
+constexpr double fullScale = 32767;
+constexpr double turn = 2 * std::numbers::pi;
+constexpr sf_count_t mostFrames = sf_count_t{600} * 192000;
 
 using File = std::unique_ptr<SNDFILE, decltype(&sf_close)>;
 
 std::int16_t Sample(double value) {
-    return static_cast<std::int16_t>(std::lround(std::clamp(value, -1.0, 1.0) * kFullScale));
+    return static_cast<std::int16_t>(std::lround(std::clamp(value, -1.0, 1.0) * fullScale));
 }
 
 // The sound whose value at each time (seconds) is `wave`.
 Sound Made(double seconds, const std::function<double(double)>& wave) {
-    Sound sound{kRate, std::vector<std::int16_t>(static_cast<std::size_t>(std::lround(seconds * kRate)))};
+    Sound sound{rate, std::vector<std::int16_t>(static_cast<std::size_t>(std::lround(seconds * rate)))};
     for (std::size_t i = 0; i < sound.samples.size(); ++i)
-        sound.samples[i] = Sample(wave(static_cast<double>(i) / kRate));
+        sound.samples[i] = Sample(wave(static_cast<double>(i) / rate));
     return sound;
 }
 
@@ -55,7 +55,7 @@ private:
 Sound ReadSoundFile(const std::string& path) {
     SF_INFO info{};
     const File file(sf_open(path.c_str(), SFM_READ, &info), &sf_close);
-    if (!file || info.frames > kMostFrames)
+    if (!file || info.frames > mostFrames)
         throw slib::BadDataException("The sound file '" + path +
                                      "' can't be read: " + (file ? "It is too long." : sf_strerror(nullptr)) +
                                      " Install it again, or name another folder.");
@@ -77,23 +77,23 @@ Sound MakeNoise(double seconds) {
 }
 
 Sound MakeBell(int number) {
-    constexpr double kBetween = 0.4;  // s
+    constexpr double between = 0.4;  // s
     const double pitch = 330 * std::exp2(number / 4.0);
-    return Made(3 * kBetween, [&](double time) {
-        const double since = std::fmod(time, kBetween);
-        const double tone = std::sin(kTurn * pitch * since) + 0.5 * std::sin(kTurn * 2.76 * pitch * since);
+    return Made(3 * between, [&](double time) {
+        const double since = std::fmod(time, between);
+        const double tone = std::sin(turn * pitch * since) + 0.5 * std::sin(turn * 2.76 * pitch * since);
         return 0.3 * tone * std::exp(-8 * since);
     });
 }
 
 Sound MakeEngine() {
-    constexpr int kHarmonics = 24;
-    constexpr double kPitch = 65;  // Hz: whole turns in the length
+    constexpr int harmonics = 24;
+    constexpr double voicePitch = 65;  // Hz: whole turns in the length
     return Made(2, [](double time) {
         double sum = 0;
-        for (int k = 1; k <= kHarmonics; ++k)
-            sum += std::sin(kTurn * kPitch * k * time + k * k) / std::sqrt(k);
-        return 0.1 * sum * (1 + 0.3 * std::sin(kTurn * 13 * time));
+        for (int k = 1; k <= harmonics; ++k)
+            sum += std::sin(turn * voicePitch * k * time + k * k) / std::sqrt(k);
+        return 0.1 * sum * (1 + 0.3 * std::sin(turn * 13 * time));
     });
 }
 

@@ -1,4 +1,4 @@
-#include "support/voices.h"
+#include "tools/support/voices.h"
 
 #include "slib/files.h"
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "support/sound.h"
+#include "tools/support/sound.h"
 
 namespace tool {
 

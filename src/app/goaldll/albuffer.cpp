@@ -13,9 +13,9 @@
 #include "AL/al.h"
 #include "AL/tessarune.h"
 #include "app/goaldll/alcall.h"
-#include "goal/buffer.h"
-#include "goal/bufferformats.h"
-#include "goal/bufferpool.h"
+#include "goal/sound/buffer.h"
+#include "goal/sound/bufferformats.h"
+#include "goal/sound/bufferpool.h"
 
 namespace goal {
 namespace {

@@ -26,7 +26,7 @@ int Answer(bool isTaken) {
 }
 
 int ChangeType(EffectParametersPtr& parameters, ALint type) {
-    return SetEffectType(parameters, type) ? AL_NO_ERROR : AL_INVALID_VALUE;
+    return goal::fx::SetEffectType(parameters, type) ? AL_NO_ERROR : AL_INVALID_VALUE;
 }
 
 int ReadType(const EffectParametersPtr& parameters, ALint* value) {

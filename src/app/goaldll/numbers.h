@@ -9,7 +9,7 @@
 #include <optional>
 
 #include "AL/al.h"
-#include "goal/enginestate.h"
+#include "goal/state/enginestate.h"
 
 namespace goal {
 

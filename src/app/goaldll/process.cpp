@@ -3,7 +3,7 @@
 #include <unistd.h>
 
 #include "numeric/dft.h"
-#include "orb3core/configstore.h"
+#include "orb3core/store/configstore.h"
 #include "slib/nodestroy.h"
 #include "slib/task.h"
 

@@ -10,7 +10,7 @@
 #include "goal/context.h"
 #include "goal/engine.h"
 #include "goal/outputmachinery.h"
-#include "orb3core/registrylog.h"
+#include "orb3core/store/registrylog.h"
 
 namespace goal {
 

@@ -12,8 +12,8 @@
 #include <array>
 #include <cstdint>
 
+#include "goal/dsp/delayring.h"
 #include "goal/fx/combloop.h"
-#include "goal/fx/delayring.h"
 #include "numeric/bus.h"
 #include "numeric/floattuplevector.h"
 #include "numeric/kernels/comblinekernel.h"

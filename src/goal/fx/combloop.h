@@ -4,7 +4,7 @@
 // which the decay time differs with the frequency, as Jot and Chaigne have it (1991) with Moorer's one-pole
 // low-pass (1979). Worked out once a block and only when something has changed; plain values.
 
-#include "goal/fx/filtergaintables.h"
+#include "goal/dsp/filtergaintables.h"
 
 namespace goal::fx {
 

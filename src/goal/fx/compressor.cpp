@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <numbers>
 
+#include "goal/dsp/onepole.h"
 #include "goal/fx/makestate.h"
-#include "goal/fx/onepole.h"
 
 namespace goal::fx {
 namespace {

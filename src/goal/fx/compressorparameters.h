@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "goal/fx/effectprocessorparameters.h"
+#include "goal/state/effectprocessorparameters.h"
 
 namespace goal::fx {
 

@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "goal/fx/gainramp.h"
+#include "goal/dsp/gainramp.h"
 #include "goal/fx/makestate.h"
 #include "numeric/kernels/gainkernel.h"
 

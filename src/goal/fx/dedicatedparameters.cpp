@@ -5,7 +5,7 @@
 
 #include "AL/al.h"
 #include "AL/tessarune.h"
-#include "goal/fx/parametertable.h"
+#include "goal/state/parametertable.h"
 
 namespace goal::fx {
 namespace {

@@ -8,9 +8,9 @@
 // U. Zölzer (ed.), "DAFX: Digital Audio Effects", chapter on nonlinear processing. Made and run by the
 // renderer on the server's thread.
 
+#include "goal/dsp/onepole.h"
 #include "goal/fx/distortionparameters.h"
 #include "goal/fx/effectprocessorstate.h"
-#include "goal/fx/onepole.h"
 
 namespace goal::fx {
 

@@ -1,7 +1,7 @@
 #include "goal/fx/distortionparameters.h"
 
 #include "AL/efx.h"
-#include "goal/fx/parametertable.h"
+#include "goal/state/parametertable.h"
 
 namespace goal::fx {
 namespace {

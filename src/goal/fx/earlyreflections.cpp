@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "goal/fx/blockglide.h"
-#include "goal/fx/finitesamples.h"
+#include "goal/dsp/blockglide.h"
+#include "goal/dsp/finitesamples.h"
 
 namespace goal::fx {
 namespace {

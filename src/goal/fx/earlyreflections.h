@@ -12,7 +12,7 @@
 #include <array>
 #include <cstdint>
 
-#include "goal/fx/delayring.h"
+#include "goal/dsp/delayring.h"
 #include "goal/fx/reverbparameters.h"
 #include "numeric/bus.h"
 

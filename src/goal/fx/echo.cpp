@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "goal/dsp/onepole.h"
 #include "goal/fx/makestate.h"
-#include "goal/fx/onepole.h"
 
 namespace goal::fx {
 namespace {

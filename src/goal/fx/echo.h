@@ -16,7 +16,7 @@
 
 #include <cstdint>
 
-#include "goal/fx/delayring.h"
+#include "goal/dsp/delayring.h"
 #include "goal/fx/echoparameters.h"
 #include "goal/fx/effectprocessorstate.h"
 

@@ -10,10 +10,9 @@
 
 #include <cstdint>
 
-#include "goal/fx/basis.h"
-#include "goal/fx/effectprocessorparameters.h"
+#include "goal/state/basis.h"
+#include "goal/state/effectprocessorparameters.h"
 #include "numeric/bus.h"
-#include "orb3core/goalconfig.h"
 
 namespace goal {
 
@@ -42,14 +41,18 @@ struct EffectProcessArgs {
     const float* const* input = nullptr;                    ///< the channels of the slot's input
     float* const* output = nullptr;                         ///< the channels to add to
     std::uint32_t frames = 0;
-    std::uint32_t vectors = 0;  ///< groups of four floats in a channel, (frames + 3) / 4
-    float slotGain = 1;         ///< AL_EFFECTSLOT_GAIN, linear; on the wet signal's way out
+    std::uint32_t vectors = 0;    ///< groups of four floats in a channel, (frames + 3) / 4
+    float slotGain = 1;           ///< AL_EFFECTSLOT_GAIN, linear; on the wet signal's way out
+    float speedOfSound = 343.3F;  ///< the scene's units per second
+    float metresPerUnit = 1;      ///< of the scene
 };
 
-/// What a state is made for. The references hold as long as the state lives.
+/// What a state is made for. The reference holds as long as the state lives.
 struct RenderContext {
-    double sampleRate = 0;  ///< Hz
-    const orb3::GoalConfig* settings = nullptr;
+    double sampleRate = 0;    ///< Hz
+    std::uint32_t order = 1;  ///< of the spatial bus, 1 to 4
+    bool useFullLateReflections = true;
+    bool useDirectionalEarlyReflections = true;  ///< and then a reverb's input has four channels
     std::uint32_t blockFrames = 0;
     const Basis* listenerBasis = nullptr;  ///< of the block in hand: the renderer keeps it up to date
 };

@@ -15,7 +15,7 @@
 #include "goal/fx/reverbparameters.h"
 #include "goal/fx/ringmodulatorparameters.h"
 
-namespace goal {
+namespace goal::fx {
 namespace {
 
 using Parameters = std::unique_ptr<EffectProcessorParameters>;
@@ -27,7 +27,7 @@ Parameters Make() {
 
 template <std::int32_t type>
 Parameters MakeDedicated() {
-    return std::make_unique<fx::DedicatedParameters>(type);
+    return std::make_unique<DedicatedParameters>(type);
 }
 
 struct EffectType {
@@ -36,15 +36,15 @@ struct EffectType {
 };
 
 constexpr std::array effectTypes = std::to_array<EffectType>({
-    {AL_EFFECT_REVERB, Make<fx::BasicReverbParameters>},
-    {AL_EFFECT_CHORUS, Make<fx::ChorusParameters>},
-    {AL_EFFECT_DISTORTION, Make<fx::DistortionParameters>},
-    {AL_EFFECT_ECHO, Make<fx::EchoParameters>},
-    {AL_EFFECT_FLANGER, Make<fx::FlangerParameters>},
-    {AL_EFFECT_RING_MODULATOR, Make<fx::RingModulatorParameters>},
-    {AL_EFFECT_COMPRESSOR, Make<fx::CompressorParameters>},
-    {AL_EFFECT_EQUALIZER, Make<fx::EqualizerParameters>},
-    {AL_EFFECT_EAXREVERB, Make<fx::EAXReverbParameters>},
+    {AL_EFFECT_REVERB, Make<BasicReverbParameters>},
+    {AL_EFFECT_CHORUS, Make<ChorusParameters>},
+    {AL_EFFECT_DISTORTION, Make<DistortionParameters>},
+    {AL_EFFECT_ECHO, Make<EchoParameters>},
+    {AL_EFFECT_FLANGER, Make<FlangerParameters>},
+    {AL_EFFECT_RING_MODULATOR, Make<RingModulatorParameters>},
+    {AL_EFFECT_COMPRESSOR, Make<CompressorParameters>},
+    {AL_EFFECT_EQUALIZER, Make<EqualizerParameters>},
+    {AL_EFFECT_EAXREVERB, Make<EAXReverbParameters>},
     {AL_EFFECT_DEDICATED_LOW_FREQUENCY_EFFECT, MakeDedicated<AL_EFFECT_DEDICATED_LOW_FREQUENCY_EFFECT>},
     {AL_EFFECT_DEDICATED_DIALOGUE, MakeDedicated<AL_EFFECT_DEDICATED_DIALOGUE>},
 });
@@ -65,4 +65,4 @@ bool SetEffectType(slib::SmartPtr<EffectProcessorParameters, slib::Counter>& hol
     return true;
 }
 
-}  // namespace goal
+}  // namespace goal::fx

@@ -6,10 +6,10 @@
 #include <cstdint>
 #include <memory>
 
-#include "goal/fx/effectprocessorparameters.h"
+#include "goal/state/effectprocessorparameters.h"
 #include "slib/smartptr.h"
 
-namespace goal {
+namespace goal::fx {
 
 /// New parameters of that AL_EFFECT_ type at their defaults; null for AL_EFFECT_NULL and for a type that
 /// isn't supported. Throws std::bad_alloc.
@@ -20,4 +20,4 @@ std::unique_ptr<EffectProcessorParameters> MakeEffectParameters(std::int32_t typ
 /// then changes nothing.
 bool SetEffectType(slib::SmartPtr<EffectProcessorParameters, slib::Counter>& holder, std::int32_t type);
 
-}  // namespace goal
+}  // namespace goal::fx

@@ -4,8 +4,8 @@
 #include <cmath>
 #include <numbers>
 
+#include "goal/dsp/onepole.h"
 #include "goal/fx/makestate.h"
-#include "goal/fx/onepole.h"
 
 namespace goal::fx {
 namespace {
@@ -60,7 +60,7 @@ EqualizerState_v2::EqualizerState_v2(const EqualizerParameters& parameters, cons
       sampleRate(context.sampleRate),
       piOverRate(std::numbers::pi / sampleRate),
       twoPiOverRate(2 * piOverRate),
-      cascades(static_cast<std::size_t>((context.settings->order + 1) * (context.settings->order + 1))),
+      cascades(static_cast<std::size_t>((context.order + 1) * (context.order + 1))),
       rows(cascades.size()) {}
 
 void EqualizerState_v2::process(const EffectProcessArgs& args) {

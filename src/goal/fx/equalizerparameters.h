@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "goal/fx/effectprocessorparameters.h"
+#include "goal/state/effectprocessorparameters.h"
 
 namespace orb3::fx {
 

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <numbers>
 
-#include "goal/fx/finitesamples.h"
+#include "goal/dsp/finitesamples.h"
 
 namespace goal::fx {
 namespace {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <numbers>
 
-#include "goal/fx/antidenormal.h"
+#include "goal/dsp/antidenormal.h"
 #include "goal/fx/makestate.h"
 
 namespace goal::fx {

@@ -13,10 +13,10 @@
 #include <array>
 #include <cstdint>
 
-#include "goal/fx/delayring.h"
+#include "goal/dsp/delayring.h"
+#include "goal/dsp/oscillator.h"
 #include "goal/fx/effectprocessorstate.h"
 #include "goal/fx/modulateddelayparameters.h"
-#include "goal/fx/oscillator.h"
 
 namespace goal::fx {
 

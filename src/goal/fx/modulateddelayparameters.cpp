@@ -3,7 +3,7 @@
 #include <numbers>
 
 #include "AL/efx.h"
-#include "goal/fx/parametertable.h"
+#include "goal/state/parametertable.h"
 
 namespace goal::fx {
 namespace {

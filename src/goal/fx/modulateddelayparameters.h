@@ -6,8 +6,8 @@
 #include <memory>
 #include <string>
 
-#include "goal/fx/effectprocessorparameters.h"
-#include "goal/fx/waveform.h"
+#include "goal/dsp/waveform.h"
+#include "goal/state/effectprocessorparameters.h"
 
 namespace goal::fx {
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "goal/fx/antidenormal.h"
-#include "goal/fx/blockglide.h"
+#include "goal/dsp/antidenormal.h"
+#include "goal/dsp/blockglide.h"
 #include "goal/fx/makestate.h"
 #include "numeric/kernels/gainkernel.h"
 #include "numeric/kernels/mixkernel.h"
@@ -44,12 +44,12 @@ bool Differs(double reference, float wanted) {
 ReverbState_v2::ReverbState_v2(const ReverbParameters& parameters, const RenderContext& context)
     : ReverbState(parameters.effectType, EffectInput::Reverb, EffectOutput::Field),
       sampleRate(static_cast<float>(context.sampleRate)),
-      fullLate(context.settings->useFullLateReflections),
+      fullLate(context.useFullLateReflections),
       densityRiseStep(4 * static_cast<float>(context.blockFrames) / sampleRate),
       densityFallStep(densityRiseStep / 2),
       diffusionStep(densityRiseStep / 2),
       listenerBasis(*context.listenerBasis),
-      earlyReflections(sampleRate, context.settings->useDirectionalEarlyReflections, context.blockFrames),
+      earlyReflections(sampleRate, context.useDirectionalEarlyReflections, context.blockFrames),
       preDelay(sampleRate, fullLate ? fullNetworkDelay : smallNetworkDelay, context.blockFrames),
       echo(sampleRate),
       earlyDiffusers{AllPassFilter(0.01013, sampleRate), AllPassFilter(0.01226, sampleRate),
@@ -83,6 +83,8 @@ void ReverbState_v2::process(const EffectProcessArgs& args) {
 // A block may be shorter than the state was made for: the bus keeps its memory and shows less of it.
 void ReverbState_v2::Begin(const EffectProcessArgs& args) {
     parameters = static_cast<const ReverbParameters&>(*args.parameters);
+    speedOfSound = args.speedOfSound;
+    metresPerUnit = args.metresPerUnit;
     frames = args.frames;
     glideFrames = GlideFrames(sampleRate, frames);
     output.frames = frames;

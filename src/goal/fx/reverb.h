@@ -15,11 +15,11 @@
 #include <array>
 #include <cstdint>
 
-#include "goal/fx/allpassfilter.h"
+#include "goal/dsp/allpassfilter.h"
+#include "goal/dsp/filterstage.h"
 #include "goal/fx/comblines.h"
 #include "goal/fx/earlyreflections.h"
 #include "goal/fx/effectprocessorstate.h"
-#include "goal/fx/filterstage.h"
 #include "goal/fx/latepredelay.h"
 #include "goal/fx/reverbecho.h"
 #include "goal/fx/reverbparameters.h"
@@ -28,7 +28,7 @@
 
 namespace goal::fx {
 
-/// A reverb as the renderer knows it: it sets the fields before each block.
+/// What every version of the reverb takes over from the scene at the head of each block.
 class ReverbState : public EffectProcessorState {
 public:
     float speedOfSound = 343.3F;  ///< the scene's units per second

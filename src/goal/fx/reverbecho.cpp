@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "goal/fx/antidenormal.h"
-#include "goal/fx/blockglide.h"
+#include "goal/dsp/antidenormal.h"
+#include "goal/dsp/blockglide.h"
 
 namespace goal::fx {
 namespace {

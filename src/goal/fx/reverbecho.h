@@ -9,7 +9,7 @@
 
 #include <cstdint>
 
-#include "goal/fx/delayring.h"
+#include "goal/dsp/delayring.h"
 #include "goal/fx/reverbparameters.h"
 
 namespace goal::fx {

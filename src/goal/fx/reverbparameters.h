@@ -8,7 +8,7 @@
 #include <memory>
 #include <string>
 
-#include "goal/fx/effectprocessorparameters.h"
+#include "goal/state/effectprocessorparameters.h"
 
 namespace goal::fx {
 
@@ -43,6 +43,7 @@ struct ReverbParametersBase {
 class ReverbParameters : public EffectProcessorParameters, public ReverbParametersBase {
 public:
     std::unique_ptr<EffectProcessorState> createState(const RenderContext& context) const override;
+    RoomOfSends SendRoom() const override { return {airAbsorptionGainHF, roomRolloffFactor}; }
 
 protected:
     using EffectProcessorParameters::EffectProcessorParameters;

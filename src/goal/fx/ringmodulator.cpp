@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "goal/dsp/onepole.h"
 #include "goal/fx/makestate.h"
-#include "goal/fx/onepole.h"
 #include "slib/exception.h"
 
 namespace goal::fx {
@@ -25,7 +25,7 @@ void Fill(Wave& wave, Waveform waveform, const Oscillator& phase, std::uint64_t 
         case Waveform::Triangle:
             break;
     }
-    slib::ThrowUnreachable("goal/fx/ringmodulator", __LINE__);
+    slib::ThrowUnreachable();
 }
 
 }  // namespace

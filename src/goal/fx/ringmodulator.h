@@ -10,8 +10,8 @@
 // Audio Effects", chapter on modulators. The square and the sawtooth are plain, with all their harmonics and
 // what of these folds back. Made and run by the renderer on the server's thread.
 
+#include "goal/dsp/oscillator.h"
 #include "goal/fx/effectprocessorstate.h"
-#include "goal/fx/oscillator.h"
 #include "goal/fx/ringmodulatorparameters.h"
 
 namespace goal::fx {

@@ -5,8 +5,8 @@
 #include <memory>
 #include <string>
 
-#include "goal/fx/effectprocessorparameters.h"
-#include "goal/fx/waveform.h"
+#include "goal/dsp/waveform.h"
+#include "goal/state/effectprocessorparameters.h"
 
 namespace goal::fx {
 

@@ -8,8 +8,8 @@
 
 #include "AL/efx.h"
 #include "AL/tessarune.h"
-#include "effectfixture.h"
 #include "goal/fx/effecttypes.h"
+#include "tests/goal/fx/effectfixture.h"
 
 namespace goal::fx {
 namespace {
@@ -34,7 +34,7 @@ TEST_P(AllEffects, AtEveryCorner_StayFiniteAndBoundedAndAllocateNothing) {
     const auto frames = std::size_t(StretchSeconds(0.1) * 48000);
     for (const Signal& part : {Noise(frames), Signal(1000, 1), Impulse(frames), Signal(frames, 1e-39f)})
         signal.insert(signal.end(), part.begin(), part.end());
-    const auto parameters = MakeEffectParameters(GetParam());
+    const auto parameters = fx::MakeEffectParameters(GetParam());
     std::minstd_rand generator;
     for (std::uint32_t corner = 0, block = 128; corner < 64; ++corner) {
         SetCorner(*parameters, GetParam() == AL_EFFECT_EQUALIZER ? std::uint32_t(generator()) : corner);
@@ -50,7 +50,7 @@ TEST_P(AllEffects, AtEveryCorner_StayFiniteAndBoundedAndAllocateNothing) {
 }
 
 TEST_P(AllEffects, DieAwayToExactSilenceAndGiveTheSameInBlocksOfAnySize) {
-    const auto parameters = MakeEffectParameters(GetParam());
+    const auto parameters = fx::MakeEffectParameters(GetParam());
     Signal input = Noise(8000);
     input.resize(180'000);
     const Channels expected = RunningEffect(*parameters, {.sampleRate = 8000}).Feed(*parameters, input);

@@ -6,9 +6,9 @@
 #include <numbers>
 #include <numeric>
 
-#include "effectfixture.h"
 #include "goal/fx/echoparameters.h"
 #include "goal/fx/modulateddelayparameters.h"
+#include "tests/goal/fx/effectfixture.h"
 
 namespace goal::fx {
 namespace {

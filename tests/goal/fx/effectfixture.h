@@ -12,10 +12,10 @@
 #include <utility>
 #include <vector>
 
-#include "allocationcounter.h"
 #include "goal/fx/effectprocessorstate.h"
 #include "numeric/bus.h"
-#include "signals.h"
+#include "tests/support/allocationcounter.h"
+#include "tests/support/signals.h"
 
 namespace testing_support {
 
@@ -23,7 +23,7 @@ namespace testing_support {
 struct EffectPlace {
     double sampleRate = 48000;
     std::uint32_t blockFrames = 512;
-    int order = 3;
+    std::uint32_t order = 3;
     bool isDirectional = false;  ///< useDirectionalEarlyReflections
     bool isFull = true;          ///< useFullLateReflections
 };
@@ -65,10 +65,12 @@ class RunningEffect {
 public:
     explicit RunningEffect(const goal::EffectProcessorParameters& parameters, const EffectPlace& place = {})
         : place(place) {
-        settings.order = place.order;
-        settings.useDirectionalEarlyReflections = place.isDirectional;
-        settings.useFullLateReflections = place.isFull;
-        state = parameters.createState({place.sampleRate, &settings, place.blockFrames, &listenerBasis});
+        state = parameters.createState({.sampleRate = place.sampleRate,
+                                        .order = place.order,
+                                        .useFullLateReflections = place.isFull,
+                                        .useDirectionalEarlyReflections = place.isDirectional,
+                                        .blockFrames = place.blockFrames,
+                                        .listenerBasis = &listenerBasis});
     }
     RunningEffect(const RunningEffect&) = delete;  // the state refers to the fields
 
@@ -101,7 +103,6 @@ public:
     }
 
     const EffectPlace place;
-    orb3::GoalConfig settings;
     goal::Basis listenerBasis;
     std::unique_ptr<goal::EffectProcessorState> state;
     float slotGain = 1;

@@ -7,12 +7,12 @@
 #include <numbers>
 
 #include "AL/tessarune.h"
-#include "effectfixture.h"
 #include "goal/fx/compressorparameters.h"
 #include "goal/fx/dedicatedparameters.h"
 #include "goal/fx/distortionparameters.h"
 #include "goal/fx/equalizerparameters.h"
 #include "goal/fx/ringmodulatorparameters.h"
+#include "tests/goal/fx/effectfixture.h"
 
 namespace goal::fx {
 namespace {

@@ -1,4 +1,4 @@
-#include "goal/fx/filterstage.h"
+#include "goal/dsp/filterstage.h"
 
 #include <gtest/gtest.h>
 
@@ -7,8 +7,8 @@
 #include <numbers>
 #include <vector>
 
-#include "signals.h"
 #include "slib/exception.h"
+#include "tests/support/signals.h"
 
 namespace goal {
 namespace {
@@ -191,7 +191,7 @@ TEST(FilterStage, PathsThatWait_AreThePathsOfOneByOne) {
             rows[p].resize(300);
             std::copy(sine.begin(), sine.end(), rows[p].data);
             expected[p] = paths[p].Run(filter, sine, 300);
-            if (filterOneLater(filter, states[p], rows[p], Tables(48000), {}, waiting)) rows[p].clear();
+            if (FilterOneLater(filter, states[p], rows[p], Tables(48000), {}, waiting)) rows[p].clear();
         }
         waiting.Run();
         for (std::uint32_t p = 0; p < 20; ++p)

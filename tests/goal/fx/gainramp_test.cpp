@@ -1,4 +1,4 @@
-#include "goal/fx/gainramp.h"
+#include "goal/dsp/gainramp.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include <numeric>
 #include <vector>
 
-#include "goal/fx/antidenormal.h"
+#include "goal/dsp/antidenormal.h"
 
 namespace goal {
 namespace {

@@ -12,11 +12,11 @@
 #include "AL/al.h"
 #include "AL/efx.h"
 #include "AL/tessarune.h"
-#include "goal/fx/effectprocessorparameters.h"
 #include "goal/fx/effecttypes.h"
 #include "goal/fx/modulateddelayparameters.h"
 #include "goal/fx/reverbparameters.h"
 #include "goal/fx/ringmodulatorparameters.h"
+#include "goal/state/effectprocessorparameters.h"
 #include "slib/smartptr.h"
 
 namespace goal {
@@ -87,7 +87,7 @@ constexpr Parameter parameters[] = {
 class EachParameter : public testing::TestWithParam<Parameter> {
 protected:
     const Parameter& p = GetParam();
-    std::unique_ptr<EffectProcessorParameters> effect = MakeEffectParameters(p.effect);
+    std::unique_ptr<EffectProcessorParameters> effect = fx::MakeEffectParameters(p.effect);
 
     // These tell how many of the two calls took the value.
     int SetFloat(float value) {
@@ -139,7 +139,7 @@ TEST_P(EachParameter, TakesThePublishedRangeInItsFormsAndNothingElse) {
 TEST_P(EachParameter, CloneAndAssign_CarryTheValueAndPartFromIt) {
     const float other = p.initial == p.maximum ? p.minimum : p.maximum;
     SetInItsForms(other);
-    const auto clone = effect->clone(), target = MakeEffectParameters(p.effect);
+    const auto clone = effect->clone(), target = fx::MakeEffectParameters(p.effect);
     target->assign(*effect);
     SetInItsForms(p.initial);
     ExpectInItsForms(*clone, other);
@@ -155,7 +155,7 @@ TEST(EffectParameters, IntegerGetter_RoundsToTheNearest) {
     for (const auto& [type, parameter, value, rounded] :
          {Row{AL_EFFECT_EQUALIZER, AL_EQUALIZER_LOW_CUTOFF, 200.5f, 201},
           {AL_EFFECT_CHORUS, AL_CHORUS_PHASE, -89.6f, -90}}) {
-        const auto effect = MakeEffectParameters(type);
+        const auto effect = fx::MakeEffectParameters(type);
         std::int32_t integer = 0;
         EXPECT_TRUE(effect->setParameterf(parameter, value) && effect->getParameteri(parameter, &integer));
         EXPECT_EQ(integer, rounded);
@@ -165,7 +165,7 @@ TEST(EffectParameters, IntegerGetter_RoundsToTheNearest) {
 TEST(EffectParameters, PanVector_IsTakenWholeOrNotAtAllAndHasNoScalarForms) {
     using Pan = std::array<float, 3>;
     for (const std::int32_t parameter : {AL_EAXREVERB_REFLECTIONS_PAN, AL_EAXREVERB_LATE_REVERB_PAN}) {
-        const auto effect = MakeEffectParameters(AL_EFFECT_EAXREVERB);
+        const auto effect = fx::MakeEffectParameters(AL_EFFECT_EAXREVERB);
         const auto stored = [&](const Pan& pan) {
             Pan read{};
             const bool isTaken = effect->setParameterfv(parameter, pan.data());
@@ -203,7 +203,7 @@ TEST(EffectParameters, PhasesAndWaveforms_AreStoredAsTheProcessorsUseThem) {
 
 TEST(EffectParameters, DedicatedGain_IsAnyFiniteNumber) {
     for (const std::int32_t type : {AL_EFFECT_DEDICATED_LOW_FREQUENCY_EFFECT, AL_EFFECT_DEDICATED_DIALOGUE}) {
-        const auto effect = MakeEffectParameters(type);
+        const auto effect = fx::MakeEffectParameters(type);
         float value = 0;
         EXPECT_TRUE(effect->getParameterf(1, &value) && value == 1.0f);
         EXPECT_TRUE(effect->setParameterf(1, -1e30f));
@@ -220,18 +220,18 @@ TEST(SetEffectType, OfANewType_BringsDefaultsAndOfTheSameKeepsTheValues) {
         {5, "Flanger"},        {9, "RingModulator"},  {11, "Compressor"},   {12, "Equalizer"},
         {0x8000, "EAXReverb"}, {0x9000, "Dedicated"}, {0x9001, "Dedicated"}};
     for (const auto& [type, expected] : types) {
-        ASSERT_TRUE(SetEffectType(holder, type));
+        ASSERT_TRUE(fx::SetEffectType(holder, type));
         EXPECT_EQ(holder->effectType, type);
         std::string name;
         holder->getName(name);
         EXPECT_EQ(name, expected);
         const EffectProcessorParameters* before = holder.Get();
-        EXPECT_TRUE(SetEffectType(holder, type));
+        EXPECT_TRUE(fx::SetEffectType(holder, type));
         for (const std::int32_t unsupported : {6, 7, 8, 10, 13, -1, 0x8001, 0x9002})
-            EXPECT_FALSE(SetEffectType(holder, unsupported));
+            EXPECT_FALSE(fx::SetEffectType(holder, unsupported));
         EXPECT_EQ(holder.Get(), before);
     }
-    EXPECT_TRUE(SetEffectType(holder, AL_EFFECT_NULL) && SetEffectType(holder, AL_EFFECT_NULL));
+    EXPECT_TRUE(fx::SetEffectType(holder, AL_EFFECT_NULL) && fx::SetEffectType(holder, AL_EFFECT_NULL));
     EXPECT_FALSE(holder);
 }
 

@@ -16,8 +16,8 @@
 #include <utility>
 
 #include "AL/efx.h"
-#include "effectfixture.h"
-#include "vectortargets.h"
+#include "tests/goal/fx/effectfixture.h"
+#include "tests/support/vectortargets.h"
 
 namespace goal::fx {
 namespace {

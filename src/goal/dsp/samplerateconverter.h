@@ -1,0 +1,89 @@
+#pragma once
+
+// Converts the sample rate of sources by an interpolating FIR filter: windowed-sinc kernels at 64 positions
+// between two frames, in a series of filters of falling cut-off, so that a source that is played faster than
+// the output rate is low-passed before it aliases. The server owns one SampleRateConverter, which holds the
+// tables and is read-only once built; the readers of sources run the functions below on the states in
+// goal/state/converterstate.h. All on the server's thread; nothing but the constructor allocates or throws.
+//
+// For each stretch of a buffer a reader asks planBlock, pushes as many frames as it says, and then takes as
+// many output frames as it says.
+
+#include <cstddef>
+#include <cstdint>
+
+#include "goal/state/converterstate.h"
+#include "numeric/alignedmemory.h"
+
+namespace goal {
+
+class SampleRateConverter {
+public:
+    const std::int32_t quality;       ///< 2 SincLow, 3 SincMedium, 4 SincHigh
+    const std::uint32_t tapsLog2;     ///< 2, 3, 4
+    const std::uint32_t phasesLog2;   ///< 6
+    const std::uint32_t filterCount;  ///< 16, 32, 64
+    const float ratioScale;           ///< filters per unit of ln(input rate / output rate)
+
+    /// [filter][phase][tap], tap fastest: the weight of the frame `tap` places after the window's start for
+    /// an output that falls phase / 64 of a frame after tap index taps / 2 - 1. Owned.
+    const float* const coefficients;
+
+    /// That of a source that starts, at ratio 1; `initialise` makes a state from it, which must not be used
+    /// after the converter.
+    const ConverterCursor start;
+
+    /// Builds the tables of a quality. Throws slib::OutOfMemoryException, and slib::IntegrityFailureException
+    /// for a quality other than 2, 3 and 4.
+    explicit SampleRateConverter(std::int32_t quality);
+    SampleRateConverter(const SampleRateConverter&) = delete;
+    SampleRateConverter& operator=(const SampleRateConverter&) = delete;
+    ~SampleRateConverter() = default;
+
+private:
+    struct Design;
+    static const Design& DesignOf(std::int32_t quality);
+    SampleRateConverter(const Design& design, hcml::AlignedFloats floats);
+    ConverterCursor Start() const;
+
+    const hcml::AlignedFloats table;
+};
+
+/// Sets step and filter for `ratio`, input rate / output rate. Above 512 it is held at 512; at or below
+/// 2^-19, and for what is no number, the source creeps on at 2^-19 of a frame per output.
+void setRatio(ConverterCursor& state, double ratio);
+
+/// How much may be pushed and then produced in one go, when `available` input frames are at hand and `wanted`
+/// output frames are asked for: `toPush` is at most `available`, `toProduce` at most `wanted`, what is pushed
+/// overwrites nothing that an output still needs, and every output finds its frames in the ring. With input
+/// at hand at least one of the two is above 0, unless nothing is wanted.
+void planBlock(ConverterCursor& state, std::uint32_t available, std::uint32_t wanted, std::uint32_t& toPush,
+               std::uint32_t& toProduce);
+
+/// Adds one input sample.
+inline void push(ConverterState& state, float value) {
+    state.ring.data[state.writeIndex & (converterRingFrames - 1)] = value;
+    ++state.writeIndex;
+}
+
+/// Adds one input frame of `channels` samples.
+inline void push(MultiChannelConverterState& state, const float* frame) {
+    float* place =
+        state.ring.data + std::size_t{state.writeIndex & (converterRingFrames - 1)} * state.channels;
+    for (std::uint32_t channel = 0; channel < state.channels; ++channel)
+        place[channel] = frame[channel];
+    ++state.writeIndex;
+}
+
+/// One output sample. The products are summed by halves: those of the upper half of the taps onto those of
+/// the lower half, and so on down to one, which is the same order at every vector width.
+float produce(ConverterState& state);
+
+/// `count` output samples.
+void produce(ConverterState& state, float* target, std::uint32_t count);
+
+/// `count` output frames, channel c into targets[c][offset] and on, each summed in the order above.
+void produce(MultiChannelConverterState& state, float* const* targets, std::uint32_t offset,
+             std::uint32_t count);
+
+}  // namespace goal

@@ -1,0 +1,118 @@
+#include "goal/render/effectstage.h"
+
+#include <algorithm>
+
+#include "numeric/kernels/finitekernel.h"
+#include "slib/exception.h"
+
+namespace goal {
+namespace {
+
+// The largest arrangement that an effect may use.
+constexpr std::uint32_t mostArrangementChannels = 8;
+
+// What an effect's channels are added to.
+struct Target {
+    float* const* channels = nullptr;
+    std::uint32_t channelCount = 0;  // 0: the effect is heard nowhere
+    bool* isUsed = nullptr;          // to be set; null where nobody asks
+    bool isStale = false;            // it still holds an earlier block
+};
+
+Target OfBus(ArrayBus& bus) {
+    return {bus.mix.channels, bus.mix.channelCount, &bus.hasContent};
+}
+
+Target OfDedicated(hcml::FloatTupleVector& row, bool& isWritten) {
+    return {&row.data, 1, &isWritten, !isWritten};
+}
+
+Target TargetOf(EffectOutput kind, ArrayBuses& arrays, RenderOutput& output) {
+    switch (kind) {
+        case EffectOutput::Mono:
+            return OfBus(arrays[arrangement::mono]);
+        case EffectOutput::Stereo:
+            return OfBus(arrays[arrangement::stereo]);
+        case EffectOutput::Quad:
+            return OfBus(arrays[arrangement::quad]);
+        case EffectOutput::Surround51:
+            return OfBus(arrays[arrangement::surround51]);
+        case EffectOutput::Surround71:
+            return OfBus(arrays[arrangement::surround71]);
+        case EffectOutput::Field:
+            return {output.spatial.channels, output.spatial.channelCount};
+        case EffectOutput::LowFrequency:
+            if (!output.hasLowFrequency) return {};
+            return OfDedicated(output.lowFrequency, output.lowFrequencyWritten);
+        case EffectOutput::Dialogue:
+            if (!output.hasDialogue) return OfBus(arrays[arrangement::front]);
+            return OfDedicated(output.dialogue, output.dialogueWritten);
+    }
+    slib::ThrowUnreachable();
+}
+
+bool IsFinite(const hcml::ac::Bus& bus, std::uint32_t channelCount) {
+    return std::all_of(bus.channels, bus.channels + channelCount,
+                       [&](const float* row) { return hcml::IsFiniteRow(row, bus.frames); });
+}
+
+void AddTo(const Target& target, const hcml::ac::Bus& wet) {
+    const std::size_t length = std::size_t{wet.vectors} * 4;
+    for (std::uint32_t c = 0; c < target.channelCount; ++c) {
+        float* const sum = target.channels[c];
+        if (target.isStale) std::fill_n(sum, length, 0.0F);
+        for (std::size_t i = 0; i < length; ++i)
+            sum[i] += wet.channels[c][i];
+    }
+    if (target.isUsed != nullptr) *target.isUsed = true;
+}
+
+}  // namespace
+
+EffectStage::EffectStage(const RenderContext& context, std::uint32_t spatialChannels)
+    : context(context), wet(context.blockFrames, std::max(spatialChannels, mostArrangementChannels)) {}
+
+void EffectStage::Sync(const RenderSnapshot& snapshot) {
+    if (states.size() < snapshot.slots.size) states.resize(snapshot.slots.size);
+    for (std::uint32_t i = 0; i < snapshot.slots.size; ++i) {
+        const EffectParametersPtr& effect = snapshot.slots[i].effect;
+        if (!effect || snapshot.slots[i].deleted)
+            states[i].reset();
+        else if (!states[i] || states[i]->effectType != effect->effectType)
+            states[i] = effect->createState(context);
+    }
+}
+
+void EffectStage::Run(const RenderSnapshot& snapshot, SendStage& sends, ArrayBuses& arrays,
+                      RenderOutput& output) {
+    for (std::uint32_t i = 0; i < snapshot.slots.size; ++i) {
+        if (!states[i]) continue;
+        // Also where nobody hears the effect: the sends that wait refer to what is this block's.
+        const hcml::ac::Bus& input = sends.Input(i);
+        const Target target = TargetOf(states[i]->outputKind, arrays, output);
+        if (target.channelCount == 0) continue;
+        Process(*states[i], snapshot.slots[i], snapshot, input, target.channelCount);
+        if (IsFinite(wet, target.channelCount))
+            AddTo(target, wet);
+        else
+            states[i].reset();
+    }
+}
+
+// The effect has the wet bus to itself, so that it can be left out.
+void EffectStage::Process(EffectProcessorState& state, const AuxSlotParameters& slot,
+                          const GlobalParameters& globals, const hcml::ac::Bus& input,
+                          std::uint32_t channelCount) {
+    for (std::uint32_t c = 0; c < channelCount; ++c)
+        std::fill_n(wet.channels[c], std::size_t{wet.vectors} * 4, 0.0F);
+    state.process({.parameters = slot.effect.Get(),
+                   .input = input.channels,
+                   .output = wet.channels,
+                   .frames = input.frames,
+                   .vectors = input.vectors,
+                   .slotGain = slot.gain,
+                   .speedOfSound = globals.speedOfSound,
+                   .metresPerUnit = globals.metersPerUnit});
+}
+
+}  // namespace goal

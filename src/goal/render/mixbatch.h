@@ -1,0 +1,69 @@
+#pragma once
+
+// Gathers the filtered blocks of sources with their weights in a bus, the spatial one or the input of a slot,
+// and adds them to it as one matrix product, instead of one pass over the bus per source. Used by the
+// renderer inside the block; allocates nothing after construction.
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+#include "goal/dsp/sectionbatch.h"
+#include "numeric/bus.h"
+#include "numeric/floattuplevector.h"
+
+namespace goal {
+
+/// Moves the weights of a row, one for each channel of the bus, toward `targets` by `step` per sample, until
+/// they would reach them. Adds to each channel what its weight differs meanwhile from the target, which is
+/// added to it otherwise. Leaves the weights reached.
+void AddMovingHeads(const hcml::FloatTupleVector& row, float* weights, const float* targets, float step,
+                    hcml::ac::Bus& bus);
+
+class MixBatch {
+public:
+    /// The most rows that wait.
+    static constexpr std::uint32_t mostRows = 64;
+
+    /// For blocks of `frames` and a bus of `channelCount` channels, 1 to 25. Holds `rowCount` rows, 1 to
+    /// mostRows. Throws slib::OutOfMemoryException.
+    MixBatch(std::uint32_t frames, std::uint32_t channelCount, std::uint32_t rowCount = mostRows);
+
+    /// The row that the next source fills. With it come the sections that it may leave to run at Flush.
+    hcml::FloatTupleVector& Row() { return rows[count]; }
+    SectionBatch& Waiting() { return waiting; }
+
+    /// Adds Row() to the bus with these weights, one per channel, at the latest at Flush. A row that holds a
+    /// sample that isn't finite is left out, since no later stage would get rid of it.
+    void Add(const float* weights, hcml::ac::Bus& bus);
+
+    /// The same, where the weights may have moved since the block before: those of `path`, updated to
+    /// `weights`, move toward them by `step` per sample, or take them at once when they aren't valid. Only
+    /// that head of the block is worked sample by sample. `path` must stay where it is until the Flush.
+    void AddMoving(const float* weights, SourceFilterState& path, float step, hcml::ac::Bus& bus);
+
+    /// Adds all rows gathered to the bus.
+    void Flush(hcml::ac::Bus& bus);
+
+private:
+    static constexpr std::uint32_t mostChannels = 25;
+
+    // What the weights of a row were; null when they stand still.
+    struct Movement {
+        float* previous = nullptr;
+        float step = 0;
+    };
+
+    void Append(const float* weights, Movement movement, hcml::ac::Bus& bus);
+    void Settle(std::uint32_t row, hcml::ac::Bus& bus);
+
+    const std::uint32_t frames;
+    const std::uint32_t channelCount;
+    std::vector<hcml::FloatTupleVector> rows;
+    std::array<std::array<float, mostChannels>, mostRows> coefficients{};
+    std::array<Movement, mostRows> movements{};
+    SectionBatch waiting;
+    std::uint32_t count = 0;
+};
+
+}  // namespace goal

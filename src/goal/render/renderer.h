@@ -1,0 +1,79 @@
+#pragma once
+
+// Renders one block of a snapshot: what all sources of the scene sound like at the listener.
+//
+//     one-channel source ── reader ── filter ──> weights of its direction ──┐
+//     stereo source with angles ── reader ── filter ──> weights of sides ───┼──> spatial bus ──> listener
+//     gain other sources ── reader ── filter ──> bus of their arrangement ── encode matrix ──┘
+//     each of them ── filter of its send ──> slot's effect ──> a bus of these, or an output of its own
+//
+// The server builds one for each run and calls it once a block, on its own thread; nothing else may. A block
+// allocates nothing and locks nothing.
+
+#include <cstdint>
+#include <memory>
+
+#include "goal/dsp/filtergaintables.h"
+#include "goal/dsp/gainramp.h"
+#include "goal/render/arraybuses.h"
+#include "goal/render/blockrenderer.h"
+#include "goal/render/effectstage.h"
+#include "goal/render/mixbatch.h"
+#include "goal/render/sendstage.h"
+#include "goal/render/sourcegeometry.h"
+#include "goal/render/sourceradiustable.h"
+#include "goal/render/sourcereader.h"
+#include "numeric/bus.h"
+#include "numeric/floattuplevector.h"
+#include "orb3core/settings/configuration.h"
+
+namespace goal {
+
+class Renderer : public BlockRenderer {
+public:
+    /// `sampleRate` in Hz. Of the configuration the settings and the channel arrays are read, and copied.
+    /// `defaultFilterOrder` is 1 or 2. Throws slib::IntegrityFailureException for an order outside 1 to 4,
+    /// slib::BadDataException for an array that is missing, slib::OutOfMemoryException.
+    Renderer(double sampleRate, const orb3::Configuration& configuration, int defaultFilterOrder,
+             std::uint32_t blockFrames);
+    Renderer(const Renderer&) = delete;
+    Renderer& operator=(const Renderer&) = delete;
+
+    /// Fills `output`, whose spatial bus has (order+1)² channels of the block's frames. Moves the play
+    /// positions of the snapshot's sources on and stops those that run out of data.
+    void renderBlock(RenderSnapshot& snapshot, RenderOutput& output) override;
+
+private:
+    void StartBlock(const RenderSnapshot& snapshot, RenderOutput& output);
+    void RenderSources(RenderSnapshot& snapshot, RenderOutput& output);
+    void FinishBlock(const RenderSnapshot& snapshot, RenderOutput& output);
+
+    void RenderMonoSource(Source& source, SourceRendererState& state, const RenderSnapshot& snapshot,
+                          hcml::ac::Bus& spatial);
+    void RenderMultiChannelSource(Source& source, SourceRendererState& state, hcml::ac::Bus& spatial);
+    void AddMono(SourceRendererState& state, const SourceGeometry& geometry, float scale,
+                 hcml::ac::Bus& spatial);
+    void Rotate(const Source& source, int key, ArrayBus& bus) const;
+    void Pan(const Source& source, const ArrayBus& bus, hcml::ac::Bus& spatial);
+
+    const orb3::GoalConfig settings;
+    const double sampleRate;  // Hz
+    const std::uint32_t blockFrames;
+    const unsigned order;
+    const std::uint32_t spatialChannels;  // (order+1)²
+    const int defaultFilterOrder;
+
+    SourceReader reader;
+    SourceRadiusTable radiusTable;
+    std::unique_ptr<FilterGainTables> filterTables;
+    ArrayBuses arrays;
+    SendStage sends;
+    EffectStage effects;
+    MixBatch batch;
+    Basis listener;  // of the block in hand
+    GainRamp spatialGain;
+    GainRamp lowFrequencyGain;
+    GainRamp dialogueGain;
+};
+
+}  // namespace goal

@@ -1,0 +1,348 @@
+#include "goal/render/sourcereader.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <optional>
+
+#include "goal/dsp/samplerateconverter.h"
+#include "goal/sound/sampledecoder.h"
+#include "numeric/kernels/linearkernel.h"
+#include "slib/exception.h"
+
+namespace goal {
+namespace {
+
+constexpr std::uint32_t maxChannels = 8;
+constexpr std::uint32_t maxTaps = 16;
+constexpr std::uint32_t chunkFrames = 1024;  // raw frames decoded at once; a push of the converter fits
+constexpr std::uint64_t oneFrame = std::uint64_t{1} << 16;
+constexpr std::uint64_t fractionMask = oneFrame - 1;
+// Above this step the linear reader picks the two frames of each output, instead of decoding all between.
+constexpr std::uint64_t longestDenseStep = 8 * oneFrame;
+// Beyond any queue that could be, and so small that a position and a step add up in 64 bits.
+constexpr std::uint64_t farthest = std::uint64_t{1} << 62;
+
+bool IsSinc(orb3::SampleRateConversion quality) {
+    return quality > orb3::SampleRateConversion::Linear;
+}
+
+// Input frames per output frame; none where the source is to be silent. The first buffer's rate serves for
+// the whole queue.
+std::optional<double> RatioOf(const Source& source, ReadRate rate) {
+    if (source.queue.size == 0 || !(rate.pitch > 0)) return std::nullopt;
+    const double ratio = rate.pitch * static_cast<double>(source.queue.data[0]->frequency) / rate.output;
+    if (!(ratio >= 0)) return std::nullopt;
+    return ratio;
+}
+
+std::uint64_t StepOf(double ratio) {
+    const double step = ratio * static_cast<double>(oneFrame) + 0.5;
+    if (step >= static_cast<double>(farthest)) return farthest;
+    return std::max<std::uint64_t>(static_cast<std::uint64_t>(step), 1);
+}
+
+// How many of the positions `from`, `from` + step, ... lie below `end`, at most `limit`.
+std::uint32_t CountBelow(std::uint64_t from, std::uint64_t end, std::uint64_t step, std::uint32_t limit) {
+    if (from >= end) return 0;
+    return static_cast<std::uint32_t>(std::min<std::uint64_t>((end - from - 1) / step + 1, limit));
+}
+
+// Length of the whole queue as a position; beyond `farthest` the sum isn't finished.
+std::uint64_t LapOf(const BufferQueue& queue) {
+    std::uint64_t lap = 0;
+    for (std::uint32_t i = 0; i < queue.size && lap < farthest; ++i)
+        lap += std::uint64_t{queue.data[i]->frames} << 16;
+    return lap;
+}
+
+// Moves the play position of a source along its queue.
+class QueueWalk {
+public:
+    explicit QueueWalk(Source& source) : source(source) {}
+
+    // The buffer that holds the position, which comes to lie within it; null at the end of data, and for a
+    // loop without a frame. Calls `pass` for each buffer that is left behind.
+    template <typename Pass>
+    const Buffer* Current(Pass pass) {
+        for (;;) {
+            if (source.queueIndex >= source.queue.size && !Wrap()) return nullptr;
+            const Buffer& buffer = *source.queue.data[source.queueIndex];
+            const std::uint64_t end = std::uint64_t{buffer.frames} << 16;
+            if (source.position < end) return &buffer;
+            source.position -= end;
+            ++source.queueIndex;
+            pass(buffer);
+        }
+    }
+
+private:
+    // Back to the front of a loop. A position many laps ahead is brought down to the lap after this one: the
+    // walk then takes two laps at most, and passes the same buffers last.
+    bool Wrap() {
+        if (!source.looping) return false;
+        source.queueIndex = 0;
+        if (lap == 0) lap = LapOf(source.queue);
+        if (lap == 0) return false;
+        if (source.position >= 2 * lap) source.position = lap + source.position % lap;
+        return true;
+    }
+
+    Source& source;
+    std::uint64_t lap = 0;  // length of the queue, once a loop was closed
+};
+
+// out[k] = (65536 - f) * raw[i] + f * raw[i + 1], with i the whole and f the fraction, in 2^-16, of the
+// position `position` + k * `step`.
+void InterpolateRun(const float* raw, std::uint64_t position, std::uint64_t step, std::uint32_t count,
+                    float* out) {
+    hcml::InterpolateLinear(out, count, raw + 1, {position, step});
+}
+
+// As InterpolateRun, with the two values of output k at raw[2k] and raw[2k + 1].
+void InterpolatePairs(const float* raw, std::uint64_t position, std::uint64_t step, std::uint32_t count,
+                      float* out) {
+    for (std::size_t k = 0; k < count; ++k, position += step) {
+        const auto f = static_cast<std::int32_t>(position & fractionMask);
+        out[k] = static_cast<float>(65536 - f) * raw[2 * k] + static_cast<float>(f) * raw[2 * k + 1];
+    }
+}
+
+// One channel of interleaved frames: they themselves when there is no other, else a copy in `planar`.
+const float* ChannelOf(const float* frames, std::uint32_t channel, std::uint32_t channels,
+                       std::uint32_t count, float* planar) {
+    if (channels == 1) return frames;
+    for (std::uint32_t i = 0; i < count; ++i)
+        planar[i] = frames[std::size_t{i} * channels + channel];
+    return planar;
+}
+
+// The end of data.
+void Stop(Source& source) {
+    source.queueIndex = 0;
+    source.position = 0;
+    source.state = SourceState::Stopped;
+}
+
+std::uint32_t ChannelsOf(const ConverterState&) {
+    return 1;
+}
+
+std::uint32_t ChannelsOf(const MultiChannelConverterState& converter) {
+    return converter.channels;
+}
+
+// Adds interleaved frames to the ring, in one piece up to its end and one from its start.
+template <typename Converter>
+void Push(Converter& converter, const float* frames, std::uint32_t count) {
+    const std::size_t channels = ChannelsOf(converter);
+    while (count > 0) {
+        const std::uint32_t place = converter.writeIndex % converterRingFrames;
+        const std::uint32_t run = std::min(count, converterRingFrames - place);
+        std::copy_n(frames, run * channels, converter.ring.data + place * channels);
+        converter.writeIndex += run;
+        frames += run * channels;
+        count -= run;
+    }
+}
+
+void Produce(ConverterState& converter, float* const* targets, std::uint32_t offset, std::uint32_t count) {
+    produce(converter, targets[0] + offset, count);
+}
+
+void Produce(MultiChannelConverterState& converter, float* const* targets, std::uint32_t offset,
+             std::uint32_t count) {
+    produce(converter, targets, offset, count);
+}
+
+// Half a filter of silence behind the last frame: what is left in the filter comes out, at most `wanted`
+// frames, written from `first` on. Returns how many.
+template <typename Converter>
+std::uint32_t ProduceTail(Converter& converter, float* const* channels, std::uint32_t first,
+                          std::uint32_t wanted) {
+    static constexpr std::array<float, std::size_t{maxTaps} / 2 * maxChannels> silence{};
+    std::uint32_t toPush = 0, toProduce = 0;
+    planBlock(converter, converter.taps / 2, wanted, toPush, toProduce);
+    Push(converter, silence.data(), toPush);
+    Produce(converter, channels, first, toProduce);
+    return toProduce;
+}
+
+}  // namespace
+
+// The block to be filled.
+struct SourceReader::Target {
+    float* const* channels;
+    std::uint32_t channelCount;
+    std::uint32_t frames;
+
+    void ClearFrom(std::uint32_t frame) const {
+        for (std::uint32_t c = 0; c < channelCount; ++c)
+            std::fill(channels[c] + frame, channels[c] + frames, 0.0F);
+    }
+};
+
+// Outputs `first` to `first` + `count` - 1 of the block, whose positions all lie in one buffer.
+struct SourceReader::Stretch {
+    const Buffer& buffer;
+    std::uint64_t position;
+    std::uint64_t step;
+    std::uint32_t first;
+    std::uint32_t count;
+
+    // Takes the first `done` outputs off.
+    void Advance(std::uint32_t done) {
+        position += done * step;
+        first += done;
+        count -= done;
+    }
+};
+
+SourceReader::SourceReader(orb3::SampleRateConversion quality)
+    : quality(quality),
+      raw(hcml::AllocateAlignedFloats(std::uint64_t{chunkFrames} * maxChannels)),
+      planar(hcml::AllocateAlignedFloats(chunkFrames)) {
+    if (quality < orb3::SampleRateConversion::Off || quality > orb3::SampleRateConversion::SincHigh)
+        slib::ThrowUnreachable();
+}
+
+float SourceReader::ReadMono(Source& source, PreviousFrame& previousFrame, ConverterState& converter,
+                             ReadRate rate, float* target, std::uint32_t frames) {
+    const Target whole{&target, 1, frames};
+    return IsSinc(quality) ? ReadSinc(source, converter, rate, whole)
+                           : ReadStepped(source, previousFrame, rate, whole);
+}
+
+float SourceReader::ReadMultiChannel(Source& source, PreviousFrame& previousFrame,
+                                     MultiChannelConverterState& converter, ReadRate rate,
+                                     hcml::ac::Bus& target) {
+    const Target whole{target.channels, target.channelCount, target.frames};
+    if (!IsSinc(quality)) return ReadStepped(source, previousFrame, rate, whole);
+    converter.resize(target.channelCount);
+    return ReadSinc(source, converter, rate, whole);
+}
+
+// The nearest and the linear reader.
+float SourceReader::ReadStepped(Source& source, PreviousFrame& previousFrame, ReadRate rate,
+                                const Target& target) {
+    const bool isLinear = quality == orb3::SampleRateConversion::Linear;
+    const std::optional<double> ratio = RatioOf(source, rate);
+    if (!ratio) {
+        if (isLinear) previousFrame.fill(0);
+        target.ClearFrom(0);
+        return 0;
+    }
+    const std::uint64_t step = StepOf(*ratio);
+    const float scale = source.queue.data[0]->scale;
+    const auto pass = [&](const Buffer& passed) {
+        if (isLinear) CopyLastRawFrame(passed, previousFrame.data());
+    };
+    QueueWalk walk(source);
+    for (std::uint32_t done = 0; done < target.frames;) {
+        const Buffer* buffer = walk.Current(pass);
+        if (buffer == nullptr) {
+            target.ClearFrom(done);
+            if (source.looping) return 0;
+            Stop(source);
+            break;
+        }
+        if (buffer->channels != target.channelCount) slib::ThrowUnreachable();
+        const std::uint64_t end = std::uint64_t{buffer->frames} << 16;
+        const std::uint32_t count = CountBelow(source.position, end, step, target.frames - done);
+        const Stretch stretch{*buffer, source.position, step, done, count};
+        isLinear ? Interpolate(stretch, previousFrame, target) : TakeNearest(stretch, target);
+        source.position += count * step;
+        done += count;
+    }
+    return isLinear ? scale / static_cast<float>(oneFrame) : scale;
+}
+
+void SourceReader::TakeNearest(Stretch stretch, const Target& target) {
+    while (stretch.count > 0) {
+        const std::uint32_t count = std::min(stretch.count, chunkFrames);
+        PickRawFrames(stretch.buffer, {stretch.position, stretch.step, count, 1}, raw.get());
+        for (std::uint32_t c = 0; c < target.channelCount; ++c)
+            std::copy_n(ChannelOf(raw.get(), c, target.channelCount, count, planar.get()), count,
+                        target.channels[c] + stretch.first);
+        stretch.Advance(count);
+    }
+}
+
+// Output lies one input frame behind the position, between that frame and the one before.
+void SourceReader::Interpolate(Stretch stretch, const PreviousFrame& previousFrame, const Target& target) {
+    const std::uint32_t head = CountBelow(stretch.position, oneFrame, stretch.step, stretch.count);
+    if (head > 0) {
+        const float* firstFrame = RawFrames(stretch.buffer, 0, 1, raw.get());
+        for (std::uint32_t c = 0; c < target.channelCount; ++c) {
+            const std::array<float, 2> pair{previousFrame[c], firstFrame[c]};
+            InterpolateRun(pair.data(), stretch.position, stretch.step, head,
+                           target.channels[c] + stretch.first);
+        }
+        stretch.Advance(head);
+    }
+    const bool isDense = stretch.step <= longestDenseStep;
+    while (stretch.count > 0)
+        stretch.Advance(isDense ? InterpolateDense(stretch, target) : InterpolateSparse(stretch, target));
+}
+
+// From all frames that a part of the stretch passes over. Returns how many outputs that gave.
+std::uint32_t SourceReader::InterpolateDense(const Stretch& stretch, const Target& target) {
+    const std::uint64_t fraction = stretch.position & fractionMask;
+    const std::uint32_t count =
+        CountBelow(fraction, (chunkFrames - 1) * oneFrame, stretch.step, stretch.count);
+    const auto first = static_cast<std::uint32_t>((stretch.position >> 16) - 1);
+    const auto frames = static_cast<std::uint32_t>(((fraction + (count - 1) * stretch.step) >> 16) + 2);
+    const float* interleaved = RawFrames(stretch.buffer, first, frames, raw.get());
+    for (std::uint32_t c = 0; c < target.channelCount; ++c)
+        InterpolateRun(ChannelOf(interleaved, c, target.channelCount, frames, planar.get()), fraction,
+                       stretch.step, count, target.channels[c] + stretch.first);
+    return count;
+}
+
+// From two frames for each output. Returns how many outputs that gave.
+std::uint32_t SourceReader::InterpolateSparse(const Stretch& stretch, const Target& target) {
+    const std::uint32_t count = std::min(stretch.count, chunkFrames / 2);
+    PickRawFrames(stretch.buffer, {stretch.position, stretch.step, count, 2}, raw.get());
+    for (std::uint32_t c = 0; c < target.channelCount; ++c)
+        InterpolatePairs(ChannelOf(raw.get(), c, target.channelCount, 2 * count, planar.get()),
+                         stretch.position, stretch.step, count, target.channels[c] + stretch.first);
+    return count;
+}
+
+template <typename Converter>
+float SourceReader::ReadSinc(Source& source, Converter& converter, ReadRate rate, const Target& target) {
+    const std::optional<double> ratio = RatioOf(source, rate);
+    if (!ratio) {
+        reset(converter);
+        target.ClearFrom(0);
+        return 0;
+    }
+    setRatio(converter, *ratio);
+    const float scale = source.queue.data[0]->scale;
+    QueueWalk walk(source);
+    for (std::uint32_t done = 0; done < target.frames;) {
+        const Buffer* buffer = walk.Current([](const Buffer&) {});
+        if (buffer == nullptr) {
+            if (source.looping) {
+                target.ClearFrom(done);
+                return 0;
+            }
+            Stop(source);
+            done += ProduceTail(converter, target.channels, done, target.frames - done);
+            target.ClearFrom(done);
+            return scale;
+        }
+        if (buffer->channels != target.channelCount) slib::ThrowUnreachable();
+        const auto first = static_cast<std::uint32_t>(source.position >> 16);
+        std::uint32_t toPush = 0, toProduce = 0;
+        const std::uint32_t available = std::min(buffer->frames - first, chunkFrames);
+        planBlock(converter, available, target.frames - done, toPush, toProduce);
+        Push(converter, RawFrames(*buffer, first, toPush, raw.get()), toPush);
+        Produce(converter, target.channels, done, toProduce);
+        source.position = std::uint64_t{first + toPush} << 16;
+        done += toProduce;
+    }
+    return scale;
+}
+
+}  // namespace goal

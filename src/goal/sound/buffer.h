@@ -1,0 +1,63 @@
+#pragma once
+
+// Audio that an application handed over, kept in the format it came in. The buffer calls make buffers on
+// application threads; the render thread reads them through its queues without a lock, which is safe because
+// nothing but the two counts changes after construction.
+
+#include <atomic>
+#include <cstdint>
+
+#include "goal/sound/bufferformats.h"
+
+namespace goal {
+
+class Buffer {
+public:
+    const std::uint32_t name;     ///< its name in the pool
+    const std::int32_t formatId;  ///< the AL format token
+    const float frequency;        ///< sample rate in Hz
+    const std::uint8_t* const
+        data;                  ///< the samples, interleaved; not aligned when they are the application's
+    const std::uint32_t size;  ///< bytes
+    const bool ownsData;       ///< false: `data` is memory of the application
+
+    /// Places in the sources' queues of the application's states that refer to this buffer.
+    std::atomic<std::int32_t> useCount{0};
+    /// `useCount` as it stood when the server last took its snapshot. Guarded by the API mutex.
+    std::int32_t renderUseCount = 0;
+
+    const std::uint32_t frames;  ///< samples per channel
+    const std::uint32_t channels;
+    const std::int32_t arrangementKey;  ///< the channel arrangement; 0 for one channel
+    const float scale;                  ///< brings a raw sample to full scale 1
+
+    /// With `copyData` the buffer keeps its own copy of `size` bytes; without, it refers to `data`, which
+    /// must live as long. `data` may be null when `size` is 0. Bytes behind the last whole block are kept and
+    /// never played. Throws slib::OutOfMemoryException, and slib::BadParameterException for a format that
+    /// isn't in the table or for more than 2^32 - 1 frames.
+    Buffer(std::uint32_t name, std::int32_t formatId, float frequency, const void* data, std::uint32_t size,
+           bool copyData);
+    Buffer(const Buffer&) = delete;
+    Buffer& operator=(const Buffer&) = delete;
+    ~Buffer();
+
+private:
+    Buffer(const BufferFormat& format, std::uint32_t name, float frequency, const void* data,
+           std::uint32_t size, bool copyData);
+};
+
+/// True while the buffer's data may neither be replaced nor deleted: a queue of the application refers to it,
+/// or the render thread may still read memory that belongs to the application. Takes the API mutex to be
+/// held.
+bool InUse(const Buffer& buffer);
+
+/// The byte offset that is reported for a position in frames. For IMA4 the offset within one endless block.
+std::uint64_t FramesToBytes(const Buffer& buffer, std::uint64_t frames);
+
+/// The position in frames of a byte offset, cut to a whole frame; the inverse of FramesToBytes.
+std::uint64_t BytesToFrames(const Buffer& buffer, std::uint64_t bytes);
+
+/// What AL_BITS reports: 8 or 16 for integer PCM, 0 for all else.
+std::int32_t BitsOf(const Buffer& buffer);
+
+}  // namespace goal

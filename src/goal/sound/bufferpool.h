@@ -1,0 +1,60 @@
+#pragma once
+
+// The buffers of the device and their names. Application threads use it under the API mutex; the render
+// thread calls MarkUsage with that mutex held and nothing else.
+
+#include <cstdint>
+#include <memory>
+#include <span>
+
+#include "goal/sound/buffer.h"
+#include "numeric/genericvector.h"
+
+namespace goal {
+
+/// A name is a slot's index plus 1. Slots never go away, so a name that was given stays the same number for
+/// ever.
+class BufferPool {
+public:
+    struct BufferSlot {
+        Buffer* buffer = nullptr;  ///< owned; null while the name has no data
+        bool deleted = false;      ///< free for a new name
+    };
+
+    using BufferList = hcml::GenericVector<Buffer*, 1>;
+
+    hcml::GenericVector<BufferSlot, 1> slots;
+
+    BufferPool() = default;
+    BufferPool(const BufferPool&) = delete;
+    BufferPool& operator=(const BufferPool&) = delete;
+    /// Frees every buffer.
+    ~BufferPool();
+
+    /// Frees every buffer and forgets every name.
+    void Clear();
+
+    /// A name without data: that of the lowest free slot, else of a new one. Throws
+    /// slib::OutOfMemoryException.
+    std::uint32_t Add();
+
+    bool IsValid(std::uint32_t name) const;
+
+    /// Gives a valid name new data. The old buffer, which must not be in use, moves to `deletedBuffers`,
+    /// whose owner frees it when the render thread has let go of it; with null it is freed at once. Throws
+    /// slib::OutOfMemoryException and then changes nothing.
+    void Replace(std::unique_ptr<Buffer> buffer, BufferList* deletedBuffers);
+
+    /// Deletes valid names whose buffers aren't in use; a name may stand here more than once. The buffers go
+    /// the way told at Replace. Throws slib::OutOfMemoryException and then changes nothing.
+    void Delete(std::span<const std::uint32_t> names, BufferList* deletedBuffers);
+
+    /// Notes for every buffer how often the application's queues refer to it, as the coming snapshot will see
+    /// it.
+    void MarkUsage();
+
+private:
+    std::uint32_t lowestFree = 0;  // no slot below this index is free
+};
+
+}  // namespace goal

@@ -1,0 +1,67 @@
+#pragma once
+
+// What the sample rate converter keeps about one source: where it stands, the filter in use, and a ring of
+// the most recent input. One-channel sources use ConverterState, all others MultiChannelConverterState. Plain
+// data on the server's thread, moved by the operations of goal/dsp/samplerateconverter.h. A state
+// without a ring costs a few bytes, so that sources of a renderer without the converter carry no ring about.
+//
+//     ring:   ... | taps frames under the filter | pushed, not yet reached | free ...
+//                  ^ readPosition (13.19)                                   ^ writeIndex
+
+#include <cstdint>
+
+#include "numeric/floattuplevector.h"
+
+namespace goal {
+
+/// Length of every ring in frames, a power of two.
+inline constexpr std::uint32_t converterRingFrames = 1024;
+
+/// Bits of fraction in `readPosition` and `step`.
+inline constexpr std::uint32_t converterFractionBits = 19;
+
+/// All but the ring. The first group is a copy of the table's shape, which doesn't change from block to
+/// block.
+struct ConverterCursor {
+    const float* coefficients = nullptr;  ///< start of the table; owned by the SampleRateConverter
+    std::uint32_t tapsLog2 = 0;
+    std::uint32_t phasesLog2 = 0;
+    std::uint32_t filterCount = 0;
+    std::uint32_t phaseShift = 0;   ///< brings the top of the fraction down to the phase
+    std::uint32_t phaseMask = 0;    ///< phases - 1
+    std::uint32_t taps = 0;         ///< length of the filter in frames: 4, 8 or 16
+    std::uint32_t preRoll = 0;      ///< frames of silence before the first one: taps / 2 - 1
+    float ratioScale = 0;           ///< filters per unit of ln(ratio)
+    std::uint32_t filterShift = 0;  ///< log2 of the floats of one filter
+
+    std::uint32_t writeIndex = 0;    ///< frames pushed, silence of the start included
+    std::uint32_t readPosition = 0;  ///< start of the filter's window in frames, 13.19 fixed point
+    std::uint32_t step = 0;          ///< input frames per output frame, 13.19 fixed point, at least 1
+    const float* filter = nullptr;   ///< the filter in use, within the table
+};
+
+/// Of a source of one channel.
+struct ConverterState : ConverterCursor {
+    hcml::FloatTupleVector ring;  ///< 1024 samples, or none before `initialise`
+};
+
+/// Of a source of several channels.
+struct MultiChannelConverterState : ConverterCursor {
+    std::uint32_t channels = 2;
+    hcml::FloatTupleVector ring;  ///< 1024 frames of `channels` samples, interleaved; or none, as above
+
+    /// Another count brings a ring of that shape and the state of a source that starts; the same count keeps
+    /// everything and allocates nothing. Throws slib::OutOfMemoryException and then changes nothing.
+    void resize(std::uint32_t newChannels);
+};
+
+/// Silence in the ring and the positions of a source that starts; the ratio stays.
+void reset(ConverterState& state);
+void reset(MultiChannelConverterState& state);
+
+/// Makes `state` that of a source that starts on the converter whose cursor starts as `start`: gives it a
+/// ring where it has none. Throws slib::OutOfMemoryException.
+void initialise(ConverterState& state, const ConverterCursor& start);
+void initialise(MultiChannelConverterState& state, const ConverterCursor& start);
+
+}  // namespace goal

@@ -1,0 +1,206 @@
+#pragma once
+
+// What a game sets, on its way to the renderer and back. A context holds three copies of the engine's
+// parameters:
+//
+//     al* calls ──> application state ──CopyToSnapshot──> snapshot ──> renderer
+//                         ▲     ▲                             │
+//              EndSuspend │     └───────MergeProgress─────────┘  (positions, and the stop at the end of data)
+//                  suspended state <── al* calls between alcSuspendContext and alcProcessContext
+//
+// The server runs CopyToSnapshot before and MergeProgress after each block; both cost next to nothing for
+// what didn't change. The records are plain data: locks and the choice of the record are the callers' (see
+// context.h).
+
+#include <array>
+#include <cstdint>
+#include <limits>
+#include <vector>
+
+#include "goal/sound/buffer.h"
+#include "goal/state/basis.h"
+#include "goal/state/converterstate.h"
+#include "goal/state/effectprocessorparameters.h"
+#include "goal/state/filterstate.h"
+#include "goal/state/indexset.h"
+#include "numeric/genericvector.h"
+#include "slib/smartptr.h"
+
+namespace slib {
+
+/// A T, and whether it changed since it was last copied.
+template <typename T>
+struct WithDirtyTag : T {
+    bool dirty = false;
+};
+
+}  // namespace slib
+
+namespace goal {
+
+using EffectParametersPtr = slib::SmartPtr<EffectProcessorParameters, slib::Counter>;
+using BufferQueue = hcml::GenericVector<Buffer*, 1>;
+
+inline constexpr float pi = 3.14159265F;
+
+/// The head of all three records, copied as one block.
+struct GlobalParameters {
+    float dopplerFactor = 1;
+    float dopplerVelocity = 1;
+    float speedOfSound = 343.3F;          ///< units per second
+    std::int32_t distanceModel = 0xD002;  ///< AL_INVERSE_DISTANCE_CLAMPED
+    float listenerGain = 1;               ///< linear
+    Vector3 listenerPosition{};
+    Vector3 listenerVelocity{};
+    Vector3 listenerAt{0, 0, -1};
+    Vector3 listenerUp{0, 1, 0};
+    float metersPerUnit = 1;
+};
+
+struct FilterParametersWithDeletedFlag : FilterParameters {
+    bool deleted = false;
+};
+
+/// All that a game sets about a source and the renderer only reads.
+struct SourceBaseParameters {
+    /// One auxiliary send: names as the game gave them, and a copy of the filter as it was then.
+    struct AuxSend {
+        std::uint32_t slotName = 0;
+        std::uint32_t filterName = 0;
+        FilterParameters filter;
+    };
+
+    float gain = 1;
+    float minGain = 0;
+    float maxGain = 1;
+    float referenceDistance = 1;
+    float maxDistance = std::numeric_limits<float>::max();
+    float pitch = 1;
+    float rolloffFactor = 1;
+    float coneInnerHalfAngle = pi;  ///< radians
+    float coneOuterHalfAngle = pi;  ///< radians
+    float coneOuterGain = 0;
+    Vector3 position{};
+    Vector3 velocity{};
+    Vector3 direction{};
+    bool looping = false;
+    bool relative = false;
+    std::array<float, 2> stereoAngles{std::numeric_limits<float>::quiet_NaN(),
+                                      std::numeric_limits<float>::quiet_NaN()};  ///< radians, left and right
+    bool hasStereoAngles = false;                                                ///< both angles are finite
+    float radius = 0;
+    Vector3 orientationAt{0, 0, -1};
+    Vector3 orientationUp{0, 1, 0};
+    hcml::GenericVector<AuxSend, 1> sends;
+    std::uint32_t directFilterName = 0;
+    FilterParameters directFilter;
+    float airAbsorptionFactor = 0;
+    float roomRolloffFactor = 0;
+    float coneOuterGainHF = 1;
+    bool directFilterGainHFAuto = true;
+    bool auxSendFilterGainAuto = true;
+    bool auxSendFilterGainHFAuto = true;
+};
+
+/// AL_SOURCE_STATE and AL_SOURCE_TYPE, by their published values.
+enum class SourceState : std::int32_t {
+    Initial = 0x1011,
+    Playing = 0x1012,
+    Paused = 0x1013,
+    Stopped = 0x1014
+};
+enum class SourceType : std::int32_t { Static = 0x1028, Streaming = 0x1029, Undetermined = 0x1030 };
+
+/// One source. The flags say what changed since the last copy to the snapshot.
+struct Source : SourceBaseParameters {
+    bool parametersDirty = true;      ///< something of the base
+    std::uint32_t unqueuedCount = 0;  ///< buffers that left the front of the queue
+    BufferQueue queue;                ///< front first; not owned
+    bool queueDirty = true;           ///< `queue`
+    std::uint64_t position = 0;       ///< frame in the current buffer, 48.16 fixed point
+    std::uint32_t queueIndex = 0;     ///< the current buffer, and so the count of those played through
+    SourceType sourceType = SourceType::Undetermined;
+    SourceState state = SourceState::Initial;
+    bool stateChanged = true;  ///< the game changed one of the four above; the renderer's word is void
+    bool deleted = false;
+};
+
+/// One auxiliary effect slot. Each record has its own copy of the effect's parameters.
+struct AuxSlotParameters {
+    EffectParametersPtr effect;  ///< null for no effect
+    float gain = 1;              ///< linear
+    bool auxiliarySendAuto = true;
+    bool deleted = false;
+};
+
+/// An effect object of the game. It reaches a slot when it is bound to it, by copy.
+struct EffectParameters {
+    EffectParametersPtr parameters;  ///< null for AL_EFFECT_NULL
+    bool deleted = false;
+};
+
+/// What the renderer keeps about a source from block to block.
+struct SourceRendererState {
+    SourceFilterState direct;
+    hcml::GenericVector<SourceFilterState, 0> sends;  ///< as many as the source has
+    ConverterState converter;                         ///< of one-channel sources, for the sinc qualities
+    MultiChannelConverterState multiChannelConverter;
+    std::array<float, 8> previousFrame{};  ///< of the linear reader
+
+    /// Clean memory on every path, as for a source that begins to play.
+    void Reset();
+
+    /// The same, for a run on the converter whose cursor starts as `converterStart`, which outlives it; null
+    /// for the qualities that have none. Throws slib::OutOfMemoryException.
+    void Prepare(const ConverterCursor* converterStart);
+};
+
+/// What the server renders from. Only the server's thread touches it.
+struct RenderSnapshot : GlobalParameters {
+    hcml::GenericVector<Source, 0> sources;
+    hcml::GenericVector<AuxSlotParameters, 0> slots;
+    hcml::GenericVector<Buffer*, 1> deletedBuffers;  ///< owned; the server frees them after the copy
+    hcml::GenericVector<SourceRendererState, 0> sourceStates;  ///< one for each of `sources`
+    IndexSet playing;  ///< the sources that were AL_PLAYING at the copy: all that a block can move
+};
+
+/// What al* calls write while the context is suspended.
+struct SuspendedState : GlobalParameters {
+    hcml::GenericVector<Source, 0> sources;
+    hcml::GenericVector<slib::WithDirtyTag<AuxSlotParameters>, 0> slots;
+    hcml::GenericVector<Buffer*, 1> deletedBuffers;  ///< owned
+    IndexSet touched;  ///< the sources of which a flag, `state` or `deleted` changed
+};
+
+/// What al* calls write and read. Names are indices plus 1; tables never shrink.
+struct ApplicationState : SuspendedState {
+    hcml::GenericVector<EffectParameters, 0> effects;
+    hcml::GenericVector<FilterParametersWithDeletedFlag, 1> filters;
+};
+
+/// Brings the snapshot up to date with what the game changed. Costs a comparison for 64 sources of which none
+/// was touched. New sources are prepared for `converterStart`. The server, with stateMutex held; throws
+/// slib::OutOfMemoryException.
+void CopyToSnapshot(RenderSnapshot& snapshot, ApplicationState& application,
+                    const ConverterCursor* converterStart = nullptr);
+
+/// Brings back what the block moved: positions, current buffers and stops. Where the game has spoken since
+/// the copy, the game wins. The server, with stateMutex held.
+void MergeProgress(RenderSnapshot& snapshot, ApplicationState& application);
+
+/// Copies the application state to the suspended one, whose sources then follow the renderer until the game
+/// changes them. With stateMutex held; throws slib::OutOfMemoryException.
+void BeginSuspend(SuspendedState& suspended, const ApplicationState& application);
+
+/// Merges what the game changed in the suspended state into the application state. With stateMutex held;
+/// throws slib::OutOfMemoryException, and may then be called again.
+void EndSuspend(SuspendedState& suspended, ApplicationState& application);
+
+/// Copies `position`, `queueIndex`, `sourceType` and `state`.
+void CopyPlayState(Source& target, const Source& source);
+
+/// Gives `target` the parameters of `source`, as an object of its own: none for none, in place for the same
+/// type, else a new copy. Throws slib::OutOfMemoryException.
+void AssignEffect(EffectParametersPtr& target, const EffectParametersPtr& source);
+
+}  // namespace goal

@@ -1,0 +1,50 @@
+#include "orb3core/decoder/delayline.h"
+
+#include <bit>
+
+namespace orb3 {
+namespace {
+
+// `input` gives the sample of a frame; `column` is the channel's first sample, its frames `stride` apart.
+template <typename Input>
+void Run(DelayLine& line, const Input& input, float* column, std::uint32_t frames, std::uint32_t stride) {
+    float* const ring = line.ring.data;
+    const std::uint32_t mask = line.ring.size - 1;
+    const std::uint32_t delay = line.delay;
+    std::uint32_t readIndex = line.readIndex;
+    for (std::uint32_t frame = 0; frame < frames; ++frame) {
+        ring[(readIndex + delay) & mask] = input(frame);
+        column[std::size_t{frame} * stride] += ring[readIndex & mask];
+        ++readIndex;
+    }
+    line.readIndex = readIndex & mask;
+}
+
+}  // namespace
+
+DelayLine::DelayLine(std::uint32_t delay) : ring(std::uint32_t{1} << std::bit_width(delay)), delay(delay) {
+    ring.fill(0);
+}
+
+void ClearUsed(DelayLines& lines) {
+    for (auto& [channel, line] : lines)
+        line.used = false;
+}
+
+void MixFeed(DelayLines& lines, std::uint32_t delay, std::uint32_t channel, const float* samples,
+             hcml::GenericMatrix<float, 1>& output) {
+    DelayLine& line = lines.try_emplace(channel, delay).first->second;
+    Run(
+        line, [samples](std::uint32_t frame) { return samples[frame]; }, output.data + channel, output.rows,
+        output.columns);
+    line.used = true;
+}
+
+void DrainUnused(DelayLines& lines, hcml::GenericMatrix<float, 1>& output) {
+    for (auto& [channel, line] : lines)
+        if (!line.used)
+            Run(
+                line, [](std::uint32_t) { return 0.0F; }, output.data + channel, output.rows, output.columns);
+}
+
+}  // namespace orb3

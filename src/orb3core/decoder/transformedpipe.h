@@ -1,0 +1,94 @@
+#pragma once
+
+// The decoder as the server sees it: a sink for blocks of the spatial bus.
+//
+//     bus -> transformer -> + feeds (delay lines) -> limiter -> peak -> pipe
+//
+// One thread, the caller, writes; reportPeak may run on another. writeBus waits until the output has room,
+// and so gives the whole chain its pace. A steady block allocates nothing; only the first block of a feed
+// does.
+
+#include <cstdint>
+#include <memory>
+#include <span>
+
+#include "numeric/bus.h"
+#include "numeric/genericmatrix.h"
+#include "orb3core/decoder/directfeed.h"
+#include "orb3core/decoder/limiter.h"
+#include "orb3core/decoder/partitionedtransformer.h"
+#include "orb3core/transform/timedomaintransform.h"
+#include "pipe/pipe.h"
+#include "slib/log.h"
+#include "slib/mutex.h"
+
+namespace orb3 {
+
+class TransformedPipeUPT {
+public:
+    virtual ~TransformedPipeUPT() = default;
+    TransformedPipeUPT(const TransformedPipeUPT&) = delete;
+    TransformedPipeUPT& operator=(const TransformedPipeUPT&) = delete;
+
+    /// Writes one block: a bus of `blockFrames` frames with a channel for each input of the transform, and
+    /// feeds of as many frames, whose gains are linear. Feeds of one channel are added up. Throws
+    /// slib::BadParameterException for another shape or a feed of no output channel, and then has written
+    /// nothing, and what the pipe threw (see the two forms).
+    virtual void writeBus(const hcml::ac::Bus& bus, std::span<const DirectFeed> feeds) = 0;
+
+    /// The same for a block of `blockFrames` rows and a column for each input of the transform.
+    virtual void writeInterleaved(const hcml::GenericMatrix<float, 1>& block,
+                                  std::span<const DirectFeed> feeds) = 0;
+
+    /// Writes as many blocks of silence as bring out the transform's tail. Allocates.
+    virtual void flush();
+
+    /// Writes a line about the greatest sample so far, before limiting, to `log`; nothing after silence.
+    void reportPeak(slib::Log* log);
+
+protected:
+    /// Sets the transformer up and writes a line about it to `log`, which is borrowed. Throws
+    /// slib::BadParameterException for a pipe without blocks or rate, and what the transformer throws.
+    TransformedPipeUPT(const strans::TimeDomainTransform<float, 1>& transform, slib::Log* log,
+                       audiopipe::PipePtr pipe, bool isParallel);
+
+    void CheckBlock(std::uint32_t frames, std::uint32_t channels, std::span<const DirectFeed> feeds) const;
+    /// Limits `output` (blockFrames by output channels), notes its peak and passes it to the pipe.
+    void LimitAndWrite(hcml::GenericMatrix<float, 1>& output);
+    /// Stops the pipe on the way to the end: a failure is a line in the log.
+    void StopPipe() noexcept;
+
+    audiopipe::PipePtr pipe;
+    const std::uint32_t pipeFrames;  // of the pipe's block
+    const bool isParallel;
+    slib::Log* const log;
+    UnbufferedPartitionedTransformer_v4 transformer;
+    std::uint32_t pipeBlocksPerBlock = 1;
+
+public:
+    std::uint32_t blockFrames = 0;  ///< of the caller's block, a multiple of the pipe's
+
+    /// Frames by which the output lags what is written: the responses' lead, and in a thread of its own a
+    /// block.
+    std::uint32_t LatencyFrames() const { return transformer.startLatency + (isParallel ? blockFrames : 0); }
+
+protected:
+    Limiter limiter;
+
+private:
+    void Configure(const strans::TimeDomainTransform<float, 1>& transform);
+    void LogSetUp(bool isFrequencyDomain) const;
+    void NotePeak(float blockPeak);
+
+    slib::Mutex peakMutex;  // guards `peak`
+    float peak = 0;
+};
+
+/// The decoder that runs `transform`, which is read and not kept, and writes to `pipe`: in the caller's
+/// thread, or in one of its own when `useParallel` is set. `log` is borrowed and outlives the decoder. Throws
+/// slib::OutOfMemoryException, and what the pipe and the transformer throw.
+std::unique_ptr<TransformedPipeUPT> createTransformedPipe(
+    const strans::TimeDomainTransform<float, 1>& transform, slib::Log* log, const audiopipe::PipePtr& pipe,
+    bool useParallel);
+
+}  // namespace orb3

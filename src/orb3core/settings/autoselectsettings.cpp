@@ -1,0 +1,69 @@
+#include "orb3core/settings/autoselectsettings.h"
+
+#include <array>
+#include <limits>
+#include <string>
+
+#include "numeric/performancerating.h"
+#include "platform/processorcount.h"
+
+namespace orb3 {
+namespace {
+
+struct EffectsTier {
+    bool useDirectionalEarlyReflections;
+    bool useFullLateReflections;
+    bool onlyOneReverb;
+    SampleRateConversion sampleRateConversion;
+};
+
+constexpr EffectsTier least{false, false, true, SampleRateConversion::Linear};
+constexpr EffectsTier low{false, true, false, SampleRateConversion::Linear};
+constexpr EffectsTier middle{true, true, false, SampleRateConversion::SincLow};
+constexpr EffectsTier most{true, true, false, SampleRateConversion::SincMedium};
+
+struct Row {
+    double bound;  // of the power, which lies below it
+    const EffectsTier& effects;
+    int order;
+    int bufferCount;
+};
+
+constexpr std::array<Row, 7> rows{{
+    {1.2, least, 1, 7},
+    {1.5, low, 1, 7},
+    {2.4, low, 2, 3},
+    {3.4, middle, 2, 3},
+    {4.2, middle, 3, 3},
+    {4.7, middle, 4, 3},
+    {std::numeric_limits<double>::infinity(), most, 4, 3},
+}};
+
+const Row& RowOf(double power) {
+    for (const Row& row : rows)
+        if (power < row.bound) return row;
+    return rows.back();
+}
+
+}  // namespace
+
+void SelectSettings(GoalConfig& goalConfig, unsigned processors, double rating, slib::Log* log) {
+    log->Write("Autoselecting game settings using performance rating " + std::to_string(processors) + "@" +
+                   std::to_string(static_cast<long long>(rating * 100 + 0.5)) + ".",
+               false);
+    const Row& row = RowOf(processors * rating);
+    goalConfig = GoalConfig();
+    goalConfig.order = row.order;
+    goalConfig.useDirectionalEarlyReflections = row.effects.useDirectionalEarlyReflections;
+    goalConfig.useFullLateReflections = row.effects.useFullLateReflections;
+    goalConfig.onlyOneReverb = row.effects.onlyOneReverb;
+    goalConfig.sampleRateConversion = row.effects.sampleRateConversion;
+    goalConfig.suggestedBufferLength = 256;
+    goalConfig.suggestedBufferCount = row.bufferCount;
+}
+
+void AutoselectSettings(GoalConfig& goalConfig, slib::Log* log) {
+    SelectSettings(goalConfig, platform::ProcessorCount(), hcml::performance::MeasurePower(), log);
+}
+
+}  // namespace orb3

@@ -1,0 +1,19 @@
+#pragma once
+
+// The choice of settings that the machine can carry, for a start without a stored configuration.
+
+#include "orb3core/settings/goalconfig.h"
+#include "slib/log.h"
+
+namespace orb3 {
+
+/// Fills `goalConfig` with the defaults and what `processors` of that rating
+/// (hcml::performance::MeasurePower) carry together, and tells the rating in `log` as an informational line.
+/// No power is too small or too great.
+void SelectSettings(GoalConfig& goalConfig, unsigned processors, double rating, slib::Log* log);
+
+/// Measures the machine, which takes a second, and selects settings by it. Throws what slib::Thread::Start
+/// throws.
+void AutoselectSettings(GoalConfig& goalConfig, slib::Log* log);
+
+}  // namespace orb3

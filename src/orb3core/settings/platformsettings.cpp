@@ -1,0 +1,52 @@
+#include "orb3core/settings/platformsettings.h"
+
+#include <string>
+
+#include "orb3core/store/configstore.h"
+#include "slib/exception.h"
+
+namespace orb3 {
+namespace {
+
+using platform::PlatformSettings;
+using Output = PlatformSettings::Output;
+
+Output ReadOutput(const std::string& text, const std::string& waveFile, slib::Log& log) {
+    if (text.empty() || text == "Auto") return Output::Auto;
+    if (text == "Silent") return Output::Silent;
+    if (text != "WaveFile")
+        log.Write("The setting '/Platform/Output' is '" + text +
+                      "', which is none of 'Auto', 'Silent' and 'WaveFile'.",
+                  true);
+    else if (waveFile.empty())
+        log.Write("The sound can't be written to a file, since the setting '/Platform/WaveFile' names none.",
+                  true);
+    else
+        return Output::WaveFile;
+    return Output::Auto;
+}
+
+std::optional<slib::StandardFormat> ReadSpeakerSetting(const std::string& text, slib::Log& log) {
+    if (text.empty()) return std::nullopt;
+    try {
+        const slib::StandardFormat format = slib::ParseStandardFormat(text);
+        if (format != slib::StandardFormat::Unknown) return format;
+    } catch (const slib::BadDataException&) {
+    }
+    log.Write("The setting '/Platform/SpeakerSetting' is '" + text + "', which is no layout of speakers.",
+              true);
+    return std::nullopt;
+}
+
+}  // namespace
+
+PlatformSettings ReadPlatformSettings(slib::Log& log) {
+    const ConfigStore store(storeRoot, ConfigStore::Scope::User);
+    PlatformSettings settings;
+    settings.waveFile = store.Read("/Platform/WaveFile", "");
+    settings.output = ReadOutput(store.Read("/Platform/Output", ""), settings.waveFile, log);
+    settings.speakerSetting = ReadSpeakerSetting(store.Read("/Platform/SpeakerSetting", ""), log);
+    return settings;
+}
+
+}  // namespace orb3

@@ -1,0 +1,58 @@
+#pragma once
+
+// The one configuration of the process, which the game's threads, the server and the watch on the store
+// share.
+
+#include <functional>
+
+#include "orb3core/settings/autoselectsettings.h"
+#include "orb3core/settings/configuration.h"
+#include "slib/log.h"
+#include "slib/mutex.h"
+
+namespace orb3 {
+
+/// Everything public is guarded by configurationMutex. Lock order: configurationMutex, then the log's mutex,
+/// then the store's; nothing above configurationMutex is taken while it is held.
+class SharedConfiguration {
+public:
+    /// Chooses the settings of a start without a usable stored document.
+    using Autoselect = std::function<void(GoalConfig& goalConfig, slib::Log* log)>;
+
+    /// `log` is borrowed and outlives this object. Nothing is loaded yet.
+    explicit SharedConfiguration(slib::Log* log, Autoselect autoselect = AutoselectSettings);
+
+    slib::Mutex configurationMutex;
+    Configuration configuration;
+    bool isConfigurationLoaded = false;
+    Configuration pendingConfiguration;  ///< what a restart runs on; set together with isRestartRequested
+    bool isRestartRequested = false;
+
+    /// Fills `configuration` from the store. Without a stored document it gets the defaults and the settings
+    /// that were chosen for the machine, which takes a second; a document that can't be used costs one line
+    /// in the log besides. Nothing is written back. The caller holds configurationMutex.
+    void LoadConfiguration();
+
+    /// Takes `newConfiguration` as the one in force and stores its document. Takes configurationMutex itself.
+    void StoreConfiguration(const Configuration& newConfiguration);
+
+    /// Gives back the memory of both configurations; the next reader loads afresh. The caller holds
+    /// configurationMutex.
+    void Unload();
+
+    /// What `read` makes of the configuration, which is loaded first if need be. Takes configurationMutex.
+    template <typename Reader>
+    auto Read(const Reader& read) {
+        const slib::Lock lock(configurationMutex);
+        if (!isConfigurationLoaded) LoadConfiguration();
+        return read(static_cast<const Configuration&>(configuration));
+    }
+
+private:
+    void TakeDefaults();
+
+    slib::Log* log;
+    const Autoselect autoselect;
+};
+
+}  // namespace orb3

@@ -1,0 +1,174 @@
+#include "goal/dsp/samplerateconverter.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <complex>
+#include <limits>
+#include <numbers>
+#include <numeric>
+#include <random>
+#include <vector>
+
+#include "slib/exception.h"
+#include "tests/support/signals.h"
+
+namespace goal {
+namespace {
+
+TEST(SincHighTable, TellingRows_AreMetTo0003) {
+    const struct {
+        std::uint32_t filter, phase;
+        testing_support::Signal taps4To10;
+        double sum;
+    } rows[] = {{0, 0, {0.00061F, -0.00069F, 0.00065F, 0.99954F, 0.00066F, -0.00069F, 0.00060F}, 1.000107},
+                {0, 32, {-0.07393F, 0.11885F, -0.21095F, 0.64324F, 0.64023F, -0.20800F, 0.11605F}, 1.003363},
+                {10, 0, {0.04237F, -0.14501F, 0.23778F, 0.73221F, 0.23879F, -0.14573F, 0.04413F}, 1.002451},
+                {32, 0, {-0.01748F, 0.11503F, 0.27883F, 0.36487F, 0.28000F, 0.11490F, -0.01910F}, 1.007727},
+                {63, 0, {0.08476F, 0.10795F, 0.12530F, 0.13429F, 0.12531F, 0.10797F, 0.08478F}, 1.014392}};
+    const SampleRateConverter converter(4);
+    for (const auto& expected : rows) {
+        const float* row = converter.coefficients + (expected.filter * 64 + expected.phase) * 16;
+        EXPECT_THAT(std::vector(row + 4, row + 11), testing_support::IsNear(0.003F, expected.taps4To10));
+        EXPECT_NEAR(std::accumulate(row, row + 16, 0.0), expected.sum, 0.003);
+    }
+}
+
+struct Shape {
+    std::int32_t quality;
+    std::uint32_t taps, filters;
+    double snr1kHz, snr10kHz;  // dB that 44.1 to 48 kHz reaches at least
+};
+
+class EveryQuality : public testing::TestWithParam<Shape> {
+protected:
+    const Shape shape = GetParam();
+    const SampleRateConverter converter{shape.quality};
+    const float* Row(std::uint32_t filter, std::uint32_t phase) const {
+        return converter.coefficients + (filter * 64 + phase) * shape.taps;
+    }
+};
+
+TEST_P(EveryQuality, Rows_SumToALittleOverOneAndMirrorAboutTheMiddlePhase) {
+    ASSERT_EQ(converter.filterCount, shape.filters);
+    for (std::uint32_t filter = 0; filter < shape.filters; ++filter)
+        for (std::uint32_t phase = 0; phase < 64; ++phase) {
+            const float* row = Row(filter, phase);
+            const double sum = std::accumulate(row, row + shape.taps, 0.0);
+            EXPECT_TRUE(sum > 1 && sum < 1.015) << filter << ", " << phase << ": " << sum;
+            for (std::uint32_t tap = 0; phase > 0 && tap < shape.taps; ++tap)
+                ASSERT_NEAR(row[tap], Row(filter, 64 - phase)[shape.taps - 1 - tap], 1e-7);
+        }
+}
+
+// Random plans, against the filter run over the whole history of the input with positions that never wrap;
+// and a second channel in a ring of frames beside it.
+TEST_P(EveryQuality, RandomPlans_NeverTouchWhatIsNotThereAndGiveTheFilteredInput) {
+    ConverterState state;
+    MultiChannelConverterState frames;
+    initialise(state, converter.start);
+    initialise(frames, converter.start);
+    frames.resize(3);
+    std::mt19937 random(static_cast<unsigned>(shape.quality));
+    const auto below = [&](std::uint32_t end) { return static_cast<std::uint32_t>(random()) % end; };
+    std::vector<float> history(state.preRoll);
+    std::uint64_t position = 0;
+    for (int round = 0; round < 3000; ++round) {
+        if (below(4) == 0) setRatio(state, std::exp(std::uniform_real_distribution<>(-3, 6.5)(random)));
+        const std::array stretches{0U, 1U, below(40), below(1024), 1024 + below(600), 0xFFFFFFFF};
+        const std::uint32_t available = stretches[below(6)];
+        const std::uint32_t wanted = 1 + below(1024);
+        std::uint32_t toPush = 0;
+        std::uint32_t toProduce = 0;
+        planBlock(state, available, wanted, toPush, toProduce);
+        ASSERT_LE(toPush, available);
+        ASSERT_LE(toProduce, wanted);
+        ASSERT_TRUE(available == 0 || toPush + toProduce > 0);
+        static_cast<ConverterCursor&>(frames) = state;
+        for (std::uint32_t i = 0; i < toPush; ++i) {
+            history.push_back(std::uniform_real_distribution<float>(-1, 1)(random));
+            push(state, history.back());
+            push(frames, std::array{0.0F, history.back(), 0.0F}.data());
+        }
+        std::vector<float> outputs(4 * std::size_t{toProduce});
+        const std::array<float*, 3> targets{outputs.data(), outputs.data() + toProduce, outputs.data()};
+        produce(frames, targets.data(), toProduce, toProduce);
+        for (std::uint32_t i = 0; i < toProduce; ++i, position += state.step) {
+            const float output = produce(state);
+            ASSERT_EQ(output, targets[1][toProduce + i]);
+            const std::uint64_t start = position >> 19;
+            ASSERT_LE(start + shape.taps, history.size());
+            const float* row = state.filter + (position >> 13 & 63) * shape.taps;
+            ASSERT_NEAR(output, std::inner_product(row, row + shape.taps, &history[start], 0.0), 1e-6);
+        }
+        ASSERT_LT(state.writeIndex, 4096U);
+    }
+    EXPECT_GT(history.size(), 500 * 1024);
+}
+
+/// Power of the sine of `frequency` (radians a frame) over the rest, in dB, both under a Hann window.
+double SignalToNoise(const std::vector<float>& signal, double frequency) {
+    const auto size = static_cast<double>(signal.size());
+    const auto window = [&](double i) { return 1 - std::cos(2 * std::numbers::pi * i / size); };
+    std::complex<double> sine = 0;
+    for (double i = 0; i < size; ++i)
+        sine += window(i) * signal[static_cast<std::size_t>(i)] * std::polar(2 / size, -frequency * i);
+    double noise = 0;
+    for (double i = 0; i < size; ++i) {
+        const double fitted = (sine * std::polar(1.0, frequency * i)).real();
+        noise += window(i) * std::pow(signal[static_cast<std::size_t>(i)] - fitted, 2) / size;
+    }
+    return 10 * std::log10(std::norm(sine) / 2 / noise);
+}
+
+TEST_P(EveryQuality, SineFrom44100To48000_KeepsItsSignalToNoiseRatio) {
+    for (const auto& [hertz, floor] : {std::pair{1000.0, shape.snr1kHz}, {10000.0, shape.snr10kHz}}) {
+        ConverterState state;
+        initialise(state, converter.start);
+        setRatio(state, 44100.0 / 48000);
+        std::vector<float> output(20000);
+        for (std::uint32_t pushed = 0; float& value : output) {
+            const double angle = 2 * std::numbers::pi * hertz / 44100;
+            std::uint32_t toPush = 0;
+            std::uint32_t one = 0;
+            planBlock(state, 100, 1, toPush, one);
+            for (; toPush > 0; --toPush)
+                push(state, static_cast<float>(std::sin(angle * pushed++)));
+            value = produce(state);
+        }
+        EXPECT_GT(SignalToNoise(output, 2 * std::numbers::pi * hertz / 44100 * state.step / 524288), floor)
+            << hertz;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Qualities, EveryQuality,
+                         testing::Values(Shape{2, 4, 16, 62, 29}, Shape{3, 8, 32, 62, 42},
+                                         Shape{4, 16, 64, 60, 43}));
+
+TEST(SampleRateConverter, OtherQualities_AreRefused) {
+    for (const std::int32_t quality : {-1, 0, 1, 5})
+        EXPECT_THROW(SampleRateConverter{quality}, slib::IntegrityFailureException);
+}
+
+TEST(SetRatio, Limits_HoldTheStepAndTheFilter) {
+    const SampleRateConverter converter(3);
+    ConverterState state;
+    initialise(state, converter.start);
+    struct Case {
+        double ratio;
+        std::uint32_t step, filter;
+    };
+    const double infinity = std::numeric_limits<double>::infinity();
+    for (const auto& [ratio, step, filter] :
+         {Case{0, 1, 0}, Case{-3, 1, 0}, Case{std::nan(""), 1, 0}, Case{1, 1U << 19, 0},
+          Case{1.04, 545260, 0}, Case{1.05, 550502, 1}, Case{3.8, 1992294, 30}, Case{100, 52428800, 31},
+          Case{512, 1U << 28, 31}, Case{600, 1U << 28, 31}, Case{infinity, 1U << 28, 31}}) {
+        setRatio(state, ratio);
+        EXPECT_EQ(state.step, step) << ratio;
+        EXPECT_EQ(state.filter - converter.coefficients, filter * 512) << ratio;
+    }
+}
+
+}  // namespace
+}  // namespace goal

@@ -1,0 +1,205 @@
+// Whole blocks: what a scene puts on the spatial bus, whatever the block size and whatever a game sets.
+
+#include "goal/render/renderer.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <vector>
+
+#include "AL/tessarune.h"
+#include "tests/goal/render/scene.h"
+#include "tests/support/allocationcounter.h"
+#include "tests/support/vectortargets.h"
+
+namespace goal {
+namespace {
+
+using namespace testing_support;
+
+constexpr float unfit[] = {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity(),
+                           -std::numeric_limits<float>::infinity(), std::numeric_limits<float>::max()};
+
+TEST(Renderer, AnEmptyScene_IsSilentButForThePatternAtTheListenersGain) {
+    Scene scene(512);
+    scene.application.listenerGain = 0.5F;
+    scene.Render();
+    EXPECT_EQ(scene.output.spatial.channels[3][0], 2.5e-8F);
+    EXPECT_EQ(scene.output.spatial.channels[3][16], -2.5e-8F);
+    EXPECT_EQ(scene.Last(0), 0);
+}
+
+TEST(Renderer, AOneChannelSource_StandsOnTheBusByItsDirection) {
+    Scene scene(512);
+    Source& source = scene.Add({1, 1, 1});
+    Place(source, {-1, 2, -2});  // left, above and ahead of a listener who looks along -z
+    source.gain = 0.5F;
+    scene.Render();
+    const double x = 2 / 3.0, y = 1 / 3.0, z = 2 / 3.0, gain = 0.5 / 3;
+    Signal expected;
+    for (const double polynomial :
+         {1.0, x, y, z, x * y, x * x - y * y, x * z, y * z, z * z, x * x * x - 3 * x * y * y})
+        expected.push_back(float(gain * polynomial));
+    EXPECT_THAT(scene.LastOf(10), IsNear(1e-6F, expected));
+}
+
+TEST(Renderer, ASourceThatMoves_RampsItsWeightsAtTheHeadOfTheBlock) {
+    Scene scene(512);
+    Place(scene.Add({1}), {0, 0, -1});
+    scene.Render();
+    Place(scene.Change(), {-1, 0, 0});
+    scene.Render();
+    const float* const left = scene.output.spatial.channels[2];
+    for (std::uint32_t i = 1; i < 19; ++i)
+        EXPECT_NEAR(left[i], 0.05 * (i + 1), 1e-5) << i;
+    EXPECT_NEAR(left[25], 1, 1e-6);
+}
+
+TEST(Renderer, SourcesOfSeveralChannels_GoByTheirArrangement) {
+    Scene stereo(512);
+    stereo.Add({1, 0.5F}, AL_FORMAT_STEREO_FLOAT32);
+    stereo.Render();
+    EXPECT_THAT(stereo.LastOf(3), IsNear(1e-5F, {1.5F, 1.5F * std::sqrt(0.75F), 0.25F}));
+
+    Scene angles(512);
+    Source& panned = angles.Add({1, 0.5F}, AL_FORMAT_STEREO_FLOAT32);
+    panned.stereoAngles = {1.5707964F, 0};
+    panned.hasStereoAngles = true;
+    angles.Render();
+    EXPECT_THAT(angles.LastOf(6), IsNear(1e-5F, {1.5F, 0.5F, 1, 0, 0, -0.5F}));
+
+    Scene field(512);
+    field.Add({0.5F, 0.1F, 0.2F, 0.3F}, AL_FORMAT_BFORMAT3D_FLOAT32);
+    field.Render();
+    EXPECT_THAT(field.LastOf(4), IsNear(1e-5F, {0.5F * std::sqrt(2.0F), 0.1F, 0.2F, 0.3F}));
+}
+
+TEST(Renderer, AStillScene_IsTheSameFieldInBlocksOfAnySize) {
+    constexpr std::uint32_t total = 38400;
+    for (const auto conversion :
+         {orb3::SampleRateConversion::Linear, orb3::SampleRateConversion::SincMedium}) {
+        Signal expected;
+        for (const std::uint32_t frames : {512U, 128U, 256U, 300U, 1024U}) {
+            Scene scene(frames, conversion, 2);
+            for (unsigned i = 0; i < 5; ++i) {
+                Source& source = scene.Add(Noise(5000 + i, i), AL_FORMAT_MONO_FLOAT32, 44100);
+                Place(source, {static_cast<float>(i) - 2, 1, -1});
+                source.directFilter.gainHF = 0.5F;
+            }
+            scene.Add(Noise(6000, 9), AL_FORMAT_STEREO_FLOAT32, 22050);
+            const Signal played = scene.Play(total, 5);
+            if (expected.empty()) expected = played;
+            EXPECT_THAT(played, IsNear(2e-6F, expected)) << frames;
+        }
+    }
+}
+
+TEST(Renderer, WhatIsNotANumber_NeverLeavesItsSource) {
+    using Base = SourceBaseParameters;
+    std::vector<std::function<void(Source&, float)>> properties;
+    for (float Base::*field :
+         {&Base::gain, &Base::minGain, &Base::maxGain, &Base::pitch, &Base::referenceDistance,
+          &Base::maxDistance, &Base::rolloffFactor, &Base::coneOuterGain, &Base::radius,
+          &Base::coneInnerHalfAngle, &Base::coneOuterHalfAngle, &Base::airAbsorptionFactor,
+          &Base::roomRolloffFactor, &Base::coneOuterGainHF})
+        properties.emplace_back([field](Source& source, float value) { source.*field = value; });
+    for (Vector3 Base::*field : {&Base::position, &Base::velocity, &Base::direction, &Base::orientationAt})
+        properties.emplace_back([field](Source& source, float value) { (source.*field)[1] = value; });
+    properties.emplace_back([](Source& source, float value) { source.directFilter.gainHF = value; });
+    for (const auto& set : properties)
+        for (const float value : unfit)
+            for (const std::int32_t format : {AL_FORMAT_MONO_FLOAT32, AL_FORMAT_BFORMAT3D_FLOAT32}) {
+                Scene scene(512);
+                Place(scene.Add({0.5F}), {0, 0, -1});
+                set(scene.Add(Noise(400, 1), format), value);
+                for (int block = 0; block < 3; ++block)
+                    scene.Render();
+                for (std::uint32_t c = 0; c < 25; ++c)
+                    ASSERT_TRUE(std::isfinite(scene.Last(c)))
+                        << value << " in property " << &set - &properties[0];
+            }
+}
+
+TEST(Renderer, SamplesThatAreNotNumbers_LeaveTheRestOfTheMixAsItIs) {
+    for (const std::int32_t format : {AL_FORMAT_MONO_FLOAT32, AL_FORMAT_QUAD32}) {
+        Scene scene(512);
+        Place(scene.Add({0.5F}), {0, 0, -1});
+        std::vector<float> samples = Noise(400, 1);
+        samples[77] = unfit[0];
+        scene.Add(samples, format);
+        scene.Render();
+        EXPECT_NEAR(scene.Last(1), 0.5, 1e-6);
+        EXPECT_NEAR(scene.Last(12), 0, 1e-6);
+    }
+}
+
+// A scene of everything that has a kernel, on channels near and far.
+TEST(Renderer, AScene_IsTheSameToTheBitOnEveryVectorTarget) {
+    for (const auto conversion : {orb3::SampleRateConversion::Linear, orb3::SampleRateConversion::SincMedium})
+        ExpectSameOnEveryTarget([&] {
+            Scene scene(300, conversion);
+            for (unsigned i = 0; i < 70; ++i) {
+                Source& source =
+                    scene.Add(Noise(3000 + i, i), AL_FORMAT_MONO_FLOAT32, 22050 + 1000 * float(i));
+                Place(source, {static_cast<float>(i) - 30, 2, -3});
+                source.directFilter.gainHF = i % 2 == 0 ? 1 : 0.4F;
+            }
+            scene.Add(Noise(6000, 9), AL_FORMAT_51CHN32, 44100);
+            return Channels{scene.Play(1500, 0), scene.Play(1500, 7), scene.Play(1500, 24)};
+        });
+}
+
+constexpr std::int32_t effectTypes[] = {AL_EFFECT_REVERB,
+                                        AL_EFFECT_EAXREVERB,
+                                        AL_EFFECT_CHORUS,
+                                        AL_EFFECT_FLANGER,
+                                        AL_EFFECT_ECHO,
+                                        AL_EFFECT_DISTORTION,
+                                        AL_EFFECT_RING_MODULATOR,
+                                        AL_EFFECT_COMPRESSOR,
+                                        AL_EFFECT_EQUALIZER,
+                                        AL_EFFECT_DEDICATED_LOW_FREQUENCY_EFFECT,
+                                        AL_EFFECT_DEDICATED_DIALOGUE};
+
+TEST(Renderer, EveryEffect_IsHeardOnTheBusOrOnItsOwnOutput) {
+    for (const std::int32_t type : effectTypes) {
+        Scene scene(512);
+        Source& source = scene.Add(Noise(400, 1));
+        source.directFilter.gain = 0;
+        source.sends.append({1, 0, {}});
+        scene.AddSlot(type);
+        scene.output.hasLowFrequency = true;
+        float loudest = 0;
+        for (const float sample : scene.Play(5120, 0))
+            loudest = std::max(loudest, std::abs(sample));
+        if (scene.output.lowFrequencyWritten) loudest = std::abs(scene.output.lowFrequency.data[511]);
+        EXPECT_GT(loudest, 1e-3F) << type;
+        EXPECT_LT(loudest, 16) << type;
+    }
+}
+
+TEST(Renderer, ASteadyScene_AllocatesNothing) {
+    for (const auto conversion : {orb3::SampleRateConversion::Off, orb3::SampleRateConversion::Linear,
+                                  orb3::SampleRateConversion::SincMedium}) {
+        Scene scene(512, conversion);
+        for (unsigned i = 0; i < 100; ++i)
+            Place(scene.Add(Noise(3000, i), AL_FORMAT_MONO_FLOAT32, 44100), {static_cast<float>(i), 0, -1});
+        scene.Add(Noise(6000, 9), AL_FORMAT_51CHN32, 22050);
+        scene.Add(Noise(6000, 9), AL_FORMAT_BFORMAT3D_FLOAT32, 22050);
+        for (std::uint32_t i = 0; i < std::size(effectTypes); ++i) {
+            scene.AddSlot(effectTypes[i]);
+            scene.application.sources[i].sends.append({i + 1, 0, {}});
+        }
+        scene.Render();
+        const std::size_t before = AllocationsOfThisThread();
+        ASSERT_GT(before, 0U);  // what built the scene was counted
+        for (int block = 0; block < 10; ++block)
+            scene.Render();
+        EXPECT_EQ(AllocationsOfThisThread(), before);
+    }
+}
+
+}  // namespace
+}  // namespace goal

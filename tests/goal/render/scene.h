@@ -1,0 +1,101 @@
+#pragma once
+
+// A scene of sources and slots, and what a server does with it: copies, renders and merges, block by block.
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "AL/tessarune.h"
+#include "goal/dsp/samplerateconverter.h"
+#include "goal/fx/effecttypes.h"
+#include "goal/render/renderer.h"
+#include "tests/support/signals.h"
+
+namespace testing_support {
+
+class Scene {
+public:
+    explicit Scene(std::uint32_t frames,
+                   orb3::SampleRateConversion conversion = orb3::SampleRateConversion::Off, int order = 4)
+        : frames(frames) {
+        configuration.goalConfig.order = order;
+        configuration.goalConfig.sampleRateConversion = conversion;
+        if (conversion == orb3::SampleRateConversion::SincMedium)
+            converter = std::make_unique<goal::SampleRateConverter>(3);
+        renderer = std::make_unique<goal::Renderer>(48000, configuration, 1, frames);
+        output.spatial.resize(frames, static_cast<std::uint32_t>((order + 1) * (order + 1)));
+        output.lowFrequency.resize(frames);
+        output.dialogue.resize(frames);
+    }
+
+    // A source in a loop of these samples. Sources and buffers are few, so references stay good.
+    goal::Source& Add(std::vector<float> samples, std::int32_t format = AL_FORMAT_MONO_FLOAT32,
+                      float rate = 48000) {
+        buffers.push_back(std::make_unique<goal::Buffer>(
+            1, format, rate, samples.data(), static_cast<std::uint32_t>(samples.size() * 4), true));
+        goal::Source source;
+        source.queue.append(buffers.back().get());
+        source.looping = true;
+        source.state = goal::SourceState::Playing;
+        application.sources.append(source);
+        return application.sources[application.sources.size - 1];
+    }
+
+    // A slot with that effect at its defaults. Its name is its place, from 1 on.
+    void AddSlot(std::int32_t effectType) {
+        application.slots.append({});
+        goal::fx::SetEffectType(application.slots[application.slots.size - 1].effect, effectType);
+    }
+
+    void Render() {
+        goal::CopyToSnapshot(snapshot, application, converter ? &converter->start : nullptr);
+        renderer->renderBlock(snapshot, output);
+        goal::MergeProgress(snapshot, application);
+    }
+
+    // `total` frames of the given channel.
+    Signal Play(std::uint32_t total, std::uint32_t channel) {
+        Signal played;
+        while (played.size() < total) {
+            Render();
+            played.insert(played.end(), output.spatial.channels[channel],
+                          output.spatial.channels[channel] + frames);
+        }
+        played.resize(total);
+        return played;
+    }
+
+    float Last(std::uint32_t channel) const { return output.spatial.channels[channel][frames - 1]; }
+
+    // The last frame of the first channels.
+    Signal LastOf(std::uint32_t count) const {
+        Signal frame;
+        while (frame.size() < count)
+            frame.push_back(Last(static_cast<std::uint32_t>(frame.size())));
+        return frame;
+    }
+
+    // The first source, to be changed.
+    goal::Source& Change() {
+        application.sources[0].parametersDirty = true;
+        application.touched.Insert(0);
+        return application.sources[0];
+    }
+
+    const std::uint32_t frames;
+    orb3::Configuration configuration;
+    std::vector<std::unique_ptr<goal::Buffer>> buffers;
+    goal::ApplicationState application;
+    goal::RenderSnapshot snapshot;
+    std::unique_ptr<goal::SampleRateConverter> converter;
+    std::unique_ptr<goal::Renderer> renderer;
+    goal::RenderOutput output;
+};
+
+// Where the source is; its `position` is that in its buffer.
+inline void Place(goal::Source& source, const goal::Vector3& position) {
+    source.SourceBaseParameters::position = position;
+}
+
+}  // namespace testing_support

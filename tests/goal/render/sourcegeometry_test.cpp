@@ -1,0 +1,184 @@
+#include "goal/render/sourcegeometry.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <random>
+
+#include "numeric/directionpolynomials.h"
+
+namespace {
+
+using goal::Vector3;
+const goal::SourceRadiusTable table(4);
+const float nan = std::numeric_limits<float>::quiet_NaN(), inf = std::numeric_limits<float>::infinity();
+
+struct Scene {
+    goal::SourceBaseParameters source;
+    goal::GlobalParameters globals;
+    goal::SourceGeometry Locate() const {
+        const goal::Basis listener = goal::BuildBasis(globals.listenerAt, globals.listenerUp);
+        return goal::LocateSource(source, globals, listener, table, 4);
+    }
+};
+
+/// A source 2 units (10 m) ahead of the listener. Its cone of 0.5 to 1.5 is turned by `angle` from the
+/// listener.
+Scene WithCone(double angle) {
+    Scene scene;
+    scene.source.position = {0, 0, -2};
+    scene.source.direction = {float(std::sin(angle)), 0, float(std::cos(angle))};
+    scene.source.coneInnerHalfAngle = 0.5F;
+    scene.source.coneOuterHalfAngle = 1.5F;
+    scene.source.coneOuterGain = 0.2F;
+    scene.source.coneOuterGainHF = 0.4F;
+    scene.source.airAbsorptionFactor = 3;
+    scene.globals.metersPerUnit = 5;
+    return scene;
+}
+
+TEST(LocateSource, AroundATurnedListener_EncodesTheDirectionItHears) {
+    std::mt19937 random(4);
+    std::normal_distribution<double> normal;
+    for (int round = 0; round < 1000; ++round) {
+        // Heard at (X, Y, Z) by a listener at (1, 2, -3) who turned left by yaw, then looked up by pitch.
+        const double yaw = 3 * normal(random), pitch = std::atan(normal(random)),
+                     far = std::exp(normal(random));
+        double X = normal(random), Y = normal(random), Z = normal(random);
+        const double length = std::hypot(X, Y, Z);
+        X /= length, Y /= length, Z /= length;
+        const double forward = std::cos(pitch) * X - std::sin(pitch) * Z;
+        const double above = std::sin(pitch) * X + std::cos(pitch) * Z;
+        const double left = std::cos(yaw) * Y + std::sin(yaw) * forward;
+        const double ahead = std::cos(yaw) * forward - std::sin(yaw) * Y;
+        Scene scene;
+        scene.globals.listenerPosition = {1, 2, -3};
+        scene.globals.listenerAt = {float(-std::sin(yaw)), float(std::tan(pitch)), float(-std::cos(yaw))};
+        scene.source.radius = round % 2 == 0 ? 0.0F : 1.5F;
+        scene.source.position = {float(1 - far * left), float(2 + far * above), float(-3 - far * ahead)};
+        const auto turned = scene.Locate().encode;
+        scene.source.relative = true;
+        scene.source.position = {float(-Y * far), float(Z * far), float(-X * far)};
+        const auto relative = scene.Locate().encode;
+        float expected[25], gains[5];
+        hcml::directionPolynomials(X, Y, Z, 4, expected);
+        table.lookupRadiusGains(scene.source.radius > 0 ? float(far / 1.5) : 1e30F, gains);
+        for (std::size_t i = 0; i < 25; ++i) {
+            const float weight = expected[i] * gains[int(std::sqrt(double(i)))];
+            ASSERT_NEAR(turned[i], weight, 3e-5) << i;
+            ASSERT_NEAR(relative[i], weight, 3e-6) << i;
+        }
+    }
+}
+
+TEST(LocateSource, AtTheListener_IsEverywhereAlike) {
+    const goal::SourceGeometry g = Scene{}.Locate();
+    EXPECT_EQ(g.encode[0], 1);
+    EXPECT_EQ(std::count(g.encode.begin(), g.encode.end(), 0.0F), 24);
+    EXPECT_TRUE(goal::IsFinite(g));
+}
+
+TEST(BuildBasis, UnfitOrientations_StillGiveARotation) {
+    for (const Vector3& at :
+         {Vector3{0, 0, 0}, {nan, 0, 0}, {0, 5, 0}, {inf, 1, 0}, {1e30F, 0, 0}, {0, 0, 1e-30F}})
+        for (const Vector3& up :
+             {Vector3{0, 0, 0}, {0, inf, 0}, {0, 1e30F, 0}, {2, 0, 0}, {0, 0, -3}, {1, 2, 3}}) {
+            const auto [r, u, b] = goal::BuildBasis(at, up);
+            EXPECT_NEAR(std::hypot(u[0], u[1], u[2]) * std::hypot(b[0], b[1], b[2]), 1, 1e-6);
+            EXPECT_NEAR(u[1] * b[2] - u[2] * b[1], r[0], 1e-6);
+            EXPECT_NEAR(u[2] * b[0] - u[0] * b[2], r[1], 1e-6);
+            EXPECT_NEAR(u[0] * b[1] - u[1] * b[0], r[2], 1e-6);
+        }
+}
+
+TEST(LocateSource, AcrossTheCone_RampsGainAndHighFrequencies) {
+    for (double angle = 0; angle < 3.1; angle += 0.1) {
+        const double share = std::clamp(angle - 0.5, 0.0, 1.0), air = std::pow(0.994, 30);
+        Scene scene = WithCone(angle);
+        EXPECT_NEAR(scene.Locate().gain, 0.5 * (1 - 0.8 * share), 1e-6) << angle;
+        EXPECT_NEAR(scene.Locate().gainHF, air * (1 - 0.6 * share), 1e-6) << angle;
+        scene.source.directFilterGainHFAuto = false;
+        scene.source.minGain = 0.3F;
+        scene.source.maxGain = 0.4F;
+        EXPECT_NEAR(scene.Locate().gain, std::clamp(0.5 * (1 - 0.8 * share), 0.3, 0.4), 1e-6) << angle;
+        EXPECT_NEAR(scene.Locate().gainHF, air, 1e-6) << angle;
+    }
+}
+
+// clang-format off
+TEST(LocateSource, MovingAlongTheLine_ShiftsThePitchByDoppler) {
+    // Speeds towards each other.
+    struct { float listener, source, factor, velocity, sound; bool relative; double pitch; } cases[] = {
+        {30, 0, 1, 1, 300, false, 1.1}, {0, 60, 1, 1, 300, false, 1.25}, {-30, -20, 1, 1, 300, false, 27 / 32.0},
+        {30, 60, 2, 1, 300, false, 2}, {30, 60, 0, 1, 300, false, 1}, {30, 60, 1, 3, 100, false, 33 / 24.0},
+        {30, 60, 1, 1, 300, true, 1.25}, {0, 600, 1, 1, 300, false, -1}, {0, 0, 1, 1, 0, false, 1}};
+    for (const auto& c : cases) {
+        Scene scene;
+        scene.source.position = {4, 0, -3};
+        scene.source.velocity = {c.source * -0.8F, 0, c.source * 0.6F};
+        scene.source.relative = c.relative;
+        scene.source.pitch = 0.5F;
+        scene.globals.listenerVelocity = {c.listener * 0.8F, 0, c.listener * -0.6F};
+        scene.globals.dopplerFactor = c.factor;
+        scene.globals.dopplerVelocity = c.velocity;
+        scene.globals.speedOfSound = c.sound;
+        EXPECT_NEAR(scene.Locate().pitch, 0.5 * c.pitch, 1e-6) << &c - cases;
+    }
+}
+
+TEST(ComputeSendGains, WithConeAndRoom_AreTheClosedForms) {
+    const double half = ((1 - std::cos(0.5)) + (std::cos(0.5) - std::cos(1.5)) / 2) / 2, pi = std::acos(-1.0);
+    const double cap = (1 - std::cos(0.5)) / 2, small = (1 - std::cos(0.4)) / 2, air = std::pow(0.9, 30);
+    // The room's gain is 1 / 1.5 for the source's rolloff of 0.5, and 1 / 2.5 with a reverb's own of 1.
+    struct { goal::SendTarget target; bool gainAuto, gainHFAuto; double inner, outer, gain, gainHF; } cases[] = {
+        {{1, false, 0.9F, 1}, true, true, 0.5, 1.5, 0.2 * 0.8 / 2, 1},
+        {{0, true, 0.9F, 1}, true, true, 0.5, 1.5, 0.8 * (0.2 + 0.8 * half) / 1.5, 0.4 + 0.6 * half},
+        {{2, true, 0.9F, 1}, true, false, 0.5, 0.4, 0.8 * (0.2 + 0.8 * small) / 1.5, 1},
+        {{1, true, 0.9F, 1}, true, true, 0.5, 0.5, 0.8 * (0.2 + 0.8 * cap) / 2.5, (0.4 + 0.6 * cap) * air},
+        {{1, true, 1, 0}, false, true, 0.5, 1.5, 0.8, 0.4 + 0.6 * half},
+        {{1, true, 0.9F, 1}, false, false, 0.5, 1.5, 0.8, air},
+        {{0, true, 1, 0}, true, true, pi, pi, 0.8 / 1.5, 1}};
+    for (const auto& c : cases) {
+        Scene scene = WithCone(3);  // turned away, which only the direct path hears
+        scene.source.gain = 0.8F;
+        scene.source.roomRolloffFactor = 0.5F;
+        scene.source.coneInnerHalfAngle = float(c.inner);
+        scene.source.coneOuterHalfAngle = float(c.outer);
+        scene.source.auxSendFilterGainAuto = c.gainAuto;
+        scene.source.auxSendFilterGainHFAuto = c.gainHFAuto;
+        const auto gains = goal::ComputeSendGains(scene.source, scene.globals, scene.Locate(), c.target);
+        EXPECT_NEAR(gains.gain, c.gain, 1e-6) << &c - cases;
+        EXPECT_NEAR(gains.gainHF, c.gainHF, 1e-6) << &c - cases;
+    }
+}
+
+TEST(IsFinite, UnfitProperties_SilenceTheSourceOrItsSendOrDoNoHarm) {
+    struct { std::function<void(Scene&)> spoil; bool direct, send; } cases[] = {
+        {[](Scene& s) { s.source.position[1] = nan; }, false, true},
+        {[](Scene& s) { s.globals.listenerPosition[0] = -inf; }, false, true},
+        {[](Scene& s) { s.source.position = {3e38F, 3e38F, 0}; }, true, true},
+        {[](Scene& s) { s.source.direction[2] = nan; }, false, true},
+        {[](Scene& s) { s.source.velocity[2] = nan; }, false, true},
+        {[](Scene& s) { s.source.velocity[2] = 343.3F; }, false, true},
+        {[](Scene& s) { s.source.pitch = 1e20F; }, false, true},
+        {[](Scene& s) { s.source.gain = nan; }, false, false},
+        {[](Scene& s) { s.source.gain = inf; }, true, false},
+        {[](Scene& s) { s.source.coneOuterGainHF = nan; }, false, false},
+        {[](Scene& s) { s.source.radius = inf; }, true, true},
+        {[](Scene& s) { s.source.radius = nan; }, true, true},
+        {[](Scene& s) { s.globals.metersPerUnit = inf; }, true, true}};
+    for (const auto& c : cases) {
+        Scene scene = WithCone(1);
+        c.spoil(scene);
+        const goal::SourceGeometry g = scene.Locate();
+        EXPECT_EQ(goal::IsFinite(g), c.direct) << &c - cases;
+        const auto send = goal::ComputeSendGains(scene.source, scene.globals, g, {});
+        EXPECT_EQ(goal::IsFinite(send), c.send) << &c - cases;
+    }
+}
+// clang-format on
+
+}  // namespace

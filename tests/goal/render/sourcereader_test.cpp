@@ -1,0 +1,287 @@
+#include "goal/render/sourcereader.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <random>
+#include <tuple>
+#include <vector>
+
+#include "goal/dsp/samplerateconverter.h"
+#include "goal/sound/bufferformats.h"
+#include "goal/sound/sampledecoder.h"
+#include "slib/exception.h"
+
+namespace goal {
+namespace {
+
+using enum orb3::SampleRateConversion;
+using Quality = orb3::SampleRateConversion;
+using Block = std::vector<std::vector<double>>;  // a row for each channel
+using Lengths = std::vector<std::uint32_t>;
+constexpr double rate = 48000;
+constexpr std::int32_t mono8 = 0x1100, mono16 = 0x1101, monoIma4 = 0x1300;
+
+/// Noise, in a block of just its size, so that a sanitizer sees a sample read too many.
+std::vector<std::uint8_t> Noise(const BufferFormat& format, std::uint32_t frames) {
+    static std::mt19937 random(42);
+    std::vector<std::uint8_t> bytes(frames / format.blockFrames * format.blockBytes);
+    for (std::uint8_t& byte : bytes)
+        byte = static_cast<std::uint8_t>(random());
+    const bool isFloat = format.encoding == SampleEncoding::Float32;
+    const std::size_t sampleBytes = isFloat ? 4 : format.encoding == SampleEncoding::Float64 ? 8 : 0;
+    for (std::size_t i = sampleBytes; sampleBytes > 0 && i <= bytes.size(); i += sampleBytes)
+        bytes[i - 1] = isFloat ? 0x3E : 0x3F;  // neither great nor NaN
+    return bytes;
+}
+
+const SampleRateConverter& ConverterOf(Quality quality) {
+    static const SampleRateConverter converters[]{SampleRateConverter(2), SampleRateConverter(3),
+                                                  SampleRateConverter(4)};
+    return converters[static_cast<std::size_t>(quality) - 2];
+}
+
+/// A playing source with a queue of buffers of its own. Each has another rate; the first one's counts.
+struct Playing {
+    Playing(std::int32_t format, const Lengths& lengths, bool looping) {
+        for (const std::uint32_t frames : lengths) {
+            const std::vector<std::uint8_t> bytes = Noise(*FindBufferFormat(format), frames);
+            buffers.push_back(
+                std::make_shared<Buffer>(1, format, 48000.0F / static_cast<float>(1 + source.queue.size),
+                                         bytes.data(), static_cast<std::uint32_t>(bytes.size()), true));
+            source.queue.append(buffers.back().get());
+        }
+        source.looping = looping;
+        source.state = SourceState::Playing;
+    }
+
+    Block Read(Quality quality, double pitch, const Lengths& blocks) {
+        SourceReader reader(quality);
+        if (quality > Linear && mono.ring.size == 0) {
+            initialise(mono, ConverterOf(quality).start);
+            initialise(multi, ConverterOf(quality).start);
+        }
+        const std::uint32_t channels = buffers[0]->channels;
+        Block result(channels);
+        for (const std::uint32_t frames : blocks) {
+            hcml::ac::Bus bus(frames, channels);
+            for (std::uint32_t c = 0; c < channels; ++c)
+                std::fill_n(bus.channels[c], frames, 1e9F);  // to be overwritten
+            if (source.state != SourceState::Playing)
+                bus.clear();  // as the renderer does, which asks no reader then
+            else if (channels == 1)
+                scale = reader.ReadMono(source, previousFrame, mono, {pitch, rate}, bus.channels[0], frames);
+            else
+                scale = reader.ReadMultiChannel(source, previousFrame, multi, {pitch, rate}, bus);
+            for (std::uint32_t c = 0; c < channels; ++c)
+                result[c].insert(result[c].end(), bus.channels[c], bus.channels[c] + frames);
+        }
+        return result;
+    }
+
+    std::vector<std::shared_ptr<Buffer>> buffers;
+    Source source;
+    PreviousFrame previousFrame{};
+    ConverterState mono;
+    MultiChannelConverterState multi;
+    float scale = -1;
+};
+
+/// What the whole queue holds, end to end.
+class Signal {
+public:
+    explicit Signal(const Playing& playing) : looping(playing.source.looping) {
+        for (const auto& buffer : playing.buffers) {
+            std::vector<float> scratch(std::size_t{buffer->frames} * buffer->channels);
+            const float* raw = RawFrames(*buffer, 0, buffer->frames, scratch.data());
+            const bool isIma4 = FindBufferFormat(buffer->formatId)->encoding == SampleEncoding::Ima4;
+            for (std::uint32_t i = 0; i < buffer->frames; ++i, raw += buffer->channels) {
+                frames.emplace_back(raw, raw + buffer->channels);
+                seams.push_back(isIma4 && i == 0);
+            }
+        }
+    }
+
+    std::int64_t Size() const { return std::ssize(frames); }
+
+    double At(std::int64_t frame, std::uint32_t channel) const {
+        if (frame < 0 || (!looping && frame >= Size())) return 0;
+        return frames[static_cast<std::size_t>(frame % Size())][channel];
+    }
+
+    /// Between a frame and the one before, at a position in frames * 65536, times 65536.
+    double Linear(std::int64_t position, std::uint32_t channel) const {
+        const std::int64_t frame = position >> 16;
+        if (!looping && frame >= Size()) return 0;
+        const double before = seams[static_cast<std::size_t>(frame % Size())] ? 0 : At(frame - 1, channel);
+        const auto fraction = static_cast<double>(position % 65536);
+        return (65536 - fraction) * before + fraction * At(frame, channel);
+    }
+
+private:
+    bool looping;
+    std::vector<std::vector<double>> frames;
+    std::vector<bool> seams;  ///< frames before which the linear reader takes silence
+};
+
+void ExpectNear(const Block& block, double tolerance, auto expected) {
+    for (std::uint32_t c = 0; c < block.size(); ++c)
+        for (std::uint32_t k = 0; k < block[c].size(); ++k)
+            ASSERT_NEAR(block[c][k], expected(k, c), tolerance) << "output " << k << " channel " << c;
+}
+
+const Lengths oneBlock{2048}, manyBlocks{1, 7, 128, 300, 1, 511, 1024, 76}, queue{195, 0, 65, 1300, 65};
+
+class EveryFormat : public testing::TestWithParam<std::tuple<std::int32_t, bool>> {};
+
+TEST_P(EveryFormat, NearestAndLinear_FollowTheQueueAsOneSignalInBlocksOfAnySize) {
+    const auto [format, looping] = GetParam();
+    for (const double pitch : {1e-9, 0.37, 1.0, 1.59, 2.6, 7.9, 8.3, 41.7, 4000.3}) {
+        for (const Quality quality : {Off, Linear}) {
+            SCOPED_TRACE(testing::Message() << "pitch " << pitch << " quality " << static_cast<int>(quality));
+            Playing whole(format, queue, looping), parts = whole;
+            const Signal signal(whole);
+            const Block block = whole.Read(quality, pitch, oneBlock);
+            EXPECT_TRUE(block == parts.Read(quality, pitch, manyBlocks));
+            const double unit = quality == Linear ? 65536 : 1, scale = whole.buffers[0]->scale;
+            EXPECT_EQ(whole.scale * unit, scale);
+            const auto step = std::max<std::int64_t>(1, std::llround(pitch * 65536));
+            ExpectNear(block, quality == Linear ? unit / scale / (1 << 22) : 0, [&](auto k, auto c) {
+                return quality == Linear ? signal.Linear(k * step, c) : signal.At(k * step >> 16, c);
+            });
+            const bool ended = !looping && 2047 * step >= signal.Size() << 16;
+            EXPECT_EQ(whole.source.state, ended ? SourceState::Stopped : SourceState::Playing);
+            EXPECT_TRUE(!ended || whole.source.position + whole.source.queueIndex == 0);
+        }
+    }
+}
+
+// One, two and more channels of each kind; IMA ADPCM has no more than two.
+INSTANTIATE_TEST_SUITE_P(Queues, EveryFormat,
+                         testing::Combine(testing::Values(mono8, 0x1102, 0x20021, mono16, 0x1103, 0x1211,
+                                                          0x10010, 0x10011, 0x120F, 0x10012, 0x10013, 0x10014,
+                                                          0x10015, 0x10023, monoIma4, 0x1301),
+                                          testing::Bool()));
+
+// The sum over the window that the converter's table gives, at the positions and phases of its fixed point.
+double Sinc(const SampleRateConverter& converter, double ratio, const Signal& signal, std::int64_t k,
+            std::uint32_t channel) {
+    const std::int64_t taps = 1 << converter.tapsLog2;
+    const std::int64_t position = k * std::llround(std::min(ratio, 512.0) * (1 << 19));
+    const double filter = std::min(std::floor(std::log(std::max(ratio, 1.0)) * converter.ratioScale),
+                                   converter.filterCount - 1.0);
+    const float* row =
+        converter.coefficients + (static_cast<std::int64_t>(filter) * 64 + (position >> 13 & 63)) * taps;
+    double sum = 0;
+    for (std::int64_t t = 0; t < taps; ++t)
+        sum += double{row[t]} * signal.At((position >> 19) + t - taps / 2 + 1, channel);
+    return sum;
+}
+
+TEST_P(EveryFormat, Sinc_FollowsTheQueueAsOneSignalWithATailInBlocksOfAnySize) {
+    const auto [format, looping] = GetParam();
+    for (const double pitch : {0.37, 1.0, 1.59, 2.6, 41.7, 600.0}) {
+        for (const Quality quality : {SincLow, SincMedium, SincHigh}) {
+            SCOPED_TRACE(testing::Message() << "pitch " << pitch << " quality " << static_cast<int>(quality));
+            Playing whole(format, queue, looping), parts = whole;
+            const Signal signal(whole);
+            const SampleRateConverter& converter = ConverterOf(quality);
+            const std::int64_t step = std::llround(std::min(pitch, 512.0) * (1 << 19)),
+                               taps = 1 << converter.tapsLog2;
+            const std::int64_t tail = looping ? 2048 : ((signal.Size() - taps / 2) << 19) / step;
+            const std::int64_t end = looping ? 2048 : (signal.Size() << 19) / step;
+            const Block block = whole.Read(quality, pitch, oneBlock),
+                        pieces = parts.Read(quality, pitch, manyBlocks);
+            ExpectNear(block, 4 / whole.scale / (1 << 22),
+                       [&](auto k, auto c) { return k < end ? Sinc(converter, pitch, signal, k, c) : 0; });
+            ExpectNear(pieces, 0, [&](auto k, auto c) { return k < tail ? block[c][k] : pieces[c][k]; });
+            EXPECT_EQ(whole.scale, whole.buffers[0]->scale);
+            EXPECT_EQ(whole.source.state, end < 2048 ? SourceState::Stopped : SourceState::Playing);
+        }
+    }
+}
+
+constexpr double infinity = std::numeric_limits<double>::infinity();
+
+class ReaderOfEveryQuality : public testing::TestWithParam<Quality> {};
+
+TEST_P(ReaderOfEveryQuality, PitchThatIsNoPitch_GivesSilenceAndHoldsTheSource) {
+    for (const double pitch : {0.0, -1.0, -infinity, std::numeric_limits<double>::quiet_NaN()}) {
+        Playing playing(mono16, {100, 100}, false);
+        playing.Read(GetParam(), 0.8, {150});
+        const Source before = playing.source;
+        const Block silence(1, std::vector<double>(64));
+        EXPECT_EQ(playing.Read(GetParam(), pitch, {64}), silence);
+        EXPECT_EQ(playing.scale, 0);
+        EXPECT_EQ(playing.source.position, before.position);
+        EXPECT_EQ(playing.source.queueIndex, before.queueIndex);
+        EXPECT_EQ(playing.source.state, SourceState::Playing);
+        // Nothing is left of what was played before.
+        playing.source.queueIndex = 0;
+        playing.source.position = 0;
+        Playing fresh = playing;
+        fresh.previousFrame = {};
+        fresh.mono = {};
+        EXPECT_EQ(playing.Read(GetParam(), 1, {64}), fresh.Read(GetParam(), 1, {64}));
+    }
+}
+
+TEST_P(ReaderOfEveryQuality, LoopWithoutAFrame_IsSilent) {
+    Playing playing(mono8, {0, 0, 0}, true);
+    EXPECT_EQ(playing.Read(GetParam(), 1, {64}), Block(1, std::vector<double>(64)));
+    EXPECT_EQ(playing.scale, 0);
+    EXPECT_EQ(playing.source.state, SourceState::Playing);
+}
+
+TEST_P(ReaderOfEveryQuality, EnormousPitch_TakesNoTimeAndEndsAQueueThatDoesNotLoop) {
+    for (const double pitch : {1e5, 1e30, 1e308, infinity}) {
+        for (const Lengths& lengths : {Lengths{1}, {0, 2, 0, 1}, {3000, 7}}) {
+            Playing loop(mono16, lengths, true), once(mono16, lengths, false);
+            ExpectNear(loop.Read(GetParam(), pitch, {512, 512}), 65536.0 * 40000,
+                       [](auto, auto) { return 0; });
+            EXPECT_EQ(loop.source.state, SourceState::Playing);
+            EXPECT_LT(loop.source.queueIndex, 4u);
+            once.Read(GetParam(), pitch, {512});
+            EXPECT_EQ(once.source.state, SourceState::Stopped);
+        }
+    }
+}
+
+TEST_P(ReaderOfEveryQuality, PitchThatJumpsFromBlockToBlock_ReadsNothingButTheBuffers) {
+    std::mt19937 random(3);
+    for (const std::uint32_t frames : {1024u, 1100u, 1536u}) {
+        Playing playing(mono16, {frames, 0, frames}, true);
+        for (int i = 0; i < 100; ++i)
+            ExpectNear(playing.Read(GetParam(), std::exp2(static_cast<int>(random() % 24) - 12), {1600}),
+                       65536.0 * 40000, [](auto, auto) { return 0; });
+    }
+}
+INSTANTIATE_TEST_SUITE_P(Qualities, ReaderOfEveryQuality,
+                         testing::Values(Off, Linear, SincLow, SincMedium, SincHigh));
+
+TEST(SourceReader, StepManyLapsLong_LandsWhereSingleStepsWould) {
+    // 2^40 and a bit: the remainder over a lap of 5 frames decides.
+    Playing playing(mono16, {2, 0, 3}, true);
+    const Signal signal(playing);
+    const std::uint64_t lap = 5 << 16, step = (std::uint64_t{1} << 40) + 12345;
+    std::uint64_t position = 0;
+    const Block block = playing.Read(Linear, std::ldexp(static_cast<double>(step), -16), {512});
+    for (const double sample : block[0]) {
+        ASSERT_NEAR(sample, signal.Linear(static_cast<std::int64_t>(position), 0), 1024);
+        position = position == 0 ? lap + step % lap : lap + (position + step) % lap;
+    }
+}
+
+TEST(SourceReader, QueueOfAnotherChannelCount_IsAnIntegrityFailure) {
+    for (const Quality quality : {Off, Linear, SincLow}) {
+        Playing playing(mono8, {10}, false), stereo(0x1102, {10}, false);
+        playing.source.queue.data[0] = stereo.buffers[0].get();
+        EXPECT_THROW(playing.Read(quality, 1, {1}), slib::IntegrityFailureException);
+    }
+}
+
+}  // namespace
+}  // namespace goal

@@ -1,0 +1,261 @@
+// Binaural decoders: the rigid sphere against closed forms and published limits, the steps of the design
+// against independent ones, and the figures that the decoders of both heads reach.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <complex>
+#include <cstdio>
+#include <fstream>
+#include <numbers>
+
+#include "library/diffusefield.h"
+#include "library/erb.h"
+#include "library/headcheck.h"
+#include "library/headcoverage.h"
+#include "library/headpreparation.h"
+#include "library/headresampler.h"
+#include "library/magls.h"
+#include "library/sofareader.h"
+#include "library/spherehead.h"
+#include "slib/exception.h"
+#include "tests/support/failure.h"
+
+namespace design {
+namespace {
+
+using Complex = std::complex<double>;
+using Eigen::Index;
+using std::numbers::pi;
+
+const char* const measuredHead = "/usr/share/libmysofa/default.sofa";  // of Debian's libmysofa1
+constexpr double radius = 0.0875;
+
+double Radians(double degrees) {
+    return degrees * pi / 180;
+}
+
+/// The whole field at the surface, incident and scattered, as textbooks write it.
+Complex SurfaceByDefinition(double size, double cosine) {
+    const auto derived = [&](auto function, unsigned l) {
+        return (l == 0 ? 0.0 : l * function(l - 1, size) / (2 * l + 1.0)) -
+               (l + 1) * function(l + 1, size) / (2 * l + 1.0);
+    };
+    const auto bessel = [](unsigned l, double x) { return std::sph_bessel(l, x); };
+    const auto neumann = [](unsigned l, double x) { return std::sph_neumann(l, x); };
+    Complex sum = 0;
+    for (unsigned l = 0; l < 2 * size + 20; ++l) {
+        const Complex hankel(bessel(l, size), -neumann(l, size));
+        const Complex slope(derived(bessel, l), -derived(neumann, l));
+        const Complex field = bessel(l, size) - derived(bessel, l) / slope * hankel;
+        sum += std::pow(Complex(0, 1), l) * (2 * l + 1.0) * std::legendre(l, cosine) * field;
+    }
+    return sum;
+}
+
+TEST(SphereHead, SurfacePressure_IsTheSumOfIncidentAndScatteredField) {
+    const Eigen::Vector4d cosines(1, 0.4, -0.7, -1);
+    const Eigen::Vector4d frequencies(0, 80, 1500, 20000);
+    const Eigen::MatrixXcd pressure = SphereSurfacePressure(radius, cosines, frequencies);
+    for (Index i = 0; i < 4; ++i) {
+        EXPECT_NEAR(std::abs(pressure(i, 0) - 1.0), 0, 1e-12);
+        for (Index k = 1; k < 4; ++k) {
+            const double size = 2 * pi * frequencies[k] * radius / headSpeedOfSound;
+            EXPECT_NEAR(std::abs(pressure(i, k) - SurfaceByDefinition(size, cosines[i])), 0, 1e-9);
+        }
+    }
+}
+
+TEST(Erb, Scale_HasThePublishedValues) {
+    EXPECT_NEAR(ErbBandwidth(1000), 132.6, 0.1);
+    EXPECT_NEAR(ErbRate(1000), 15.62, 0.01);
+    EXPECT_NEAR(ErbRateFrequency(ErbRate(5000)), 5000, 1e-6);
+}
+
+TEST(HeadResampler, APulse_KeepsItsShapeAndSpectrumAtAnotherRate) {
+    const auto pulse = [](double seconds) {
+        return std::exp(-std::pow((seconds - 0.003) / 5e-5, 2) / 2) * std::cos(2 * pi * 7000 * seconds);
+    };
+    for (auto [from, to] : {std::pair{44100.0, 48000.0}, std::pair{48000.0, 44100.0}}) {
+        Eigen::MatrixXd signal(300, 1);
+        for (Index i = 0; i < 300; ++i)
+            signal(i, 0) = pulse(static_cast<double>(i) / from);
+        const Eigen::MatrixXd result = Resample(signal, from, to, 290);
+        for (Index i = 0; i < 270; ++i) {
+            EXPECT_NEAR(result(i, 0), pulse(static_cast<double>(i) / to) * from / to, 2e-5);
+        }
+    }
+}
+
+TEST(DiffuseField, CovarianceMatch_ReachesTheTargetByTheLeastChange) {
+    Eigen::Matrix2cd actual, target;
+    actual << 2, Complex(0.5, 0.8), Complex(0.5, -0.8), 1;
+    target << 1, Complex(-0.2, 0.3), Complex(-0.2, -0.3), 3;
+    const Eigen::Matrix2cd mixing = CovarianceMatch(actual, target);
+    EXPECT_LT((mixing * actual * mixing.adjoint() - target).norm(), 1e-4);
+    EXPECT_LT((mixing - mixing.adjoint()).norm(), 1e-4);  // the solution of least change is Hermitian
+    EXPECT_LT((CovarianceMatch(target, target) - Eigen::Matrix2cd::Identity()).norm(), 1e-4);
+}
+
+TEST(SofaReader, ADummyHead_HearsTheLeftAtTheLeftFirst) {
+    const HeadImpulses head = ReadSofa(measuredHead);
+    EXPECT_EQ(head.directions.size(), 710u);
+    EXPECT_EQ(head.sampleRate, 44100);
+    const auto left = NearestOf(head.directions, DirectionAt(Radians(90), 0));
+    EXPECT_LT(left.angle, Radians(1));
+    Index nearTap = 0, farTap = 0;
+    head.ears[LeftEar].col(left.index).cwiseAbs().maxCoeff(&nearTap);
+    head.ears[RightEar].col(left.index).cwiseAbs().maxCoeff(&farTap);
+    EXPECT_GT(farTap, nearTap + 20);
+}
+
+TEST(SofaReader, ADamagedFile_IsRefusedByName) {
+    std::ifstream whole(measuredHead, std::ios::binary);
+    const std::string bytes(std::istreambuf_iterator<char>(whole), {});
+    const std::string path = testing::TempDir() + "damaged.sofa";
+    for (const std::string& content : {std::string(), std::string("sr=44100\n"), bytes.substr(0, 3000),
+                                       bytes.substr(0, bytes.size() / 2)}) {
+        std::ofstream(path, std::ios::binary) << content;
+        EXPECT_NE(testing_support::Failure([&] { ReadSofa(path); }).find(path), std::string::npos);
+    }
+    std::remove(path.c_str());
+    EXPECT_THROW(ReadSofa(path), slib::BadDataException);
+}
+
+/// The head without the directions that are higher than `height`.
+HeadImpulses CutAbove(const HeadImpulses& head, double height) {
+    HeadImpulses cut = head;
+    cut.directions.clear();
+    std::vector<Index> kept;
+    for (std::size_t i = 0; i < head.directions.size(); ++i) {
+        if (head.directions[i].z() > height) continue;
+        kept.push_back(static_cast<Index>(i));
+        cut.directions.push_back(head.directions[i]);
+    }
+    for (std::size_t ear : {0u, 1u}) {
+        cut.ears[ear] = head.ears[ear](Eigen::all, kept);
+        cut.delays[ear] = head.delays[ear](kept);
+    }
+    return cut;
+}
+
+TEST(HeadPreparation, ACapTakenAway_IsContinuedNearToWhatWasMeasuredThere) {
+    const HeadImpulses head = ReadSofa(measuredHead);
+    const double height = std::sin(Radians(55));
+    const HeadSpectra whole = PrepareMeasuredHead(head, 44100);
+    const HeadSpectra cut = PrepareMeasuredHead(CutAbove(head, height), 44100);
+    const ErbBands bands = MakeErbBands(100, 8000, 44100, whole.Bins());
+    double error = 0, count = 0;
+    for (Index i = cut.measured; i < cut.areas.size(); ++i) {
+        const Direction& direction = cut.directions[static_cast<std::size_t>(i)];
+        if (direction.z() < height) continue;
+        const Index truth = NearestOf(whole.directions, direction).index;
+        const Eigen::ArrayXd ratio =
+            (bands.weights * cut.ears[0].row(i).cwiseAbs2().transpose()).array() /
+            (bands.weights * whole.ears[0].row(truth).cwiseAbs2().transpose()).array();
+        error += (10 * ratio.log10()).abs().mean();
+        ++count;
+    }
+    EXPECT_GT(count, 40);
+    EXPECT_LT(error / count, 2);  // dB
+}
+
+TEST(HeadPreparation, DelaysOfAFile_CountAsIfTheResponsesHadThem) {
+    HeadImpulses moved = ReadSofa(measuredHead), told = moved;
+    moved.ears[RightEar].bottomRows(500) = moved.ears[RightEar].topRows(500).eval();
+    told.delays[RightEar].setConstant(12 / told.sampleRate);
+    const HeadSpectra first = PrepareMeasuredHead(moved, 44100), second = PrepareMeasuredHead(told, 44100);
+    EXPECT_FALSE(second.symmetric);
+    EXPECT_LT((InterauralDelays(first) - InterauralDelays(second)).cwiseAbs().maxCoeff(), 2e-6);
+    told.delays[LeftEar][7] = 0.006;
+    EXPECT_THROW(PrepareMeasuredHead(told, 44100), slib::BadDataException);
+}
+
+struct FiguresCase {
+    bool measured;
+    double sampleRate;
+    unsigned order;
+    double delay, low, high;  // medians: microseconds; dB to 8 kHz; dB from there to 16 kHz
+};
+
+class HeadFigures : public testing::TestWithParam<FiguresCase> {};
+
+TEST_P(HeadFigures, Decoder_ReachesTheFiguresOfItsOrder) {
+    const FiguresCase& wanted = GetParam();
+    const HeadSpectra head = wanted.measured ? PrepareMeasuredHead(ReadSofa(measuredHead), wanted.sampleRate)
+                                             : PrepareSphereHead(SphereHead(), wanted.sampleRate);
+    MaglsOptions options;
+    options.order = wanted.order;
+    options.frontalEnergy = 2;
+    const HeadTransform transform = DesignMagls(head, options);
+    EXPECT_NO_THROW(transform.validate());
+    const HeadErrors errors = CheckHead(transform, head);
+    EXPECT_LT(errors.delay.median * 1e6, wanted.delay);
+    EXPECT_LT(errors.low.median, wanted.low);
+    EXPECT_LT(errors.high.median, wanted.high);
+    EXPECT_NEAR(errors.frontLevel, 10 * std::log10(2), 0.01);
+    for (unsigned channel = 0; channel < ChannelCount(wanted.order); ++channel) {
+        const unsigned degree = DegreeOf(channel);
+        const double sign = channel < degree * degree + degree ? -1 : 1;
+        for (std::uint32_t k = 0; k < transform.Length(); ++k) {
+            ASSERT_EQ(transform.impulses(channel, LeftEar)[k],
+                      sign * transform.impulses(channel, RightEar)[k]);
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    SphereAndDummyHead, HeadFigures,
+    testing::Values(FiguresCase{false, 48000, 1, 45, 2.1, 2.4}, FiguresCase{false, 48000, 2, 28, 0.8, 1.2},
+                    FiguresCase{false, 48000, 3, 6, 0.35, 0.85}, FiguresCase{false, 44100, 4, 1.5, 0.2, 0.25},
+                    FiguresCase{true, 48000, 1, 55, 2.5, 4.4}, FiguresCase{true, 48000, 2, 28, 1.7, 3.2},
+                    FiguresCase{true, 48000, 3, 8, 1.0, 2.2}, FiguresCase{true, 48000, 4, 5, 0.8, 1.6},
+                    FiguresCase{true, 44100, 4, 5, 0.8, 1.6}));
+
+TEST(Magls, AHeadWithoutSymmetry_KeepsItsTwoEarsAndItsDiffuseField) {
+    HeadSpectra head = PrepareSphereHead(SphereHead(), 48000);
+    head.symmetric = false;
+    head.ears[RightEar] *= 0.5;
+    MaglsOptions options;
+    options.order = 3;
+    const HeadSpectra decoded = DecodedSpectra(DesignMagls(head, options), head.directions);
+    double worst = 0;
+    for (Index bin : {20, 120, 250, 340}) {
+        Eigen::Matrix2cd wanted = EarCovariance(head.areas, head.ears[0].col(bin), head.ears[1].col(bin));
+        Eigen::Matrix2cd got = EarCovariance(head.areas, decoded.ears[0].col(bin), decoded.ears[1].col(bin));
+        worst = std::max(worst, (got / got.trace() - wanted / wanted.trace()).norm());
+        EXPECT_NEAR(10 * std::log10(std::abs(got(0, 0) / got(1, 1))), 6.02, 0.6);
+    }
+    EXPECT_LT(worst, 0.05);
+}
+
+TEST(HeadCheck, HorizontalDifferences_OfTheSphereFollowTheLowFrequencyLimit) {
+    std::vector<Direction> horizon = HorizonPoints(24).directions;
+    horizon.push_back(DirectionAt(0, 1));
+    SphereHead head;
+    head.earAzimuth = pi / 2;
+    const auto differences = HorizontalDifferences(MakeSphereSpectra(head, horizon, 48000, 513));
+    ASSERT_EQ(differences.size(), 24u);
+    for (const HorizontalDifference& at : differences) {
+        const double unit = head.radius / headSpeedOfSound * std::sin(at.azimuth);
+        EXPECT_NEAR(at.delay, 2.85 * unit, 40e-6) << at.azimuth;  // between the limits, 3 and about 2.6
+        EXPECT_GE(at.level * unit, -1e-9);
+    }
+}
+
+TEST(Magls, OptionsThatMakeNoSense_AreRefused) {
+    const HeadSpectra head = PrepareSphereHead(SphereHead(), 48000);
+    void (*const changes[])(MaglsOptions&) = {
+        [](auto& o) { o.order = 0; },          [](auto& o) { o.order = 30; },
+        [](auto& o) { o.ringLength = 500; },   [](auto& o) { o.ringLength = 4096; },
+        [](auto& o) { o.startLatency = 256; }, [](auto& o) { o.crossover = -1; },
+        [](auto& o) { o.frontalEnergy = NAN; }};
+    for (const auto change : changes) {
+        MaglsOptions options;
+        change(options);
+        EXPECT_THROW(DesignMagls(head, options), slib::BadParameterException);
+    }
+}
+
+}  // namespace
+}  // namespace design

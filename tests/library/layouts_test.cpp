@@ -1,0 +1,116 @@
+#include "library/layouts.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <numbers>
+#include <sstream>
+
+#include "library/layoutreader.h"
+#include "orb3core/speakers/standardchannels.h"
+#include "tests/support/failure.h"
+
+namespace design {
+namespace {
+
+SpeakerLayout ReadText(const std::string& text) {
+    std::istringstream stream(text);
+    return ReadLayout(stream, "room.txt");
+}
+
+TEST(StandardLayouts, AreTheNineOfTheSystemWithItsChannelsInOrder) {
+    const std::vector<SpeakerLayout> layouts = StandardLayouts();
+    ASSERT_EQ(layouts.size(), 9u);
+    for (std::size_t i = 0; i < layouts.size(); ++i) {
+        const auto format = static_cast<slib::StandardFormat>(i + 1);
+        EXPECT_EQ(layouts[i].name, slib::GetStandardFormatName(format));
+        const std::vector<std::string> channels = slib::GetStandardChannelNames(format);
+        ASSERT_EQ(layouts[i].speakers.size(), channels.size());
+        for (std::size_t k = 0; k < channels.size(); ++k) {
+            EXPECT_EQ(layouts[i].speakers[k].label, channels[k]);
+            // The left is where y is positive, and its mirror image follows.
+            const double y = layouts[i].speakers[k].direction.y();
+            EXPECT_EQ(y > 1e-9, channels[k].find("Left") != std::string::npos);
+            EXPECT_EQ(y < -1e-9, channels[k].find("Right") != std::string::npos);
+        }
+        for (const orb3::spk::Speaker& speaker : MakeSpeakerSet(layouts[i]).speakers)
+            EXPECT_NO_THROW(speaker.Validate());
+    }
+}
+
+// The set-up's rule: sqrt(4 pi) times the fourth root of the count of speakers that aren't for dialogue or
+// bass alone, times the distance; shared by the square root of the number of centres.
+TEST(MakeSpeakerSet, Dialogue_IsAsLoudByEveryLayout) {
+    std::vector<SpeakerLayout> layouts = StandardLayouts();
+    layouts.push_back(RegularLayouts().front());
+    layouts.push_back(
+        ReadText("name: a\nC: azimuth 5, distance 2, role FrontCentre\nL: azimuth 60, distance 3\n"
+                 "D: azimuth 0, distance 1.2, role FrontCentreDialogue\nR: azimuth -60\n"));
+    for (const SpeakerLayout& layout : layouts) {
+        const orb3::spk::SpeakerSet set = MakeSpeakerSet(layout);
+        double count = 0, centres = 0, energy = 0;
+        for (std::size_t i = 0; i < set.speakers.size(); ++i) {
+            using orb3::spk::Role;
+            const Role role = set.speakers[i].role;
+            count += role != Role::FrontCentreDialogue && role != Role::BassLFE && role != Role::BassManaged;
+            if (role != Role::FrontCentre && role != Role::FrontCentreDialogue) continue;
+            const orb3::Location& at = set.speakers[i].location;
+            const double gain = std::hypot(at.x, at.y, at.z);
+            energy += std::pow(gain * layout.ReferenceDistance() / layout.speakers[i].distance, 2);
+            ++centres;
+        }
+        if (centres > 0) {
+            EXPECT_NEAR(energy / centres * std::sqrt(count), 1, 1e-9) << layout.name;
+        }
+    }
+}
+
+TEST(ReadLayout, AWholeRoom_IsReadInItsOrder) {
+    const SpeakerLayout room = ReadText(
+        "# measured with a tape\r\n\n name : Attic 2 \nLeft: azimuth 30, distance 2.4, role FrontLeft # new\n"
+        "Top:azimuth -90 ,elevation 60\nSide: x -0.3, y 0.4\nSub: y 3, type sub-woofer, role basslfe\n");
+    EXPECT_EQ(room.name, "Attic 2");
+    ASSERT_EQ(room.speakers.size(), 4u);
+    EXPECT_NEAR(room.speakers[0].direction.y(), 0.5, 1e-12);
+    EXPECT_EQ(room.speakers[0].distance, 2.4);
+    EXPECT_EQ(room.speakers[0].role, orb3::spk::Role::FrontLeft);
+    EXPECT_NEAR(room.speakers[1].direction.y(), -0.5, 1e-12);
+    EXPECT_NEAR(room.speakers[1].direction.z(), std::numbers::sqrt3 / 2, 1e-12);
+    EXPECT_NEAR(room.speakers[2].direction.x(), -0.6, 1e-12);
+    EXPECT_NEAR(room.speakers[2].distance, 0.5, 1e-12);
+    EXPECT_EQ(room.DecodedSpeakers(), (std::vector<std::size_t>{0, 1, 2}));
+    EXPECT_FALSE(room.IsFlat());
+    EXPECT_EQ(room.ReferenceDistance(), 2.4);
+}
+
+TEST(ReadLayout, OfABadRoom_TellsTheLineAndWhatIsWrong) {
+    const std::pair<const char*, const char*> cases[] = {
+        // a part of the message
+        {"", "room.txt, line 0: The layout has no name"},
+        {"A: azimuth 1\n", "line 1: The layout has no name"},
+        {"name: a\n", "line 1: The layout has no speaker"},
+        {"name: --\n", "line 1: A layout's name needs"},
+        {"name: a\nname: b\n", "line 2: The layout has a name already"},
+        {"name: a\n\nhello\n", "line 3: A line is"},
+        {"name: a\n: azimuth 3\n", "line 2: A speaker needs a label"},
+        {"name: a\nA: azimuth 3x\n", "line 2: \"3x\" is not a number for \"azimuth\""},
+        {"name: a\nA: azimuth nan\n", "line 2: \"nan\" is not a number"},
+        {"name: a\nA: azimuth 1, azimuth 2\n", "line 2: \"azimuth\" is given twice"},
+        {"name: a\nA: azimut 1\n", "line 2: \"azimut\" is not one of"},
+        {"name: a\nA: azimuth 1, x 2\n", "line 2: A speaker stands at"},
+        {"name: a\nA: role FrontLeft\n", "line 2: A speaker stands at"},
+        {"name: a\nA: elevation 91\n", "line 2: An elevation"},
+        {"name: a\nA: x 0\n", "line 2: A speaker stands between"},
+        {"name: a\nA: azimuth 0, distance 1e9\n", "line 2: A speaker stands between"},
+        {"name: a\nA: azimuth 0, role King\n", "line 2: Unknown channel name 'King'."},
+        {"name: a\nA: azimuth 0, role BassLFE\n", "line 2: Bass channels"},
+        {"name: a\nA: azimuth 0\nA: azimuth 9\n", "line 3: There are two speakers"},
+        {"name: a\nA: azimuth 0\nB: x 3\n", "line 3: \"A\" and \"B\" stand"}};
+    for (const auto& [text, message] : cases) {
+        const std::string failure = testing_support::Failure([&, text = text] { ReadText(text); });
+        EXPECT_NE(failure.find(message), std::string::npos) << failure << text;
+    }
+}
+
+}  // namespace
+}  // namespace design

@@ -1,0 +1,216 @@
+#include "library/speakerdecoder.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <complex>
+#include <numbers>
+
+#include "library/acousticcheck.h"
+#include "library/fieldbasis.h"
+#include "slib/exception.h"
+
+namespace design {
+namespace {
+
+using std::numbers::pi;
+using Transform = orb3::strans::TimeDomainTransform<double, 1>;
+
+constexpr double testRate = 48000;
+constexpr FrequencyBand highBand{6000, 12000, 3};
+
+std::vector<SpeakerLayout> AllLayouts() {
+    std::vector<SpeakerLayout> layouts = StandardLayouts();
+    for (const SpeakerLayout& layout : RegularLayouts())
+        layouts.push_back(layout);
+    return layouts;
+}
+
+SpeakerLayout Layout(const std::string& name) {
+    for (const SpeakerLayout& layout : AllLayouts())
+        if (layout.name == name) return layout;
+    throw slib::BadParameterException(name);
+}
+
+std::vector<Direction> AllAround(const SpeakerLayout& layout) {
+    return layout.IsFlat() ? HorizonPoints(180).directions : SpiralPoints(400).directions;
+}
+
+// An output's answer to a plane wave from an azimuth (degrees) on the horizon: the channels of orders 0 and 1
+// are written out, others are left to the designer's own matrix.
+std::complex<double> Answer(const Transform& transform, unsigned output, double azimuth, double frequency) {
+    const auto order = static_cast<unsigned>(std::lround(std::sqrt(transform.impulses.rows))) - 1;
+    const double a = azimuth * pi / 180;
+    Eigen::RowVectorXd wave = PlaneWaveMatrix({DirectionAt(a, 0)}, order).row(0);
+    wave.head<4>() << std::sqrt(4 * pi), -std::sqrt(12 * pi) * std::sin(a), 0,
+        -std::sqrt(12 * pi) * std::cos(a);
+    std::complex<double> sum = 0;
+    for (std::uint32_t c = 0; c < transform.impulses.rows; ++c)
+        for (std::uint32_t i = 0; i < transform.Length(); ++i) {
+            const double time =
+                i < transform.start || transform.start == 0 ? i : double(i) - transform.Length();
+            sum += wave[c] * transform.impulses.data[c * transform.impulses.columns + output].data[i] *
+                   std::polar(1.0, -2 * pi * frequency * time / transform.sampleRate);
+        }
+    return sum;
+}
+
+TEST(GaussRings, AtDegreeEight_HarmonicsOfOrderFourAreOrthonormal) {
+    const Quadrature points = GaussRings(8);
+    const Eigen::MatrixXd harmonics = FsaMatrix(points.directions, 4);
+    const Eigen::MatrixXd gram = 4 * pi * harmonics.transpose() * points.weights.asDiagonal() * harmonics;
+    EXPECT_LT((gram - Eigen::MatrixXd::Identity(25, 25)).cwiseAbs().maxCoeff(), 1e-12);
+}
+
+// Regular rings and the cube, at the orders that they carry.
+TEST(RegularDecoder, EnergyVectors_ReachTheLimitOfTheOrder) {
+    const std::pair<const char*, unsigned> designs[] = {
+        {"Quad", 1},    {"Hexagon", 1}, {"Hexagon", 2},      {"Octagon", 1},     {"Octagon", 2},
+        {"Octagon", 3}, {"Cube", 1},    {"Surround 7.1", 1}, {"Surround 7.1", 2}};
+    for (const auto& [name, order] : designs)
+        for (SpeakerMethod method : {SpeakerMethod::Energy, SpeakerMethod::DualBand}) {
+            SCOPED_TRACE(name + std::to_string(order));
+            const SpeakerLayout layout = Layout(name);
+            const SpeakerDecoder decoder = DesignSpeakerDecoder(layout, order, method, testRate);
+            const AcousticSummary summary =
+                Summarise(CheckDirections(layout, decoder.transform, highBand, AllAround(layout)));
+            EXPECT_GT(summary.leastLength, 0.98 * MaxEnergyLength(order, layout.IsFlat()));
+            EXPECT_LT(summary.greatestError, 1);
+            EXPECT_NEAR(summary.leastLevel, summary.greatestLevel, 0.05);
+        }
+}
+
+TEST(MaxEnergyLength, IsThatOfThePublishedTables) {
+    const double flat[] = {0.7071, 0.8660, 0.9239, 0.9511}, full[] = {0.5774, 0.7746, 0.8611, 0.9062};
+    for (unsigned order = 1; order <= 4; ++order) {
+        EXPECT_NEAR(MaxEnergyLength(order, true), flat[order - 1], 5e-5);
+        EXPECT_NEAR(MaxEnergyLength(order, false), full[order - 1], 5e-5);
+    }
+}
+
+TEST(QuadOfOrderOne, Gains_AreCardioidsTowardsTheSpeakers) {
+    const std::pair<SpeakerMethod, double> cases[] = {{SpeakerMethod::Basic, 2},
+                                                      {SpeakerMethod::Energy, std::numbers::sqrt2}};
+    for (const auto& [method, slope] : cases) {
+        const Transform transform = DesignSpeakerDecoder(Layout("Quad"), 1, method, testRate).transform;
+        const double scale = std::sqrt(4 * pi / (4 + 2 * slope * slope));
+        for (double azimuth : {0.0, 70.0, 200.0}) {
+            const double speakers[] = {45, -45, 135, -135};
+            for (unsigned k = 0; k < 4; ++k)
+                EXPECT_NEAR(Answer(transform, k, azimuth, 0).real(),
+                            scale * (1 + slope * std::cos((azimuth - speakers[k]) * pi / 180)), 1e-9);
+        }
+    }
+}
+
+class SurroundDecoder : public testing::TestWithParam<std::string> {};
+
+TEST_P(SurroundDecoder, Front_IsRightAndTheLevelFlatAllAroundAndTheVelocityAPlaneWavesBelowTheCrossover) {
+    const SpeakerLayout layout = Layout(GetParam());
+    for (unsigned order = 1; order <= 4; ++order)
+        for (SpeakerMethod method : {SpeakerMethod::Energy, SpeakerMethod::DualBand}) {
+            SCOPED_TRACE(order);
+            const Transform transform = DesignSpeakerDecoder(layout, order, method, testRate).transform;
+            const AcousticSummary front =
+                Summarise(CheckDirections(layout, transform, highBand, FrontDirections(30, 31)));
+            EXPECT_LT(front.greatestError, 2);
+            const AcousticSummary around =
+                Summarise(CheckDirections(layout, transform, highBand, AllAround(layout)));
+            EXPECT_GT(around.leastLevel, -0.5);
+            EXPECT_LT(around.greatestLevel, 0.5);
+            EXPECT_LT(around.meanError, 6);
+            EXPECT_GT(around.meanLength, 0.75 * MaxEnergyLength(order, true));
+            if (method != SpeakerMethod::DualBand) continue;
+            for (const DirectionFigures& figures :
+                 CheckDirections(layout, transform, {60, 120, 2}, AllAround(layout))) {
+                EXPECT_NEAR(figures.velocityLength, 1, 0.01);
+                EXPECT_LT(figures.velocityError, 0.5);
+            }
+        }
+}
+
+INSTANTIATE_TEST_SUITE_P(Layouts, SurroundDecoder,
+                         testing::Values("Surround 5.1", "Surround 5.1 (ITU)", "Surround 7.1",
+                                         "Surround 7.1 (Wide)"));
+
+class AnyDecoder : public testing::TestWithParam<std::string> {};
+
+TEST_P(AnyDecoder, EveryMethodAndOrder_IsCalibratedSaneAndOfTheRightShape) {
+    const SpeakerLayout layout = Layout(GetParam());
+    for (SpeakerMethod method : MethodsFor(layout))
+        for (unsigned order = 1; order <= 4; ++order) {
+            SCOPED_TRACE(DescribeMethod(method).tag + " " + std::to_string(order));
+            const Transform transform = DesignSpeakerDecoder(layout, order, method, 44100).transform;
+            EXPECT_TRUE(std::has_single_bit(transform.Length()));
+            EXPECT_EQ(transform.impulses.rows, ChannelCount(order));
+            const auto ahead = CheckDirections(layout, transform, {300, 15000, 12}, {Direction::UnitX()});
+            EXPECT_NEAR(ahead[0].level, 0, 0.3);
+            std::vector<Direction> directions = SpiralPoints(100).directions;
+            directions.push_back(Direction::UnitZ());
+            for (double frequency : {50.0, 1000.0, 10000.0}) {
+                const AcousticSummary all =
+                    Summarise(CheckDirections(layout, transform, {frequency, frequency, 1}, directions));
+                EXPECT_LT(all.loudestSpeaker, 2);
+                EXPECT_GT(all.leastLevel, method == SpeakerMethod::Energy ? -3.1 : -9.1);
+                EXPECT_LT(all.greatestLevel, 6.5);
+            }
+            for (std::uint32_t k = 0; k < transform.impulses.columns; ++k)
+                if (layout.kind == LayoutKind::Speakers && !layout.speakers[k].IsDecoded()) {
+                    EXPECT_EQ(std::abs(Answer(transform, k, 40, 500)), 0);
+                }
+        }
+}
+
+INSTANTIATE_TEST_SUITE_P(Layouts, AnyDecoder,
+                         testing::Values("Mono", "Stereo", "Surround Stereo", "Quad", "Surround 5.1",
+                                         "Surround 5.1 (ITU)", "Surround 7.1", "Surround 7.1 (Wide)",
+                                         "Hexagon", "Octagon", "Cube"));
+
+TEST(SurroundStereo, SourcesBehind_AreInOppositeQuarterTurnsAndSourcesAheadInPhase) {
+    const Transform transform =
+        DesignSpeakerDecoder(Layout("Surround Stereo"), 3, SpeakerMethod::AllRound, testRate).transform;
+    for (double frequency : {200.0, 1000.0, 10000.0}) {
+        const auto left = Answer(transform, 0, 0, frequency), right = Answer(transform, 1, 0, frequency);
+        EXPECT_LT(std::abs(left - std::conj(right)), 1e-6);
+        EXPECT_NEAR(std::arg(left), 0, 0.05);
+        const auto backLeft = Answer(transform, 0, 180, frequency),
+                   backRight = Answer(transform, 1, 180, frequency);
+        EXPECT_NEAR(std::arg(backLeft), pi / 2, 0.05);
+        EXPECT_NEAR(std::arg(backRight), -pi / 2, 0.05);
+        const auto sideLeft = Answer(transform, 0, 110, frequency),
+                   sideRight = Answer(transform, 1, 110, frequency);
+        EXPECT_GT(std::abs(sideLeft), 1.25 * std::abs(sideRight));
+    }
+}
+
+TEST(UnequalDistances, NearSpeakers_AreLoweredAndDelayed) {
+    SpeakerLayout layout = Layout("Quad");
+    layout.speakers[0].distance = 3.464;
+    layout.speakers[1].distance = 1.732;  // 5 ms nearer
+    layout.speakers[2].distance = layout.speakers[3].distance = 2.9;
+    const Transform even =
+        DesignSpeakerDecoder(Layout("Quad"), 2, SpeakerMethod::DualBand, testRate).transform;
+    const Transform uneven = DesignSpeakerDecoder(layout, 2, SpeakerMethod::DualBand, testRate).transform;
+    const double gains[] = {1, 0.5, 2.9 / 3.464, 2.9 / 3.464};
+    for (unsigned k = 0; k < 4; ++k)
+        for (double frequency : {100.0, 3000.0}) {
+            const double delay = (1 - gains[k]) * 0.010;
+            const auto expected =
+                gains[k] * Answer(even, k, 20, frequency) * std::polar(1.0, -2 * pi * frequency * delay);
+            EXPECT_LT(std::abs(Answer(uneven, k, 20, frequency) - expected), 1e-3);
+        }
+}
+
+TEST(DesignSpeakerDecoder, OnWhatItCannotServe_Refuses) {
+    const auto design = [](const char* layout, unsigned order, double rate) {
+        return DesignSpeakerDecoder(Layout(layout), order, SpeakerMethod::Energy, rate);
+    };
+    EXPECT_THROW(design("Headphone Stereo", 1, testRate), slib::BadParameterException);
+    EXPECT_THROW(design("Quad", 0, testRate), slib::BadParameterException);
+    EXPECT_THROW(design("Quad", 5, testRate), slib::BadParameterException);
+    EXPECT_THROW(design("Quad", 1, std::nan("")), slib::BadParameterException);
+}
+
+}  // namespace
+}  // namespace design

@@ -1,0 +1,38 @@
+#include "orb3core/settings/platformsettings.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "orb3core/store/configstore.h"
+#include "tests/support/recordinglog.h"
+#include "tests/support/temporaryfolder.h"
+
+namespace {
+
+using Output = platform::PlatformSettings::Output;
+
+TEST(PlatformSettings, Texts_AreReadOrTakenForMissingWithAnError) {
+    const std::tuple<const char*, const char*, const char*, platform::PlatformSettings, int> cases[] = {
+        {"", "", "", {Output::Auto, "", {}}, 0},
+        {"Silent", "", "", {Output::Silent, "", {}}, 0},
+        {"WaveFile",
+         "/a b.wav",
+         "Surround 5.1 (ITU)",
+         {Output::WaveFile, "/a b.wav", slib::StandardFormat::Surround51ITU},
+         0},
+        {"WaveFile", "", "Unknown", {Output::Auto, "", {}}, 2},
+        {"silent", "/a.wav", "5.1", {Output::Auto, "/a.wav", {}}, 2}};
+    const testing_support::TemporaryStore folder;
+    const orb3::ConfigStore store(orb3::storeRoot, orb3::ConfigStore::Scope::User);
+    for (const auto& [output, waveFile, speakers, expected, errors] : cases) {
+        store.Write("/Platform/Output", output);
+        store.Write("/Platform/WaveFile", waveFile);
+        store.Write("/Platform/SpeakerSetting", speakers);
+        testing_support::RecordingLog log;
+        EXPECT_EQ(orb3::ReadPlatformSettings(log), expected);
+        EXPECT_EQ(std::count(log.lines.begin(), log.lines.end(), ':'), errors) << log.lines;
+    }
+}
+
+}  // namespace

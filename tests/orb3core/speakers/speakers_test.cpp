@@ -1,0 +1,99 @@
+#include "orb3core/speakers/speakers.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <string>
+
+#include "slib/text.h"
+#include "tests/support/failure.h"
+
+namespace {
+
+using namespace orb3::spk;
+using slib::SXMLNode;
+using Style = SXMLNode::Style;
+using testing_support::Failure;
+
+// A set of one speaker.
+SpeakerSet ReadSet(const std::string& attributes, const std::string& speakerAttributes) {
+    SpeakerSet set;
+    set.Read(SXMLNode("<SpeakerSet " + attributes + "><Other/><Speaker Label=\"L\" " + speakerAttributes +
+                      "><Location X=\"1\" Y=\"-2\" Z=\"0.125\"/></Speaker></SpeakerSet>"),
+             true);
+    return set;
+}
+
+TEST(Texts, OfRolesTypesAndArrangements_ReadAndWriteBack) {
+    int value = 0;
+    for (const std::string text :
+         {"Unknown", "FrontLeft", "FrontRight", "FrontCentre", "FrontCentreDialogue", "BassManaged",
+          "BassLFE", "BackLeft", "BackRight", "BackCentre", "SideLeft", "SideRight"}) {
+        const auto role = static_cast<Role>(value++);
+        EXPECT_EQ(GetRoleText(role), text);
+        EXPECT_EQ(ParseRole(slib::toUpper(text)), role);
+    }
+    EXPECT_EQ(ParseSpeakerType("normal"), SpeakerType::Normal);
+    EXPECT_EQ(ParseSpeakerType("small"), SpeakerType::Small);
+    EXPECT_EQ(GetSpeakerTypeText(ParseSpeakerType("SUB-woofer")), "Sub-Woofer");
+    value = 0;
+    for (const std::string text : {"Free", "Upright", "Forward", "Forward/Upright"}) {
+        const auto arrangement = static_cast<orb3::AudienceArrangement>(value++);
+        EXPECT_EQ(orb3::ParseAudienceArrangement(text), arrangement);
+        EXPECT_EQ(orb3::GetAudienceArrangementText(arrangement), text);
+    }
+    EXPECT_EQ(Failure([] { ParseRole("Front Left"); }), "Unknown channel name 'Front Left'.");
+    EXPECT_EQ(Failure([] { ParseSpeakerType(""); }), "Unknown speaker type ''.");
+    EXPECT_EQ(Failure([] { orb3::ParseAudienceArrangement("free"); }),
+              "Unknown audience arrangement 'free'.");
+}
+
+TEST(SpeakerValidate, BassRolesAndSubWoofers_ComeTogether) {
+    const auto answer = [](SpeakerType type, Role role) {
+        const Speaker speaker{.label = "", .location = {}, .type = type, .role = role};
+        return Failure([&] { speaker.Validate(); });
+    };
+    const std::string bassText = "Bass channels should be sent to sub-woofers.";
+    EXPECT_EQ(answer(SpeakerType::Normal, Role::BassLFE), bassText);
+    EXPECT_EQ(answer(SpeakerType::Small, Role::BassManaged), bassText);
+    EXPECT_EQ(answer(SpeakerType::SubWoofer, Role::FrontLeft),
+              "Subwoofers should be indicated as 'Bass (LFE Only)' or 'Bass (Managed)'.");
+    EXPECT_EQ(answer(SpeakerType::SubWoofer, Role::BassManaged), "");
+    EXPECT_EQ(answer(SpeakerType::Normal, Role::FrontLeft), "");
+}
+
+TEST(SpeakerSetNode, ScaleAndAnUnknownRole_Disappear) {
+    SpeakerSet set = ReadSet(R"(DiscardDistance="True" Scale="2")", R"(Type="small" Role="Unknown")");
+    EXPECT_EQ(
+        set.CreateNode()->ToString(Style::Compact),
+        R"(<SpeakerSet AudienceArrangement="Forward" DiscardDistance="True"><Speaker Label="L" Type="Small">)"
+        R"(<Location X="2" Y="-4" Z="0.25"/></Speaker></SpeakerSet>)");
+    set.speakers[0].role = Role::BassLFE;
+    set.speakers[0].location = {1.0 / 3.0, -12345.678901234, 1e-12};
+    EXPECT_EQ(set.speakers[0].CreateNode()->ToString(Style::Compact),
+              R"(<Speaker Label="L" Role="BassLFE" Type="Small">)"
+              R"(<Location X="0.3333333333" Y="-12345.6789" Z="1e-12"/></Speaker>)");
+    set = ReadSet(R"(DiscardDistance="True" Scale="inf")", R"(Type="Normal")");
+    EXPECT_TRUE(std::isfinite(set.speakers[0].location.y));
+}
+
+TEST(SpeakerSetNode, FailedRead_LeavesTheSet) {
+    const SpeakerSet before = ReadSet(R"(DiscardDistance="True")", R"(Type="Normal")");
+    SpeakerSet set = before;
+    EXPECT_THROW(set.Read(SXMLNode("<SpeakerSet/>"), true), slib::BadXMLException);
+    EXPECT_THROW(set.Read(SXMLNode(R"(<Other DiscardDistance="True"/>)"), true), slib::BadXMLException);
+    EXPECT_TRUE(set == before);
+    set.Read(SXMLNode(R"(<Other DiscardDistance="True"/>)"), false);
+    EXPECT_TRUE(set.speakers.empty());
+}
+
+TEST(SpeakerSets, DifferingInARoleOnly_AreEqual) {
+    const std::string attributes = R"(DiscardDistance="False")";
+    const SpeakerSet plain = ReadSet(attributes, R"(Type="Normal")");
+    EXPECT_TRUE(plain == ReadSet(attributes, R"(Type="Normal" Role="BackLeft")"));
+    EXPECT_FALSE(plain == ReadSet(attributes, R"(Type="Small")"));
+    EXPECT_FALSE(plain == ReadSet(R"(DiscardDistance="True")", R"(Type="Normal")"));
+    EXPECT_FALSE(plain == ReadSet(attributes + R"( AudienceArrangement="Free")", R"(Type="Normal")"));
+}
+
+}  // namespace

@@ -1,0 +1,149 @@
+#include "orb3core/store/configstore.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <clocale>
+#include <iterator>
+#include <map>
+#include <set>
+#include <string>
+
+#include "slib/exception.h"
+#include "tests/support/process.h"
+#include "tests/support/temporaryfolder.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// A store of the user, in a process that must print nothing.
+class Store : public testing::Test {
+protected:
+    Store() {
+        fs::create_directories(file.parent_path());
+        testing::internal::CaptureStdout();
+        testing::internal::CaptureStderr();
+    }
+    ~Store() override {
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+        std::setlocale(LC_ALL, "C");
+    }
+    void Put(const std::string& content) const { std::ofstream(file, std::ios::binary) << content; }
+    std::string Content() const {
+        std::ifstream stream(file, std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+
+    const testing_support::TemporaryStore folder;
+    const fs::path file = folder.UserFile();
+    const orb3::ConfigStore store{orb3::storeRoot, orb3::ConfigStore::Scope::User};
+};
+
+TEST_F(Store, MissingOrEmpty_ReadsAsDefaultsAndIsMadeByTheFirstWrite) {
+    fs::remove(file.parent_path());
+    EXPECT_EQ(store.Read("/Log/Index", "0"), "0");
+    EXPECT_FALSE(fs::exists(file.parent_path()));  // reading leaves no trace
+    store.Write("/Log/Index", "5");
+    EXPECT_EQ(store.Read("/Log/Index", "0"), "5");
+    Put("");
+    EXPECT_EQ(store.Read("/Log/Index", "0"), "0");
+}
+
+// A store as the system writes it, and what else people may put into one.
+const std::map<std::string, std::string> values{
+    {"/Speakers/Configuration", "<Configuration><Name>\"5.1\"</Name>\n</Configuration>"},
+    {"/Log/001", "I2012-03-04 05:06:07.89 Tessarune: Rendering started."},
+    {"/top", ""},
+    {"/Other Group/Deep/A key", "  blanks \t"},
+    {"/A/a=b", "\"quoted\""},
+    {"/A/[x]", "C:\\new\\"},
+    {"/A/#x", "# no comment"},
+    {"/A/;x", "a\nb\r\nc\r"},
+    {"/A/ x", "\t\v\f\x01\x1F\x7F"},
+    {"/A/x\\y", "$HOME ${HOME} %PATH%"},
+    {"/A/\"10%\"", "\xE3\x80\x80wide blank\xE3\x80\x80"},
+    {"/\xC3\xA9/\xC3\xA9", "\xEF\xBB\xBFmark \xF0\x9F\x8E\xB5"}};
+
+TEST_F(Store, Values_ReadBackByteForByteInEachLocale) {
+    for (const char* locale : {"C", "C.UTF-8"}) {
+        std::setlocale(LC_ALL, locale);
+        for (const auto& [key, value] : values)
+            store.Write(key, value);
+        store.Write("/A/B/No text", std::string("a\xFF\0z", 4));
+        for (const char* reading : {"C", "C.UTF-8"}) {
+            std::setlocale(LC_ALL, reading);
+            for (const auto& [key, value] : values)
+                EXPECT_EQ(store.Read(key, "default"), value) << key;
+            EXPECT_EQ(store.Read("/A/B/No text", ""), "a\xEF\xBF\xBD\xEF\xBF\xBDz");
+            EXPECT_EQ(store.Read("/A/absent", "default"), "default");
+        }
+    }
+    const std::string large = std::string(50000, '\\') + std::string(50000, '"');
+    store.Write("/Large", large);
+    EXPECT_EQ(store.Read("/Large", ""), large);
+}
+
+TEST_F(Store, CutAtAnyByte_KeepsTheWholeLinesBefore) {
+    for (const auto& [key, value] : values)
+        store.Write(key, value);
+    const std::string whole = Content();
+    std::set<std::string> kept;  // the keys whose lines are whole before the cut
+    for (std::size_t cut = 0; cut < whole.size(); ++cut) {
+        Put(whole.substr(0, cut));
+        store.Write("/New/Key", "new");
+        store.Update([&](orb3::OpenStore& open) {
+            EXPECT_EQ(open.Read("/New/Key", ""), "new") << cut;
+            for (const auto& [key, value] : values) {
+                const bool isThere = open.Read(key, "default") == value;
+                EXPECT_TRUE(isThere || !kept.contains(key)) << key << cut;
+                if (isThere && whole[cut] == '\n') kept.insert(key);
+            }
+        });
+    }
+    EXPECT_EQ(kept.size(), values.size());
+}
+
+TEST_F(Store, OfAnotherUserOrADirectory_LosesTheWriteAloneAndIsNotTakenForEmpty) {
+    store.Write("/A/B", "value");
+    fs::remove(file.string() + ".lock");
+    chmod(folder.folder.path.c_str(), 0755);
+    chmod(file.parent_path().parent_path().c_str(), 0755);
+    chmod(file.c_str(), 0444);
+    chmod(file.parent_path().c_str(), 0555);
+    EXPECT_EQ(testing_support::RunInChild([&] {
+                  if (geteuid() == 0 && seteuid(65534) != 0) return 97;
+                  store.Update([&](orb3::OpenStore&) { _exit(1); });
+                  return store.Read("/A/B", "default") == "value" ? 0 : 2;
+              }),
+              0);
+    chmod(file.c_str(), 0644);
+    EXPECT_EQ(store.Read("/A/B", ""), "value");
+    fs::remove(file);
+    fs::create_directory(file);
+    store.Write("/A/B", "lost");
+    EXPECT_EQ(store.Read("/A/B", "default"), "default");
+    EXPECT_TRUE(fs::is_directory(file));
+}
+
+TEST_F(Store, SpeakerConfiguration_IsRefusedWhileThereIsNone) {
+    for (const char* content : {"", "[Speakers]\nConfiguration=\n"}) {
+        Put(content);
+        EXPECT_THROW(orb3::ReadSpeakerConfiguration(), slib::BadDataException);
+    }
+    orb3::WriteSpeakerConfiguration("<A/>");
+    EXPECT_EQ(orb3::ReadSpeakerConfiguration(), "<A/>");
+}
+
+TEST_F(Store, FormatLibraryPath_IsTheFirstThatIsNotEmptyAndOfTheMachine) {
+    Put("[Formats]\nAFL=/of/the/user\n");
+    const std::map<std::string, std::string> cases{
+        {"", ""}, {"UFL=/u\nAFL=\n", "/u"}, {"UFL=/u\nAFL=/a\n", "/a"}};
+    for (const auto& [lines, path] : cases) {
+        std::ofstream(folder.MachineFile()) << "[Formats]\n" << lines;
+        EXPECT_EQ(orb3::ReadFormatLibraryPath(), path);
+    }
+}
+
+}  // namespace

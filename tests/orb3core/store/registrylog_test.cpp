@@ -1,0 +1,116 @@
+#include "orb3core/store/registrylog.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <map>
+#include <string>
+#include <thread>
+
+#include "orb3core/store/configstore.h"
+#include "tests/support/temporaryfolder.h"
+
+namespace {
+
+const std::string stamp = "0000-00-00 00:00:00.00 ";  // what comes behind the tag, with each digit as 0
+
+class RegistryLog : public testing::Test {
+protected:
+    std::string Read(const std::string& key) const { return store.Read(key, "none"); }
+    std::string Line(int slot) const { return Read("/Log/" + std::to_string(1000 + slot).substr(1)); }
+    // The same with the digits of its time as 0.
+    std::string Masked(int slot) const {
+        std::string line = Line(slot);
+        std::replace_if(line.begin(), line.begin() + std::min<std::ptrdiff_t>(std::ssize(line), 24), isdigit,
+                        '0');
+        return line;
+    }
+
+    const testing_support::TemporaryStore folder;
+    const orb3::ConfigStore store{orb3::storeRoot, orb3::ConfigStore::Scope::User};
+    ggui::RegistryLog log{orb3::storeRoot, "Tessarune"};
+};
+
+TEST_F(RegistryLog, FirstLine_LandsInSlotOneWithTheLocalTime) {
+    setenv("TZ", "TST-05:30", 1);
+    tzset();
+    const time_t before = time(nullptr);
+    log.Write("Rendering started.", false);
+    const time_t after = time(nullptr);
+    unsetenv("TZ");
+    tzset();
+    EXPECT_EQ(Read("/Log/Index"), "1");
+    EXPECT_EQ(Line(0), "none");
+    EXPECT_EQ(Masked(1), "I" + stamp + "Tessarune: Rendering started.");
+    tm local{};
+    strptime(Line(1).c_str(), "I%Y-%m-%d %H:%M:%S", &local);
+    const time_t stamped = timegm(&local) - (5 * 3600 + 1800);
+    EXPECT_TRUE(before <= stamped && stamped <= after);
+}
+
+TEST_F(RegistryLog, NextLine_StandsInTheSlotBehindTheIndexAroundTheRing) {
+    const std::map<std::string, int> next{{"98", 99}, {"99", 0},   {"wrong", 1}, {"", 1},
+                                          {" 7x", 8}, {"250", 51}, {"-5", 96},   {"99999999999", 48}};
+    for (const auto& [index, slot] : next) {
+        store.Write("/Log/Index", index);
+        log.Write(index, false);
+        EXPECT_EQ(Read("/Log/Index"), std::to_string(slot));
+        EXPECT_EQ(Masked(slot), "I" + stamp + "Tessarune: " + index);
+    }
+}
+
+TEST_F(RegistryLog, Errors_StopWithAMarkerAfterTheTwentyFifthAndOthersGoOn) {
+    for (int i = 1; i <= 30; ++i) {
+        log.Write("error " + std::to_string(i), true);
+        if (i == 10) log.Write("between", false);
+    }
+    log.Write("after", false);
+    log.Write("again", true);
+    EXPECT_EQ(Masked(11), "I" + stamp + "Tessarune: between");
+    EXPECT_EQ(Masked(26), "E" + stamp + "Tessarune: error 25");
+    EXPECT_EQ(Masked(27), "E" + stamp + "Tessarune: [Suppressing further errors.]");
+    EXPECT_EQ(Masked(28), "I" + stamp + "Tessarune: after");
+    EXPECT_EQ(Read("/Log/Index"), "28");
+}
+
+void StartWriter(const char* name, const char* count) {
+    const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe");
+    const std::string program = self.parent_path() / "storewriter";
+    if (fork() == 0) _exit(execl(program.c_str(), "storewriter", name, count, nullptr));
+}
+
+TEST_F(RegistryLog, TwoProcessesAtOnce_LoseNoLineWhileDocumentsStayWhole) {
+    orb3::WriteSpeakerConfiguration(std::string(100, 'a'));
+    StartWriter("One", "300");
+    StartWriter("Two", "300");
+    StartWriter("document", "101");
+    std::map<std::string, int> seen;
+    for (int running = 3; running > 0;) {
+        ++seen[orb3::ReadSpeakerConfiguration()];
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        int status = 0;
+        if (waitpid(-1, &status, WNOHANG) == 0) continue;
+        EXPECT_EQ(status, 0);
+        --running;
+    }
+    EXPECT_EQ(seen.size(), 2U);
+    EXPECT_TRUE(seen.contains(std::string(100, 'a')) && seen.contains(std::string(5000, 'b')));
+
+    // Of 600 lines the ring holds the last 100, those of each writer without a gap up to its last.
+    EXPECT_EQ(Read("/Log/Index"), "0");
+    std::map<std::string, int> next{{"One", 300}, {"Two", 300}};
+    for (int i = 100; i > 0; --i) {
+        const std::string line = Line(i % 100);
+        ASSERT_GT(line.size(), 29U);
+        EXPECT_EQ(line.substr(27), ": " + std::to_string(--next[line.substr(24, 3)]));
+    }
+    EXPECT_EQ(next.size(), 2U);
+    EXPECT_EQ(next["One"] + next["Two"], 500);
+}
+
+}  // namespace

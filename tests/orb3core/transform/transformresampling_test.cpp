@@ -1,0 +1,81 @@
+#include "orb3core/transform/transformresampling.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <complex>
+#include <cstdint>
+#include <numbers>
+#include <random>
+#include <tuple>
+
+#include "slib/exception.h"
+
+namespace {
+
+using Transform = orb3::strans::TimeDomainTransform<float, 1>;
+
+constexpr std::uint32_t length = 1024;
+constexpr std::uint32_t quiet = 100;  // samples at either end of a response, more than the low-pass reaches
+
+// Noise in the middle of the window. What stands behind it is there to be cleared.
+Transform Noise(std::uint32_t start, std::uint32_t width) {
+    Transform transform{48000, start, width, {1, 2}};
+    std::minstd_rand random(start + 1);
+    for (auto& impulse : transform.impulses) {
+        impulse.resize(length);
+        impulse.fill(0);
+        for (std::uint32_t k = quiet; k < width - quiet; ++k)
+            impulse[(start + k) % length] = static_cast<float>(random()) / 1e9f - 1;
+        impulse[(start + width) % length] = 7;
+    }
+    return transform;
+}
+
+// The response at `frequency`, in Hz, by the places of the samples in time. A window that reaches over the
+// end of the ring begins before time zero.
+std::complex<double> ResponseAt(const Transform& transform, std::uint32_t element, double frequency) {
+    const auto& impulse = transform.impulses[element];
+    const bool isEarly = transform.start + transform.width > impulse.size;
+    const double begin = static_cast<double>(transform.start) - (isEarly ? impulse.size : 0);
+    std::complex<double> sum = 0;
+    for (std::uint32_t k = 0; k < transform.width; ++k)
+        sum += std::polar(double{impulse[(transform.start + k) % impulse.size]},
+                          -2 * std::numbers::pi * frequency * (begin + k) / transform.sampleRate);
+    return sum;
+}
+
+// A new rate in Hz, `start`, `width`, and by how many samples of the new rate rounding shifts the begin.
+using Case = std::tuple<double, std::uint32_t, std::uint32_t, double>;
+
+class Resample : public testing::TestWithParam<Case> {};
+
+TEST_P(Resample, OfATransform_KeepsMagnitudeAndDelayBelowTheTransition) {
+    const auto [rate, start, width, shift] = GetParam();
+    const double transition = 0.025 * rate;
+    const Transform old = Noise(start, width);
+    Transform fresh = old;
+    orb3::strans::resample(fresh, rate, transition);
+    EXPECT_EQ(fresh.impulses[0].size, std::ceil(length * rate / 48000));
+    for (double frequency = 0; frequency < std::min(rate, 48000.0) / 2 - 1.8 * transition; frequency += 437)
+        for (const std::uint32_t element : {0u, 1u}) {
+            const auto kept = ResponseAt(old, element, frequency) *
+                              std::polar(1.0, -2 * std::numbers::pi * frequency * shift / rate);
+            // Responses of 10 to 25, by a low-pass with a ripple of -74 dB.
+            ASSERT_LT(std::abs(ResponseAt(fresh, element, frequency) - kept), 5e-3) << frequency << " Hz";
+        }
+}
+
+INSTANTIATE_TEST_SUITE_P(Rates, Resample,
+                         testing::Values(Case{44100, 0, 512, 0}, Case{44100, 1024 - 20, 512, 0.375},
+                                         Case{44100, 160, 512, 0}, Case{88200, 1024 - 200, 824, -0.5},
+                                         Case{96000, 1024 - 77, 512, 0}, Case{192000, 1024 - 77, 512, 0},
+                                         Case{48000, 1024 - 77, 512, 0}, Case{44099, 0, 512, 0}));
+
+TEST(Resample, OverATransitionThatLeavesNothing_Throws) {
+    Transform transform = Noise(0, 512);
+    EXPECT_THROW(orb3::strans::resample(transform, 44100, 22050), slib::BadStateException);
+}
+
+}  // namespace
