@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "AL/tessarune.h"
+#include "numeric/kernels/gainkernel.h"
 #include "slib/exception.h"
 #include "slib/task.h"
 
@@ -33,11 +34,6 @@ void FoldToStereo(const float* w, const float* x, const float* y, std::size_t fr
         to[2 * i] = middle + side * y[i];
         to[2 * i + 1] = middle - side * y[i];
     }
-}
-
-void Add(const hcml::FloatTupleVector& dialogue, std::uint32_t frames, float* channel) {
-    for (std::uint32_t i = 0; i < frames; ++i)
-        channel[i] += dialogue.data[i];
 }
 
 }  // namespace
@@ -69,7 +65,8 @@ void FoldbackManager::ProcessBlock(RenderOutput& output) {
     if (!ChangeState()) return;
     if (output.dialogueWritten)
         for (const std::uint32_t channel : {0U, 1U})
-            Add(output.dialogue, output.spatial.frames, output.spatial.channels[channel]);
+            hcml::MultiplyAddRow(output.spatial.channels[channel], output.dialogue.data, 1,
+                                 output.spatial.vectors);
     CopyBlock(output.spatial);
 }
 

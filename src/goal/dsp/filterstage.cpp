@@ -5,6 +5,7 @@
 #include <cstddef>
 
 #include "goal/dsp/antidenormal.h"
+#include "numeric/kernels/gainkernel.h"
 #include "slib/exception.h"
 
 namespace goal {
@@ -113,25 +114,13 @@ void RunSecondOrder(const float* input, std::size_t count, SecondOrderRow row, S
     memory.second = KeptInMemory(difference);
 }
 
-void MultiplyInPlace(float* block, std::size_t count, float gain) {
-    for (std::size_t i = 0; i < count; ++i)
-        block[i] *= gain;
-}
-
-void MultiplyTo(const float* __restrict input, float* __restrict output, std::size_t count, float gain) {
-    for (std::size_t i = 0; i < count; ++i)
-        output[i] = input[i] * gain;
-}
-
 void Scale(const float* input, float* output, std::size_t count, float gain) {
     if (gain == 0) {
         std::fill_n(output, count, 0.0F);
-    } else if (input == output) {
-        if (gain != 1) MultiplyInPlace(output, count, gain);
-    } else if (gain == 1) {
+    } else if (gain != 1) {
+        hcml::MultiplySamples(output, input, gain, count);
+    } else if (input != output) {
         std::copy_n(input, count, output);
-    } else {
-        MultiplyTo(input, output, count, gain);
     }
 }
 

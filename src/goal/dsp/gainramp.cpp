@@ -5,17 +5,14 @@
 #include <cmath>
 #include <cstddef>
 
+#include "numeric/kernels/gainkernel.h"
+
 namespace goal {
 namespace {
 
 constexpr float lowestGain =
     1e-20F;  // -400 dB, so that no product with a sample that can be heard is denormal
 constexpr float highestGain = 1e15F;  // +300 dB, so that no sum of products overflows
-
-void Multiply(float* block, std::size_t count, float gain) {
-    for (std::size_t i = 0; i < count; ++i)
-        block[i] *= gain;
-}
 
 }  // namespace
 
@@ -59,12 +56,12 @@ void GainRamp::Run(float target, float* const* channels, std::uint32_t channelCo
     for (; current != target && frames - position >= stepFrames; position += stepFrames) {
         current = Step(current, target);
         for (std::uint32_t c = 0; c < channelCount; ++c)
-            Multiply(channels[c] + position, stepFrames, current);
+            hcml::MultiplySamples(channels[c] + position, channels[c] + position, current, stepFrames);
     }
     if (current == 1) return;
     const std::size_t whole = (std::size_t{frames} + 3) / 4 * 4;
     for (std::uint32_t c = 0; c < channelCount; ++c)
-        Multiply(channels[c] + position, whole - position, current);
+        hcml::MultiplySamples(channels[c] + position, channels[c] + position, current, whole - position);
 }
 
 }  // namespace goal

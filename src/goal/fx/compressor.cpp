@@ -9,6 +9,7 @@
 
 #include "goal/dsp/onepole.h"
 #include "goal/fx/makestate.h"
+#include "numeric/kernels/gainkernel.h"
 
 namespace goal::fx {
 namespace {
@@ -65,8 +66,7 @@ void CompressorState::process(const EffectProcessArgs& args) {
             for (std::uint32_t i = 0; i < count; ++i)
                 output[i] += input[i] * Exp2(exponent * Log2(powers[i])) * gain;
         } else {
-            for (std::uint32_t i = 0; i < count; ++i)
-                output[i] += input[i] * gain;
+            hcml::MultiplyAddRow(output, input, gain, (count + 3) / 4);
         }
     }
     envelope = KeptInMemory(power);

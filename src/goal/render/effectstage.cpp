@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "numeric/kernels/finitekernel.h"
+#include "numeric/kernels/gainkernel.h"
 #include "slib/exception.h"
 
 namespace goal {
@@ -61,8 +62,7 @@ void AddTo(const Target& target, const hcml::ac::Bus& wet) {
     for (std::uint32_t c = 0; c < target.channelCount; ++c) {
         float* const sum = target.channels[c];
         if (target.isStale) std::fill_n(sum, length, 0.0F);
-        for (std::size_t i = 0; i < length; ++i)
-            sum[i] += wet.channels[c][i];
+        hcml::MultiplyAddRow(sum, wet.channels[c], 1, wet.vectors);
     }
     if (target.isUsed != nullptr) *target.isUsed = true;
 }

@@ -4,6 +4,7 @@
 
 #include "goal/dsp/antidenormal.h"
 #include "goal/dsp/filterstage.h"
+#include "numeric/kernels/gainkernel.h"
 
 namespace goal {
 namespace {
@@ -18,11 +19,6 @@ constexpr std::uint32_t sendsAtOnce = 16;
 void Forget(SourceFilterState& state) {
     reset(state);
     state.coefficientsValid = false;
-}
-
-void AddRow(hcml::FloatTupleVector& target, const float* source) {
-    for (std::uint32_t i = 0; i < target.size; ++i)
-        target.data[i] += source[i];
 }
 
 }  // namespace
@@ -112,7 +108,7 @@ void SendStage::SendMultiChannel(const Source& source, SourceRendererState& stat
     if (source.sends.size == 0) return;
     mono.clear();
     for (std::uint32_t c = 0; c < (isBFormat ? 1 : samples.channelCount); ++c)
-        AddRow(mono, samples.channels[c]);
+        hcml::MultiplyAddRow(mono.data, samples.channels[c], 1, samples.vectors);
     constexpr std::array<float, 25> weights{1};
     const SendGains gains{source.gain * scale / static_cast<float>(samples.channelCount), 1};
     for (std::uint32_t i = 0; i < source.sends.size; ++i) {

@@ -6,6 +6,7 @@
 // Rows are whole groups of four floats: `vectors` * 4 of them exist, are read and are written. They should
 // stand at a multiple of 16 bytes, and are quickest at one of 128.
 
+#include <cstddef>
 #include <cstdint>
 
 namespace hcml {
@@ -16,5 +17,18 @@ void MultiplyRow(float* target, const float* source, float gain, std::uint32_t v
 /// target[i] += source[i] * gain: a product, rounded, and then a sum. The two rows are the same or don't
 /// overlap.
 void MultiplyAddRow(float* target, const float* source, float gain, std::uint32_t vectors);
+
+/// MultiplyRow for `count` samples wherever they stand, whole groups or not: nothing behind them is touched.
+inline void MultiplySamples(float* target, const float* source, float gain, std::size_t count) {
+    constexpr std::size_t worthTheCall =
+        64;  // below it the choice of the vector target costs more than it brings
+    std::size_t done = 0;
+    if (count >= worthTheCall) {
+        done = count / 4 * 4;
+        MultiplyRow(target, source, gain, static_cast<std::uint32_t>(done / 4));
+    }
+    for (std::size_t i = done; i < count; ++i)
+        target[i] = source[i] * gain;
+}
 
 }  // namespace hcml

@@ -6,6 +6,8 @@
 #include <cmath>
 #include <cstddef>
 
+#include "numeric/kernels/gainkernel.h"
+
 namespace orb3 {
 namespace {
 
@@ -45,11 +47,6 @@ float CleanPeak(float* samples, std::size_t count) {
     return std::bit_cast<float>(greatest);
 }
 
-void Multiply(float* samples, std::size_t count, float gain) {
-    for (std::size_t i = 0; i < count; ++i)
-        samples[i] *= gain;
-}
-
 // What is left of a block, given out step by step.
 struct Remainder {
     float* samples;
@@ -60,13 +57,13 @@ struct Remainder {
 
     void MultiplyStep(float gain) {
         const std::size_t taken = std::min(step, count);
-        Multiply(samples, taken, gain);
+        hcml::MultiplySamples(samples, samples, gain, taken);
         samples += taken;
         count -= taken;
     }
 
     void MultiplyAll(float gain) const {
-        if (gain != 1) Multiply(samples, count, gain);
+        if (gain != 1) hcml::MultiplySamples(samples, samples, gain, count);
     }
 };
 
