@@ -11,8 +11,9 @@
 
 namespace goal {
 
-/// One for each context, from its beginning to its end. It and the server meet in the pending configuration
-/// and its flag only. A document that is missing, half written or wrong changes nothing and isn't told of.
+/// One for each context, from its beginning to its end. It and the server share the pending configuration and
+/// its flag, and nothing else. A document that is missing, half written or wrong changes nothing and isn't
+/// logged.
 class ConfigMonitor : public slib::Thread {
 public:
     /// Starts at once. `shared` is borrowed and outlives this object. Throws what Thread::Start throws.
@@ -20,7 +21,7 @@ public:
     /// Stops the thread; waits for a check that is under way.
     ~ConfigMonitor() override;
 
-    /// One look at the store: hands the stored document to the server when it differs from the configuration
+    /// One look at the store: gives the stored document to the server when it differs from the configuration
     /// in force. While nothing has been loaded there is nothing to compare with, and nothing is done. Throws
     /// slib::BadDataException when there is no document that can be used.
     static void CheckConfiguration(orb3::SharedConfiguration& shared);

@@ -37,7 +37,7 @@ void MarkBufferUsage(Context& context) {
     context.engine.device.bufferPool.MarkUsage();
     if (context.suspendCount == 0) return;
     // What a game takes out of a queue while the context is suspended is played until the next block after
-    // the suspension, and the use counts don't tell: those queues count too.
+    // the suspension, and the use counts don't show it: those queues count too.
     for (const Source& source : context.application.sources) {
         if (source.deleted) continue;
         for (Buffer* buffer : source.queue)

@@ -15,7 +15,7 @@
 
 namespace goal {
 
-/// Made by alcCreateContext and gone with alcDestroyContext. The monitor stops first, then the server, before
+/// Made by alcCreateContext, destroyed by alcDestroyContext. The monitor stops first, then the server, before
 /// the state that it renders goes.
 struct Context {
     /// Nothing runs yet; see ServerThread::Start. `engine` outlives the context.
@@ -65,8 +65,8 @@ bool IsLive(const Table& table, std::uint32_t name) {
     return name != 0 && name <= table.size && !table[name - 1].deleted;
 }
 
-/// One live source as a call sees it, for the length of the call, with apiMutex held. Whoever changes it
-/// through here leaves the marks by which the next copy, or the end of the suspension, finds the change.
+/// One live source as a call sees it, for the length of the call, with apiMutex held. A change through it
+/// also sets the flags by which the next copy, or the end of the suspension, finds the change.
 class SourceAccess {
 public:
     SourceAccess(Engine& engine, Context& context, std::uint32_t index)
@@ -76,7 +76,7 @@ public:
     Source& Target() const { return state.sources[index]; }
 
     /// The source whose `position`, `queueIndex`, `queue`, `sourceType` and `state` hold. While the context
-    /// is suspended the renderer still moves the application state's, until the game says otherwise. With
+    /// is suspended the renderer still moves the application state's, until the game changes it. With
     /// stateMutex held.
     Source& PlayState() const { return FollowsRenderer() ? context.application.sources[index] : Target(); }
 
@@ -87,8 +87,8 @@ public:
         return Target();
     }
 
-    /// Target(), to change the play state of: it has it as PlayState() did, and from here on the renderer's
-    /// word is void. With stateMutex held.
+    /// Target(), to change the play state of: it has it as PlayState() did, and from here on what the
+    /// renderer reports of it no longer counts. With stateMutex held.
     Source& ChangePlayState() const {
         state.touched.Insert(index);
         if (FollowsRenderer()) CopyPlayState(Target(), PlayState());

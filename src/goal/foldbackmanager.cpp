@@ -24,7 +24,7 @@ private:
     const std::int32_t blockIndex;
 };
 
-// A pair of virtual microphones to the sides: how much of X and Y they hear beside W.
+// A pair of virtual microphones to the sides: how much of X and Y they take besides W.
 constexpr float front = 0.04914F;
 constexpr float side = 0.756398F;
 
@@ -70,7 +70,7 @@ void FoldbackManager::ProcessBlock(RenderOutput& output) {
     CopyBlock(output.spatial);
 }
 
-// Takes up what the game has asked for since the last block; true when this one is wanted.
+// Applies what the game has asked for since the last block; true when this one is wanted.
 bool FoldbackManager::ChangeState() {
     if (isRunning != isRequested) Queue(isRequested ? AL_FOLDBACK_EVENT_START : AL_FOLDBACK_EVENT_STOP, 0);
     isRunning = isRequested;

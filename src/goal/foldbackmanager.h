@@ -1,7 +1,8 @@
 #pragma once
 
 // Gives the mix back to the game: while it runs, each rendered block is folded down to one or two channels
-// and written into a ring of blocks in the game's memory, and the game is told of each block that is full.
+// and written into a ring of blocks in the game's memory, and the game's callback gets an event for each
+// block that is full.
 //
 //     spatial bus ──> W, or W + 0.049 X ± 0.756 Y ──> ring of the game: | 0 | 1 | ... | blockCount - 1 |
 //                                        events ──> task queue ──> callback
@@ -15,10 +16,10 @@
 
 namespace goal {
 
-/// What a game wants back, and where to. The memory and the callback are trusted to be there until the stop
+/// What a game asked for, and where it goes. The memory and the callback must stay valid until the stop
 /// event.
 struct FoldbackRequest {
-    /// Called on the thread of the task queue, one event after the other, and may take its time.
+    /// Called on the thread of the task queue, one event after the other; it may be slow.
     using Callback = void (*)(std::int32_t event, std::int32_t blockIndex);
 
     std::int32_t mode = 0;         ///< AL_FOLDBACK_MODE_MONO or AL_FOLDBACK_MODE_STEREO
@@ -29,12 +30,12 @@ struct FoldbackRequest {
     Callback callback = nullptr;
 };
 
-/// One for each context. Start and Stop are for the game's threads, ProcessBlock for the server's. A restart
-/// of the server is nothing to it.
+/// One for each context. Start and Stop are for the game's threads, ProcessBlock for the server's. It keeps
+/// running through a restart of the server.
 class FoldbackManager {
 public:
     FoldbackManager() = default;
-    /// The server has stopped. The game gets the stop event that is still owed to it.
+    /// The server has stopped. Sends the stop event if the game hasn't got it yet.
     ~FoldbackManager();
     FoldbackManager(const FoldbackManager&) = delete;
     FoldbackManager& operator=(const FoldbackManager&) = delete;

@@ -32,7 +32,7 @@ public:
     virtual FormatLibrary OpenFormatLibrary(const std::string& path, slib::Log* log) = 0;
 
     /// Chooses the layout and opens the output. May change `configuration`. Informational lines go to
-    /// `activeLog`, those that are always wanted to `fullLog`. Throws when no output can be had.
+    /// `activeLog`, those that are always wanted to `fullLog`. Throws when there is no output.
     virtual OutputSetUp SetUp(const OutputRequest& request, slib::Log* activeLog, slib::Log* fullLog,
                               orb3::Configuration& configuration, const FormatLibrary& library) = 0;
 

@@ -17,7 +17,7 @@
 namespace goal {
 namespace {
 
-// A failure told again with where it happened.
+// A failure thrown again with where it happened.
 template <typename Work>
 auto Explained(const char* explanation, const Work& work) {
     try {
@@ -37,7 +37,7 @@ std::string Plural(std::uint32_t count, const char* noun) {
 
 }  // namespace
 
-// What one run owns, in the order of construction; all of it goes when the run ends, last first.
+// What one run owns, in the order of construction; all of it is destroyed when the run ends, last first.
 struct ServerThread::Machine {
     orb3::Configuration configuration;
     FormatLibrary library;
@@ -94,7 +94,7 @@ void ServerThread::End() {
     mainLog->Write("Stopped Tessarune.", false);
 }
 
-// Whatever happens, whoever waits in Start is released.
+// Whatever happens, a thread that waits in Start is released.
 void ServerThread::Run() {
     try {
         RunUntilStopped();
@@ -165,7 +165,7 @@ void ServerThread::BuildDecoder(Machine& run) {
                      false);
 }
 
-// The tables are built anew only for another quality.
+// The tables are rebuilt only for another quality.
 void ServerThread::ChooseConverter(orb3::SampleRateConversion conversion) {
     const auto quality = static_cast<std::int32_t>(conversion);
     const bool isSinc =
@@ -226,8 +226,8 @@ void ServerThread::RenderBlocks(Machine& run) {
     }
 }
 
-// The game's calls are held up for the length of the copy at most, and never see the server between two of
-// its steps nor are seen between two of theirs.
+// The game's calls wait for the length of the copy at most. They never see half of the server's step, and the
+// server never sees half of a call.
 void ServerThread::TakeSnapshot() {
     {
         slib::Lock apiLock(engine.apiMutex);

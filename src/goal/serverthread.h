@@ -1,8 +1,8 @@
 #pragma once
 
 // The thread that owns the audio path of a context. It builds a run (library, output, decoder, renderer),
-// renders block after block until it is told to stop or the configuration changes, and in the latter case
-// builds anew:
+// renders block after block until it has to stop or the configuration changes; then it restarts with a new
+// run:
 //
 //     Constructed ──Start──> Setting up ──> Rendering ──stop──> Ended
 //                               ▲               │  │               ▲

@@ -1,6 +1,6 @@
 #pragma once
 
-// The version of the system, as its calls and its log tell it.
+// The version of the system, as its calls and its log give it.
 
 namespace goal {
 

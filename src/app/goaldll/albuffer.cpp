@@ -23,7 +23,7 @@ namespace {
 using BufferList = BufferPool::BufferList;
 
 // Whether a suspended context plays the buffer on, though a game took it out of the queue since. Neither
-// count of the buffer tells before the next block.
+// count of the buffer shows it before the next block.
 bool IsPlayedOn(const Context* context, const Buffer& buffer) {
     if (context == nullptr || context->suspendCount == 0) return false;
     return std::ranges::any_of(context->application.sources, [&](const Source& source) {

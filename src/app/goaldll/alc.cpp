@@ -356,7 +356,7 @@ ALC_API void ALC_APIENTRY alcDestroyContext(ALCcontext* handle) {
     const bool isOurs = Call(false, [&](Process& process) {
         if (process.currentContext == context) process.currentContext = nullptr;
         if (process.engine.device.context == context) return true;
-        // A context that is gone already must not be freed twice.
+        // A context that was destroyed already must not be freed twice.
         process.FailAlc("Invalid context in alcDestroyContext().", ALC_INVALID_CONTEXT);
         return false;
     });

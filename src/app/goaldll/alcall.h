@@ -1,10 +1,10 @@
 #pragma once
 
 // The frame that every al* call runs in, written once: lock, context, pointer, record, name, work. A call
-// gives it the work alone, which answers with the error code to record, AL_NO_ERROR for none. An exception
-// out of the work is a failed call too: it is logged when logging is verbose and recorded as
-// AL_INVALID_OPERATION. Nothing of the game's is changed unless the work says so. Included by the sources of
-// the calls and nothing else.
+// gives it the work alone, which returns the error code to record, AL_NO_ERROR for none. An exception out of
+// the work is a failed call too: it is logged when logging is verbose and recorded as AL_INVALID_OPERATION.
+// Nothing that the game set is changed unless the work says so. Included by the sources of the calls and
+// nothing else.
 
 #include <exception>
 
@@ -13,8 +13,8 @@
 
 namespace goal {
 
-/// The longest list of names that a call takes. A longer one is refused as one that memory doesn't suffice
-/// for, before it is read: it is never what a game means, and more sources than that would not fit a machine.
+/// The longest list of names that a call takes. A longer one is refused, before it is read, as if there were
+/// no memory for it: no game means it, and so many sources would not fit a machine.
 inline constexpr ALsizei longestList = 1 << 20;
 
 /// What a call does to the record that it works on.
@@ -25,7 +25,7 @@ enum class Access {
     WriteAll,   ///< changes something, and needs effects, filters or the play state view: holds stateMutex
 };
 
-/// Runs `work(process)` under apiMutex; no context is needed. `failure` is what an exception makes it answer.
+/// Runs `work(process)` under apiMutex; no context is needed. `failure` is returned after an exception.
 template <typename Result, typename Work>
 Result AlCallFor(Result failure, const Work& work) noexcept {
     Process& process = TheProcess();
@@ -38,7 +38,7 @@ Result AlCallFor(Result failure, const Work& work) noexcept {
     }
 }
 
-/// Runs `work(process)`, which answers an error code, under apiMutex, and records the code.
+/// Runs `work(process)`, which returns an error code, under apiMutex, and records the code.
 template <typename Work>
 void AlCall(const Work& work) noexcept {
     AlCallFor(false, [&](Process& process) {
@@ -53,7 +53,7 @@ bool ArePresent(Pointers*... pointers) {
     return (... && (pointers != nullptr));
 }
 
-/// Holds stateMutex where the access wants it.
+/// Holds stateMutex where the access needs it.
 class StateLock {
 public:
     StateLock(Context& context, Access access) {
@@ -73,7 +73,7 @@ private:
     slib::Mutex* mutex = nullptr;
 };
 
-/// Runs `work(process, context)` with the current context and the lock that `access` wants. Without a context
+/// Runs `work(process, context)` with the current context and the lock that `access` needs. Without a context
 /// the call fails with AL_INVALID_OPERATION, and then without its pointers (`pointersPresent` false) with
 /// AL_INVALID_VALUE.
 template <typename Work>

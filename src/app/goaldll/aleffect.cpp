@@ -20,7 +20,7 @@ void EffectCall(ALuint name, Access access, bool pointersPresent, const Work& wo
               [&](EffectParameters& effect) -> int { return work(effect.parameters); });
 }
 
-// An effect answers whether it knows the parameter and takes the value, and gives no reason when not.
+// An effect returns whether it has the parameter and takes the value, without a reason when not.
 int Answer(bool isTaken) {
     return isTaken ? AL_NO_ERROR : AL_INVALID_ENUM;
 }

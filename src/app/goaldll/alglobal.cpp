@@ -36,7 +36,7 @@ constexpr std::array<GlobalValue, 3> globalValues{{
     {AL_SPEED_OF_SOUND, &GlobalParameters::speedOfSound},
 }};
 
-// What a state query answers, as a number and as a truth.
+// What a state query returns, as a number and as a boolean.
 struct StateValue {
     double number;
     bool isTrue;

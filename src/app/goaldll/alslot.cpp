@@ -1,5 +1,5 @@
 // The al* calls on auxiliary effect slots, which the renderer runs. A slot that loses its effect, or its
-// life, is silent; sources that send to it are not told.
+// life, is silent; sources that send to it are not changed.
 
 #include <cstdint>
 
@@ -99,7 +99,7 @@ void SetFloat(ALuint name, ALenum parameter, const ALfloat* values) noexcept {
 }
 
 // AL_EFFECTSLOT_EFFECT reads as the type of the effect that the slot runs, and not as the name that was
-// bound: the slot has a copy, and the effect of that name may have changed or be gone.
+// bound: the slot has a copy, and the effect of that name may have changed or been deleted.
 void GetInteger(ALuint name, ALenum parameter, ALint* value) noexcept {
     EntryCall(Slots, name, Access::Read, ArePresent(value), [&](const Slot& slot) -> int {
         switch (parameter) {

@@ -20,7 +20,7 @@ using goal::SuspendedState;
 
 // ---- Names ----
 
-// Takes the lowest deleted entry from `first` on, which is fresh afterwards, else a new one. Answers its
+// Takes the lowest deleted entry from `first` on, which is fresh afterwards, else a new one. Returns its
 // index.
 std::uint32_t TakeEntry(SuspendedState& state, std::uint32_t first) {
     std::uint32_t index = first;

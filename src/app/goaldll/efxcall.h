@@ -4,7 +4,7 @@
 // table of a context, a name is the index plus 1, and a deleted entry waits for the next name. Included by
 // the sources of those calls and nothing else; on the game's threads.
 //
-// `tableOf(context)` answers the table that a call works on. With EFX objects, other than with sources, a bad
+// `tableOf(context)` returns the table that a call works on. With EFX objects, other than with sources, a bad
 // name in a list to delete is AL_INVALID_VALUE.
 
 #include <cstdint>

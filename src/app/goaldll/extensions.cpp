@@ -20,7 +20,7 @@ constexpr std::string_view alcNames[] = {
     "ALC_EXT_DEFAULT_FILTER_ORDER", "ALC_EXT_EFX",         "ALC_EXT_STATIC_BUFFER",
 };
 
-// The characters of all names, each with one more for the blank or the NUL behind it.
+// The characters of all names, each with one more for the blank or the NUL after it.
 constexpr std::size_t TextSize(std::span<const std::string_view> names) {
     std::size_t size = 0;
     for (std::string_view name : names)

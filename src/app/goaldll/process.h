@@ -29,7 +29,7 @@ private:
     std::atomic<int> code{0};
 };
 
-/// One for the process. Fields without a word of their own are guarded by engine.apiMutex.
+/// One for the process. Fields without a comment of their own are guarded by engine.apiMutex.
 struct Process {
     Process();
 

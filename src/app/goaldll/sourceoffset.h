@@ -1,6 +1,6 @@
 #pragma once
 
-// Where in its queue a source stands: AL_SEC_OFFSET, AL_SAMPLE_OFFSET and AL_BYTE_OFFSET. All are counted
+// The position of a source in its queue: AL_SEC_OFFSET, AL_SAMPLE_OFFSET and AL_BYTE_OFFSET. All are counted
 // from the front of the queue, over all of its buffers. Called by the al* calls with a live source, under
 // apiMutex and the context's stateMutex.
 
@@ -17,7 +17,7 @@ bool IsOffset(ALenum unit);
 /// AL_INVALID_VALUE, and nothing changes. Throws slib::OutOfMemoryException and then changes nothing.
 int SetOffset(const SourceAccess& source, ALenum unit, double value);
 
-/// Where the source stands; a whole number of frames or bytes. 0 for an empty queue.
+/// The source's position; a whole number of frames or bytes. 0 for an empty queue.
 double GetOffset(const SourceAccess& source, ALenum unit);
 
 }  // namespace goal

@@ -3,10 +3,10 @@
 // The properties of a source, by their tokens, as the al* calls set and get them. Called by those with a live
 // source, under apiMutex and the lock that AccessToSet or AccessToGet names.
 //
-// What sets answers an AL error code: AL_INVALID_ENUM for a parameter that the form doesn't have,
-// AL_INVALID_VALUE for a value out of its range; then nothing changes, and nothing is ever clamped. What gets
-// answers one too, and then leaves the output as it was. Memory that runs out is a
-// slib::OutOfMemoryException, with nothing changed.
+// Setters return an AL error code: AL_INVALID_ENUM for a parameter that the form doesn't have,
+// AL_INVALID_VALUE for a value out of its range; then nothing changes, and nothing is ever clamped. Getters
+// return one too, and then leave the output as it was. Memory that runs out is a slib::OutOfMemoryException,
+// with nothing changed.
 
 #include "AL/al.h"
 #include "app/goaldll/alcall.h"
@@ -14,7 +14,7 @@
 
 namespace goal {
 
-/// The lock that a change or a read of the parameter wants.
+/// The lock that a change or a read of the parameter needs.
 Access AccessToSet(ALenum parameter);
 Access AccessToGet(ALenum parameter);
 
@@ -31,7 +31,7 @@ int SetIntegers(const SourceAccess& source, ALenum parameter, const ALint* value
 ///
 /// The slot's name is kept as it is given, whether such a slot exists or not: the send is silent for as long
 /// as there is none, and feeds the slot from the block on from which there is one. The filter is copied: a
-/// change of the filter object is heard when it is set anew. A send index may pass ALC_MAX_AUXILIARY_SENDS;
+/// change of the filter object is heard when it is set again. A send index may pass ALC_MAX_AUXILIARY_SENDS;
 /// one of 65536 and above fails like a lack of memory.
 int SetVector(const SourceAccess& source, ALenum parameter, const float* values);
 int SetTriple(const SourceAccess& source, ALenum parameter, const ALint* values);

@@ -16,8 +16,8 @@ namespace goal {
 inline constexpr float antiDenormalOffset = 5e-8F;
 
 /// Adds the offset to the samples 0, 32, 64, ... and takes it from the samples 16, 48, 80, ..., in pairs: a
-/// sample whose partner lies behind `frames` stays as it is. So the offsets sum to zero, and 16 frames or
-/// fewer stay.
+/// sample whose partner is past `frames` stays as it is. So the offsets sum to zero, and 16 frames or fewer
+/// stay.
 void ApplyAntiDenormalPattern(float* block, std::uint32_t frames);
 
 /// The same on each channel.

@@ -22,7 +22,7 @@ inline void FadeFrom(const float* __restrict old, float* __restrict samples, std
     }
 }
 
-/// The way of one value in a block.
+/// The course of one value in a block.
 struct BlockGlide {
     float from = 0;
     float to = 0;

@@ -12,7 +12,7 @@ namespace {
 using Index = std::uint32_t;
 constexpr Index openRow = FilterGainTables::openRow;
 
-// The gain that a row stands for.
+// The gain of a row.
 double RowGain(Index row) {
     const double root = (row + 0.5) / openRow;
     return root * root;

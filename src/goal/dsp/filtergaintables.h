@@ -20,16 +20,16 @@ struct FirstOrderRow {
 
 /// The second-order Butterworth filter with w = x - b1*y1 - b2*y2 and the output a*(w + 2*y1 + y2) in the
 /// high section, a*(w - 2*y1 + y2) in the low one. It is held as the delta operator needs it (Middleton and
-/// Goodwin, 1986): far below the sample rate 1 + b1 + b2 is all that tells the cut-off, and the rounding of
-/// b1 and b2 to floats would drown it.
+/// Goodwin, 1986): far below the sample rate 1 + b1 + b2 is all that determines the cut-off, and the rounding
+/// of b1 and b2 to floats would drown it.
 struct SecondOrderRow {
     float a = 0;
     float sum = 0;    ///< 1 + b1 + b2
     float slope = 0;  ///< -1 - b1
 };
 
-/// Tables over the square root of the gain in 1024 steps: row i stands for the gain ((i + 0.5) / 1024)² at
-/// the reference frequency. Row 0 lets nothing through; row 1024 stands for 1, all through.
+/// Tables over the square root of the gain in 1024 steps: row i is for the gain ((i + 0.5) / 1024)² at the
+/// reference frequency. Row 0 lets nothing through; row 1024 is for gain 1.
 struct FilterGainTables : GainSlew {
     static constexpr std::uint32_t openRow = 1024;
     template <typename Row>

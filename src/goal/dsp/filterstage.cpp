@@ -194,8 +194,7 @@ void AgainstDenormals(const Work& work) {
 }
 
 // Both passes walk in steps while a gain moves and a whole step fits; the rest of the block is at constant
-// gains.
-// Returns the frame where the gains stand still.
+// gains. Returns the frame from which the gains are constant.
 std::uint32_t WalkHigh(const Work& work, const Targets& targets) {
     SourceFilterState& state = work.state;
     const std::uint32_t step = work.Step();
@@ -268,7 +267,7 @@ bool Filter(const Work& work, const Targets& targets) {
     return false;
 }
 
-// Where the gains stand still, all that is to run is one first-order section.
+// Where the gains are constant, all that is left to run is one first-order section.
 bool IsOneSection(const Work& work, const Targets& targets) {
     const SourceFilterState& state = work.state;
     return !work.secondOrder && !IsOpenAt(state.gainHF) && IsOpenAt(state.gainLF) &&

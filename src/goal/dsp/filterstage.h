@@ -46,7 +46,7 @@ bool filterOne(const FilterParameters& record, SourceFilterState& state, const h
                const FilterStageSettings& settings);
 
 /// filterOne, but a path that from waiting.head on has nothing to run but a first-order high section at gains
-/// that stand still leaves that to `waiting`: `output` is complete after waiting.Run(). Until then it must
+/// that are constant leaves that to `waiting`: `output` is complete after waiting.Run(). Until then it must
 /// stay where it is; `input` may change at once.
 bool FilterOneLater(const FilterParameters& record, SourceFilterState& state,
                     const hcml::FloatTupleVector& input, hcml::FloatTupleVector& output,

@@ -6,8 +6,8 @@
 // tables and is read-only once built; the readers of sources run the functions below on the states in
 // goal/state/converterstate.h. All on the server's thread; nothing but the constructor allocates or throws.
 //
-// For each stretch of a buffer a reader asks planBlock, pushes as many frames as it says, and then takes as
-// many output frames as it says.
+// For each stretch of a buffer a reader calls planBlock, pushes the frames that it returns, and then takes
+// the output frames that it returns.
 
 #include <cstddef>
 #include <cstdint>
@@ -53,10 +53,10 @@ private:
 /// 2^-19, and for what is no number, the source creeps on at 2^-19 of a frame per output.
 void setRatio(ConverterCursor& state, double ratio);
 
-/// How much may be pushed and then produced in one go, when `available` input frames are at hand and `wanted`
+/// How much may be pushed and then produced in one go, when `available` input frames are there and `wanted`
 /// output frames are asked for: `toPush` is at most `available`, `toProduce` at most `wanted`, what is pushed
 /// overwrites nothing that an output still needs, and every output finds its frames in the ring. With input
-/// at hand at least one of the two is above 0, unless nothing is wanted.
+/// there at least one of the two is above 0, unless nothing is wanted.
 void planBlock(ConverterCursor& state, std::uint32_t available, std::uint32_t wanted, std::uint32_t& toPush,
                std::uint32_t& toProduce);
 

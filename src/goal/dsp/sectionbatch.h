@@ -1,6 +1,6 @@
 #pragma once
 
-// The first-order sections of paths whose gains stand still, gathered to run side by side in the lanes of
+// The first-order sections of paths whose gains are constant, gathered to run side by side in the lanes of
 // vectors: one alone waits out a product and a sum in every frame. Filled by the filter stage and run by the
 // batch that mixes the paths, on the server's thread inside the block; allocates nothing.
 
@@ -14,8 +14,8 @@ namespace goal {
 
 class SectionBatch {
 public:
-    /// The frame of a block where every section begins. A gain that moved a little from the block before
-    /// stands still by then.
+    /// The frame of a block where every section begins. A gain that moved a little from the block before is
+    /// constant by then.
     const std::uint32_t head;
 
     /// For blocks of `blockFrames`.
@@ -30,7 +30,7 @@ public:
     void Run();
 
 private:
-    // As many as run side by side; their rows still stand in the nearest cache.
+    // As many as run side by side; their rows are still in the nearest cache.
     static constexpr std::uint32_t capacity = 16;
 
     const std::uint32_t frames;  // of a section

@@ -36,7 +36,7 @@ public:
     /// moves within the first 2 ms of a block.
     void Set(const CombDecay& decay, float activeLines, const FilterGainTables& tables);
 
-    /// The tables are others: the next Set works everything out anew.
+    /// The tables were exchanged: the next Set computes everything again.
     void ForgetTables() { wasSet = false; }
 
     /// Sets `frames` samples of the four outputs.

@@ -38,7 +38,7 @@ double SquaredGain(const CombLoop& loop, double angle) {
 }
 
 // Whether the loop is as strong in the middle as its strongest end, or stronger. One-pole shelves change so
-// slowly with the frequency that a few points tell.
+// slowly with the frequency that a few points show it.
 bool HasHump(const CombLoop& loop, const CombDecay& decay, double length) {
     if (!(loop.high.boost > 0 && loop.low.boost > 0)) return false;
     const double most = Remainder(length, std::max({decay.time, decay.highTime, decay.lowTime}));

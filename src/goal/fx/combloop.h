@@ -8,7 +8,7 @@
 
 namespace goal::fx {
 
-/// The times in which the loops lose 60 dB, in samples, and where the shelves stand.
+/// The times in which the loops lose 60 dB, in samples, and the frequencies of the shelves.
 struct CombDecay {
     double time = 0;
     double highTime = 0;   ///< at the high reference and above
@@ -18,7 +18,7 @@ struct CombDecay {
     bool operator==(const CombDecay&) const = default;
 };
 
-/// One shelf: a low-pass y = a·x + b·y1 and the boost beside it, 0 when the shelf cuts.
+/// One shelf: a low-pass y = a·x + b·y1 and the boost besides, 0 when the shelf cuts.
 struct CombShelf {
     float a = 0;
     float b = 0;

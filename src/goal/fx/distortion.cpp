@@ -36,7 +36,7 @@ void DistortionState::process(const EffectProcessArgs& args) {
     bandPass.y2 = KeptInMemory(y2);
 }
 
-// The resonator's peak stands at the center exactly, and its gain is such that white noise keeps its power.
+// The resonator's peak is exactly at the center, and its gain is such that white noise keeps its power.
 void DistortionState::Design(const DistortionParameters& parameters) {
     const OnePole lowpass = OnePoleOfCutoff(AngleBelowNyquist(parameters.lowpassCutoff, sampleRate));
     lowpassA = lowpass.a;

@@ -4,9 +4,9 @@
 //
 //     input ──> one-pole low-pass ──> drive ──> clip to ±1 ──> level ──> two-pole resonator ──> output
 //
-// Without oversampling: the low-pass ahead of the clip keeps down what would fold back, as in the fuzz of
-// U. Zölzer (ed.), "DAFX: Digital Audio Effects", chapter on nonlinear processing. Made and run by the
-// renderer on the server's thread.
+// Without oversampling: the low-pass before the clip keeps down what would alias, as in the fuzz of U. Zölzer
+// (ed.), "DAFX: Digital Audio Effects", chapter on nonlinear processing. Made and run by the renderer on the
+// server's thread.
 
 #include "goal/dsp/onepole.h"
 #include "goal/fx/distortionparameters.h"

@@ -13,8 +13,8 @@ class DistortionParameters : public EffectProcessorParameters {
 public:
     float edge = 0.2f;           ///< drive, 0 to 1
     float gain = 0.05f;          ///< linear
-    float lowpassCutoff = 8000;  ///< Hz, ahead of the clip
-    float eqCenter = 3600;       ///< Hz, behind the clip
+    float lowpassCutoff = 8000;  ///< Hz, before the clip
+    float eqCenter = 3600;       ///< Hz, after the clip
     float eqBandwidth = 3600;    ///< Hz
 
     DistortionParameters();

@@ -4,7 +4,7 @@
 //
 //     the slot's input bus ── process, once a block ──> added to the bus of the effect's output
 //
-// The renderer makes one when a slot first shows an effect of that type, and drops it with its tail when the
+// The renderer makes one when a slot first has an effect of that type, and drops it with its tail when the
 // slot loses the effect or takes one of another type. A change of parameters needs no message: each block
 // brings its own. All of it happens on the server's thread.
 
@@ -54,7 +54,7 @@ struct RenderContext {
     bool useFullLateReflections = true;
     bool useDirectionalEarlyReflections = true;  ///< and then a reverb's input has four channels
     std::uint32_t blockFrames = 0;
-    const Basis* listenerBasis = nullptr;  ///< of the block in hand: the renderer keeps it up to date
+    const Basis* listenerBasis = nullptr;  ///< of the current block: the renderer keeps it up to date
 };
 
 class EffectProcessorState {

@@ -33,7 +33,7 @@ private:
     const double sampleRate;  // Hz
     const double piOverRate, twoPiOverRate;
     std::vector<Cascade> cascades;       // one a channel
-    std::vector<hcml::CascadeRow> rows;  // of the block in hand
+    std::vector<hcml::CascadeRow> rows;  // of the current block
 };
 
 }  // namespace goal::fx

@@ -7,7 +7,7 @@
 //               └──────────── feedback / 2 <──────────(+)<───────────────────────┘
 //
 // The modulated delay line with feedback and linear interpolation of J. Dattorro, "Effect Design, Part 2:
-// Delay-Line Modulation and Chorus" (Journal of the AES, 1997), with two taps in place of one. Chorus and
+// Delay-Line Modulation and Chorus" (Journal of the AES, 1997), with two taps instead of one. Chorus and
 // flanger differ in their ranges only. Made and run by the renderer on the server's thread.
 
 #include <array>
@@ -30,7 +30,7 @@ public:
 private:
     static constexpr std::uint32_t chunkFrames = 128;
 
-    // Where a tap reads, in frames behind the sample last written.
+    // Where a tap reads, in frames before the sample last written.
     struct Tap {
         std::array<std::uint32_t, chunkFrames> frames;
         std::array<float, chunkFrames> fraction;
@@ -48,8 +48,8 @@ private:
     float depthTarget, depthCurrent;  // fraction of the delay; moves by depthStep a frame, 10 ms for all
     DelayRing<float> ring;
     Oscillator lfoPhase;
-    std::uint64_t phaseStep = 0;  // of the block in hand
-    Tap left, right;              // of the chunk in hand
+    std::uint64_t phaseStep = 0;  // of the current block
+    Tap left, right;              // of the current chunk
 };
 
 }  // namespace goal::fx

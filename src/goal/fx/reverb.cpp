@@ -12,7 +12,7 @@
 namespace goal::fx {
 namespace {
 
-// What the late part takes by itself until it is heard, in seconds.
+// The late part's own delay until it is heard, in seconds.
 constexpr double fullNetworkDelay = 0.0286851921007;
 constexpr double smallNetworkDelay = 0.0546665510634;
 
@@ -80,7 +80,7 @@ void ReverbState_v2::process(const EffectProcessArgs& args) {
     AddFiltered(args);
 }
 
-// A block may be shorter than the state was made for: the bus keeps its memory and shows less of it.
+// A block may be shorter than the state was made for: the bus keeps its memory and uses less of it.
 void ReverbState_v2::Begin(const EffectProcessArgs& args) {
     parameters = static_cast<const ReverbParameters&>(*args.parameters);
     speedOfSound = args.speedOfSound;

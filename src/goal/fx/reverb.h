@@ -7,9 +7,9 @@
 //                        ┌──────────────── 4 outputs ───────────┘         │
 //                        └─ an all-pass for each ── late mix ─────────────┘
 //
-// Parallel combs and all-passes in a row are Schroeder's (1962), the taps of early reflections Moorer's
+// Parallel combs and all-passes in series are Schroeder's (1962), the taps of early reflections Moorer's
 // (1979), the loops that decay by frequency Jot's and Chaigne's (1991). The field is of first order: the late
-// part comes from the four directions of a tetrahedron that stands in the world, however the head turns.
+// part comes from the four directions of a tetrahedron that is fixed in the world, however the head turns.
 // Made and run on the server's thread; only the constructor allocates.
 
 #include <array>
@@ -28,7 +28,7 @@
 
 namespace goal::fx {
 
-/// What every version of the reverb takes over from the scene at the head of each block.
+/// What every version of the reverb reads from the scene at the start of each block.
 class ReverbState : public EffectProcessorState {
 public:
     float speedOfSound = 343.3F;  ///< the scene's units per second
@@ -72,12 +72,12 @@ private:
     const float densityFallStep;
     const float diffusionStep;
     const Basis& listenerBasis;
-    ReverbParametersBase parameters;  // of the block in hand
+    ReverbParametersBase parameters;  // of the current block
     std::uint32_t frames = 0;         // of that block
     std::uint32_t glideFrames = 0;    // of these those in which what has changed moves
     FilterGainTables filterTables;
     FilterGainTables previousTables;  // of the last block, while `referencesMoved`
-    bool referencesMoved = false;     // in the block in hand
+    bool referencesMoved = false;     // in the current block
     FilterParameters outputFilter;
     SourceFilterState outputFilterState;
     EarlyReflections earlyReflections;

@@ -8,7 +8,7 @@
 //
 // A sine carrier of frequency f turns each partial p into p + f and |p - f|: U. Zölzer (ed.), "DAFX: Digital
 // Audio Effects", chapter on modulators. The square and the sawtooth are plain, with all their harmonics and
-// what of these folds back. Made and run by the renderer on the server's thread.
+// the aliases of these. Made and run by the renderer on the server's thread.
 
 #include "goal/dsp/oscillator.h"
 #include "goal/fx/effectprocessorstate.h"

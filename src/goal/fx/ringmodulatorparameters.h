@@ -13,7 +13,7 @@ namespace goal::fx {
 class RingModulatorParameters : public EffectProcessorParameters {
 public:
     float frequency = 440;                   ///< Hz
-    float highpassCutoff = 800;              ///< Hz, ahead of the modulation
+    float highpassCutoff = 800;              ///< Hz, before the modulation
     Waveform waveform = Waveform::Sinusoid;  ///< a sinusoid, a sawtooth or a square
 
     RingModulatorParameters();

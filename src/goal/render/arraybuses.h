@@ -27,7 +27,7 @@ inline constexpr int rear = 10;
 }  // namespace arrangement
 
 struct ArrayBus {
-    hcml::ac::Bus input;     ///< raw samples of the source in hand
+    hcml::ac::Bus input;     ///< raw samples of the current source
     hcml::ac::Bus filtered;  ///< those after rotation and filter
     hcml::ac::Bus mix;       ///< the sum of all sources and effects of the arrangement in this block
     hcml::GenericMatrix<float, 1> encode;  ///< a row for each channel of `mix`, a column for each of the bus

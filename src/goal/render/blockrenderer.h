@@ -1,6 +1,6 @@
 #pragma once
 
-// What the server asks of a renderer, so that a test can drive the server with one of its own. Built, called
+// What the server needs of a renderer, so that a test can drive the server with one of its own. Built, called
 // and destroyed on the server's thread.
 
 #include "goal/render/renderoutput.h"

@@ -16,7 +16,7 @@ constexpr std::uint32_t mostArrangementChannels = 8;
 struct Target {
     float* const* channels = nullptr;
     std::uint32_t channelCount = 0;  // 0: the effect is heard nowhere
-    bool* isUsed = nullptr;          // to be set; null where nobody asks
+    bool* isUsed = nullptr;          // to be set; null where nothing is to be set
     bool isStale = false;            // it still holds an earlier block
 };
 
@@ -87,7 +87,7 @@ void EffectStage::Run(const RenderSnapshot& snapshot, SendStage& sends, ArrayBus
                       RenderOutput& output) {
     for (std::uint32_t i = 0; i < snapshot.slots.size; ++i) {
         if (!states[i]) continue;
-        // Also where nobody hears the effect: the sends that wait refer to what is this block's.
+        // Also for an effect without an output: its waiting sends refer to data of this block.
         const hcml::ac::Bus& input = sends.Input(i);
         const Target target = TargetOf(states[i]->outputKind, arrays, output);
         if (target.channelCount == 0) continue;

@@ -1,15 +1,15 @@
 #pragma once
 
-// The effects of the auxiliary slots: makes and drops them as the slots come by them, and runs each once a
+// The effects of the auxiliary slots: makes and destroys them as the slots change, and runs each once a
 // block, in the order of the slots, after all sources:
 //
 //     slot's input (SendStage) ── EffectProcessorState::process ──> wet ──┬──> spatial bus
 //                                                                         ├──> bus of an arrangement
 //                                                                         └──> dedicated output
 //
-// A slot's effect lives from the block in which the slot first shows its type until the slot loses it or
-// shows another type, and its tail with it; a change of parameters keeps both. Effects don't feed each other.
-// Used by the renderer on the server's thread; allocates only when an effect is made.
+// A slot's effect lives from the block in which the slot first has its type until the slot loses it or gets
+// another type, and its tail with it; a change of parameters keeps both. Effects don't feed each other. Used
+// by the renderer on the server's thread; allocates only when an effect is made.
 
 #include <cstdint>
 #include <memory>
@@ -37,9 +37,9 @@ public:
     const std::vector<std::unique_ptr<EffectProcessorState>>& States() const { return states; }
 
     /// Adds the block of each effect to where it goes. `sends` has been synced to the same snapshot. What an
-    /// effect makes of samples or settings that aren't finite is left out, and the effect made anew for the
-    /// next block, so that nothing of it stays. Throws slib::IntegrityFailureException for an output kind
-    /// that there is none of.
+    /// effect makes of samples or settings that aren't finite is left out, and a new effect made for the next
+    /// block, so that nothing of it remains. Throws slib::IntegrityFailureException for an unknown output
+    /// kind.
     void Run(const RenderSnapshot& snapshot, SendStage& sends, ArrayBuses& arrays, RenderOutput& output);
 
 private:
@@ -48,7 +48,7 @@ private:
 
     const RenderContext context;
     std::vector<std::unique_ptr<EffectProcessorState>> states;
-    hcml::ac::Bus wet;  // what the effect in hand puts out, in as many channels as it has
+    hcml::ac::Bus wet;  // the output of the current effect, in as many channels as it has
 };
 
 }  // namespace goal

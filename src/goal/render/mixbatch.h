@@ -48,7 +48,7 @@ public:
 private:
     static constexpr std::uint32_t mostChannels = 25;
 
-    // What the weights of a row were; null when they stand still.
+    // What the weights of a row were; null when they don't change.
     struct Movement {
         float* previous = nullptr;
         float step = 0;

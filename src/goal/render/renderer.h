@@ -70,7 +70,7 @@ private:
     SendStage sends;
     EffectStage effects;
     MixBatch batch;
-    Basis listener;  // of the block in hand
+    Basis listener;  // of the current block
     GainRamp spatialGain;
     GainRamp lowFrequencyGain;
     GainRamp dialogueGain;

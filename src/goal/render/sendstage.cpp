@@ -15,7 +15,7 @@ constexpr float fieldStep = 0.005F;
 // As many as their filters run side by side.
 constexpr std::uint32_t sendsAtOnce = 16;
 
-// A send that nobody takes waits with clean memory.
+// A send without a target keeps clean memory.
 void Forget(SourceFilterState& state) {
     reset(state);
     state.coefficientsValid = false;
@@ -60,7 +60,7 @@ void SendStage::SyncSlot(Slot& slot, const AuxSlotParameters& parameters,
     ApplyAntiDenormalPattern(slot.input);
 }
 
-// A name beyond the table, or of a slot without an effect, is a send to nobody.
+// A name beyond the table, or of a slot without an effect, has no target.
 SendStage::Slot* SendStage::Live(std::uint32_t slotName) {
     if (slotName == 0 || slotName > slots.size()) return nullptr;
     Slot& slot = slots[slotName - 1];
@@ -73,7 +73,7 @@ const hcml::ac::Bus& SendStage::Input(std::uint32_t index) {
     return slot.input;
 }
 
-// Into the row that comes next. False when there is nothing to add.
+// Writes into the next row. False when there is nothing to add.
 bool SendStage::Filter(const FilterParameters& filter, SourceFilterState& state,
                        const hcml::FloatTupleVector& samples, const SendGains& gains, float floorScale,
                        MixBatch& sends) const {
@@ -120,7 +120,7 @@ void SendStage::SendMultiChannel(const Source& source, SourceRendererState& stat
     }
 }
 
-// A reverb takes one channel, or the axes behind it.
+// A reverb takes one channel, or the axes as well.
 void SendStage::AddMono(Slot& slot, SourceFilterState& state, const SourceGeometry& geometry,
                         float scale) const {
     std::array<float, 25> weights{scale};

@@ -1,10 +1,10 @@
 #pragma once
 
-// The auxiliary sends: what each source gives into the inputs of the effect slots, through a filter of its
-// own per send. The renderer syncs the inputs at the start of a block and calls the stage for each source;
-// the slots' effects take the inputs up afterwards (EffectStage). In between a slot's sends are gathered, to
-// be filtered side by side and added at once. On the server's thread; allocates only when a slot takes an
-// effect of another shape.
+// The auxiliary sends: what each source adds to the inputs of the effect slots, through a filter of its own
+// per send. The renderer syncs the inputs at the start of a block and calls the stage for each source; the
+// slots' effects read the inputs afterwards (EffectStage). In between a slot's sends are gathered, to be
+// filtered side by side and added at once. On the server's thread; allocates only when a slot takes an effect
+// of another shape.
 
 #include <cstdint>
 #include <memory>
@@ -33,8 +33,8 @@ public:
     void Sync(const RenderSnapshot& snapshot, std::span<const std::unique_ptr<EffectProcessorState>> effects);
 
     /// The input of slot `index`, as Sync shaped it, with all that was sent to it; without channels for a
-    /// slot without an effect. Each slot with an effect must be asked for in each block, for until then its
-    /// sends may wait, and with them the memories of their filters.
+    /// slot without an effect. Call it for each slot with an effect in each block, for until then its sends
+    /// may wait, and with them the memories of their filters.
     const hcml::ac::Bus& Input(std::uint32_t index);
 
     /// All sends of a one-channel source. `samples` is its block before any filter, `scale` brings that to

@@ -8,7 +8,7 @@
 
 namespace goal {
 
-/// The gain of each order of the field by x = distance / radius. Row r stands for ln x = (r - 161.5) / 32, so
+/// The gain of each order of the field by x = distance / radius. Row r is for ln x = (r - 161.5) / 32, so
 /// that x runs from 0.0064 to 150.7. Column c holds order c: column 0 is 1 throughout, the others go from 0
 /// in the first row to 1 in the last, and those from 3 on dip slightly below 0 for a listener inside the
 /// source.

@@ -62,7 +62,7 @@ public:
     explicit QueueWalk(Source& source) : source(source) {}
 
     // The buffer that holds the position, which comes to lie within it; null at the end of data, and for a
-    // loop without a frame. Calls `pass` for each buffer that is left behind.
+    // loop without a frame. Calls `pass` for each buffer that was played through.
     template <typename Pass>
     const Buffer* Current(Pass pass) {
         for (;;) {
@@ -155,7 +155,7 @@ void Produce(MultiChannelConverterState& converter, float* const* targets, std::
     produce(converter, targets, offset, count);
 }
 
-// Half a filter of silence behind the last frame: what is left in the filter comes out, at most `wanted`
+// Half a filter of silence after the last frame: what is left in the filter comes out, at most `wanted`
 // frames, written from `first` on. Returns how many.
 template <typename Converter>
 std::uint32_t ProduceTail(Converter& converter, float* const* channels, std::uint32_t first,
@@ -268,7 +268,7 @@ void SourceReader::TakeNearest(Stretch stretch, const Target& target) {
     }
 }
 
-// Output lies one input frame behind the position, between that frame and the one before.
+// Output is one input frame before the position, between that frame and the one before.
 void SourceReader::Interpolate(Stretch stretch, const PreviousFrame& previousFrame, const Target& target) {
     const std::uint32_t head = CountBelow(stretch.position, oneFrame, stretch.step, stretch.count);
     if (head > 0) {

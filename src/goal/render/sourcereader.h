@@ -1,7 +1,7 @@
 #pragma once
 
 // The readers: they walk the queue of a playing source at the block's pitch and write one block of raw
-// samples, which gains and filters then take over. They own the play position, the steps from buffer to
+// samples, to which gains and filters are applied then. They own the play position, the steps from buffer to
 // buffer, loops, and the stop at the end of data. The renderer calls them for each playing source of a block,
 // on the server's thread; reading allocates nothing, locks nothing, and takes a time that no pitch, rate or
 // loop can stretch beyond a bound.
@@ -28,10 +28,10 @@ struct ReadRate {
 /// The linear reader's last input frame, raw, a value for each channel: what lies before the next buffer.
 using PreviousFrame = std::array<float, 8>;
 
-/// Reads with one quality for its whole life: "Off" takes the nearest frame, "Linear" interpolates, and lies
-/// one input frame behind that; the sinc qualities pass the frames through the source's converter. A game
-/// can't set what breaks it: a pitch of 0, below, or NaN is silence with the source held; one without bound
-/// is as good as a very high one.
+/// Reads with one quality for its whole life: "Off" takes the nearest frame, "Linear" interpolates, and is
+/// one input frame later than that; the sinc qualities pass the frames through the source's converter. A game
+/// can't set what breaks it: a pitch of 0, below, or NaN is silence with the source held; an infinite one
+/// counts as a very high one.
 class SourceReader {
 public:
     /// Throws slib::OutOfMemoryException; a value outside the enumeration is an integrity failure.
@@ -47,7 +47,7 @@ public:
                    float* target, std::uint32_t frames);
 
     /// The same for a source of two to eight channels, as many as `target` has: fills all its frames. A
-    /// converter of another channel count is shaped anew, which may throw slib::OutOfMemoryException.
+    /// converter of another channel count gets a new ring, which may throw slib::OutOfMemoryException.
     float ReadMultiChannel(Source& source, PreviousFrame& previousFrame,
                            MultiChannelConverterState& converter, ReadRate rate, hcml::ac::Bus& target);
 

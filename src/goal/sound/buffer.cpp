@@ -10,8 +10,8 @@
 namespace goal {
 namespace {
 
-// A mono IMA4 block opens with 4 bytes of header and goes on with two frames a byte; a stereo block opens
-// with 8 and goes on with one frame a byte.
+// A mono IMA4 block starts with 4 bytes of header, followed by two frames a byte; a stereo block starts with
+// 8, followed by one frame a byte.
 constexpr std::uint64_t ima4MonoHeader = 4;
 constexpr std::uint64_t ima4StereoHeader = 8;
 
@@ -19,7 +19,7 @@ std::uint64_t FrameCount(const BufferFormat& format, std::uint32_t size) {
     return std::uint64_t{size} / format.blockBytes * format.blockFrames;
 }
 
-// The format, once it is sure that a buffer of `size` bytes can be told in it.
+// The format, after a check that the frames of a buffer of `size` bytes can be counted.
 const BufferFormat& RequireFormat(std::int32_t formatId, std::uint32_t size) {
     const BufferFormat* format = FindBufferFormat(formatId);
     if (format == nullptr) {

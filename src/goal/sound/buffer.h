@@ -1,8 +1,8 @@
 #pragma once
 
-// Audio that an application handed over, kept in the format it came in. The buffer calls make buffers on
-// application threads; the render thread reads them through its queues without a lock, which is safe because
-// nothing but the two counts changes after construction.
+// Audio from an application, kept in the format it came in. The buffer calls make buffers on application
+// threads; the render thread reads them through its queues without a lock, which is safe because nothing but
+// the two counts changes after construction.
 
 #include <atomic>
 #include <cstdint>
@@ -23,7 +23,7 @@ public:
 
     /// Places in the sources' queues of the application's states that refer to this buffer.
     std::atomic<std::int32_t> useCount{0};
-    /// `useCount` as it stood when the server last took its snapshot. Guarded by the API mutex.
+    /// `useCount` as it was when the server last took its snapshot. Guarded by the API mutex.
     std::int32_t renderUseCount = 0;
 
     const std::uint32_t frames;  ///< samples per channel
@@ -32,7 +32,7 @@ public:
     const float scale;                  ///< brings a raw sample to full scale 1
 
     /// With `copyData` the buffer keeps its own copy of `size` bytes; without, it refers to `data`, which
-    /// must live as long. `data` may be null when `size` is 0. Bytes behind the last whole block are kept and
+    /// must live as long. `data` may be null when `size` is 0. Bytes after the last whole block are kept and
     /// never played. Throws slib::OutOfMemoryException, and slib::BadParameterException for a format that
     /// isn't in the table or for more than 2^32 - 1 frames.
     Buffer(std::uint32_t name, std::int32_t formatId, float frequency, const void* data, std::uint32_t size,

@@ -17,8 +17,8 @@ enum class SampleEncoding : std::uint8_t {
     Ima4,   ///< IMA ADPCM in blocks of 65 frames
 };
 
-/// What the system knows of a format. A block is the smallest piece that may stand alone: one frame, but for
-/// Ima4.
+/// What the system knows of a format. A block is the smallest piece that can be decoded alone: one frame, but
+/// for Ima4.
 struct BufferFormat {
     std::int32_t id;  ///< the AL format token
     SampleEncoding encoding;

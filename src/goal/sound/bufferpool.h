@@ -45,8 +45,8 @@ public:
     /// slib::OutOfMemoryException and then changes nothing.
     void Replace(std::unique_ptr<Buffer> buffer, BufferList* deletedBuffers);
 
-    /// Deletes valid names whose buffers aren't in use; a name may stand here more than once. The buffers go
-    /// the way told at Replace. Throws slib::OutOfMemoryException and then changes nothing.
+    /// Deletes valid names whose buffers aren't in use; a name may occur more than once. The buffers go where
+    /// those of Replace go. Throws slib::OutOfMemoryException and then changes nothing.
     void Delete(std::span<const std::uint32_t> names, BufferList* deletedBuffers);
 
     /// Notes for every buffer how often the application's queues refer to it, as the coming snapshot will see

@@ -165,7 +165,7 @@ SampleEncoding EncodingOf(const Buffer& buffer) {
     return FindBufferFormat(buffer.formatId)->encoding;
 }
 
-// The samples as floats where they stand, or null when they aren't aligned floats.
+// The samples as floats in place, or null when they aren't aligned floats.
 const float* FloatsInPlace(const Buffer& buffer, SampleEncoding encoding) {
     if (encoding != SampleEncoding::Float32) return nullptr;
     if (reinterpret_cast<std::uintptr_t>(buffer.data) % alignof(float) != 0) return nullptr;

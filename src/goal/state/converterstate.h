@@ -1,9 +1,9 @@
 #pragma once
 
-// What the sample rate converter keeps about one source: where it stands, the filter in use, and a ring of
-// the most recent input. One-channel sources use ConverterState, all others MultiChannelConverterState. Plain
-// data on the server's thread, moved by the operations of goal/dsp/samplerateconverter.h. A state
-// without a ring costs a few bytes, so that sources of a renderer without the converter carry no ring about.
+// What the sample rate converter keeps about one source: its position, the filter in use, and a ring of the
+// most recent input. One-channel sources use ConverterState, all others MultiChannelConverterState. Plain
+// data on the server's thread, moved by the operations of goal/dsp/samplerateconverter.h. A state without a
+// ring costs a few bytes, so that sources of a renderer without the converter have no ring.
 //
 //     ring:   ... | taps frames under the filter | pushed, not yet reached | free ...
 //                  ^ readPosition (13.19)                                   ^ writeIndex

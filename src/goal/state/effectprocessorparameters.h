@@ -24,9 +24,9 @@ struct RoomOfSends {
 /// The parameters of one effect. A class of an effect holds the values as fields and names them in a
 /// ParameterTable, through which all calls here work. Parameters are AL tokens of that effect.
 ///
-/// A setter answers false, and leaves the old value, when the effect has no such parameter in that form or
-/// the value is out of its range; it never clamps. A getter answers false, and leaves the target, when the
-/// effect has no such parameter in that form. Null pointers are answered by false.
+/// A setter returns false, and keeps the old value, when the effect has no such parameter in that form or the
+/// value is out of its range; it never clamps. A getter returns false, and leaves the target as it was, when
+/// the effect has no such parameter in that form. A null pointer returns false.
 class EffectProcessorParameters {
 public:
     std::int32_t effectType;  ///< an AL_EFFECT_ value
@@ -54,7 +54,7 @@ public:
     virtual bool getParameterf(std::int32_t parameter, float* value) const;
     virtual bool getParameterfv(std::int32_t parameter, float* values) const;
 
-    /// None for effects that are no room.
+    /// The neutral values for effects that aren't rooms.
     virtual RoomOfSends SendRoom() const { return {}; }
 
 protected:

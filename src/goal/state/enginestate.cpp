@@ -105,7 +105,7 @@ bool MergeSuspendedSource(Source& target, const Source& source) {
         Bury(target);
         return isNews;
     }
-    if (target.deleted) {  // the entry was taken anew
+    if (target.deleted) {  // the entry was reused
         target = source;
         target.parametersDirty = target.queueDirty = target.stateChanged = true;
         return true;
@@ -185,7 +185,7 @@ void MergeProgress(RenderSnapshot& snapshot, ApplicationState& application) {
         if (hasStopped) snapshot.playing.Erase(i);
         if (rendered.deleted || source.deleted || source.stateChanged) return;
         source.position = rendered.position;
-        // The renderer counts in the queue as it stood at the copy. A stop brings its index back to 0.
+        // The renderer counts in the queue as it was at the copy. A stop brings its index back to 0.
         source.queueIndex = rendered.queueIndex - std::min(rendered.queueIndex, source.unqueuedCount);
         if (hasStopped) source.state = SourceState::Stopped;
     });

@@ -121,7 +121,7 @@ struct Source : SourceBaseParameters {
     std::uint32_t queueIndex = 0;     ///< the current buffer, and so the count of those played through
     SourceType sourceType = SourceType::Undetermined;
     SourceState state = SourceState::Initial;
-    bool stateChanged = true;  ///< the game changed one of the four above; the renderer's word is void
+    bool stateChanged = true;  ///< the game changed one of the four above: its value counts
     bool deleted = false;
 };
 
@@ -184,8 +184,8 @@ struct ApplicationState : SuspendedState {
 void CopyToSnapshot(RenderSnapshot& snapshot, ApplicationState& application,
                     const ConverterCursor* converterStart = nullptr);
 
-/// Brings back what the block moved: positions, current buffers and stops. Where the game has spoken since
-/// the copy, the game wins. The server, with stateMutex held.
+/// Brings back what the block moved: positions, current buffers and stops. Where the game changed something
+/// since the copy, the game's value stays. The server, with stateMutex held.
 void MergeProgress(RenderSnapshot& snapshot, ApplicationState& application);
 
 /// Copies the application state to the suspended one, whose sources then follow the renderer until the game
@@ -199,7 +199,7 @@ void EndSuspend(SuspendedState& suspended, ApplicationState& application);
 /// Copies `position`, `queueIndex`, `sourceType` and `state`.
 void CopyPlayState(Source& target, const Source& source);
 
-/// Gives `target` the parameters of `source`, as an object of its own: none for none, in place for the same
+/// Gives `target` the parameters of `source`, as an object of its own: null for null, in place for the same
 /// type, else a new copy. Throws slib::OutOfMemoryException.
 void AssignEffect(EffectParametersPtr& target, const EffectParametersPtr& source);
 

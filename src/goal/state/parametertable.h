@@ -34,7 +34,7 @@ struct FloatParameter {
     double unit = 1;  ///< the stored value of one AL unit
 };
 
-/// The AL values are 0, 1, ...; each stands for the code of its place.
+/// The AL values are 0, 1, ...; each means the code at its place.
 struct IntegerParameter {
     std::int32_t name;
     Accessor<std::int32_t> field;
