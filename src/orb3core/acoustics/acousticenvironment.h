@@ -16,8 +16,8 @@ namespace orb3::aspace {
 class AcousticEnvironment : public Acoustic {
 public:
     /// Reads an element "AcousticEnvironment", its members through `factory`. Throws slib::BadXMLException
-    /// when labels or counts are wrong, slib::BadDataException when environments stand more than 64 deep in
-    /// each other, and what the factory throws.
+    /// when labels or counts are wrong, slib::BadDataException when environments are nested more than 64 deep
+    /// in each other, and what the factory throws.
     AcousticEnvironment(const slib::SXMLNode& node, const AcousticFactory& factory);
 
     std::unique_ptr<slib::SXMLNode> createNode() const override;

@@ -1,6 +1,6 @@
 #pragma once
 
-// From a document's element to the acoustic model that it describes. Handed by reference to the librarians
+// From a document's element to the acoustic model that it describes. Passed by reference to the librarians
 // that read the format library; no state, usable from any thread.
 
 #include <memory>

@@ -38,7 +38,7 @@ constexpr Weight weights[] = {
 
 // With Y the values of the harmonics in a direction and p those of the polynomials, p = M Y, a plane wave
 // enters the library's channels as 4pi Y = 4pi M⁻¹ p. So the responses of the bus inputs are those of the
-// library's, led through the transpose of 4pi M⁻¹.
+// library's times the transpose of 4pi M⁻¹.
 hcml::GenericMatrix<double, 1> ConversionMatrix(std::uint32_t inputs) {
     hcml::GenericMatrix<double, 1> matrix = hcml::inverse(hcml::transpose(BusBasisMatrix()), 1e-5);
     hcml::scale(matrix, 4 * std::numbers::pi);

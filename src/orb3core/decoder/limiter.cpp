@@ -20,7 +20,7 @@ std::int32_t MagnitudeBits(float sample) {
     return std::bit_cast<std::int32_t>(sample) & magnitudeBits;
 }
 
-// Bits of the greatest magnitude. Magnitudes stand in the order of their bits, and above all of them the
+// Bits of the greatest magnitude. Magnitudes are ordered as their bits are, and above all of them are the
 // infinity and then what isn't a number. Lanes that don't wait for each other are several times as quick.
 std::int32_t GreatestBits(const float* samples, std::size_t count) {
     std::array<std::int32_t, 16> lanes{};

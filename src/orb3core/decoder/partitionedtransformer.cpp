@@ -65,7 +65,7 @@ void WriteSilence(float* to, std::size_t stride, std::uint32_t count) {
         to[k * stride] = 0;
 }
 
-// Writes two rows to two channels that stand side by side.
+// Writes two rows to two adjacent channels.
 void WriteTwo(float* to, std::size_t stride, std::uint32_t count, const float* first, const float* second) {
     for (std::size_t k = 0; k < count; ++k) {
         to[k * stride] = first[k];
@@ -88,7 +88,7 @@ void WriteRows(float* const* to, std::size_t stride, std::uint32_t count, const 
     }
 }
 
-// Adds the tail of the block before and keeps the one of this block, which stands behind its `count` samples.
+// Adds the tail of the block before and keeps the one of this block, which follows its `count` samples.
 void ExchangeTail(float* row, float* tail, std::uint32_t count) {
     for (std::uint32_t k = 0; k < count; ++k)
         row[k] += tail[k];

@@ -62,7 +62,7 @@ public:
     hcml::DFT<float> dft;                                   ///< of size N, makes the spectra of the responses
     hcml::GenericVector<PartitionTransform, 0> partitions;  ///< P; none in the time domain
     hcml::GenericVector<PartitionBuffer, 0> buffers;        ///< ring of P; none in the time domain
-    std::uint32_t bufferIndex = 0;                          ///< ring entry of the block at hand
+    std::uint32_t bufferIndex = 0;                          ///< ring entry of the current block
     RowPair inputBlock;                                     ///< two inputs, B samples and zeros up to N/2
     RowPair outputBlock;                                    ///< two outputs, N samples each
     /// Spectra of N/2 + 1 bins, times 2: as many inputs as one pass takes.
@@ -75,11 +75,11 @@ public:
     UnbufferedPartitionedTransformer_v4(const UnbufferedPartitionedTransformer_v4&) = delete;
     UnbufferedPartitionedTransformer_v4& operator=(const UnbufferedPartitionedTransformer_v4&) = delete;
 
-    /// Takes `transform` for steps of `length` samples, with nothing left of what went before. Partitions
-    /// whose taps all lie at or below `threshold`, a magnitude, are dropped and cost nothing; inputs that
-    /// are left with none are never read. Throws slib::BadParameterException for a length of 0 or above
-    /// 2^29, what validate of the transform and setSize of the DFT throw, and slib::OutOfMemoryException;
-    /// after that only configure may follow.
+    /// Takes `transform` for steps of `length` samples, and forgets all earlier sound. Partitions whose taps
+    /// all lie at or below `threshold`, a magnitude, are dropped and cost nothing; inputs that are left with
+    /// none are never read. Throws slib::BadParameterException for a length of 0 or above 2^29, what validate
+    /// of the transform and setSize of the DFT throw, and slib::OutOfMemoryException; after that only
+    /// configure may follow.
     void configure(const strans::TimeDomainTransform<float, 1>& transform, float threshold,
                    std::uint32_t length);
 

@@ -40,7 +40,7 @@ public:
     virtual void writeInterleaved(const hcml::GenericMatrix<float, 1>& block,
                                   std::span<const DirectFeed> feeds) = 0;
 
-    /// Writes as many blocks of silence as bring out the transform's tail. Allocates.
+    /// Writes enough blocks of silence to play the transform's tail. Allocates.
     virtual void flush();
 
     /// Writes a line about the greatest sample so far, before limiting, to `log`; nothing after silence.

@@ -1,7 +1,7 @@
 #pragma once
 
 // The decoder with a thread of its own, so that the caller renders a block while the one before is decoded
-// and written. Blocks pass through two slots, each with two semaphores, which are the only hand-over:
+// and written. Blocks pass through two slots, each with two semaphores, which are all that passes them:
 //
 //     caller: fills a slot, posts its readySemaphore, waits for the freeSemaphore of the other slot
 //     thread: waits for readySemaphore, decodes, posts freeSemaphore, writes to the pipe

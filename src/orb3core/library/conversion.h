@@ -1,7 +1,7 @@
 #pragma once
 
 // A conversion of the format library: that a transform exists from one format to another by one method.
-// Handed out by value.
+// Returned by value.
 
 #include <memory>
 #include <string>
@@ -34,7 +34,8 @@ struct Conversion : ConversionTag {
     Priority priority = Priority::Normal;
     bool lossy = false;  ///< Something of the sound gets lost on the way.
 
-    /// For a composite conversion the conversions that it is made of, in the order of the signal; else empty.
+    /// For a composite conversion the conversions that it consists of, in the order of the signal; else
+    /// empty.
     hcml::GenericVector<ConversionTag, 0> chain;
     double gain = 1.0;  ///< Linear, of a composite conversion.
 

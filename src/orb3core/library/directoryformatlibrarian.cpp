@@ -142,7 +142,7 @@ void DirectoryBasedFormatLibrarian::removeTransform(const std::string& storageKe
     pendingWrites.erase(file);
 }
 
-// Where the transform of a key stands, or is to.
+// The path of the transform of a key, stored or to be stored.
 std::string DirectoryBasedFormatLibrarian::KeyPath(const std::string& key) const {
     if (key.empty()) throw slib::BadDataException("Bad storage key (blank).");
     if (!IsKey(key)) throw slib::BadDataException("Bad storage key ('" + key + "').");

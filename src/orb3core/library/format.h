@@ -1,7 +1,7 @@
 #pragma once
 
 // A format of the format library: what a set of channels is, be it a speaker layout, a headphone signal or a
-// sound field. Librarians hand formats out by value; the copies share the acoustic and the speakers, which
+// sound field. Librarians return formats by value; the copies share the acoustic and the speakers, which
 // nobody changes once they are in a format, so that threads may hold copies of their own.
 
 #include <cstdint>

@@ -73,7 +73,7 @@ public:
 };
 
 /// The changes wait for commit, but for libraries that say otherwise. An operation that fails, with a
-/// slib::BadDataException unless told otherwise, changes nothing.
+/// slib::BadDataException unless documented otherwise, changes nothing.
 class FormatRegistrar : public FormatLibrarian {
 public:
     virtual void setTag(const std::string& tag) = 0;

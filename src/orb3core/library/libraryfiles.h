@@ -1,8 +1,8 @@
 #pragma once
 
-// How format libraries change their files: each is written beside and renamed, so that whoever reads,
-// whatever fails and whoever is killed meanwhile, there is the old file or the new one, whole. For the
-// librarians and the writers of libraries, at set-up; no state.
+// How format libraries change their files: each is written under another name and renamed, so that a reader
+// finds the old file or the new one, whole, whatever fails or is killed meanwhile. For the librarians and the
+// writers of libraries, at set-up; no state.
 
 #include <string>
 #include <string_view>
@@ -13,8 +13,8 @@
 namespace orb3::fl {
 
 /// Holds the right to change the files around `path`, among all processes, for as long as it lives. The lock
-/// stands beside as "PATH.lock". Throws slib::OperatingSystemErrnoException when it can't be had, after five
-/// seconds of another's holding it.
+/// is stored beside as "PATH.lock". Throws slib::OperatingSystemErrnoException when it can't be taken, after
+/// five seconds of another's holding it.
 class LibraryLock {
 public:
     explicit LibraryLock(const std::string& path);

@@ -1,6 +1,6 @@
 #pragma once
 
-// A method of the format library: a way of decoding that conversions name. Handed out by value.
+// A method of the format library: a way of decoding that conversions name. Returned by value.
 
 #include <memory>
 #include <string>

@@ -14,8 +14,8 @@ std::string PackDescription(std::string_view text);
 /// The text of a packed description. Throws slib::BadStateException for bytes that aren't one.
 std::string UnpackDescription(std::string_view bytes);
 
-/// The scrambled index of a library in one file. Throws slib::BadDataException for a text that couldn't be
-/// told from its end: with a zero byte, or with the one byte, never found in UTF-8, that becomes zero.
+/// The scrambled index of a library in one file. Throws slib::BadDataException for a text whose end couldn't
+/// be found: with a zero byte, or with the one byte, never found in UTF-8, that becomes zero.
 std::string ScrambleIndex(std::string_view text);
 
 /// The text of a scrambled index, up to the first zero byte on either side.

@@ -1,8 +1,8 @@
 #pragma once
 
 // A format library in one read-only file, as it ships: the catalogue and all base transforms. What is
-// generated on demand goes, at once, to a cache folder beside. Used from any thread; one lock covers every
-// operation, reading of files included.
+// generated on demand goes at once to a cache folder beside the file. Used from any thread; one lock covers
+// every operation, reading of files included.
 //
 //     0               "PAK" and a version byte of 1 or 2
 //     4               indexOffset, 32 bits, lowest byte first

@@ -1,6 +1,6 @@
 #pragma once
 
-// Writes a library into one file, which PAKFormatLibrarian reads; its header tells the form. For the tools
+// Writes a library into one file, which PAKFormatLibrarian reads; its header says the form. For the tools
 // that make libraries; no state.
 
 #include <string>

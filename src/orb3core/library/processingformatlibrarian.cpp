@@ -35,7 +35,7 @@ void TakeInSilence(TimeDomainTransform<float, 1>& transform) {
     transform.start = 0;
 }
 
-// The ring that the chained responses take: room for their windows one behind the other.
+// The ring that the chained responses take: room for their windows one after the other.
 std::uint32_t ChainedLength(const std::vector<const Transform*>& links) {
     std::uint64_t width = 1;
     std::uint64_t length = 1;
@@ -72,11 +72,11 @@ Transform Chained(const std::vector<const Transform*>& links, double gain) {
 
 }  // namespace
 
-// What is known while one status or transform is asked for.
+// What is known during one request for a status or a transform.
 struct ProcessingFormatLibrarian::Request {
     int rate;                                 // Hz
     std::vector<std::uint32_t> trail;         // composite conversions at work, each a link of the one before
-    std::set<std::uint32_t> possible;         // links that can be had
+    std::set<std::uint32_t> possible;         // links that are available
     std::map<std::uint32_t, Transform> made;  // links that have been had
 
     // Adds a conversion to the trail for a scope.
@@ -326,7 +326,7 @@ Transform ProcessingFormatLibrarian::Provide(std::uint32_t index, Request& reque
     return transform;
 }
 
-// A link that stands in several places is made once, also where nothing can be stored.
+// A link that occurs several times is made once, also where nothing can be stored.
 const Transform& ProcessingFormatLibrarian::ProvideLink(const ConversionTag& link, Request& request) const {
     const std::uint32_t index = library->findConversion(link);
     auto found = request.made.find(index);

@@ -1,9 +1,9 @@
 #pragma once
 
-// What the rest of the system holds in place of a stored library: it also makes the transforms that the
-// library hasn't got. A transform at another rate is resampled from a stored one; that of a composite
-// conversion is its links, one behind the other. What was made is stored, so that the work is done once.
-// Used from any thread. It has no lock: the long work holds up nobody.
+// What the rest of the system uses instead of a stored library: it also makes the transforms that the library
+// doesn't have. A transform at another rate is resampled from a stored one; that of a composite conversion is
+// the chain of its links. What was made is stored, so that the work is done once. Used from any thread. It
+// has no lock: nobody waits for the long work.
 
 #include <cstdint>
 #include <exception>
@@ -17,7 +17,7 @@ namespace orb3::fl {
 
 class ProcessingFormatLibrarian : public FormatRegistrar {
 public:
-    /// `library` answers. `registrar` takes what is stored: `library` seen from its write side, or another
+    /// `library` is read. `registrar` takes what is stored: `library` seen from its write side, or another
     /// one that outlives this object, or null, and then nothing is stored. `sincTruncation` is the transition
     /// of the resampler's low-pass, as a fraction of the rate. `log` is borrowed, outlives the object and may
     /// be null. With `commitAtOnce` each transform that was made is committed.
@@ -43,13 +43,13 @@ public:
     bool hasConversion(const ConversionTag& tag) const override;
     void getSampleRates(std::uint32_t index, hcml::GenericVector<int, 1>& rates) const override;
 
-    /// Also tells what can be made. Throws slib::BadDataException for a composite conversion with a link that
-    /// is missing or can't be had, or that leads back to itself, and for a conversion with generated data
+    /// Covers what can be made, too. Throws slib::BadDataException for a composite conversion with a link
+    /// that is missing or unavailable, or that leads back to itself, and for a conversion with generated data
     /// alone.
     void getTransformStatus(std::uint32_t index, int rate, TransformStatus& status) const override;
 
-    /// Take seconds where the transform has to be made. A transform that can't be stored is handed out all
-    /// the same, and the log tells why; one that was generated earlier but can't be read is made anew. Rings
+    /// Takes seconds where the transform has to be made. A transform that can't be stored is returned all the
+    /// same, and the reason is logged; one that was generated earlier but can't be read is made again. Rings
     /// of what is made have a power of two for their length.
     void getTransform(std::uint32_t index, int rate,
                       strans::TimeDomainTransform<float, 1>& transform) const override;

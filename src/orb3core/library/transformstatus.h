@@ -1,13 +1,13 @@
 #pragma once
 
-// What a format library can do about one transform. A plain record, handed out by value.
+// What a format library can do about one transform. A plain record, returned by value.
 
 #include "slib/sxml.h"
 
 namespace orb3::fl {
 
 /// Possible alone is base data that is stored; with `generated` it is stored and was made from base data;
-/// with all three it is still to be made. Without `possible` there is nothing to be had.
+/// with all three it is still to be made. Without `possible` there is no transform.
 struct TransformStatus {
     bool possible = false;
     bool generated = false;

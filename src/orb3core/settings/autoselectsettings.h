@@ -8,8 +8,8 @@
 namespace orb3 {
 
 /// Fills `goalConfig` with the defaults and what `processors` of that rating
-/// (hcml::performance::MeasurePower) carry together, and tells the rating in `log` as an informational line.
-/// No power is too small or too great.
+/// (hcml::performance::MeasurePower) carry together, and logs the rating to `log` as information. No power is
+/// too small or too great.
 void SelectSettings(GoalConfig& goalConfig, unsigned processors, double rating, slib::Log* log);
 
 /// Measures the machine, which takes a second, and selects settings by it. Throws what slib::Thread::Start

@@ -30,14 +30,14 @@ struct GoalConfig {
     int defaultSampleRate = 48000;    ///< Rate in Hz where a context names none, at least 1.
     int suggestedBufferLength = 512;  ///< Frames per output buffer, at least 64.
     int suggestedBufferCount = 4;     ///< Output buffers in the ring, at least 1.
-    bool masqueradeAsGenericSoftware = false;  ///< The device list also shows "Generic Software".
-    bool masqueradeAsGenericHardware = false;  ///< The device list also shows "Generic Hardware".
+    bool masqueradeAsGenericSoftware = false;  ///< The device list also has "Generic Software".
+    bool masqueradeAsGenericHardware = false;  ///< The device list also has "Generic Hardware".
 
     bool operator==(const GoalConfig&) const = default;
 
-    /// Fills the record from a node labelled "Tessarune". Numbers out of range are corrected in silence.
-    /// Throws slib::BadXMLException for another label or a missing attribute, slib::BadDataException for a
-    /// bad bool; the record then stays as it was.
+    /// Fills the record from a node labelled "Tessarune". Numbers out of range are corrected silently. Throws
+    /// slib::BadXMLException for another label or a missing attribute, slib::BadDataException for a bad bool;
+    /// the record then stays as it was.
     void Read(const slib::SXMLNode& node);
 
     /// A new node labelled "Tessarune". A sampleRateConversion outside its enumeration is an integrity

@@ -8,9 +8,10 @@
 
 namespace orb3 {
 
-/// What stands in the user's scope under "/Platform": "Output" ("Auto", "Silent" or "WaveFile"), "WaveFile"
-/// (a path) and "SpeakerSetting" (the text of a standard format). What is missing or empty has its default. A
-/// value that isn't one of these, or a WAV file without a path, is an error in `log` and counts as missing.
+/// What is stored in the user's scope under "/Platform": "Output" ("Auto", "Silent" or "WaveFile"),
+/// "WaveFile" (a path) and "SpeakerSetting" (the text of a standard format). What is missing or empty has its
+/// default. A value that isn't one of these, or a WAV file without a path, is an error in `log` and counts as
+/// missing.
 platform::PlatformSettings ReadPlatformSettings(slib::Log& log);
 
 }  // namespace orb3

@@ -21,7 +21,7 @@ struct SystemOutput {
     slib::StandardFormat format = slib::StandardFormat::Unknown;
 };
 
-// Nothing when there is no such framework, or its default device doesn't tell a setting.
+// Nothing when there is no such framework, or its default device doesn't report a setting.
 std::optional<SystemOutput> FindSystemOutput(const Frameworks& frameworks) {
     for (const audiopipe::FrameworkPtr& framework : frameworks) {
         if (framework->GetId() != systemFramework) continue;
@@ -72,7 +72,7 @@ LayoutPtr FindBestLayout(const fl::FormatLibrarian& librarian, const Configurati
     return best;
 }
 
-// A stored layout is used as it stands, but for the recovery.
+// A stored layout is used unchanged, but for the recovery.
 LayoutPtr Select(const fl::FormatLibrarian& librarian, Configuration& configuration,
                  const SystemOutput& system, bool force) {
     LayoutPtr layout = FindBestLayout(librarian, configuration, system.format);

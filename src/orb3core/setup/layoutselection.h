@@ -1,8 +1,8 @@
 #pragma once
 
 // Which of the stored layouts is in force, and how a new one is made from the format library. Layouts can
-// follow the system's speaker setting, as the default device of the framework "DirectSound" tells it. Called
-// by the set-up of the output on the server's thread, with the server's own copy of the configuration.
+// follow the system's speaker setting, as the default device of the framework "DirectSound" reports it.
+// Called by the set-up of the output on the server's thread, with the server's own copy of the configuration.
 
 #include <string>
 
@@ -16,7 +16,7 @@ namespace orb3 {
 /// The layout in force: the last whose format is the selected name. Null when there is none.
 Configuration::LayoutPtr FindSelectedLayout(const Configuration& configuration);
 
-/// Makes the layout fit the system's speaker setting, and tells `log` about it; true when it chose another.
+/// Makes the layout fit the system's speaker setting, and logs a change to `log`; true when it chose another.
 /// The layouts that are stored come first, a new one is appended when none fits. It does nothing when
 /// automatic selection is off, or the layout in force fits. With `force`, the recovery, it always selects,
 /// and connects what it selects to the default device. Throws what ConfigureLayout throws.

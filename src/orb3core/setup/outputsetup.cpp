@@ -149,7 +149,7 @@ strans::TimeDomainTransform<float, 1> FetchTransform(const fl::FormatLibrarian& 
     return transform;
 }
 
-// Puts the columns, which stand in the layout's order, into the pipe's, and the channels' gains into them.
+// Brings the columns from the layout's order to the pipe's, and applies the channels' gains to them.
 void ApplyWiring(const spk::Layout& layout, const Wiring& wiring, double gain,
                  strans::TimeDomainTransform<float, 1>& transform) {
     auto& stored = transform.impulses;

@@ -1,8 +1,8 @@
 #pragma once
 
 // From the stored configuration to a running output: the layout in force, the transform that decodes for it,
-// and an open pipe. Called by the server, on its thread, at the start of each run, and by whoever wants to
-// know what a start would do.
+// and an open pipe. Called by the server, on its thread, at the start of each run, and by programs that show
+// what a start would do.
 //
 //     configuration -> layout -> device channels in use -> pipe
 //                            `-> conversion -> transform -> gains, columns in the pipe's order
@@ -25,7 +25,7 @@
 
 namespace orb3 {
 
-/// What the set-up of the output is asked for. Rate and buffers are wishes to the device.
+/// What the output is to be. Rate and buffers are requests, which the device may change.
 struct OutputRequest {
     std::uint32_t order = 1;         ///< of the spatial bus, 1 to 4
     std::uint32_t sampleRate = 0;    ///< Hz, above 0
@@ -71,7 +71,7 @@ struct OutputSetUp {
 int ResolveOrder(std::uint32_t inputs, int order);
 
 /// Makes the inputs of a set-up's transform those of the bus: as many as the resolved order has, in the bus's
-/// basis. The order. Throws as ResolveOrder.
+/// basis. Returns the order. Throws as ResolveOrder.
 [[nodiscard]] int FitToBus(strans::TimeDomainTransform<float, 1>& transform, int order);
 
 }  // namespace orb3

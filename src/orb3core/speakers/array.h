@@ -1,7 +1,7 @@
 #pragma once
 
-// Channel arrays: where the channels of a multi-channel buffer stand when they are played as virtual sources.
-// Part of the configuration document; the renderer prepares its own copy once and then reads it.
+// Channel arrays: the places of the channels of a multi-channel buffer when they are played as virtual
+// sources. Part of the configuration document; the renderer prepares its own copy once and then reads it.
 
 #include <array>
 #include <map>

@@ -1,8 +1,8 @@
 #pragma once
 
-// One way of driving the speakers: where they stand, which format and method decode for them, and which
-// outputs of which device they are connected to. Part of the configuration document; used at set-up and by
-// the configuration monitor, never on the audio thread.
+// One way of driving the speakers: their places, which format and method decode for them, and which outputs
+// of which device they are connected to. Part of the configuration document; used at set-up and by the
+// configuration monitor, never on the audio thread.
 
 #include <memory>
 #include <string>

@@ -15,7 +15,7 @@
 
 namespace orb3::spk {
 
-/// What a speaker stands for.
+/// The role of a speaker.
 enum class Role {
     Unknown,
     FrontLeft,

@@ -6,8 +6,8 @@
 
 namespace orb3 {
 
-/// Compares two channel names, leaving out white space and whatever stands in parentheses; case counts.
-/// "Front Left (L)" matches "FrontLeft".
+/// Compares two channel names, leaving out white space and everything in parentheses; case counts. "Front
+/// Left (L)" matches "FrontLeft".
 bool NamesMatch(std::string_view a, std::string_view b);
 
 }  // namespace orb3

@@ -58,8 +58,8 @@ std::string ReadSpeakerConfiguration();
 /// Stores the configuration document in the user's scope.
 void WriteSpeakerConfiguration(const std::string& text);
 
-/// The path of the format library, from the machine's scope: what stands under "/Formats/AFL", or when that
-/// is empty, under "/Formats/UFL". Empty when no library is configured.
+/// The path of the format library, from the machine's scope: the value of "/Formats/AFL", or when that is
+/// empty, under "/Formats/UFL". Empty when no library is configured.
 std::string ReadFormatLibraryPath();
 
 }  // namespace orb3

@@ -50,7 +50,7 @@ void RegistryLog::Write(const std::string& text, bool isError) {
         ++errorCount;
     }
     orb3::ConfigStore(root, orb3::ConfigStore::Scope::User).Update([&](orb3::OpenStore& store) {
-        // A wild index in the store must not lead outside the ring.
+        // A damaged index in the store must not point outside the ring.
         const int last = slib::ParseInt(store.Read("/Log/Index", "0"));
         const int slot = ((last % slots + 1) % slots + slots) % slots;
         store.Write("/Log/Index", std::to_string(slot));

@@ -16,7 +16,7 @@ namespace ggui {
 /// stop. Any thread; a write costs about half a millisecond.
 class RegistryLog : public slib::Log {
 public:
-    /// `root` is the store's root, `program` the name that stands in each line.
+    /// `root` is the store's root, `program` the name in each line.
     RegistryLog(std::string root, const std::string& program);
 
     void Write(const std::string& text, bool isError) override;

@@ -9,7 +9,7 @@ namespace orb3::strans {
 namespace {
 
 // Turns each of the eight bytes around, its lowest bit to the highest place. With the first byte of a stream
-// in the highest place, its bits then stand in the order of the stream.
+// in the highest place, its bits are then in the order of the stream.
 std::uint64_t ReverseBitsInBytes(std::uint64_t value) {
     constexpr std::uint64_t nibbles = 0x0F0F0F0F0F0F0F0F, pairs = 0x3333333333333333,
                             bits = 0x5555555555555555;

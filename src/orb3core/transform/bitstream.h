@@ -18,7 +18,7 @@ public:
     /// Starts at a byte. The window, which must outlive the reader, is the reader's while it lives.
     explicit BitReader(StreamWindow& window) : window(window) {}
 
-    /// Gives the window back at the byte behind the last one that was used, in part or in full.
+    /// Gives the window back at the byte after the last one that was used, in part or in full.
     ~BitReader() { window.GiveBack(count / 8); }
 
     BitReader(const BitReader&) = delete;
@@ -56,7 +56,7 @@ private:
     std::uint64_t TakeManyOnes();
 
     StreamWindow& window;
-    std::uint64_t held = 0;  // the next bit is the highest; behind the first `count` is nothing that counts
+    std::uint64_t held = 0;  // the next bit is the highest; what follows the first `count` has no meaning
     unsigned count = 0;
 };
 

@@ -26,14 +26,14 @@ public:
     StreamWindow(const StreamWindow&) = delete;
     StreamWindow& operator=(const StreamWindow&) = delete;
 
-    /// The bytes at hand, up to the next Fetch. Using some means moving `next` on, by as many.
+    /// The buffered bytes, valid up to the next Fetch. Using some means moving `next` on, by as many.
     const unsigned char* next = nullptr;
     const unsigned char* end = nullptr;
 
     std::size_t AtHand() const { return static_cast<std::size_t>(end - next); }
 
-    /// Sees to it that `count` bytes are at hand, at most `capacity`; false, with those that there are, when
-    /// the stream ends before or fails.
+    /// Buffers `count` bytes, at most `capacity`; false, with those that there are, when the stream ends
+    /// before or fails.
     bool Fetch(std::size_t count);
 
     /// Bytes from `next` to the end of the stream; 0 for a stream that can't tell.
@@ -42,8 +42,8 @@ public:
     /// Bytes used so far.
     std::uint64_t Used() const { return fetched - AtHand(); }
 
-    /// Counts the last `count` bytes that were used as unused. They aren't at hand again: nothing may be read
-    /// from then on.
+    /// Counts the last `count` bytes that were used as unused. They aren't buffered again: nothing may be
+    /// read from then on.
     void GiveBack(std::size_t count) { givenBack += count; }
 
     bool isBroken = false;  ///< A read failed, which is another thing than an end.

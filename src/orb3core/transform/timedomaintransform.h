@@ -11,7 +11,7 @@
 namespace orb3::strans {
 
 /// Every impulse is a ring, and all have one length, a power of two where the decoder is to run it. Sample k
-/// of a response, for k below `width`, stands at index (start + k) modulo that length; the others are 0.
+/// of a response, for k below `width`, is stored at index (start + k) modulo that length; the others are 0.
 /// Index 0 is time zero: with a `start` above 0 the response begins length - start samples before it.
 template <typename T, int Plain>
 struct TimeDomainTransform {

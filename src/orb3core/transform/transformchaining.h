@@ -1,7 +1,7 @@
 #pragma once
 
-// Puts transforms one behind the other, for the format library: the result does in one step what the signal's
-// way through all of them does. At set-up, in double precision; no state.
+// Chains transforms, for the format library: the result does in one step what the signal's way through all of
+// them does. At set-up, in double precision; no state.
 
 #include <complex>
 #include <cstdint>
@@ -13,7 +13,7 @@
 
 namespace orb3::strans {
 
-/// A transform whose rings stand as their spectra, of length/2 + 1 bins each. A working form.
+/// A transform whose rings are stored as their spectra, of length/2 + 1 bins each. A working form.
 struct FrequencyDomainTransform {
     double sampleRate = 0;    ///< Hz
     std::uint32_t start = 0;  ///< samples, as in the time domain
@@ -34,9 +34,9 @@ FrequencyDomainTransform ToFrequencyDomain(const TimeDomainTransform<double, 1>&
 TimeDomainTransform<double, 1> ToTimeDomain(const FrequencyDomainTransform& transform, hcml::DFT<double>& dft,
                                             double gain);
 
-/// `first`, and behind it `second`: the matrix product, bin by bin. Throws slib::BadDataException for
+/// `first`, followed by `second`: the matrix product, bin by bin. Throws slib::BadDataException for
 /// transforms whose channels, rings or rates don't match, for a window of no width, and for rings that can't
-/// hold both windows, one behind the other.
+/// hold both windows, one after the other.
 FrequencyDomainTransform chain(const FrequencyDomainTransform& first, const FrequencyDomainTransform& second);
 
 extern template void GrowRings(TimeDomainTransform<float, 1>&, std::uint32_t);

@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::size_t shortestSplit = 16;  // values
 constexpr unsigned mostOrder = 3;
-constexpr unsigned rawParameter = 31;  // of a group whose values stand as they are
+constexpr unsigned rawParameter = 31;  // of a group whose values are stored as they are
 
 // The choices of a plan. Those from 0 on are leaves of that order.
 constexpr std::uint8_t zeroLeaf = mostOrder + 1;
@@ -165,7 +165,7 @@ void ImpulseEncoder::WriteLeaf(Values values, std::uint8_t choice) {
     WriteGroup(bits, coded.subspan(choice));
 }
 
-// Writes the segment whose choice stands at `at` in the plan, and returns the place behind its choices.
+// Writes the segment whose choice is at `at` in the plan, and returns the place after its choices.
 std::size_t ImpulseEncoder::Write(Values values, std::size_t at) {
     const std::uint8_t choice = plan[at++];
     if (values.size() >= shortestSplit) bits.Put(choice == split ? 1 : 0, 1);

@@ -4,10 +4,11 @@
 // signal segment by segment, in Rice codes (Rice, 1979). Lossless, for any values of 32 bits. Used by the
 // reader and the writer of transforms only.
 //
-//     segment   of n < 16 values: leaf       of n >= 16: 0, leaf   or   1, segment of n/2, segment of the
-//     rest leaf      0: all values are 0          1, order o in 2 bits (lower first), Rice group of the first
-//     o
-//                                            values, Rice group of the rest; an empty group isn't there
+//     segment   of n < 16 values: leaf
+//               of n >= 16 values: 0, leaf   or   1, segment of n/2, segment of the rest
+//     leaf      0: all values are 0
+//               1, order o in 2 bits (lower first), Rice group of the first o values, Rice group of the
+//               rest; an empty group isn't there
 //     group     k in 5 bits, then for each value, below k = 31: sign bit, the low k bits of u, u >> k
 //               one-bits, a zero-bit, where u = v, or -1 - v for v < 0;  for k = 31: v in 32 bits
 

@@ -81,7 +81,7 @@ bool HoldsImpulses(const StreamWindow& window, const Header& header, std::uint64
     return header.Count() <= std::min(window.Remaining(), mostBytes) * 8 / bitsPerImpulse;
 }
 
-// A new ring of silence behind the others, after `usedBytes` of the stream.
+// A new ring of silence after the others, after `usedBytes` of the stream.
 template <typename T>
 Impulse<T>& AddImpulse(Impulses<T>& impulses, const Header& header, std::uint64_t usedBytes) {
     const std::uint64_t allowed = freeSamples + samplesPerByte * usedBytes;
@@ -92,7 +92,7 @@ Impulse<T>& AddImpulse(Impulses<T>& impulses, const Header& header, std::uint64_
     return impulse;
 }
 
-// Samples that stand in the stream as they are, of type Stored.
+// Samples that are stored in the stream as they are, of type Stored.
 template <typename Stored, typename T>
 void TakeSamples(StreamWindow& window, std::span<T> samples) {
     while (!samples.empty()) {
@@ -150,7 +150,7 @@ void ReadBinary(StreamWindow& window, TimeDomainTransform<T, 1>& transform, Body
     std::move(impulses.begin(), impulses.end(), transform.impulses.begin());
 }
 
-// Reads the form that the first bytes tell.
+// Reads the form that the first bytes name.
 template <typename T>
 void ReadAnyForm(StreamWindow& window, TimeDomainTransform<T, 1>& transform) {
     if (!window.Fetch(4)) FailToRead("[15]");

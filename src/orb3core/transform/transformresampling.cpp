@@ -21,7 +21,7 @@ std::int64_t BeginOf(const Transform& transform) {
     return start + transform.width > length ? start - length : start;
 }
 
-// Turns a ring into a plain response, with sample 0 at index 0 and zeros behind the window.
+// Turns a ring into a plain response, with sample 0 at index 0 and zeros after the window.
 void Unroll(const Transform& transform, Impulse& impulse) {
     std::rotate(impulse.begin(), impulse.begin() + transform.start, impulse.end());
     std::fill(impulse.begin() + transform.width, impulse.end(), 0.0f);

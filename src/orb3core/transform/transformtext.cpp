@@ -71,7 +71,7 @@ bool TakeNumber(std::string_view& line, double& value) {
     return true;
 }
 
-// Gathers the lines of numbers. A slice is what stands between two separators: all samples of one time.
+// Gathers the lines of numbers. A slice is what is between two separators: all samples of one time.
 template <typename T>
 class SliceReader {
 public:
@@ -84,7 +84,7 @@ private:
     hcml::GenericVector<T, 1> samples;  // by time, then by row
     std::uint64_t columns = 0;
     std::uint64_t rows = 0;    // of the first slice, once it is closed
-    std::uint64_t lines = 0;   // of the slice at hand
+    std::uint64_t lines = 0;   // of the current slice
     std::uint64_t slices = 0;  // closed
 };
 

@@ -10,8 +10,8 @@
 
 namespace orb3::strans {
 
-/// Appends the transform to the stream and flushes it. The binary forms leave out what stands outside the
-/// window, which is silence; a transform of nothing but silence is fine in every form.
+/// Appends the transform to the stream and flushes it. The binary forms leave out what is outside the window,
+/// which is silence; a transform of nothing but silence is fine in every form.
 ///
 /// Throws slib::BadDataException, before anything is written, for a transform that isn't valid, is empty or
 /// has values that the form can't hold; and slib::OperatingSystemErrnoException when the stream fails.
