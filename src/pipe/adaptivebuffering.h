@@ -1,7 +1,8 @@
 #pragma once
 
 // How far ahead of the play cursor of a looping ring a pipe writes, and how that adapts to outputs whose
-// cursor moves in large or irregular steps. It knows no device: the pipe tells it where the cursors are.
+// cursor moves in large or irregular steps. It knows no device: the pipe gives it the positions of the
+// cursors.
 //
 //     play cursor            point the output reads next       write position
 //     ────┼──────────────────────────────┼───────────────────────────┼────
@@ -20,8 +21,8 @@ namespace audiopipe::directsound {
 
 struct AdaptiveBuffering {
     /// Lays the ring out for `rate` (Hz, above 0) and `channelCount` channels of four bytes. `wantedLength`
-    /// frames a block and `wantedCount` blocks are wishes: a count of 0 is 1, and what is beyond the capacity
-    /// of a ring is cut down, with an error in `log`.
+    /// frames a block and `wantedCount` blocks are requests: a count of 0 is 1, and what exceeds the capacity
+    /// of a ring is reduced, with an error in `log`.
     AdaptiveBuffering(slib::Log& log, double rate, std::uint32_t channelCount, std::uint32_t wantedLength,
                       std::uint32_t wantedCount);
 

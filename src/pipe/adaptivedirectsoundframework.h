@@ -1,7 +1,7 @@
 #pragma once
 
-// The output framework of the system: the devices of one machine, listed at the first question and from then
-// on the same. Built by the server for a run of its loop; may be asked from any thread.
+// The output framework of the system: the devices of one machine, listed at the first call and the same from
+// then on. Built by the server for a run of its loop; may be used from any thread.
 
 #include <cstdint>
 #include <memory>

@@ -17,7 +17,7 @@
 
 namespace audiopipe::directsound {
 
-/// What a pipe takes over from its device.
+/// What a pipe copies from its device.
 struct OpenedDevice {
     std::string name;         ///< of the device
     std::uint32_t index = 0;  ///< of the device
@@ -32,7 +32,7 @@ struct OpenedDevice {
 class AdaptiveDirectSoundPipe : public Pipe {
 public:
     /// `log` is borrowed and outlives the pipe; `sampleRate` in Hz; `wantedLength` frames a block, of which
-    /// `wantedCount` are to stand between Write and the output; a flag for each channel of the device. Throws
+    /// `wantedCount` are to be between Write and the output; a flag for each channel of the device. Throws
     /// DirectSoundException when the device makes no ring for it, and slib::BadParameterException for a rate
     /// that is none or flags that don't fit the device.
     AdaptiveDirectSoundPipe(slib::Log* log, const OpenedDevice& device, double sampleRate,

@@ -1,6 +1,6 @@
 #pragma once
 
-// The window that a sound device is told the application by. Any thread.
+// The window by which a sound device identifies the application. Any thread.
 
 #include "platform/soundsystem.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
 // An endpoint of an audio output API, on which pipes are opened. Used by the set-up of the output; may be
-// asked for from any thread.
+// used from any thread.
 
 #include <cstdint>
 #include <memory>
@@ -21,10 +21,10 @@ public:
     /// `rate` in Hz.
     virtual bool IsSampleRateSupported(double rate) = 0;
 
-    /// Opens a stream: `rate` in Hz, blocks of `bufferLength` frames, of which `bufferCount` stand between
-    /// Write and the output; all three are wishes, and the pipe tells what they became. The flags, one for
+    /// Opens a stream: `rate` in Hz, blocks of `bufferLength` frames, of which `bufferCount` are between
+    /// Write and the output; all three are requests, and the pipe has the values in use. The flags, one for
     /// each channel of the device, say which of them the pipe carries. `log` is borrowed and outlives the
-    /// pipe. Throws PipeException when the output can't be had.
+    /// pipe. Throws PipeException when the output doesn't open.
     virtual std::unique_ptr<Pipe> OpenPipe(slib::Log* log, double rate, std::uint32_t bufferLength,
                                            std::uint32_t bufferCount, const std::vector<bool>& playback,
                                            const std::vector<bool>& recording) = 0;

@@ -1,7 +1,7 @@
 #pragma once
 
-// What the sound devices answer, as an exception with a sentence for a person. Used by the adaptive pipe's
-// framework, devices and pipes, on the thread that calls them.
+// The result codes of the sound devices, as an exception with a sentence for a person. Used by the adaptive
+// pipe's framework, devices and pipes, on the thread that calls them.
 
 #include "pipe/pipeexception.h"
 #include "platform/directsound.h"

@@ -20,7 +20,7 @@ public:
 
     /// True where the API exists on this machine.
     virtual bool IsAvailable() = 0;
-    /// What stored layouts name the framework by: here the letters and digits of GetName.
+    /// The framework's name in stored layouts: here the letters and digits of GetName.
     virtual std::string GetId();
     /// For people.
     virtual std::string GetName() = 0;

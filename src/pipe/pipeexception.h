@@ -7,7 +7,7 @@
 
 namespace audiopipe {
 
-/// An output can't be had or has failed.
+/// An output doesn't open or has failed.
 class PipeException : public slib::BadStateException {
 public:
     using BadStateException::BadStateException;

@@ -7,7 +7,7 @@
 namespace platform {
 
 /// Runs `call` on a thread of its own and waits for its end, but at most two seconds. False when it hasn't
-/// ended by then: it goes on by itself, and `call` is destroyed when it is over, so everything that it uses
+/// ended by then: it runs on alone, and `call` is destroyed when it is over, so everything that it uses
 /// belongs into it. This library then stays in memory until the process ends, even when the game unloads it.
 /// Where the system refuses the thread `call` runs on the calling one. An exception that leaves it ends
 /// there.

@@ -109,7 +109,7 @@ std::uint32_t ShortestLatency(const RingShape& shape) {
     return std::max(shape.rate / 25, shape.frames / 3);
 }
 
-// Frames between the callback and the speakers: what the system behind calls safe, but not less than that.
+// Frames between the callback and the speakers: what the system calls safe, but not less than that.
 std::uint32_t Latency(const Context& context, const RingShape& shape) {
     constexpr std::uint32_t longest = 96000;  // the library's limit
     cubeb_stream_params parameters = StreamParameters(shape);

@@ -1,9 +1,9 @@
 #pragma once
 
-// The outputs of this machine through the cubeb library: PulseAudio, JACK, ALSA, whichever answers first. The
+// The outputs of this machine through the cubeb library: PulseAudio, JACK, ALSA, the first that answers. The
 // library is loaded at the first use, and no call waits more than two seconds for a server. Its threads end
-// with the last object that uses the connection; in a child that the game forked the connection is gone, and
-// every operation tells so.
+// with the last object that uses the connection; in a child that the game forked there is no connection, and
+// every operation returns so.
 
 #include <memory>
 #include <optional>
@@ -32,13 +32,13 @@ public:
     virtual std::vector<Device> Devices() = 0;
     /// The name of the system behind it.
     virtual std::string Module() = 0;
-    /// Opens one of Devices, null for whichever is the user's default. `speakerSetting` is what it is to
-    /// report. Its rings outlive a server that goes away, unheard until it is back (ReturningBuffer), which
-    /// `log`, borrowed for the life of the device and its rings, is told of.
+    /// Opens one of Devices, null for the user's default. `speakerSetting` is what it is to report. Its rings
+    /// outlive a server that goes away, unheard until it is back (ReturningBuffer), which is logged to `log`,
+    /// borrowed for the life of the device and its rings.
     virtual SoundDevicePtr Open(const Device* device, std::uint32_t speakerSetting, slib::Log* log) = 0;
 };
 
-/// Null when nothing answers. `log` is told when the library is missing, and isn't kept.
+/// Null when nothing answers. A missing library is logged to `log`, which isn't kept.
 std::shared_ptr<CubebConnection> ConnectCubeb(slib::Log* log);
 
 /// The user's default output where nothing answers yet: its rings are heard as soon as something does. Null

@@ -2,7 +2,7 @@
 
 // The sound devices of this machine under the names of a published interface: a looping ring of integer
 // frames with a play cursor. Records, constants and operations have the names, values and order that the
-// interface published; what stands behind them is made by a SoundSystem. The adaptive pipe calls them.
+// interface published; their implementation is made by a SoundSystem. The adaptive pipe calls them.
 //
 //     0 ─────── play cursor ═══════ write cursor ──────────── ring bytes
 //               handed over, or about to be: too late to write    free to write, about to be played last
@@ -128,7 +128,7 @@ public:
     /// second piece that isn't needed is null with 0 bytes. Allocates and locks nothing, as Unlock.
     virtual Result Lock(std::uint32_t offset, std::uint32_t bytes, void** first, std::uint32_t* firstBytes,
                         void** second, std::uint32_t* secondBytes, std::uint32_t flags) = 0;
-    /// Ends a Lock, with the pieces it gave: what stands in them now is to be played.
+    /// Ends a Lock, with the pieces it gave: their content is now to be played.
     virtual Result Unlock(void* first, std::uint32_t firstBytes, void* second, std::uint32_t secondBytes) = 0;
     /// Stops and deletes the object.
     virtual void Release() = 0;

@@ -5,9 +5,9 @@
 //
 //     application's thread:  Lock, Unlock, GetCurrentPosition ...        output's thread:  Take, Take, ...
 //
-// Neither side locks or allocates. After a start the output is given silence, and the cursors stand, until
-// the application has written as far ahead as the output is going to read, so that nothing of its beginning
-// is lost; but not longer than a quarter of a second.
+// Neither side locks or allocates. After a start the output is given silence, and the cursors don't move,
+// until the application has written as far ahead as the output is going to read, so that nothing of its
+// beginning is lost; but not longer than a quarter of a second.
 
 #include <algorithm>
 #include <atomic>
@@ -28,7 +28,7 @@ public:
     /// place of the samples for silence.
     template <typename Consume>
     void Take(std::uint32_t frames, const Consume& consume);
-    /// Output's thread, or any: the output has ended, and every operation tells `result` from now on.
+    /// Output's thread, or any: the output has ended, and every operation returns `result` from now on.
     void Fail(Result result) { failure.store(result, std::memory_order_relaxed); }
 
 protected:
@@ -53,7 +53,7 @@ private:
     PlayClock clock;
     std::atomic<Result> failure{DS_OK};
     std::atomic<bool> isHeld{true};
-    std::atomic<std::uint32_t> writes{0};  // hands what was written over to the output's thread
+    std::atomic<std::uint32_t> writes{0};  // passes what was written to the output's thread
     std::int64_t holdEnd = 0;              // nanoseconds; stands while the output takes chunks
 
     // Output's thread; between a stop and a start the application's.

@@ -1,7 +1,7 @@
 #pragma once
 
 // The machine's own settings of the sound output, as plain data. Read from the store above this folder, and
-// handed in when the sound system is made.
+// passed in when the sound system is made.
 
 #include <optional>
 #include <string>
@@ -19,7 +19,7 @@ struct PlatformSettings {
 
     Output output = Output::Auto;
     std::string waveFile;                                ///< path, for Output::WaveFile
-    std::optional<slib::StandardFormat> speakerSetting;  ///< in place of what the device reports
+    std::optional<slib::StandardFormat> speakerSetting;  ///< instead of what the device reports
 
     bool operator==(const PlatformSettings&) const = default;
 };

@@ -39,8 +39,8 @@ PlayClock::Reading PlayClock::Read(std::int64_t now) const {
     for (;;) {
         const std::uint32_t number = newest.load(std::memory_order_acquire);
         const Reading reading = At(number, now);
-        // The mark is written anew a whole round later, and who has read something of that, each field in
-        // its order, sees a number of that round here.
+        // The mark is overwritten a whole round later, and who has read something of that, each field in its
+        // order, sees a number of that round here.
         if (newest.load(std::memory_order_relaxed) - number < marks.size() - 1) return reading;
     }
 }

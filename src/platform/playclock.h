@@ -1,6 +1,6 @@
 #pragma once
 
-// Where the play cursor of an output stands that takes frames in chunks. Between two chunks the cursor moves
+// The position of the play cursor of an output that takes frames in chunks. Between two chunks the cursor moves
 // at the rate of the output, by the monotonic clock, and never beyond what was handed over:
 //
 //     frames       ┌────────── handed over            write cursor: handed over and the longest chunk of
@@ -21,14 +21,14 @@ public:
     struct Reading {
         double play = 0;          ///< frames
         std::int64_t handed = 0;  ///< frames
-        std::uint32_t chunk = 0;  ///< frames, the longest of late
+        std::uint32_t chunk = 0;  ///< frames, the longest of the last while
         std::uint32_t count = 0;  ///< of chunks and idle turns; another one each time that the output asks
     };
 
     /// `rate` in Hz.
     explicit PlayClock(std::uint32_t rate) : rate(rate) {}
 
-    /// All cursors stand at `position` (frames); `chunk` is the length that the output is expected to take at
+    /// All cursors are at `position` (frames); `chunk` is the length that the output is expected to take at
     /// most. While nobody takes chunks. `now` is of the monotonic clock (ns), as below.
     void Begin(std::int64_t position, std::uint32_t chunk, std::int64_t now);
     /// The output has taken `frames` more.

@@ -70,7 +70,7 @@ private:
             buffer.signal.WaitFor(buffer.feed.stream ? longWait : turn);
             try {
                 if (!IsStopRequested()) buffer.Keep();
-            } catch (const std::exception&) {  // no thread could be had; the next turn tries again
+            } catch (const std::exception&) {  // there was no thread; the next turn tries again
             }
         }
     }
@@ -153,7 +153,7 @@ Result ReturningBuffer::StopTaking() {
     return feed.stream ? CallOnStream(&OutputStream::Stop) : DS_OK;
 }
 
-// A server that hangs may hang for good.
+// A server that hangs may hang forever.
 Result ReturningBuffer::NoteStall() {
     hasStalled = true;
     signal.Post();

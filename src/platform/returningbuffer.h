@@ -1,7 +1,7 @@
 #pragma once
 
 // A ring whose output may go away and come back: a sound server that is restarted, a card that is pulled out.
-// While there is none the ring is read by the clock, unheard, so that whoever writes it goes on:
+// While there is none the ring is read by the clock, unheard, so that the writer isn't held up:
 //
 //     application's thread ──> ring ──> StreamOutlet ──> thread of the OutputStream    while there is one
 //                                  └──> keeper's thread, by the clock                  until there is again
@@ -19,7 +19,7 @@ namespace platform {
 
 class ReturningBuffer;
 
-/// The end that a stream takes frames from. The stream's thread calls, and is never held up.
+/// The end that a stream takes frames from. The stream's thread calls, and never waits.
 class StreamOutlet {
 public:
     /// `keeperSignal` is posted when the stream is lost, and outlives this object.
@@ -66,15 +66,15 @@ public:
     /// may wait for a server. What it throws counts as null.
     using Opener = std::function<std::unique_ptr<OutputStream>(StreamOutlet&)>;
 
-    /// `chunk` as of FedBuffer. `log` is borrowed, outlives the buffer, and is told when the output goes and
-    /// when it comes back.
+    /// `chunk` as of FedBuffer. `log` is borrowed, outlives the buffer, and gets a line when the output goes
+    /// away and when it comes back.
     ReturningBuffer(const RingShape& shape, std::uint32_t chunk, Opener reopen, slib::Log* log);
 
-    /// Opens the first stream by `open`, which tells why it made none. Before the first Play; without this
+    /// Opens the first stream by `open`, which returns why it made none. Before the first Play; without this
     /// the buffer begins as one whose output went away.
     Result Open(const std::function<Result(StreamOutlet&, std::unique_ptr<OutputStream>&)>& open);
 
-    /// Waits at most two seconds; what a hanging server holds up ends by itself.
+    /// Waits at most two seconds; calls that a hanging server blocks are left to end alone.
     void Release() override;
 
 protected:

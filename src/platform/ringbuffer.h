@@ -1,7 +1,7 @@
 #pragma once
 
 // The memory of a looping ring and its bookkeeping; each output adds where the cursors are. One thread calls
-// the operations of the interface; whatever plays the ring reads `samples` on a thread of its own.
+// the operations of the interface; the output reads `samples` on a thread of its own.
 
 #include <cstdint>
 #include <memory>
@@ -34,9 +34,9 @@ protected:
 
     /// The cursors now. While the ring plays neither ever goes back.
     virtual Result ReadCursors(RingCursors& cursors) = 0;
-    /// Makes the cursors move, from where they stand. Not called while they do.
+    /// Starts the cursors from their positions. Not called while they move.
     virtual Result StartOutput() = 0;
-    /// Makes the cursors stand. Nothing reads the ring from then on.
+    /// Stops the cursors. Nothing reads the ring from then on.
     virtual Result StopOutput() = 0;
     /// `frames` of the ring from `offset` on (frames) are written.
     virtual void NoteWritten(std::uint32_t offset, std::uint32_t frames);

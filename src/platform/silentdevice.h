@@ -1,7 +1,7 @@
 #pragma once
 
-// The output that is heard by nobody: a ring whose play cursor follows the monotonic clock. It keeps a game
-// that has no sound hardware at the pace of one that has.
+// The output without sound: a ring whose play cursor follows the monotonic clock. It keeps a game that has no
+// sound hardware at the pace of one that has.
 
 #include "platform/directsound.h"
 

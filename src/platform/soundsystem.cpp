@@ -17,7 +17,7 @@ namespace {
 constexpr const char* primaryName = "Primary Sound Driver";
 
 // The sound servers of this machine know nothing of windows, so there is no list of them, and the desktop
-// stands for all.
+// represents all.
 class Machine : public SoundSystem {
 public:
     Machine(const PlatformSettings& settings, slib::Log* log) : settings(settings), log(log) {}
@@ -57,7 +57,7 @@ public:
     }
 
 private:
-    // The real outputs. A connection that was lost since the last question is made anew, once.
+    // The real outputs. A connection that was lost since the last call is made again, once.
     std::vector<CubebConnection::Device> Devices() {
         if (settings.output != PlatformSettings::Output::Auto) return {};
         std::vector<CubebConnection::Device> devices;

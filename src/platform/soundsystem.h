@@ -28,9 +28,9 @@ public:
     /// with Release.
     virtual Result DirectSoundCreate8(const char* identifier, IDirectSound8** device) = 0;
 
-    /// Calls back for each top-level window until that returns false. False when the list can't be had.
+    /// Calls back for each top-level window until that returns false. False when there is no list.
     virtual bool EnumWindows(const std::function<bool(WindowHandle)>& callback) = 0;
-    /// 0 for a window that stands in no other.
+    /// 0 for a window without a parent.
     virtual WindowHandle GetParent(WindowHandle window) = 0;
     virtual bool IsOfThisProcess(WindowHandle window) = 0;
     /// 0 when there is none.

@@ -10,7 +10,7 @@
 namespace platform {
 namespace {
 
-// No sound card has more; a driver that claims to is one that converts anything, and tells nothing about the
+// No sound card has more; a driver that claims to is one that converts anything, and says nothing about the
 // speakers behind it.
 constexpr std::uint32_t mostChannels = 32;
 

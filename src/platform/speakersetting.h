@@ -9,7 +9,7 @@
 
 namespace platform {
 
-/// The DSSPEAKER_ constant that stands for `format`; DSSPEAKER_DIRECTOUT for Unknown.
+/// The DSSPEAKER_ constant for `format`; DSSPEAKER_DIRECTOUT for Unknown.
 std::uint32_t SpeakerSettingOf(slib::StandardFormat format);
 
 /// The DSSPEAKER_ constant for a device of which only the number of channels and the name are known: the

@@ -28,7 +28,7 @@ public:
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;
 
-    // False when what was written turns out not to fit after all, which some file systems only tell here.
+    // False when what was written turns out not to fit after all, which some file systems report only here.
     bool Close() {
         const bool fine = value < 0 || close(value) == 0;
         value = -1;
@@ -71,7 +71,7 @@ void MakeFolder(const path& folder) {
     mkdir(folder.c_str(), 0700);
 }
 
-// A user who keeps the file elsewhere and links to it keeps the link, even while nothing stands at its end.
+// A user who keeps the file elsewhere and links to it keeps the link, even while its target doesn't exist.
 path FollowLink(path file) {
     constexpr int greatestDepth = 40;  // the kernel's own limit
     for (int depth = 0; depth < greatestDepth; ++depth) {
@@ -111,8 +111,8 @@ bool WaitFor(TimePoint end, const Take& take) {
     return true;
 }
 
-// The door in front of the lock, on the file's first byte. Whoever stands in it is next, so that a process
-// that takes the lock over and over can't keep others out.
+// A second lock in front of the first, on the file's first byte. Its holder is next, so that a process that
+// takes the lock over and over can't keep others out.
 bool SetDoor(int descriptor, short kind) {
     struct flock door {};
     door.l_type = kind;
@@ -124,7 +124,7 @@ bool SetDoor(int descriptor, short kind) {
 }  // namespace
 
 std::optional<std::string> ReadStoreFile(const path& file) {
-    // A named pipe in the file's place must not hold the game up.
+    // A named pipe in the file's place must not block the game.
     const Descriptor descriptor(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (descriptor.value < 0) {
         if (errno == ENOENT) return "";
@@ -139,7 +139,7 @@ std::optional<std::string> ReadStoreFile(const path& file) {
 bool ReplaceStoreFile(const path& file, const std::string& content) {
     const path target = FollowLink(file);
     MakeFolder(target.parent_path());
-    // The name is always the same one, so that what a killed process left behind doesn't pile up.
+    // The name is always the same one, so that files of killed processes don't pile up.
     const std::string temporary = target.string() + ".new";
     unlink(temporary.c_str());
     Descriptor descriptor(open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
@@ -162,7 +162,7 @@ StoreFileLock::StoreFileLock(const path& file) {
     if (opened < 0 && errno == EACCES) opened = open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
     if (opened < 0) return;
     const TimePoint end = std::chrono::steady_clock::now() + greatestWait;
-    // Without a door, as on a file of another user's, the lock works all the same.
+    // Without the second lock, as on a file of another user's, the first works all the same.
     WaitFor(end, [&] { return SetDoor(opened, F_WRLCK); });
     const bool isTaken = WaitFor(end, [&] { return flock(opened, LOCK_EX | LOCK_NB) == 0; });
     SetDoor(opened, F_UNLCK);

@@ -16,11 +16,11 @@ std::optional<std::string> ReadStoreFile(const std::filesystem::path& file);
 
 /// Puts `content` in the place of the file: readers see the old or the new content, whole. Makes missing
 /// folders (for the user alone), follows a link, keeps the owner and the permissions of a file that exists.
-/// False when it didn't work out, and then the old file stands as it was. The caller holds a StoreFileLock.
+/// False when it didn't work out, and then the old file stays as it was. The caller holds a StoreFileLock.
 bool ReplaceStoreFile(const std::filesystem::path& file, const std::string& content);
 
 /// Holds the right to change a store file, among all threads of all processes that take it, for as long as it
-/// lives. The lock stands beside the file as "store.conf.lock" and is gone with the process that held it.
+/// lives. The lock is a file beside it, "store.conf.lock", and ends with the process that held it.
 class StoreFileLock {
 public:
     /// Makes missing folders. Waits at most five seconds for other holders, in turn.
@@ -29,7 +29,7 @@ public:
     StoreFileLock(const StoreFileLock&) = delete;
     StoreFileLock& operator=(const StoreFileLock&) = delete;
 
-    /// False when the lock couldn't be had.
+    /// False when the lock couldn't be taken.
     bool IsHeld() const { return descriptor >= 0; }
 
 private:

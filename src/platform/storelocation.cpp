@@ -50,8 +50,8 @@ std::vector<path> ConfigurationFolders() {
     return folders;
 }
 
-// The file that the code at `address` was mapped from, as the kernel names it; empty when it doesn't tell.
-// The loader's own name of it may be relative to a folder that the process has left, or what a program was
+// The file that the code at `address` was mapped from, as the kernel names it; empty when it doesn't say. The
+// loader's own name of it may be relative to a folder that the process has left, or what a program was
 // called.
 path FileMappedAt(std::uintptr_t address) {
     std::ifstream maps("/proc/self/maps");

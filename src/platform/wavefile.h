@@ -14,7 +14,7 @@ namespace platform {
 
 class WaveFile {
 public:
-    /// Replaces what stands at `path`. `error` says why it couldn't, and the object is of no use then.
+    /// Replaces what is at `path`. `error` says why it couldn't, and the object is of no use then.
     WaveFile(const std::string& path, const RingShape& shape, std::string& error);
     /// Completes the file.
     ~WaveFile();

@@ -1,8 +1,8 @@
 #pragma once
 
-// The output into a WAV file, at the pace of the clock: what a sound card would have played, for whoever
-// wants to hear or measure it later. A thread of its own takes the frames and writes them; the file's header
-// is brought up to date twice a second, so that the file is whole whenever the process ends.
+// The output into a WAV file, at the pace of the clock: what a sound card would have played, to be heard or
+// measured later. A thread of its own takes the frames and writes them; the file's header is brought up to
+// date twice a second, so that the file is whole whenever the process ends.
 
 #include <string>
 
@@ -12,9 +12,9 @@
 namespace platform {
 
 /// Each ring made on the device writes a file of 32-bit integers. The first one of the process is `path` and
-/// replaces what stands there; later ones, and those begun when a file comes near the 4 GiB that the format
-/// can hold, are named "path-2.wav", "path-3.wav" and so on. `speakerSetting` is one of the DSSPEAKER_
-/// constants. `log` is borrowed and outlives the device; it is told why a file can't be made.
+/// replaces what is there; later ones, and those begun when a file comes near the 4 GiB that the format can
+/// hold, are named "path-2.wav", "path-3.wav" and so on. `speakerSetting` is one of the DSSPEAKER_ constants.
+/// `log` is borrowed and outlives the device; the reason is logged there when a file can't be made.
 SoundDevicePtr MakeWaveFileDevice(std::uint32_t speakerSetting, const std::string& path, slib::Log* log);
 
 }  // namespace platform
