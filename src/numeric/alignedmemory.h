@@ -26,7 +26,7 @@ struct AlignedDeleter {
 
 using AlignedFloats = std::unique_ptr<float[], AlignedDeleter>;
 
-/// A block of `count` floats, all zero, that stands at a multiple of 128 bytes; null for count 0. Throws
+/// A block of `count` floats, all zero, that starts at a multiple of 128 bytes; null for count 0. Throws
 /// slib::OutOfMemoryException.
 inline AlignedFloats AllocateAlignedFloats(std::uint64_t count) {
     if (count == 0) return nullptr;

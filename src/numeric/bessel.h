@@ -9,7 +9,7 @@
 
 namespace hcml {
 
-/// A Bessel function was asked for where no method at hand reaches it.
+/// A Bessel function was asked for outside the range of the methods here.
 class BesselJYFailedToConverge : public slib::MathematicalException {
 public:
     using MathematicalException::MathematicalException;

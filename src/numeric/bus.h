@@ -10,9 +10,9 @@
 
 namespace hcml::ac {
 
-/// The fields are public to be read; only the samples are written from outside. All channels stand in one
+/// The fields are public to be read; only the samples are written from outside. All channels are in one
 /// block, each at a multiple of 128 bytes. The step from channel to channel is an odd number of such units,
-/// so that two channels fewer than 16 apart never stand a multiple of 2 KiB apart, where they would fight for
+/// so that two channels fewer than 16 apart are never a multiple of 2 KiB apart, where they would compete for
 /// the same cache sets. All `vectors` * 4 floats of a channel exist and may be written by whole-group loops.
 class Bus {
 public:
@@ -33,11 +33,11 @@ public:
     Bus& operator=(Bus&& other) noexcept;
     ~Bus() = default;
 
-    /// Discards: another shape brings new blocks of zeros. The same shape keeps everything and allocates
+    /// Discards: another shape means new blocks of zeros. The same shape keeps everything and allocates
     /// nothing. Throws slib::OutOfMemoryException and then changes nothing.
     void resize(std::uint32_t newFrames, std::uint32_t newChannelCount);
 
-    /// Sets all samples to zero, those behind `frames` too.
+    /// Sets all samples to zero, those after `frames` too.
     void clear();
 
     /// Adds `source` times the linear `gain` to a channel, over `vectors` * 4 floats; the source must have as

@@ -31,7 +31,7 @@ struct DFTPlan<double> {
 /// and takes the bins above N/2 as the conjugates of those below.
 ///
 /// Every transform goes through the two buffers. A caller that wants the whole complex spectrum, or has its
-/// signal in parts, may fill `timeBuffer`, call ExecuteForward and use `frequencyBuffer` where it stands.
+/// signal in parts, may fill `timeBuffer`, call ExecuteForward and use `frequencyBuffer` in place.
 template <typename T>
 class DFT {
 public:

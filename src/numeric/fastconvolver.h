@@ -30,7 +30,7 @@ public:
     /// Forgets the signal so far, so that the next block starts from silence.
     virtual void reset();
 
-    /// Filters one block. `input` has up to `blockLength` samples and stands for silence behind them;
+    /// Filters one block. `input` has up to `blockLength` samples, and counts as silence after them;
     /// `output`, which may be `input`, is resized to `blockLength`. Throws slib::BadParameterException for a
     /// longer input, and slib::BadStateException without a filter.
     void process(const GenericVector<float, 1>& input, GenericVector<float, 1>& output);
@@ -44,11 +44,11 @@ class FIRFastConvolverFilter : public FIRFastConvolver {
 public:
     std::uint32_t position = 0;      ///< in the block; `blockLength` when it is full
     GenericVector<float, 1> input;   ///< the block being collected
-    GenericVector<float, 1> output;  ///< the block being handed out
+    GenericVector<float, 1> output;  ///< the block being returned
 
     void setFilter(const GenericVector<float, 1>& filter, std::uint32_t minimumBlock) override;
 
-    /// Starts a new block with silence to hand out. What earlier blocks left in `overlap` still comes with
+    /// Starts a new block with silence as its output. What earlier blocks left in `overlap` still comes with
     /// the one after; FIRFastConvolver::reset forgets that.
     void reset() override;
 

@@ -18,7 +18,7 @@ double WindowAt(std::int32_t window, double t) {
     return 1.0;
 }
 
-// Writes both taps that stand `k` samples from the middle one.
+// Writes both taps that are `k` samples from the middle one.
 void DesignTaps(FIRFilter& filter, double w, std::int32_t k) {
     const std::int32_t middle = filter.order / 2;
     const float sinc = static_cast<float>(k == 0 ? w : std::sin(k * w) / k);

@@ -9,7 +9,7 @@
 
 namespace hcml {
 
-/// The fields are public to be read; only the floats behind `data` are written from outside. All `tuples` * 4
+/// The fields are public to be read; only the floats at `data` are written from outside. All `tuples` * 4
 /// floats exist, are zero after an allocation, and may be written by whole-group loops.
 class FloatTupleVector {
 public:
@@ -29,7 +29,7 @@ public:
     FloatTupleVector& operator=(FloatTupleVector&& other) noexcept;
     ~FloatTupleVector() = default;
 
-    /// Discards: another size brings a new block of zeros. The same size keeps everything and allocates
+    /// Discards: another size means a new block of zeros. The same size keeps everything and allocates
     /// nothing. Throws slib::OutOfMemoryException and then changes nothing.
     void resize(std::uint32_t newSize);
 

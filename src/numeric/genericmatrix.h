@@ -3,7 +3,7 @@
 // The two-dimensional container of the whole program, and the base of GenericVector. It has no lock: one
 // thread owns it, or it is filled before it is shared and then only read.
 //
-// Plain tells how elements are copied: 1 for plain data, by memcpy; 0 for any type, by assignment. Elements
+// Plain says how elements are copied: 1 for plain data, by memcpy; 0 for any type, by assignment. Elements
 // need a default constructor. New elements are default-initialized, so numbers hold anything until written,
 // while types that zero themselves (std::complex) are zero.
 
@@ -22,9 +22,9 @@
 
 namespace hcml {
 
-/// Elements stand row after row: element (r, c) at r * columns + c.
+/// Elements are stored row after row: element (r, c) at r * columns + c.
 ///
-/// The fields are public to be read. Only the elements behind `data` may be written from outside; the shape
+/// The fields are public to be read. Only the elements at `data` may be written from outside; the shape
 /// changes through the operations. Every operation that allocates throws slib::OutOfMemoryException when
 /// memory runs out or a count passes 32 bits, lets pass what an element throws, and then leaves the container
 /// as it was.
@@ -95,7 +95,7 @@ public:
         if (newRows == rows && newColumns == columns) return;
         const std::uint32_t count = Count(newRows, newColumns);
         std::unique_ptr<T[]> block = Allocate(count);
-        const bool sameColumns = newColumns == columns;  // then both stand as one long row
+        const bool sameColumns = newColumns == columns;  // then both are one long row
         Rearrange(fill, block.get(), sameColumns ? Shape{1, size} : Shape{rows, columns},
                   sameColumns ? Shape{1, count} : Shape{newRows, newColumns});
         Adopt(std::move(block), newRows, newColumns, count);
@@ -195,7 +195,7 @@ protected:
         }
     }
 
-    /// Frees the block in hand and takes `block`, of `newCapacity` elements.
+    /// Frees the current block and takes `block`, of `newCapacity` elements.
     void Adopt(std::unique_ptr<T[]> block, std::uint32_t newRows, std::uint32_t newColumns,
                std::uint32_t newCapacity) {
         const std::unique_ptr<T[]> old(std::exchange(data, block.release()));

@@ -1,7 +1,7 @@
 #pragma once
 
 // The growing array of the whole program: a GenericMatrix of one column, with the same rules of ownership,
-// failure and Plain. The growth rule is a promise to the caller: powers of two, as told at append.
+// failure and Plain. The growth rule is a promise to the caller: powers of two, as append says.
 
 #include <bit>
 #include <cstdint>
@@ -37,7 +37,7 @@ public:
     void resize(std::uint32_t count) { Base::resize(count, 1); }
 
     /// Keeps the first elements; those beyond the old count become `fill`, which may be an element of this
-    /// vector. A new count brings a `capacity` of just that count.
+    /// vector. A new count sets a `capacity` of just that count.
     void resizePreserving(std::uint32_t count, const T& fill) { Base::resizePreserving(count, 1, fill); }
 
     /// Adds one element, which may be one of this vector. A full vector grows to the smallest power of two

@@ -1,7 +1,7 @@
 #pragma once
 
-// The failures of the matrix operations. Thrown by numeric/matrixoperations.h to whoever sets up a decoder,
-// on the caller's thread.
+// The failures of the matrix operations. Thrown by numeric/matrixoperations.h to the set-up of a decoder, on
+// the caller's thread.
 
 #include "slib/exception.h"
 

@@ -61,7 +61,7 @@ void Normalise(Matrix& a, Matrix& b) {
     }
 }
 
-// Clears what stands above the diagonal of A, from the last column on.
+// Clears all above the diagonal of A, from the last column on.
 void SubstituteBack(Matrix& a, Matrix& b, double tolerance) {
     for (std::uint32_t c = a.columns; c-- > 1;) {
         for (std::uint32_t r = 0; r < c; ++r) {

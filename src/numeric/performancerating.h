@@ -20,8 +20,8 @@ protected:
     void Run() override;
 };
 
-/// The rating of one processor: 1 stands for 2160 passes in the second. Blocks the caller for a second, and
-/// takes one processor all that time. Throws what slib::Thread::Start throws.
+/// The rating of one processor: 1 means 2160 passes in the second. Blocks the caller for a second, and takes
+/// one processor all that time. Throws what slib::Thread::Start throws.
 double MeasurePower();
 
 }  // namespace hcml::performance

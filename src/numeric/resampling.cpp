@@ -52,7 +52,7 @@ VectorResampler::VectorResampler(double oldRate, double newRate, double transiti
     designLowPass(lowPass, static_cast<float>(cutoff));
 }
 
-// The output at `time`, in samples of the raised rate, where input sample n stands at n * up.
+// The output at `time`, in samples of the raised rate, where input sample n is at n * up.
 float VectorResampler::SampleAt(std::uint64_t time, const GenericVector<float, 1>& input) const {
     const std::uint64_t latest = time + delay;  // what meets the first tap
     const std::uint64_t first = time > delay ? (time - delay + up - 1) / up : 0;

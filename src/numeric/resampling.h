@@ -14,7 +14,7 @@ namespace hcml {
 /// Resamples any number of vectors between the same two rates. It raises the rate by `up`, filters there, and
 /// takes every `down`-th sample.
 ///
-///     input ──> up - 1 zeros behind every sample, times up ──> low-pass ──> every down-th ──> output
+///     input ──> up - 1 zeros after every sample, times up ──> low-pass ──> every down-th ──> output
 ///
 /// Of the filter only those taps are multiplied that meet a sample, for those outputs that are taken (the
 /// polyphase form; Crochiere and Rabiner, 1983).
@@ -30,7 +30,7 @@ public:
     VectorResampler(double oldRate, double newRate, double transition);
 
     /// Sets `output`, which may be `input`, to ceil(input.size * up / down) samples. Sample 0 of both is at
-    /// the same time. What the low-pass spreads to before sample 0, or behind the end, is cut off.
+    /// the same time. What the low-pass spreads to before sample 0, or after the end, is cut off.
     void process(const GenericVector<float, 1>& input, GenericVector<float, 1>& output) const;
 
 private:

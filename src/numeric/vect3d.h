@@ -1,6 +1,6 @@
 #pragma once
 
-// A point or a direction in space. A plain record that any thread may use; the axes and the unit are told
+// A point or a direction in space. A plain record that any thread may use; the axes and the unit are named
 // where a Vect3D is used.
 
 namespace hcml {

@@ -1,6 +1,6 @@
 #pragma once
 
-// Digests, by which the format library names what it holds and tells whether it changed. They guard against
+// Digests, by which the format library names what it holds and sees whether it changed. They guard against
 // mistakes, not against malice. No state; usable from any thread.
 
 #include <array>

@@ -96,7 +96,7 @@ public:
 /// line and the source path without its extension ("goal/render/renderer").
 [[noreturn]] void ThrowUnreachable(const std::source_location& where = std::source_location::current());
 
-/// The same under another path than the one that the line stands in.
+/// The same under another path than that of the line's file.
 [[noreturn]] void ThrowUnreachable(const char* file, int line);
 
 }  // namespace slib

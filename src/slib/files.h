@@ -10,7 +10,7 @@
 
 namespace slib {
 
-/// True for anything that stands at `path` and that the caller may ask about.
+/// True for anything that is at `path` and that the caller may ask about.
 bool fileExists(const std::string& path);
 
 /// Creates every missing directory along `path`, where "/" and "\" separate. One that exists already, or that

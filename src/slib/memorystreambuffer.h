@@ -13,13 +13,13 @@ namespace slib {
 class MemoryStreamBuffer : public std::basic_streambuf<char> {
 public:
     const char* begin;   ///< first byte
-    const char* end;     ///< behind the last byte
+    const char* end;     ///< after the last byte
     const char* cursor;  ///< the next byte to read
 
     MemoryStreamBuffer(const char* begin, const char* end);
 
 protected:
-    /// Steps back one byte unless the cursor is at `begin`, or `c` is a byte that doesn't stand there.
+    /// Steps back one byte unless the cursor is at `begin`, or `c` is a byte that isn't there.
     int_type pbackfail(int_type c) override;
     /// The bytes left.
     std::streamsize showmanyc() override;

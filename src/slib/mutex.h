@@ -13,8 +13,8 @@
 namespace slib {
 
 /// A re-entrant mutex: the thread that owns it may lock it again, and each lock needs its own unlock. Where
-/// the system offers it the owner inherits the priority of whoever waits, so that a game thread that holds a
-/// mutex which the time-critical renderer wants isn't kept off the processor by something in between.
+/// the system offers it the owner inherits the priority of the waiting thread, so that a game thread that
+/// holds a mutex which the time-critical renderer wants isn't kept off the processor by something in between.
 class SLIB_CAPABILITY("mutex") Mutex {
 public:
     /// Throws OperatingSystemErrnoException when the system is out of resources.

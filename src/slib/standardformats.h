@@ -1,8 +1,8 @@
 #pragma once
 
 // The short list of speaker layouts that an operating system can name, with their texts and output channels.
-// The texts stand in stored documents. Used by layout selection, the output devices and the format library,
-// at set-up only; no state.
+// The texts are part of stored documents. Used by layout selection, the output devices and the format
+// library, at set-up only; no state.
 
 #include <string>
 #include <string_view>

@@ -34,7 +34,7 @@ std::string Unescaped(std::string_view raw) {
     return value.append(raw);
 }
 
-// What the parser tells about a document while it walks over it; the two receivers below have this form.
+// What the parser reports about a document while it walks over it; the two receivers below have this form.
 // Labels and values are views of the document, values with their entities.
 //
 //     StartElement(label), AddAttribute(name, value), EndElement(), GetLabel() of the element now open
@@ -81,7 +81,7 @@ public:
 
     void ParseDocument();
 
-    std::string_view rest;  // what stands at and behind the cursor
+    std::string_view rest;  // the text from the cursor on
 
 private:
     // The byte at the cursor; NUL at the end, so that an embedded NUL reads like the end too.
@@ -131,7 +131,7 @@ bool Parser<Receiver>::TakeTagStart() {
     return false;
 }
 
-// Reads the label and the attributes up to behind the ">"; true when children and a closing tag follow.
+// Reads the label and the attributes, and the ">"; true when children and a closing tag follow.
 template <typename Receiver>
 bool Parser<Receiver>::TakeOpeningTag() {
     receiver.StartElement(TakeUntil([](char c) { return IsSpace(c) || c == '>' || c == '/'; }));

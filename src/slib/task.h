@@ -1,6 +1,6 @@
 #pragma once
 
-// Work handed to another thread: the one queue of the process, whose thread runs what may take its time
+// Work passed to another thread: the one queue of the process, whose thread runs what may take its time
 // (callbacks of the game), and a small pool.
 
 #include <deque>
@@ -31,14 +31,14 @@ public:
     /// Stops the thread after the task that is running; tasks that still wait are deleted without being run.
     ~TaskQueue() override;
 
-    /// Hands a task to the queue of the process. Safe from any thread, the renderer's among them: the mutex
+    /// Adds a task to the queue of the process. Safe from any thread, the renderer's among them: the mutex
     /// behind it is never held while a task runs. Throws std::bad_alloc, or what Thread::Start throws.
     static void Add(std::unique_ptr<Task> task);
 
     /// The queue of the process, built at the first call.
     static TaskQueue& Instance();
 
-    /// Hands a task to this queue; as Add.
+    /// Adds a task to this queue; as Add.
     void Append(std::unique_ptr<Task> task);
 
 private:

@@ -47,7 +47,7 @@ bool TakeHexPrefix(std::string_view& text) {
 }
 
 // For a number outside double's range: true when it is too large, false when it is too small. `number` has no
-// sign. The sign of the leading digit's exponent tells the two apart.
+// sign. The sign of the leading digit's exponent distinguishes the two.
 bool IsTooLarge(std::string_view number, bool isHex) {
     const std::size_t exponentAt = number.find_first_of(isHex ? "pP" : "eE");
     const std::string_view mantissa = number.substr(0, exponentAt);

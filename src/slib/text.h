@@ -19,12 +19,12 @@ bool ParseBool(std::string_view text);
 std::string FormatBool(bool value);
 
 /// Reads a decimal integer as C's `atoi` does: leading white space, an optional sign, digits, and anything
-/// behind them is ignored; no digits give 0. A value that doesn't fit is clamped to the range of int.
+/// after them is ignored; no digits give 0. A value that doesn't fit is clamped to the range of int.
 int ParseInt(std::string_view text);
 
 /// Reads a number as C's `atof` does in the "C" locale: leading white space, an optional sign, a decimal or
-/// hexadecimal number, an infinity or a NaN, and anything behind it is ignored; no number gives 0. What is
-/// too large becomes an infinity, what is too small becomes 0.
+/// hexadecimal number, an infinity or a NaN, and anything after it is ignored; no number gives 0. What is too
+/// large becomes an infinity, what is too small becomes 0.
 double ParseDouble(std::string_view text);
 
 /// As ParseDouble, for values that go on into arithmetic: an infinity becomes the largest finite double of
@@ -49,8 +49,8 @@ std::string toLower(std::string_view text);
 /// stored documents.
 std::string KeepAlphanumeric(std::string_view text);
 
-/// Compares two names byte by byte, leaving out on both sides white space and whatever stands from a "(" to
-/// the next ")", or to the end if none follows.
+/// Compares two names byte by byte, leaving out on both sides white space and everything from a "(" to the
+/// next ")", or to the end if none follows.
 bool sameIgnoringSpaceAndParentheses(std::string_view a, std::string_view b);
 
 }  // namespace slib

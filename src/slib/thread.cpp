@@ -47,7 +47,7 @@ private:
 };
 
 // What the game forks, or this thread creates, starts out as any other: neither a real-time class nor a
-// raised nice level goes on to it.
+// raised nice level is inherited by it.
 bool TakeRealTimeLevel(int level) {
     const sched_param parameters{.sched_priority = level};
     return sched_setscheduler(0, SCHED_RR | SCHED_RESET_ON_FORK, &parameters) == 0;

@@ -20,7 +20,7 @@ namespace slib {
 /// there each of these objects counts as not running.
 class Thread {
 public:
-    /// What each stands for: the level of the platform whose scheduler has 15 steps, and what it is here.
+    /// What each means: the level of the platform whose scheduler has 15 steps, and what it is here.
     enum class Priority {
         Normal,        ///< as created; no call is made
         BelowNormal,   ///< -1; nice +5
@@ -37,8 +37,8 @@ public:
 
     /// Starts the body and returns once the new thread has signalled that it is up. Throws
     /// OperatingSystemGetLastErrorException "A thread could not be created." when the system refuses, and the
-    /// object stays usable. A refused priority is a line on standard error, and the thread goes on as it is.
-    /// Throws BadStateException when the thread is running already.
+    /// object stays usable. A refused priority is a line on standard error, and the thread keeps its
+    /// priority. Throws BadStateException when the thread is running already.
     void Start();
 
     /// Asks for the end and waits for it; returns at once when the thread isn't running. Several callers may
@@ -78,8 +78,9 @@ private:
     Semaphore startedSemaphore;   // posted once by the new thread
     Semaphore finishedSemaphore;  // posted by the ending thread, once for each stop request
 
-    // Joined when the object goes or starts anew, never waited for: by then the thread has at most a few
-    // instructions left. They are the library's own, so they must be over before the library can be unloaded.
+    // Joined when the object is destroyed or starts again, never waited for: by then the thread has at most a
+    // few instructions left. They are the library's own, so they must be over before the library can be
+    // unloaded.
     pthread_t handle{};
     bool hasHandle = false;
     pid_t starter = 0;  // the process that the thread was started in, 0 before that

@@ -26,5 +26,5 @@
 #define SLIB_ACQUIRE(...) SLIB_THREAD_ANNOTATION(acquire_capability(__VA_ARGS__))
 #define SLIB_RELEASE(...) SLIB_THREAD_ANNOTATION(release_capability(__VA_ARGS__))
 
-/// On a function that the analysis can't follow. The reason stands beside it.
+/// On a function that the analysis can't follow. The reason is beside it.
 #define SLIB_UNCHECKED_LOCKS SLIB_THREAD_ANNOTATION(no_thread_safety_analysis)

@@ -12,7 +12,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace hcml::HWY_NAMESPACE {
 
-// One row by itself.
+// One row alone.
 void RunOne(const CascadeRow& row, std::uint32_t first, std::uint32_t frames, float gain) {
     // A copy, which the outputs can't be suspected of changing.
     SecondOrderSection sections[sectionsPerCascade];

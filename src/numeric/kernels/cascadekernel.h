@@ -33,7 +33,7 @@ struct CascadeRow {
 ///     w = (x - a2 * s1) - a1 * s0;  y = (b1 * s0 + b2 * s1) + b0 * w;  s1 = s0;  s0 = w;  x = y
 ///
 /// and adds the last y, rounded to a float, times `gain`, to the output. Quickest with multiples of eight
-/// rows and of four frames; any number of either is right. No alignment is asked for. Doesn't flush denormal
+/// rows and of four frames; any number of either is right. Any alignment will do. Doesn't flush denormal
 /// values.
 void AddCascades(const CascadeRow* rows, std::uint32_t count, std::uint32_t frames, float gain);
 

@@ -18,7 +18,7 @@ using CombLanes = float[maximumCombLines];
 
 /// What a line does in its loop, all linear factors.
 struct CombCoefficients {
-    CombLanes feed{};    ///< of what comes round
+    CombLanes feed{};    ///< of the feedback
     CombLanes input{};   ///< of the network's input
     CombLanes hfA{};     ///< of the first low-pass, which makes the shelf of the high frequencies
     CombLanes hfB{};     ///< of its output before
@@ -37,8 +37,8 @@ struct CombMemory {
 
 /// A run of frames. `past` are the samples that leave the delay lines, `ahead` are the places where the
 /// samples that enter them go; both are the caller's rows of `frames` floats, and none that is written
-/// overlaps another. Rows are read four frames ahead of what is written. All 16 of them stand; those of lines
-/// that aren't there may be any that nobody needs.
+/// overlaps another. Rows are read four frames ahead of what is written. All 16 of them are valid; those of
+/// unused lines may be any scratch memory.
 struct CombRun {
     const float* input = nullptr;  ///< samples x of all lines
     const float* past[maximumCombLines] = {};
@@ -48,7 +48,7 @@ struct CombRun {
 
 /// Runs `lineCount` lines, at most 16, as the sketch says: each product and each sum is rounded, in the order
 /// written there. What goes ahead is (w + 5e-8) - 5e-8, which is never denormal; the memory isn't kept from
-/// that. Lines behind `lineCount` may run along.
+/// that. Lines after `lineCount` may be computed too.
 void RunCombLines(const CombRun& run, std::uint32_t lineCount, const CombCoefficients& coefficients,
                   CombMemory& memory);
 

@@ -1,14 +1,14 @@
 #pragma once
 
 // Whether a row of samples is fit to be mixed. Called by the renderer on the audio thread, once for each row
-// that it mixes. Nothing is allocated, and every vector target gives the same answer.
+// that it mixes. Nothing is allocated, and every vector target gives the same result.
 
 #include <cstdint>
 
 namespace hcml {
 
 /// True when none of `frames` samples is infinite or not a number. Denormal samples pass. Quickest on whole
-/// groups of four samples; no alignment is asked for.
+/// groups of four samples; any alignment will do.
 bool IsFiniteRow(const float* row, std::uint32_t frames);
 
 }  // namespace hcml

@@ -1,10 +1,10 @@
 #pragma once
 
-// A row of samples times a gain. Called on the audio thread by whatever mixes: the bus, the filter stage and
+// A row of samples times a gain. Called on the audio thread by all that mixes: the bus, the filter stage and
 // the effects. Nothing is allocated, and every vector target gives the same bits.
 //
 // Rows are whole groups of four floats: `vectors` * 4 of them exist, are read and are written. They should
-// stand at a multiple of 16 bytes, and are quickest at one of 128.
+// start at a multiple of 16 bytes, and are quickest at one of 128.
 
 #include <cstddef>
 #include <cstdint>
@@ -18,10 +18,10 @@ void MultiplyRow(float* target, const float* source, float gain, std::uint32_t v
 /// overlap.
 void MultiplyAddRow(float* target, const float* source, float gain, std::uint32_t vectors);
 
-/// MultiplyRow for `count` samples wherever they stand, whole groups or not: nothing behind them is touched.
+/// MultiplyRow for `count` samples of any alignment, whole groups or not: nothing after them is touched.
 inline void MultiplySamples(float* target, const float* source, float gain, std::size_t count) {
     constexpr std::size_t worthTheCall =
-        64;  // below it the choice of the vector target costs more than it brings
+        64;  // below it the choice of the vector target costs more than it saves
     std::size_t done = 0;
     if (count >= worthTheCall) {
         done = count / 4 * 4;

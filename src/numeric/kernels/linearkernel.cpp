@@ -84,7 +84,7 @@ HWY_INLINE std::uint32_t InterpolateWhole(float* output, std::uint32_t count, co
 }
 
 // The rest of a stretch, when fewer inputs or outputs are left than a step of the loop takes: the same from a
-// copy of the inputs that has room behind it.
+// copy of the inputs with room after it.
 template <std::size_t windows>
 HWY_INLINE void InterpolateRest(float* output, std::uint32_t count, const float* input, LinearWalk walk) {
     const Floats d;

@@ -18,9 +18,9 @@ struct LinearWalk {
 ///
 ///     output[k] = (65536 - f) * input[i - 1] + f * input[i]
 ///
-/// with both factors exact as floats, and each product and the sum rounded. The result thus stands 65536
-/// times too high. Reads from input[(position >> 16) - 1], which for a position below 1 is input[-1], to
-/// input[i] of the last output, and nothing else. `output` overlaps none of that. No alignment is asked for.
+/// with both factors exact as floats, and each product and the sum rounded. The result is thus 65536 times
+/// too high. Reads from input[(position >> 16) - 1], which for a position below 1 is input[-1], to input[i]
+/// of the last output, and nothing else. `output` overlaps none of that. Any alignment will do.
 void InterpolateLinear(float* output, std::uint32_t count, const float* input, LinearWalk walk);
 
 }  // namespace hcml

@@ -9,8 +9,8 @@
 namespace hcml {
 
 /// What to mix into what; all of it the caller's. Rows are whole groups of four floats: `vectors` * 4 of them
-/// exist, of sources and of channels. Rows should stand at a multiple of 16 bytes, and are quickest at one of
-/// 128. Source rows that stand a multiple of 2 KiB apart fight for the same cache sets: pad them.
+/// exist, of sources and of channels. Rows should start at a multiple of 16 bytes, and are quickest at one of
+/// 128. Source rows that are a multiple of 2 KiB apart compete for the same cache sets: pad them.
 struct Mix {
     float* const* channels;       ///< rows that the sources are added to; none of them overlaps another row
     std::uint32_t channelCount;   ///< rows of `channels`, up to 25 at full speed

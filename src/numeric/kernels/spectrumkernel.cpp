@@ -13,7 +13,7 @@ namespace hcml::HWY_NAMESPACE {
 constexpr std::size_t vectorsPerSumTile = HWY_TARGET <= HWY_AVX3 ? 4 : 2;
 constexpr std::size_t vectorsPerTwoSumsTile = 2;
 
-// The bins from `first` on, and those that mirror them, of which the last one stands at size - first.
+// The bins from `first` on, and those that mirror them, of which the last one is at size - first.
 struct SplitTile {
     template <class D, class Count>
     HWY_INLINE void operator()(D d, Count, std::size_t first) const {
