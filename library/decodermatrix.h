@@ -17,7 +17,7 @@ enum class SpeakerMethod {
     AllRound,  ///< All-round ambisonic panning with imaginary speakers.
 };
 
-/// Where the speakers of a decoder stand, as unit vectors.
+/// The directions of a decoder's speakers, as unit vectors.
 struct SpeakerRing {
     std::vector<Direction> directions;
     bool isFlat = false;

@@ -16,7 +16,7 @@ namespace design {
 /// Marquardt's method, with derivatives in closed form; the idea of fitting these vectors is that of Moore
 /// and Wakefield (2007) and Wiggins (2007).
 ///
-/// The energy of gains g is g' coherence g; an empty `coherence` stands for the unit matrix.
+/// The energy of gains g is g' coherence g; an empty `coherence` means the unit matrix.
 ///
 /// `speakers` are unit vectors, on the horizon for a flat basis. A decoder above 600 coefficients is
 /// returned as it is.

@@ -8,11 +8,11 @@
 
 namespace design {
 
-/// The layout that a format with speakers stands for. A library doesn't tell absolute distances: they are
-/// shares of that of the furthest speaker. Throws slib::BadParameterException for a format without speakers.
+/// The layout of a format with speakers. A library doesn't hold absolute distances: they are shares of that
+/// of the furthest speaker. Throws slib::BadParameterException for a format without speakers.
 SpeakerLayout LayoutOfFormat(const orb3::fl::Format& format);
 
-/// Speakers stand at unequal distances, so that only energies can be told from what a library holds.
+/// Speakers are at unequal distances, so that only energies can be known from what a library holds.
 bool HasUnequalDistances(const SpeakerLayout& layout);
 
 /// The order of the sound field that the format is; 0 for any other format.

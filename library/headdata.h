@@ -2,7 +2,7 @@
 
 // A head, as the designer of binaural filters passes it from step to step: responses of both ears over
 // directions, first as impulses at the rate of the measurement, then as spectra at the rate of the design.
-// Plain records, owned by whoever made them.
+// Plain records, owned by their makers.
 
 #include <Eigen/Core>
 #include <array>
@@ -33,7 +33,7 @@ struct HeadSpectra {
     double sampleRate = 0;  ///< Hz
     std::vector<Direction> directions;
     Eigen::Index measured = 0;             ///< directions from here on are extrapolated
-    Eigen::VectorXd areas;                 ///< share of the sphere that each direction stands for; sum 1
+    Eigen::VectorXd areas;                 ///< share of the sphere that each direction represents; sum 1
     std::array<Eigen::MatrixXcd, 2> ears;  ///< directions by bins
     bool symmetric = false;                ///< the right ear is the mirror image of the left
 

@@ -50,7 +50,7 @@ std::vector<Facet> ConvexHull(const std::vector<Direction>& points) {
         for (std::size_t b = a + 1; b < points.size(); ++b)
             for (std::size_t c = b + 1; c < points.size(); ++c) {
                 std::optional<Facet> facet = FacetThrough(points, a, b, c);
-                // A face of more corners is met once for each triplet of them; the lowest one stands for it.
+                // A face of more corners is met once for each triplet of them; the lowest one represents it.
                 if (!facet || facet->corners[0] != a || facet->corners[1] != b || facet->corners[2] != c)
                     continue;
                 SortAround(points, *facet);

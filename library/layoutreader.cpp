@@ -25,7 +25,7 @@ std::string_view Trimmed(std::string_view text) {
     return text;
 }
 
-// Takes what stands before the first `mark` off `text`, and the mark with it.
+// Takes the part before the first `mark` off `text`, and the mark with it.
 std::string_view TakeUntil(std::string_view& text, char mark) {
     const std::size_t end = std::min(text.find(mark), text.size());
     const std::string_view head = Trimmed(text.substr(0, end));

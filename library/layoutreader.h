@@ -22,9 +22,9 @@ namespace design {
 /// are metres, a distance left out is 1 and a coordinate left out 0. Roles and types are those of
 /// orb3core/speakers/speakers.h.
 ///
-/// `source` names the file in messages. Throws slib::BadDataException, with the number of the line, for
-/// whatever doesn't fit this form, a name missing, no speaker to decode for, more than 128 speakers, two
-/// decoded speakers within half a degree of each other, or a distance outside 0.1 to 100 m.
+/// `source` names the file in messages. Throws slib::BadDataException, with the number of the line, for all
+/// that doesn't fit this form, a name missing, no speaker to decode for, more than 128 speakers, two decoded
+/// speakers within half a degree of each other, or a distance outside 0.1 to 100 m.
 SpeakerLayout ReadLayout(std::istream& stream, const std::string& source);
 
 }  // namespace design

@@ -1,7 +1,7 @@
 #pragma once
 
 // The listening rooms that decoders are designed for: the standard layouts, regular ones, and those that a
-// user measured. Plain records for the speaker designer and for whoever writes formats into a library. Free
+// user measured. Plain records for the speaker designer and for the writer of formats into a library. Free
 // functions without state; usable from any thread.
 
 #include <string>
@@ -40,7 +40,7 @@ struct SpeakerLayout {
     /// Indices of the speakers that take part in decoding.
     std::vector<std::size_t> DecodedSpeakers() const;
 
-    /// All decoded speakers stand within 10 degrees of the horizon.
+    /// All decoded speakers are within 10 degrees of the horizon.
     bool IsFlat() const;
 
     /// The distance of the furthest decoded speaker in metres; nearer ones are lowered and delayed to match.

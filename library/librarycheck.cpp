@@ -61,7 +61,7 @@ bool IsHeadphones(const Format& format) {
     return format.family == slib::StandardFormat::HeadphoneStereo;
 }
 
-// Runs `use` for each decoder of the sound field that is to be had at `rate`, with its index and formats.
+// Runs `use` for each decoder of the sound field that is available at `rate`, with its index and formats.
 template <typename Use>
 void ForEachDecoder(const FormatLibrarian& library, int rate, const Use& use) {
     for (std::uint32_t i = 0; i < library.getConversionCount(); ++i) {

@@ -1,6 +1,6 @@
 #pragma once
 
-// Puts whole libraries into folders, so that nobody ever sees half of one, and copies libraries. Called by
+// Puts whole libraries into folders, so that no reader ever sees half of one, and copies libraries. Called by
 // the program that makes libraries; free functions, on one thread.
 
 #include <cstdint>
@@ -15,7 +15,7 @@ namespace design {
 /// Makes the library with the description `path`, whose extension is "dfl" (plain) or "afl" (packed), with
 /// what `fill` stores in it. Folders that are missing are made. A library that was there is replaced when
 /// everything is written; until then, and if anything fails, it stays as it was. Throws
-/// slib::BadParameterException for another extension, slib::BadDataException when what stands at `path` is no
+/// slib::BadParameterException for another extension, slib::BadDataException when what is at `path` is no
 /// library, std::filesystem::filesystem_error, and what `fill` and the library throw.
 void WriteLibrary(const std::string& path, const std::function<void(orb3::fl::FormatRegistrar&)>& fill);
 

@@ -20,11 +20,11 @@ struct MaglsOptions {
 /// Outputs are the left ear and the right; inputs are the channels 4 pi Y(u) that a unit plane wave from the
 /// direction u leaves. Time zero is the passing of the wave at the head's centre.
 ///
-/// Below the crossover, the least-squares fit to the head's spectra, errors divided by the level that they
-/// stand on. Above, magnitude least squares (Schoerkhuber, Zaunschirm & Hoeldrich 2018): phases
-/// follow those that the bin below was decoded with, and are refined in alternation with the covariance of
-/// the ears, which is made that of the head in a diffuse field (Zaunschirm, Schoerkhuber & Hoeldrich 2018).
-/// Between, over an octave, phases turn gradually. A symmetric head gives an exactly symmetric decoder.
+/// Below the crossover, the least-squares fit to the head's spectra, errors relative to the level
+/// there. Above, magnitude least squares (Schoerkhuber, Zaunschirm & Hoeldrich 2018): phases follow
+/// those that the bin below was decoded with, and are refined in alternation with the covariance of the ears,
+/// which is made that of the head in a diffuse field (Zaunschirm, Schoerkhuber & Hoeldrich 2018). Between,
+/// over an octave, phases turn gradually. A symmetric head gives an exactly symmetric decoder.
 ///
 /// Throws slib::BadParameterException for options outside their ranges or an empty head.
 HeadTransform DesignMagls(const HeadSpectra& head, const MaglsOptions& options);

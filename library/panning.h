@@ -1,7 +1,7 @@
 #pragma once
 
 // Pairwise and triplet amplitude panning over the speakers of a layout, with imaginary speakers where a
-// layout has gaps. All-round decoders are made of it, and it tells the optimiser which directions a layout
+// layout has gaps. All-round decoders are made of it, and it shows the optimiser which directions a layout
 // can reach.
 
 #include <Eigen/Core>

@@ -109,7 +109,7 @@ private:
         return receivers.values && receivers.elements >= 6 && receivers.values[1] < receivers.values[4];
     }
 
-    // The delays of a file stand once for all directions, or for each; in samples.
+    // A file has one delay for all directions, or one for each; in samples.
     double DelaySamples(unsigned receiver, unsigned direction) const {
         const MYSOFA_ARRAY& delays = sofa->DataDelay;
         const std::size_t all = std::size_t{2} * sofa->M;

@@ -67,7 +67,7 @@ Eigen::MatrixXd Calibrated(const Eigen::MatrixXd& gains, unsigned order, const O
     return gains * std::sqrt(4 * pi / (stage.mix * ahead).squaredNorm());
 }
 
-using Responses = std::vector<std::vector<TimedResponse>>;  // outer by inner as the maker says
+using Responses = std::vector<std::vector<TimedResponse>>;  // outer by inner, as their maker says
 
 // Channels by decoded signals.
 Responses DecodedResponses(const OutputStage& stage, unsigned order, SpeakerMethod method,

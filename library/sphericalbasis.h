@@ -1,7 +1,7 @@
 #pragma once
 
 // Directions, spherical harmonics in them, and point sets over the sphere. Every designer and every check of
-// the format library stands on this. Free functions without state; usable from any thread.
+// the format library is based on this. Free functions without state; usable from any thread.
 
 #include <Eigen/Core>
 #include <vector>
@@ -32,7 +32,7 @@ Eigen::MatrixXd FsaMatrix(const std::vector<Direction>& directions, unsigned ord
 /// The channel values of plane waves of amplitude 1, 4 pi Y: directions by (order + 1)².
 Eigen::MatrixXd PlaneWaveMatrix(const std::vector<Direction>& directions, unsigned order);
 
-/// Directions that stand for shares of the sphere, or of the horizon; the weights sum to 1.
+/// Directions that represent shares of the sphere, or of the horizon; the weights sum to 1.
 struct Quadrature {
     std::vector<Direction> directions;
     Eigen::VectorXd weights;

@@ -25,7 +25,7 @@ std::string Number(double value) {
     return text;
 }
 
-// As short as it can be told from its neighbours.
+// As short as it differs from its neighbours.
 std::string TickText(double value) {
     char text[32];
     std::snprintf(text, sizeof text, "%.6g", std::abs(value) < 1e-12 ? 0 : value);

@@ -1,13 +1,13 @@
 #pragma once
 
-// Impulse responses with a place in time, and the filters that decoders for speakers are made of. Used by the
-// speaker designer; plain values, usable from any thread.
+// Impulse responses with a place in time, and the filters from which decoders for speakers are made. Used by
+// the speaker designer; plain values, usable from any thread.
 
 #include <Eigen/Core>
 
 namespace design {
 
-/// taps[i] stands at sample first + i; time zero is sample 0. Without taps it is silence.
+/// taps[i] is at sample first + i; time zero is sample 0. Without taps it is silence.
 struct TimedResponse {
     Eigen::Index first = 0;
     Eigen::VectorXd taps;

@@ -2,7 +2,7 @@
 
 // The commands of the program, one or a few that belong together in a file. Each function adds its commands
 // to the program, with options and the work itself, which the program's parsing runs; on the main thread.
-// Work that fails throws, and main tells what it was.
+// Work that fails throws, and main prints what it was.
 
 #include <CLI/CLI.hpp>
 
@@ -10,7 +10,7 @@
 
 namespace tool {
 
-/// The command line asks for what can't be. Its text is a whole sentence that tells what can.
+/// The command line asks for what can't be. Its text is a whole sentence that says what can.
 class WrongUse : public slib::StringException {
 public:
     using StringException::StringException;

@@ -8,7 +8,7 @@
 
 namespace tool {
 
-/// A failure to load throws slib::BadStateException, which tells what to do.
+/// A failure to load throws slib::BadStateException, which says what to do.
 class GameCalls {
 public:
     GameCalls();

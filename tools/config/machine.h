@@ -29,7 +29,7 @@ Output FindOutput(const orb3::Frameworks& frameworks, const std::string& name);
 /// The library that the machine's store names.
 class FormatLibrary {
 public:
-    /// `log` is borrowed and outlives the library. Throws slib::BadDataException, which tells what to do.
+    /// `log` is borrowed and outlives the library. Throws slib::BadDataException, which says what to do.
     explicit FormatLibrary(slib::Log& log);
 
     const orb3::fl::FormatLibrarian& Librarian() const { return *librarian; }

@@ -34,7 +34,7 @@ const std::vector<Setting>& Settings();
 /// Throws WrongUse, which names those that are meant perhaps.
 const Setting& FindSetting(const std::string& name);
 
-/// `configuration` serves for what stands in the document; the rest is read from the store.
+/// `configuration` serves for what is in the document; the rest is read from the store.
 std::string GetSetting(const Setting& setting, const orb3::Configuration& configuration);
 
 /// Stores `text`, in the one way in which it is stored, and returns that. Throws WrongUse for what isn't in

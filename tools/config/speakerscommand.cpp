@@ -102,7 +102,7 @@ std::string FindOutputName(const std::vector<std::string>& outputs, const std::s
     throw WrongUse("The device has no output '" + name + "'. It has " + known + ".");
 }
 
-// Whoever had the output gets the one that is given up, for one output can't play two speakers.
+// The speaker that had the output gets the one that is given up, for one output can't play two speakers.
 void Connect(Layout& layout, std::size_t speaker, const std::string& output) {
     std::string& own = layout.channels[speaker].pipePlaybackChannel;
     for (orb3::spk::Channel& channel : layout.channels)

@@ -196,7 +196,7 @@ private:
     ALCcontext* context = nullptr;
 };
 
-// Whoever listens is told beforehand that nothing will come.
+// Says beforehand that nothing will be heard.
 void CheckIsHeard() {
     using Output = platform::PlatformSettings::Output;
     ErrorsToTerminal log;

@@ -22,7 +22,7 @@ std::string ReadValue(const std::string& key);
 /// store can't be written; passes on what `change` throws, and then nothing was changed.
 void ReplaceValue(const std::string& key, const std::function<std::string(const std::string&)>& change);
 
-/// The document's text as it stands in the store, empty when there is none.
+/// The document's text as it is stored, empty when there is none.
 std::string ReadDocumentText();
 
 /// The document, or the defaults that a start would take where none is stored. Throws slib::BadDataException

@@ -91,7 +91,7 @@ demo::Scene SceneOf(const Options& options) {
     return scene;
 }
 
-// Why nobody would hear it; empty when somebody does.
+// Why it wouldn't be heard; empty when it is.
 std::string WhyUnheard(const Options& options, const PlatformSettings& settings, slib::Log& log) {
     if (!options.layout.empty()) return "Another layout than that of your speakers goes into a file.";
     switch (settings.output) {
@@ -145,7 +145,7 @@ void PrintLog(const std::vector<std::string>& lines) {
     std::cout << std::endl;
 }
 
-// The player is gone, and the recording whole, before anybody looks at either.
+// The player is destroyed, and so the recording complete, before it is read.
 demo::Played PlayScene(const Options& options) {
     const demo::Player player;
     return demo::Play(player, SceneOf(options));

@@ -50,7 +50,7 @@ private:
 
     ALCdevice* device = nullptr;
     ALCcontext* context = nullptr;
-    ALuint clockBuffer = 0, clock = 0;  // silence, whose play position tells the time
+    ALuint clockBuffer = 0, clock = 0;  // silence, whose play position is the clock
 };
 
 /// A room that sources send to.

@@ -10,7 +10,7 @@
 
 namespace demo {
 
-/// Starts as a copy of the user's store, and is gone at the end of the scope.
+/// Starts as a copy of the user's store, and is deleted at the end of the scope.
 class PrivateStore {
 public:
     /// Throws slib::StringException when there is no room for it.

@@ -25,7 +25,7 @@ constexpr double flightSpeed = 30;  // m/s, of what flies past
 
 struct Pace {
     double voice;   // s at most
-    double pause;   // s behind each sound
+    double pause;   // s after each sound
     double turn;    // s around the circle
     double flight;  // s past the listener
     double tail;    // s that the room is listened to

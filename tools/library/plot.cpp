@@ -61,7 +61,7 @@ std::vector<Subject> FindSubjects(const orb3::fl::FormatLibrarian& library, cons
     return subjects;
 }
 
-// Unless told otherwise: the greatest order, of layouts by their best method, of headphones by all.
+// By default: the greatest order, of layouts by their best method, of headphones by all.
 std::vector<Subject> ChooseSubjects(std::vector<Subject> found, const Options& options) {
     const auto isBetter = [&](const Subject& other, const Subject& subject) {
         if (other.conversion.to != subject.conversion.to) return false;

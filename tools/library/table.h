@@ -22,7 +22,7 @@ private:
     std::vector<std::vector<std::string>> rows;  // the titles first
 };
 
-/// `value` with that many digits behind the point; "-" unless it is finite.
+/// `value` with that many decimals; "-" unless it is finite.
 std::string Fixed(double value, int digits);
 
 /// "7.3 MB" and the like.

@@ -42,7 +42,7 @@ struct ReverbPreset {
 /// The 26 environments from "generic" to "psychotic", then some larger and stranger places.
 std::span<const ReverbPreset> ReverbPresets();
 
-/// Null for a name that there is none of.
+/// Null for an unknown name.
 const ReverbPreset* FindReverbPreset(std::string_view name);
 
 /// Makes `effect`, the name of an effect object, an AL_EFFECT_EAXREVERB with all values of the preset. A slot

@@ -60,7 +60,7 @@ path DropIn() {
                                   "with, or install the tree again.");
 }
 
-// What stood in the loader's path before comes behind ours.
+// What was in the loader's path before comes after ours.
 void PutFirst(const path& folder) {
     const char* const others = std::getenv("LD_LIBRARY_PATH");
     std::string list = folder.string();
@@ -78,7 +78,7 @@ void PassOn(int signal) {
     if (game > 0) kill(game, signal);
 }
 
-// Takes a signal over, unless whoever started this program has it ignored. True when it did.
+// Takes a signal over, unless the starter of this program has it ignored. True when it did.
 bool Take(int signal, void (*handler)(int)) {
     struct sigaction old {};
     sigaction(signal, nullptr, &old);
@@ -139,7 +139,7 @@ bool IsMappedBelow(pid_t process, const std::string& library) {
 }
 
 struct End {
-    int status = 0;          // as waitpid tells it
+    int status = 0;          // as waitpid returns it
     bool wasLoaded = false;  // the library was seen in the game
 };
 

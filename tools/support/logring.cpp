@@ -75,7 +75,7 @@ std::string LastError(const std::vector<std::string>& lines) {
     const auto last = std::find_if(lines.rbegin(), lines.rend(),
                                    [](const std::string& line) { return line.starts_with('E'); });
     if (last == lines.rend()) return {};
-    const std::size_t start = last->find(": ");  // behind the time and the program's name
+    const std::size_t start = last->find(": ");  // after the time and the program's name
     return start == std::string::npos ? last->substr(1) : last->substr(start + 2);
 }
 
