@@ -1,7 +1,7 @@
 #pragma once
 
-// The position of the play cursor of an output that takes frames in chunks. Between two chunks the cursor moves
-// at the rate of the output, by the monotonic clock, and never beyond what was handed over:
+// The position of the play cursor of an output that takes frames in chunks. Between two chunks the cursor
+// moves at the rate of the output, by the monotonic clock, and never beyond what was handed over:
 //
 //     frames       ┌────────── handed over            write cursor: handed over and the longest chunk of
 //              ┌───┘      ╱                           late, since the next may be taken at any moment
