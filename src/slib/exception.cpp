@@ -52,8 +52,8 @@ std::string SourcePath(std::string_view file) {
 
 }  // namespace
 
-void ThrowUnreachable(const std::source_location& where) {
-    ThrowUnreachable(SourcePath(where.file_name()).c_str(), static_cast<int>(where.line()));
+void ThrowUnreachable(const SourceLocation& where) {
+    ThrowUnreachable(SourcePath(where.file).c_str(), where.line);
 }
 
 void ThrowUnreachable(const char* file, int line) {

@@ -6,7 +6,6 @@
 // catch. Usable from any thread.
 
 #include <exception>
-#include <source_location>
 #include <string>
 
 namespace slib {
@@ -92,9 +91,21 @@ public:
     explicit OperatingSystemGetLastErrorException(const std::string& text);
 };
 
+/// A line of a source file, as std::source_location tells it, which not every compiler of ours can.
+struct SourceLocation {
+    const char* file;  ///< as the compiler was given it
+    int line;
+
+    /// As a default argument: where the function that has it is called.
+    static constexpr SourceLocation Current(const char* file = __builtin_FILE(),
+                                            int line = __builtin_LINE()) {
+        return {file, line};
+    }
+};
+
 /// Ends a branch that the data model rules out. Always throws IntegrityFailureException, whose text names the
 /// line and the source path without its extension ("goal/render/renderer").
-[[noreturn]] void ThrowUnreachable(const std::source_location& where = std::source_location::current());
+[[noreturn]] void ThrowUnreachable(const SourceLocation& where = SourceLocation::Current());
 
 /// The same under another path than that of the line's file.
 [[noreturn]] void ThrowUnreachable(const char* file, int line);
