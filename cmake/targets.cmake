@@ -2,12 +2,13 @@
 # ("goal/render/renderer.h", "library/hull.h"), and goes through an include root that holds this folder and nothing
 # else, so that a target sees the headers of what it links and of nothing else.
 
+# Locks are held where the fields say so (slib/threadsafety.h); only clang can tell. For src, library and tools.
+set(TESSARUNE_LOCK_CHECKS $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-Wthread-safety>)
+
 add_library(tessarune_flags INTERFACE)
 target_compile_options(tessarune_flags INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion
     $<$<BOOL:${TESSARUNE_WERROR}>:-Werror>
-    # Locks are held where the fields say so (slib/threadsafety.h); only clang can tell.
-    $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-Wthread-safety>
     # Multiply and add stay separate operations: every vector target gives the same bits.
     -ffp-contract=off)
 if(TESSARUNE_SANITIZE)

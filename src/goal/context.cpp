@@ -38,7 +38,7 @@ void MarkBufferUsage(Context& context) {
     if (context.suspendCount == 0) return;
     // What a game takes out of a queue while the context is suspended is played until the next block after
     // the suspension, and the use counts don't show it: those queues count too.
-    for (const Source& source : context.application.sources) {
+    for (const Source& source : SharedState(context).sources) {
         if (source.deleted) continue;
         for (Buffer* buffer : source.queue)
             ++buffer->renderUseCount;

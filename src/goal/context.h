@@ -31,16 +31,16 @@ struct Context {
 
     Engine& engine;
 
-    slib::Mutex timingMutex;  ///< guards the three that follow, which the server sets when a run begins
-    double sampleRate = 0;    ///< Hz
-    double refreshRate = 0;   ///< blocks per second
-    std::uint32_t blockFrames = 0;
+    slib::Mutex timingMutex;                              ///< what the server sets when a run begins:
+    double sampleRate SLIB_GUARDED_BY(timingMutex) = 0;   ///< Hz
+    double refreshRate SLIB_GUARDED_BY(timingMutex) = 0;  ///< blocks per second
+    std::uint32_t blockFrames SLIB_GUARDED_BY(timingMutex) = 0;
 
-    bool suspendUsed = false;               ///< set by the first alcSuspendContext; guarded by stateMutex
+    bool suspendUsed SLIB_GUARDED_BY(stateMutex) = false;  ///< set by the first alcSuspendContext
     std::int32_t filterOrderAttribute = 0;  ///< 1 or 2, or 0 when the game named none; set before the start
 
-    RenderSnapshot snapshot;       ///< the server's own; no lock
-    ApplicationState application;  ///< guarded by stateMutex
+    RenderSnapshot snapshot;  ///< the server's own; no lock
+    ApplicationState application SLIB_GUARDED_BY(stateMutex);
     slib::Mutex stateMutex;
     std::uint32_t suspendCount = 0;  ///< guarded by apiMutex, as is the record that follows
     SuspendedState suspended;
@@ -50,13 +50,22 @@ struct Context {
     std::unique_ptr<ConfigMonitor> monitor;  ///< null where nothing is to be watched
 };
 
+/// The application state where the analysis can't tell what holds it: what only the game sets is read under
+/// apiMutex alone, which keeps other calls away, and the lock for the rest depends on what a call does.
+inline ApplicationState& SharedState(Context& context) SLIB_UNCHECKED_LOCKS {
+    return context.application;
+}
+inline const ApplicationState& SharedState(const Context& context) SLIB_UNCHECKED_LOCKS {
+    return context.application;
+}
+
 /// Notes for each buffer of the device how often the coming snapshot will refer to it. With apiMutex held.
-void MarkBufferUsage(Context& context);
+void MarkBufferUsage(Context& context) SLIB_REQUIRES(context.engine.apiMutex);
 
 /// The record that calls read and write, with apiMutex held: the suspended state while the context is
 /// suspended, else the application state, which to change needs stateMutex.
 inline SuspendedState& TargetState(Context& context) {
-    return context.suspendCount > 0 ? context.suspended : context.application;
+    return context.suspendCount > 0 ? context.suspended : SharedState(context);
 }
 
 /// True when `name` is that of an entry of `table` which isn't deleted.
@@ -78,7 +87,7 @@ public:
     /// The source whose `position`, `queueIndex`, `queue`, `sourceType` and `state` hold. While the context
     /// is suspended the renderer still moves the application state's, until the game changes it. With
     /// stateMutex held.
-    Source& PlayState() const { return FollowsRenderer() ? context.application.sources[index] : Target(); }
+    Source& PlayState() const { return FollowsRenderer() ? SharedState(context).sources[index] : Target(); }
 
     /// Target(), to change base parameters of.
     Source& ChangeParameters() const {
@@ -99,7 +108,7 @@ public:
     /// PlayState(), to change what needs no restart of the source's memory: a pause, or the type. With
     /// stateMutex held.
     Source& TouchPlayState() const {
-        (FollowsRenderer() ? context.application : state).touched.Insert(index);
+        (FollowsRenderer() ? SharedState(context) : state).touched.Insert(index);
         return PlayState();
     }
 
@@ -122,7 +131,7 @@ public:
     /// changes many sources or none. Throws slib::OutOfMemoryException.
     void Mark() const {
         state.touched.Insert(index);
-        if (FollowsRenderer()) context.application.touched.Insert(index);
+        if (FollowsRenderer()) SharedState(context).touched.Insert(index);
     }
 
     Engine& engine;
@@ -132,7 +141,8 @@ public:
 
 private:
     bool FollowsRenderer() const {
-        return context.suspendCount > 0 && !Target().stateChanged && index < context.application.sources.size;
+        return context.suspendCount > 0 && !Target().stateChanged &&
+               index < SharedState(context).sources.size;
     }
 };
 

@@ -15,7 +15,7 @@ namespace goal {
 
 struct Context;
 
-/// The one device. Buffers live in it and outlive a context. Guarded by apiMutex.
+/// The one device. Buffers live in it and outlive a context.
 struct Device {
     BufferPool bufferPool;
     Context* context = nullptr;
@@ -35,7 +35,7 @@ struct Engine {
     slib::Mutex contextLifetimeMutex;  ///< the coming and going of contexts
     slib::Mutex apiMutex;              ///< serialises all calls of all of the game's threads
     orb3::SharedConfiguration configuration;
-    Device device;
+    Device device SLIB_GUARDED_BY(apiMutex);
 };
 
 }  // namespace goal

@@ -53,19 +53,20 @@ public:
     void ProcessBlock(RenderOutput& output);
 
 private:
-    bool ChangeState();
-    void CopyBlock(const hcml::ac::Bus& bus);
-    void CopyFrames(const hcml::ac::Bus& bus, std::uint32_t frame, std::uint32_t count) const;
-    void EndRingBlock();
-    void Queue(std::int32_t event, std::uint32_t index) const;
-    std::uint32_t Channels() const;
+    bool ChangeState() SLIB_REQUIRES(mutex);
+    void CopyBlock(const hcml::ac::Bus& bus) SLIB_REQUIRES(mutex);
+    void CopyFrames(const hcml::ac::Bus& bus, std::uint32_t frame, std::uint32_t count) const
+        SLIB_REQUIRES(mutex);
+    void EndRingBlock() SLIB_REQUIRES(mutex);
+    void Queue(std::int32_t event, std::uint32_t index) const SLIB_REQUIRES(mutex);
+    std::uint32_t Channels() const SLIB_REQUIRES(mutex);
 
-    slib::Mutex mutex;         // guards all that follows
-    bool isRunning = false;    // the start event has been sent
-    bool isRequested = false;  // the game wants it
-    FoldbackRequest request;
-    std::uint32_t blockIndex = 0;  // of the ring's block that is being filled
-    std::uint32_t frameIndex = 0;  // the next frame of it
+    slib::Mutex mutex;
+    bool isRunning SLIB_GUARDED_BY(mutex) = false;    // the start event has been sent
+    bool isRequested SLIB_GUARDED_BY(mutex) = false;  // the game wants it
+    FoldbackRequest request SLIB_GUARDED_BY(mutex);
+    std::uint32_t blockIndex SLIB_GUARDED_BY(mutex) = 0;  // of the ring's block that is being filled
+    std::uint32_t frameIndex SLIB_GUARDED_BY(mutex) = 0;  // the next frame of it
 };
 
 }  // namespace goal

@@ -230,7 +230,7 @@ void ServerThread::RenderBlocks(Machine& run) {
 // server never sees half of a call.
 void ServerThread::TakeSnapshot() {
     {
-        slib::Lock apiLock(engine.apiMutex);
+        slib::Lock apiLock(context->engine.apiMutex);
         MarkBufferUsage(*context);
         const slib::Lock stateLock(context->stateMutex);
         apiLock.Release();

@@ -37,14 +37,15 @@ public:
 
 private:
     void EnsureInitialised();
-    void Initialise();
-    void NoteSpeakers();
+    void Initialise() SLIB_REQUIRES(initialisationMutex);
+    void NoteSpeakers() SLIB_REQUIRES(initialisationMutex);
 
     const std::shared_ptr<platform::SoundSystem> system;
 
-    slib::Mutex initialisationMutex;  // guards what follows until isInitialised; then it stands
-    bool isInitialised = false;
-    bool initialisationFailed = false;
+    slib::Mutex initialisationMutex;
+    bool isInitialised SLIB_GUARDED_BY(initialisationMutex) = false;
+    bool initialisationFailed SLIB_GUARDED_BY(initialisationMutex) = false;
+    // Written under initialisationMutex, once; whoever has passed EnsureInitialised reads them without.
     platform::SoundDevicePtr directSound;
     platform::DSCAPS caps;
     std::uint32_t speakerConfig = 0;

@@ -55,7 +55,10 @@ DevicePtr AdaptiveDirectSoundFramework::GetDevice(std::uint32_t index) {
 void AdaptiveDirectSoundFramework::EnsureEnumerated() {
     if (isEnumerated) return;
     devices.clear();  // of a listing that failed half-way
-    nextIndex = 0;
+    {
+        const slib::Lock lock(addMutex);
+        nextIndex = 0;
+    }
     const platform::Result result = system->DirectSoundEnumerateA(
         [this](const char* identifier, const char* description, const char* module) {
             Add(identifier, description, module);

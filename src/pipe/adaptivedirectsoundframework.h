@@ -33,17 +33,18 @@ public:
     slib::Log* const log;  ///< what it was built with
 
 private:
-    void EnsureEnumerated();
-    void Add(const char* identifier, const char* description, const char* module);
+    void EnsureEnumerated() SLIB_REQUIRES(listMutex);
+    // The system calls back while EnsureEnumerated holds listMutex, on a thread of its own as it may be.
+    void Add(const char* identifier, const char* description, const char* module) SLIB_UNCHECKED_LOCKS;
 
     const std::shared_ptr<platform::SoundSystem> system;
 
-    slib::Mutex listMutex;  // guards the list and isEnumerated
-    bool isEnumerated = false;
-    std::vector<DevicePtr> devices;
+    slib::Mutex listMutex;
+    bool isEnumerated SLIB_GUARDED_BY(listMutex) = false;
+    std::vector<DevicePtr> devices SLIB_GUARDED_BY(listMutex);
 
-    slib::Mutex addMutex;  // guards the adding, on whatever thread the system calls back
-    std::uint32_t nextIndex = 0;
+    slib::Mutex addMutex;  // the adding, on whatever thread the system calls back
+    std::uint32_t nextIndex SLIB_GUARDED_BY(addMutex) = 0;
 };
 
 }  // namespace audiopipe::directsound

@@ -69,7 +69,7 @@ public:
 
 private:
     slib::Mutex mutex;
-    std::vector<std::unique_ptr<Caller>> callers;
+    std::vector<std::unique_ptr<Caller>> callers SLIB_GUARDED_BY(mutex);
 };
 
 // Never destroyed: a call may outlast the library's own end.

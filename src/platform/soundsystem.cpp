@@ -58,7 +58,7 @@ public:
 
 private:
     // The real outputs. A connection that was lost since the last call is made again, once.
-    std::vector<CubebConnection::Device> Devices() {
+    std::vector<CubebConnection::Device> Devices() SLIB_REQUIRES(mutex) {
         if (settings.output != PlatformSettings::Output::Auto) return {};
         std::vector<CubebConnection::Device> devices;
         if (connection) devices = connection->Devices();
@@ -70,7 +70,7 @@ private:
         return devices;
     }
 
-    SoundDevicePtr Open(const char* identifier) {
+    SoundDevicePtr Open(const char* identifier) SLIB_REQUIRES(mutex) {
         const std::vector<CubebConnection::Device> devices = Devices();
         if (!devices.empty()) {
             const CubebConnection::Device* const device = Find(devices, identifier);
@@ -104,8 +104,9 @@ private:
     const PlatformSettings settings;
     slib::Log* const log;
 
-    slib::Mutex mutex;                            // guards the connection
-    std::shared_ptr<CubebConnection> connection;  // null until needed, and when nothing answers
+    slib::Mutex mutex;
+    std::shared_ptr<CubebConnection> connection
+        SLIB_GUARDED_BY(mutex);  // null until needed, and when nothing answers
 };
 
 }  // namespace

@@ -44,10 +44,10 @@ public:
 private:
     void Run() override;
 
-    Mutex queueMutex;  // guards `started` and `tasks`
+    Mutex queueMutex;
     Semaphore workAvailable;
-    bool started = false;
-    std::deque<std::unique_ptr<Task>> tasks;
+    bool started SLIB_GUARDED_BY(queueMutex) = false;
+    std::deque<std::unique_ptr<Task>> tasks SLIB_GUARDED_BY(queueMutex);
 };
 
 /// Takes things and does something with each.
@@ -79,8 +79,8 @@ private:
 
     Log* log;
     Semaphore workAvailable;  // one post for each task
-    Mutex queueMutex;         // guards `queue`
-    std::deque<TaskPtr> queue;
+    Mutex queueMutex;
+    std::deque<TaskPtr> queue SLIB_GUARDED_BY(queueMutex);
     std::vector<std::unique_ptr<Worker>> workers;
 };
 

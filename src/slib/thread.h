@@ -71,8 +71,8 @@ private:
     const std::string name;
     const Priority priority;
 
-    Mutex stateMutex;  // guards the next two; stopRequests is also read without it
-    bool running = false;
+    Mutex stateMutex;  // stopRequests, too, changes under it, and is read without
+    bool running SLIB_GUARDED_BY(stateMutex) = false;
     std::atomic<std::uint32_t> stopRequests{0};
 
     Semaphore startedSemaphore;   // posted once by the new thread

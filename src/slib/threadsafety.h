@@ -1,8 +1,9 @@
 #pragma once
 
 // What clang's thread-safety analysis reads: which mutex guards a field, and which a function takes, gives up
-// or wants held. Other compilers see nothing. The analysis is an error where clang builds the tree, and in
-// ./dev lint.
+// or wants held. Other compilers see nothing. Its findings are errors where clang builds the
+// tree, and in ./dev lint. Tests, fuzz targets and benches look into guarded state from the only thread there
+// is, and go unchecked.
 
 #if defined(__clang__)
 #define SLIB_THREAD_ANNOTATION(x) __attribute__((x))
@@ -26,5 +27,6 @@
 #define SLIB_ACQUIRE(...) SLIB_THREAD_ANNOTATION(acquire_capability(__VA_ARGS__))
 #define SLIB_RELEASE(...) SLIB_THREAD_ANNOTATION(release_capability(__VA_ARGS__))
 
-/// On a function that the analysis can't follow. The reason is beside it.
+/// On a function that the analysis can't follow: it takes a lock only sometimes, or knows the mutex by
+/// another name. The reason is beside it.
 #define SLIB_UNCHECKED_LOCKS SLIB_THREAD_ANNOTATION(no_thread_safety_analysis)

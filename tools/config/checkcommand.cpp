@@ -37,14 +37,15 @@ public:
         lines.push_back((isError ? "E " : "I ") + text);
     }
     void Print() const {
+        const slib::Lock lock(mutex);
         if (!lines.empty()) std::cout << "What the start would say of it, E for errors:\n";
         for (const std::string& line : lines)
             std::cout << "  " << line << "\n";
     }
 
 private:
-    slib::Mutex mutex;
-    std::vector<std::string> lines;
+    mutable slib::Mutex mutex;
+    std::vector<std::string> lines SLIB_GUARDED_BY(mutex);
 };
 
 // What a start comes to.

@@ -26,7 +26,7 @@ using BufferList = BufferPool::BufferList;
 // count of the buffer shows it before the next block.
 bool IsPlayedOn(const Context* context, const Buffer& buffer) {
     if (context == nullptr || context->suspendCount == 0) return false;
-    return std::ranges::any_of(context->application.sources, [&](const Source& source) {
+    return std::ranges::any_of(SharedState(*context).sources, [&](const Source& source) {
         return !source.deleted && std::ranges::find(source.queue, &buffer) != source.queue.end();
     });
 }
@@ -40,21 +40,21 @@ int TestReplaceable(const Device& device, ALuint name) {
     return isHeld ? AL_INVALID_OPERATION : AL_NO_ERROR;
 }
 
-// Runs `work` with the list that takes buffers which the renderer may still read, null when nothing renders.
-// That goes by the device's context and not by the current one: it renders on while a game has none current.
+// Runs `work` with the pool and the list that takes buffers which the renderer may still read, null when
+// nothing renders. That goes by the device's context and not by the current one: it renders on while a game
+// has none current.
 template <typename Work>
-void WithDeletedBuffers(Process& process, const Work& work) {
+void WithDeletedBuffers(Process& process, const Work& work) SLIB_REQUIRES(process.engine.apiMutex) {
     Context* const context = process.engine.device.context;
-    if (context == nullptr) return work(nullptr);
+    if (context == nullptr) return work(process.engine.device.bufferPool, nullptr);
     const StateLock lock(*context, Access::Write);
-    work(&TargetState(*context).deletedBuffers);
+    work(process.engine.device.bufferPool, &TargetState(*context).deletedBuffers);
 }
 
-int DeleteBuffers(Process& process, std::span<const ALuint> names) {
-    BufferPool& pool = process.engine.device.bufferPool;
+int DeleteBuffers(Process& process, std::span<const ALuint> names) SLIB_REQUIRES(process.engine.apiMutex) {
     for (const ALuint name : names)
         if (const int code = TestReplaceable(process.engine.device, name); code != AL_NO_ERROR) return code;
-    WithDeletedBuffers(process, [&](BufferList* list) { pool.Delete(names, list); });
+    WithDeletedBuffers(process, [&](BufferPool& pool, BufferList* list) { pool.Delete(names, list); });
     return AL_NO_ERROR;
 }
 
@@ -86,7 +86,7 @@ void SetData(ALuint name, ALenum format, const void* data, ALsizei size, ALsizei
     bool isReplaceable = false;
     if (const int code = TestData(format, size, frequency); code != AL_NO_ERROR)
         return TheProcess().alError.Record(code);
-    AlCall([&](Process& process) -> int {
+    AlCall([&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) -> int {
         const int code = TestReplaceable(process.engine.device, name);
         if (code != AL_NO_ERROR) return code;
         isReplaceable = data != nullptr || size == 0;
@@ -96,10 +96,10 @@ void SetData(ALuint name, ALenum format, const void* data, ALsizei size, ALsizei
 
     std::unique_ptr<Buffer> buffer = NewBuffer(name, format, data, size, frequency, copyData);
     if (buffer == nullptr) return;
-    AlCall([&](Process& process) -> int {
-        BufferPool& pool = process.engine.device.bufferPool;
+    AlCall([&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) -> int {
         if (const int code = TestReplaceable(process.engine.device, name); code != AL_NO_ERROR) return code;
-        WithDeletedBuffers(process, [&](BufferList* list) { pool.Replace(std::move(buffer), list); });
+        WithDeletedBuffers(
+            process, [&](BufferPool& pool, BufferList* list) { pool.Replace(std::move(buffer), list); });
         return AL_NO_ERROR;
     });
 }
@@ -109,7 +109,7 @@ void SetData(ALuint name, ALenum format, const void* data, ALsizei size, ALsizei
 // Runs `work(buffer)` with what a valid name holds, null for no data.
 template <typename Work>
 void PropertyCall(ALuint name, bool pointersPresent, const Work& work) noexcept {
-    AlCall([&](Process& process) -> int {
+    AlCall([&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) -> int {
         const BufferPool& pool = process.engine.device.bufferPool;
         if (!pointersPresent) return AL_INVALID_VALUE;
         if (!pool.IsValid(name)) return AL_INVALID_NAME;
@@ -154,7 +154,7 @@ void GetProperty(ALuint name, ALenum parameter, ALint* value) noexcept {
 }  // namespace goal
 
 AL_API void AL_APIENTRY alGenBuffers(ALsizei n, ALuint* buffers) {
-    goal::AlCall([&](goal::Process& process) -> int {
+    goal::AlCall([&](goal::Process& process) SLIB_REQUIRES(process.engine.apiMutex) -> int {
         if (n < 0 || buffers == nullptr) return AL_INVALID_VALUE;
         if (n > goal::longestList) return AL_INVALID_OPERATION;
         for (ALsizei i = 0; i < n; ++i)
@@ -164,7 +164,7 @@ AL_API void AL_APIENTRY alGenBuffers(ALsizei n, ALuint* buffers) {
 }
 
 AL_API void AL_APIENTRY alDeleteBuffers(ALsizei n, const ALuint* buffers) {
-    goal::AlCall([&](goal::Process& process) -> int {
+    goal::AlCall([&](goal::Process& process) SLIB_REQUIRES(process.engine.apiMutex) -> int {
         if (n < 0 || buffers == nullptr) return AL_INVALID_VALUE;
         if (n > goal::longestList) return AL_INVALID_OPERATION;
         return goal::DeleteBuffers(process, {buffers, static_cast<std::size_t>(n)});
@@ -172,9 +172,10 @@ AL_API void AL_APIENTRY alDeleteBuffers(ALsizei n, const ALuint* buffers) {
 }
 
 AL_API ALboolean AL_APIENTRY alIsBuffer(ALuint buffer) {
-    return goal::AlCallFor<ALboolean>(AL_FALSE, [&](const goal::Process& process) -> ALboolean {
-        return process.engine.device.bufferPool.IsValid(buffer) ? AL_TRUE : AL_FALSE;
-    });
+    return goal::AlCallFor<ALboolean>(
+        AL_FALSE, [&](const goal::Process& process) SLIB_REQUIRES(process.engine.apiMutex) -> ALboolean {
+            return process.engine.device.bufferPool.IsValid(buffer) ? AL_TRUE : AL_FALSE;
+        });
 }
 
 AL_API void AL_APIENTRY alBufferData(ALuint buffer, ALenum format, const ALvoid* data, ALsizei size,

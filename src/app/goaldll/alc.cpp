@@ -4,6 +4,7 @@
 
 #include <array>
 #include <exception>
+#include <functional>
 #include <memory>
 #include <new>
 #include <span>
@@ -29,7 +30,7 @@ Result Call(Result failure, const Work& work) {
     Process& process = goal::TheProcess();
     try {
         const slib::Lock lock(process.engine.apiMutex);
-        return work(process);
+        return std::invoke(work, process);  // clang takes `work` for the argument of its own annotation
     } catch (const std::exception& exception) {
         process.FailAlc(exception.what(), ALC_INVALID_VALUE);
         return failure;
@@ -46,7 +47,7 @@ Context* ToContext(ALCcontext* handle) {
     return reinterpret_cast<Context*>(handle);
 }
 
-bool IsDevice(Process& process, const ALCdevice* handle) {
+bool IsDevice(Process& process, const ALCdevice* handle) SLIB_REQUIRES(process.engine.apiMutex) {
     return handle == Handle(process.engine.device);
 }
 
@@ -94,7 +95,7 @@ std::unique_ptr<Context> AllocateContext(Process& process) {
 }
 
 // A server that can't start takes its context with it: the device is free for another try.
-Context* StartContext(Process& process, const Attributes& attributes) {
+Context* StartContext(Process& process, const Attributes& attributes) SLIB_REQUIRES(process.engine.apiMutex) {
     std::unique_ptr<Context> context = AllocateContext(process);
     if (context == nullptr) return nullptr;
     context->filterOrderAttribute = attributes.filterOrder;
@@ -108,7 +109,8 @@ Context* StartContext(Process& process, const Attributes& attributes) {
     return context.release();
 }
 
-Context* CreateContext(Process& process, const ALCdevice* device, const ALCint* list) {
+Context* CreateContext(Process& process, const ALCdevice* device, const ALCint* list)
+    SLIB_REQUIRES(process.engine.apiMutex) {
     const auto fail = [&](const char* text, int code) -> Context* {
         process.FailAlc(text, code);
         return nullptr;
@@ -135,7 +137,7 @@ void SuspensionCall(ALCcontext* handle, bool isUse, const Work& work) {
         const slib::Lock stateLock(context->stateMutex);
         context->suspendUsed |= isUse;
         if (isSupported) {
-            work(*context);
+            std::invoke(work, *context);
             return true;
         }
         // What gathered before it was switched off isn't lost.
@@ -168,10 +170,10 @@ const char* ErrorText(ALCenum code) {
 
 // Names, each ended by a NUL, and one more NUL at the end. Built once, so that the game may keep the pointer.
 const char* DeviceList(Process& process) {
-    orb3::SharedConfiguration& shared = process.engine.configuration;
-    const slib::Lock lock(shared.configurationMutex);
+    const slib::Lock lock(process.engine.configuration.configurationMutex);
     if (process.deviceList.empty()) {
-        const auto settings = shared.Read([](const orb3::Configuration& c) { return c.goalConfig; });
+        const auto settings =
+            process.engine.configuration.Read([](const orb3::Configuration& c) { return c.goalConfig; });
         std::string list = deviceName + std::string(1, '\0');
         if (settings.masqueradeAsGenericSoftware) list += "Generic Software" + std::string(1, '\0');
         if (settings.masqueradeAsGenericHardware) list += "Generic Hardware" + std::string(1, '\0');
@@ -211,7 +213,7 @@ struct Timing {
     ALCint refresh;    // blocks per second
 };
 
-Timing TimingOf(Process& process) {
+Timing TimingOf(Process& process) SLIB_REQUIRES(process.engine.apiMutex) {
     Context* const context = process.engine.device.context;
     if (context == nullptr) {
         constexpr ALCint usualRefresh = 25;
@@ -223,7 +225,7 @@ Timing TimingOf(Process& process) {
     return {static_cast<ALCint>(context->sampleRate + 0.5), static_cast<ALCint>(context->refreshRate + 0.5)};
 }
 
-ALCint FilterOrder(Process& process) {
+ALCint FilterOrder(Process& process) SLIB_REQUIRES(process.engine.apiMutex) {
     const Context* const context = process.engine.device.context;
     if (context != nullptr && context->filterOrderAttribute != 0)
         return context->filterOrderAttribute == 1 ? 1 : 2;
@@ -232,7 +234,7 @@ ALCint FilterOrder(Process& process) {
 }
 
 // As many whole pairs as fit before the 0 that ends the list.
-void WriteAllAttributes(Process& process, std::span<ALCint> data) {
+void WriteAllAttributes(Process& process, std::span<ALCint> data) SLIB_REQUIRES(process.engine.apiMutex) {
     const Timing timing = TimingOf(process);
     const std::array<std::array<ALCint, 2>, 11> pairs{{
         {ALC_FREQUENCY, timing.frequency},
@@ -256,7 +258,8 @@ void WriteAllAttributes(Process& process, std::span<ALCint> data) {
     data[written] = 0;
 }
 
-void GetContextInteger(Process& process, ALCenum parameter, ALCint* data) {
+void GetContextInteger(Process& process, ALCenum parameter, ALCint* data)
+    SLIB_REQUIRES(process.engine.apiMutex) {
     switch (parameter) {
         case ALC_FREQUENCY:
             *data = TimingOf(process).frequency;
@@ -279,7 +282,8 @@ void GetContextInteger(Process& process, ALCenum parameter, ALCint* data) {
     }
 }
 
-void GetInteger(Process& process, const ALCdevice* device, ALCenum parameter, ALCsizei size, ALCint* data) {
+void GetInteger(Process& process, const ALCdevice* device, ALCenum parameter, ALCsizei size, ALCint* data)
+    SLIB_REQUIRES(process.engine.apiMutex) {
     const auto badDevice = [&] {
         process.FailAlc("Invalid device in alcGetIntegerv().", ALC_INVALID_DEVICE);
     };
@@ -332,28 +336,33 @@ bool RefuseCapture(const char* text) {
 }  // namespace
 
 ALC_API ALCdevice* ALC_APIENTRY alcOpenDevice(const ALCchar*) {
-    return Call<ALCdevice*>(nullptr, [](Process& process) { return Handle(process.engine.device); });
+    return Call<ALCdevice*>(nullptr, [](Process& process) SLIB_REQUIRES(process.engine.apiMutex) {
+        return Handle(process.engine.device);
+    });
 }
 
 ALC_API ALCboolean ALC_APIENTRY alcCloseDevice(ALCdevice* device) {
-    return Call<ALCboolean>(ALC_FALSE, [&](Process& process) -> ALCboolean {
-        if (IsDevice(process, device) && process.engine.device.context == nullptr) return ALC_TRUE;
-        process.FailAlc("Invalid device in alcCloseDevice().", ALC_INVALID_DEVICE);
-        return ALC_FALSE;
-    });
+    return Call<ALCboolean>(ALC_FALSE,
+                            [&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) -> ALCboolean {
+                                if (IsDevice(process, device) && process.engine.device.context == nullptr)
+                                    return ALC_TRUE;
+                                process.FailAlc("Invalid device in alcCloseDevice().", ALC_INVALID_DEVICE);
+                                return ALC_FALSE;
+                            });
 }
 
 ALC_API ALCcontext* ALC_APIENTRY alcCreateContext(ALCdevice* device, const ALCint* attributes) {
     const slib::Lock lifetimeLock(goal::TheProcess().engine.contextLifetimeMutex);
-    return Call<ALCcontext*>(
-        nullptr, [&](Process& process) { return Handle(CreateContext(process, device, attributes)); });
+    return Call<ALCcontext*>(nullptr, [&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) {
+        return Handle(CreateContext(process, device, attributes));
+    });
 }
 
 ALC_API void ALC_APIENTRY alcDestroyContext(ALCcontext* handle) {
     Context* const context = ToContext(handle);
     if (context == nullptr) return;
     const slib::Lock lifetimeLock(goal::TheProcess().engine.contextLifetimeMutex);
-    const bool isOurs = Call(false, [&](Process& process) {
+    const bool isOurs = Call(false, [&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) {
         if (process.currentContext == context) process.currentContext = nullptr;
         if (process.engine.device.context == context) return true;
         // A context that was destroyed already must not be freed twice.
@@ -364,33 +373,37 @@ ALC_API void ALC_APIENTRY alcDestroyContext(ALCcontext* handle) {
 }
 
 ALC_API ALCboolean ALC_APIENTRY alcMakeContextCurrent(ALCcontext* context) {
-    return Call<ALCboolean>(ALC_FALSE, [&](Process& process) -> ALCboolean {
-        process.currentContext = ToContext(context);
-        return ALC_TRUE;
-    });
+    return Call<ALCboolean>(ALC_FALSE,
+                            [&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) -> ALCboolean {
+                                process.currentContext = ToContext(context);
+                                return ALC_TRUE;
+                            });
 }
 
 ALC_API ALCcontext* ALC_APIENTRY alcGetCurrentContext(void) {
-    return Call<ALCcontext*>(nullptr, [](Process& process) { return Handle(process.currentContext); });
-}
-
-ALC_API ALCdevice* ALC_APIENTRY alcGetContextsDevice(ALCcontext* context) {
-    return Call<ALCdevice*>(nullptr, [&](Process& process) -> ALCdevice* {
-        if (context != nullptr) return Handle(process.engine.device);
-        process.FailAlc("Invalid context in alcGetContextsDevice().", ALC_INVALID_CONTEXT);
-        return nullptr;
+    return Call<ALCcontext*>(nullptr, [](Process& process) SLIB_REQUIRES(process.engine.apiMutex) {
+        return Handle(process.currentContext);
     });
 }
 
+ALC_API ALCdevice* ALC_APIENTRY alcGetContextsDevice(ALCcontext* context) {
+    return Call<ALCdevice*>(
+        nullptr, [&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) -> ALCdevice* {
+            if (context != nullptr) return Handle(process.engine.device);
+            process.FailAlc("Invalid context in alcGetContextsDevice().", ALC_INVALID_CONTEXT);
+            return nullptr;
+        });
+}
+
 ALC_API void ALC_APIENTRY alcSuspendContext(ALCcontext* handle) {
-    SuspensionCall(handle, true, [](Context& context) {
+    SuspensionCall(handle, true, [](Context& context) SLIB_REQUIRES(context.stateMutex) {
         if (context.suspendCount == 0) BeginSuspend(context.suspended, context.application);
         ++context.suspendCount;
     });
 }
 
 ALC_API void ALC_APIENTRY alcProcessContext(ALCcontext* handle) {
-    SuspensionCall(handle, false, [](Context& context) {
+    SuspensionCall(handle, false, [](Context& context) SLIB_REQUIRES(context.stateMutex) {
         if (context.suspendCount == 0) return;
         // First, so that without memory for it the suspension lasts and can be ended again.
         if (context.suspendCount == 1) EndSuspend(context.suspended, context.application);
@@ -439,7 +452,7 @@ ALC_API const ALCchar* ALC_APIENTRY alcGetString(ALCdevice* device, ALCenum para
 }
 
 ALC_API void ALC_APIENTRY alcGetIntegerv(ALCdevice* device, ALCenum parameter, ALCsizei size, ALCint* data) {
-    Call(false, [&](Process& process) {
+    Call(false, [&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) {
         GetInteger(process, device, parameter, size, data);
         return true;
     });

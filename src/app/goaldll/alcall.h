@@ -7,6 +7,7 @@
 // nothing else.
 
 #include <exception>
+#include <functional>
 
 #include "AL/tessarune.h"
 #include "app/goaldll/process.h"
@@ -31,7 +32,7 @@ Result AlCallFor(Result failure, const Work& work) noexcept {
     Process& process = TheProcess();
     try {
         const slib::Lock lock(process.engine.apiMutex);
-        return work(process);
+        return std::invoke(work, process);  // clang takes `work` for the argument of its own annotation
     } catch (const std::exception& exception) {
         process.FailAl(exception.what(), AL_INVALID_OPERATION);
         return failure;
@@ -41,8 +42,8 @@ Result AlCallFor(Result failure, const Work& work) noexcept {
 /// Runs `work(process)`, which returns an error code, under apiMutex, and records the code.
 template <typename Work>
 void AlCall(const Work& work) noexcept {
-    AlCallFor(false, [&](Process& process) {
-        if (const int code = work(process); code != AL_NO_ERROR) process.alError.Record(code);
+    AlCallFor(false, [&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) {
+        if (const int code = std::invoke(work, process); code != AL_NO_ERROR) process.alError.Record(code);
         return true;
     });
 }
@@ -56,14 +57,15 @@ bool ArePresent(Pointers*... pointers) {
 /// Holds stateMutex where the access needs it.
 class StateLock {
 public:
-    StateLock(Context& context, Access access) {
+    // The lock depends on the access, which the analysis can't tell.
+    StateLock(Context& context, Access access) SLIB_UNCHECKED_LOCKS {
         const bool wanted = access == Access::WriteAll || access == Access::ReadMoved ||
                             (access == Access::Write && context.suspendCount == 0);
         if (!wanted) return;
         context.stateMutex.Lock();
         mutex = &context.stateMutex;
     }
-    ~StateLock() {
+    ~StateLock() SLIB_UNCHECKED_LOCKS {
         if (mutex != nullptr) mutex->Unlock();
     }
     StateLock(const StateLock&) = delete;
@@ -78,7 +80,7 @@ private:
 /// AL_INVALID_VALUE.
 template <typename Work>
 void ContextCall(Access access, bool pointersPresent, const Work& work) noexcept {
-    AlCall([&](Process& process) -> int {
+    AlCall([&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) -> int {
         Context* const context = process.currentContext;
         if (context == nullptr) return AL_INVALID_OPERATION;
         if (!pointersPresent) return AL_INVALID_VALUE;

@@ -10,7 +10,7 @@ namespace goal {
 namespace {
 
 auto& Effects(Context& context) {
-    return context.application.effects;
+    return SharedState(context).effects;
 }
 
 // Runs `work(parameters)` with what an effect holds, null for AL_EFFECT_NULL.

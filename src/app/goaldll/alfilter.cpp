@@ -16,7 +16,7 @@ namespace {
 using Filter = FilterParametersWithDeletedFlag;
 
 auto& Filters(Context& context) {
-    return context.application.filters;
+    return SharedState(context).filters;
 }
 
 template <typename Work>

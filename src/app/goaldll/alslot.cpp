@@ -51,7 +51,7 @@ int BindEffect(Process& process, Context& context, Slot& slot, ALint value) {
     const auto name = static_cast<ALuint>(value);
     EffectParametersPtr effect;  // none for the name 0
     if (name != 0) {
-        const auto& effects = context.application.effects;
+        const auto& effects = SharedState(context).effects;
         if (!IsLive(effects, name)) return AL_INVALID_VALUE;
         effect = effects[name - 1].parameters;
     }

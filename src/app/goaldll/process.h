@@ -29,18 +29,19 @@ private:
     std::atomic<int> code{0};
 };
 
-/// One for the process. Fields without a comment of their own are guarded by engine.apiMutex.
+/// One for the process.
 struct Process {
     Process();
 
     ggui::RegistryLog log;
     OutputMachinery machinery;
     Engine engine;
-    Context* currentContext = nullptr;
+    Context* currentContext SLIB_GUARDED_BY(engine.apiMutex) = nullptr;
     ErrorSlot alcError;
     ErrorSlot alError;
-    std::string deviceList;    ///< of alcGetString; built at the first query; guarded by configurationMutex
-    bool isUnloading = false;  ///< no context comes into being any more
+    /// Of alcGetString; built at the first query.
+    std::string deviceList SLIB_GUARDED_BY(engine.configuration.configurationMutex);
+    bool isUnloading SLIB_GUARDED_BY(engine.apiMutex) = false;  ///< no context comes into being any more
 
     /// Records `code` in the slot of the ALC or the AL calls, and logs "Game ALC call failed: " or "Game AL
     /// call failed: " and `text` when logging is verbose. Never throws.
@@ -60,7 +61,7 @@ Process& TheProcess();
 
 /// Stops and frees the device's context, which isn't current any more; null does nothing. Until its server
 /// has ended it stays the device's, so that what the server may still read isn't freed by other calls. The
-/// caller holds contextLifetimeMutex, and not apiMutex.
-void DestroyContext(Process& process, Context* context);
+/// caller doesn't hold apiMutex.
+void DestroyContext(Process& process, Context* context) SLIB_REQUIRES(process.engine.contextLifetimeMutex);
 
 }  // namespace goal

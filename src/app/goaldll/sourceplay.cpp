@@ -12,8 +12,9 @@ void GoToStart(Source& source) {
     source.queueIndex = 0;
 }
 
-// The buffer of that name, null unless it has data.
-Buffer* FindBuffer(const SourceAccess& source, ALuint name) {
+// The buffer of that name, null unless it has data. The frame of the call holds apiMutex, under its own name
+// of it.
+Buffer* FindBuffer(const SourceAccess& source, ALuint name) SLIB_UNCHECKED_LOCKS {
     const BufferPool& pool = source.engine.device.bufferPool;
     return pool.IsValid(name) ? pool.slots[name - 1].buffer : nullptr;
 }

@@ -181,7 +181,7 @@ constexpr ALint sendLimit = 65536;
 bool CopyFilter(const SourceAccess& source, ALuint name, FilterParameters& filter) {
     filter = FilterParameters();
     if (name == 0) return true;
-    const auto& filters = source.context.application.filters;
+    const auto& filters = SharedState(source.context).filters;
     if (!IsLive(filters, name)) return false;
     filter = filters[name - 1];
     return true;

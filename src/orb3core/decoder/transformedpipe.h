@@ -80,8 +80,8 @@ private:
     void LogSetUp(bool isFrequencyDomain) const;
     void NotePeak(float blockPeak);
 
-    slib::Mutex peakMutex;  // guards `peak`
-    float peak = 0;
+    slib::Mutex peakMutex;
+    float peak SLIB_GUARDED_BY(peakMutex) = 0;
 };
 
 /// The decoder that runs `transform`, which is read and not kept, and writes to `pipe`: in the caller's

@@ -33,24 +33,26 @@ public:
 
     /// Read a transform by its key. Called under the lock, like the two below.
     virtual void readTransformFloat(const std::string& storageKey,
-                                    strans::TimeDomainTransform<float, 1>& transform) const = 0;
+                                    strans::TimeDomainTransform<float, 1>& transform) const
+        SLIB_REQUIRES(mutex) = 0;
     virtual void readTransformDouble(const std::string& storageKey,
-                                     strans::TimeDomainTransform<double, 1>& transform) const = 0;
+                                     strans::TimeDomainTransform<double, 1>& transform) const
+        SLIB_REQUIRES(mutex) = 0;
 
     /// Queues a transform for writing, at `rate` in Hz, and sets `storageKey` to its key.
     virtual void writeTransform(const ConversionTag& tag, int rate,
                                 const strans::TimeDomainTransform<double, 1>& transform,
-                                std::string& storageKey) = 0;
+                                std::string& storageKey) SLIB_REQUIRES(mutex) = 0;
 
     /// Queues a transform for removal.
-    virtual void removeTransform(const std::string& storageKey) = 0;
+    virtual void removeTransform(const std::string& storageKey) SLIB_REQUIRES(mutex) = 0;
 
 protected:
     bool dirty = false;  ///< The catalogue has changes that aren't in the storage.
 
 private:
-    void DropGenerated(Data& conversion);
-    void DropGeneratedFrom(const ConversionTag& tag);
+    void DropGenerated(Data& conversion) SLIB_REQUIRES(mutex);
+    void DropGeneratedFrom(const ConversionTag& tag) SLIB_REQUIRES(mutex);
 };
 
 }  // namespace orb3::fl

@@ -33,6 +33,13 @@ std::string NameOf(const List& list, std::optional<std::uint32_t> index, const s
     return index ? list[*index].name : tag;
 }
 
+// Whether a format, as far as the catalogue knows it, has as many channels.
+template <typename Stored>
+bool MayHave(const Catalogue<Stored>& catalogue, const std::string& format, std::uint32_t channels) {
+    const auto index = catalogue.FindFormat(format);
+    return !index || catalogue.formats[*index].channelCount == channels;
+}
+
 void CheckChannels(std::uint32_t submitted, std::uint32_t channels, const char* what, const char* format) {
     if (submitted == channels) return;
     throw slib::BadDataException(std::string("There was a mismatch between the number of ") + what +
@@ -184,12 +191,9 @@ template <typename Stored>
 template <typename T>
 void CatalogueLibrarian<Stored>::CheckFits(const Conversion& conversion, int rate,
                                            const strans::TimeDomainTransform<T, 1>& transform) const {
-    const auto isOf = [this](const std::string& format, std::uint32_t channels) {
-        const auto index = catalogue.FindFormat(format);
-        return !index || catalogue.formats[*index].channelCount == channels;
-    };
-    if (std::abs(transform.sampleRate - rate) <= 0.5 && isOf(conversion.from, transform.impulses.rows) &&
-        isOf(conversion.to, transform.impulses.columns))
+    if (std::abs(transform.sampleRate - rate) <= 0.5 &&
+        MayHave(catalogue, conversion.from, transform.impulses.rows) &&
+        MayHave(catalogue, conversion.to, transform.impulses.columns))
         return;
     throw slib::BadDataException("A stored transform doesn't fit its conversion (" + describe(conversion) +
                                  ").");

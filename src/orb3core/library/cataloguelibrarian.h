@@ -37,23 +37,23 @@ protected:
     using Data = ConversionData<Stored>;
 
     /// The conversion at `index`; throws slib::BadParameterException for one beyond the list.
-    const Data& At(std::uint32_t index) const;
+    const Data& At(std::uint32_t index) const SLIB_REQUIRES(mutex);
 
     /// The conversion of this tag; throws slib::BadDataException when there is none.
-    Data& Named(const ConversionTag& tag);
+    Data& Named(const ConversionTag& tag) SLIB_REQUIRES(mutex);
 
     /// Throws what storeTransform throws for what can't be stored.
     void CheckStorable(const Conversion& conversion, const TransformStatus& status,
-                       const strans::TimeDomainTransform<double, 1>& transform) const;
+                       const strans::TimeDomainTransform<double, 1>& transform) const SLIB_REQUIRES(mutex);
 
     /// Throws slib::BadDataException unless a transform that was stored for this conversion at `rate` is of
     /// that rate, and of the channels of the formats as far as the library knows them.
     template <typename T>
     void CheckFits(const Conversion& conversion, int rate,
-                   const strans::TimeDomainTransform<T, 1>& transform) const;
+                   const strans::TimeDomainTransform<T, 1>& transform) const SLIB_REQUIRES(mutex);
 
-    mutable slib::Mutex mutex;    // guards everything here and in derived classes
-    Catalogue<Stored> catalogue;  // tag, formats, methods, conversions
+    mutable slib::Mutex mutex;                           // guards everything here and in derived classes
+    Catalogue<Stored> catalogue SLIB_GUARDED_BY(mutex);  // tag, formats, methods, conversions
 };
 
 /// The rate of a transform in whole Hz. Throws slib::BadDataException for one that an int doesn't hold, or

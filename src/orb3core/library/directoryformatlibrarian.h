@@ -50,13 +50,15 @@ public:
     void commit() override;
 
     void readTransformFloat(const std::string& storageKey,
-                            strans::TimeDomainTransform<float, 1>& transform) const override;
+                            strans::TimeDomainTransform<float, 1>& transform) const
+        SLIB_REQUIRES(mutex) override;
     void readTransformDouble(const std::string& storageKey,
-                             strans::TimeDomainTransform<double, 1>& transform) const override;
+                             strans::TimeDomainTransform<double, 1>& transform) const
+        SLIB_REQUIRES(mutex) override;
     void writeTransform(const ConversionTag& tag, int rate,
-                        const strans::TimeDomainTransform<double, 1>& transform,
-                        std::string& storageKey) override;
-    void removeTransform(const std::string& storageKey) override;
+                        const strans::TimeDomainTransform<double, 1>& transform, std::string& storageKey)
+        SLIB_REQUIRES(mutex) override;
+    void removeTransform(const std::string& storageKey) SLIB_REQUIRES(mutex) override;
 
 private:
     using Transforms = std::map<int, FiledTransform>;
@@ -68,13 +70,13 @@ private:
     std::string ReadCache() const;
     const std::string& Target() const { return hasCache ? cachePath : path; }
 
-    bool IsPending(const FiledTransform& stored) const;
-    bool HasNewBase(const Catalogue<FiledTransform>& old) const;
-    void MergeStored();
-    void MergeTransforms(const Transforms& theirs, Transforms& ours);
-    void WriteTransforms() const;
-    void WriteDescription();
-    void RemoveUnlisted();
+    bool IsPending(const FiledTransform& stored) const SLIB_REQUIRES(mutex);
+    bool HasNewBase(const Catalogue<FiledTransform>& old) const SLIB_REQUIRES(mutex);
+    void MergeStored() SLIB_REQUIRES(mutex);
+    void MergeTransforms(const Transforms& theirs, Transforms& ours) SLIB_REQUIRES(mutex);
+    void WriteTransforms() const SLIB_REQUIRES(mutex);
+    void WriteDescription() SLIB_REQUIRES(mutex);
+    void RemoveUnlisted() SLIB_REQUIRES(mutex);
 
     std::string path;       // the description file
     std::string cacheRoot;  // empty for no cache
@@ -84,12 +86,14 @@ private:
     bool saveOnDestroy;
     bool isPacked;
     std::string baseDigest;  // of the description's text, with a cache
-    std::map<std::string, strans::TimeDomainTransform<double, 1>> pendingWrites;  // by path
-    std::set<std::string> pendingRemovals;                                        // paths
+    // By path.
+    std::map<std::string, strans::TimeDomainTransform<double, 1>> pendingWrites SLIB_GUARDED_BY(mutex);
+    std::set<std::string> pendingRemovals SLIB_GUARDED_BY(mutex);
 
     std::string cacheDirectory;
-    std::string cachePath;   // the cache's description
-    std::string syncedText;  // the description that the catalogue was last read from or written to
+    std::string cachePath;  // the cache's description
+    // The description that the catalogue was last read from or written to.
+    std::string syncedText SLIB_GUARDED_BY(mutex);
 };
 
 /// Makes a library without content, or replaces the description of one. Throws

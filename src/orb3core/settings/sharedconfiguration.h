@@ -23,22 +23,22 @@ public:
     explicit SharedConfiguration(slib::Log* log, Autoselect autoselect = AutoselectSettings);
 
     slib::Mutex configurationMutex;
-    Configuration configuration;
-    bool isConfigurationLoaded = false;
-    Configuration pendingConfiguration;  ///< what a restart runs on; set together with isRestartRequested
-    bool isRestartRequested = false;
+    Configuration configuration SLIB_GUARDED_BY(configurationMutex);
+    bool isConfigurationLoaded SLIB_GUARDED_BY(configurationMutex) = false;
+    /// What a restart runs on; set together with isRestartRequested.
+    Configuration pendingConfiguration SLIB_GUARDED_BY(configurationMutex);
+    bool isRestartRequested SLIB_GUARDED_BY(configurationMutex) = false;
 
     /// Fills `configuration` from the store. Without a stored document it gets the defaults and the settings
     /// that were chosen for the machine, which takes a second; a document that can't be used costs one line
-    /// in the log besides. Nothing is written back. The caller holds configurationMutex.
-    void LoadConfiguration();
+    /// in the log besides. Nothing is written back.
+    void LoadConfiguration() SLIB_REQUIRES(configurationMutex);
 
     /// Takes `newConfiguration` as the one in force and stores its document. Takes configurationMutex itself.
     void StoreConfiguration(const Configuration& newConfiguration);
 
-    /// Gives back the memory of both configurations; the next reader loads afresh. The caller holds
-    /// configurationMutex.
-    void Unload();
+    /// Gives back the memory of both configurations; the next reader loads afresh.
+    void Unload() SLIB_REQUIRES(configurationMutex);
 
     /// What `read` makes of the configuration, which is loaded first if need be. Takes configurationMutex.
     template <typename Reader>
@@ -49,7 +49,7 @@ public:
     }
 
 private:
-    void TakeDefaults();
+    void TakeDefaults() SLIB_REQUIRES(configurationMutex);
 
     slib::Log* log;
     const Autoselect autoselect;

@@ -18,13 +18,13 @@
 namespace orb3 {
 namespace {
 
-bool areStoresClosed = false;  // guarded by StoreMutex()
-
 // Guards each open, work and close. Never destroyed: a game's threads may still log while the process ends.
 slib::Mutex& StoreMutex() {
     static slib::NoDestroy<slib::Mutex> mutex;
     return *mutex;
 }
+
+bool areStoresClosed SLIB_GUARDED_BY(StoreMutex()) = false;
 
 wxString ToWx(const std::string& text) {
     const std::string repaired = RepairUtf8(text);

@@ -22,10 +22,10 @@ public:
     void Write(const std::string& text, bool isError) override;
 
 private:
-    slib::Mutex mutex;  // guards what follows, and the order of the lines
+    slib::Mutex mutex;  // the order of the lines, too
     const std::string root;
     const std::string name;  // " program: "
-    std::uint32_t errorCount = 0;
+    std::uint32_t errorCount SLIB_GUARDED_BY(mutex) = 0;
 };
 
 }  // namespace ggui
