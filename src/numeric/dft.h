@@ -8,6 +8,7 @@
 #include <cstdint>
 
 #include "numeric/genericvector.h"
+#include "slib/realtime.h"
 
 // What the plans point to, the transform library's own.
 struct fftwf_plan_s;
@@ -65,9 +66,9 @@ public:
     void inverse(const GenericVector<std::complex<T>, 1>& spectrum, GenericVector<T, 1>& signal);
 
     /// Writes the bins of the N values at `source` to two arrays of N/2 + 1 values.
-    void forwardSplit(const T* source, T* real, T* imaginary);
+    void forwardSplit(const T* source, T* real, T* imaginary) SLIB_NONBLOCKING;
     /// Writes the inverse of N/2 + 1 bins to the N values at `destination`.
-    void inverseSplit(const T* real, const T* imaginary, T* destination);
+    void inverseSplit(const T* real, const T* imaginary, T* destination) SLIB_NONBLOCKING;
 
 private:
     void Allocate(std::uint32_t n);

@@ -16,6 +16,7 @@
 #include <cstdint>
 
 #include "slib/log.h"
+#include "slib/realtime.h"
 
 namespace audiopipe::directsound {
 
@@ -29,18 +30,18 @@ struct AdaptiveBuffering {
     /// The output is about to start with its play cursor at `play` (bytes). What was added stays.
     void Start(std::uint32_t play);
     /// The play cursor is at `play` (bytes) now. The bytes that it went forward.
-    std::int32_t Follow(std::uint32_t play);
+    std::int32_t Follow(std::uint32_t play) SLIB_NONBLOCKING;
     /// Takes an advance of the cursor (bytes) seen while waiting for a measure of its step; one of 20 ms or
     /// more isn't.
-    void Measure(std::int32_t delta);
+    void Measure(std::int32_t delta) SLIB_NONBLOCKING;
     /// The bytes that may be written now; a block is held back while one is to be taken away.
-    std::int32_t Room(bool shrink) const;
+    std::int32_t Room(bool shrink) const SLIB_NONBLOCKING;
     /// The milliseconds to wait for what `room` lacks of a block, at least 1.
-    std::uint32_t Patience(std::int32_t room) const;
+    std::uint32_t Patience(std::int32_t room) const SLIB_NONBLOCKING;
     /// Where in the ring the next block goes (bytes).
-    std::uint32_t WriteOffset() const;
+    std::uint32_t WriteOffset() const SLIB_NONBLOCKING;
     /// A block was written at WriteOffset.
-    void Advance();
+    void Advance() SLIB_NONBLOCKING;
     /// Judges the block just written by how far the write cursor is ahead of the play cursor (`safety`,
     /// bytes); `shrink` says that with this block one is taken away.
     void Adapt(std::int32_t safety, bool shrink);

@@ -14,6 +14,7 @@
 #include "pipe/pipe.h"
 #include "platform/soundsystem.h"
 #include "slib/log.h"
+#include "slib/realtime.h"
 
 namespace audiopipe::directsound {
 
@@ -54,7 +55,7 @@ public:
     std::uint32_t GetRecordingLatency() override;
 
     void Start() override;
-    void Write(const float* playback, float* recording) override;
+    void Write(const float* playback, float* recording) SLIB_NONBLOCKING override;
     void Stop() override;
 
     /// How far ahead the pipe writes at present.

@@ -12,6 +12,7 @@
 #include <cstdint>
 
 #include "pipe/devicesummary.h"
+#include "slib/realtime.h"
 #include "slib/smartptr.h"
 
 namespace audiopipe {
@@ -35,7 +36,7 @@ public:
     virtual void Start() = 0;
     /// Takes one block of `playback` and fills one of `recording`, either of which may be null where its side
     /// has no channels or isn't wanted. Waits until the output has room. Allocates nothing.
-    virtual void Write(const float* playback, float* recording) = 0;
+    virtual void Write(const float* playback, float* recording) SLIB_NONBLOCKING = 0;
     /// Stops the output.
     virtual void Stop() = 0;
 };

@@ -12,6 +12,7 @@
 #include <cstdint>
 
 #include "goal/dsp/delayring.h"
+#include "slib/realtime.h"
 
 namespace goal {
 
@@ -26,7 +27,7 @@ public:
 
     /// Filters a block in place, with c at `amount` times the coefficient. Within the first `glideFrames` c
     /// moves there from the `amount` of the block before.
-    void Run(float* samples, std::uint32_t frames, float amount, std::uint32_t glideFrames);
+    void Run(float* samples, std::uint32_t frames, float amount, std::uint32_t glideFrames) SLIB_NONBLOCKING;
 
 private:
     DelayRing<float> ring;

@@ -9,6 +9,7 @@
 
 #include "numeric/bus.h"
 #include "numeric/floattuplevector.h"
+#include "slib/realtime.h"
 
 namespace goal {
 
@@ -18,13 +19,13 @@ inline constexpr float antiDenormalOffset = 5e-8F;
 /// Adds the offset to the samples 0, 32, 64, ... and takes it from the samples 16, 48, 80, ..., in pairs: a
 /// sample whose partner is past `frames` stays as it is. So the offsets sum to zero, and 16 frames or fewer
 /// stay.
-void ApplyAntiDenormalPattern(float* block, std::uint32_t frames);
+void ApplyAntiDenormalPattern(float* block, std::uint32_t frames) SLIB_NONBLOCKING;
 
 /// The same on each channel.
-void ApplyAntiDenormalPattern(hcml::ac::Bus& bus);
+void ApplyAntiDenormalPattern(hcml::ac::Bus& bus) SLIB_NONBLOCKING;
 
 /// The same on all `size` floats.
-void ApplyAntiDenormalPattern(hcml::FloatTupleVector& block);
+void ApplyAntiDenormalPattern(hcml::FloatTupleVector& block) SLIB_NONBLOCKING;
 
 /// Takes what is denormal, or nearly so, to zero, and leaves the rest within a rounding: for the memory of a
 /// recursive filter, at the end of each run.

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "numeric/genericvector.h"
+#include "slib/realtime.h"
 
 namespace goal {
 
@@ -51,7 +52,7 @@ public:
     void Advance(std::uint32_t count) { index = (index + count) & mask; }
 
     /// Writes `count` samples in order.
-    void WriteAll(const T* source, std::uint32_t count) {
+    void WriteAll(const T* source, std::uint32_t count) SLIB_NONBLOCKING {
         while (count > 0) {
             const std::uint32_t run = std::min(count, RunAhead());
             std::copy_n(source, run, Ahead());
@@ -63,7 +64,7 @@ public:
 
     /// What ring[n] was after each of the last `count` writes, in the order of time; n + count up to the
     /// count of samples.
-    void ReadAll(std::uint32_t n, T* target, std::uint32_t count) const {
+    void ReadAll(std::uint32_t n, T* target, std::uint32_t count) const SLIB_NONBLOCKING {
         while (count > 0) {
             const std::uint32_t oldest = n + count - 1;
             const std::uint32_t run = std::min(count, RunPast(oldest));

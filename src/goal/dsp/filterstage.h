@@ -16,6 +16,7 @@
 #include "goal/state/filterstate.h"
 #include "numeric/bus.h"
 #include "numeric/floattuplevector.h"
+#include "slib/realtime.h"
 
 namespace goal {
 
@@ -38,12 +39,12 @@ struct FilterStageSettings {
 /// channels, and slib::OutOfMemoryException when `output` has to grow and can't.
 bool filterChannels(const FilterParameters& record, SourceFilterState& state, const hcml::ac::Bus& input,
                     hcml::ac::Bus& output, const FilterGainTables& tables,
-                    const FilterStageSettings& settings);
+                    const FilterStageSettings& settings) SLIB_NONBLOCKING;
 
 /// The same for a path of one channel.
 bool filterOne(const FilterParameters& record, SourceFilterState& state, const hcml::FloatTupleVector& input,
                hcml::FloatTupleVector& output, const FilterGainTables& tables,
-               const FilterStageSettings& settings);
+               const FilterStageSettings& settings) SLIB_NONBLOCKING;
 
 /// filterOne, but a path that from waiting.head on has nothing to run but a first-order high section at gains
 /// that are constant leaves that to `waiting`: `output` is complete after waiting.Run(). Until then it must
@@ -51,12 +52,12 @@ bool filterOne(const FilterParameters& record, SourceFilterState& state, const h
 bool FilterOneLater(const FilterParameters& record, SourceFilterState& state,
                     const hcml::FloatTupleVector& input, hcml::FloatTupleVector& output,
                     const FilterGainTables& tables, const FilterStageSettings& settings,
-                    SectionBatch& waiting);
+                    SectionBatch& waiting) SLIB_NONBLOCKING;
 
 /// The same in place.
 inline bool FilterOneLater(const FilterParameters& record, SourceFilterState& state,
                            hcml::FloatTupleVector& samples, const FilterGainTables& tables,
-                           const FilterStageSettings& settings, SectionBatch& waiting) {
+                           const FilterStageSettings& settings, SectionBatch& waiting) SLIB_NONBLOCKING {
     return FilterOneLater(record, state, samples, samples, tables, settings, waiting);
 }
 

@@ -8,6 +8,7 @@
 #include <cstdint>
 
 #include "goal/dsp/delayring.h"
+#include "slib/realtime.h"
 
 namespace goal {
 
@@ -18,7 +19,7 @@ inline float FiniteSample(float sample) {
 }
 
 /// Writes `count` samples in order, as FiniteSample has them.
-inline void WriteFinite(DelayRing<float>& ring, const float* source, std::uint32_t count) {
+inline void WriteFinite(DelayRing<float>& ring, const float* source, std::uint32_t count) SLIB_NONBLOCKING {
     while (count > 0) {
         const std::uint32_t run = std::min(count, ring.RunAhead());
         std::transform(source, source + run, ring.Ahead(), FiniteSample);

@@ -8,6 +8,7 @@
 
 #include "numeric/bus.h"
 #include "numeric/floattuplevector.h"
+#include "slib/realtime.h"
 
 namespace goal {
 
@@ -29,7 +30,7 @@ GainSlew MakeGainSlew(double sampleRate);
 /// The gain to work with where a game's settings multiply to `gain`: itself from 1e-20 to 1e15, 1e15 above,
 /// and 0, which is silence, below and for what is infinite or not a number. So nothing that isn't finite gets
 /// into a ramp, a filter's memory or the mix, and no product with a sample is denormal.
-float UsableGain(float gain);
+float UsableGain(float gain) SLIB_NONBLOCKING;
 
 /// A gain on a block of one or more channels. The constants are copied from those of the renderer's filters.
 struct GainRamp : GainSlew {
@@ -41,13 +42,14 @@ struct GainRamp : GainSlew {
     /// Multiplies all channels by the gain on its way to `target` (linear; any value, see UsableGain). Steps
     /// that don't fit into the block wait for the next one. With `current` and `target` at 1 touches no
     /// sample.
-    void Apply(float target, hcml::ac::Bus& bus);
+    void Apply(float target, hcml::ac::Bus& bus) SLIB_NONBLOCKING;
 
     /// The same on one channel.
-    void Apply(float target, hcml::FloatTupleVector& block);
+    void Apply(float target, hcml::FloatTupleVector& block) SLIB_NONBLOCKING;
 
 private:
-    void Run(float target, float* const* channels, std::uint32_t channelCount, std::uint32_t frames);
+    void Run(float target, float* const* channels, std::uint32_t channelCount,
+             std::uint32_t frames) SLIB_NONBLOCKING;
 };
 
 }  // namespace goal

@@ -7,6 +7,8 @@
 #include <cmath>
 #include <cstdint>
 
+#include "slib/realtime.h"
+
 namespace goal {
 
 /// In units of 2^-32 of a turn.
@@ -48,7 +50,8 @@ public:
     /// Writes the waves of `count` samples from the phase, `ahead` turns on, in steps of `step`; the phase
     /// stays. The step is rounded, by 2^-33 of a turn: keep the count small.
     template <typename Wave>
-    void Fill(float* values, std::uint32_t count, std::uint64_t step, double ahead, Wave wave) const {
+    void Fill(float* values, std::uint32_t count, std::uint64_t step, double ahead,
+              Wave wave) const SLIB_NONBLOCKING {
         const Phase first = High(phase + Wrapped(ahead));
         const Phase small = High(step + (1ULL << 31));
         for (std::uint32_t i = 0; i < count; ++i)

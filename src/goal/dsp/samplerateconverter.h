@@ -14,6 +14,7 @@
 
 #include "goal/state/converterstate.h"
 #include "numeric/alignedmemory.h"
+#include "slib/realtime.h"
 
 namespace goal {
 
@@ -51,14 +52,14 @@ private:
 
 /// Sets step and filter for `ratio`, input rate / output rate. Above 512 it is held at 512; at or below
 /// 2^-19, and for what is no number, the source creeps on at 2^-19 of a frame per output.
-void setRatio(ConverterCursor& state, double ratio);
+void setRatio(ConverterCursor& state, double ratio) SLIB_NONBLOCKING;
 
 /// How much may be pushed and then produced in one go, when `available` input frames are there and `wanted`
 /// output frames are asked for: `toPush` is at most `available`, `toProduce` at most `wanted`, what is pushed
 /// overwrites nothing that an output still needs, and every output finds its frames in the ring. With input
 /// there at least one of the two is above 0, unless nothing is wanted.
 void planBlock(ConverterCursor& state, std::uint32_t available, std::uint32_t wanted, std::uint32_t& toPush,
-               std::uint32_t& toProduce);
+               std::uint32_t& toProduce) SLIB_NONBLOCKING;
 
 /// Adds one input sample.
 inline void push(ConverterState& state, float value) {
@@ -77,13 +78,13 @@ inline void push(MultiChannelConverterState& state, const float* frame) {
 
 /// One output sample. The products are summed by halves: those of the upper half of the taps onto those of
 /// the lower half, and so on down to one, which is the same order at every vector width.
-float produce(ConverterState& state);
+float produce(ConverterState& state) SLIB_NONBLOCKING;
 
 /// `count` output samples.
-void produce(ConverterState& state, float* target, std::uint32_t count);
+void produce(ConverterState& state, float* target, std::uint32_t count) SLIB_NONBLOCKING;
 
 /// `count` output frames, channel c into targets[c][offset] and on, each summed in the order above.
 void produce(MultiChannelConverterState& state, float* const* targets, std::uint32_t offset,
-             std::uint32_t count);
+             std::uint32_t count) SLIB_NONBLOCKING;
 
 }  // namespace goal

@@ -9,6 +9,7 @@
 
 #include "goal/state/filterstate.h"
 #include "numeric/kernels/firstorderkernel.h"
+#include "slib/realtime.h"
 
 namespace goal {
 
@@ -24,10 +25,10 @@ public:
     /// `section`, from `head` to the end of a block, runs at the next Run at the latest, and leaves its last
     /// output in the memory of channel 0 of `state`. Its rows and the state must stay where they are until
     /// then.
-    void Add(const hcml::FirstOrderSection& section, SourceFilterState& state);
+    void Add(const hcml::FirstOrderSection& section, SourceFilterState& state) SLIB_NONBLOCKING;
 
     /// Runs what waits.
-    void Run();
+    void Run() SLIB_NONBLOCKING;
 
 private:
     // As many as run side by side; their rows are still in the nearest cache.

@@ -17,6 +17,7 @@
 #include "numeric/bus.h"
 #include "numeric/floattuplevector.h"
 #include "numeric/kernels/comblinekernel.h"
+#include "slib/realtime.h"
 
 namespace goal::fx {
 
@@ -40,7 +41,7 @@ public:
     void ForgetTables() { wasSet = false; }
 
     /// Sets `frames` samples of the four outputs.
-    void Run(const float* input, std::uint32_t frames, float* const* outputs);
+    void Run(const float* input, std::uint32_t frames, float* const* outputs) SLIB_NONBLOCKING;
 
 private:
     struct CombLine {

@@ -12,6 +12,7 @@
 
 #include "goal/fx/compressorparameters.h"
 #include "goal/fx/effectprocessorstate.h"
+#include "slib/realtime.h"
 
 namespace goal::fx {
 
@@ -19,7 +20,7 @@ class CompressorState : public EffectProcessorState {
 public:
     CompressorState(const CompressorParameters& parameters, const RenderContext& context);
 
-    void process(const EffectProcessArgs& args) override;
+    void process(const EffectProcessArgs& args) SLIB_NONBLOCKING override;
 
 private:
     const double decay;   // of the envelope, per frame: 20 dB of power a second

@@ -8,6 +8,7 @@
 
 #include "goal/fx/dedicatedparameters.h"
 #include "goal/fx/effectprocessorstate.h"
+#include "slib/realtime.h"
 
 namespace goal::fx {
 
@@ -15,7 +16,7 @@ class DedicatedState : public EffectProcessorState {
 public:
     explicit DedicatedState(const DedicatedParameters& parameters);
 
-    void process(const EffectProcessArgs& args) override;
+    void process(const EffectProcessArgs& args) SLIB_NONBLOCKING override;
 };
 
 }  // namespace goal::fx

@@ -11,6 +11,7 @@
 #include "goal/dsp/onepole.h"
 #include "goal/fx/distortionparameters.h"
 #include "goal/fx/effectprocessorstate.h"
+#include "slib/realtime.h"
 
 namespace goal::fx {
 
@@ -18,7 +19,7 @@ class DistortionState : public EffectProcessorState {
 public:
     DistortionState(const DistortionParameters& parameters, const RenderContext& context);
 
-    void process(const EffectProcessArgs& args) override;
+    void process(const EffectProcessArgs& args) SLIB_NONBLOCKING override;
 
 private:
     // y = gain*x + b1*y1 + b2*y2. Double precision holds a narrow resonance at a low frequency.

@@ -15,6 +15,7 @@
 #include "goal/dsp/delayring.h"
 #include "goal/fx/reverbparameters.h"
 #include "numeric/bus.h"
+#include "slib/realtime.h"
 
 namespace goal::fx {
 
@@ -27,7 +28,7 @@ public:
     /// Sets the first `frames` samples of the four channels of `output`. Where delays, gain or pan have
     /// changed, fades from the old to the new ones over the first 2 ms.
     void Run(const ReverbParametersBase& parameters, const float* const* input, std::uint32_t frames,
-             hcml::ac::Bus& output);
+             hcml::ac::Bus& output) SLIB_NONBLOCKING;
 
 private:
     // What a block's parameters come to.

@@ -19,6 +19,7 @@
 #include "goal/dsp/delayring.h"
 #include "goal/fx/echoparameters.h"
 #include "goal/fx/effectprocessorstate.h"
+#include "slib/realtime.h"
 
 namespace goal::fx {
 
@@ -27,7 +28,7 @@ public:
     /// The delays start at those of the parameters.
     EchoState(const EchoParameters& parameters, const RenderContext& context);
 
-    void process(const EffectProcessArgs& args) override;
+    void process(const EffectProcessArgs& args) SLIB_NONBLOCKING override;
 
 private:
     struct Gains {

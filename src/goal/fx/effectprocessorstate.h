@@ -13,6 +13,7 @@
 #include "goal/state/basis.h"
 #include "goal/state/effectprocessorparameters.h"
 #include "numeric/bus.h"
+#include "slib/realtime.h"
 
 namespace goal {
 
@@ -68,7 +69,7 @@ public:
     EffectProcessorState& operator=(const EffectProcessorState&) = delete;
 
     /// Adds the effect of one block to the output. Allocates nothing.
-    virtual void process(const EffectProcessArgs& args) = 0;
+    virtual void process(const EffectProcessArgs& args) SLIB_NONBLOCKING = 0;
 
 protected:
     EffectProcessorState(std::int32_t effectType, EffectInput inputKind, EffectOutput outputKind)

@@ -14,6 +14,7 @@
 #include "goal/fx/effectprocessorstate.h"
 #include "goal/fx/equalizerparameters.h"
 #include "numeric/fixedcascadeprocessor.h"
+#include "slib/realtime.h"
 
 namespace goal::fx {
 
@@ -21,7 +22,7 @@ class EqualizerState_v2 : public EffectProcessorState {
 public:
     EqualizerState_v2(const EqualizerParameters& parameters, const RenderContext& context);
 
-    void process(const EffectProcessArgs& args) override;
+    void process(const EffectProcessArgs& args) SLIB_NONBLOCKING override;
 
 private:
     using Cascade = hcml::dsp::FixedCascadeProcessor<3>;

@@ -10,6 +10,7 @@
 
 #include "goal/dsp/delayring.h"
 #include "goal/fx/reverbparameters.h"
+#include "slib/realtime.h"
 
 namespace goal::fx {
 
@@ -22,7 +23,8 @@ public:
 
     /// Sets `frames` samples of `output`. A wait that has changed moves by a sample in four, a depth by a
     /// sample in one.
-    void Run(const ReverbParametersBase& parameters, const float* input, std::uint32_t frames, float* output);
+    void Run(const ReverbParametersBase& parameters, const float* input, std::uint32_t frames,
+             float* output) SLIB_NONBLOCKING;
 
 private:
     void RunMoving(std::int32_t base, std::int32_t depth, float phaseStep, std::uint32_t frames,

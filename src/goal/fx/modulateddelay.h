@@ -17,6 +17,7 @@
 #include "goal/dsp/oscillator.h"
 #include "goal/fx/effectprocessorstate.h"
 #include "goal/fx/modulateddelayparameters.h"
+#include "slib/realtime.h"
 
 namespace goal::fx {
 
@@ -25,7 +26,7 @@ public:
     /// Delay and depth start at those of the parameters, with no glide.
     ModulatedDelayState(const ModulatedDelayParameters& parameters, const RenderContext& context);
 
-    void process(const EffectProcessArgs& args) override;
+    void process(const EffectProcessArgs& args) SLIB_NONBLOCKING override;
 
 private:
     static constexpr std::uint32_t chunkFrames = 128;
@@ -38,7 +39,8 @@ private:
 
     void Sweep(Tap& tap, std::uint32_t count, const ModulatedDelayParameters& parameters, double ahead) const;
     void Glide(std::uint32_t count);
-    void Run(std::uint32_t first, std::uint32_t count, const EffectProcessArgs& args, float feedback);
+    void Run(std::uint32_t first, std::uint32_t count, const EffectProcessArgs& args,
+             float feedback) SLIB_NONBLOCKING;
     float Read(const Tap& tap, std::uint32_t i) const;
 
     const float sampleRate;  // Hz

@@ -25,6 +25,7 @@
 #include "goal/fx/reverbparameters.h"
 #include "numeric/bus.h"
 #include "numeric/floattuplevector.h"
+#include "slib/realtime.h"
 
 namespace goal::fx {
 
@@ -44,7 +45,7 @@ public:
     /// whether ten or four comb lines run. Throws slib::OutOfMemoryException.
     ReverbState_v2(const ReverbParameters& parameters, const RenderContext& context);
 
-    void process(const EffectProcessArgs& args) override;
+    void process(const EffectProcessArgs& args) SLIB_NONBLOCKING override;
 
 private:
     static constexpr std::uint32_t sides = CombLines::outputCount;

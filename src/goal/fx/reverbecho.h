@@ -11,6 +11,7 @@
 
 #include "goal/dsp/delayring.h"
 #include "goal/fx/reverbparameters.h"
+#include "slib/realtime.h"
 
 namespace goal::fx {
 
@@ -21,7 +22,7 @@ public:
 
     /// Adds the echoes of `frames` samples in place. Each is the earlier times f, which gives the echoes the
     /// decay time of the room, less what diffusion takes. A time that has changed moves by a sample in four.
-    void Run(const ReverbParametersBase& parameters, float* samples, std::uint32_t frames);
+    void Run(const ReverbParametersBase& parameters, float* samples, std::uint32_t frames) SLIB_NONBLOCKING;
 
 private:
     std::uint32_t RunSteps(std::int32_t target, std::uint32_t frame, std::uint32_t count);

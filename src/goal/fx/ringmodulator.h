@@ -13,6 +13,7 @@
 #include "goal/dsp/oscillator.h"
 #include "goal/fx/effectprocessorstate.h"
 #include "goal/fx/ringmodulatorparameters.h"
+#include "slib/realtime.h"
 
 namespace goal::fx {
 
@@ -21,7 +22,7 @@ public:
     RingModulatorState(const RingModulatorParameters& parameters, const RenderContext& context);
 
     /// Throws slib::IntegrityFailureException for a waveform that is none of the ring modulator's.
-    void process(const EffectProcessArgs& args) override;
+    void process(const EffectProcessArgs& args) SLIB_NONBLOCKING override;
 
 private:
     const double sampleRate;  // Hz

@@ -10,6 +10,7 @@
 #include "numeric/bus.h"
 #include "numeric/genericmatrix.h"
 #include "orb3core/speakers/array.h"
+#include "slib/realtime.h"
 
 namespace goal {
 
@@ -44,7 +45,7 @@ public:
     ArrayBus& operator[](int key) { return buses.at(key); }
 
     /// Adds every mix that has content to the spatial bus, and clears it.
-    void MixInto(hcml::ac::Bus& spatial);
+    void MixInto(hcml::ac::Bus& spatial) SLIB_NONBLOCKING;
 
 private:
     void Add(int key, std::uint32_t inputs, hcml::GenericMatrix<float, 1> encode);

@@ -7,6 +7,7 @@
 
 #include "goal/render/sourcegeometry.h"
 #include "goal/state/enginestate.h"
+#include "slib/realtime.h"
 
 namespace goal {
 
@@ -17,6 +18,6 @@ using RotationMatrix = std::array<Vector3, 3>;
 /// basis of the source's orientation. A relative source is fixed to the listener's head, so that `listener`
 /// plays no part. For a source in the plane (three channels) the last column has nothing to act on, yet all
 /// three rows count.
-RotationMatrix BFormatRotation(const Basis& listener, const Basis& source, bool relative);
+RotationMatrix BFormatRotation(const Basis& listener, const Basis& source, bool relative) SLIB_NONBLOCKING;
 
 }  // namespace goal

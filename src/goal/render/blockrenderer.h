@@ -4,6 +4,7 @@
 // and destroyed on the server's thread.
 
 #include "goal/render/renderoutput.h"
+#include "slib/realtime.h"
 
 namespace goal {
 
@@ -13,7 +14,7 @@ struct RenderSnapshot;
 class BlockRenderer {
 public:
     virtual ~BlockRenderer() = default;
-    virtual void renderBlock(RenderSnapshot& snapshot, RenderOutput& output) = 0;
+    virtual void renderBlock(RenderSnapshot& snapshot, RenderOutput& output) SLIB_NONBLOCKING = 0;
 };
 
 }  // namespace goal

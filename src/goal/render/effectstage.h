@@ -21,6 +21,7 @@
 #include "goal/render/sendstage.h"
 #include "goal/state/enginestate.h"
 #include "numeric/bus.h"
+#include "slib/realtime.h"
 
 namespace goal {
 
@@ -40,7 +41,8 @@ public:
     /// effect makes of samples or settings that aren't finite is left out, and a new effect made for the next
     /// block, so that nothing of it remains. Throws slib::IntegrityFailureException for an unknown output
     /// kind.
-    void Run(const RenderSnapshot& snapshot, SendStage& sends, ArrayBuses& arrays, RenderOutput& output);
+    void Run(const RenderSnapshot& snapshot, SendStage& sends, ArrayBuses& arrays,
+             RenderOutput& output) SLIB_NONBLOCKING;
 
 private:
     void Process(EffectProcessorState& state, const AuxSlotParameters& slot, const GlobalParameters& globals,

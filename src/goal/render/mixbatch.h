@@ -11,6 +11,7 @@
 #include "goal/dsp/sectionbatch.h"
 #include "numeric/bus.h"
 #include "numeric/floattuplevector.h"
+#include "slib/realtime.h"
 
 namespace goal {
 
@@ -35,15 +36,16 @@ public:
 
     /// Adds Row() to the bus with these weights, one per channel, at the latest at Flush. A row that holds a
     /// sample that isn't finite is left out, since no later stage would get rid of it.
-    void Add(const float* weights, hcml::ac::Bus& bus);
+    void Add(const float* weights, hcml::ac::Bus& bus) SLIB_NONBLOCKING;
 
     /// The same, where the weights may have moved since the block before: those of `path`, updated to
     /// `weights`, move toward them by `step` per sample, or take them at once when they aren't valid. Only
     /// that head of the block is worked sample by sample. `path` must stay where it is until the Flush.
-    void AddMoving(const float* weights, SourceFilterState& path, float step, hcml::ac::Bus& bus);
+    void AddMoving(const float* weights, SourceFilterState& path, float step,
+                   hcml::ac::Bus& bus) SLIB_NONBLOCKING;
 
     /// Adds all rows gathered to the bus.
-    void Flush(hcml::ac::Bus& bus);
+    void Flush(hcml::ac::Bus& bus) SLIB_NONBLOCKING;
 
 private:
     static constexpr std::uint32_t mostChannels = 25;

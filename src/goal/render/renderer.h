@@ -26,6 +26,7 @@
 #include "numeric/bus.h"
 #include "numeric/floattuplevector.h"
 #include "orb3core/settings/configuration.h"
+#include "slib/realtime.h"
 
 namespace goal {
 
@@ -41,7 +42,7 @@ public:
 
     /// Fills `output`, whose spatial bus has (order+1)² channels of the block's frames. Moves the play
     /// positions of the snapshot's sources on and stops those that run out of data.
-    void renderBlock(RenderSnapshot& snapshot, RenderOutput& output) override;
+    void renderBlock(RenderSnapshot& snapshot, RenderOutput& output) SLIB_NONBLOCKING override;
 
 private:
     void StartBlock(const RenderSnapshot& snapshot, RenderOutput& output);

@@ -18,6 +18,7 @@
 #include "goal/state/enginestate.h"
 #include "numeric/bus.h"
 #include "numeric/floattuplevector.h"
+#include "slib/realtime.h"
 
 namespace goal {
 
@@ -35,16 +36,17 @@ public:
     /// The input of slot `index`, as Sync shaped it, with all that was sent to it; without channels for a
     /// slot without an effect. Call it for each slot with an effect in each block, for until then its sends
     /// may wait, and with them the memories of their filters.
-    const hcml::ac::Bus& Input(std::uint32_t index);
+    const hcml::ac::Bus& Input(std::uint32_t index) SLIB_NONBLOCKING;
 
     /// All sends of a one-channel source. `samples` is its block before any filter, `scale` brings that to
     /// full scale.
     void SendMono(const Source& source, SourceRendererState& state, const RenderSnapshot& snapshot,
-                  const SourceGeometry& geometry, const hcml::FloatTupleVector& samples, float scale);
+                  const SourceGeometry& geometry, const hcml::FloatTupleVector& samples,
+                  float scale) SLIB_NONBLOCKING;
 
     /// All sends of a source of several channels. `samples` is its block; of B-format only channel 0 goes.
     void SendMultiChannel(const Source& source, SourceRendererState& state, const hcml::ac::Bus& samples,
-                          bool isBFormat, float scale);
+                          bool isBFormat, float scale) SLIB_NONBLOCKING;
 
 private:
     struct Slot {

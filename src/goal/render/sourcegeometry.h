@@ -17,13 +17,14 @@
 #include "goal/render/sourceradiustable.h"
 #include "goal/state/basis.h"
 #include "goal/state/enginestate.h"
+#include "slib/realtime.h"
 
 namespace goal {
 
 /// The basis of an AL_ORIENTATION: `at` is forward, and `up` is made perpendicular to it. Neither need have
 /// length 1. An `at` that is zero or not finite counts as (0, 0, -1); an `up` that is so, or parallel to
 /// `at`, as (0, 1, 0), or (0, 0, 1) where `at` is on that axis. So the result is always a rotation.
-Basis BuildBasis(const Vector3& at, const Vector3& up);
+Basis BuildBasis(const Vector3& at, const Vector3& up) SLIB_NONBLOCKING;
 
 /// What LocateSource makes of a source. Gains are linear, angles in radians.
 struct SourceGeometry {
@@ -42,7 +43,8 @@ struct SourceGeometry {
 /// Places the source. `listener` is the basis of the listener's orientation in `globals`; `radiusTable` is of
 /// `order`, the order of the spatial bus. Throws slib::IntegrityFailureException unless that is 1 to 4.
 SourceGeometry LocateSource(const SourceBaseParameters& source, const GlobalParameters& globals,
-                            const Basis& listener, const SourceRadiusTable& radiusTable, unsigned order);
+                            const Basis& listener, const SourceRadiusTable& radiusTable,
+                            unsigned order) SLIB_NONBLOCKING;
 
 /// What decides about a send at the slot's end. The two last values are those of a reverb.
 struct SendTarget {
@@ -59,7 +61,7 @@ struct SendGains {
 /// The gains of one send of a one-channel source, but for its filter. An automatic send takes the cone as
 /// what the source gives off into the whole room, wherever the listener is.
 SendGains ComputeSendGains(const SourceBaseParameters& source, const GlobalParameters& globals,
-                           const SourceGeometry& geometry, const SendTarget& target);
+                           const SourceGeometry& geometry, const SendTarget& target) SLIB_NONBLOCKING;
 
 /// The bounds of what is mixed: +120 dB, and what lets a sound of a second pass within a sample.
 inline constexpr float largestGain = 1e6F;
@@ -69,8 +71,8 @@ inline constexpr float largestPitch = 65536;
 /// weights within ± largestGain, HF gains 0 to 1, the pitch at most largestPitch. A source of which the
 /// geometry (or, for one of several channels, gain and pitch) fails is silent for the block, sends and all,
 /// and its position holds; a send that fails contributes nothing.
-bool IsFinite(const SourceGeometry& geometry);
-bool IsFinite(const SendGains& gains);
-bool IsFinite(float gain, float pitch);
+bool IsFinite(const SourceGeometry& geometry) SLIB_NONBLOCKING;
+bool IsFinite(const SendGains& gains) SLIB_NONBLOCKING;
+bool IsFinite(float gain, float pitch) SLIB_NONBLOCKING;
 
 }  // namespace goal

@@ -6,6 +6,8 @@
 
 #include <vector>
 
+#include "slib/realtime.h"
+
 namespace goal {
 
 /// The gain of each order of the field by x = distance / radius. Row r is for ln x = (r - 161.5) / 32, so
@@ -31,7 +33,7 @@ struct SourceRadiusTable {
 
     /// Writes the gains at x to `columnCount` floats at `out`: two rows blended by ln x, or the first or last
     /// row beyond the ends; NaN counts as the former. Allocates nothing.
-    void lookupRadiusGains(float x, float* out) const;
+    void lookupRadiusGains(float x, float* out) const SLIB_NONBLOCKING;
 };
 
 }  // namespace goal

@@ -16,6 +16,7 @@
 #include "numeric/alignedmemory.h"
 #include "numeric/bus.h"
 #include "orb3core/settings/goalconfig.h"
+#include "slib/realtime.h"
 
 namespace goal {
 
@@ -44,12 +45,13 @@ public:
     /// The first buffer's rate and scale serve for the whole queue. A queue that holds a buffer of another
     /// channel count is an integrity failure.
     float ReadMono(Source& source, PreviousFrame& previousFrame, ConverterState& converter, ReadRate rate,
-                   float* target, std::uint32_t frames);
+                   float* target, std::uint32_t frames) SLIB_NONBLOCKING;
 
     /// The same for a source of two to eight channels, as many as `target` has: fills all its frames. A
     /// converter of another channel count gets a new ring, which may throw slib::OutOfMemoryException.
     float ReadMultiChannel(Source& source, PreviousFrame& previousFrame,
-                           MultiChannelConverterState& converter, ReadRate rate, hcml::ac::Bus& target);
+                           MultiChannelConverterState& converter, ReadRate rate,
+                           hcml::ac::Bus& target) SLIB_NONBLOCKING;
 
 private:
     struct Target;

@@ -6,6 +6,8 @@
 #include <array>
 #include <span>
 
+#include "slib/realtime.h"
+
 namespace goal {
 
 /// One side in the spatial bus: its samples times weights[i] are added to channel channels[i]. The other
@@ -17,6 +19,6 @@ struct StereoPan {
 
 /// The weights of one side at `angle`, a finite azimuth in radians, positive to the left. `order` is that of
 /// the spatial bus; throws slib::IntegrityFailureException unless it is 1 to 4.
-StereoPan PanStereoSide(float angle, unsigned order);
+StereoPan PanStereoSide(float angle, unsigned order) SLIB_NONBLOCKING;
 
 }  // namespace goal

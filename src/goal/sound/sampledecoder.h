@@ -12,6 +12,7 @@
 #include <cstdint>
 
 #include "goal/sound/buffer.h"
+#include "slib/realtime.h"
 
 namespace goal {
 
@@ -26,14 +27,15 @@ struct FramePicks {
 /// Frames `first` to `first` + `count` - 1, which the buffer must have, as interleaved raw values. Returns
 /// the buffer's own memory when that holds aligned floats, else `scratch`, filled; `scratch` has room for
 /// `count` * channels floats.
-const float* RawFrames(const Buffer& buffer, std::uint32_t first, std::uint32_t count, float* scratch);
+const float* RawFrames(const Buffer& buffer, std::uint32_t first, std::uint32_t count,
+                       float* scratch) SLIB_NONBLOCKING;
 
 /// Fills `target` with count * width * channels raw values, frame by frame. Reads only the frames that it
 /// picks (of IMA ADPCM, their blocks), however great the step; all of them must be frames of the buffer.
-void PickRawFrames(const Buffer& buffer, const FramePicks& picks, float* target);
+void PickRawFrames(const Buffer& buffer, const FramePicks& picks, float* target) SLIB_NONBLOCKING;
 
 /// The last frame of the buffer as the one that came before the next buffer: `channels` raw values. Zeros for
 /// IMA ADPCM, of which the last frame isn't decoded for that. Keeps `frame` for a buffer of 0 frames.
-void CopyLastRawFrame(const Buffer& buffer, float* frame);
+void CopyLastRawFrame(const Buffer& buffer, float* frame) SLIB_NONBLOCKING;
 
 }  // namespace goal

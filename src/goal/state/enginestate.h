@@ -24,6 +24,7 @@
 #include "goal/state/filterstate.h"
 #include "goal/state/indexset.h"
 #include "numeric/genericvector.h"
+#include "slib/realtime.h"
 #include "slib/smartptr.h"
 
 namespace slib {
@@ -182,11 +183,11 @@ struct ApplicationState : SuspendedState {
 /// was touched. New sources are prepared for `converterStart`. The server, with stateMutex held; throws
 /// slib::OutOfMemoryException.
 void CopyToSnapshot(RenderSnapshot& snapshot, ApplicationState& application,
-                    const ConverterCursor* converterStart = nullptr);
+                    const ConverterCursor* converterStart = nullptr) SLIB_NONBLOCKING;
 
 /// Brings back what the block moved: positions, current buffers and stops. Where the game changed something
 /// since the copy, the game's value stays. The server, with stateMutex held.
-void MergeProgress(RenderSnapshot& snapshot, ApplicationState& application);
+void MergeProgress(RenderSnapshot& snapshot, ApplicationState& application) SLIB_NONBLOCKING;
 
 /// Copies the application state to the suspended one, whose sources then follow the renderer until the game
 /// changes them. With stateMutex held; throws slib::OutOfMemoryException.

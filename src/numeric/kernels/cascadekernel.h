@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+#include "slib/realtime.h"
+
 namespace hcml {
 
 /// Of (b0 + b1/z + b2/z²) / (1 + a1/z + a2/z²).
@@ -35,6 +37,7 @@ struct CascadeRow {
 /// and adds the last y, rounded to a float, times `gain`, to the output. Quickest with multiples of eight
 /// rows and of four frames; any number of either is right. Any alignment will do. Doesn't flush denormal
 /// values.
-void AddCascades(const CascadeRow* rows, std::uint32_t count, std::uint32_t frames, float gain);
+void AddCascades(const CascadeRow* rows, std::uint32_t count, std::uint32_t frames,
+                 float gain) SLIB_NONBLOCKING;
 
 }  // namespace hcml

@@ -10,6 +10,8 @@
 
 #include <cstdint>
 
+#include "slib/realtime.h"
+
 namespace hcml {
 
 /// One value for each line.
@@ -50,10 +52,10 @@ struct CombRun {
 /// written there. What goes ahead is (w + 5e-8) - 5e-8, which is never denormal; the memory isn't kept from
 /// that. Lines after `lineCount` may be computed too.
 void RunCombLines(const CombRun& run, std::uint32_t lineCount, const CombCoefficients& coefficients,
-                  CombMemory& memory);
+                  CombMemory& memory) SLIB_NONBLOCKING;
 
 /// The same with coefficients that move: each grows by its `steps` after every frame.
 void RunMovingCombLines(const CombRun& run, std::uint32_t lineCount, CombCoefficients& coefficients,
-                        const CombCoefficients& steps, CombMemory& memory);
+                        const CombCoefficients& steps, CombMemory& memory) SLIB_NONBLOCKING;
 
 }  // namespace hcml

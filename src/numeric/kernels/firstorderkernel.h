@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+#include "slib/realtime.h"
+
 namespace hcml {
 
 /// One row and its section.
@@ -20,6 +22,7 @@ struct FirstOrderSection {
 /// Runs y = b0 * x + a * y1 over `frames` samples of each of the `count` rows: two products and a sum, each
 /// rounded. Quickest with sixteen rows and whole groups of four frames; any number of either is right. Any
 /// alignment will do. Doesn't flush denormal values.
-void RunFirstOrderSections(FirstOrderSection* sections, std::uint32_t count, std::uint32_t frames);
+void RunFirstOrderSections(FirstOrderSection* sections, std::uint32_t count,
+                           std::uint32_t frames) SLIB_NONBLOCKING;
 
 }  // namespace hcml

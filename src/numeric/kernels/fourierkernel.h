@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+#include "slib/realtime.h"
+
 namespace hcml {
 
 /// Real and imaginary parts of as many complex values; the rows are the caller's.
@@ -35,9 +37,9 @@ struct Fourier {
 
 /// Writes to `output` the bins X[k] = sum over n of x[n] * exp(-2 pi i k n / size), without a factor. With
 /// real and imaginary rows exchanged, in the input and the output, it is the inverse without a factor.
-void TransformComplex(const Fourier& fourier);
+void TransformComplex(const Fourier& fourier) SLIB_NONBLOCKING;
 
 /// The same for an input whose second half is zero: it isn't read.
-void TransformHalfEmpty(const Fourier& fourier);
+void TransformHalfEmpty(const Fourier& fourier) SLIB_NONBLOCKING;
 
 }  // namespace hcml

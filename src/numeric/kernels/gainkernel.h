@@ -9,17 +9,20 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "slib/realtime.h"
+
 namespace hcml {
 
 /// target[i] = source[i] * gain, with a linear gain. The two rows are the same or don't overlap.
-void MultiplyRow(float* target, const float* source, float gain, std::uint32_t vectors);
+void MultiplyRow(float* target, const float* source, float gain, std::uint32_t vectors) SLIB_NONBLOCKING;
 
 /// target[i] += source[i] * gain: a product, rounded, and then a sum. The two rows are the same or don't
 /// overlap.
-void MultiplyAddRow(float* target, const float* source, float gain, std::uint32_t vectors);
+void MultiplyAddRow(float* target, const float* source, float gain, std::uint32_t vectors) SLIB_NONBLOCKING;
 
 /// MultiplyRow for `count` samples of any alignment, whole groups or not: nothing after them is touched.
-inline void MultiplySamples(float* target, const float* source, float gain, std::size_t count) {
+inline void MultiplySamples(float* target, const float* source, float gain,
+                            std::size_t count) SLIB_NONBLOCKING {
     constexpr std::size_t worthTheCall =
         64;  // below it the choice of the vector target costs more than it saves
     std::size_t done = 0;

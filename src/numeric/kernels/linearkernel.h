@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+#include "slib/realtime.h"
+
 namespace hcml {
 
 /// Where the outputs of a stretch fall. Both in 48.16 fixed point, in frames: 16 bits of fraction.
@@ -21,6 +23,7 @@ struct LinearWalk {
 /// with both factors exact as floats, and each product and the sum rounded. The result is thus 65536 times
 /// too high. Reads from input[(position >> 16) - 1], which for a position below 1 is input[-1], to input[i]
 /// of the last output, and nothing else. `output` overlaps none of that. Any alignment will do.
-void InterpolateLinear(float* output, std::uint32_t count, const float* input, LinearWalk walk);
+void InterpolateLinear(float* output, std::uint32_t count, const float* input,
+                       LinearWalk walk) SLIB_NONBLOCKING;
 
 }  // namespace hcml

@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+#include "slib/realtime.h"
+
 namespace hcml {
 
 /// What to mix into what; all of it the caller's. Rows are whole groups of four floats: `vectors` * 4 of them
@@ -25,6 +27,6 @@ struct Mix {
 /// sources[s][i] to channels[c][i]. Each sum starts at what the channel holds and takes the sources in the
 /// order of their index, every product and every sum rounded: the result is that of one pass over the
 /// channels per source, to the bit.
-void MixSources(const Mix& mix);
+void MixSources(const Mix& mix) SLIB_NONBLOCKING;
 
 }  // namespace hcml

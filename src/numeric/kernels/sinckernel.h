@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+#include "slib/realtime.h"
+
 namespace hcml {
 
 /// One filter of 64 phases: the row of phase p, for a position p/64 of a frame past a frame, is at rows[p *
@@ -29,6 +31,7 @@ struct SincWalk {
 /// The products are rounded, and summed by folding: the upper half of them is added to the lower half,
 /// product by product, and so on until one is left. With 4 taps that is (P0 + P2) + (P1 + P3). Reads the
 /// windows of all outputs and nothing else. `output` overlaps none of them. Any alignment will do.
-void ProduceSinc(float* output, std::uint32_t count, const float* input, SincFilter filter, SincWalk walk);
+void ProduceSinc(float* output, std::uint32_t count, const float* input, SincFilter filter,
+                 SincWalk walk) SLIB_NONBLOCKING;
 
 }  // namespace hcml

@@ -10,6 +10,7 @@
 #include <cstdint>
 
 #include "numeric/kernels/fourierkernel.h"
+#include "slib/realtime.h"
 
 namespace hcml {
 
@@ -21,13 +22,13 @@ struct SpectrumPair {
 /// With z the signal first + i * second and `packed` its spectrum of `size` bins, writes twice the half
 /// spectra of both: packed[k] + conj(packed[size - k]) and (packed[k] - conj(packed[size - k])) / i. `size`
 /// is a multiple of 8. The rows of `packed` have room for size + 1 floats, the last of which is overwritten.
-void SplitPacked(std::uint32_t size, SplitComplex packed, SpectrumPair pair);
+void SplitPacked(std::uint32_t size, SplitComplex packed, SpectrumPair pair) SLIB_NONBLOCKING;
 
 /// The way back, without the factor: writes first[k] + i * second[k] to `packed` for the bins up to size/2
 /// and conj(first[k]) + i * conj(second[k]) to size - k for the others. The bins 0 and size/2 of a real
 /// signal are real. The rows of `packed` have room for size + 1 floats, the last of which is left with
 /// anything.
-void JoinPacked(std::uint32_t size, SpectrumPair pair, SplitComplex packed);
+void JoinPacked(std::uint32_t size, SpectrumPair pair, SplitComplex packed) SLIB_NONBLOCKING;
 
 /// A signal's spectrum and those of the responses that it is multiplied by. Plain rows, the caller's.
 struct SpectrumProduct {
@@ -41,11 +42,11 @@ struct SpectrumProduct {
 /// r.re * s.re - r.im * s.im to the real part and r.re * s.im + r.im * s.re to the imaginary one, every
 /// operation rounded. All rows have `vectors` * 4 floats, and a sum overlaps no other row.
 void AddSpectrumProducts(SplitComplex sum, const SpectrumProduct* products, std::uint32_t count,
-                         std::uint32_t vectors);
+                         std::uint32_t vectors) SLIB_NONBLOCKING;
 
 /// The same for two sums, the second of the second responses, to the same bits: quicker, since each signal is
 /// read once.
 void AddSpectrumProductsToTwo(SpectrumPair sums, const SpectrumProduct* products, std::uint32_t count,
-                              std::uint32_t vectors);
+                              std::uint32_t vectors) SLIB_NONBLOCKING;
 
 }  // namespace hcml

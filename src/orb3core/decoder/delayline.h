@@ -8,6 +8,7 @@
 
 #include "numeric/genericmatrix.h"
 #include "numeric/genericvector.h"
+#include "slib/realtime.h"
 
 namespace orb3 {
 
@@ -26,15 +27,15 @@ struct DelayLine {
 using DelayLines = std::map<std::uint32_t, DelayLine>;
 
 /// Opens a block: no line has had its feed yet.
-void ClearUsed(DelayLines& lines);
+void ClearUsed(DelayLines& lines) SLIB_NONBLOCKING;
 
 /// Passes the block's `samples`, one for each row of `output` (frames by output channels), through the line
 /// of `channel`, which is made with `delay` where there is none, and adds what comes out to that channel. At
 /// most once for each channel and block.
 void MixFeed(DelayLines& lines, std::uint32_t delay, std::uint32_t channel, const float* samples,
-             hcml::GenericMatrix<float, 1>& output);
+             hcml::GenericMatrix<float, 1>& output) SLIB_NONBLOCKING;
 
 /// Does the same with silence for each line that had no feed since ClearUsed.
-void DrainUnused(DelayLines& lines, hcml::GenericMatrix<float, 1>& output);
+void DrainUnused(DelayLines& lines, hcml::GenericMatrix<float, 1>& output) SLIB_NONBLOCKING;
 
 }  // namespace orb3

@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <span>
 
+#include "slib/realtime.h"
+
 namespace orb3 {
 
 /// Goes with a block straight to one output channel: `samples` are the block's frames, the caller's.
@@ -18,13 +20,13 @@ struct DirectFeed {
 };
 
 /// Feeds of one channel in a list; more than one where several signals share a speaker.
-inline std::ptrdiff_t CountFeeds(std::span<const DirectFeed> feeds, std::uint32_t channel) {
+inline std::ptrdiff_t CountFeeds(std::span<const DirectFeed> feeds, std::uint32_t channel) SLIB_NONBLOCKING {
     return std::count_if(feeds.begin(), feeds.end(),
                          [channel](const DirectFeed& feed) { return feed.channel == channel; });
 }
 
 /// Adds `frames` samples of a feed times `gain` to `sum`.
-inline void AddFeed(const DirectFeed& feed, float gain, float* sum, std::uint32_t frames) {
+inline void AddFeed(const DirectFeed& feed, float gain, float* sum, std::uint32_t frames) SLIB_NONBLOCKING {
     for (std::uint32_t frame = 0; frame < frames; ++frame)
         sum[frame] += feed.samples[frame] * gain;
 }

@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+#include "slib/realtime.h"
+
 namespace orb3 {
 
 /// The state from block to block; owned by one thread.
@@ -24,7 +26,7 @@ struct Limiter {
     /// magnitude before that. It looks at the whole block and no further: where the level jumps up the gain
     /// takes its time to fall, and the first steps may stay above 1. Samples that aren't finite become 0 and
     /// don't count.
-    float limit(float* block, std::uint32_t frames, std::uint32_t channels);
+    float limit(float* block, std::uint32_t frames, std::uint32_t channels) SLIB_NONBLOCKING;
 };
 
 }  // namespace orb3

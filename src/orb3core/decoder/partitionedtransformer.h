@@ -23,6 +23,7 @@
 #include "numeric/kernels/fourierkernel.h"
 #include "numeric/kernels/spectrumkernel.h"
 #include "orb3core/transform/timedomaintransform.h"
+#include "slib/realtime.h"
 
 namespace orb3 {
 
@@ -87,9 +88,10 @@ public:
     /// outputs. The frames are a multiple of `blockLength`, and every step's output is complete: it holds
     /// the step's own input. Throws slib::BadParameterException, with nothing done, for other shapes, and
     /// allocates only when `output` has another size.
-    void process(const hcml::GenericMatrix<float, 1>& input, hcml::GenericMatrix<float, 1>& output);
+    void process(const hcml::GenericMatrix<float, 1>& input,
+                 hcml::GenericMatrix<float, 1>& output) SLIB_NONBLOCKING;
     /// The same with planar input.
-    void process(const hcml::ac::Bus& bus, hcml::GenericMatrix<float, 1>& output);
+    void process(const hcml::ac::Bus& bus, hcml::GenericMatrix<float, 1>& output) SLIB_NONBLOCKING;
 
 private:
     // What one pass adds to the spectra of two outputs, or of one that is both, in one entry of the ring:

@@ -21,6 +21,7 @@
 #include "pipe/pipe.h"
 #include "slib/log.h"
 #include "slib/mutex.h"
+#include "slib/realtime.h"
 
 namespace orb3 {
 
@@ -34,11 +35,11 @@ public:
     /// feeds of as many frames, whose gains are linear. Feeds of one channel are added up. Throws
     /// slib::BadParameterException for another shape or a feed of no output channel, and then has written
     /// nothing, and what the pipe threw (see the two forms).
-    virtual void writeBus(const hcml::ac::Bus& bus, std::span<const DirectFeed> feeds) = 0;
+    virtual void writeBus(const hcml::ac::Bus& bus, std::span<const DirectFeed> feeds) SLIB_NONBLOCKING = 0;
 
     /// The same for a block of `blockFrames` rows and a column for each input of the transform.
     virtual void writeInterleaved(const hcml::GenericMatrix<float, 1>& block,
-                                  std::span<const DirectFeed> feeds) = 0;
+                                  std::span<const DirectFeed> feeds) SLIB_NONBLOCKING = 0;
 
     /// Writes enough blocks of silence to play the transform's tail. Allocates.
     virtual void flush();

@@ -19,6 +19,7 @@
 #include "orb3core/decoder/delayline.h"
 #include "orb3core/decoder/transformedpipe.h"
 #include "slib/mutex.h"
+#include "slib/realtime.h"
 #include "slib/thread.h"
 
 namespace orb3 {
@@ -50,9 +51,9 @@ public:
     /// Waits for the block that is being decoded and written; one that still waits is dropped.
     ~TransformedPipeUPT_Parallel() override;
 
-    void writeBus(const hcml::ac::Bus& bus, std::span<const DirectFeed> feeds) override;
+    void writeBus(const hcml::ac::Bus& bus, std::span<const DirectFeed> feeds) SLIB_NONBLOCKING override;
     void writeInterleaved(const hcml::GenericMatrix<float, 1>& block,
-                          std::span<const DirectFeed> feeds) override;
+                          std::span<const DirectFeed> feeds) SLIB_NONBLOCKING override;
 
 private:
     // The caller's side.

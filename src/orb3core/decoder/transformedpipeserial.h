@@ -8,6 +8,7 @@
 #include "numeric/floattuplevector.h"
 #include "orb3core/decoder/delayline.h"
 #include "orb3core/decoder/transformedpipe.h"
+#include "slib/realtime.h"
 
 namespace orb3 {
 
@@ -18,9 +19,9 @@ public:
                               audiopipe::PipePtr pipe);
     ~TransformedPipeUPT_Serial() override;
 
-    void writeBus(const hcml::ac::Bus& bus, std::span<const DirectFeed> feeds) override;
+    void writeBus(const hcml::ac::Bus& bus, std::span<const DirectFeed> feeds) SLIB_NONBLOCKING override;
     void writeInterleaved(const hcml::GenericMatrix<float, 1>& block,
-                          std::span<const DirectFeed> feeds) override;
+                          std::span<const DirectFeed> feeds) SLIB_NONBLOCKING override;
 
 private:
     void MixFeeds(std::span<const DirectFeed> feeds);

@@ -1,0 +1,27 @@
+#pragma once
+
+// The mark of the functions that the audio thread runs inside a block, from `Renderer::renderBlock` and the
+// decoder's `writeBus` down to the kernels. In such a function, and in whatever it calls,
+//
+//     - nothing is allocated or freed. A block after the scene has grown, or an effect has changed its type,
+//       finds the room for it first (`CopyToSnapshot`, `EffectStage::Sync`), as a source does whose channels
+//       changed (`SourceReader::ReadMultiChannel`); a steady scene allocates nothing;
+//     - no lock is taken but those that docs/architecture.md names for the copy, the merge, foldback and the
+//       peak, each held for a moment by everybody;
+//     - no system call is made but the pipe's wait for room in the ring, its reading of the clock, and the
+//       hand-over to the decoder's own thread;
+//     - nothing is logged, no file is touched, no name is looked up, no thread is started;
+//     - an exception is a failure that costs the block, never a way to answer.
+//
+// The tests that count allocations go through all marked functions; tests/support/allocationcounter.h lists
+// which test goes through which.
+
+#ifdef __has_cpp_attribute
+#if __has_cpp_attribute(clang::nonblocking)
+#define SLIB_NONBLOCKING [[clang::nonblocking]]
+#endif
+#endif
+#ifndef SLIB_NONBLOCKING
+/// Behind the parameters and `const`, before anything else.
+#define SLIB_NONBLOCKING
+#endif
