@@ -1,0 +1,154 @@
+#!/usr/bin/env python3
+"""Runs clang-tidy over the sources that changed since they were last found clean.
+
+    tidy.py BUILD_TREE [--all] [SOURCE...]
+
+For ./dev lint, which has built BUILD_TREE before: from there come the command of each source and the headers that
+it read. Checked are src, library, tools and fuzz by all of .clang-tidy; benches, which no other gate compiles,
+by clang's own warnings alone. A source that was clean leaves a stamp in the build tree: the digest of all that
+decided, which is clang-tidy's version, the rules, the command, and the source with its headers. --all looks at no stamp.
+SOURCE, by its path in the tree, limits all of it to these.
+"""
+
+import argparse
+import functools
+import hashlib
+import json
+import os
+import pathlib
+import shlex
+import subprocess
+import sys
+from concurrent.futures import ThreadPoolExecutor
+
+CHECKED = ("src", "library", "tools", "fuzz")
+COMPILED_ONLY = ("bench",)
+# Fuzz targets look into guarded state from the only thread there is.
+LOCKS_CHECKED = ("src", "library", "tools")
+
+
+def commands(build, tree):
+    """{source relative to the tree: its compile command}, one for each source."""
+    entries = json.loads((build / "compile_commands.json").read_text())
+    found = {}
+    for entry in entries:
+        file = pathlib.Path(entry["file"])
+        if not file.is_relative_to(tree) or file.suffix != ".cpp":
+            continue
+        name = str(file.relative_to(tree))
+        if name.split("/")[0] in CHECKED + COMPILED_ONLY:
+            found.setdefault(name, entry["command"])
+    return found
+
+
+def dependencies(build):
+    """{object: files that it was made of}, of the objects that are up to date, as the build noted them."""
+    text = subprocess.run(["ninja", "-C", str(build), "-t", "deps"], check=True, capture_output=True, text=True).stdout
+    resolved = functools.cache(lambda line: (build / line).resolve())
+    found = {}
+    files = None
+    for line in text.splitlines():
+        if line and not line.startswith(" "):
+            target, _, rest = line.partition(": #deps")
+            files = found.setdefault(target, []) if "(VALID)" in rest else None
+        elif line.strip() and files is not None:
+            files.append(resolved(line.strip()))
+    return found
+
+
+class Digests:
+    """Of files, each read once: by content in the tree, by size and time outside of it."""
+
+    def __init__(self, tree):
+        self.tree = tree
+        self.known = {}
+
+    def of(self, file):
+        if file not in self.known:
+            if file.is_relative_to(self.tree):
+                self.known[file] = hashlib.sha256(file.read_bytes()).hexdigest()
+            else:
+                status = file.stat()
+                self.known[file] = f"{status.st_size} {status.st_mtime_ns}"
+        return self.known[file]
+
+
+def checker(build, tree, name, command):
+    """The command that checks a source, and the folder to run it in."""
+    if name.startswith(COMPILED_ONLY):
+        words = shlex.split(command)
+        compiler = next(i for i, word in enumerate(words) if word.startswith("-"))  # behind the compiler and its cache
+        output = words.index("-o")
+        return ["clang++", "-fsyntax-only", *words[compiler:output], *words[output + 2:]], build
+    locks = ["--extra-arg=-Wthread-safety"] if name.startswith(LOCKS_CHECKED) else []
+    return ["clang-tidy", "-p", str(build), "--quiet", *locks, str(tree / name)], tree
+
+
+def key_of(check_command, command, files, digests, common):
+    """The digest of all that decides what is said of a source; None when the build doesn't know its headers."""
+    if not files:
+        return None
+    parts = [common, command, *check_command]
+    parts += [f"{file} {digests.of(file)}" for file in sorted(set(files))]
+    return hashlib.sha256("\n".join(parts).encode()).hexdigest()
+
+
+def check(name, check_command, folder):
+    """Runs the command and prints what it finds; true for nothing."""
+    run = subprocess.run(check_command, capture_output=True, text=True, cwd=folder)
+    errors = [line for line in run.stderr.splitlines() if not line.endswith(("warnings generated.", "warning generated."))
+              and not line.startswith(("Suppressed ", "Use -header-filter"))]
+    report = "\n".join([run.stdout.strip()] + errors).strip()
+    if run.returncode != 0:
+        print(f"{name}:\n{report}", flush=True)
+    return run.returncode == 0
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("build", type=pathlib.Path)
+    parser.add_argument("--all", action="store_true")
+    parser.add_argument("sources", nargs="*")
+    arguments = parser.parse_args()
+    tree = pathlib.Path(__file__).resolve().parent.parent
+    build = arguments.build.resolve()
+    stamps = build / "lint"
+    stamps.mkdir(exist_ok=True)
+
+    version = subprocess.run(["clang-tidy", "--version"], check=True, capture_output=True, text=True).stdout
+    common = version + (tree / ".clang-tidy").read_text()
+    objects = dependencies(build)
+    made_of = {}  # by source, which is the first of the files
+    for files in objects.values():
+        if files:
+            made_of[files[0]] = files
+    digests = Digests(tree)
+    due = {}
+    known = commands(build, tree)
+    unknown = [name for name in arguments.sources if name not in known]
+    if unknown:
+        parser.error(f"The build has no source '{unknown[0]}' that is to be checked.")
+    for name, command in sorted(known.items()):
+        if arguments.sources and name not in arguments.sources:
+            continue
+        check_command, folder = checker(build, tree, name, command)
+        key = key_of(check_command, command, made_of.get((tree / name).resolve()), digests, common)
+        stamp = stamps / name.replace("/", "__")
+        if arguments.all or key is None or not stamp.is_file() or stamp.read_text() != key:
+            due[name] = (stamp, key, check_command, folder)
+
+    def run(item):
+        name, (stamp, key, check_command, folder) = item
+        is_clean = check(name, check_command, folder)
+        if is_clean and key is not None:
+            stamp.write_text(key)
+        return is_clean
+
+    print(f"lint looks at {len(due)} sources.", file=sys.stderr, flush=True)
+    with ThreadPoolExecutor(os.cpu_count()) as pool:
+        results = list(pool.map(run, due.items()))
+    return 0 if all(results) else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
