@@ -11,16 +11,15 @@ namespace orb3 {
 namespace {
 
 struct EffectsTier {
-    bool useDirectionalEarlyReflections;
-    bool useFullLateReflections;
+    EffectsQuality quality;
     bool onlyOneReverb;
     SampleRateConversion sampleRateConversion;
 };
 
-constexpr EffectsTier least{false, false, true, SampleRateConversion::Linear};
-constexpr EffectsTier low{false, true, false, SampleRateConversion::Linear};
-constexpr EffectsTier middle{true, true, false, SampleRateConversion::SincLow};
-constexpr EffectsTier most{true, true, false, SampleRateConversion::SincMedium};
+constexpr EffectsTier least{EffectsQuality::Low, true, SampleRateConversion::Linear};
+constexpr EffectsTier low{EffectsQuality::Medium, false, SampleRateConversion::Linear};
+constexpr EffectsTier middle{EffectsQuality::High, false, SampleRateConversion::SincLow};
+constexpr EffectsTier most{EffectsQuality::High, false, SampleRateConversion::SincMedium};
 
 struct Row {
     double bound;  // of the power, which lies below it
@@ -54,8 +53,7 @@ void SelectSettings(GoalConfig& goalConfig, unsigned processors, double rating, 
     const Row& row = RowOf(processors * rating);
     goalConfig = GoalConfig();
     goalConfig.order = row.order;
-    goalConfig.useDirectionalEarlyReflections = row.effects.useDirectionalEarlyReflections;
-    goalConfig.useFullLateReflections = row.effects.useFullLateReflections;
+    SetEffectsQuality(goalConfig, row.effects.quality);
     goalConfig.onlyOneReverb = row.effects.onlyOneReverb;
     goalConfig.sampleRateConversion = row.effects.sampleRateConversion;
     goalConfig.suggestedBufferLength = 256;

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "slib/text.h"
+#include "orb3core/settings/settingtable.h"
 
 namespace orb3 {
 
@@ -44,7 +44,7 @@ void Configuration::Read(const slib::SXMLNode& node) {
     node.CheckLabel("Configuration");
     Configuration fresh;
     fresh.selectedName = node.GetAttribute("SelectedName");
-    fresh.useDirectSoundAutoselect = slib::ParseBool(node.GetAttribute("UseDirectSoundAutoselect"));
+    ReadSettings(node, fresh);
     for (const auto& child : node.children) {
         if (child->label != "Layout") continue;
         const LayoutPtr layout(new spk::Layout);
@@ -60,8 +60,8 @@ void Configuration::Read(const slib::SXMLNode& node) {
 std::unique_ptr<slib::SXMLNode> Configuration::CreateNode() const {
     auto node = std::make_unique<slib::SXMLNode>();
     node->label = "Configuration";
-    node->attributes = {{"SelectedName", selectedName},
-                        {"UseDirectSoundAutoselect", slib::FormatBool(useDirectSoundAutoselect)}};
+    node->attributes["SelectedName"] = selectedName;
+    WriteSettings(*this, *node);
     for (const LayoutPtr& layout : layouts)
         node->AddChild(layout->CreateNode());
     node->AddChild(goalConfig.CreateNode());

@@ -2,7 +2,7 @@
 
 // The settings of the OpenAL renderer, stored in the `Tessarune` node of the configuration document. Read
 // when the configuration is loaded; the server, the renderer and the call interface read the fields of their
-// copy.
+// copy. Names, ranges and texts of the settings are rows of settingtable.cpp.
 
 #include <memory>
 
@@ -12,6 +12,9 @@ namespace orb3 {
 
 /// Quality of the source sample rate converter; stored by name.
 enum class SampleRateConversion { Off, Linear, SincLow, SincMedium, SincHigh };
+
+/// Quality of the reverb; stored by name, and kept as two fields.
+enum class EffectsQuality { Low, Medium, High };
 
 struct GoalConfig {
     double gain = 1.0;  ///< Overall output gain, linear, finite and not negative.
@@ -44,5 +47,9 @@ struct GoalConfig {
     /// failure.
     std::unique_ptr<slib::SXMLNode> CreateNode() const;
 };
+
+/// What useDirectionalEarlyReflections and useFullLateReflections stand for.
+EffectsQuality GetEffectsQuality(const GoalConfig& config);
+void SetEffectsQuality(GoalConfig& config, EffectsQuality quality);
 
 }  // namespace orb3
