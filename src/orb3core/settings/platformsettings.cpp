@@ -1,6 +1,5 @@
 #include "orb3core/settings/platformsettings.h"
 
-#include <cstddef>
 #include <optional>
 #include <string>
 
@@ -14,21 +13,12 @@ namespace {
 using platform::PlatformSettings;
 using Output = PlatformSettings::Output;
 
-// "'Auto', 'Silent' and 'WaveFile'"
-std::string KnownOutputs() {
-    const auto& texts = choiceTexts<Output>;
-    std::string known;
-    for (std::size_t i = 0; i < texts.size(); ++i)
-        known += (i == 0 ? "'" : i + 1 < texts.size() ? ", '" : " and '") + std::string(texts[i]) + "'";
-    return known;
-}
-
 Output ReadOutput(const std::string& text, const std::string& waveFile, slib::Log& log) {
     const std::optional<Output> output = text.empty() ? Output::Auto : FindChoice<Output>(text);
     if (!output)
-        log.Write(
-            "The setting '/Platform/Output' is '" + text + "', which is none of " + KnownOutputs() + ".",
-            true);
+        log.Write("The setting '/Platform/Output' is '" + text +
+                      "', which is none of 'Auto', 'Silent' and 'WaveFile'.",
+                  true);
     else if (*output == Output::WaveFile && waveFile.empty())
         log.Write("The sound can't be written to a file, since the setting '/Platform/WaveFile' names none.",
                   true);

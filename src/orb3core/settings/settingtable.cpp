@@ -184,7 +184,7 @@ constexpr std::array settings{
     Setting{"Order", Required, Whole<At<&GoalConfig::order>>({1, 4}, Outside::Nearest),
         "Ambisonics order: sharpness of directions", "renderer, decoder",
         "The sound field has (order+1)² channels: 4, 9, 16 or 25. Lower it on a slow machine. A layout "
-        "without decoders of this order takes the nearest that it has. The first start chooses it."},
+        "without decoders of this order takes the highest that it has. The first start chooses it."},
     Setting{"SuggestedBufferLength", Required,
         Whole<At<&GoalConfig::suggestedBufferLength>>(blockLengths, Outside::Nearest),
         "frames in a block of output", "renderer, output",
@@ -249,7 +249,7 @@ constexpr std::array settings{
         "Silent plays nowhere, at the pace of the clock. WaveFile records into the file that WaveFile names: 32 "
         "bits, at the pace of the clock, complete at any moment even when the game is killed."},
     Setting{"WaveFile", Optional, StoredPath(),
-        "the file that is recorded into with Output WaveFile", "output",
+        "the file that Output WaveFile records into", "output",
         "What was there is replaced. The second output of one game is recorded into `NAME-2.wav`, and what "
         "doesn't fit into 4 GiB into the next number."},
     Setting{"SpeakerSetting", Optional, StoredChoice(SpeakerSettings),
