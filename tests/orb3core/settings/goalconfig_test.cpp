@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
 #include <string>
 
 #include "orb3core/settings/audiorendererconfig.h"
@@ -12,25 +11,39 @@ namespace {
 
 using orb3::AudioRendererConfig;
 using orb3::GoalConfig;
+using orb3::SampleRateConversion;
 using Style = slib::SXMLNode::Style;
 
-const char* const minimal =
+// A node with the required attributes alone, none at its default.
+const char* const tessarune =
     R"(<Tessarune Gain="0.5" DefaultSampleRate="44100" Order="2" SuggestedBufferLength="256")"
-    R"( SuggestedBufferCount="2" EffectsQuality="High" SRC="SincLow" IsLoggingVerbose="True")"
+    R"( SuggestedBufferCount="7" EffectsQuality="High" SRC="SincLow" IsLoggingVerbose="True")"
     R"( MeasureOutputPeak="False" UseParallelDecoder="True" OnlyOneReverb="True" IgnoreGameSampleRate="True")"
     R"( MasqueradeAsGenericSoftware="True" MasqueradeAsGenericHardware="True"/>)";
+const char* const audioRenderer =
+    R"(<AudioRenderer Gain="-2" SuggestedBufferLength="256" SuggestedBufferCount="7")"
+    R"( IsLoggingVerbose="True" MeasureOutputPeak="False" UseParallelDecoder="True"/>)";
 
-GoalConfig Read(const slib::SXMLNode& node) {
-    GoalConfig config;
+template <typename Config>
+Config Read(const slib::SXMLNode& node) {
+    Config config;
     config.Read(node);
     return config;
 }
 
-// The smallest document with one attribute set to another value.
-GoalConfig ReadWith(const std::string& key, const std::string& value) {
-    slib::SXMLNode node(minimal);
+// `text` with one attribute set to another value.
+template <typename Config>
+Config ReadWith(const char* text, const std::string& key, const std::string& value) {
+    slib::SXMLNode node(text);
     node.attributes[key] = value;
-    return Read(node);
+    return Read<Config>(node);
+}
+
+template <typename Config>
+void ExpectIsWrittenBack(const char* text) {
+    const auto node = Read<Config>(slib::SXMLNode(text)).CreateNode();
+    for (const auto& [key, value] : slib::SXMLNode(text).attributes)
+        EXPECT_EQ(node->GetAttribute(key), value) << key;
 }
 
 TEST(GoalConfig, WithoutOptionalKeys_ReadsTheirDefaultsAndWritesBackTheOthers) {
@@ -38,15 +51,12 @@ TEST(GoalConfig, WithoutOptionalKeys_ReadsTheirDefaultsAndWritesBackTheOthers) {
     config.isSuspendSupported = false;
     config.releaseASIOInBackground = true;
     config.defaultFilterOrder = 2;
-    config.Read(slib::SXMLNode(minimal));
-    const auto node = config.CreateNode();
-    for (const auto& [key, value] : slib::SXMLNode(minimal).attributes)
-        EXPECT_EQ(node->GetAttribute(key), value);
-    EXPECT_EQ(node->GetAttribute("IsSuspendSupported"), "True");
-    EXPECT_EQ(node->GetAttribute("ReleaseASIOInBackground"), "False");
-    EXPECT_EQ(node->GetAttribute("DefaultFilterOrder"), "1");
-    EXPECT_EQ(node->GetAttribute("UseDirectionalEarlyReflections"), "True");
-    EXPECT_TRUE(Read(*node) == config);
+    config.Read(slib::SXMLNode(tessarune));
+    EXPECT_TRUE(config.isSuspendSupported && !config.releaseASIOInBackground);
+    EXPECT_EQ(config.defaultFilterOrder, 1);
+    EXPECT_TRUE(config.useDirectionalEarlyReflections && config.useFullLateReflections);
+    EXPECT_EQ(config.sampleRateConversion, SampleRateConversion::SincLow);
+    ExpectIsWrittenBack<GoalConfig>(tessarune);
 }
 
 TEST(GoalConfig, Defaults_WriteAllKeysInByteOrder) {
@@ -60,46 +70,106 @@ TEST(GoalConfig, Defaults_WriteAllKeysInByteOrder) {
         R"( UseFullLateReflections="True" UseParallelDecoder="False"/>)");
 }
 
-TEST(GoalConfig, ValuesOutOfRange_AreCorrectedInSilence) {
-    // By key, what is read and what is written for it.
-    const std::map<std::string, std::map<std::string, std::string>> cases{
-        {"Gain", {{"-1", "1"}, {"inf", "1"}, {"nan", "1"}, {"loud", "0"}}},
-        {"Order", {{"0", "1"}, {"99999999999", "4"}}},
-        {"SuggestedBufferLength", {{"-99999999999", "64"}}},
-        {"SuggestedBufferCount", {{"0", "1"}}},
-        {"DefaultSampleRate", {{"0", "48000"}, {"1", "1"}}},
-        {"DefaultFilterOrder", {{"2", "2"}, {"3", "1"}}},
-        {"SRC", {{"off", "Linear"}, {"Off", "Off"}, {"SincHigh", "SincHigh"}}},
-        {"EffectsQuality", {{"Low", "Low"}, {"high", "Medium"}}}};
-    for (const auto& [key, texts] : cases)
-        for (const auto& [text, written] : texts)
-            EXPECT_EQ(ReadWith(key, text).CreateNode()->GetAttribute(key), written) << key << text;
-    EXPECT_TRUE(ReadWith("UseFullLateReflections", "no bool at all").useFullLateReflections);
-    GoalConfig broken;
-    broken.sampleRateConversion = static_cast<orb3::SampleRateConversion>(5);
-    EXPECT_THROW(broken.CreateNode(), slib::IntegrityFailureException);
-}
-
-TEST(GoalConfig, MissingOrWrongKeys_FailAndLeaveTheRecord) {
-    for (const auto& [key, value] : slib::SXMLNode(minimal).attributes) {
-        slib::SXMLNode node(minimal);
-        node.attributes.erase(key);
-        GoalConfig config;
-        EXPECT_THROW(config.Read(node), slib::BadXMLException) << key;
-        EXPECT_TRUE(config == GoalConfig());
+TEST(GoalConfig, EachFlag_HasAKeyOfItsOwn) {
+    struct Row {
+        const char* key;
+        bool GoalConfig::*field;
+    };
+    for (const Row& row : {Row{"IsLoggingVerbose", &GoalConfig::isLoggingVerbose},
+                           {"IsSuspendSupported", &GoalConfig::isSuspendSupported},
+                           {"MeasureOutputPeak", &GoalConfig::measureOutputPeak},
+                           {"UseParallelDecoder", &GoalConfig::useParallelDecoder},
+                           {"OnlyOneReverb", &GoalConfig::onlyOneReverb},
+                           {"IgnoreGameSampleRate", &GoalConfig::ignoreGameSampleRate},
+                           {"ReleaseASIOInBackground", &GoalConfig::releaseASIOInBackground},
+                           {"MasqueradeAsGenericSoftware", &GoalConfig::masqueradeAsGenericSoftware},
+                           {"MasqueradeAsGenericHardware", &GoalConfig::masqueradeAsGenericHardware}}) {
+        SCOPED_TRACE(row.key);
+        const GoalConfig before = Read<GoalConfig>(slib::SXMLNode(tessarune));
+        GoalConfig expected = before;
+        expected.*row.field = !(before.*row.field);
+        const auto flipped = ReadWith<GoalConfig>(tessarune, row.key, before.*row.field ? "False" : "True");
+        EXPECT_TRUE(flipped == expected);
+        EXPECT_TRUE(Read<GoalConfig>(*flipped.CreateNode()) == expected);
+        EXPECT_THROW(ReadWith<GoalConfig>(tessarune, row.key, "true"), slib::BadDataException);
     }
-    EXPECT_THROW(ReadWith("IsSuspendSupported", "true"), slib::BadDataException);
-    EXPECT_THROW(Read(slib::SXMLNode("<tessarune/>")), slib::BadXMLException);
 }
 
-TEST(AudioRendererConfig, Numbers_AreCorrectedButTheGainIsNot) {
-    AudioRendererConfig config;
-    config.Read(slib::SXMLNode(
-        R"(<AudioRenderer Gain="-2" SuggestedBufferLength="63" SuggestedBufferCount="-1")"
-        R"( IsLoggingVerbose="True" MeasureOutputPeak="False" UseParallelDecoder="False" Other="x"/>)"));
-    EXPECT_EQ(config.CreateNode()->ToString(Style::Compact),
-              R"(<AudioRenderer Gain="-2" IsLoggingVerbose="True" MeasureOutputPeak="False")"
-              R"( SuggestedBufferCount="1" SuggestedBufferLength="64" UseParallelDecoder="False"/>)");
+struct Correction {
+    const char* key;
+    const char* given;
+    const char* written;
+};
+
+template <typename Config, std::size_t count>
+void ExpectCorrections(const char* text, const Correction (&corrections)[count]) {
+    for (const Correction& c : corrections)
+        EXPECT_EQ(ReadWith<Config>(text, c.key, c.given).CreateNode()->GetAttribute(c.key), c.written)
+            << c.key << " given as " << c.given;
+}
+
+TEST(GoalConfig, ValuesOutOfRange_AreCorrectedInSilence) {
+    ExpectCorrections<GoalConfig>(tessarune, {{"Gain", "-1", "1"},
+                                              {"Gain", "inf", "1"},
+                                              {"Gain", "nan", "1"},
+                                              {"Gain", "loud", "0"},
+                                              {"Order", "0", "1"},
+                                              {"Order", "99999999999", "4"},
+                                              {"SuggestedBufferLength", "-99999999999", "64"},
+                                              {"SuggestedBufferLength", "64", "64"},
+                                              {"SuggestedBufferCount", "0", "1"},
+                                              {"DefaultSampleRate", "0", "48000"},
+                                              {"DefaultSampleRate", "1", "1"},
+                                              {"DefaultFilterOrder", "0", "1"},
+                                              {"DefaultFilterOrder", "2", "2"},
+                                              {"DefaultFilterOrder", "3", "1"},
+                                              {"SRC", "off", "Linear"},
+                                              {"SRC", "Off", "Off"},
+                                              {"SRC", "SincMedium", "SincMedium"},
+                                              {"SRC", "SincHigh", "SincHigh"},
+                                              {"EffectsQuality", "Low", "Low"},
+                                              {"EffectsQuality", "high", "Medium"},
+                                              {"UseFullLateReflections", "no bool", "True"}});
+}
+
+TEST(GoalConfig, AConversionOutsideItsEnumeration_IsUnreachable) {
+    GoalConfig broken;
+    broken.sampleRateConversion = static_cast<SampleRateConversion>(5);
+    try {
+        broken.CreateNode();
+        ADD_FAILURE() << "written";
+    } catch (const slib::IntegrityFailureException& failure) {
+        EXPECT_NE(std::string(failure.what()).find("orb3core/goalconfig"), std::string::npos);
+    }
+}
+
+template <typename Config>
+void ExpectEachKeyIsRequired(const char* text) {
+    for (const auto& [key, value] : slib::SXMLNode(text).attributes) {
+        slib::SXMLNode node(text);
+        node.attributes.erase(key);
+        Config config;
+        EXPECT_THROW(config.Read(node), slib::BadXMLException) << key;
+        EXPECT_TRUE(config == Config());
+    }
+    EXPECT_THROW(Read<Config>(slib::SXMLNode("<other/>")), slib::BadXMLException);
+}
+
+TEST(GoalConfig, MissingKeysOrAnotherLabel_FailAndLeaveTheRecord) {
+    ExpectEachKeyIsRequired<GoalConfig>(tessarune);
+    EXPECT_THROW(Read<GoalConfig>(slib::SXMLNode("<tessarune/>")), slib::BadXMLException);
+}
+
+TEST(AudioRendererConfig, IsReadAndWrittenWithTheGainAsItIs) {
+    EXPECT_EQ(AudioRendererConfig().CreateNode()->ToString(Style::Compact),
+              R"(<AudioRenderer Gain="1" IsLoggingVerbose="False" MeasureOutputPeak="True")"
+              R"( SuggestedBufferCount="3" SuggestedBufferLength="1024" UseParallelDecoder="True"/>)");
+    EXPECT_FALSE(Read<AudioRendererConfig>(slib::SXMLNode(audioRenderer)).measureOutputPeak);
+    ExpectIsWrittenBack<AudioRendererConfig>(audioRenderer);
+    ExpectEachKeyIsRequired<AudioRendererConfig>(audioRenderer);
+    ExpectCorrections<AudioRendererConfig>(audioRenderer, {{"SuggestedBufferLength", "63", "64"},
+                                                           {"SuggestedBufferCount", "-1", "1"},
+                                                           {"Gain", "inf", "1.79769e+308"}});
 }
 
 }  // namespace

@@ -13,8 +13,15 @@ namespace {
 using Output = platform::PlatformSettings::Output;
 
 TEST(PlatformSettings, Texts_AreReadOrTakenForMissingWithAnError) {
-    const std::tuple<const char*, const char*, const char*, platform::PlatformSettings, int> cases[] = {
-        {"", "", "", {Output::Auto, "", {}}, 0},
+    struct Row {
+        const char* output;
+        const char* waveFile;
+        const char* speakers;
+        platform::PlatformSettings expected;
+        int errors;
+    };
+    const Row rows[] = {
+        {.output = "", .waveFile = "", .speakers = "", .expected = {Output::Auto, "", {}}, .errors = 0},
         {"Silent", "", "", {Output::Silent, "", {}}, 0},
         {"WaveFile",
          "/a b.wav",
@@ -25,13 +32,14 @@ TEST(PlatformSettings, Texts_AreReadOrTakenForMissingWithAnError) {
         {"silent", "/a.wav", "5.1", {Output::Auto, "/a.wav", {}}, 2}};
     const testing_support::TemporaryStore folder;
     const orb3::ConfigStore store(orb3::storeRoot, orb3::ConfigStore::Scope::User);
-    for (const auto& [output, waveFile, speakers, expected, errors] : cases) {
-        store.Write("/Platform/Output", output);
-        store.Write("/Platform/WaveFile", waveFile);
-        store.Write("/Platform/SpeakerSetting", speakers);
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.output);
+        store.Write("/Platform/Output", row.output);
+        store.Write("/Platform/WaveFile", row.waveFile);
+        store.Write("/Platform/SpeakerSetting", row.speakers);
         testing_support::RecordingLog log;
-        EXPECT_EQ(orb3::ReadPlatformSettings(log), expected);
-        EXPECT_EQ(std::count(log.lines.begin(), log.lines.end(), ':'), errors) << log.lines;
+        EXPECT_EQ(orb3::ReadPlatformSettings(log), row.expected);
+        EXPECT_EQ(std::count(log.lines.begin(), log.lines.end(), ':'), row.errors) << log.lines;
     }
 }
 
