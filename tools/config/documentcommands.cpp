@@ -40,7 +40,7 @@ void Export(const std::string& file) {
     if (!platform::ReplaceStoreFile(std::filesystem::absolute(file), text))
         throw slib::BadStateException("'" + file +
                                       "' can't be written. Name a file in a folder that you may write to.");
-    std::cout << "The configuration stands in '" << file << "'.\n";
+    std::cout << "The configuration is stored in '" << file << "'.\n";
 }
 
 orb3::Configuration ReadFile(const std::string& file) {
@@ -50,7 +50,7 @@ orb3::Configuration ReadFile(const std::string& file) {
         CheckDocumentSettings(text);
         return ParseDocument(text);
     } catch (const std::exception& failure) {
-        throw slib::BadDataException("'" + file + "' wasn't taken: " + failure.what() +
+        throw slib::BadDataException("'" + file + "' can't be imported: " + failure.what() +
                                      " The stored configuration stays as it was. 'tessarune-config export' "
                                      "shows what a document looks like.");
     }
@@ -58,16 +58,14 @@ orb3::Configuration ReadFile(const std::string& file) {
 
 void Import(const std::string& file) {
     StoreDocumentText(DocumentText(ReadFile(file)));
-    std::cout << "The configuration is that of '" << file
-              << "' now. 'tessarune-config check' tells what a start makes of it.\n";
+    std::cout << "The configuration of '" << file
+              << "' is now in use. 'tessarune-config check' shows what a game's start would do with it.\n";
 }
 
 void Reset(bool withPlatform) {
     StoreDocumentText("");
-    if (withPlatform)
-        for (const char* key : {"/Platform/Output", "/Platform/WaveFile", "/Platform/SpeakerSetting"})
-            ReplaceValue(key, [](const std::string&) { return ""; });
-    std::cout << "All is as before the first start, which sets itself up.\n";
+    if (withPlatform) ForgetPlatformSettings();
+    std::cout << "The configuration is removed. The next start of a game chooses one anew.\n";
 }
 
 }  // namespace
@@ -79,15 +77,15 @@ void AddDocumentCommands(CLI::App& program) {
     };
     const auto options = std::make_shared<Options>();
     CLI::App* out = program.add_subcommand("export", "Write the configuration document to a file.");
-    out->add_option("FILE", options->file, "The file; left out, standard output");
+    out->add_option("FILE", options->file, "The file; left out, the text is printed");
     out->callback([options] { Export(options->file); });
 
-    CLI::App* in = program.add_subcommand("import", "Take the configuration document from a file.");
-    in->add_option("FILE", options->file, "What 'export' wrote")->required();
+    CLI::App* in = program.add_subcommand("import", "Load the configuration document from a file.");
+    in->add_option("FILE", options->file, "A file that 'export' wrote")->required();
     in->callback([options] { Import(options->file); });
 
-    CLI::App* reset = program.add_subcommand("reset", "Forget the configuration document.");
-    reset->add_flag("--all", options->isAll, "Forget Output, WaveFile and SpeakerSetting as well");
+    CLI::App* reset = program.add_subcommand("reset", "Remove the configuration document.");
+    reset->add_flag("--all", options->isAll, "Also reset " + PlatformSettingNames());
     reset->callback([options] { Reset(options->isAll); });
     for (CLI::App* command : {out, in, reset})
         command->footer(examples);

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "tools/config/commands.h"
+#include "tools/config/settings.h"
 
 namespace {
 
@@ -18,11 +19,16 @@ constexpr const char* examples = R"(Examples:
   tessarune-config layouts
   tessarune-config select "Headphone Stereo"
   tessarune-config speaker-test
-  tessarune-config set Output WaveFile
+  tessarune-config set Output WaveFile)";
 
-'tessarune-config COMMAND --help' tells about a command. A game that runs takes changes up within two seconds;
-those of Output, WaveFile and SpeakerSetting with the next change of another setting, or when it starts.
-Exit status: 0 when all went well, 1 when it didn't, 2 when the command line asks for what can't be.)";
+std::string Footer() {
+    return std::string(examples) + R"(
+
+'tessarune-config COMMAND --help' describes a command. A running game takes changes up within two seconds; those of
+)" + tool::PlatformSettingNames() +
+           R"( with the next change of another setting, or at its next start.
+Exit status: 0 for success, 1 for a failure, 2 for a command line that is wrong.)";
+}
 
 int Explain(const char* sentence, int status) {
     std::cerr << "tessarune-config: " << sentence << "\n";
@@ -39,8 +45,8 @@ std::string Fault(const CLI::App& program, const CLI::ParseError& error, const c
 int ExplainUse(const CLI::App& program, const CLI::ParseError& error, const char* command) {
     if (error.get_exit_code() == 0) return program.exit(error);
     return Explain((Fault(program, error, command) +
-                    ". 'tessarune-config --help' lists the commands, 'tessarune-config COMMAND --help' tells "
-                    "about one.")
+                    ". 'tessarune-config --help' lists the commands, 'tessarune-config COMMAND --help' "
+                    "describes one.")
                        .c_str(),
                    wrongUse);
 }
@@ -50,7 +56,7 @@ int ExplainUse(const CLI::App& program, const CLI::ParseError& error, const char
 int main(int count, char** arguments) {
     CLI::App program("Shows and changes the settings of Tessarune.", "tessarune-config");
     program.require_subcommand(1);
-    program.footer(examples);
+    program.footer(Footer());
     for (const auto add : {tool::AddShowCommand, tool::AddSettingCommands, tool::AddDevicesCommand,
                            tool::AddLayoutCommands, tool::AddSpeakersCommand, tool::AddSpeakerTestCommand,
                            tool::AddCheckCommand, tool::AddLogCommand, tool::AddDocumentCommands})

@@ -4,10 +4,10 @@
 #include <charconv>
 #include <cmath>
 #include <filesystem>
-#include <limits>
 #include <optional>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "slib/exception.h"
 #include "slib/text.h"
@@ -15,12 +15,15 @@
 namespace tool {
 namespace {
 
+using Kind = orb3::SettingRange::Kind;
+using orb3::Bounds;
+
 constexpr std::array<std::pair<std::string_view, std::string_view>, 6> otherWords{
     {{"yes", "true"}, {"on", "true"}, {"1", "true"}, {"no", "false"}, {"off", "false"}, {"0", "false"}}};
 
 // Nothing unless the whole text is a number of this kind.
 template <typename Number>
-std::optional<Number> ParseWhole(const std::string& text) {
+std::optional<Number> ParseAll(const std::string& text) {
     Number number{};
     const char* const end = text.data() + text.size();
     const auto result = std::from_chars(text.data(), end, number);
@@ -28,25 +31,31 @@ std::optional<Number> ParseWhole(const std::string& text) {
     return number;
 }
 
-std::optional<std::string> FindChoice(const Range& range, const std::string& text) {
-    std::string word = slib::toLower(text);
-    if (range.choices == Flag().choices)
-        for (const auto& [other, plain] : otherWords)
-            if (word == other) word = plain;
-    for (const std::string& choice : range.choices)
+std::vector<std::string> Flags() {
+    return {slib::FormatBool(true), slib::FormatBool(false)};
+}
+
+std::optional<std::string> FindChoice(const std::vector<std::string>& choices, const std::string& word) {
+    for (const std::string& choice : choices)
         if (slib::toLower(choice) == word) return choice;
     return std::nullopt;
 }
 
-std::optional<std::string> FindWhole(const Range& range, const std::string& text) {
-    const std::optional<int> number = ParseWhole<int>(text);
-    if (!number || *number < range.least || *number > range.greatest) return std::nullopt;
+std::optional<std::string> FindFlag(std::string word) {
+    for (const auto& [other, plain] : otherWords)
+        if (word == other) word = plain;
+    return FindChoice(Flags(), word);
+}
+
+std::optional<std::string> FindWhole(const Bounds& bounds, const std::string& text) {
+    const std::optional<int> number = ParseAll<int>(text);
+    if (!number || *number < bounds.least || *number > bounds.greatest) return std::nullopt;
     return slib::FormatNumber(*number);
 }
 
-std::optional<std::string> FindReal(const Range& range, const std::string& text) {
-    const std::optional<double> number = ParseWhole<double>(text);
-    if (!number || !std::isfinite(*number) || *number < range.least) return std::nullopt;
+std::optional<std::string> FindReal(const Bounds& bounds, const std::string& text) {
+    const std::optional<double> number = ParseAll<double>(text);
+    if (!number || !std::isfinite(*number) || *number < bounds.least) return std::nullopt;
     return slib::FormatNumber(*number + 0.0);  // no "-0"
 }
 
@@ -60,66 +69,58 @@ std::optional<std::string> FindPath(const std::string& text) {
     return path.string();
 }
 
+std::optional<std::string> Find(const orb3::SettingRange& range, const std::string& text) {
+    switch (range.kind) {
+        case Kind::Flag:
+            return FindFlag(slib::toLower(text));
+        case Kind::Choice:
+            return FindChoice(range.choices(), slib::toLower(text));
+        case Kind::Whole:
+            return FindWhole(range.bounds, text);
+        case Kind::Real:
+            return FindReal(range.bounds, text);
+        case Kind::Path:
+            return FindPath(text);
+    }
+    slib::ThrowUnreachable();
+}
+
+// "Low, Medium or High"
+std::string Alternatives(const std::vector<std::string>& choices) {
+    std::string text = choices.front();
+    for (std::size_t i = 1; i < choices.size(); ++i)
+        text += (i + 1 == choices.size() ? " or " : ", ") + choices[i];
+    return text;
+}
+
+std::string WholeText(const Bounds& bounds) {
+    const std::string least = std::to_string(bounds.least), greatest = std::to_string(bounds.greatest);
+    if (bounds.greatest == orb3::noLimit) return least + " or more";
+    return least + (bounds.greatest == bounds.least + 1 ? " or " : " to ") + greatest;
+}
+
 }  // namespace
 
-std::string Range::Text() const {
-    switch (kind) {
-        case Kind::Choice: {
-            std::string text = choices.front();
-            for (std::size_t i = 1; i < choices.size(); ++i)
-                text += (i + 1 == choices.size() ? " or " : ", ") + choices[i];
-            return text;
-        }
-        case Kind::Whole: {
-            const bool isOpen = greatest == std::numeric_limits<int>::max();
-            return std::to_string(least) + (isOpen ? " or more" : " to " + std::to_string(greatest));
-        }
+std::string RangeText(const orb3::SettingRange& range) {
+    switch (range.kind) {
+        case Kind::Flag:
+            return Alternatives(Flags());
+        case Kind::Choice:
+            return Alternatives(range.choices());
+        case Kind::Whole:
+            return WholeText(range.bounds);
         case Kind::Real:
-            return "a number, " + std::to_string(least) + " or more";
+            return "a number of " + std::to_string(range.bounds.least) + " or more";
         case Kind::Path:
             return "the path of a file in a folder that exists, or '' for none";
     }
     slib::ThrowUnreachable();
 }
 
-std::string Range::Canonical(const std::string& text) const {
-    std::optional<std::string> found;
-    switch (kind) {
-        case Kind::Choice:
-            found = FindChoice(*this, text);
-            break;
-        case Kind::Whole:
-            found = FindWhole(*this, text);
-            break;
-        case Kind::Real:
-            found = FindReal(*this, text);
-            break;
-        case Kind::Path:
-            found = FindPath(text);
-            break;
-    }
-    if (!found) throw slib::BadParameterException("it has to be " + Text());
-    return *found;
-}
-
-Range Flag() {
-    return Choice({"True", "False"});
-}
-
-Range Choice(std::vector<std::string> choices) {
-    return {Range::Kind::Choice, std::move(choices), 0, 0};
-}
-
-Range Whole(int least, int greatest) {
-    return {Range::Kind::Whole, {}, least, greatest};
-}
-
-Range RealFrom(int least) {
-    return {Range::Kind::Real, {}, least, 0};
-}
-
-Range FilePath() {
-    return {Range::Kind::Path, {}, 0, 0};
+std::string Canonical(const orb3::SettingRange& range, const std::string& text) {
+    const std::optional<std::string> found = Find(range, text);
+    if (found) return *found;
+    throw slib::BadParameterException("must be " + RangeText(range) + ", not '" + text + "'.");
 }
 
 }  // namespace tool

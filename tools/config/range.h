@@ -1,39 +1,19 @@
 #pragma once
 
-// What a setting may be. Plain values; one thread.
+// What a setting may be, for people: as text, and the check of what they give. One thread.
 
 #include <string>
-#include <vector>
+
+#include "orb3core/settings/settingtable.h"
 
 namespace tool {
 
-struct Range {
-    enum class Kind {
-        Choice,  ///< one of `choices`
-        Whole,   ///< a whole number from `least` to `greatest`
-        Real,    ///< a number from `least` up
-        Path,    ///< of a file in a folder that exists, or nothing
-    };
+/// "1 to 4", "Low, Medium or High": behind "must be".
+std::string RangeText(const orb3::SettingRange& range);
 
-    Kind kind = Kind::Choice;
-    std::vector<std::string> choices;
-    int least = 0;
-    int greatest = 0;
-
-    /// For people: "1 to 4".
-    std::string Text() const;
-
-    /// The one way in which `text` is stored. Throws slib::BadParameterException, with a text like "it has to
-    /// be 1 to 4", for what isn't in the range.
-    std::string Canonical(const std::string& text) const;
-};
-
-/// "True" or "False"; other words that mean the same are taken as well.
-Range Flag();
-/// Words, in whatever case.
-Range Choice(std::vector<std::string> choices);
-Range Whole(int least, int greatest);
-Range RealFrom(int least);
-Range FilePath();
+/// The one way in which `text` is stored: for a flag other words that mean the same are taken as well, and
+/// words in whatever case. Throws slib::BadParameterException, with a text like "must be 1 to 4, not '9'.",
+/// for what isn't in the range.
+std::string Canonical(const orb3::SettingRange& range, const std::string& text);
 
 }  // namespace tool

@@ -1,8 +1,11 @@
+#include <cstddef>
 #include <iostream>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "tools/config/commands.h"
+#include "tools/config/range.h"
 #include "tools/config/settings.h"
 #include "tools/config/storedvalues.h"
 #include "tools/config/table.h"
@@ -11,57 +14,84 @@ namespace tool {
 namespace {
 
 constexpr const char* getExamples = R"(Examples:
-  tessarune-config get                       all settings, with what they may be
+  tessarune-config get                       all settings, and what they may be
   tessarune-config get Order
-  tessarune-config get SpeakerSetting --range)";
+  tessarune-config get SpeakerSetting --range
+
+)";
 constexpr const char* setExamples = R"(Examples:
   tessarune-config set Order 4
   tessarune-config set UseParallelDecoder on
   tessarune-config set SpeakerSetting "Surround 5.1"
   tessarune-config set WaveFile game.wav
-  tessarune-config set Output WaveFile)";
+  tessarune-config set Output WaveFile
+
+)";
 
 void PrintAll() {
     const orb3::Configuration configuration = ReadDocument();
     std::vector<std::vector<std::string>> rows{{"SETTING", "VALUE", "FOR", "MAY BE"}};
-    for (const Setting& setting : Settings())
-        rows.push_back(
-            {setting.name, GetSetting(setting, configuration), setting.meaning, setting.range.Text()});
+    for (const orb3::Setting& setting : orb3::Settings())
+        rows.push_back({setting.Name(), GetSetting(setting, configuration), std::string(setting.meaning),
+                        RangeText(setting.value.range)});
     PrintTable(rows, "");
 }
 
-void Get(const std::string& name, bool withRange) {
-    if (name.empty()) return PrintAll();
-    const Setting& setting = FindSetting(name);
+struct Options {
+    std::string name, value;
+    bool withRange = false;
+    bool isPage = false;
+};
+
+void Get(const Options& options) {
+    if (options.isPage) {
+        std::cout << SettingsPage();
+        return;
+    }
+    if (options.name.empty()) return PrintAll();
+    const orb3::Setting& setting = FindSetting(options.name);
     std::cout << GetSetting(setting, ReadDocument()) << "\n";
-    if (withRange) std::cout << setting.range.Text() << " (" << setting.meaning << ")\n";
+    if (options.withRange)
+        std::cout << setting.Name() << " must be " << RangeText(setting.value.range) << " ("
+                  << setting.meaning << ").\n";
 }
 
-void Set(const std::string& name, const std::string& text) {
-    const Setting& setting = FindSetting(name);
-    const std::string value = StoreSetting(setting, text);
-    std::cout << setting.name << " is " << (value.empty() ? "empty" : value) << " now.\n";
+void Set(const Options& options) {
+    const orb3::Setting& setting = FindSetting(options.name);
+    const std::string value = StoreSetting(setting, options.value);
+    std::cout << setting.Name() << " is now " << (value.empty() ? "empty" : value) << ".\n";
+}
+
+// The names of all settings, in lines for the terminal.
+std::string Names() {
+    constexpr std::size_t width = 100;
+    std::string text = "Settings:", line;
+    for (const orb3::Setting& setting : orb3::Settings()) {
+        if (line.size() + setting.Name().size() > width || line.empty()) {
+            text += line;
+            line = "\n ";
+        }
+        line += " " + setting.Name();
+    }
+    return text + line;
 }
 
 }  // namespace
 
 void AddSettingCommands(CLI::App& program) {
-    struct Options {
-        std::string name, value;
-        bool withRange = false;
-    };
     const auto options = std::make_shared<Options>();
     CLI::App* get = program.add_subcommand("get", "Print a setting, or all of them.");
-    get->footer(getExamples);
-    get->add_option("SETTING", options->name, "Its name");
-    get->add_flag("--range", options->withRange, "Print as well what it may be");
-    get->callback([options] { Get(options->name, options->withRange); });
+    get->footer(std::string(getExamples) + Names());
+    get->add_option("SETTING", options->name, "The setting; left out, all are listed");
+    get->add_flag("--range", options->withRange, "Also print what the setting may be, and what it is for");
+    get->add_flag("--markdown", options->isPage, "Print the page docs/settings.md")->group("");
+    get->callback([options] { Get(*options); });
 
     CLI::App* set = program.add_subcommand("set", "Change a setting.");
-    set->footer(setExamples);
-    set->add_option("SETTING", options->name, "Its name")->required();
-    set->add_option("VALUE", options->value, "What it becomes")->required();
-    set->callback([options] { Set(options->name, options->value); });
+    set->footer(std::string(setExamples) + Names());
+    set->add_option("SETTING", options->name, "The setting")->required();
+    set->add_option("VALUE", options->value, "Its new value")->required();
+    set->callback([options] { Set(*options); });
 }
 
 }  // namespace tool

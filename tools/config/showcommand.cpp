@@ -15,7 +15,7 @@ namespace {
 
 constexpr const char* examples = R"(Examples:
   tessarune-config show
-  tessarune-config get          the same settings, with what they may be)";
+  tessarune-config get          the same settings, and what they may be)";
 
 std::string LayoutText(const orb3::Configuration& configuration) {
     const auto layout = orb3::FindSelectedLayout(configuration);
@@ -32,15 +32,15 @@ void Show() {
                "");
     if (ReadDocumentText().empty()) std::cout << "No configuration is stored yet; these are the defaults.\n";
     std::vector<std::vector<std::string>> rows;
-    for (const Setting& setting : Settings())
-        rows.push_back({setting.name, GetSetting(setting, configuration), setting.meaning});
+    for (const orb3::Setting& setting : orb3::Settings())
+        rows.push_back({setting.Name(), GetSetting(setting, configuration), std::string(setting.meaning)});
     PrintTable(rows);
 }
 
 }  // namespace
 
 void AddShowCommand(CLI::App& program) {
-    CLI::App* command = program.add_subcommand("show", "Show all settings and where they stand.");
+    CLI::App* command = program.add_subcommand("show", "Show all settings and where they are stored.");
     command->footer(examples);
     command->callback(Show);
 }

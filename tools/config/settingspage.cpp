@@ -1,0 +1,87 @@
+// The page docs/settings.md, from the table of settings.
+
+#include "tools/config/range.h"
+#include "tools/config/settings.h"
+
+namespace tool {
+namespace {
+
+using orb3::Setting;
+using Place = Setting::Place;
+
+constexpr const char* head = R"(# Settings
+
+<!-- Printed by `tessarune-config get --markdown` from the table in `src/orb3core/settings/settingtable.cpp`. To add a
+     setting, add a field with its default to the record (`GoalConfig`, say) and a row to that table, then print this
+     page anew. Reading, writing, the command line and its help come from the row. -->
+
+```sh
+tessarune-config get                      # all settings with their values and what they may be
+tessarune-config get Order --range
+tessarune-config set Order 2
+```
+
+Names and words may be given in any case. `set` refuses a value that a setting may not have; when a document is read, such a
+number is corrected in silence.
+)";
+
+struct Section {
+    Place place;
+    const char* introduction;
+};
+
+constexpr Section sections[] = {
+    {Place::Tessarune, R"(
+## Rendering and output
+
+These are attributes of the node `Tessarune` of the configuration document. A running game takes a change up within two
+seconds. The default holds until a document is stored. The first start of a game measures the machine for one second, chooses
+what the machine can carry for the settings that say so, and stores them.
+
+)"},
+    {Place::Document, R"(
+## The layout
+
+This one is an attribute of the configuration document itself. The [user guide](user-guide.md) describes what else the
+document holds.
+
+)"},
+    {Place::Platform, R"(
+## The machine
+
+These are stored under `[Platform]` of your `store.conf`. A running game takes a change up with the next change of a setting
+above, or when it starts.
+
+)"},
+    {Place::AudioRenderer, R"(
+## Other programs
+
+These are attributes of the node `AudioRenderer`, kept for other programs that share the document. Nothing here follows from
+them.
+
+)"},
+};
+
+std::string Row(const Setting& setting) {
+    const std::string value = setting.Default();
+    return "| `" + setting.Name() + "` | " + RangeText(setting.value.range) + " | " +
+           (value.empty() ? "none" : value) + " | " + std::string(setting.meaning) + " | " +
+           std::string(setting.scope) + " | " + std::string(setting.advice) + " |\n";
+}
+
+}  // namespace
+
+std::string SettingsPage() {
+    std::string page = head;
+    for (const Section& section : sections) {
+        page += section.introduction;
+        page +=
+            "| Setting | May be | Default | Meaning | Acts on | Notes |\n| --- | --- | --- | --- | --- | --- "
+            "|\n";
+        for (const Setting& setting : orb3::Settings())
+            if (setting.GetPlace() == section.place) page += Row(setting);
+    }
+    return page;
+}
+
+}  // namespace tool
