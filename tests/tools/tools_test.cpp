@@ -204,7 +204,7 @@ TEST_F(Tools, Check_TellsWhatAStartWouldDoAndStoresNothing) {
     const Outcome check = Config({"check"});
     EXPECT_EQ(check.status, 0) << check.error;
     for (const char* part :
-         {"6 outputs", "'Surround 5.1'", "44100 Hz", "256 frames", "3 blocks of the output"})
+         {"6 outputs", "'Surround 5.1'", "44100 Hz", "256 frames, 5.8 ms", "3 blocks of the output"})
         EXPECT_THAT(check.out, HasSubstr(part));
     EXPECT_THAT(Config({"check", "--rate", "48000"}).out, HasSubstr("48000 Hz"));
     EXPECT_EQ(Content(files.UserFile()), before);

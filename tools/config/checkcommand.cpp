@@ -11,7 +11,6 @@
 #include "orb3core/setup/layoutselection.h"
 #include "orb3core/setup/outputsetup.h"
 #include "platform/outputdevice.h"
-#include "slib/formatduration.h"
 #include "slib/mutex.h"
 #include "slib/text.h"
 #include "tools/config/commands.h"
@@ -38,7 +37,7 @@ public:
     }
     void Print() const {
         const slib::Lock lock(mutex);
-        if (!lines.empty()) std::cout << "What the start would say of it, E for errors:\n";
+        if (!lines.empty()) std::cout << "The start would log, E for errors:\n";
         for (const std::string& line : lines)
             std::cout << "  " << line << "\n";
     }
@@ -94,13 +93,19 @@ std::string WhyRate(const Outcome& outcome, int gameRate) {
 
 std::string WhyOrder(const Outcome& outcome) {
     const int wanted = outcome.after.goalConfig.order;
-    return outcome.order == wanted ? "as set"
-                                   : "the setting is " + std::to_string(wanted) + ", the layout has no more";
+    return outcome.order == wanted
+               ? "as set"
+               : "the setting is " + std::to_string(wanted) + "; the layout has no decoder of that order";
+}
+
+// As people write it: "920 us", "10.7 ms".
+std::string Duration(double seconds) {
+    if (seconds < 0.001) return std::to_string(std::lround(seconds * 1e6)) + " us";
+    return slib::FormatNumber(std::round(seconds * 1e4) / 10, 6) + " ms";
 }
 
 std::string Frames(std::uint32_t frames, const Outcome& outcome) {
-    return std::to_string(frames) + " frames, " +
-           orb3::formatDuration(frames / outcome.output.pipe->GetSampleRate());
+    return std::to_string(frames) + " frames, " + Duration(frames / outcome.output.pipe->GetSampleRate());
 }
 
 void Print(const Outcome& outcome, const FormatLibrary& library, int gameRate) {
@@ -125,9 +130,9 @@ void Print(const Outcome& outcome, const FormatLibrary& library, int gameRate) {
 void Judge(const Outcome& outcome, const orb3::Frameworks& frameworks) {
     const Output device = FindOutput(frameworks, orb3::FindSelectedLayout(outcome.after)->pipeDevice);
     if (!device.device->IsSampleRateSupported(outcome.request.sampleRate))
-        throw slib::BadStateException(
-            "The device doesn't run at " + std::to_string(outcome.request.sampleRate) +
-            " Hz. Choose another rate: tessarune-config set DefaultSampleRate 48000.");
+        throw slib::BadStateException("The sample rate must be one that the device runs at, not " +
+                                      std::to_string(outcome.request.sampleRate) +
+                                      " Hz. Choose another: tessarune-config set DefaultSampleRate 48000.");
     std::cout << (outcome.output.isConfigurationChanged
                       ? "A start would work, and store the layout. Nothing was stored now.\n"
                       : "A start would work.\n");
@@ -155,9 +160,9 @@ void Check(int gameRate) {
 
 void AddCheckCommand(CLI::App& program) {
     const auto rate = std::make_shared<int>(0);
-    CLI::App* command = program.add_subcommand("check", "Tell what a game's start would do, and why.");
+    CLI::App* command = program.add_subcommand("check", "Show what a game's start would do, and why.");
     command->footer(examples);
-    command->add_option("--rate", *rate, "Hz that the game asks for")
+    command->add_option("--rate", *rate, "Sample rate in Hz that the game asks for")
         ->check(CLI::Range(static_cast<int>(platform::lowestRate), static_cast<int>(platform::highestRate)));
     command->callback([rate] { Check(*rate); });
 }

@@ -42,15 +42,14 @@ void Show() {
         for (std::uint32_t i = 0; i < framework->GetDeviceCount(); ++i)
             rows.push_back(Row(*framework->GetDevice(i)));
     PrintTable(rows, "");
-    std::cout
-        << "Device 1 is the default. 'tessarune-config set SpeakerSetting ...' tells of speakers that a "
-           "device doesn't.\n";
+    std::cout << "Device 1 is the default. Where a device doesn't report its speakers, name them with "
+                 "'tessarune-config set SpeakerSetting'.\n";
 }
 
 }  // namespace
 
 void AddDevicesCommand(CLI::App& program) {
-    CLI::App* command = program.add_subcommand("devices", "List the devices that sound can come from.");
+    CLI::App* command = program.add_subcommand("devices", "List the output devices.");
     command->footer(examples);
     command->callback(Show);
 }

@@ -87,9 +87,9 @@ void List() {
             rows.push_back(
                 Row(configuration, layout->format, layout->speakers.size(), "(not in the format library)"));
     PrintTable(rows, "");
-    std::cout << "* is in force, "
-              << (configuration.useDirectSoundAutoselect ? "and follows the system's speakers"
-                                                         : "whatever the system's speakers are")
+    std::cout << "* marks the layout in force, which "
+              << (configuration.useDirectSoundAutoselect ? "follows the system's speakers"
+                                                         : "doesn't follow the system's speakers")
               << ". The library is '" << library.path << "'.\n";
 }
 
@@ -98,15 +98,15 @@ std::string FindName(const orb3::fl::FormatLibrarian& librarian, const std::stri
     for (const orb3::fl::Format& format : LibraryLayouts(librarian))
         if (orb3::MakeFormatTag(format.name) == orb3::MakeFormatTag(name)) return format.name;
     throw WrongUse("The format library has no layout '" + name +
-                   "'. 'tessarune-config layouts' lists what it has, and 'tessarune-library layout' puts "
-                   "another one in.");
+                   "'. 'tessarune-config layouts' lists what it has, and 'tessarune-library layout' adds "
+                   "another one.");
 }
 
 std::string CheckMethod(const orb3::fl::FormatLibrarian& librarian, const Choice& choice) {
     const std::vector<std::string> methods = MethodsFor(librarian, choice.name);
     if (std::find(methods.begin(), methods.end(), choice.method) != methods.end()) return choice.method;
-    throw WrongUse("Nothing decodes for '" + choice.name + "' by the method '" + choice.method +
-                   "'. There is " + Joined(methods) + ".");
+    throw WrongUse("The method for '" + choice.name + "' must be one of " + Joined(methods) + ", not '" +
+                   choice.method + "'.");
 }
 
 void CheckChannels(const orb3::fl::FormatLibrarian& librarian, const std::string& name,
@@ -117,8 +117,8 @@ void CheckChannels(const orb3::fl::FormatLibrarian& librarian, const std::string
     if (format.channelCount <= available) return;
     throw WrongUse("'" + name + "' needs " + std::to_string(format.channelCount) + " outputs, but '" +
                    device.id + "' has " + std::to_string(available) +
-                   ". Take another device with --device ('tessarune-config devices' lists them), or tell of "
-                   "speakers that it doesn't know of with 'tessarune-config set SpeakerSetting'.");
+                   ". Choose another device with --device ('tessarune-config devices' lists them), or name "
+                   "your speakers with 'tessarune-config set SpeakerSetting'.");
 }
 
 // What a person connected and set stays; places of speakers come from the library, which decodes for them.
@@ -160,14 +160,14 @@ void Select(Choice choice) {
         configuration.useDirectSoundAutoselect = false;
     });
     std::cout << "'" << fresh.format << "' on '" << fresh.pipeDevice << "' by the method '" << fresh.method
-              << "' is in force now, whatever the system's speakers are. 'tessarune-config select --auto' "
-                 "lets it follow them again.\n";
+              << "' is now in force, whatever the system's speakers are. 'tessarune-config select --auto' "
+                 "follows them again.\n";
 }
 
 void SelectAutomatically() {
     ChangeDocument([](orb3::Configuration& c) { c.useDirectSoundAutoselect = true; });
     std::cout
-        << "The layout follows the system's speakers now. 'tessarune-config check' tells which it is.\n";
+        << "The layout now follows the system's speakers. 'tessarune-config check' shows which it is.\n";
 }
 
 void Choose(const Choice& choice) {
@@ -179,7 +179,7 @@ void Choose(const Choice& choice) {
 }  // namespace
 
 void AddLayoutCommands(CLI::App& program) {
-    CLI::App* list = program.add_subcommand("layouts", "List the layouts of speakers that there are.");
+    CLI::App* list = program.add_subcommand("layouts", "List the speaker layouts of the format library.");
     list->footer(layoutsExamples);
     list->callback(List);
 

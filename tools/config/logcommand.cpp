@@ -43,10 +43,9 @@ void Show(bool follow) {
 
 void AddLogCommand(CLI::App& program) {
     const auto follow = std::make_shared<bool>(false);
-    CLI::App* command = program.add_subcommand(
-        "log", "Print the last lines that all games left in the log, the newest last.");
+    CLI::App* command = program.add_subcommand("log", "Print the log of all games, the newest line last.");
     command->footer(examples);
-    command->add_flag("--follow,-f", *follow, "Go on with the lines to come");
+    command->add_flag("--follow,-f", *follow, "Keep printing new lines");
     command->callback([follow] { Show(*follow); });
 }
 

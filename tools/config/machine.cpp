@@ -42,10 +42,11 @@ Output FindOutput(const orb3::Frameworks& frameworks, const std::string& name) {
         for (std::uint32_t i = 0; i < framework->GetDeviceCount(); ++i) {
             audiopipe::DevicePtr device = framework->GetDevice(i);
             if (name.empty() || IsNamed(*device, name)) return {framework, device};
-            known += (known.empty() ? " There is " : ", ") + device->id;
+            known += (known.empty() ? "" : ", ") + device->id;
         }
-    throw WrongUse("There is no device '" + name + "'." + known +
-                   (known.empty() ? "" : ". 'tessarune-config devices' tells more."));
+    if (known.empty()) throw WrongUse("There is no output device.");
+    throw WrongUse("The device must be one of " + known + ", not '" + name +
+                   "'. 'tessarune-config devices' describes them.");
 }
 
 FormatLibrary::FormatLibrary(slib::Log& log) : path(ConfiguredPath()) {

@@ -29,7 +29,7 @@ constexpr const char* examples = R"(Examples:
   tessarune-config speakers room attic.txt --name Attic --place 1 28 0 2.4 --place 2 -31 0 2.1
 
 Outputs and gains change at once. Places and distances need a decoder of their own: 'room' writes them to
-a file, 'tessarune-library layout LIBRARY FILE' makes the decoder, 'tessarune-config select' takes it.)";
+a file, 'tessarune-library layout LIBRARY FILE' makes the decoder, 'tessarune-config select' puts it in force.)";
 
 struct Options {
     std::string layout, speaker, output, device, file, name;
@@ -60,7 +60,7 @@ Layout& FindLayoutToChange(orb3::Configuration& configuration, const std::string
 void CheckIsWhole(const Layout& layout) {
     if (layout.channels.size() == layout.speakers.size()) return;
     throw slib::BadDataException("The stored layout '" + layout.format +
-                                 "' has other numbers of speakers and of outputs. 'tessarune-config select "
+                                 "' has different numbers of speakers and outputs. 'tessarune-config select "
                                  "LAYOUT' makes it anew.");
 }
 
@@ -81,7 +81,8 @@ void Show(const Options& options) {
                         layout.channels[i].pipePlaybackChannel, slib::FormatNumber(layout.channels[i].gain)});
     }
     PrintTable(rows);
-    std::cout << "Degrees, positive to the left and above. Distances count against each other alone.\n";
+    std::cout << "Angles are in degrees, positive to the left and upwards. Only the ratios of the distances "
+                 "count.\n";
 }
 
 // The outputs of the layout's device, where that is there.
@@ -99,7 +100,7 @@ std::string FindOutputName(const std::vector<std::string>& outputs, const std::s
     std::string known;
     for (const std::string& output : outputs)
         known += (known.empty() ? "" : ", ") + output;
-    throw WrongUse("The device has no output '" + name + "'. It has " + known + ".");
+    throw WrongUse("The output must be one of " + known + ", not '" + name + "'.");
 }
 
 // The speaker that had the output gets the one that is given up, for one output can't play two speakers.
@@ -113,10 +114,10 @@ void Connect(Layout& layout, std::size_t speaker, const std::string& output) {
 void Set(const Options& options) {
     if (options.output.empty() && !options.gain)
         throw WrongUse(
-            "Tell what to change: --output or --gain. For places and distances see "
+            "Name what to change, with --output or --gain. For places and distances see "
             "'tessarune-config speakers room --help'.");
     if (options.gain && !(std::isfinite(*options.gain) && *options.gain >= 0))
-        throw WrongUse("A gain has to be a number, 0 or more.");
+        throw WrongUse("--gain must be a number of 0 or more.");
     ErrorsToTerminal log;
     const orb3::Frameworks frameworks = MakeFrameworks(log);
     ChangeDocument([&](orb3::Configuration& configuration) {
@@ -139,7 +140,7 @@ void ConnectAll(const Options& options) {
         if (layout.channels.size() > names.size())
             throw WrongUse("'" + layout.format + "' needs " + std::to_string(layout.channels.size()) +
                            " outputs, but '" + output.device->id + "' has " + std::to_string(names.size()) +
-                           ". 'tessarune-config devices' lists the others.");
+                           ". 'tessarune-config devices' lists the devices.");
         layout.pipeFramework = output.framework->GetId();
         layout.pipeDevice = output.device->id;
         for (std::size_t i = 0; i < layout.channels.size(); ++i)
@@ -151,9 +152,9 @@ void ConnectAll(const Options& options) {
 double Number(const std::string& text) {
     double number = 0;
     if (CLI::detail::lexical_cast(text, number) && std::isfinite(number)) return number;
-    throw WrongUse("'" + text +
-                   "' is no number. A place is SPEAKER AZIMUTH ELEVATION DISTANCE, in degrees "
-                   "and metres.");
+    throw WrongUse(
+        "A place must be SPEAKER AZIMUTH ELEVATION DISTANCE, with numbers in degrees and metres, not '" +
+        text + "'.");
 }
 
 std::vector<MeasuredSpeaker> Measured(const Layout& layout, const std::vector<std::string>& words) {
@@ -170,9 +171,10 @@ void WriteRoom(const Options& options) {
     slib::writeTextFile(options.file,
                         RoomText(layout, options.name, Measured(layout, options.places), options.distance));
     const std::string library = orb3::ReadFormatLibraryPath();
-    std::cout << "The room stands in '" << options.file << "'. Put in what you measured, make its decoder:\n"
+    std::cout << "The room is stored in '" << options.file
+              << "'. Write what you measured into it, make its decoder:\n"
               << "  tessarune-library layout '" << (library.empty() ? "LIBRARY" : library) << "' '"
-              << options.file << "'\nand take it:\n  tessarune-config select '" << options.name << "'\n";
+              << options.file << "'\nand select it:\n  tessarune-config select '" << options.name << "'\n";
 }
 
 void AddSetCommand(CLI::App& speakers, const std::shared_ptr<Options>& options) {
@@ -184,7 +186,8 @@ void AddSetCommand(CLI::App& speakers, const std::shared_ptr<Options>& options) 
 }
 
 void AddConnectCommand(CLI::App& speakers, const std::shared_ptr<Options>& options) {
-    CLI::App* connect = speakers.add_subcommand("connect", "Connect all, in order, to another device.");
+    CLI::App* connect =
+        speakers.add_subcommand("connect", "Connect all speakers, in order, to another device.");
     connect->add_option("DEVICE", options->device, "Its id, name or number")->required();
     connect->callback([options] { ConnectAll(*options); });
 }
@@ -210,7 +213,7 @@ void AddSpeakersCommand(CLI::App& program) {
     CLI::App* speakers =
         program.add_subcommand("speakers", "Show and change the speakers of a stored layout.");
     speakers->footer(examples);
-    speakers->add_option("--layout", options->layout, "Of this layout in place of the one in force");
+    speakers->add_option("--layout", options->layout, "This layout in place of the one in force");
     speakers->require_subcommand(0, 1);
     AddSetCommand(*speakers, options);
     AddConnectCommand(*speakers, options);

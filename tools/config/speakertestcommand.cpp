@@ -30,8 +30,8 @@ constexpr const char* examples = R"(Examples:
   tessarune-config speaker-test --speaker "Back Left" --noise
   tessarune-config speaker-test --seconds 5
 
-Each sound is placed where the speaker stands, by the library as for a game, so its neighbours play along.
-Hear whether it comes from the speaker that is named. Where it doesn't, 'tessarune-config speakers set
+The library places each sound where the speaker is, as it does for a game, so neighbouring speakers play along.
+Listen whether it comes from the speaker that is named. Where it doesn't, 'tessarune-config speakers set
 SPEAKER --output OUTPUT' connects the speaker to another output.)";
 constexpr double noiseLength = 1.5;  // s
 constexpr auto pause = std::chrono::milliseconds(250);
@@ -187,7 +187,7 @@ private:
         const std::string error = LastError(LinesSince(before, ReadLogRing(), isSomeLost));
         throw slib::BadStateException(sentence +
                                       (error.empty() ? "" : " The last error in the log is: " + error) +
-                                      " 'tessarune-config check' tells what a start finds.");
+                                      " 'tessarune-config check' shows what a start finds.");
     }
 
     const GameCalls calls;
@@ -203,8 +203,7 @@ void CheckIsHeard() {
     const Output output = orb3::ReadPlatformSettings(log).output;
     if (output == Output::Silent)
         throw slib::BadStateException(
-            "The setting Output is Silent, so nothing would be heard. 'tessarune-config set Output Auto' "
-            "changes that.");
+            "Output must not be Silent for this test. Change it: 'tessarune-config set Output Auto'.");
     if (output == Output::Auto && !DoesOutputAnswer(log))
         throw slib::BadStateException(
             "No sound server and no sound card answers, so nothing would be heard. Start the sound server, "
@@ -216,7 +215,7 @@ Layout LayoutInForce(const orb3::Configuration& configuration) {
     const orb3::Configuration::LayoutPtr layout = orb3::FindSelectedLayout(configuration);
     if (layout) return *layout;
     throw slib::BadStateException(
-        "No layout is in force. 'tessarune-config check' tells why, 'tessarune-config select LAYOUT' puts "
+        "No layout is in force. 'tessarune-config check' shows why, 'tessarune-config select LAYOUT' puts "
         "one in force.");
 }
 
@@ -257,11 +256,14 @@ void Test(const Options& options) {
 
 void AddSpeakerTestCommand(CLI::App& program) {
     const auto options = std::make_shared<Options>();
-    CLI::App* command =
-        program.add_subcommand("speaker-test", "Let each speaker of the layout in force sound in turn.");
+    CLI::App* command = program.add_subcommand(
+        "speaker-test", "Play a sound from each speaker of the layout in force in turn.");
     command->footer(examples);
-    command->add_option("--speaker", options->speaker, "This one alone: its name, or number in 'speakers'");
-    command->add_option("--seconds", options->seconds, "For so long each, in place of once")
+    command->add_option("--speaker", options->speaker,
+                        "Only this one: its name, or its number in 'speakers'");
+    command
+        ->add_option("--seconds", options->seconds,
+                     "Seconds for each speaker; left out, the sound is played once")
         ->check(CLI::Range(0.1, 3600.0));
     command->add_flag("--noise", options->isNoise, "Pink noise in place of voices");
     command->callback([options] { Test(*options); });

@@ -29,8 +29,8 @@ orb3::Configuration ParseStored(const std::string& text) {
     } catch (const std::exception& failure) {
         throw slib::BadDataException(
             std::string("The stored configuration can't be used: ") + failure.what() +
-            " 'tessarune-config export FILE' saves it as it stands, 'tessarune-config import FILE' takes it "
-            "back when it is repaired, and 'tessarune-config reset' starts afresh.");
+            " 'tessarune-config export FILE' saves it as it is, 'tessarune-config import FILE' loads it "
+            "again once it is repaired, and 'tessarune-config reset' starts afresh.");
     }
 }
 
@@ -56,7 +56,7 @@ void ReplaceValue(const std::string& key, const std::function<std::string(const 
     if (hasRun && ReadValue(key) == value) return;
     throw slib::BadStateException(
         "The change couldn't be stored in '" + StoreFile().string() +
-        "'. See that you may write to this file and its folder, and that the disk isn't full.");
+        "'. Make sure that you may write to this file and its folder, and that the disk isn't full.");
 }
 
 std::string ReadDocumentText() {

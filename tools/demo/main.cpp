@@ -36,7 +36,7 @@ constexpr const char* examples = R"(Examples:
   tessarune-demo --wav surround.wav --layout 5.1
   tessarune-demo --quick --layout headphones
 
-Exit status: 0 when all went well, 1 when it didn't, 2 when the command line asks for what can't be.)";
+Exit status: 0 for success, 1 for a failure, 2 for a command line that is wrong.)";
 
 class WrongUse : public slib::StringException {
 public:
@@ -74,7 +74,7 @@ StandardFormat FindSpeakers(const std::string& text) {
             return static_cast<StandardFormat>(i);
         known += (known.empty() ? "" : ", ") + name;
     }
-    throw WrongUse("There is no layout '" + text + "'. There is " + known + ".");
+    throw WrongUse("--layout must be one of " + known + ", not '" + text + "'.");
 }
 
 demo::Scene SceneOf(const Options& options) {
@@ -84,7 +84,8 @@ demo::Scene SceneOf(const Options& options) {
                       presets::FindReverbPreset(options.room),
                       options.isQuick};
     if (scene.room == nullptr)
-        throw WrongUse("There is no room '" + options.room + "'. 'tessarune-demo --list' lists them.");
+        throw WrongUse("--room must be one of those that 'tessarune-demo --list' lists, not '" +
+                       options.room + "'.");
     if (options.part == "voices") scene.parts = {Part::Voices};
     if (options.part == "circle") scene.parts = {Part::Circle};
     if (options.part == "room") scene.parts = {Part::Room};
@@ -93,7 +94,7 @@ demo::Scene SceneOf(const Options& options) {
 
 // Why it wouldn't be heard; empty when it is.
 std::string WhyUnheard(const Options& options, const PlatformSettings& settings, slib::Log& log) {
-    if (!options.layout.empty()) return "Another layout than that of your speakers goes into a file.";
+    if (!options.layout.empty()) return "A layout given by --layout is recorded.";
     switch (settings.output) {
         case PlatformSettings::Output::Silent:
             return "Your setting 'Output' is 'Silent'.";
@@ -108,7 +109,7 @@ std::string WhyUnheard(const Options& options, const PlatformSettings& settings,
 void CheckWritable(const std::string& path) {
     if (std::ofstream(path, std::ios::app)) return;
     throw slib::BadStateException("The file '" + path + "' can't be written: " + std::strerror(errno) +
-                                  ". Name one that you may write with --wav FILE.");
+                                  ". Name a file that you may write to with --wav FILE.");
 }
 
 Output ChooseOutput(const Options& options) {
@@ -122,11 +123,11 @@ Output ChooseOutput(const Options& options) {
     if (output.waveFile.empty()) {
         const std::string why = WhyUnheard(options, settings, log);
         if (why.empty()) {
-            std::cout << "The default output plays it; --wav FILE records it instead.\n";
+            std::cout << "Playing on the default output; --wav FILE records instead.\n";
             return output;
         }
         output.waveFile = settings.output == PlatformSettings::Output::WaveFile ? settings.waveFile : file;
-        std::cout << why << " The sound is recorded; listen to the file afterwards.\n";
+        std::cout << why << " The sound is recorded into a file; listen to that.\n";
     }
     output.waveFile = std::filesystem::absolute(output.waveFile).string();
     CheckWritable(output.waveFile);
@@ -166,7 +167,7 @@ demo::Played PlayAndShowLog(const Options& options) {
         const std::string error = tool::LastError(lines);
         throw slib::BadStateException(
             failure.what() + (error.empty() ? "" : " The last error in the log is: " + error) +
-            " 'tessarune-config check' tells what a start finds, and what to change.");
+            " 'tessarune-config check' shows what a start finds, and what to change.");
     }
 }
 
@@ -198,12 +199,12 @@ int Explain(const std::string& sentence, int status) {
 
 void AddOptions(CLI::App& program, Options& options) {
     program.footer(examples);
-    program.add_flag("--quick", options.isQuick, "Play all parts short");
-    program.add_flag("--list", options.isListed, "Tell what there is to play, and play nothing");
-    program.add_option("--part", options.part, "Play this part alone")
+    program.add_flag("--quick", options.isQuick, "Play short versions of all parts");
+    program.add_flag("--list", options.isListed, "List what there is to play, and play nothing");
+    program.add_option("--part", options.part, "Play only this part")
         ->check(CLI::IsMember({"voices", "circle", "room"}));
     program.add_option("--room", options.room, "The room of the last part")->capture_default_str();
-    program.add_option("--wav", options.waveFile, "Record into this file, and play to nobody");
+    program.add_option("--wav", options.waveFile, "Record into this file instead of playing");
     program.add_option("--layout", options.layout, "Record for these speakers: 5.1, Quad, headphones ...");
     program.add_option("--voices", options.voiceFolder, "Take the voices from this folder")
         ->capture_default_str();
@@ -214,7 +215,7 @@ void AddOptions(CLI::App& program, Options& options) {
 int main(int count, char** arguments) {
     CLI::App program(
         "Plays voices around you, an engine that flies past, and a room, as a game would. Where nothing can "
-        "be heard it records them into 'tessarune-demo.wav'.",
+        "be heard, records them into 'tessarune-demo.wav'.",
         "tessarune-demo");
     Options options;
     AddOptions(program, options);

@@ -55,7 +55,7 @@ Player::~Player() {
 
 void Player::MakeContext() {
     device = alcOpenDevice(nullptr);
-    if (device == nullptr) throw slib::BadStateException("The device could not be opened.");
+    if (device == nullptr) throw slib::BadStateException("The device can't be opened.");
     context = alcCreateContext(device, nullptr);
     if (context == nullptr)
         throw slib::BadStateException(std::string("No context could be made: ") +
@@ -98,8 +98,8 @@ void Player::RunUntil(double time, const std::function<void(double)>& step) cons
         if (isInterrupted != 0) throw Interrupted();
         if (steady_clock::now() - moved > patience)
             throw slib::BadStateException(
-                "The sound stands still: the output takes nothing more. See that the sound server still "
-                "runs, and start again.");
+                "The output takes no more sound. Make sure that the sound server still runs, and start "
+                "again.");
         if (step) step(now);
         std::this_thread::sleep_for(pollInterval);
     }

@@ -18,9 +18,9 @@ using std::filesystem::path;
 path MakeFolder() {
     std::string name = (std::filesystem::temp_directory_path() / "tessarune-demo-XXXXXX").string();
     if (mkdtemp(name.data()) != nullptr) return name;
-    throw slib::OperatingSystemErrnoException("No folder could be made in '" +
+    throw slib::OperatingSystemErrnoException("No folder can be made in '" +
                                               std::filesystem::temp_directory_path().string() +
-                                              "'. Make room there, or name another place by TMPDIR.");
+                                              "'. Free space there, or name another folder in TMPDIR.");
 }
 
 orb3::ConfigStore Store() {
@@ -32,7 +32,7 @@ void WriteChecked(const std::string& key, const std::string& value) {
     if (Store().Read(key, "") == value) return;
     throw slib::BadStateException("The settings of this run can't be stored in '" +
                                   platform::UserStorePath(orb3::storeRoot).string() +
-                                  "'. Make room there, or name another place by TMPDIR.");
+                                  "'. Free space there, or name another folder in TMPDIR.");
 }
 
 }  // namespace

@@ -31,8 +31,8 @@ std::string HeadOf(const Options& options) {
     std::string head = HeadFile(options.sofa);
     if (!head.empty()) return head;
     throw slib::BadDataException(std::string("There is no '") + systemHead +
-                                 "'. Name a measured head with --sofa FILE, or build without one by "
-                                 "--no-sofa.");
+                                 "'. Name a measured head (HRTF) with --sofa FILE, or build without "
+                                 "one with --no-sofa.");
 }
 
 void Build(const Options& options) {
@@ -53,11 +53,11 @@ void Build(const Options& options) {
 
 void AddBuildCommand(CLI::App& program) {
     CLI::App* command =
-        program.add_subcommand("build", "Make a whole library: all layouts, methods, orders and rates.");
+        program.add_subcommand("build", "Make a complete library: all layouts, methods, orders and rates.");
     command->footer(examples);
     const auto options = std::make_shared<Options>();
     command->add_option("PATH", options->path, "The library, .afl (packed) or .dfl (plain text)")->required();
-    CLI::Option* sofa = command->add_option("--sofa", options->sofa, "A measured head in a SOFA file")
+    CLI::Option* sofa = command->add_option("--sofa", options->sofa, "A measured head (HRTF) in a SOFA file")
                             ->check(CLI::ExistingFile)
                             ->default_str(systemHead);
     command->add_flag("--no-sofa", options->hasNoSofa, "No measured head, only the sphere")->excludes(sofa);

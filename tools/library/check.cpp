@@ -70,7 +70,7 @@ void PrintHeads(const orb3::fl::FormatLibrarian& library, int rate, const std::s
                  "percentile.\n\n";
     table.Print(std::cout);
     if (heads.measured.directions.empty())
-        std::cout << "\nWithout a measured head only the sphere can be held against its head. Name the head "
+        std::cout << "\nWithout a measured head only the sphere can be compared with its head. Name the head "
                      "with --sofa FILE.\n";
 }
 
@@ -91,13 +91,14 @@ void Check(const Options& options) {
 
 void AddCheckCommand(CLI::App& program) {
     CLI::App* command = program.add_subcommand(
-        "check", "Read every transform of a library and check counts and levels; 1 for any fault.");
+        "check",
+        "Read every transform of a library and check counts and levels; exit status 1 for any fault.");
     command->footer(
         "Examples:\n  tessarune-library check lib/default.afl\n"
         "  tessarune-library check lib/mine.pfl --acoustics --sofa my_ears.sofa");
     const auto options = std::make_shared<Options>();
     command->add_option("PATH", options->path, "The library, .afl, .dfl or .pfl")->required();
-    command->add_flag("--acoustics", options->hasAcoustics, "Print what every decoder does, as tables");
+    command->add_flag("--acoustics", options->hasAcoustics, "Print figures of every decoder, as tables");
     command->add_option("--sofa", options->sofa, "The measured head that the library was built with")
         ->check(CLI::ExistingFile)
         ->default_str(systemHead);

@@ -21,7 +21,7 @@ constexpr const char* examples =
   Ceiling:     azimuth 0, elevation 80, distance 1.1
   Back:        x -2, y 0.5, z 0.2
   Sub:         x 1.5, y 1, type Sub-Woofer, role BassLFE
-Azimuths are degrees to the left of ahead, elevations degrees up, distances and x (ahead), y (left) and z (up) metres.
+Azimuths are degrees to the left, elevations degrees upwards; distances and x (ahead), y (left) and z (up) are metres.
 
 Example:
   tessarune-library layout lib/default.afl attic.txt)";
@@ -48,7 +48,9 @@ void AddLayoutCommand(CLI::App& program) {
     const auto path = std::make_shared<std::string>();
     const auto file = std::make_shared<std::string>();
     command->add_option("LIBRARY", *path, "The library, .afl or .dfl")->required();
-    command->add_option("FILE", *file, "The speakers")->required()->check(CLI::ExistingFile);
+    command->add_option("FILE", *file, "The description of the speakers")
+        ->required()
+        ->check(CLI::ExistingFile);
     command->callback([path, file] { AddLayout(*path, *file); });
 }
 

@@ -14,7 +14,7 @@ constexpr const char* examples = R"(Examples:
   tessarune-library pack lib/default.afl default.pfl --bits 16
   tessarune-library plot lib/default.afl --out plots
 
-'tessarune-library COMMAND --help' tells about a command.)";
+'tessarune-library COMMAND --help' describes a command.)";
 
 }  // namespace
 

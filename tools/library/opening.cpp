@@ -20,7 +20,7 @@ std::string ExtensionOf(const std::string& path) {
 void CheckPath(const std::string& path) {
     const std::string extension = ExtensionOf(path);
     if (extension != ".AFL" && extension != ".DFL" && extension != ".PFL")
-        throw slib::BadDataException("'" + path + "' is no library: name its .afl, .dfl or .pfl file.");
+        throw slib::BadDataException("A library must be an .afl, .dfl or .pfl file, not '" + path + "'.");
     if (!std::filesystem::exists(path))
         throw slib::BadDataException("There is no library '" + path + "'. 'tessarune-library build " + path +
                                      "' makes one.");
@@ -36,8 +36,10 @@ LibraryPtr OpenToRead(const std::string& path) {
 std::unique_ptr<orb3::fl::FormatRegistrar> OpenToChange(const std::string& path) {
     CheckPath(path);
     if (ExtensionOf(path) == ".PFL")
-        throw slib::BadDataException("A library in one file can't be changed. 'tessarune-library pack " +
-                                     path + " FOLDER/NAME.afl' makes one that can.");
+        throw slib::BadDataException(
+            "The library must be .afl or .dfl to be changed, not .pfl. "
+            "'tessarune-library pack " +
+            path + " FOLDER/NAME.afl' makes one.");
     return orb3::fl::createLibrarian(path, acoustics, nullptr, false);
 }
 

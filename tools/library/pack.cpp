@@ -31,12 +31,12 @@ struct Options {
 void Pack(const Options& options) {
     const std::string extension = slib::toUpper(std::filesystem::path(options.out).extension().string());
     if (extension != ".PFL" && extension != ".AFL" && extension != ".DFL")
-        throw slib::BadDataException("'" + options.out + "' has to end in .dfl, .afl or .pfl.");
+        throw slib::BadDataException("OUT must end in .dfl, .afl or .pfl, not be '" + options.out + "'.");
     if (extension != ".PFL" && !options.bits.empty())
-        throw slib::BadDataException("--bits is for libraries in one file; end the name in .pfl.");
+        throw slib::BadDataException("With --bits OUT must end in .pfl.");
     const LibraryPtr library = OpenToRead(options.path);
     if (std::filesystem::exists(options.out) && std::filesystem::equivalent(options.path, options.out))
-        throw slib::BadDataException("A library can't be packed into itself. Name another file.");
+        throw slib::BadDataException("OUT must be another file than PATH.");
     if (extension == ".PFL")
         orb3::fl::WritePAKLibrary(*library, options.out,
                                   options.bits.empty() ? TransformForm::Single : forms.at(options.bits));
@@ -54,7 +54,7 @@ void AddPackCommand(CLI::App& program) {
     command->footer(examples);
     const auto options = std::make_shared<Options>();
     command->add_option("PATH", options->path, "The library")->required();
-    command->add_option("OUT", options->out, "Where to; the ending tells the form")->required();
+    command->add_option("OUT", options->out, "The file to write; its ending chooses the form")->required();
     command->add_option("--bits", options->bits, "Bits of a sample in a .pfl, or float, the default")
         ->check(CLI::IsMember({"8", "12", "16", "20", "24", "float"}));
     command->callback([options] { Pack(*options); });

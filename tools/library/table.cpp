@@ -57,7 +57,7 @@ std::string Fixed(double value, int digits) {
 
 std::string Size(double bytes) {
     if (bytes < 1000) return Fixed(bytes, 0) + " B";
-    if (bytes < 1e6) return Fixed(bytes / 1e3, 1) + " b";
+    if (bytes < 1e6) return Fixed(bytes / 1e3, 1) + " kB";
     return Fixed(bytes / 1e6, 2) + " MB";
 }
 

@@ -39,10 +39,10 @@ constexpr int wrongUse = 2;
 constexpr int notStarted = 127;
 constexpr const char* help =
     R"(Starts a game with Tessarune in place of the OpenAL library that it would load.
-Says afterwards whether the game used it, with the lines that it left in the log.
+Says afterwards whether the game used it, and prints what was logged meanwhile.
 Usage: tessarune-run PROGRAM [ARGUMENTS...]
 
-Everything behind PROGRAM goes to the game as it stands.
+Everything behind PROGRAM is passed to the game unchanged.
 
 Examples:
   tessarune-run ./game
@@ -110,8 +110,8 @@ void Start(char** arguments) {
     posix_spawnattr_destroy(&attributes);
     if (code == 0) return;
     throw slib::BadParameterException(std::string("'") + arguments[0] +
-                                      "' couldn't be started: " + std::strerror(code) +
-                                      ". Give its whole path, or a name that is found along PATH.");
+                                      "' can't be started: " + std::strerror(code) +
+                                      ". Give its full path, or the name of a program that PATH finds.");
 }
 
 bool IsMappedIn(pid_t process, const std::string& library) {
@@ -176,8 +176,8 @@ void Report(const std::string& name, bool wasLoaded, const std::vector<std::stri
         std::cerr << "'" << name << "' loaded Tessarune, but made no context with it.\n";
     else
         std::cerr << "'" << name << "' didn't use Tessarune. Either it plays no sound through OpenAL, or it "
-                  << "brings a library of its own: look for a libopenal.so.1 in its folders, keep that file "
-                  << "under another name, and put a link to " << dropIn / "libopenal.so.1"
+                  << "brings a library of its own: look for a libopenal.so.1 in its folders, rename that "
+                  << "file, and put a link to " << dropIn / "libopenal.so.1"
                   << " in its place.\n";
     if (!lines.empty()) std::cerr << "What was logged meanwhile:\n";
     for (const std::string& line : lines)
@@ -200,7 +200,7 @@ int Run(char** arguments) {
     bool isSomeLost = false;
     const std::vector<std::string> lines = tool::LinesSince(before, tool::ReadLogRing(), isSomeLost);
     Report(arguments[0], end.wasLoaded, lines, dropIn);
-    if (isSomeLost) std::cerr << "Earlier lines have left the log again.\n";
+    if (isSomeLost) std::cerr << "Earlier lines are no longer in the log.\n";
     return ExitStatus(end.status, arguments[0]);
 }
 
