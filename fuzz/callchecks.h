@@ -63,7 +63,7 @@ inline std::string BytesOfPlay(const goal::Source& s) {
 }
 
 inline std::string BytesOfEffect(const goal::EffectParametersPtr& effect) {
-    std::string bytes = BytesOf(effect.Get());
+    std::string bytes = BytesOf(effect ? effect->effectType : AL_EFFECT_NULL);
     for (std::int32_t parameter = 0; effect && parameter <= AL_EAXREVERB_DECAY_HFLIMIT; ++parameter) {
         float values[3]{};
         std::int32_t integer = 0;
@@ -74,18 +74,23 @@ inline std::string BytesOfEffect(const goal::EffectParametersPtr& effect) {
     return bytes;
 }
 
+inline std::string BytesOfSlot(const goal::AuxSlotParameters& slot) {
+    return BytesOf(slot.gain, slot.auxiliarySendAuto, slot.deleted) + BytesOfEffect(slot.effect);
+}
+
+inline std::string BytesOfGlobals(const goal::GlobalParameters& g) {
+    return BytesOf(g.dopplerFactor, g.dopplerVelocity, g.speedOfSound, g.distanceModel, g.listenerGain,
+                   g.listenerPosition, g.listenerVelocity, g.listenerAt, g.listenerUp, g.metersPerUnit);
+}
+
 inline std::string BytesOfState(const goal::SuspendedState& state) {
-    std::string bytes =
-        BytesOf(state.dopplerFactor, state.dopplerVelocity, state.speedOfSound, state.distanceModel,
-                state.listenerGain, state.listenerPosition, state.listenerVelocity, state.listenerAt,
-                state.listenerUp, state.metersPerUnit, state.deletedBuffers.size);
+    std::string bytes = BytesOfGlobals(state) + BytesOf(state.deletedBuffers.size);
     for (const goal::Source& source : state.sources)
         bytes += BytesOf(source.deleted, source.parametersDirty, source.queueDirty, source.stateChanged,
                          source.unqueuedCount) +
                  BytesOfBase(source) + BytesOfPlay(source);
     for (const auto& slot : state.slots)
-        bytes +=
-            BytesOf(slot.gain, slot.auxiliarySendAuto, slot.deleted, slot.dirty) + BytesOfEffect(slot.effect);
+        bytes += BytesOf(slot.dirty) + BytesOfSlot(slot);
     return bytes;
 }
 
@@ -210,26 +215,20 @@ inline void CheckSuspended(const goal::Context& context) {
 
 /// What changed and isn't marked would never reach the renderer.
 inline void CheckMarks(const goal::Context& context) {
-    const auto& sources = context.application.sources;
-    for (std::uint32_t i = 0; i < std::min(sources.size, context.snapshot.sources.size); ++i) {
+    const auto& [sources, slots] = std::tie(context.application.sources, context.application.slots);
+    const goal::RenderSnapshot& snapshot = context.snapshot;
+    for (std::uint32_t i = 0; i < snapshot.sources.size; ++i) {
         if (context.application.touched.Contains(i)) continue;
-        const goal::Source& rendered = context.snapshot.sources[i];
+        const goal::Source& rendered = snapshot.sources[i];
         Require(sources[i].deleted == rendered.deleted, "the life or death of a source isn't marked");
         if (sources[i].deleted) continue;
         Require(BytesOfBase(sources[i]) == BytesOfBase(rendered), "a changed parameter isn't marked");
         Require(IsSameQueue(sources[i], rendered), "a changed queue isn't marked");
         Require(!sources[i].stateChanged, "a changed state isn't marked");
     }
-}
-
-inline void CheckSnapshot(const goal::Context& context) {
-    const goal::RenderSnapshot& snapshot = context.snapshot;
-    Require(snapshot.sources.size <= context.application.sources.size, "the snapshot has more sources");
-    Require(snapshot.slots.size <= context.application.slots.size, "the snapshot has more slots");
-    Require(snapshot.sourceStates.size == snapshot.sources.size, "a source of the snapshot has no memory");
-    for (std::uint32_t i = 0; i < snapshot.sources.size; ++i)
-        Require(snapshot.sourceStates[i].sends.size == snapshot.sources[i].sends.size,
-                "a send has no memory");
+    for (std::uint32_t i = 0; i < snapshot.slots.size; ++i)
+        Require(slots[i].dirty || BytesOfSlot(slots[i]) == BytesOfSlot(snapshot.slots[i]),
+                "a changed slot isn't marked");
 }
 
 // ---- EFX ----
@@ -280,7 +279,6 @@ inline void CheckInvariants(const World& world) {
     std::for_each(context->snapshot.sources.begin(), context->snapshot.sources.end(), CheckSource);
     if (context->suspendCount > 0) CheckSuspended(*context);
     CheckMarks(*context);
-    CheckSnapshot(*context);
     CheckEffects(*context);
 }
 
@@ -290,7 +288,10 @@ inline void CheckCopied(const goal::Context& context, bool isMerged) {
     const goal::RenderSnapshot& snapshot = context.snapshot;
     const goal::ApplicationState& application = context.application;
     Require(snapshot.sources.size == application.sources.size, "the copy left a source out");
+    Require(snapshot.sourceStates.size == snapshot.sources.size, "a source of the renderer has no memory");
     Require(snapshot.slots.size == application.slots.size, "the copy left a slot out");
+    Require(BytesOfGlobals(snapshot) == BytesOfGlobals(application),
+            "the copy missed what all sources share");
     for (std::uint32_t i = 0; i < snapshot.sources.size; ++i) {
         const goal::Source &rendered = snapshot.sources[i], &source = application.sources[i];
         const bool isPlaying = !source.deleted && source.state == goal::SourceState::Playing;
@@ -298,24 +299,30 @@ inline void CheckCopied(const goal::Context& context, bool isMerged) {
         Require(snapshot.playing.Contains(i) == isPlaying, "the copy lost count of what plays");
         Require(source.deleted || !isMerged || BytesOfPlay(rendered) == BytesOfPlay(source),
                 "the copy missed a play state");
+        Require(!source.deleted || rendered.queue.size == 0, "a deleted source holds on to buffers");
+        Require(snapshot.sourceStates[i].sends.size == rendered.sends.size, "a send has no memory");
     }
-    for (std::uint32_t i = 0; i < snapshot.slots.size; ++i) {
-        const auto typeOf = [](const auto& slot) { return slot.effect ? slot.effect->effectType : 0; };
-        const goal::AuxSlotParameters &rendered = snapshot.slots[i], &slot = application.slots[i];
-        Require(rendered.gain == slot.gain && typeOf(rendered) == typeOf(slot), "the copy missed a slot");
-    }
+    for (const auto& slot : application.slots)
+        Require(!slot.dirty, "the copy left the mark of a slot");
     CheckMarks(context);
 }
 
 /// After the last alcProcessContext the renderer is to get what calls saw while the context was suspended.
 /// New sources moved over as they were, so that only the `known` ones can be compared.
 inline void CheckResumed(const goal::Context& context, std::uint32_t known) {
-    const auto& sources = context.application.sources;
-    const auto& changed = context.suspended.sources;
+    const goal::SuspendedState &now = context.application, &seen = context.suspended;
+    Require(BytesOfGlobals(now) == BytesOfGlobals(seen), "a resume missed what all sources share");
     for (std::uint32_t i = 0; i < known; ++i) {
-        Require(sources[i].deleted == changed[i].deleted, "a resume missed the life or death of a source");
-        Require(sources[i].deleted || IsSameQueue(sources[i], changed[i]), "a resume missed a queue");
+        const goal::Source &source = now.sources[i], &changed = seen.sources[i];
+        Require(source.deleted == changed.deleted, "a resume missed the life or death of a source");
+        if (source.deleted) continue;
+        Require(BytesOfBase(source) == BytesOfBase(changed), "a resume missed a parameter");
+        Require(IsSameQueue(source, changed), "a resume missed a queue");
+        Require(!changed.stateChanged || BytesOfPlay(source) == BytesOfPlay(changed),
+                "a resume missed a play state");
     }
+    for (std::uint32_t i = 0; i < seen.slots.size; ++i)
+        Require(BytesOfSlot(now.slots[i]) == BytesOfSlot(seen.slots[i]), "a resume missed a slot");
 }
 
 }  // namespace calls
