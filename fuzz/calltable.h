@@ -12,66 +12,48 @@ namespace calls {
 
 // ---- Tokens ----
 
-inline constexpr ALenum stateTokens[] = {AL_DOPPLER_FACTOR, AL_DOPPLER_VELOCITY, AL_SPEED_OF_SOUND,
-                                         AL_DISTANCE_MODEL, AL_EXTENSIONS};
-inline constexpr ALenum textTokens[] = {AL_VENDOR,   AL_VERSION,      AL_RENDERER,      AL_EXTENSIONS,
-                                        AL_NO_ERROR, AL_INVALID_NAME, AL_OUT_OF_MEMORY, 0xA006};
-inline constexpr ALenum distanceModels[] = {
-    AL_NONE, AL_INVERSE_DISTANCE, AL_LINEAR_DISTANCE_CLAMPED, AL_EXPONENT_DISTANCE_CLAMPED, AL_DISTANCE_MODEL,
-    0xD007};
-inline constexpr ALenum listenerTokens[] = {AL_GAIN, AL_METERS_PER_UNIT, AL_POSITION, AL_VELOCITY,
-                                            AL_ORIENTATION};
 // clang-format off
+inline constexpr ALenum stateTokens[] = {
+    AL_DOPPLER_FACTOR, AL_DOPPLER_VELOCITY, AL_SPEED_OF_SOUND, AL_DISTANCE_MODEL, AL_EXTENSIONS};
+inline constexpr ALenum textTokens[] = {
+    AL_VENDOR, AL_VERSION, AL_RENDERER, AL_EXTENSIONS, AL_NO_ERROR, AL_INVALID_NAME, AL_OUT_OF_MEMORY,
+    0xA006};
+inline constexpr ALenum distanceModels[] = {
+    AL_NONE, AL_INVERSE_DISTANCE, AL_LINEAR_DISTANCE_CLAMPED, AL_EXPONENT_DISTANCE_CLAMPED,
+    AL_DISTANCE_MODEL, 0xD007};
+inline constexpr ALenum listenerTokens[] = {
+    AL_GAIN, AL_METERS_PER_UNIT, AL_POSITION, AL_VELOCITY, AL_ORIENTATION};
 inline constexpr ALenum sourceTokens[] = {
-    AL_GAIN, AL_MIN_GAIN, AL_MAX_GAIN, AL_PITCH, AL_REFERENCE_DISTANCE, AL_ROLLOFF_FACTOR,
-    AL_MAX_DISTANCE, AL_CONE_OUTER_GAIN, AL_CONE_INNER_ANGLE, AL_CONE_OUTER_ANGLE, AL_SOURCE_RADIUS,
-    AL_AIR_ABSORPTION_FACTOR, AL_ROOM_ROLLOFF_FACTOR, AL_CONE_OUTER_GAINHF, AL_SEC_OFFSET,
-    AL_SAMPLE_OFFSET, AL_BYTE_OFFSET, AL_POSITION, AL_VELOCITY, AL_DIRECTION, AL_ORIENTATION,
-    AL_STEREO_ANGLES, AL_SOURCE_RELATIVE, AL_LOOPING, AL_BUFFER, AL_BUFFER, AL_SOURCE_STATE,
-    AL_BUFFERS_QUEUED, AL_BUFFERS_PROCESSED, AL_SOURCE_TYPE, AL_DIRECT_FILTER, AL_AUXILIARY_SEND_FILTER,
-    AL_DIRECT_FILTER_GAINHF_AUTO, AL_AUXILIARY_SEND_FILTER_GAIN_AUTO,
-    AL_AUXILIARY_SEND_FILTER_GAINHF_AUTO};
-// clang-format on
-inline constexpr ALenum sourceTriples[] = {AL_POSITION, AL_VELOCITY, AL_DIRECTION, AL_AUXILIARY_SEND_FILTER,
-                                           AL_ORIENTATION};
+    AL_GAIN, AL_MIN_GAIN, AL_MAX_GAIN, AL_PITCH, AL_REFERENCE_DISTANCE, AL_ROLLOFF_FACTOR, AL_MAX_DISTANCE,
+    AL_CONE_OUTER_GAIN, AL_CONE_INNER_ANGLE, AL_CONE_OUTER_ANGLE, AL_SOURCE_RADIUS,
+    AL_AIR_ABSORPTION_FACTOR, AL_ROOM_ROLLOFF_FACTOR, AL_CONE_OUTER_GAINHF, AL_SEC_OFFSET, AL_SAMPLE_OFFSET,
+    AL_BYTE_OFFSET, AL_POSITION, AL_VELOCITY, AL_DIRECTION, AL_ORIENTATION, AL_STEREO_ANGLES,
+    AL_SOURCE_RELATIVE, AL_LOOPING, AL_BUFFER, AL_BUFFER, AL_SOURCE_STATE, AL_BUFFERS_QUEUED,
+    AL_BUFFERS_PROCESSED, AL_SOURCE_TYPE, AL_DIRECT_FILTER, AL_AUXILIARY_SEND_FILTER,
+    AL_DIRECT_FILTER_GAINHF_AUTO, AL_AUXILIARY_SEND_FILTER_GAIN_AUTO, AL_AUXILIARY_SEND_FILTER_GAINHF_AUTO};
+inline constexpr ALenum sourceTriples[] = {
+    AL_POSITION, AL_VELOCITY, AL_DIRECTION, AL_AUXILIARY_SEND_FILTER, AL_ORIENTATION};
 inline constexpr ALenum bufferTokens[] = {AL_FREQUENCY, AL_BITS, AL_CHANNELS, AL_SIZE};
 inline constexpr ALenum formats[] = {
-    AL_FORMAT_MONO16,      AL_FORMAT_MONO16,     AL_FORMAT_MONO16,       AL_FORMAT_MONO16,
-    AL_FORMAT_MONO8,       AL_FORMAT_STEREO16,   AL_FORMAT_MONO_IMA4,    AL_FORMAT_STEREO_IMA4,
-    AL_FORMAT_BFORMAT2D_8, AL_FORMAT_51CHN32,    AL_FORMAT_MONO_FLOAT32, AL_FORMAT_STEREO_DOUBLE_EXT,
-    AL_FORMAT_MONO_MULAW,  AL_FORMAT_71CHN_MULAW};
-// clang-format off
+    AL_FORMAT_MONO16, AL_FORMAT_MONO16, AL_FORMAT_MONO16, AL_FORMAT_MONO16, AL_FORMAT_MONO8,
+    AL_FORMAT_STEREO16, AL_FORMAT_MONO_IMA4, AL_FORMAT_STEREO_IMA4, AL_FORMAT_BFORMAT2D_8,
+    AL_FORMAT_51CHN32, AL_FORMAT_MONO_FLOAT32, AL_FORMAT_STEREO_DOUBLE_EXT, AL_FORMAT_MONO_MULAW,
+    AL_FORMAT_71CHN_MULAW};
 inline constexpr ALenum effectTokens[] = {
-    AL_EFFECT_TYPE, AL_EFFECT_TYPE, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18,
-    19, 20, 21, 22, 23, 24};
-// clang-format on
+    AL_EFFECT_TYPE, AL_EFFECT_TYPE, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19,
+    20, 21, 22, 23, 24};
 inline constexpr ALenum filterTokens[] = {AL_FILTER_TYPE, 1, 2, 3, 4};
-inline constexpr ALenum slotTokens[] = {AL_EFFECTSLOT_EFFECT, AL_EFFECTSLOT_GAIN,
-                                        AL_EFFECTSLOT_AUXILIARY_SEND_AUTO};
+inline constexpr ALenum slotTokens[] = {
+    AL_EFFECTSLOT_EFFECT, AL_EFFECTSLOT_GAIN, AL_EFFECTSLOT_AUXILIARY_SEND_AUTO};
 inline constexpr ALenum foldbackModes[] = {AL_FOLDBACK_MODE_MONO, AL_FOLDBACK_MODE_STEREO};
-inline constexpr ALenum alcTokens[] = {ALC_MAJOR_VERSION,
-                                       ALC_MINOR_VERSION,
-                                       ALC_ATTRIBUTES_SIZE,
-                                       ALC_ALL_ATTRIBUTES,
-                                       ALC_FREQUENCY,
-                                       ALC_REFRESH,
-                                       ALC_SYNC,
-                                       ALC_MONO_SOURCES,
-                                       ALC_STEREO_SOURCES,
-                                       ALC_DEFAULT_FILTER_ORDER,
-                                       ALC_EFX_MAJOR_VERSION,
-                                       ALC_EFX_MINOR_VERSION,
-                                       ALC_MAX_AUXILIARY_SENDS,
-                                       0x1234};
-inline constexpr ALenum alcTextTokens[] = {ALC_NO_ERROR,
-                                           ALC_INVALID_DEVICE,
-                                           ALC_OUT_OF_MEMORY,
-                                           ALC_DEFAULT_DEVICE_SPECIFIER,
-                                           ALC_DEVICE_SPECIFIER,
-                                           ALC_EXTENSIONS,
-                                           ALC_ALL_DEVICES_SPECIFIER,
-                                           ALC_CAPTURE_DEVICE_SPECIFIER,
-                                           0xA006};
+inline constexpr ALenum alcTokens[] = {
+    ALC_MAJOR_VERSION, ALC_MINOR_VERSION, ALC_ATTRIBUTES_SIZE, ALC_ALL_ATTRIBUTES, ALC_FREQUENCY,
+    ALC_REFRESH, ALC_SYNC, ALC_MONO_SOURCES, ALC_STEREO_SOURCES, ALC_DEFAULT_FILTER_ORDER,
+    ALC_EFX_MAJOR_VERSION, ALC_EFX_MINOR_VERSION, ALC_MAX_AUXILIARY_SENDS, 0x1234};
+inline constexpr ALenum alcTextTokens[] = {
+    ALC_NO_ERROR, ALC_INVALID_DEVICE, ALC_OUT_OF_MEMORY, ALC_DEFAULT_DEVICE_SPECIFIER, ALC_DEVICE_SPECIFIER,
+    ALC_EXTENSIONS, ALC_ALL_DEVICES_SPECIFIER, ALC_CAPTURE_DEVICE_SPECIFIER, 0xA006};
+// clang-format on
 
 // ---- Roles by their use ----
 
