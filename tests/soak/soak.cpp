@@ -149,7 +149,6 @@ private:
               &goal.onlyOneReverb, &goal.ignoreGameSampleRate, &next.useDirectSoundAutoselect})
             *flag = dice.OneIn(2);
         if (!next.layouts.empty()) next.selectedName = dice.Of(next.layouts)->format;
-        ++world.restartRequests;
         if (dice.OneIn(3)) return Store(next);
         shared.pendingConfiguration = std::move(next);
         shared.isRestartRequested = true;
@@ -184,18 +183,14 @@ void CheckMemory(World& world, const Director& director) {
 }
 
 void Report(const World& world) {
-    const testing_support::Misbehaviour& output = world.output;
-    std::cout << world.calls << " calls or more of the game, " << world.errorCodes << " with an error code; "
+    std::cout << world.calls << " calls of the game or more, " << world.errorCodes << " with an error code; "
               << world.foldback.events << " events of foldback.\n"
               << world.contexts << " contexts, " << world.refusedContexts
-              << " refused for the device's sake; " << world.restarts << " restarts of "
-              << world.restartRequests << " asked for; " << world.lostServers
+              << " refused for the device's sake; " << world.restarts << " restarts; " << world.lostServers
               << " servers ended for the device's sake.\n"
-              << output.systems << " outputs set up, " << output.blocks << " blocks written, "
-              << output.audibleFrames << " frames played with sound in them; " << output.stalls << " stalls, "
-              << output.jumps << " jumps, " << output.oddSteps << " times of odd steps, "
-              << output.lostBuffers << " lost buffers, " << output.refusals << " refusals.\n"
-              << world.faults << " faults.\n";
+              << world.output.moods << " bad moods of " << world.output.systems << " outputs, "
+              << world.output.audibleFrames << " frames played with sound in them; " << world.faults
+              << " faults.\n";
 }
 
 void RunFor(World& world, std::chrono::seconds duration) {

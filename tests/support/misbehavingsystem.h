@@ -18,8 +18,7 @@ namespace testing_support {
 
 /// What all systems did. Any thread.
 struct Misbehaviour {
-    std::atomic<std::uint64_t> systems{0}, operations{0}, blocks{0}, audibleFrames{0};
-    std::atomic<std::uint64_t> stalls{0}, jumps{0}, oddSteps{0}, lostBuffers{0}, refusals{0};
+    std::atomic<std::uint64_t> systems{0}, operations{0}, audibleFrames{0}, moods{0};
     std::atomic<int> openObjects{0};     ///< left behind by systems that are gone
     std::atomic<bool> hasFailed{false};  ///< whoever plays may have ended by that; taken back by the test
 };
@@ -61,7 +60,7 @@ private:
         const std::string_view operation = dice.Of(operations);
         if (operation.empty()) deviceNames.clear();
         failures[operation] = platform::DSERR_NODRIVER;
-        ++counts.refusals;
+        ++counts.moods;
         if (operation != "Stop") counts.hasFailed = true;  // which is only told to a log
     }
 
@@ -73,7 +72,6 @@ private:
         if (!isPlaying) return;
         if (now >= nextMood) ChangeMood(now);
         Pass(passed * speed);
-        counts.blocks += lockOffsets.size();
         counts.audibleFrames +=
             played.size() - static_cast<std::size_t>(std::count(played.begin(), played.end(), 0));
         lockOffsets.clear();
@@ -84,21 +82,18 @@ private:
         nextMood = now + dice.Between(50, 1500);
         speed = step = reach = 1;
         const unsigned mood = dice.Below(14);
+        counts.moods += mood < 9;
         if (mood < 2) {
             speed = 0;
-            ++counts.stalls;
         } else if (mood < 5) {
             Pass(dice.Between(5, 1000));
-            ++counts.jumps;
         } else if (mood < 8) {
             speed = dice.Between(0.5F, 2);
             step = dice.Between(1, 3000);
             reach = dice.Between(1, 3000);
-            ++counts.oddSteps;
         } else if (mood < 9) {
             failures["GetCurrentPosition"] = platform::DSERR_BUFFERLOST;
             counts.hasFailed = true;
-            ++counts.lostBuffers;
         }
     }
 
