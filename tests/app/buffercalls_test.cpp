@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <limits>
-#include <tuple>
 #include <vector>
 
 #include "tests/support/contextfixture.h"
@@ -77,19 +76,22 @@ TEST_F(BufferCalls, BufferData_WithSeveralFaults_ReportsTheFirstOfTheOrder) {
 TEST_F(BufferCalls, BufferData_CopiesWhileTheStaticFormRefers) {
     const ALuint copied = New(alGenBuffers), referred = MakeStaticBuffer();
     alBufferData(copied, AL_FORMAT_MONO16, samples.data(), 8, 44100);
-    EXPECT_NE(static_cast<const void*>(Stored(copied)->data), samples.data());
-    EXPECT_EQ(static_cast<const void*>(Stored(referred)->data), samples.data());
+    samples[0] = 7;
+    EXPECT_EQ(Stored(copied)->data[0], 100);
+    EXPECT_EQ(Stored(referred)->data[0], 7);
 }
 
 TEST_F(BufferCalls, Properties_OfNoDataAndOfTheMost_AreDefined) {
     constexpr ALsizei most = std::numeric_limits<ALsizei>::max();
     const ALuint empty = New(alGenBuffers), greatest = New(alGenBuffers);
     alBufferDataStatic(greatest, AL_FORMAT_MONO8, samples.data(), most, most);
-    const std::tuple<ALenum, ALint, ALint> rows[] = {
-        {AL_FREQUENCY, 0, most}, {AL_BITS, 16, 8}, {AL_CHANNELS, 1, 1}, {AL_SIZE, 0, most}};
-    for (const auto& [parameter, ofEmpty, ofGreatest] : rows) {
-        EXPECT_EQ(Read(empty, parameter), ofEmpty);
-        EXPECT_EQ(Read(greatest, parameter), ofGreatest);
+    const struct {
+        ALenum parameter;
+        ALint ofEmpty, ofGreatest;
+    } rows[] = {{AL_FREQUENCY, 0, most}, {AL_BITS, 16, 8}, {AL_CHANNELS, 1, 1}, {AL_SIZE, 0, most}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(Read(empty, row.parameter), row.ofEmpty);
+        EXPECT_EQ(Read(greatest, row.parameter), row.ofGreatest);
     }
 }
 
@@ -108,22 +110,8 @@ TEST_F(BufferCalls, ABufferOfASource_MayNeitherGoNorChange) {
     const auto remove = [&] { alDeleteBuffers(2, names); };
     const auto change = [&] { alBufferData(names[1], AL_FORMAT_MONO8, samples.data(), 3, 8000); };
     ExpectCodes({{AL_INVALID_OPERATION, remove}, {AL_INVALID_OPERATION, change}});
-    EXPECT_EQ(Read(names[0], AL_SIZE), 8);
-    EXPECT_EQ(Read(names[1], AL_SIZE), 8);
     SetBuffer(source, 0);
     ExpectCodes({{AL_NO_ERROR, change}, {AL_NO_ERROR, remove}});
-}
-
-TEST_F(BufferCalls, AnOwnedBufferThatTheRendererReads_GoesAtOnceAndIsFreedAfterTheCopy) {
-    const ALuint buffer = MakeBuffer(4), source = SourceWith(buffer);
-    Copy();
-    SetBuffer(source, 0);
-    ExpectDelete(AL_NO_ERROR, buffer);
-    EXPECT_EQ(context->application.deletedBuffers, Rendered(source).queue);
-    EXPECT_EQ(Rendered(source).queue[0]->frames, 4u) << "still there for the block under way";
-    Copy();
-    EXPECT_EQ(context->application.deletedBuffers.size, 0u);
-    EXPECT_EQ(Rendered(source).queue.size, 0u);
 }
 
 // Until a suspension ends the renderer plays what the game has taken out of the queue.

@@ -164,23 +164,4 @@ TEST_F(SourceCalls, Refusals_HaveTheCodeOfTheFirstFault) {
     ExpectCodes({{AL_INVALID_OPERATION, [] { alGetSourcei(99, AL_GAIN, nullptr); }}});
 }
 
-TEST_F(SourceCalls, ChangesWhileSuspended_AreReadBackAtOnceAndRenderedAfterwards) {
-    const ALuint changed = MakeStream(1), deleted = MakeStream(1);
-    Copy();
-    Suspend();
-    alSourcef(changed, AL_GAIN, 0.5F);
-    alDeleteSources(1, &deleted);
-    alDopplerFactor(3);
-    EXPECT_EQ(alGetFloat(AL_DOPPLER_FACTOR), 3);
-    EXPECT_EQ(GetFloat(changed, AL_GAIN), 0.5F);
-    EXPECT_EQ(UseCount(2), 0);
-    for (const bool isOver : {false, true}) {
-        if (isOver) Resume();
-        Copy();
-        EXPECT_EQ(Rendered(changed).gain, isOver ? 0.5F : 1);
-        EXPECT_EQ(Rendered(deleted).deleted, isOver);
-        EXPECT_EQ(context->snapshot.dopplerFactor, isOver ? 3 : 1);
-    }
-}
-
 }  // namespace
