@@ -140,8 +140,7 @@ TEST(FilterStage, Fade_EndsAtTheFloorAndThenInSilenceWithCleanMemory) {
 
 TEST(FilterStage, ScaledFloor_MovesAScaledGainByTheSameSteps) {
     constexpr float scale = 1.0F / 32768;
-    Path plain;
-    Path scaled{.settings = {.gainFactor = scale, .floorScale = scale}};
+    Path plain, scaled{.settings = {.gainFactor = scale, .floorScale = scale}};
     for (const float gain : {1.0F, 0.0F, 0.0F, 0.0F, 0.0F, 0.3F, 0.3F}) {
         plain.Run(Filter(gain), Constant(512));
         scaled.Run(Filter(gain), Constant(512));
@@ -187,7 +186,7 @@ TEST(FilterStage, PathsThatWait_AreThePathsOfOneByOne) {
     for (const float move : moves) {
         for (std::uint32_t p = 0; p < 20; ++p) {
             const FilterParameters filter =
-                Filter(1 - 0.04F * float(p), move, p % 4 == 3 ? 0.5F : 1, 1 + p / 16);
+                Filter(1 - 0.04F * float(p), move, p % 4 == 3 && move != 0.3F ? 0.5F : 1, 1 + p / 16);
             rows[p].resize(300);
             std::copy(sine.begin(), sine.end(), rows[p].data);
             expected[p] = paths[p].Run(filter, sine, 300);
