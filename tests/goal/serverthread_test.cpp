@@ -13,7 +13,6 @@
 #include <functional>
 #include <string>
 #include <thread>
-#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -186,7 +185,7 @@ TEST_F(ServerThreadTest, SettingsAndTheGamesRateUnlessTold_ReachTheMachinery) {
         }
     }
     const auto& [order, rate, length, count, gain] = machinery.request;
-    EXPECT_EQ(std::tuple(order, length, count), std::tuple(2, 256, 5));
+    EXPECT_TRUE(order == 2 && length == 256 && count == 5);
     EXPECT_DOUBLE_EQ(gain, 0.9);
     EXPECT_EQ(machinery.filterOrder, 2);
     EXPECT_EQ(machinery.renderedOrder, 2);
@@ -209,12 +208,14 @@ TEST_F(ServerThreadTest, Answers_OfTheSetUp_AreTakenAndStored) {
 }
 
 TEST_F(ServerThreadTest, Start_WhenAStepFails_TellsWhichAndLeavesNothing) {
-    const std::pair<std::string, std::string> explanations[] = {
+    const struct {
+        std::string step, explanation;
+    } failures[] = {
         {"library", "Unable to locate format library. You probably need to reinstall. The error was: "},
         {"setup", "Have you run the configuration program? Failed to set up speakers: "},
         {"decoder", ""},
         {"renderer", ""}};
-    for (const auto& [failing, explanation] : explanations) {
+    for (const auto& [failing, explanation] : failures) {
         machinery.at = [failingStep = failing](const std::string& step) {
             if (step == failingStep) throw slib::BadDataException("It broke.");
         };
