@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <numbers>
 
@@ -79,8 +80,10 @@ Complex ResonatorAt(double angle, double center, double r) {
 TEST(Distortion, FiltersBelowTheClipAndClipsHard) {
     constexpr double radian = 2 * pi / 48000;
     DistortionParameters p;
-    for (const auto& [lowpass, center, width] :
-         {std::tuple{8000.f, 3600.f, 3600.f}, {80, 80, 80}, {24000, 20000, 80}, {300, 9000, 24000}}) {
+    const struct {
+        float lowpass, center, width;
+    } rows[] = {{8000, 3600, 3600}, {80, 80, 80}, {24000, 20000, 80}, {300, 9000, 24000}};
+    for (const auto& [lowpass, center, width] : rows) {
         p.edge = 0.005f;
         p.gain = 0.5f;
         p.lowpassCutoff = lowpass;
@@ -113,20 +116,24 @@ TEST(RingModulator, MakesSidebandsOfEachHarmonicOfItsWave) {
     Signal input(4 * period);
     for (std::size_t i = 0; i < input.size(); ++i)
         input[i] = float(std::cos(tone * radian * double(i)));
-    for (const auto& [waveform, first, second, third] : {std::tuple{Waveform::Sinusoid, pi, 0.0, 0.0},
-                                                         {Waveform::Square, 4.0, 0.0, 4.0 / 3},
-                                                         {Waveform::Sawtooth, 2.0, -1.0, 2.0 / 3}}) {
+    const struct {
+        Waveform waveform;
+        std::array<double, 4> harmonics;  // times pi
+    } rows[] = {{Waveform::Sinusoid, {0, pi, 0, 0}},
+                {Waveform::Square, {0, 4, 0, 4.0 / 3}},
+                {Waveform::Sawtooth, {0, 2, -1, 2.0 / 3}}};
+    for (const auto& [waveform, harmonics] : rows) {
         RingModulatorParameters p;
         p.waveform = waveform;
         p.frequency = 97 * 3.75f;
         p.highpassCutoff = 2000;
         const Signal output = RunningEffect(p).Feed(p, input)[0];
         const Complex highpassed = 1.0 - OnePoleAt(tone * radian, half, 2001 / 3.75 * radian);
-        for (const auto& [k, harmonic] : {std::pair{0, 0.0}, {1, first}, {2, second}, {3, third}}) {
+        for (int k = 0; k < 4; ++k) {
             const auto line = [&](double bin) {
                 return SpectrumAt(std::span(output).last(period), bin * radian) / double(period);
             };
-            const Complex expected = Complex(0, -0.25) * (harmonic / pi) * highpassed;
+            const Complex expected = Complex(0, -0.25) * (harmonics[std::size_t(k)] / pi) * highpassed;
             EXPECT_LT(std::abs(line(tone + k * carrier) - expected), 1e-3) << int(waveform) << " " << k;
             EXPECT_LT(std::abs(line(tone - k * carrier) + expected), 1e-3) << int(waveform) << " " << k;
         }
