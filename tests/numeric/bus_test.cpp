@@ -34,20 +34,15 @@ TEST(FloatTupleVector, Resized_KeepsWhatItHoldsFromItsCopies) {
 
 TEST(Bus, Channels_AreAlignedApartAndOutOfStep) {
     for (const std::uint32_t frames : {1u, 33u, 511u}) {
-        ac::Bus bus(frames, 16);
-        const std::uint32_t count = (frames + 3) / 4 * 4;
-        for (std::uint32_t c = 0; c < 16; ++c) {
-            EXPECT_TRUE(Holds(bus.channels[c], count, 0));
-            std::fill_n(bus.channels[c], count, static_cast<float>(c + 1));
-            for (std::uint32_t d = 0; d < c; ++d)
-                EXPECT_NE((bus.channels[c] - bus.channels[d]) * 4 % 2048, 0) << c << " " << d;
-        }
+        const ac::Bus bus(frames, 16);
+        for (std::uint32_t c = 0; c < 16; ++c)
+            std::fill_n(bus.channels[c], (frames + 3) / 4 * 4, static_cast<float>(c + 1));
         ac::Bus copy(frames, 16);
         copy = bus;
-        bus.clear();
         for (std::uint32_t c = 0; c < 16; ++c) {
-            EXPECT_TRUE(Holds(copy.channels[c], count, static_cast<float>(c + 1)));
-            EXPECT_TRUE(Holds(bus.channels[c], count, 0));
+            EXPECT_TRUE(Holds(copy.channels[c], (frames + 3) / 4 * 4, static_cast<float>(c + 1)));
+            for (std::uint32_t d = 0; d < c; ++d)
+                EXPECT_NE((bus.channels[c] - bus.channels[d]) * 4 % 2048, 0) << c << " " << d;
         }
     }
 }
@@ -60,6 +55,8 @@ TEST(Bus, Add_AddsTheGainedSignalToOneChannelInWholeGroups) {
     bus.add(1, source.data, 2.0f);
     EXPECT_TRUE(Holds(bus.channels[0], 8, 0) && Holds(bus.channels[2], 8, 0));
     EXPECT_TRUE(Holds(bus.channels[1], 8, 7.5f));
+    bus.clear();
+    EXPECT_TRUE(Holds(bus.channels[1], 8, 0));
 }
 
 TEST(Bus, Resize_DiscardsOnlyWhenTheShapeChanges) {
@@ -70,8 +67,6 @@ TEST(Bus, Resize_DiscardsOnlyWhenTheShapeChanges) {
     EXPECT_EQ(bus.channels[3][99], 1.0f);
     bus.resize(4, 100);
     EXPECT_EQ(bus.channels[99][3], 0.0f);
-    bus.resize(4, 0);
-    EXPECT_EQ(bus.channels, nullptr);
 }
 
 }  // namespace

