@@ -78,17 +78,19 @@ TYPED_TEST(Tasks, OfManySenders_RunOneAtATimeInTheOrderOfEachWhateverOneThrows) 
 
 TYPED_TEST(Tasks, EndOfTheSender_AwaitsTheRunningTaskAndDeletesTheRestUnrun) {
     int runs = 0;
-    slib::Semaphore began;
+    slib::Semaphore began, sent;
     {
         TypeParam sender;
         sender.Send([&] {
-            sender.Send([&] { ++runs; });  // would wait for ever if the sender held its mutex by now
             began.Post();
+            EXPECT_TRUE(sent.WaitFor(20000));  // nobody who sends waits for a task that runs
             std::this_thread::sleep_for(std::chrono::milliseconds(30));
             ++runs;
         });
         began.Wait();
         sender.Send([&] { ++runs; });
+        sender.Send([&] { ++runs; });
+        sent.Post();
     }
     EXPECT_EQ(runs, 1);
     EXPECT_EQ(ends, 3);
