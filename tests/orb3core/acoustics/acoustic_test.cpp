@@ -17,9 +17,12 @@ using std::numbers::pi;
 // differences is a tenth of a millimetre.
 TEST(FSAScheme, Responses_AddUpToAPlaneWaveAndItsGradient) {
     const double u[] = {0.8 * std::cos(2.2), 0.8 * std::sin(2.2), -0.6};
-    const double cases[][4] = {{0.3, -0.2, 0.35, 6}, {0, 0, -0.49, 6}, {0, 0, 0, 6}, {-0.25, 0.4, 0, 0}};
+    struct Case {
+        double x, y, z, k;  // metres, radians a metre
+    };
     const FSAScheme scheme(14);
-    for (const auto& [x, y, z, k] : cases) {
+    for (const auto& [x, y, z, k] :
+         {Case{0.3, -0.2, 0.35, 6}, Case{0, 0, -0.49, 6}, Case{0, 0, 0, 6}, Case{-0.25, 0.4, 0, 0}}) {
         ResponseGradient response;
         scheme.getResponseGradient(x, y, z, k * 346.4, response);
         std::complex<double> value, dx, dy, dz;

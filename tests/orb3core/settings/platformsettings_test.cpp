@@ -12,34 +12,28 @@ namespace {
 
 using Output = platform::PlatformSettings::Output;
 
+struct Case {
+    const char *output = "", *waveFile = "", *speakers = "";  // as they are stored
+    platform::PlatformSettings expected;
+    int errors = 0;
+};
+
 TEST(PlatformSettings, Texts_AreReadOrTakenForMissingWithAnError) {
-    struct Row {
-        const char* output;
-        const char* waveFile;
-        const char* speakers;
-        platform::PlatformSettings expected;
-        int errors;
-    };
-    const Row rows[] = {
-        {.output = "", .waveFile = "", .speakers = "", .expected = {Output::Auto, "", {}}, .errors = 0},
-        {"Silent", "", "", {Output::Silent, "", {}}, 0},
-        {"WaveFile",
-         "/a b.wav",
-         "Surround 5.1 (ITU)",
-         {Output::WaveFile, "/a b.wav", slib::StandardFormat::Surround51ITU},
-         0},
-        {"WaveFile", "", "Unknown", {Output::Auto, "", {}}, 2},
+    const Case cases[] = {
+        {.expected = {Output::Auto, "", {}}},
+        {.output = "Silent", .expected = {Output::Silent, "", {}}},
+        {"WaveFile", "/a b.wav", "Quad", {Output::WaveFile, "/a b.wav", slib::StandardFormat::Quad}},
+        {.output = "WaveFile", .speakers = "Unknown", .expected = {Output::Auto, "", {}}, .errors = 2},
         {"silent", "/a.wav", "5.1", {Output::Auto, "/a.wav", {}}, 2}};
     const testing_support::TemporaryStore folder;
     const orb3::ConfigStore store(orb3::storeRoot, orb3::ConfigStore::Scope::User);
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.output);
-        store.Write("/Platform/Output", row.output);
-        store.Write("/Platform/WaveFile", row.waveFile);
-        store.Write("/Platform/SpeakerSetting", row.speakers);
+    for (const auto& [output, waveFile, speakers, expected, errors] : cases) {
+        store.Write("/Platform/Output", output);
+        store.Write("/Platform/WaveFile", waveFile);
+        store.Write("/Platform/SpeakerSetting", speakers);
         testing_support::RecordingLog log;
-        EXPECT_EQ(orb3::ReadPlatformSettings(log), row.expected);
-        EXPECT_EQ(std::count(log.lines.begin(), log.lines.end(), ':'), row.errors) << log.lines;
+        EXPECT_EQ(orb3::ReadPlatformSettings(log), expected);
+        EXPECT_EQ(std::count(log.lines.begin(), log.lines.end(), ':'), errors) << log.lines;
     }
 }
 

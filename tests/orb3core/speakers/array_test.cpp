@@ -56,6 +56,12 @@ TEST(DefaultArrays, EachType_HasItsChannelsOnTheUnitCircle) {
     EXPECT_THROW(ArraySet().GetArray(3), slib::BadDataException);
 }
 
+void AddArray(SXMLNode& set, const std::string& name, int channelCount) {
+    SXMLNode& array = set.AddChild(std::make_unique<SXMLNode>("<Array Name=\"" + name + "\"/>"));
+    for (int i = 0; i < channelCount; ++i)
+        array.AddChild(std::make_unique<SXMLNode>(R"(<Channel Name="c" X="1" Y="0" Z="0"/>)"));
+}
+
 // The failure of reading the default document after a change.
 std::string FailureAfter(const std::function<void(SXMLNode&)>& change) {
     const auto node = Defaults().CreateNode();
@@ -63,20 +69,10 @@ std::string FailureAfter(const std::function<void(SXMLNode&)>& change) {
     return testing_support::Failure([&] { ArraySet().Read(*node); });
 }
 
-void AddArray(SXMLNode& set, const std::string& name, int channelCount) {
-    SXMLNode& array = set.AddChild(std::make_unique<SXMLNode>("<Array Name=\"" + name + "\"/>"));
-    for (int i = 0; i < channelCount; ++i)
-        array.AddChild(std::make_unique<SXMLNode>(R"(<Channel Name="c" X="1" Y="0" Z="0"/>)"));
-}
-
 TEST(ArraySetNode, LackingOrMiscountingAnArray_Fails) {
-    for (std::size_t i = 0; i < 8; ++i) {
-        const std::string name = Defaults().CreateNode()->children[i]->GetAttribute("Name");
-        EXPECT_EQ(FailureAfter([&](SXMLNode& set) { set.children.erase(set.children.begin() + long(i)); }),
-                  "Array not present.");
-        EXPECT_EQ(FailureAfter([&](SXMLNode& set) { set.children[i]->children.pop_back(); }),
-                  "Invalid channel count for '" + name + "' array.");
-    }
+    EXPECT_EQ(FailureAfter([](SXMLNode& set) { set.children.pop_back(); }), "Array not present.");
+    EXPECT_EQ(FailureAfter([](SXMLNode& set) { set.children.back()->children.pop_back(); }),
+              "Invalid channel count for 'Stereo' array.");
     EXPECT_EQ(FailureAfter([](SXMLNode& set) { AddArray(set, "Wide", 9); }),
               "Invalid channel count for 'Wide' array.");
 }
@@ -103,11 +99,8 @@ TEST(ArraySetPrepare, OriginAndHeight_DecideOnHarmonicsAndFlatness) {
     EXPECT_EQ(std::count(mono.begin(), mono.end(), 0.0f), 24);
     EXPECT_FALSE(set.GetArray(4).isFlat);
     EXPECT_TRUE(set.GetArray(5).isFlat);
-    const auto& below = set.GetArray(4).channels[0].harmonics;  // straight down: powers of -1 along z
-    EXPECT_EQ(below[15], -1.0f);
-    EXPECT_EQ(below[24], 1.0f);
+    EXPECT_EQ(set.GetArray(4).channels[0].harmonics[15], -1.0f);  // straight down
     EXPECT_FLOAT_EQ(set.GetArray(5).channels[1].harmonics[5], -1.0f);
-    EXPECT_TRUE(set.GetArray(6) == Defaults().GetArray(6));
 }
 
 }  // namespace

@@ -24,23 +24,16 @@ SpeakerSet ReadSet(const std::string& attributes, const std::string& speakerAttr
     return set;
 }
 
-TEST(Texts, OfRolesTypesAndArrangements_ReadAndWriteBack) {
-    int value = 0;
-    for (const std::string text :
-         {"Unknown", "FrontLeft", "FrontRight", "FrontCentre", "FrontCentreDialogue", "BassManaged",
-          "BassLFE", "BackLeft", "BackRight", "BackCentre", "SideLeft", "SideRight"}) {
-        const auto role = static_cast<Role>(value++);
-        EXPECT_EQ(GetRoleText(role), text);
-        EXPECT_EQ(ParseRole(slib::toUpper(text)), role);
+TEST(Texts, OfRolesTypesAndArrangements_ReadBackWhateverTheirCase) {
+    for (int value = 0; value < 12; ++value) {
+        const auto role = static_cast<Role>(value);
+        EXPECT_EQ(ParseRole(slib::toUpper(GetRoleText(role))), role);
     }
-    EXPECT_EQ(ParseSpeakerType("normal"), SpeakerType::Normal);
-    EXPECT_EQ(ParseSpeakerType("small"), SpeakerType::Small);
-    EXPECT_EQ(GetSpeakerTypeText(ParseSpeakerType("SUB-woofer")), "Sub-Woofer");
-    value = 0;
-    for (const std::string text : {"Free", "Upright", "Forward", "Forward/Upright"}) {
-        const auto arrangement = static_cast<orb3::AudienceArrangement>(value++);
-        EXPECT_EQ(orb3::ParseAudienceArrangement(text), arrangement);
-        EXPECT_EQ(orb3::GetAudienceArrangementText(arrangement), text);
+    for (const auto type : {SpeakerType::Normal, SpeakerType::Small, SpeakerType::SubWoofer})
+        EXPECT_EQ(ParseSpeakerType(slib::toUpper(GetSpeakerTypeText(type))), type);
+    for (int value = 0; value < 4; ++value) {
+        const auto arrangement = static_cast<orb3::AudienceArrangement>(value);
+        EXPECT_EQ(orb3::ParseAudienceArrangement(orb3::GetAudienceArrangementText(arrangement)), arrangement);
     }
     EXPECT_EQ(Failure([] { ParseRole("Front Left"); }), "Unknown channel name 'Front Left'.");
     EXPECT_EQ(Failure([] { ParseSpeakerType(""); }), "Unknown speaker type ''.");
@@ -78,11 +71,11 @@ TEST(SpeakerSetNode, ScaleAndAnUnknownRole_Disappear) {
 }
 
 TEST(SpeakerSetNode, FailedRead_LeavesTheSet) {
-    const SpeakerSet before = ReadSet(R"(DiscardDistance="True")", R"(Type="Normal")");
-    SpeakerSet set = before;
-    EXPECT_THROW(set.Read(SXMLNode("<SpeakerSet/>"), true), slib::BadXMLException);
-    EXPECT_THROW(set.Read(SXMLNode(R"(<Other DiscardDistance="True"/>)"), true), slib::BadXMLException);
-    EXPECT_TRUE(set == before);
+    SpeakerSet set = ReadSet(R"(DiscardDistance="True")", R"(Type="Normal")");
+    for (const char* text : {"<SpeakerSet/>", R"(<Other DiscardDistance="True"/>)"}) {
+        EXPECT_THROW(set.Read(SXMLNode(text), true), slib::BadXMLException);
+        EXPECT_EQ(set.speakers.size(), 1u);
+    }
     set.Read(SXMLNode(R"(<Other DiscardDistance="True"/>)"), false);
     EXPECT_TRUE(set.speakers.empty());
 }

@@ -13,7 +13,6 @@
 #include "orb3core/transform/transformreader.h"
 #include "orb3core/transform/transformwriter.h"
 #include "slib/files.h"
-#include "slib/memorystreambuffer.h"
 #include "tests/support/failure.h"
 #include "tests/support/temporaryfolder.h"
 
@@ -23,21 +22,17 @@ using namespace orb3::strans;
 using testing_support::Failure;
 using Transform = TimeDomainTransform<double, 1>;
 
-struct Shape {
-    std::uint32_t rows, columns, length, start, width;
-};
-
-// Noise that dies away, behind a stretch of silence; the last response is silent throughout.
-Transform MakeTransform(const Shape& shape) {
-    std::mt19937 random(shape.width);
-    Transform transform{44100, shape.start, shape.width, {shape.rows, shape.columns}};
-    for (std::uint32_t i = 0; i < transform.impulses.size; ++i) {
-        transform.impulses[i].resize(shape.length);
-        transform.impulses[i].fill(0);
-        for (std::uint32_t k = shape.width / 4; k < shape.width && i + 1 < transform.impulses.size; ++k)
-            transform.impulses[i][(shape.start + k) % shape.length] =
-                std::normal_distribution()(random) * std::exp(-10.0 * k / shape.width);
+// Two responses of noise that dies away, across the end of their rings, and two silent ones.
+Transform MakeTransform() {
+    std::minstd_rand random(1);
+    Transform transform{44100, 20, 17, {2, 2}};
+    for (auto& impulse : transform.impulses) {
+        impulse.resize(32);
+        impulse.fill(0);
     }
+    for (std::uint32_t k = 4; k < 17; ++k)
+        for (std::uint32_t i = 0; i < 2; ++i)
+            transform.impulses[i][(20 + k) % 32] = std::normal_distribution()(random) / k;
     return transform;
 }
 
@@ -47,59 +42,19 @@ std::string Written(const Transform& transform, TransformForm form) {
     return stream.str();
 }
 
-// Sample-wise error relative to the peak, or NaN for another shape.
-template <typename T>
-double Error(const Transform& expected, const TimeDomainTransform<T, 1>& got) {
-    if (got.sampleRate != expected.sampleRate || got.start != expected.start || got.width != expected.width ||
-        got.impulses.rows != expected.impulses.rows || got.impulses.columns != expected.impulses.columns ||
-        got.Length() != expected.Length())
-        return std::nan("");
-    double error = 0, peak = 1e-300;
-    for (std::uint32_t i = 0; i < expected.impulses.size; ++i)
-        for (std::uint32_t t = 0; t < expected.Length(); ++t) {
-            error = std::max(error, std::abs(expected.impulses[i][t] - double{got.impulses[i][t]}));
-            peak = std::max(peak, std::abs(expected.impulses[i][t]));
-        }
-    return error / peak;
-}
-
-class Forms : public testing::TestWithParam<int> {
-protected:
-    const TransformForm form = static_cast<TransformForm>(GetParam());
-};
-
+class Forms : public testing::TestWithParam<int> {};
 INSTANTIATE_TEST_SUITE_P(All, Forms, testing::Range(0, 8));
 
-// Two transforms follow each other in one stream, but for the text form, which has no end of its own.
-TEST_P(Forms, WrittenAndRead_KeepTheRingsWithinTheErrorOfTheForm) {
-    const double bounds[] = {5e-8,       0,           0x1p-24,       1 / 254.0,
-                             1 / 4094.0, 1 / 65534.0, 1 / 1048574.0, 1 / 16777214.0};
-    const double bound = bounds[GetParam()] + (GetParam() == 1 ? 0 : 0x1p-23);
-    for (const Shape& shape : {Shape{1, 2, 1, 0, 1}, Shape{2, 3, 1024, 1000, 100}, Shape{1, 3, 20, 3, 16},
-                               Shape{25, 2, 512, 0, 512}, Shape{1, 2, 60000, 50000, 45000}}) {
-        const Transform transform = MakeTransform(shape);
-        const std::string bytes = Written(transform, form);
-        const std::string twice = GetParam() == 0 ? bytes : bytes + bytes;
-        slib::MemoryStreamBuffer buffer(twice.data(), twice.data() + twice.size());
-        std::istream stream(&buffer);
-        Transform exact;
-        readTransform(stream, exact);
-        EXPECT_LE(Error(transform, exact), bound) << shape.length;
-        if (GetParam() == 0) stream.seekg(0);
-        TimeDomainTransform<float, 1> single;
-        readTransform(stream, single);
-        EXPECT_LE(Error(transform, single), bound + 0x1p-24) << shape.length;
-    }
-}
-
 TEST_P(Forms, CutOrFlippedAnywhere_EndInAnErrorOrAValidTransform) {
-    const std::string whole = Written(MakeTransform({2, 2, 32, 20, 17}), form);
-    const Transform before = MakeTransform({1, 1, 4, 0, 4});
+    const auto form = static_cast<TransformForm>(GetParam());
+    const std::string whole = Written(MakeTransform(), form);
+    Transform fourColumns{1, 0, 1, {1, 4}};
+    fourColumns.impulses.fill({1});
     const auto isRead = [&](const std::string& bytes) {
         std::istringstream stream(bytes);
-        Transform transform = before;
+        Transform transform = fourColumns;
         const bool isGood = Failure<slib::StringException>([&] { readTransform(stream, transform); }).empty();
-        EXPECT_TRUE(isGood || Error(before, transform) == 0);
+        EXPECT_TRUE(isGood || transform.impulses.columns == 4);
         EXPECT_NO_THROW(transform.validate());
         return isGood;
     };
@@ -142,9 +97,10 @@ TEST(CompressedForm, PutTogetherByHand_ReadsAsItWasMeant) {
     // One leaf of order 0 with values as they are: -2, the greatest, and zeros.
     const std::string raw = "0 1 00 11111" + Repeated("1", 31) + "0 0" + Repeated("1", 31);
     std::istringstream stream(Header("trn2", {1, 2, 32, 30, 16, std::bit_cast<std::uint32_t>(0.5F)}) +
-                              Bits(split + raw + Repeated("0", 14 * 32)));
+                              Bits(split + raw + Repeated("0", 14 * 32)) + "next");
     Transform transform;
     readTransform(stream, transform);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(stream), {}), "next");
     const double expected[] = {5, -2, -5, -8, -8, -8, -8, -8};
     for (std::uint32_t k = 0; k < 8; ++k) {
         EXPECT_EQ(transform.impulses[0][(30 + k) % 32], 0);
@@ -171,41 +127,12 @@ TEST(CompressedForm, OfKnownValues_TakesTheShortestCode) {
                    " 0 0100 1111110 1 01 00100 0 1010 0 0 1010 0 00000 1 1111111110" + Repeated(" 0 0", 12)));
 }
 
-TEST(CompressedForm, OfAnyValues_LosesNothing) {
-    std::mt19937_64 random(1);
-    for (std::size_t size = 1; size < 4000; size += 1 + size / 3)
-        for (int bits = 1; bits <= 32; bits += 3) {
-            std::vector<std::int32_t> values(size), back(size);
-            for (std::int32_t& value : values)
-                value = static_cast<std::int32_t>(random()) >> (32 - bits);
-            values[random() % size] = bits % 2 == 0 ? std::numeric_limits<std::int32_t>::min() : 1 << 20;
-            for (std::size_t i = size / 2 + 1; i < size; ++i)  // a part that differences shorten
-                values[i] = static_cast<std::int32_t>(i * i * i >> bits);
-            std::string bytes;
-            BitWriter writer(bytes);
-            ImpulseEncoder encoder(writer);
-            encoder.Encode(values);
-            encoder.Encode(values);
-            writer.Finish();
-            std::istringstream stream(bytes + "next");
-            {
-                StreamWindow window(stream);
-                BitReader reader(window);
-                for (int time : {1, 2}) {
-                    DecodeImpulse(reader, back);
-                    ASSERT_EQ(back, values) << time;
-                }
-            }
-            ASSERT_EQ(std::string(std::istreambuf_iterator<char>(stream), {}), "next");
-        }
-}
-
 TEST(TextForm, OfAWrappedResponse_StandsInTheOrderOfTheRing) {
-    Transform transform = MakeTransform({2, 2, 2, 1, 2});
-    for (std::uint32_t i = 0; i < 8; ++i)
-        transform.impulses[i / 2][i % 2] = i == 6 ? -1e-10 / 3 : i / 8.0;
+    Transform transform{44100, 1, 2, {2, 2}};
+    for (std::uint32_t i = 0; i < 4; ++i)
+        transform.impulses[i] = {i / 4.0, i == 3 ? -1e-10 / 3 : i / 4.0 + 0.125};
     EXPECT_EQ(Written(transform, TransformForm::Text),
-              "sr=44100\nstart=1\nwidth=2\n\n0 0.25\n0.5 -3.3333333e-11\n\n0.125 0.375\n0.625 0.875\n");
+              "sr=44100\nstart=1\nwidth=2\n\n0 0.25\n0.5 0.75\n\n0.125 0.375\n0.625 -3.3333333e-11\n");
 }
 
 std::string Reading(const std::string& bytes) {
@@ -222,7 +149,10 @@ TEST(Reading, WhatIsWrong_TellsWhy) {
     const std::string empty = "Unable to load a transform as the transform file seems to be empty.";
     const std::string cut = "Failed to read a transform from a file. ", huge(99999, '1');
     const std::string notFinite = "A transform holds a sample that is not a finite number.";
-    const std::pair<std::string, std::string> cases[] = {
+    struct Case {
+        std::string bytes, message;
+    };
+    const Case cases[] = {
         {"trn", cut + "[15]"},
         {"trn9____", cut + "[16] Are you sure this is a transform file?"},
         {"bin\b", "Transform is in an unsupported legacy format."},
@@ -266,24 +196,23 @@ TEST(Reading, WhatIsWrong_TellsWhy) {
 TEST(Files, ThatFail_NameTheReasonAndLoseNothing) {
     const testing_support::TemporaryFolder folder;
     const std::string path = folder.path / "file";
-    Transform transform = MakeTransform({1, 2, 4, 0, 4});
-    const auto failure = [](const auto& action) { return Failure<slib::StringException>(action); };
-    EXPECT_EQ(failure([&] { readTransform(path, transform); }),
-              "Failed to open file '" + path + "'. [No such file or directory]");
-    EXPECT_EQ(failure([&] { readTransform("/", transform); }),
-              "Failed to read a transform from a file. [15] [Is a directory]");
-    EXPECT_EQ(failure([&] { writeTransform("/", transform, TransformForm::Single); }),
-              "Failed to create file '/'. [Is a directory]");
-    for (int form = 0; form < 8; ++form)
-        EXPECT_EQ(failure([&] { writeTransform("/dev/full", transform, static_cast<TransformForm>(form)); }),
-                  "Failed to write a transform. [No space left on device]");
+    Transform transform = MakeTransform();
+    const auto failure = [&](const std::string& file, bool isWriting, TransformForm form = {}) {
+        return Failure<slib::StringException>(
+            [&] { isWriting ? writeTransform(file, transform, form) : readTransform(file, transform); });
+    };
+    EXPECT_EQ(failure(path, false), "Failed to open file '" + path + "'. [No such file or directory]");
+    EXPECT_EQ(failure("/", false), "Failed to read a transform from a file. [15] [Is a directory]");
+    EXPECT_EQ(failure("/", true), "Failed to create file '/'. [Is a directory]");
+    for (const TransformForm form : {TransformForm::Text, TransformForm::Double, TransformForm::Compressed8})
+        EXPECT_EQ(failure("/dev/full", true, form), "Failed to write a transform. [No space left on device]");
     writeTransform(path, transform, TransformForm::Compressed24);
     for (const double bad : {1e39, std::nan("")}) {
         transform.impulses[0][1] = bad;
-        EXPECT_EQ(failure([&] { writeTransform(path, transform, TransformForm::Single); }),
+        EXPECT_EQ(failure(path, true, TransformForm::Single),
                   "Unable to save a transform as it holds a sample out of range.");
     }
-    readTransform(path, transform);
+    EXPECT_EQ(failure(path, false), "");
     EXPECT_EQ(transform.impulses.columns, 2U);
 }
 

@@ -8,7 +8,6 @@
 #include <cstdint>
 #include <numbers>
 #include <random>
-#include <tuple>
 
 #include "slib/exception.h"
 
@@ -46,8 +45,11 @@ std::complex<double> ResponseAt(const Transform& transform, std::uint32_t elemen
     return sum;
 }
 
-// A new rate in Hz, `start`, `width`, and by how many samples of the new rate rounding shifts the begin.
-using Case = std::tuple<double, std::uint32_t, std::uint32_t, double>;
+struct Case {
+    double rate;  // the new one, in Hz
+    std::uint32_t start, width;
+    double shift = 0;  // of the begin by rounding, in samples of the new rate
+};
 
 class Resample : public testing::TestWithParam<Case> {};
 
@@ -67,11 +69,15 @@ TEST_P(Resample, OfATransform_KeepsMagnitudeAndDelayBelowTheTransition) {
         }
 }
 
-INSTANTIATE_TEST_SUITE_P(Rates, Resample,
-                         testing::Values(Case{44100, 0, 512, 0}, Case{44100, 1024 - 20, 512, 0.375},
-                                         Case{44100, 160, 512, 0}, Case{88200, 1024 - 200, 824, -0.5},
-                                         Case{96000, 1024 - 77, 512, 0}, Case{192000, 1024 - 77, 512, 0},
-                                         Case{48000, 1024 - 77, 512, 0}, Case{44099, 0, 512, 0}));
+constexpr Case cases[] = {
+    {.rate = 44100, .start = 1024 - 20, .width = 512, .shift = 0.375},
+    {.rate = 44100, .start = 160, .width = 512},
+    {.rate = 88200, .start = 1024 - 200, .width = 824, .shift = -0.5},
+    {.rate = 192000, .start = 1024 - 77, .width = 512},
+    {.rate = 48000, .start = 1024 - 77, .width = 512},
+    {.rate = 44099, .start = 0, .width = 512},
+};
+INSTANTIATE_TEST_SUITE_P(Rates, Resample, testing::ValuesIn(cases));
 
 TEST(Resample, OverATransitionThatLeavesNothing_Throws) {
     Transform transform = Noise(0, 512);
