@@ -102,15 +102,19 @@ TEST_P(Transformer, EqualsDirectConvolution_InTwoConfigurationsOfOneObject) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Shapes, Transformer,
-                         testing::Values(Case{25, 2, 1, 7, 8, 300}, Case{3, 3, 1, 0, 1, 513},
-                                         Case{1, 1, 2, 0, 2, 64}, Case{2, 1, 64, 0, 64, 32},
-                                         Case{5, 2, 65, 1000, 1024, 64}, Case{4, 8, 300, 900, 1024, 300},
-                                         Case{25, 2, 512, 0, 512, 256}, Case{9, 5, 1500, 2000, 2048, 480},
-                                         Case{16, 8, 1026, 1, 2048, 513}, Case{3, 4, 5000, 7000, 8192, 1024},
-                                         Case{7, 1, 5000, 3, 8192, 128}, Case{1, 3, 40, 20, 64, 1},
-                                         Case{2, 2, 33, 0, 64, 11}, Case{2, 3, 2048, 1024, 2048, 512},
-                                         Case{2, 3, 2048, 5, 2048, 480}, Case{2, 3, 2048, 2047, 2048, 64}));
+constexpr Case cases[] = {
+    {.inputs = 25, .outputs = 2, .width = 1, .start = 7, .length = 8, .block = 300},  // gains
+    {.inputs = 1, .outputs = 1, .width = 2, .start = 0, .length = 2, .block = 64},
+    {.inputs = 5, .outputs = 2, .width = 65, .start = 1000, .length = 1024, .block = 64},
+    {.inputs = 25, .outputs = 2, .width = 512, .start = 0, .length = 512, .block = 256},
+    {.inputs = 9, .outputs = 5, .width = 1500, .start = 2000, .length = 2048, .block = 480},
+    {.inputs = 16, .outputs = 8, .width = 1026, .start = 1, .length = 2048, .block = 513},
+    {.inputs = 7, .outputs = 1, .width = 5000, .start = 3, .length = 8192, .block = 128},
+    {.inputs = 1, .outputs = 3, .width = 40, .start = 20, .length = 64, .block = 1},
+    {.inputs = 2, .outputs = 2, .width = 33, .start = 0, .length = 64, .block = 11},
+    {.inputs = 2, .outputs = 3, .width = 2048, .start = 2047, .length = 2048, .block = 480},
+};
+INSTANTIATE_TEST_SUITE_P(Shapes, Transformer, testing::ValuesIn(cases));
 
 TEST(PartitionedTransformer, PartitionsUpToTheThreshold_AreDropped) {
     Transform transform = RandomTransform({2, 2, 128, 0, 128, 64});

@@ -7,7 +7,6 @@
 #include <memory>
 #include <random>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include "pipe/pipeexception.h"
@@ -35,10 +34,16 @@ Transform Copying(std::uint32_t width, std::uint32_t latency) {
     return transform;
 }
 
+struct Setting {
+    bool isParallel = false;
+    std::uint32_t length = 64, width = 300;  // of the pipe's blocks, of the transform
+    std::uint32_t latency = 24;
+};
+
 struct Rig {
-    Rig(bool isParallel, std::uint32_t length, std::uint32_t width, std::uint32_t latency)
-        : test(new TestPipe(length)), pipe(test) {
-        decoder = orb3::createTransformedPipe(Copying(width, latency), &log, pipe, isParallel);
+    explicit Rig(const Setting& setting) : test(new TestPipe(setting.length)), pipe(test) {
+        decoder = orb3::createTransformedPipe(Copying(setting.width, setting.latency), &log, pipe,
+                                              setting.isParallel);
         bus.resize(decoder->blockFrames, 2);
     }
     TestPipe* const test;
@@ -52,8 +57,8 @@ class BothForms : public testing::TestWithParam<bool> {};
 INSTANTIATE_TEST_SUITE_P(Forms, BothForms, testing::Bool(), testing::PrintToStringParamName());
 
 // Ten blocks of noise on the bus; the same goes as two feeds to the other channel, but for the last three.
-std::vector<float> Play(bool isParallel, std::uint32_t length, std::uint32_t width, std::uint32_t latency) {
-    Rig rig(isParallel, length, width, latency);
+std::vector<float> Play(const Setting& setting) {
+    Rig rig(setting);
     std::minstd_rand random(1);
     for (int block = 0; block < 10; ++block) {
         for (std::uint32_t i = 0; i < rig.bus.frames; ++i)
@@ -62,40 +67,45 @@ std::vector<float> Play(bool isParallel, std::uint32_t length, std::uint32_t wid
         const std::vector<orb3::DirectFeed> feeds{{1, noise, 0.5F}, {1, noise, 0.25F}};
         rig.decoder->writeBus(rig.bus, std::span(feeds).first(block < 7 ? 2 : 0));
     }
-    rig.test->Await(static_cast<int>(10 * rig.bus.frames / length));
+    rig.test->Await(static_cast<int>(10 * rig.bus.frames / setting.length));
     return rig.test->written;
 }
 
 // The limiter works on both channels alike, so their ratio shows what goes into it.
 TEST(TransformedPipe, Feeds_StandInTimeWithTheDecodedSignalAndBothFormsGiveTheSame) {
-    for (const auto& [length, width, latency] : std::vector<std::array<std::uint32_t, 3>>{
-             {480, 1, 0}, {64, 2, 0}, {64, 2, 1}, {1024, 900, 700}, {100, 1500, 1333}}) {
-        const std::vector<float> serial = Play(false, length, width, latency);
-        EXPECT_EQ(serial, Play(true, length, width, latency));
-        const std::size_t end = 2 * (serial.size() / 20 * 7 + latency);
+    const Setting settings[] = {{.length = 480, .width = 1, .latency = 0},
+                                {.width = 2, .latency = 1},
+                                {.length = 1024, .width = 900, .latency = 700},
+                                {.length = 100, .width = 1500, .latency = 1333}};
+    for (Setting setting : settings) {
+        const std::vector<float> serial = Play(setting);
+        setting.isParallel = true;
+        EXPECT_EQ(serial, Play(setting));
+        const std::size_t end = 2 * (serial.size() / 20 * 7 + setting.latency);
         for (std::size_t i = 0; i < serial.size(); i += 2)
-            ASSERT_NEAR(serial[i + 1], i < end ? 0.75F * serial[i] : 0, 2e-6F) << length << " at " << i / 2;
-        ASSERT_NE(serial[2 * latency], 0);
+            ASSERT_NEAR(serial[i + 1], i < end ? 0.75F * serial[i] : 0, 2e-6F) << setting.length << " " << i;
+        ASSERT_NE(serial[2 * setting.latency], 0);
     }
 }
 
 TEST_P(BothForms, SetUp_ChoosesTheSizesAndLogsThem) {
-    const std::string form = GetParam() ? "I:Parallel " : "I:Serial ";
+    struct Case {
+        std::uint32_t length, width;
+        std::string mode, sizes;
+    };
     const std::string latency = ", transform start latency is 24 (5e+02us), DFT size is ";
-    for (const auto& [length, width, sizes] :
-         std::vector<std::tuple<std::uint32_t, std::uint32_t, std::string>>{
-             {480, 900, "480 (10ms) on 480" + latency + "2 x 1024."},
-             {100, 30, "200 (4.2ms) on 100" + latency + "1 x 512."},
-             {1200, 30, "300 (6.2ms) on 1200" + latency + "1 x 1024."},
-             {513, 30, "513 (11ms) on 513" + latency + "1 x 2048."}})
-        EXPECT_EQ(Rig(GetParam(), length, width, 24).log.lines,
-                  form + "frequency-domain mode at 48kHz. Capacity is " + sizes);
-    EXPECT_EQ(Rig(GetParam(), 64, 1, 24).log.lines,
-              form + "time-domain mode at 48kHz. Capacity is 64 (1.3ms) on 64.");
+    const Case cases[] = {{480, 900, "frequency", "480 (10ms) on 480" + latency + "2 x 1024."},
+                          {100, 30, "frequency", "200 (4.2ms) on 100" + latency + "1 x 512."},
+                          {1200, 30, "frequency", "300 (6.2ms) on 1200" + latency + "1 x 1024."},
+                          {64, 1, "time", "64 (1.3ms) on 64."}};
+    for (const auto& [length, width, mode, sizes] : cases)
+        EXPECT_EQ(Rig({GetParam(), length, width}).log.lines,
+                  (GetParam() ? "I:Parallel " : "I:Serial ") + mode + "-domain mode at 48kHz. Capacity is " +
+                      sizes);
 }
 
 TEST_P(BothForms, FailureOfThePipe_ReachesTheCallerAtOnceAndForGood) {
-    Rig rig(GetParam(), 64, 300, 24);
+    Rig rig({GetParam()});
     rig.test->onWrite = [](int block) {
         if (block >= 5) throw audiopipe::PipeException("The cable is out.");
     };
@@ -110,7 +120,7 @@ TEST_P(BothForms, FailureOfThePipe_ReachesTheCallerAtOnceAndForGood) {
 
 TEST_P(BothForms, Destruction_AtAnyMomentStopsThePipe) {
     for (int round = 0; round < 200; ++round) {
-        Rig rig(GetParam(), 64, 300, 24);
+        Rig rig({GetParam()});
         rig.test->onWrite = [round](int) { usleep(static_cast<useconds_t>(round % 7 * 20)); };
         for (int block = 0; block < round % 4; ++block)
             rig.decoder->writeBus(rig.bus, std::vector<orb3::DirectFeed>{{0, rig.bus.channels[0], 1}});
@@ -121,7 +131,7 @@ TEST_P(BothForms, Destruction_AtAnyMomentStopsThePipe) {
 }
 
 TEST_P(BothForms, SteadyBlocks_AllocateNothing) {
-    Rig rig(GetParam(), 480, 900, 24);
+    Rig rig({.isParallel = GetParam(), .length = 480, .width = 900});
     const std::vector<orb3::DirectFeed> feeds{{0, rig.bus.channels[0], 1}, {1, rig.bus.channels[0], 1}};
     std::array<std::size_t, 20> decoding{}, calling{};
     rig.test->onWrite = [&](int n) {
@@ -137,7 +147,7 @@ TEST_P(BothForms, SteadyBlocks_AllocateNothing) {
 }
 
 TEST(TransformedPipe, ReportPeak_TellsTheGreatestLevelBeforeLimiting) {
-    Rig rig(false, 64, 1, 0);
+    Rig rig({.width = 1, .latency = 0});
     rig.log.lines.clear();
     for (const float level : {0.000009F, -0.05F, 1.0F, 1.5F, 2.0F}) {
         rig.bus.channels[0][7] = level;
@@ -155,7 +165,7 @@ TEST(TransformedPipe, ReportPeak_TellsTheGreatestLevelBeforeLimiting) {
 }
 
 TEST_P(BothForms, BlockOrFeedThatDoesNotFit_IsRefused) {
-    Rig rig(GetParam(), 64, 300, 24);
+    Rig rig({GetParam()});
     const std::vector<orb3::DirectFeed> feeds{{2, rig.bus.channels[0], 1}};
     EXPECT_THROW(rig.decoder->writeBus(rig.bus, feeds), slib::BadParameterException);
     EXPECT_THROW(rig.decoder->writeInterleaved({64, 2}, {}), slib::BadParameterException);
