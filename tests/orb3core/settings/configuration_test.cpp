@@ -26,8 +26,7 @@ Configuration WithLayout() {
     return configuration;
 }
 
-// That a document reads back equal is the fuzz target's to see.
-TEST(ConfigurationNode, HasItsChildrenInOrder) {
+TEST(ConfigurationNode, HasItsChildrenInOrderAndReadsBackEqual) {
     const auto node = WithLayout().CreateNode();
     EXPECT_EQ(node->attributes.at("SelectedName"), "Stereo");
     EXPECT_EQ(node->attributes.at("UseDirectSoundAutoselect"), "True");
@@ -35,6 +34,11 @@ TEST(ConfigurationNode, HasItsChildrenInOrder) {
     EXPECT_EQ(node->children[1]->label, "Tessarune");
     EXPECT_EQ(node->children[2]->label, "AudioRenderer");
     EXPECT_EQ(node->children[3]->label, "ArraySet");
+    for (const Configuration& original : {Configuration(), WithLayout()}) {
+        Configuration copy = WithLayout();
+        copy.Read(SXMLNode(original.CreateNode()->ToString(Style::Spread)));
+        EXPECT_TRUE(copy == original);
+    }
 }
 
 TEST(ConfigurationNode, Damaged_FailsAndLosesNothing) {

@@ -132,6 +132,7 @@ void AddDecodersForSelection(World& world) {
     world.AddDecoder("mono", "private", 4, fl::Priority::Private);
     world.AddDecoder("quad", "private", 4, fl::Priority::Private);
     world.AddDecoder("quad", "low", 3, fl::Priority::Low);
+    world.AddDecoder("quad", "low order", 1);
     world.AddDecoder("quad", "by the best", 2);
     world.AddDecoder("quad", "second best", 2);
     world.AddDecoder("quad", "low order 4", 4, fl::Priority::Low);
@@ -169,6 +170,7 @@ const std::string bad = " Decoders are not set up for this format.";
 const Fault faults[] = {
     {[](auto&, auto& l) { l.Read(*l.CreateNode()); }, ""},
     {[](auto&, auto& l) { l.channels[0] = {"Right(1)"}; }, " Output 'Right' is used more than once."},
+    {[](auto&, auto& l) { l.channels[1] = {"Left(1)"}; }, " Output 'Left(1)' is used more than once."},
     {[](auto& c, auto&) { c.layouts.clear(); }, " There are no layouts to select from."},
     {[](auto& c, auto&) { c.selectedName.clear(); }, " There was no selected layout.", ""},
     {[](auto& c, auto&) { c.selectedName = "X"; }, " Unable to find selected layout 'X'.", ""},
