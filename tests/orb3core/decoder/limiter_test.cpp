@@ -5,6 +5,7 @@
 #include <cmath>
 #include <limits>
 #include <random>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -22,9 +23,11 @@ std::vector<float> Limited(orb3::Limiter& limiter, std::uint32_t frames, std::ui
 }
 
 TEST(Limiter, Gain_FallsBy1800AndRisesFromTheFloorBy40DecibelsASecond) {
-    for (const double rate : {4000, 44100, 48000, 192000}) {
+    for (const auto& [rate, stepFrames] :
+         std::vector<std::pair<double, int>>{{4000, 1}, {8000, 1}, {44100, 4}, {48000, 5}, {192000, 19}}) {
         orb3::Limiter limiter(rate);
-        const std::uint32_t last = 50U * static_cast<std::uint32_t>(limiter.stepFrames);
+        EXPECT_EQ(limiter.stepFrames, stepFrames);
+        const std::uint32_t last = 50U * static_cast<std::uint32_t>(stepFrames);
         const std::vector<float> falling = Limited(limiter, last + 1, 2, 1e30F);
         EXPECT_NEAR(Decibels(falling[2 * last + 1] / falling[1]) * rate / last, -1800, 1);
         limiter.gain = 0;
