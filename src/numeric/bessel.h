@@ -2,6 +2,7 @@
 
 // Bessel functions of real order, their spherical kin, and the two series that they are often built from.
 // Called when an acoustic model is evaluated, never on the audio thread. No state; usable from any thread.
+// chebev and beschb are for whoever computes functions of other orders; bessjy has the standard library's.
 
 #include <cstdint>
 

@@ -2,6 +2,8 @@
 
 // The convolution of one long signal with one filter, for work at set-up: a block of the signal costs two
 // transforms, whatever the filter's length. Owned and used by one thread at a time; setFilter is slow.
+// The resampler is tested against it, and nothing uses it yet: it is for filters too long to be summed
+// directly.
 
 #include <complex>
 #include <cstdint>

@@ -62,6 +62,7 @@ template <typename T>
 class ThreadPool;
 
 /// A pool of one worker that runs tasks in the order of their coming. A task may stay shared with its sender.
+/// Nothing uses it yet: it is for the renderer, once it hands parts of a block to other processors.
 template <>
 class ThreadPool<TaskPtr> : public Processor<TaskPtr> {
 public:
