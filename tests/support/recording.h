@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <string>
 #include <utility>
@@ -18,26 +19,36 @@
 
 namespace testing_support {
 
+/// Begin and end of what isn't silent, in frames.
+using Sound = std::pair<std::size_t, std::size_t>;
+
 /// Frames of interleaved samples.
 struct Recording {
     static constexpr float silence = 1e-4F;
 
     std::size_t Frames() const { return samples.size() / channels; }
     float At(std::size_t frame, std::size_t channel) const { return samples[frame * channels + channel]; }
-    bool IsLoud(std::size_t frame) const {
-        return std::any_of(&samples[frame * channels], &samples[frame * channels] + channels,
-                           [](float sample) { return std::fabs(sample) > silence; });
-    }
 
-    /// Begin and end of each sound, which stands between stretches of at least `gap` frames of silence.
-    std::vector<std::pair<std::size_t, std::size_t>> Sounds(std::size_t gap) const {
-        std::vector<std::pair<std::size_t, std::size_t>> sounds;
-        for (std::size_t frame = 0; frame < Frames(); ++frame) {
-            if (!IsLoud(frame)) continue;
+    /// All sounds, between which stand stretches of at least `gap` frames of silence.
+    std::vector<Sound> Sounds(std::size_t gap) const {
+        std::vector<Sound> sounds;
+        for (std::size_t i = 0; i < samples.size(); ++i) {
+            if (std::fabs(samples[i]) <= silence) continue;
+            const std::size_t frame = i / channels;
             if (sounds.empty() || frame > sounds.back().second + gap) sounds.emplace_back(frame, frame);
             sounds.back().second = frame + 1;
         }
         return sounds;
+    }
+
+    /// The root mean square of each channel.
+    std::vector<double> Levels(const Sound& sound) const {
+        std::vector<double> levels(channels);
+        for (std::size_t i = sound.first * channels; i < sound.second * channels; ++i)
+            levels[i % channels] += double{samples[i]} * double{samples[i]};
+        for (double& level : levels)
+            level = std::sqrt(level / static_cast<double>(sound.second - sound.first));
+        return levels;
     }
 
     std::vector<float> samples;
@@ -49,17 +60,22 @@ inline std::string ReadFile(const std::string& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// The WAV file that the library wrote, of 32-bit integers.
+/// The WAV file of 32-bit integers at 48 kHz that the library wrote, as far as its header counts; nothing
+/// where that isn't as published.
 inline Recording ReadWaveFile(const std::string& file, std::size_t channels) {
-    std::string bytes = ReadFile(file);
-    bytes.erase(0, bytes.find("data") + 8);
-    std::vector<std::int32_t> integers(bytes.size() / sizeof(std::int32_t));
-    std::copy_n(bytes.data(), integers.size() * sizeof(std::int32_t),
-                reinterpret_cast<char*>(integers.data()));
+    const std::string bytes = ReadFile(file);
+    const auto number = [&](std::size_t at) {
+        std::uint32_t value = 0;
+        std::memcpy(&value, bytes.data() + at, sizeof value);
+        return value;
+    };
     Recording recording{{}, channels};
-    recording.samples.reserve(integers.size());
-    for (const std::int32_t integer : integers)
-        recording.samples.push_back(static_cast<float>(integer / 2147483648.0));
+    const std::size_t begin = std::min(bytes.find("data"), bytes.size()) + 8;
+    if (begin > bytes.size() || !bytes.starts_with("RIFF") || number(4) + 8 > bytes.size() ||
+        number(24) != 48000 || number(begin - 4) > bytes.size() - begin)
+        return recording;
+    for (std::size_t at = begin; at < begin + number(begin - 4); at += sizeof(std::int32_t))
+        recording.samples.push_back(static_cast<float>(static_cast<std::int32_t>(number(at)) / 2147483648.0));
     return recording;
 }
 

@@ -1,77 +1,22 @@
-// The programs for people, run as people run them, with a store of their own.
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <sys/wait.h>
+// tessarune-config: settings, documents, rooms and the log.
 
 #include <algorithm>
 #include <chrono>
-#include <cmath>
-#include <cstdint>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <future>
-#include <sstream>
-#include <string>
 #include <thread>
-#include <vector>
 
-#include "orb3core/store/configstore.h"
 #include "orb3core/store/registrylog.h"
-#include "slib/files.h"
 #include "slib/sxml.h"
-#include "tests/support/defaultdocument.h"
-#include "tests/support/temporaryfolder.h"
+#include "tests/tools/tools.h"
 #include "tools/support/logring.h"
 
 namespace {
 
-using std::filesystem::path;
 using testing::HasSubstr;
-using testing_support::BuildTree;
-using Words = std::vector<std::string>;
-
-std::string Content(const path& file) {
-    std::string bytes;
-    slib::readFile(file, bytes);
-    return bytes;
-}
-
-struct Outcome {
-    int status;
-    std::string out, error;
-};
-
-// Each test has a store of its own and no sound.
-class Tools : public testing::Test {
-protected:
-    Tools() {
-        files.ChooseSilence();
-        testing_support::StoreDefaultDocument();
-    }
-
-    Outcome Run(const std::string& program, const Words& words, const std::string& prefix = "") const {
-        std::string line = prefix + (BuildTree() / "bin" / program).string();
-        for (const std::string& word : words)
-            line += " '" + word + "'";
-        const path out = folder.path / "out", error = folder.path / "error";
-        const int status = std::system((line + " >" + out.string() + " 2>" + error.string()).c_str());
-        return {WEXITSTATUS(status), Content(out), Content(error)};
-    }
-    Outcome Config(const Words& words) const { return Run("tessarune-config", words); }
-    std::string Document() const { return store.Read("/Speakers/Configuration", ""); }
-    void LoseFormatLibrary() { std::ofstream(files.MachineFile()) << "[Formats]\nAFL=/no/such.afl\n"; }
-
-    static void ExpectOutcome(const Outcome& outcome, int status, const std::string& text) {
-        EXPECT_EQ(outcome.status, status) << text;
-        EXPECT_THAT(outcome.error, HasSubstr(text));
-    }
-
-    const testing_support::TemporaryStore files;
-    const testing_support::TemporaryFolder& folder = files.folder;
-    const orb3::ConfigStore store{orb3::storeRoot, orb3::ConfigStore::Scope::User};
-};
+using testing_support::Content;
+using testing_support::Outcome;
+using testing_support::Tools;
+using testing_support::Words;
 
 // One of each kind and place; the ranges and defaults of all are held by the page docs/settings.md.
 struct SettingCase {
@@ -195,11 +140,10 @@ TEST_F(Tools, AStoreThatCantBeWritten_IsToldByName) {
 }
 
 TEST_F(Tools, Check_TellsWhatAStartWouldDoAndStoresNothing) {
-    for (const Words& words : {Words{"SpeakerSetting", "Surround 5.1"},
-                               {"SuggestedBufferLength", "256"},
-                               {"SuggestedBufferCount", "3"},
-                               {"DefaultSampleRate", "44100"}})
-        Config({"set", words[0], words[1]});
+    Set({{"SpeakerSetting", "Surround 5.1"},
+         {"SuggestedBufferLength", "256"},
+         {"SuggestedBufferCount", "3"},
+         {"DefaultSampleRate", "44100"}});
     const std::string before = Content(files.UserFile());
     const Outcome check = Config({"check"});
     EXPECT_EQ(check.status, 0) << check.error;
@@ -261,10 +205,13 @@ TEST_F(Tools, Log_ShowsTheRingInOrderAndFollowsIt) {
     EXPECT_THAT(out.substr(0, 60), HasSubstr(" line 30.\n"));
     EXPECT_LT(out.find(" line 99."), out.find(" line 100."));
 
+    const std::filesystem::path shown = folder.path / "out";
+    std::filesystem::remove(shown);
     auto follower = std::async(std::launch::async, [&] {
         return Run("tessarune-config", {"log", "--follow"}, "timeout 3 ").out;
     });
-    std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+    for (int i = 0; i < 250 && (!exists(shown) || file_size(shown) < out.size()); ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
     log.Write("the newest.", false);
     const std::string followed = follower.get();
     EXPECT_EQ(followed.substr(0, out.size()), out);
@@ -278,102 +225,6 @@ TEST_F(Tools, Log_ShowsTheRingInOrderAndFollowsIt) {
         log.Write("more.", false);
     EXPECT_EQ(tool::LinesSince(before, tool::ReadLogRing(), isSomeLost).size(), 100u);
     EXPECT_TRUE(isSomeLost);
-}
-
-TEST_F(Tools, Run_TellsThatAGameUsedTheLibraryAndWhatItLogged) {
-    ggui::RegistryLog(orb3::storeRoot, "Test").Write("Before.", false);
-    const Outcome used = Run("tessarune-run", {(BuildTree() / "bin" / "tessarune-info").string()});
-    ExpectOutcome(used, 0, "used Tessarune.");
-    EXPECT_THAT(used.error, AllOf(HasSubstr("Starting Tessarune"), Not(HasSubstr("Before."))));
-    // This client finds the library by the loader's path, and keeps a store of its own.
-    const Outcome loaded = Run("tessarune-run", {(BuildTree() / "tests" / "life").string(),
-                                                 "open_and_close_often", "libopenal.so.1"});
-    ExpectOutcome(loaded, 0, "loaded Tessarune, but made no context");
-}
-
-TEST_F(Tools, Run_PassesArgumentsPathAndStatusOnAndTellsOfAGameThatNeverLoads) {
-    const Outcome unused =
-        Run("tessarune-run", {"sh", "-c", "echo $LD_LIBRARY_PATH $1; exit 7", "sh", "--help"},
-            "LD_LIBRARY_PATH=/kept:/too ");
-    ExpectOutcome(unused, 7, "'sh' didn't use Tessarune.");
-    EXPECT_EQ(unused.out, (BuildTree() / "lib" / "dropin").string() + ":/kept:/too --help\n");
-    EXPECT_EQ(Run("tessarune-run", {"sh", "-c", "kill -9 $$"}).status, 128 + 9);
-    EXPECT_EQ(Run("tessarune-run", {"/no/such/game"}).status, 127);
-    EXPECT_EQ(Run("tessarune-run", {}).status, 2);
-}
-
-// The columns of a table by the name that a row begins with: the number of the one that is marked.
-int Marked(const std::string& table, const std::string& name) {
-    const std::size_t start = table.find("\n" + name + " ");
-    const std::string line = table.substr(start + 1, table.find('\n', start + 1) - start - 1);
-    std::istringstream words(line.substr(std::min(line.size(), name.size())));
-    std::string word;
-    for (int i = 0; words >> word; ++i)
-        if (word.ends_with('*')) return i;
-    return -1;
-}
-
-TEST_F(Tools, Demo_RecordsEachVoiceFromItsSpeakerAndLeavesTheStoreAlone) {
-    Config({"set", "Order", "2"});
-    const path wave = folder.path / "demo.wav";
-    const std::string before = Content(files.UserFile());
-    const Outcome demo =
-        Run("tessarune-demo", {"--quick", "--part", "voices", "--layout", "5.1", "--wav", wave.string()});
-    EXPECT_EQ(demo.status, 0) << demo.error;
-    EXPECT_EQ(Content(files.UserFile()), before);
-    EXPECT_THAT(demo.out, AllOf(HasSubstr("side left, 90 degrees left"), HasSubstr("Starting Tessarune")));
-    const std::vector<std::pair<std::string, int>> loudest{{"Front_Left", 0}, {"Front_Right", 1},
-                                                           {"Rear_Left", 4},  {"Rear_Right", 5},
-                                                           {"Side_Left", 4},  {"Side_Right", 5}};
-    for (const auto& [voice, channel] : loudest)
-        EXPECT_EQ(Marked(demo.out, voice), channel) << voice << " in " << demo.out;
-    EXPECT_LE(Marked(demo.out, "Front_Center"), 2);
-    EXPECT_THAT(Run("tessarune-demo", {"--list", "--voices", folder.path}).out, HasSubstr("(a bell)"));
-    EXPECT_GE(std::filesystem::file_size(wave), 7u * 6 * 4 * 48000);  // seconds of six channels
-}
-
-// The loudest channel of each sound in a recording of 32-bit integers, between silences of 0.1 s or more.
-std::vector<std::size_t> LoudestOfEach(const std::string& wave, std::size_t channels) {
-    const std::size_t data = wave.find("data") + 8, frames = (wave.size() - data) / 4 / channels;
-    std::vector<std::size_t> loudest;
-    std::vector<double> sums(channels);
-    std::size_t quiet = 0;
-    for (std::size_t i = 0; i < frames; ++i) {
-        std::vector<std::int32_t> frame(channels);
-        std::memcpy(frame.data(), &wave[data + i * 4 * channels], 4 * channels);
-        const bool isHeard =
-            std::any_of(frame.begin(), frame.end(), [](auto v) { return std::abs(v) > 1e5; });
-        quiet = isHeard ? 0 : quiet + 1;
-        for (std::size_t c = 0; c < channels; ++c)
-            sums[c] += std::pow(frame[c], 2);
-        if (quiet != 4800 && i + 1 != frames) continue;
-        const auto greatest = std::max_element(sums.begin(), sums.end());
-        if (*greatest > 1e14) loudest.push_back(static_cast<std::size_t>(greatest - sums.begin()));
-        std::fill(sums.begin(), sums.end(), 0);
-    }
-    return loudest;
-}
-
-TEST_F(Tools, SpeakerTest_LetsEachSpeakerSoundByItsOwnOutput) {
-    const path wave = folder.path / "speakers.wav";
-    for (const Words& words : {Words{"WaveFile", wave}, {"Output", "WaveFile"}, {"SpeakerSetting", "Quad"}})
-        Config({"set", words[0], words[1]});
-    ExpectOutcome(Config({"speaker-test", "--speaker", "Moon"}), 2,
-                  "'Quad' has no speaker 'Moon'. It has Front Left");
-    EXPECT_FALSE(std::filesystem::exists(wave));
-    const Outcome test = Config({"speaker-test", "--noise", "--seconds", "0.2"});
-    EXPECT_EQ(test.status, 0) << test.error;
-    EXPECT_THAT(test.out, HasSubstr("Back Left, azimuth 135"));
-    EXPECT_EQ(LoudestOfEach(Content(wave), 4), (std::vector<std::size_t>{0, 1, 2, 3}));
-}
-
-TEST_F(Tools, WhatCantSound_TellsWhatToDo) {
-    ExpectOutcome(Config({"speaker-test"}), 1, "'tessarune-config set Output Auto'");
-    LoseFormatLibrary();
-    ExpectOutcome(Run("tessarune-demo", {"--wav", folder.path / "a.wav"}), 1,
-                  "Failed to open file '/no/such.afl'.");
-    ExpectOutcome(Run("tessarune-demo", {"--wav", "/no/such/a.wav"}), 1,
-                  "The file '/no/such/a.wav' can't be written");
 }
 
 TEST_F(Tools, WrongUse_IsExplainedWithStatus2) {
