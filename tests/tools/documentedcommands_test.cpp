@@ -1,0 +1,106 @@
+// Whether the commands that the documents print work as they are printed.
+//
+// Taken are the lines of code blocks, fenced or indented, that call a program of ours (or, as `./game`, a
+// game for which tessarune-info stands in), with variables before it and in whatever folder; they run
+// in the order of the document. What three blanks or more set off is said about the command. Of `./dev` only
+// the verb is looked up. A command that plays, follows or builds for long has taken its options when it still
+// does so after two seconds.
+
+#include <algorithm>
+#include <regex>
+#include <sstream>
+
+#include "tests/tools/tools.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing_support::BuildTree;
+using testing_support::Content;
+using testing_support::Outcome;
+
+const fs::path sourceTree = TESSARUNE_SOURCE_TREE;
+
+std::vector<std::string> CommandsOf(const fs::path& document) {
+    static const std::regex command(
+        R"((([A-Z_]+=\S+ )*(\./dev|\./(the-)?game|(\S*/)?tessarune-[a-z]+)( .*?)?)(   .*)?)");
+    std::vector<std::string> commands;
+    std::istringstream lines(Content(sourceTree / document));
+    bool isFenced = false;
+    for (std::string line; std::getline(lines, line);) {
+        const std::size_t indent = std::min(line.find_first_not_of(' '), line.size());
+        const std::string text = line.substr(indent);
+        std::smatch match;
+        if (text.starts_with("```"))
+            isFenced = !isFenced;
+        else if ((isFenced || indent >= 4) && std::regex_match(text, match, command))
+            commands.push_back(match[1]);
+    }
+    return commands;
+}
+
+std::vector<fs::path> Documents() {
+    std::vector<fs::path> documents{"README.md"};
+    for (const auto& file : fs::directory_iterator(sourceTree / "docs"))
+        if (file.path().extension() == ".md") documents.push_back("docs" / file.path().filename());
+    std::erase_if(documents, [](const fs::path& document) { return CommandsOf(document).empty(); });
+    std::ranges::sort(documents);
+    return documents;
+}
+
+// A checkout that is built, and an installed tree in the user's home.
+class DocumentedCommands : public testing_support::Tools, public testing::WithParamInterface<fs::path> {
+protected:
+    DocumentedCommands() {
+        const fs::path build = BuildTree(), library = files.FormatLibrary();
+        for (const char* part : {"bin", "lib"})
+            Link(build / part, folder.path / "tessarune" / part);
+        Link(build, folder.path / "build" / "release");
+        for (const char* game : {"game", "the-game"})
+            Link(build / "bin" / "tessarune-info", folder.path / game);
+        fs::create_directories(folder.path / "voices");
+        std::ofstream(folder.path / "attic.txt")
+            << "name: Attic\nA: azimuth 40\nB: azimuth -30, distance 2\n";
+        fs::create_directories(folder.path / "tessarune" / "share");
+        fs::copy(library.parent_path(), folder.path / "tessarune" / "share" / "tessarune");
+        fs::copy(library.parent_path(), folder.path / "lib");
+        fs::rename(folder.path / "lib" / library.filename(), folder.path / "lib" / "default.afl");
+        std::ofstream(files.MachineFile())
+            << "[Formats]\nAFL=" << (folder.path / "tessarune/share/tessarune" / library.filename()).string()
+            << "\n";
+        Set({{"WaveFile", folder.path / "sound.wav"}, {"Output", "WaveFile"}});
+    }
+    static void Link(const fs::path& target, const fs::path& link) {
+        fs::create_directories(link.parent_path());
+        fs::create_symlink(target, link);
+    }
+
+    void ExpectVerb(const std::string& command) const {
+        static const std::regex verb(R"(\./dev [a-z]+)");
+        std::smatch match;
+        ASSERT_TRUE(std::regex_search(command, match, verb)) << command;
+        EXPECT_THAT(Shell("'" + sourceTree.string() + "/dev' help").out,
+                    testing::HasSubstr(match.str() + " "));
+    }
+    void ExpectWorks(const std::string& command) const {
+        static const std::regex isLong("tessarune-demo|tessarune-library build|speaker-test|--follow");
+        const bool mayGoOn = std::regex_search(command, isLong);
+        const std::string bin = BuildTree() / "bin", limit = mayGoOn ? "timeout 2 " : "";
+        const Outcome outcome = Shell("export HOME=$PWD PATH=" + bin + ":$PATH; " + limit + command);
+        EXPECT_TRUE(outcome.status == 0 || (mayGoOn && outcome.status == 124))
+            << command << "\nstatus " << outcome.status << ": " << outcome.error;
+    }
+};
+
+TEST_P(DocumentedCommands, WorkAsTheyArePrinted) {
+    for (const std::string& command : CommandsOf(GetParam()))
+        command.starts_with("./dev") ? ExpectVerb(command) : ExpectWorks(command);
+}
+
+INSTANTIATE_TEST_SUITE_P(Documents, DocumentedCommands, testing::ValuesIn(Documents()));
+
+TEST(Documents, ReadmeAndGuide_HaveCommands) {
+    EXPECT_THAT(Documents(), testing::IsSupersetOf({fs::path("README.md"), fs::path("docs/user-guide.md")}));
+}
+
+}  // namespace
