@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cmath>
@@ -13,14 +12,16 @@
 #include <vector>
 
 #include "platform/clock.h"
+#include "tests/platform/ramp.h"
 #include "tests/support/recordinglog.h"
 
 namespace {
 
 using namespace platform;
 using namespace std::chrono_literals;
+using testing_support::Ramp;
 
-constexpr RingShape shape{.rate = 48000, .channels = 2, .channelMask = 3, .frames = 9600};
+constexpr RingShape shape{.rate = Ramp::rate, .channels = 2, .channelMask = 3, .frames = Ramp::ringFrames};
 constexpr std::uint32_t chunk = 480;
 
 // What a server is to the buffer. It takes a chunk every 10 ms while it runs.
@@ -79,38 +80,15 @@ protected:
                   DS_OK);
     }
 
-    // Keeps half a ring of 1, 2, 3, ... ahead of the play cursor, for that long.
-    void Play(std::chrono::milliseconds time) {
-        if (played < 0) {
-            ASSERT_EQ(buffer->Play(0, 0, DSBPLAY_LOOPING), DS_OK);
-            played = 0;
-        }
-        const auto end = std::chrono::steady_clock::now() + time;
-        for (; std::chrono::steady_clock::now() < end; std::this_thread::sleep_for(2ms)) {
-            std::uint32_t cursor = 0;
-            ASSERT_EQ(buffer->GetCurrentPosition(&cursor, nullptr), DS_OK);
-            played += (cursor / 8 + shape.frames - played % shape.frames) % shape.frames;
-            for (; written < played + shape.frames / 2; written += 240)
-                Write();
-        }
-    }
+    void Play(std::chrono::milliseconds time) { ramp.Play(time); }
 
-    void Write() {
-        void *first = nullptr, *second = nullptr;
-        std::uint32_t bytes = 0, rest = 0;
-        const auto offset = static_cast<std::uint32_t>(written % shape.frames * 8);
-        ASSERT_EQ(buffer->Lock(offset, 240 * 8, &first, &bytes, &second, &rest, 0), DS_OK);
-        for (int i = 0; i < 480; ++i)
-            static_cast<std::int32_t*>(first)[i] = static_cast<std::int32_t>(written + i / 2 + 1) << 4;
-        ASSERT_EQ(buffer->Unlock(first, bytes, second, rest), DS_OK);
-    }
-
-    // What was heard, as numbers of frames; 0 is silence.
+    // What was heard, as numbers of frames; without silence, which there is until a stream is connected.
     std::vector<std::int64_t> HeardFrames() {
         EXPECT_EQ(buffer->Stop(), DS_OK);
         std::vector<std::int64_t> frames;
         for (std::size_t i = 0; i < server.heard.size(); i += 2)
-            frames.push_back(std::llround(double{server.heard[i]} * 2147483648.0 / 16));
+            if (server.heard[i] != 0)
+                frames.push_back(std::llround(double{server.heard[i]} * 2147483648.0 / Ramp::step));
         return frames;
     }
 
@@ -119,20 +97,17 @@ protected:
     ReturningBuffer* const ring = new ReturningBuffer(
         shape, chunk, [this](StreamOutlet& outlet) { return server.Open(outlet); }, &log);
     SoundBufferPtr buffer{ring};
-    std::int64_t played = -1, written = 0;
+    Ramp ramp{*buffer};
 };
 
-// Each number follows the one before it, but for the silence in front and `jumps` places.
+// Each number follows the one before it, but for `jumps` places, where it is a greater one.
 void ExpectRamp(const std::vector<std::int64_t>& heard, int jumps) {
-    const auto begin =
-        std::find_if(heard.begin(), heard.end(), [](std::int64_t frame) { return frame != 0; });
-    ASSERT_NE(begin, heard.end());
+    ASSERT_FALSE(heard.empty());
     int found = 0;
-    for (auto i = begin + 1; i != heard.end(); ++i)
-        if (*i != *(i - 1) + 1) {
-            ++found;
-            EXPECT_GT(*i, *(i - 1)) << "at " << i - begin;
-        }
+    for (std::size_t i = 1; i < heard.size(); ++i) {
+        ASSERT_GT(heard[i], heard[i - 1]) << "at " << i;
+        found += heard[i] != heard[i - 1] + 1;
+    }
     EXPECT_EQ(found, jumps);
 }
 
@@ -140,8 +115,8 @@ TEST_F(Returning, WithAnOutputThatStays_IsHeardWholeAndWithoutAWord) {
     OpenFirst();
     Play(300ms);
     const auto heard = HeardFrames();
-    EXPECT_EQ(*std::find_if(heard.begin(), heard.end(), [](auto frame) { return frame != 0; }), 1);
     ExpectRamp(heard, 0);
+    EXPECT_EQ(heard[0], 1);
     EXPECT_EQ(log.Lines(), "");
     EXPECT_EQ(server.questions, 1);
 }
@@ -152,22 +127,20 @@ TEST_F(Returning, OutputThatGoesAway_IsAskedForUntilItIsBack) {
     Play(200ms);
     server.isGone = true;
     Play(100ms);  // until the loss is noted
-    const std::int64_t before = played;
+    const std::int64_t before = ramp.played;
     const std::int64_t start = NowNanoseconds();
     Play(700ms);
-    EXPECT_NEAR(static_cast<double>(played - before), static_cast<double>(NowNanoseconds() - start) * 48e-6,
-                48 * 30);
+    EXPECT_NEAR(static_cast<double>(ramp.played - before),
+                static_cast<double>(NowNanoseconds() - start) * 48e-6, 48 * 30);
     EXPECT_GE(server.questions, 3);
     server.isGone = false;
     Play(1500ms);
     EXPECT_EQ(log.Lines(),
               "E:The sound output went away: the sound isn't heard until it is back."
               "I:The sound output is back.");
-    std::vector<std::int64_t> heard = HeardFrames();
-    const auto last = heard.back();
-    EXPECT_NEAR(static_cast<double>(last), static_cast<double>(played), 48 * 60);
-    std::erase(heard, 0);  // of the new stream, until it is connected
+    const std::vector<std::int64_t> heard = HeardFrames();
     ExpectRamp(heard, 1);
+    EXPECT_NEAR(static_cast<double>(heard.back()), static_cast<double>(ramp.played), 48 * 60);
 }
 
 TEST_F(Returning, WithoutAnOutputAtFirst_IsHeardAsSoonAsThereIsOne) {
@@ -176,9 +149,7 @@ TEST_F(Returning, WithoutAnOutputAtFirst_IsHeardAsSoonAsThereIsOne) {
     EXPECT_GE(server.questions, 1);
     server.isGone = false;
     Play(1200ms);
-    auto heard = HeardFrames();
-    std::erase(heard, 0);
-    ExpectRamp(heard, 0);
+    ExpectRamp(HeardFrames(), 0);
     EXPECT_EQ(log.Lines(), "I:The sound output is back.");
 }
 
@@ -192,9 +163,7 @@ TEST_F(Returning, OutputThatTakesNothingForTwoSeconds_IsGivenUp) {
     EXPECT_TRUE(log.Lines().starts_with("E:The sound output went away")) << log.Lines();
     server.isHanging = false;
     Play(1000ms);
-    auto heard = HeardFrames();
-    std::erase(heard, 0);
-    ExpectRamp(heard, 1);
+    ExpectRamp(HeardFrames(), 1);
 }
 
 TEST_F(Returning, StopAndPlay_GoOnWhetherTheOutputIsThereOrNot) {
@@ -205,9 +174,9 @@ TEST_F(Returning, StopAndPlay_GoOnWhetherTheOutputIsThereOrNot) {
         EXPECT_EQ(buffer->Stop(), DS_OK);
         EXPECT_EQ(buffer->Play(0, 0, DSBPLAY_LOOPING), DS_OK);
     }
-    const std::int64_t before = played;
+    const std::int64_t before = ramp.played;
     Play(400ms);  // the cursor may stand for 250 ms, until it is written far enough ahead
-    EXPECT_GT(played, before);
+    EXPECT_GT(ramp.played, before);
 }
 
 // A server that doesn't answer at all must not hold up the game's end.

@@ -6,7 +6,6 @@
 
 #include <fstream>
 #include <string>
-#include <tuple>
 
 #include "tests/support/process.h"
 #include "tests/support/temporaryfolder.h"
@@ -21,15 +20,18 @@ void Set(const char* name, const char* value) {
 
 TEST(UserStore, Path_FollowsTheVariables) {
     const std::string inTheDatabase = getpwuid(getuid())->pw_dir + std::string("/.config");
-    const std::tuple<const char*, const char*, std::string> cases[] = {{"/c d", "/h", "/c d"},
-                                                                       {"", "/h", "/h/.config"},
-                                                                       {"relative", "/h", "/h/.config"},
-                                                                       {nullptr, nullptr, inTheDatabase},
-                                                                       {nullptr, "relative", inTheDatabase}};
-    for (const auto& [configHome, home, folder] : cases) {
-        Set("XDG_CONFIG_HOME", configHome);
-        Set("HOME", home);
-        EXPECT_EQ(platform::UserStorePath("Root"), folder + "/Root/store.conf");
+    struct Row {
+        const char *configHome, *home;
+        std::string folder;
+    };
+    for (const Row& row : {Row{"/c d", "/h", "/c d"},
+                           {"", "/h", "/h/.config"},
+                           {"relative", "/h", "/h/.config"},
+                           {nullptr, nullptr, inTheDatabase},
+                           {nullptr, "relative", inTheDatabase}}) {
+        Set("XDG_CONFIG_HOME", row.configHome);
+        Set("HOME", row.home);
+        EXPECT_EQ(platform::UserStorePath("Root"), row.folder + "/Root/store.conf");
     }
 }
 
