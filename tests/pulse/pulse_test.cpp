@@ -15,7 +15,6 @@
 #include <functional>
 #include <iostream>
 #include <numbers>
-#include <ostream>
 #include <string>
 #include <thread>
 #include <utility>
@@ -28,6 +27,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using testing_support::Recording;
+using testing_support::Sound;
 
 constexpr int rate = 48000;
 constexpr float toneLevel = 0.25F;
@@ -48,33 +48,16 @@ const Speakers surround{"Surround 5.1",
                         6,
                         {{0, 30}, {1, -30}, {2, 0}, {4, 135}, {5, -135}}};
 
-struct Case {
-    const Speakers* speakers;
-};
-std::ostream& operator<<(std::ostream& stream, const Case& c) {
-    return stream << c.speakers->channels << " channels";
-}
-
 // A program that runs beside the test, until the end of the scope, or of the test's process.
 class Program {
 public:
-    Program(const std::function<void()>& run) : id(fork()) {
+    // A line of the shell.
+    explicit Program(const std::string& line) : id(fork()) {
         if (id != 0) return;
         prctl(PR_SET_PDEATHSIG, SIGKILL);
-        run();
-        _exit(97);
+        execl("/bin/sh", "sh", "-c", line.c_str(), nullptr);
+        _exit(127);
     }
-    Program(std::vector<std::string> line, const std::string& output)
-        : Program([&] {
-              std::vector<char*> arguments;
-              arguments.reserve(line.size() + 1);
-              for (std::string& word : line)
-                  arguments.push_back(word.data());
-              arguments.push_back(nullptr);
-              if (freopen(output.c_str(), "w", stdout) != nullptr &&
-                  freopen("/dev/null", "w", stderr) != nullptr)
-                  execvp(arguments[0], arguments.data());
-          }) {}
     ~Program() { End(SIGTERM); }
     Program(Program&& other) noexcept : id(std::exchange(other.id, 0)) {}
     Program& operator=(Program&& other) noexcept {
@@ -92,18 +75,8 @@ private:
 };
 
 // Stretches of at least 0.1 s of silence stand between two sounds.
-std::vector<std::pair<std::size_t, std::size_t>> SoundsOf(const Recording& recording) {
+std::vector<Sound> SoundsOf(const Recording& recording) {
     return recording.Sounds(rate / 10);
-}
-
-// The root mean square of each channel.
-std::vector<double> Levels(const Recording& recording, std::pair<std::size_t, std::size_t> sound) {
-    std::vector<double> levels(recording.channels);
-    for (std::size_t i = sound.first * recording.channels; i < sound.second * recording.channels; ++i)
-        levels[i % recording.channels] += double{recording.samples[i]} * double{recording.samples[i]};
-    for (double& level : levels)
-        level = std::sqrt(level / static_cast<double>(sound.second - sound.first));
-    return levels;
 }
 
 // A game with one voice, a tone of 6,007 Hz that fits its buffer of a second.
@@ -165,17 +138,18 @@ protected:
     // With two outputs, "out" and "other", the first of which is the default.
     Program StartServer(const Speakers& speakers) const {
         unlink(Socket().c_str());
-        const auto sink = [&](const std::string& name) {
-            return "--load=module-null-sink sink_name=" + name +
-                   " rate=48000 format=float32le channels=" + std::to_string(speakers.channels) +
-                   " channel_map=" + speakers.channelMap + " sink_properties=device.description=" + name;
-        };
         // At real-time priority, where that is allowed, as a desktop has its server.
-        Program server({"sh", "-c", "chrt --rr 5 true 2> /dev/null && set -- chrt --rr 5 \"$@\"; exec \"$@\"",
-                        "sh", "pulseaudio", "-n", "--daemonize=no", "--exit-idle-time=-1",
-                        "--use-pid-file=no", "--disable-shm=yes", sink("out"), sink("other"),
-                        "--load=module-native-protocol-unix auth-anonymous=1 socket=" + Socket()},
-                       "/dev/null");
+        std::string line =
+            "exec > /dev/null 2>&1; chrt --rr 5 true && chrt='chrt --rr 5'; exec $chrt pulseaudio -n "
+            "--daemonize=no --exit-idle-time=-1 --use-pid-file=no --disable-shm=yes "
+            "--load='module-native-protocol-unix auth-anonymous=1 socket=" +
+            Socket() + "'";
+        for (const std::string name : {"out", "other"})
+            line += " --load='module-null-sink sink_name=" + name +
+                    " rate=48000 format=float32le channels=" + std::to_string(speakers.channels) +
+                    " channel_map=" + speakers.channelMap + " sink_properties=device.description=" + name +
+                    "'";
+        Program server(line);
         for (int i = 0; i < 1000 && access(Socket().c_str(), F_OK) != 0; ++i)
             std::this_thread::sleep_for(10ms);
         return server;
@@ -185,10 +159,10 @@ protected:
     Recording Record(const Speakers& speakers, const std::function<void()>& play,
                      const std::string& output = "out") const {
         const std::string file = Folder("recording");
-        Program recorder({"parec", "--device=" + output + ".monitor", "--format=float32le", "--rate=48000",
-                          "--channels=" + std::to_string(speakers.channels), "--raw", "--latency-msec=20",
-                          std::string("--channel-map=") + speakers.channelMap},
-                         file);
+        Program recorder("exec parec --device=" + output +
+                         ".monitor --format=float32le --rate=48000 --raw --latency-msec=20 --channels=" +
+                         std::to_string(speakers.channels) + " --channel-map=" + speakers.channelMap + " > " +
+                         file + " 2> /dev/null");
         for (int i = 0; i < 1000 && testing_support::ReadFile(file).empty(); ++i)
             std::this_thread::sleep_for(10ms);
         play();
@@ -203,11 +177,11 @@ protected:
     testing_support::TemporaryStore store;
 };
 
-class Tone : public OnASoundServer, public testing::WithParamInterface<Case> {};
+class Tone : public OnASoundServer, public testing::WithParamInterface<const Speakers*> {};
 
 // A tone that repeats each second repeats in the recording, sample for sample: nothing is missing, nothing
 // there twice.
-void ExpectWholeTone(const Recording& recording, std::pair<std::size_t, std::size_t> sound, int seconds) {
+void ExpectWholeTone(const Recording& recording, const Sound& sound, int seconds) {
     EXPECT_GT(sound.second - sound.first,
               static_cast<std::size_t>(rate) * static_cast<std::size_t>(seconds) * 99 / 100);
     const std::size_t begin = sound.first + rate / 10;
@@ -217,17 +191,13 @@ void ExpectWholeTone(const Recording& recording, std::pair<std::size_t, std::siz
                 << "channel " << c << ", " << double(frame - sound.first) / rate << " s";
 }
 
-double Decibels(double energy) {
-    return 10 * std::log10(energy);
-}
-
 // Each sound comes from where its speaker stands, by the energy of the speakers (Gerzon, 1992), at a level
 // that is the same on all of them: 4 dB above the output's headroom of 0.45, for a source ahead.
 void ExpectEachSoundFromItsSpeaker(const Recording& recording, const Speakers& speakers) {
     const auto sounds = SoundsOf(recording);
     ASSERT_EQ(sounds.size(), 1 + speakers.azimuths.size());
     for (std::size_t i = 0; i < sounds.size(); ++i) {
-        const std::vector<double> levels = Levels(recording, sounds[i]);
+        const std::vector<double> levels = recording.Levels(sounds[i]);
         std::complex<double> direction = 0;
         double energy = 0;
         for (const auto& [channel, azimuth] : speakers.azimuths) {
@@ -236,7 +206,7 @@ void ExpectEachSoundFromItsSpeaker(const Recording& recording, const Speakers& s
         }
         const double from = i == 0 ? 0 : speakers.azimuths[i - 1].second;
         EXPECT_NEAR(std::arg(direction) / degree, from, std::fabs(from) < 90 ? 5 : 15) << i;
-        EXPECT_NEAR(Decibels(energy), Decibels(toneLevel * toneLevel / 2 * 0.45 * 0.45) + 4,
+        EXPECT_NEAR(10 * std::log10(energy / (toneLevel * toneLevel / 2 * 0.45 * 0.45)), 4,
                     from == 0 ? 0.5 : 2)
             << i;
     }
@@ -245,14 +215,15 @@ void ExpectEachSoundFromItsSpeaker(const Recording& recording, const Speakers& s
 // Two programs compete for the processor meanwhile. The long form takes as many seconds as the environment
 // says.
 TEST_P(Tone, BesideBusyPrograms_ArrivesWholeAndInItsPlaceAndIsWhatTheWaveFileHas) {
-    const Speakers* const speakers = GetParam().speakers;
+    const Speakers* const speakers = GetParam();
+    SCOPED_TRACE(speakers->format);
     const char* const wanted = std::getenv("TESSARUNE_SOAK_SECONDS");
     const int seconds = wanted == nullptr ? 15 : std::atoi(wanted);
     Set("SuggestedBufferCount", "16");  // what the guide tells those to do whose sound falters
     const Program server = StartServer(*speakers);
     std::vector<Program> competitors;
     for (int i = 0; i < 2; ++i)
-        competitors.emplace_back(std::vector<std::string>{"sh", "-c", "while :; do :; done"}, "/dev/null");
+        competitors.emplace_back("while :; do :; done");
     const Recording heard = Record(*speakers, [&] {
         const Game game;
         ASSERT_NE(game.context, nullptr) << Log();
@@ -278,7 +249,7 @@ TEST_P(Tone, BesideBusyPrograms_ArrivesWholeAndInItsPlaceAndIsWhatTheWaveFileHas
             << i;
 }
 
-INSTANTIATE_TEST_SUITE_P(Outputs, Tone, testing::Values(Case{&stereo}, Case{&surround}));
+INSTANTIATE_TEST_SUITE_P(Outputs, Tone, testing::Values(&stereo, &surround));
 
 // The system's server goes away and comes back: so does the sound of a game that runs all the while, and a
 // change of the settings reaches it in either state.
