@@ -202,15 +202,5 @@ TEST(UnequalDistances, NearSpeakers_AreLoweredAndDelayed) {
         }
 }
 
-TEST(DesignSpeakerDecoder, OnWhatItCannotServe_Refuses) {
-    const auto design = [](const char* layout, unsigned order, double rate) {
-        return DesignSpeakerDecoder(Layout(layout), order, SpeakerMethod::Energy, rate);
-    };
-    EXPECT_THROW(design("Headphone Stereo", 1, testRate), slib::BadParameterException);
-    EXPECT_THROW(design("Quad", 0, testRate), slib::BadParameterException);
-    EXPECT_THROW(design("Quad", 5, testRate), slib::BadParameterException);
-    EXPECT_THROW(design("Quad", 1, std::nan("")), slib::BadParameterException);
-}
-
 }  // namespace
 }  // namespace design
