@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cmath>
 #include <limits>
 #include <memory>
@@ -66,32 +67,35 @@ struct Playback {
     int sent = 0;
 };
 
+struct RingCase {
+    double rate;
+    std::uint32_t channels, wantedLength, wantedCount;
+    std::uint32_t length, count, maxExtra, blocksPerPeriod, ringBytes;
+    std::string substitute;  // for the wishes
+};
+
 // The capacity is 268435455 bytes.
+const RingCase rings[] = {
+    {48000, 2, 512, 0, 512, 1, 9, 47, 11 * 4096, ""},
+    {44100, 6, 1024, 3, 1024, 3, 4, 22, 8 * 24576, ""},
+    {8000, 1, 0, 1, 1, 1, 800, 4000, 802 * 4, ""},
+    {192000, 2, 8, 4193000, 8, 4193000, 1302, 12000, 268435392, ""},
+    {48000, 2, 1000000, 40, 1000000, 31, 0, 0, 256000000, "buffer length 1000000 and buffer count 32."},
+    {48000, 2, 20000000, 1, 16777215, 0, 0, 0, 134217720, "buffer length 16777215 and buffer count 1."}};
+
 TEST(RingLayout, FollowsTheWishesWithinTheCapacity) {
-    using Numbers = std::vector<std::uint32_t>;
-    // Rate; channels, length and count; then length, count, most extra buffers, blocks of a period and bytes
-    // of the ring; and what is used in place of the wishes.
-    const std::tuple<double, Numbers, Numbers, std::string> cases[] = {
-        {48000, {2, 512, 0}, {512, 1, 9, 47, 11 * 4096}, ""},
-        {44100, {6, 1024, 3}, {1024, 3, 4, 22, 8 * 24576}, ""},
-        {8000, {1, 0, 1}, {1, 1, 800, 4000, 802 * 4}, ""},
-        {192000, {2, 8, 4193000}, {8, 4193000, 1302, 12000, 268435392}, ""},
-        {48000,
-         {2, 1000000, 40},
-         {1000000, 31, 0, 0, 256000000},
-         "buffer length 1000000 and buffer count 32."},
-        {48000,
-         {2, 20000000, 1},
-         {16777215, 0, 0, 0, 134217720},
-         "buffer length 16777215 and buffer count 1."}};
-    for (const auto& [rate, wishes, layout, substitute] : cases) {
+    for (const RingCase& ring : rings) {
+        SCOPED_TRACE(std::to_string(ring.wantedLength) + " by " + std::to_string(ring.wantedCount));
         RecordingLog log;
-        const AdaptiveBuffering b(log, rate, wishes[0], wishes[1], wishes[2]);
-        EXPECT_EQ(Numbers({b.bufferLength, b.bufferCount, b.maxExtraBuffers, b.blocksPerPeriod, b.ringBytes}),
-                  layout);
+        const AdaptiveBuffering b(log, ring.rate, ring.channels, ring.wantedLength, ring.wantedCount);
+        EXPECT_EQ(b.bufferLength, ring.length);
+        EXPECT_EQ(b.bufferCount, ring.count);
+        EXPECT_EQ(b.maxExtraBuffers, ring.maxExtra);
+        EXPECT_EQ(b.blocksPerPeriod, ring.blocksPerPeriod);
+        EXPECT_EQ(b.ringBytes, ring.ringBytes);
         const std::string warning =
             "E:There doesn't seem to be enough capacity for the configured buffers! Using a ";
-        EXPECT_EQ(log.lines, substitute.empty() ? "" : warning + substitute);
+        EXPECT_EQ(log.lines, ring.substitute.empty() ? "" : warning + ring.substitute);
     }
 }
 
@@ -132,48 +136,47 @@ TEST(AdaptivePipe, Write_WaitsForWhatABlockLacksAndAllocatesNothing) {
     EXPECT_EQ(testing_support::AllocationsOfThisThread(), before);
 }
 
-struct Behaviour {
+struct CursorCase {
     std::uint32_t length, count;
     std::int64_t step, safety;  // frames; what the cursor moves by, and how far the write cursor is ahead
     std::uint32_t extra;
-    int smallestStep;  // frames
+    int seenStep;      // frames
     int lastUnderrun;  // no block from there on has one
 };
 
-class CursorBehaviour : public testing::TestWithParam<Behaviour> {};
+// Called for are (rest + step + safety + length - 1) / length - count - 2 blocks, at the greatest rest of a
+// block at which the cursor stands; a step of 20 ms isn't seen but by its underruns.
+class CursorBehaviour : public testing::TestWithParam<CursorCase> {};
 
 TEST_P(CursorBehaviour, IsMetWithoutAGap) {
-    const Behaviour& b = GetParam();
-    Playback p(b.length, b.count);
+    const CursorCase& cursor = GetParam();
+    Playback p(cursor.length, cursor.count);
     p.system->cursors = [&](std::int64_t at) {
-        const std::int64_t play = at / b.step * b.step;
-        return ScriptedCursors{play, play + b.safety};
+        const std::int64_t play = at / cursor.step * cursor.step;
+        return ScriptedCursors{play, play + cursor.safety};
     };
     p.pipe->Start();
-    const int blocks = std::min(16000, (1 << 23) / static_cast<int>(b.length));
+    const int blocks = std::min(16000, (1 << 23) / static_cast<int>(cursor.length));
     for (int block = 0; block < blocks; ++block) {
         p.Write();
-        ASSERT_TRUE(block < b.lastUnderrun || !p.Buffering().hadUnderrun) << block;
+        ASSERT_TRUE(block < cursor.lastUnderrun || !p.Buffering().hadUnderrun) << block;
     }
-    EXPECT_EQ(p.Buffering().extraBuffers, b.extra);
-    EXPECT_EQ(p.Buffering().smallestStep, 8 * b.smallestStep);
+    EXPECT_EQ(p.Buffering().extraBuffers, cursor.extra);
+    EXPECT_EQ(p.Buffering().smallestStep, 8 * cursor.seenStep);
     EXPECT_EQ(p.Breaks(), 0);
     p.pipe->Stop();
     const std::string line = "I:The DirectSound pipe had to increase the buffer count by " +
-                             std::to_string(b.extra) +
+                             std::to_string(cursor.extra) +
                              " to ensure steady output. You may wish to change your default buffer count.";
-    EXPECT_EQ(p.log.lines, b.extra == 0 ? "" : line);
+    EXPECT_EQ(p.log.lines, cursor.extra == 0 ? "" : line);
 }
 
-// Called for are (rest + step + safety + length - 1) / length - count - 2 blocks, at the greatest rest of a
-// block at which the cursor stands; a step of 20 ms isn't seen but by its underruns.
 INSTANTIATE_TEST_SUITE_P(Table, CursorBehaviour,
-                         testing::Values(Behaviour{512, 2, 48, 48, 0, 48, 0},
-                                         Behaviour{64, 1, 480, 480, 13, 480, 750},
-                                         Behaviour{64, 1, 959, 959, 28, 959, 750},
-                                         Behaviour{64, 1, 960, 960, 27, 0, 12000},
-                                         Behaviour{2048, 1, 1920, 2880, 1, 0, 0}),
-                         [](const auto& info) { return "Row" + std::to_string(info.index); });
+                         testing::Values(CursorCase{512, 2, 48, 48, 0, 48, 0},
+                                         CursorCase{64, 1, 480, 480, 13, 480, 750},
+                                         CursorCase{64, 1, 959, 959, 28, 959, 750},
+                                         CursorCase{64, 1, 960, 960, 27, 0, 12000},
+                                         CursorCase{2048, 1, 1920, 2880, 1, 0, 0}));
 
 TEST(AdaptivePipe, Underrun_AddsABlockOncePerHalfSecondUpToTheCeiling) {
     Playback p;
@@ -258,13 +261,6 @@ TEST(AdaptivePipe, CursorThatStallsOrJumps_LeavesAWholeStreamBehind) {
     EXPECT_EQ(p.Breaks(jump + 9600), 0);
 }
 
-const std::pair<platform::Result, const char*> explanations[] = {
-    {0x80004005,
-     "A DirectSound error occurred: An undetermined error occurred inside the DirectSound subsystem."},
-    {0x88780096, "A DirectSound error occurred: The buffer memory has been lost and must be restored."},
-    {0x88781161, "A DirectSound error occurred: The requested object was not found."},
-    {0x12345678, "Unknown error."}};
-
 TEST(DirectSoundException, Texts_AreThosePublishedForTheResults) {
     std::uint64_t digest = 0xcbf29ce484222325;  // FNV-1a of all of them, one after the other
     for (const platform::Result code :
@@ -275,47 +271,50 @@ TEST(DirectSoundException, Texts_AreThosePublishedForTheResults) {
         for (const char c : TextOf([&] { audiopipe::directsound::CheckResult(code); }))
             digest = (digest ^ static_cast<unsigned char>(c)) * 0x100000001b3;
     EXPECT_EQ(digest, 0x213150759828534fU);
+    EXPECT_EQ(TextOf([] { audiopipe::directsound::CheckResult(0x12345678); }), "Unknown error.");
 }
 
 TEST(AdaptivePipe, FailingOperation_EndsInItsTextWithNothingLeaked) {
+    const std::string text =
+        "A DirectSound error occurred: The buffer memory has been lost and must be restored.";
     for (const std::string operation :
          {"DirectSoundEnumerateA", "DirectSoundCreate8", "SetCooperativeLevel", "GetCaps", "GetSpeakerConfig",
-          "CreateSoundBuffer", "GetCurrentPosition", "Play", "Stop", "Lock", "Unlock"})
-        for (const auto& [code, text] : explanations) {
-            const auto system = std::make_shared<ScriptedSystem>();
-            system->failures[operation] = code;
-            RecordingLog log;
-            EXPECT_EQ(
-                TextOf([&, system] {
-                    AdaptiveDirectSoundFramework framework(&log, system);
-                    const auto pipe = framework.GetDevice(1)->OpenPipe(&log, 48000, 512, 2, {true, true}, {});
-                    pipe->Start();
-                    pipe->Write(std::vector<float>(1024).data(), nullptr);
-                    pipe->Stop();
-                }),
-                operation == "DirectSoundEnumerateA" ? "Failed to enumerate DirectSound devices." : text);
-            EXPECT_EQ(system->openObjects, 0) << operation;
-            EXPECT_TRUE(operation != "Lock" || system->calls["Stop"] == 1);  // by the pipe's end
-            EXPECT_EQ(log.lines, operation == "Stop" ? std::string("E:") + text : "");
-        }
+          "CreateSoundBuffer", "GetCurrentPosition", "Play", "Stop", "Lock", "Unlock"}) {
+        SCOPED_TRACE(operation);
+        const auto system = std::make_shared<ScriptedSystem>();
+        system->failures[operation] = 0x88780096;
+        RecordingLog log;
+        EXPECT_EQ(
+            TextOf([&] {
+                AdaptiveDirectSoundFramework framework(&log, system);
+                const auto pipe = framework.GetDevice(1)->OpenPipe(&log, 48000, 512, 2, {true, true}, {});
+                pipe->Start();
+                pipe->Write(std::vector<float>(1024).data(), nullptr);
+                pipe->Stop();
+            }),
+            operation == "DirectSoundEnumerateA" ? "Failed to enumerate DirectSound devices." : text);
+        EXPECT_EQ(system->openObjects, 0);
+        EXPECT_TRUE(operation != "Lock" || system->calls["Stop"] == 1);  // by the pipe's end
+        EXPECT_EQ(log.lines, operation == "Stop" ? "E:" + text : "");
+    }
 }
 
 TEST(AdaptiveDevice, SpeakerSetting_NamesTheFormatItsChannelsAndTheirMask) {
     using F = StandardFormat;
-    const std::tuple<F, std::uint32_t, std::size_t> table[] = {
-        {F::Unknown, 0x3, 2},         {F::HeadphoneStereo, 0x3, 2}, {F::Mono, 0x4, 1},
-        {F::Quad, 0x33, 4},           {F::Stereo, 0x3, 2},          {F::SurroundStereo, 0x107, 2},
-        {F::Surround51, 0x3f, 6},     {F::Surround71Wide, 0xff, 8}, {F::Surround71, 0x63f, 8},
-        {F::Surround51ITU, 0x60f, 6}, {F::Unknown, 0x3, 2}};
+    const std::pair<F, std::uint32_t> masks[] = {
+        {F::Unknown, 0x3},      {F::HeadphoneStereo, 0x3},  {F::Mono, 0x4},        {F::Quad, 0x33},
+        {F::Stereo, 0x3},       {F::SurroundStereo, 0x107}, {F::Surround51, 0x3f}, {F::Surround71Wide, 0xff},
+        {F::Surround71, 0x63f}, {F::Surround51ITU, 0x60f},  {F::Unknown, 0x3}};
     std::uint32_t config = 0x00140000;  // with an angle
-    for (const auto& [format, mask, channels] : table) {
+    for (const auto& [format, mask] : masks) {
         const auto system = std::make_shared<ScriptedSystem>();
         system->speakerConfig = config++;
         RecordingLog log;
         AdaptiveDirectSoundFramework framework(&log, system);
         const audiopipe::DevicePtr device = framework.GetDevice(0);
         EXPECT_EQ(device->GetStandardFormat(), format);
-        device->OpenPipe(&log, 48000, 512, 2, std::vector<bool>(channels), {});
+        const int channels = format == F::SurroundStereo ? 2 : std::popcount(mask);  // matrixed
+        device->OpenPipe(&log, 48000, 512, 2, std::vector<bool>(static_cast<std::size_t>(channels)), {});
         EXPECT_EQ(system->format.dwChannelMask, mask);
         EXPECT_EQ(system->format.Format.nChannels, channels);
     }
