@@ -135,7 +135,8 @@ TEST_F(Library, CheckTransforms_FindsAWrongLevel) {
     library->storeTransform(tag, {.possible = true}, transform);
     library->commit();
     for (const TransformFinding& finding : CheckTransforms(*Open())) {
-        const bool isChanged = finding.rate == testRate && describe(finding.conversion) == describe(tag);
+        const orb3::fl::ConversionTag& found = finding.conversion;
+        const bool isChanged = finding.rate == testRate && describe(found) == describe(tag);
         EXPECT_EQ(finding.fault.empty(), !isChanged) << finding.fault;
     }
 }

@@ -111,20 +111,11 @@ void ExpectRamp(const std::vector<std::int64_t>& heard, int jumps) {
     EXPECT_EQ(found, jumps);
 }
 
-TEST_F(Returning, WithAnOutputThatStays_IsHeardWholeAndWithoutAWord) {
-    OpenFirst();
-    Play(300ms);
-    const auto heard = HeardFrames();
-    ExpectRamp(heard, 0);
-    EXPECT_EQ(heard[0], 1);
-    EXPECT_EQ(log.Lines(), "");
-    EXPECT_EQ(server.questions, 1);
-}
-
 // The cursor goes on by the clock meanwhile, and afterwards the sound goes on where it would have been.
 TEST_F(Returning, OutputThatGoesAway_IsAskedForUntilItIsBack) {
     OpenFirst();
     Play(200ms);
+    EXPECT_EQ(server.questions, 1);  // there is nothing to look for yet
     server.isGone = true;
     Play(100ms);  // until the loss is noted
     const std::int64_t before = ramp.played;
@@ -140,6 +131,7 @@ TEST_F(Returning, OutputThatGoesAway_IsAskedForUntilItIsBack) {
               "I:The sound output is back.");
     const std::vector<std::int64_t> heard = HeardFrames();
     ExpectRamp(heard, 1);
+    EXPECT_EQ(heard[0], 1);
     EXPECT_NEAR(static_cast<double>(heard.back()), static_cast<double>(ramp.played), 48 * 60);
 }
 

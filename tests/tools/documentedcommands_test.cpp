@@ -2,9 +2,8 @@
 //
 // Taken are the lines of code blocks, fenced or indented, that call a program of ours (or, as `./game`, a
 // game for which tessarune-info stands in), with variables before it and in whatever folder; they run
-// in the order of the document. What three blanks or more set off is said about the command. Of `./dev` only
-// the verb is looked up. A command that plays, follows or builds for long has taken its options when it still
-// does so after two seconds.
+// in the order of the document. Of `./dev` only the verb is looked up. A command that plays, follows or
+// builds for long has taken its options when it still does so after two seconds.
 
 #include <algorithm>
 #include <regex>
@@ -22,19 +21,17 @@ using testing_support::Outcome;
 const fs::path sourceTree = TESSARUNE_SOURCE_TREE;
 
 std::vector<std::string> CommandsOf(const fs::path& document) {
-    static const std::regex command(
-        R"((([A-Z_]+=\S+ )*(\./dev|\./(the-)?game|(\S*/)?tessarune-[a-z]+)( .*?)?)(   .*)?)");
+    static const std::regex command(R"(([A-Z_]+=\S+ )*(\./dev|\./game|(\S*/)?tessarune-[a-z]+)( .*)?)");
     std::vector<std::string> commands;
     std::istringstream lines(Content(sourceTree / document));
     bool isFenced = false;
     for (std::string line; std::getline(lines, line);) {
         const std::size_t indent = std::min(line.find_first_not_of(' '), line.size());
         const std::string text = line.substr(indent);
-        std::smatch match;
         if (text.starts_with("```"))
             isFenced = !isFenced;
-        else if ((isFenced || indent >= 4) && std::regex_match(text, match, command))
-            commands.push_back(match[1]);
+        else if ((isFenced || indent >= 4) && std::regex_match(text, command))
+            commands.push_back(text);
     }
     return commands;
 }
@@ -56,8 +53,7 @@ protected:
         for (const char* part : {"bin", "lib"})
             Link(build / part, folder.path / "tessarune" / part);
         Link(build, folder.path / "build" / "release");
-        for (const char* game : {"game", "the-game"})
-            Link(build / "bin" / "tessarune-info", folder.path / game);
+        Link(build / "bin" / "tessarune-info", folder.path / "game");
         fs::create_directories(folder.path / "voices");
         std::ofstream(folder.path / "attic.txt")
             << "name: Attic\nA: azimuth 40\nB: azimuth -30, distance 2\n";
