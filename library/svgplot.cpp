@@ -8,6 +8,7 @@
 #include <numbers>
 
 #include "slib/exception.h"
+#include "slib/sxml.h"
 
 namespace design {
 namespace {
@@ -32,21 +33,10 @@ std::string TickText(double value) {
     return text;
 }
 
-std::string Escaped(const std::string& text) {
-    std::string escaped;
-    for (const char c : text) {
-        if (c == '&')
-            escaped += "&amp;";
-        else if (c == '<')
-            escaped += "&lt;";
-        else if (c == '>')
-            escaped += "&gt;";
-        else if (c == '"')
-            escaped += "&quot;";
-        else if (static_cast<unsigned char>(c) >= ' ')  // XML has no other control characters
-            escaped += c;
-    }
-    return escaped;
+// XML has no control characters.
+std::string Escaped(std::string text) {
+    std::erase_if(text, [](char c) { return static_cast<unsigned char>(c) < ' '; });
+    return slib::EscapeXml(text);
 }
 
 struct Point {

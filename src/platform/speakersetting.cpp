@@ -1,11 +1,10 @@
 #include "platform/speakersetting.h"
 
-#include <algorithm>
-#include <array>
 #include <string>
 
 #include "platform/directsound.h"
 #include "slib/exception.h"
+#include "slib/text.h"
 
 namespace platform {
 namespace {
@@ -15,9 +14,7 @@ namespace {
 constexpr std::uint32_t mostChannels = 32;
 
 bool SoundsLikeHeadphones(std::string_view name) {
-    std::string lower(name);
-    std::transform(lower.begin(), lower.end(), lower.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+    const std::string lower = slib::toLower(name);
     return lower.find("headphone") != std::string::npos || lower.find("headset") != std::string::npos;
 }
 

@@ -202,7 +202,6 @@ private:
     void PutLineEnd();
     void PutPad(std::size_t level);
     void PutAttribute(const std::string& name, const std::string& value, std::size_t level);
-    void PutEscaped(std::string_view value);
 
     std::ostream& stream;
     SXMLNode::Style style;
@@ -219,19 +218,6 @@ void Writer::PutPad(std::size_t level) {
         Put(step);
 }
 
-void Writer::PutEscaped(std::string_view value) {
-    std::string escaped;
-    for (const char c : value) {
-        const auto entity = std::find_if(entities.begin(), entities.end(),
-                                         [c](const Entity& known) { return known.character == c; });
-        if (entity == entities.end())
-            escaped += c;
-        else
-            escaped += entity->text;
-    }
-    Put(escaped);
-}
-
 void Writer::PutAttribute(const std::string& name, const std::string& value, std::size_t level) {
     if (style == SXMLNode::Style::Spread) {
         Put("\n  ");
@@ -241,7 +227,7 @@ void Writer::PutAttribute(const std::string& name, const std::string& value, std
     }
     Put(name);
     Put("=\"");
-    PutEscaped(value);
+    Put(EscapeXml(value));
     Put("\"");
 }
 
@@ -366,6 +352,18 @@ void SXMLNode::CheckChildCount(std::size_t expected) const {
     if (children.size() == expected) return;
     throw BadXMLException("A child count of " + std::to_string(expected) + " was expected in a " +
                           Quoted(label) + " node, but " + std::to_string(children.size()) + " was seen.");
+}
+
+std::string EscapeXml(std::string_view text) {
+    std::string escaped;
+    for (const char c : text) {
+        const auto* const entity = std::ranges::find(entities, c, &Entity::character);
+        if (entity == entities.end())
+            escaped += c;
+        else
+            escaped += entity->text;
+    }
+    return escaped;
 }
 
 }  // namespace slib

@@ -69,4 +69,7 @@ public:
     std::vector<std::unique_ptr<SXMLNode>> children;  ///< In document order, never null.
 };
 
+/// `text` as an attribute value or the content of an XML element: the four characters & < > " as entities.
+[[nodiscard]] std::string EscapeXml(std::string_view text);
+
 }  // namespace slib

@@ -71,6 +71,10 @@ std::optional<double> ParseMagnitude(std::string_view text) {
     return IsTooLarge(text.substr(0, length), isHex) ? std::numeric_limits<double>::infinity() : 0.0;
 }
 
+char LowerCase(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
 // Takes the next byte that counts off the front of `name`; false when none is left.
 bool TakeSignificant(std::string_view& name, char& c) {
     while (!name.empty()) {
@@ -151,9 +155,12 @@ std::string toUpper(std::string_view text) {
 
 std::string toLower(std::string_view text) {
     std::string lower(text);
-    for (char& c : lower)
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    std::ranges::transform(lower, lower.begin(), LowerCase);
     return lower;
+}
+
+bool EqualIgnoringCase(std::string_view a, std::string_view b) {
+    return std::ranges::equal(a, b, {}, LowerCase, LowerCase);
 }
 
 std::string KeepAlphanumeric(std::string_view text) {

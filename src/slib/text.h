@@ -41,9 +41,13 @@ std::string FormatNumber(int value);
 /// writes by default. `significantDigits` is 1 to 17.
 std::string FormatNumber(double value, int significantDigits = 6);
 
-/// Copies of `text` with the letters a to z, or A to Z, in the other case; other bytes stay.
-std::string toUpper(std::string_view text);
-std::string toLower(std::string_view text);
+/// Copies of `text` with the letters a to z, or A to Z, in the other case; other bytes stay, in whatever
+/// locale.
+[[nodiscard]] std::string toUpper(std::string_view text);
+[[nodiscard]] std::string toLower(std::string_view text);
+
+/// Compares two texts byte by byte, where A to Z equal a to z.
+[[nodiscard]] bool EqualIgnoringCase(std::string_view a, std::string_view b);
 
 /// The letters A to Z and a to z and the digits of `text`, in order: a name for people made into one for
 /// stored documents.

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "slib/exception.h"
+#include "slib/productname.h"
 
 namespace slib {
 namespace {
@@ -173,7 +174,7 @@ void Thread::NoteEnd() {
 
 void Thread::Name() const {
     constexpr std::size_t longest = 15;  // the kernel's limit
-    const std::string full = "HollowbrookLabs:" + name;
+    const std::string full = std::string(productFolder) + ":" + name;
     const std::string shown = full.size() > longest ? full.substr(full.size() - longest) : full;
     pthread_setname_np(pthread_self(), shown.c_str());
 }

@@ -30,9 +30,6 @@ const Row* Find(std::span<const Row> table, std::string_view name) {
     return nullptr;
 }
 
-/// True when both texts are the same but for the case of the letters A to Z. Takes no notice of the locale.
-bool EqualIgnoringCase(std::string_view a, std::string_view b);
-
 /// True when `names` has `name`, upper and lower case being the same.
 bool ContainsIgnoringCase(std::span<const std::string_view> names, std::string_view name);
 

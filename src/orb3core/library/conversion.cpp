@@ -1,33 +1,17 @@
 #include "orb3core/library/conversion.h"
 
 #include <algorithm>
-#include <array>
-#include <cstddef>
-#include <string_view>
 #include <utility>
 
+#include "slib/enumtexts.h"
 #include "slib/exception.h"
 #include "slib/text.h"
 
 namespace orb3::fl {
 namespace {
 
-// Indexed by the value of the enumeration.
-constexpr std::array<std::string_view, 4> priorityTexts{"Private", "Low", "Normal", "High"};
-constexpr std::array<std::string_view, 4> priorityDescriptions{",private", ",low", "", ",high"};
-
-std::string_view TextOf(Priority priority, const std::array<std::string_view, 4>& texts) {
-    const auto index = static_cast<std::size_t>(priority);
-    if (index >= texts.size()) slib::ThrowUnreachable();
-    return texts[index];
-}
-
-// Any text but those of the others reads as low.
-Priority ParsePriority(std::string_view text) {
-    const auto found = std::find(priorityTexts.begin(), priorityTexts.end(), text);
-    return found == priorityTexts.end() ? Priority::Low
-                                        : static_cast<Priority>(found - priorityTexts.begin());
-}
+constexpr auto priorityTexts = slib::MakeEnumTexts<Priority>("Private", "Low", "Normal", "High");
+constexpr auto priorityDescriptions = slib::MakeEnumTexts<Priority>(",private", ",low", "", ",high");
 
 // The shortest text that reads back as the same number.
 std::string FormatExactly(double value) {
@@ -83,7 +67,7 @@ void Conversion::Read(const slib::SXMLNode& node) {
     Conversion fresh;
     fresh.ConversionTag::Read(node);
     if (node.HasAttribute("ExpertDecoder")) fresh.expertDecoder = node.GetAttribute("ExpertDecoder");
-    fresh.priority = ParsePriority(node.GetAttribute("Priority"));
+    fresh.priority = priorityTexts.Find(node.GetAttribute("Priority")).value_or(Priority::Low);
     fresh.lossy = slib::ParseBool(node.GetAttribute("InformationLoss"));
     const bool isComposite = std::any_of(node.children.begin(), node.children.end(),
                                          [](const auto& child) { return child->label == "CompositeChain"; });
@@ -96,7 +80,7 @@ std::unique_ptr<slib::SXMLNode> Conversion::CreateNode() const {
     node->label = "Conversion";
     SetAttributes(*node);
     if (!expertDecoder.empty()) node->attributes["ExpertDecoder"] = expertDecoder;
-    node->attributes["Priority"] = TextOf(priority, priorityTexts);
+    node->attributes["Priority"] = priorityTexts.TextOf(priority);
     node->attributes["InformationLoss"] = slib::FormatBool(lossy);
     if (chain.size != 0) node->AddChild(CreateChainNode(*this));
     return node;
@@ -122,7 +106,7 @@ std::string describe(const ConversionTag& tag) {
 
 std::string describe(const Conversion& conversion) {
     std::string text = DescribeUpToMethod(conversion);
-    text += TextOf(conversion.priority, priorityDescriptions);
+    text += priorityDescriptions.TextOf(conversion.priority);
     if (conversion.lossy) text += ",lossy";
     if (conversion.chain.size != 0) text += ",composite";
     return text + ")";

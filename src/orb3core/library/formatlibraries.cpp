@@ -8,13 +8,13 @@
 #include "orb3core/library/pakformatlibrarian.h"
 #include "platform/cachelocation.h"
 #include "slib/exception.h"
+#include "slib/productname.h"
 #include "slib/text.h"
 
 namespace orb3::fl {
 namespace {
 
 constexpr double sincTruncation = 0.025;  // of the rate, wide enough for short filters
-constexpr const char* cacheFolder = "HollowbrookLabs";
 
 // An installed library's folder is often one that only the superuser writes to.
 std::unique_ptr<FormatRegistrar> OpenPAKLibrary(const std::string& path,
@@ -22,7 +22,7 @@ std::unique_ptr<FormatRegistrar> OpenPAKLibrary(const std::string& path,
     try {
         return std::make_unique<PAKFormatLibrarian>(path, FolderOf(path), factory);
     } catch (const slib::OperatingSystemErrnoException& failure) {
-        const std::filesystem::path cache = platform::UserCachePath(cacheFolder);
+        const std::filesystem::path cache = platform::UserCachePath(slib::productFolder);
         if (cache.empty()) throw;
         auto library = std::make_unique<PAKFormatLibrarian>(path, cache.string(), factory);
         if (log != nullptr)

@@ -1,33 +1,20 @@
 #include "orb3core/speakers/speakers.h"
 
 #include <algorithm>
-#include <array>
-#include <cstddef>
 #include <limits>
-#include <optional>
 #include <utility>
 
+#include "slib/enumtexts.h"
 #include "slib/exception.h"
 #include "slib/text.h"
 
 namespace orb3::spk {
 namespace {
 
-// Both are indexed by the value of the enumeration.
-constexpr std::array<std::string_view, 12> roleTexts{
-    "Unknown",     "FrontLeft", "FrontRight", "FrontCentre", "FrontCentreDialogue",
-    "BassManaged", "BassLFE",   "BackLeft",   "BackRight",   "BackCentre",
-    "SideLeft",    "SideRight"};
-constexpr std::array<std::string_view, 3> typeTexts{"Normal", "Small", "Sub-Woofer"};
-
-template <typename Enum, std::size_t Count>
-std::optional<Enum> FindIgnoringCase(const std::array<std::string_view, Count>& texts,
-                                     std::string_view text) {
-    const std::string lower = slib::toLower(text);
-    for (std::size_t i = 0; i < Count; ++i)
-        if (slib::toLower(texts[i]) == lower) return static_cast<Enum>(i);
-    return std::nullopt;
-}
+constexpr auto roleTexts = slib::MakeEnumTexts<Role>(
+    "Unknown", "FrontLeft", "FrontRight", "FrontCentre", "FrontCentreDialogue", "BassManaged", "BassLFE",
+    "BackLeft", "BackRight", "BackCentre", "SideLeft", "SideRight");
+constexpr auto typeTexts = slib::MakeEnumTexts<SpeakerType>("Normal", "Small", "Sub-Woofer");
 
 double Scaled(double coordinate, double scale) {
     constexpr double limit = std::numeric_limits<double>::max();
@@ -44,24 +31,20 @@ void ScaleLocations(std::vector<Speaker>& speakers, double scale) {
 }  // namespace
 
 std::string GetRoleText(Role role) {
-    const auto index = static_cast<std::size_t>(role);
-    if (index >= roleTexts.size()) slib::ThrowUnreachable();
-    return std::string(roleTexts[index]);
+    return roleTexts.TextOf(role);
 }
 
 std::string GetSpeakerTypeText(SpeakerType type) {
-    const auto index = static_cast<std::size_t>(type);
-    if (index >= typeTexts.size()) slib::ThrowUnreachable();
-    return std::string(typeTexts[index]);
+    return typeTexts.TextOf(type);
 }
 
 Role ParseRole(std::string_view text) {
-    if (const auto role = FindIgnoringCase<Role>(roleTexts, text)) return *role;
+    if (const auto role = roleTexts.FindIgnoringCase(text)) return *role;
     throw slib::BadDataException("Unknown channel name '" + std::string(text) + "'.");
 }
 
 SpeakerType ParseSpeakerType(std::string_view text) {
-    if (const auto type = FindIgnoringCase<SpeakerType>(typeTexts, text)) return *type;
+    if (const auto type = typeTexts.FindIgnoringCase(text)) return *type;
     throw slib::BadDataException("Unknown speaker type '" + std::string(text) + "'.");
 }
 

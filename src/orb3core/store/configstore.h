@@ -7,10 +7,12 @@
 #include <functional>
 #include <string>
 
+#include "slib/productname.h"
+
 namespace orb3 {
 
 /// The root key of everything that the system stores.
-inline constexpr const char* storeRoot = "HollowbrookLabs";
+inline constexpr const char* storeRoot = slib::productFolder;
 
 /// A store that is open for a change: what one function given to ConfigStore::Update reads and writes.
 class OpenStore {
