@@ -5,6 +5,7 @@
 #include <complex>
 #include <numbers>
 
+#include "numeric/ambisonicorder.h"
 #include "slib/exception.h"
 
 namespace design {
@@ -17,8 +18,8 @@ using Transform = orb3::strans::TimeDomainTransform<double, 1>;
 constexpr double speedOfSound = 346.4;
 
 unsigned OrderOf(const Transform& transform) {
-    for (unsigned order = 1; ChannelCount(order) <= transform.impulses.rows; ++order)
-        if (ChannelCount(order) == transform.impulses.rows) return order;
+    for (unsigned order = 1; hcml::ChannelsOfOrder(order) <= transform.impulses.rows; ++order)
+        if (hcml::ChannelsOfOrder(order) == transform.impulses.rows) return order;
     throw slib::BadParameterException(
         "The transform's inputs are not those of an order of the spatial format.");
 }

@@ -5,6 +5,7 @@
 #include <limits>
 #include <numbers>
 
+#include "numeric/ambisonicorder.h"
 #include "numeric/realsphericalharmonic.h"
 
 namespace design {
@@ -69,7 +70,7 @@ double MaxEnergyLength(unsigned order, bool isFlat) {
 }
 
 FieldBasis::FieldBasis(unsigned order, bool isFlat) : order(order), isFlat(isFlat) {
-    const unsigned count = isFlat ? 2 * order + 1 : ChannelCount(order);
+    const unsigned count = isFlat ? 2 * order + 1 : hcml::ChannelsOfOrder(order);
     for (unsigned i = 0; i < count; ++i)
         degrees.push_back(isFlat ? (i + 1) / 2 : DegreeOf(i));
 }
@@ -102,7 +103,7 @@ Eigen::MatrixXd FieldBasis::ToFsa(const Eigen::MatrixXd& decoder, bool keepsLeve
 }
 
 Eigen::MatrixXd FieldBasis::SectoralToFsa(const Eigen::MatrixXd& decoder) const {
-    Eigen::MatrixXd fsa = Eigen::MatrixXd::Zero(decoder.rows(), ChannelCount(order));
+    Eigen::MatrixXd fsa = Eigen::MatrixXd::Zero(decoder.rows(), hcml::ChannelsOfOrder(order));
     for (Index i = 0; i < decoder.cols(); ++i) {
         const Index degree = degrees[static_cast<std::size_t>(i)];
         const bool isSine = i > 0 && i % 2 == 0;

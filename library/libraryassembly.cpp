@@ -12,6 +12,7 @@
 #include "library/speakerdecoder.h"
 #include "library/spherehead.h"
 #include "library/virtualspeakers.h"
+#include "numeric/ambisonicorder.h"
 #include "orb3core/acoustics/fsascheme.h"
 #include "orb3core/library/conversionchoice.h"
 #include "slib/exception.h"
@@ -57,7 +58,7 @@ void StoreSpatialFormat(unsigned order, FormatRegistrar& library) {
     format.tag = SpatialFormatTag(order);
     format.name = "FSA Order " + std::to_string(order);
     format.acoustic = decltype(format.acoustic)(new orb3::FSAScheme(order));
-    format.channelCount = ChannelCount(order);
+    format.channelCount = hcml::ChannelsOfOrder(order);
     format.isPreset = true;
     library.storeFormat(format);
 }

@@ -9,6 +9,7 @@
 
 #include "library/diffusefield.h"
 #include "library/headfourier.h"
+#include "numeric/ambisonicorder.h"
 #include "slib/exception.h"
 
 namespace design {
@@ -78,7 +79,7 @@ private:
 
     // Harmonics of negative order are odd from left to right, the others even.
     static Eigen::VectorXd MirrorSigns(unsigned order) {
-        Eigen::VectorXd signs(ChannelCount(order));
+        Eigen::VectorXd signs(hcml::ChannelsOfOrder(order));
         for (unsigned channel = 0; channel < signs.size(); ++channel) {
             const unsigned degree = DegreeOf(channel);
             signs[channel] = channel < degree * degree + degree ? -1 : 1;
@@ -209,7 +210,7 @@ void CheckOptions(const HeadSpectra& head, const MaglsOptions& options) {
     };
     require(!head.directions.empty() && head.Bins() > 1, "the head is empty.");
     require(options.order >= 1, "its order is 0.");
-    require(ChannelCount(options.order) <= head.directions.size(),
+    require(hcml::ChannelsOfOrder(options.order) <= head.directions.size(),
             "the head has too few directions for its order.");
     require(std::has_single_bit(options.ringLength) && options.ringLength >= 128 &&
                 options.ringLength <= 2 * (head.Bins() - 1),

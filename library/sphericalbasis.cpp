@@ -43,10 +43,6 @@ double AngleBetween(const Direction& a, const Direction& b) {
     return 2 * std::atan2((a - b).norm(), (a + b).norm());
 }
 
-unsigned ChannelCount(unsigned order) {
-    return (order + 1) * (order + 1);
-}
-
 unsigned DegreeOf(unsigned channel) {
     return static_cast<unsigned>(std::sqrt(static_cast<double>(channel)));
 }

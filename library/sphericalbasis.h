@@ -20,9 +20,6 @@ double AzimuthOf(const Direction& direction);
 /// The angle between two unit vectors in radians, exact for small ones as well.
 double AngleBetween(const Direction& a, const Direction& b);
 
-/// Channels of the order: (order + 1)².
-unsigned ChannelCount(unsigned order);
-
 /// The degree of the channel's harmonic.
 unsigned DegreeOf(unsigned channel);
 

@@ -9,6 +9,7 @@
 #include "goal/context.h"
 #include "goal/machinery.h"
 #include "goal/version.h"
+#include "numeric/ambisonicorder.h"
 #include "orb3core/decoder/transformedpipe.h"
 #include "orb3core/store/configstore.h"
 #include "slib/exception.h"
@@ -25,10 +26,6 @@ auto Explained(const char* explanation, const Work& work) {
     } catch (const std::exception& exception) {
         throw slib::BadDataException(explanation + std::string(exception.what()));
     }
-}
-
-std::uint32_t ChannelsOfOrder(int order) {
-    return static_cast<std::uint32_t>((order + 1) * (order + 1));
 }
 
 std::string Plural(std::uint32_t count, const char* noun) {
@@ -183,7 +180,7 @@ void ServerThread::BuildRenderer(Machine& run) {
         state.Prepare(converterStart);
     run.renderer =
         engine.machinery->CreateRenderer(sampleRate, run.configuration, filterOrder, blockFrames, activeLog);
-    run.output.spatial.resize(blockFrames, ChannelsOfOrder(run.order));
+    run.output.spatial.resize(blockFrames, hcml::ChannelsOfOrder(static_cast<unsigned>(run.order)));
     run.output.lowFrequency.resize(blockFrames);
     run.output.dialogue.resize(blockFrames);
     run.output.hasLowFrequency = !run.outputSetUp.bassOutputs.empty();

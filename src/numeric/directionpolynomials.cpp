@@ -4,13 +4,15 @@
 #include <array>
 #include <cassert>
 
+#include "numeric/ambisonicorder.h"
+
 namespace hcml {
 namespace {
 
 template <typename T>
 void Evaluate(T X, T Y, T Z, unsigned order, float* e) {
-    assert(order <= 4);
-    std::array<T, 25> p;
+    assert(order <= highestOrder);
+    std::array<T, mostBusChannels> p;
     p[0] = 1;
     p[1] = X;
     p[2] = Y;
@@ -28,9 +30,9 @@ void Evaluate(T X, T Y, T Z, unsigned order, float* e) {
     p[17] = p[5] * p[5] - (2 * p[4]) * (2 * p[4]);
     p[18] = p[9] * Z;
     p[19] = p[10] * Z;
-    for (unsigned i = 20; i < 25; ++i)
+    for (unsigned i = 20; i < mostBusChannels; ++i)
         p[i] = p[i - 16] * p[8];
-    std::transform(p.begin(), p.begin() + (order + 1) * (order + 1), e,
+    std::transform(p.begin(), p.begin() + ChannelsOfOrder(order), e,
                    [](T value) { return static_cast<float>(value); });
 }
 

@@ -18,6 +18,7 @@
 #include "library/magls.h"
 #include "library/sofareader.h"
 #include "library/spherehead.h"
+#include "numeric/ambisonicorder.h"
 #include "slib/exception.h"
 #include "tests/support/failure.h"
 
@@ -195,7 +196,7 @@ TEST_P(HeadFigures, Decoder_ReachesTheFiguresOfItsOrder) {
     EXPECT_LT(errors.low.median, wanted.low);
     EXPECT_LT(errors.high.median, wanted.high);
     EXPECT_NEAR(errors.frontLevel, 10 * std::log10(2), 0.01);
-    for (unsigned channel = 0; channel < ChannelCount(wanted.order); ++channel) {
+    for (unsigned channel = 0; channel < hcml::ChannelsOfOrder(wanted.order); ++channel) {
         const unsigned degree = DegreeOf(channel);
         const double sign = channel < degree * degree + degree ? -1 : 1;
         for (std::uint32_t k = 0; k < transform.Length(); ++k)

@@ -9,6 +9,7 @@
 
 #include "library/acousticcheck.h"
 #include "library/fieldbasis.h"
+#include "numeric/ambisonicorder.h"
 #include "slib/exception.h"
 
 namespace design {
@@ -143,7 +144,7 @@ TEST_P(AnyDecoder, EveryMethodAndOrder_IsCalibratedSaneAndOfTheRightShape) {
             SCOPED_TRACE(DescribeMethod(method).tag + " " + std::to_string(order));
             const Transform transform = DesignSpeakerDecoder(layout, order, method, 44100).transform;
             EXPECT_TRUE(std::has_single_bit(transform.Length()));
-            EXPECT_EQ(transform.impulses.rows, ChannelCount(order));
+            EXPECT_EQ(transform.impulses.rows, hcml::ChannelsOfOrder(order));
             const auto ahead = CheckDirections(layout, transform, {300, 15000, 12}, {Direction::UnitX()});
             EXPECT_NEAR(ahead[0].level, 0, 0.3);
             std::vector<Direction> directions = SpiralPoints(100).directions;

@@ -6,6 +6,7 @@
 
 #include "goal/dsp/onepole.h"
 #include "goal/fx/makestate.h"
+#include "numeric/ambisonicorder.h"
 
 namespace goal::fx {
 namespace {
@@ -60,7 +61,7 @@ EqualizerState_v2::EqualizerState_v2(const EqualizerParameters& parameters, cons
       sampleRate(context.sampleRate),
       piOverRate(std::numbers::pi / sampleRate),
       twoPiOverRate(2 * piOverRate),
-      cascades(static_cast<std::size_t>((context.order + 1) * (context.order + 1))),
+      cascades(hcml::ChannelsOfOrder(context.order)),
       rows(cascades.size()) {}
 
 void EqualizerState_v2::process(const EffectProcessArgs& args) {

@@ -89,7 +89,7 @@ void MixBatch::Flush(hcml::ac::Bus& bus) {
                       .sources = sources.data(),
                       .sourceCount = count,
                       .coefficients = coefficients.front().data(),
-                      .coefficientStride = mostChannels,
+                      .coefficientStride = hcml::mostBusChannels,
                       .vectors = bus.vectors});
     count = 0;
 }

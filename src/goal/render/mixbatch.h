@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "goal/dsp/sectionbatch.h"
+#include "numeric/ambisonicorder.h"
 #include "numeric/bus.h"
 #include "numeric/floattuplevector.h"
 #include "slib/realtime.h"
@@ -26,8 +27,8 @@ public:
     /// The most rows that wait.
     static constexpr std::uint32_t mostRows = 64;
 
-    /// For blocks of `frames` and a bus of `channelCount` channels, 1 to 25. Holds `rowCount` rows, 1 to
-    /// mostRows. Throws slib::OutOfMemoryException.
+    /// For blocks of `frames` and a bus of `channelCount` channels, 1 to hcml::mostBusChannels. Holds
+    /// `rowCount` rows, 1 to mostRows. Throws slib::OutOfMemoryException.
     MixBatch(std::uint32_t frames, std::uint32_t channelCount, std::uint32_t rowCount = mostRows);
 
     /// The row that the next source fills. With it come the sections that it may leave to run at Flush.
@@ -48,8 +49,6 @@ public:
     void Flush(hcml::ac::Bus& bus) SLIB_NONBLOCKING;
 
 private:
-    static constexpr std::uint32_t mostChannels = 25;
-
     // What the weights of a row were; null when they don't change.
     struct Movement {
         float* previous = nullptr;
@@ -62,7 +61,7 @@ private:
     const std::uint32_t frames;
     const std::uint32_t channelCount;
     std::vector<hcml::FloatTupleVector> rows;
-    std::array<std::array<float, mostChannels>, mostRows> coefficients{};
+    std::array<std::array<float, hcml::mostBusChannels>, mostRows> coefficients{};
     std::array<Movement, mostRows> movements{};
     SectionBatch waiting;
     std::uint32_t count = 0;

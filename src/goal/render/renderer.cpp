@@ -9,6 +9,7 @@
 #include "goal/dsp/filterstage.h"
 #include "goal/render/bformatrotation.h"
 #include "goal/render/stereopan.h"
+#include "numeric/ambisonicorder.h"
 #include "numeric/kernels/finitekernel.h"
 #include "slib/exception.h"
 
@@ -19,7 +20,7 @@ namespace {
 constexpr float directStep = 0.05F;
 
 unsigned CheckedOrder(int order) {
-    if (order < 1 || order > 4) slib::ThrowUnreachable();
+    if (order < 1 || order > static_cast<int>(hcml::highestOrder)) slib::ThrowUnreachable();
     return static_cast<unsigned>(order);
 }
 
@@ -55,7 +56,7 @@ Renderer::Renderer(double sampleRate, const orb3::Configuration& configuration, 
       sampleRate(sampleRate),
       blockFrames(blockFrames),
       order(CheckedOrder(settings.order)),
-      spatialChannels((order + 1) * (order + 1)),
+      spatialChannels(hcml::ChannelsOfOrder(order)),
       defaultFilterOrder(defaultFilterOrder),
       reader(settings.sampleRateConversion),
       radiusTable(order),
@@ -129,7 +130,7 @@ void Renderer::RenderMonoSource(Source& source, SourceRendererState& state, cons
 // Adds the batch's row to the bus from the source's direction.
 void Renderer::AddMono(SourceRendererState& state, const SourceGeometry& geometry, float scale,
                        hcml::ac::Bus& spatial) {
-    std::array<float, 25> weights{};
+    std::array<float, hcml::mostBusChannels> weights{};
     for (std::uint32_t c = 0; c < spatialChannels; ++c)
         weights[c] = geometry.encode[c] * scale;
     batch.AddMoving(weights.data(), state.direct, directStep, spatial);
@@ -171,7 +172,7 @@ void Renderer::Rotate(const Source& source, int key, ArrayBus& bus) const {
 void Renderer::Pan(const Source& source, const ArrayBus& bus, hcml::ac::Bus& spatial) {
     for (std::uint32_t side = 0; side < 2; ++side) {
         const StereoPan pan = PanStereoSide(source.stereoAngles[side], order);
-        std::array<float, 25> weights{};
+        std::array<float, hcml::mostBusChannels> weights{};
         for (std::size_t i = 0; i < pan.channels.size(); ++i)
             weights[pan.channels[i]] = pan.weights[i];
         std::copy_n(bus.filtered.channels[side], std::size_t{bus.filtered.vectors} * 4, batch.Row().data);

@@ -4,6 +4,7 @@
 
 #include "goal/dsp/antidenormal.h"
 #include "goal/dsp/filterstage.h"
+#include "numeric/ambisonicorder.h"
 #include "numeric/kernels/gainkernel.h"
 
 namespace goal {
@@ -109,7 +110,7 @@ void SendStage::SendMultiChannel(const Source& source, SourceRendererState& stat
     mono.clear();
     for (std::uint32_t c = 0; c < (isBFormat ? 1 : samples.channelCount); ++c)
         hcml::MultiplyAddRow(mono.data, samples.channels[c], 1, samples.vectors);
-    constexpr std::array<float, 25> weights{1};
+    constexpr std::array<float, hcml::mostBusChannels> weights{1};
     const SendGains gains{source.gain * scale / static_cast<float>(samples.channelCount), 1};
     for (std::uint32_t i = 0; i < source.sends.size; ++i) {
         Slot* const slot = Live(source.sends[i].slotName);
@@ -123,8 +124,8 @@ void SendStage::SendMultiChannel(const Source& source, SourceRendererState& stat
 // A reverb takes one channel, or the axes as well.
 void SendStage::AddMono(Slot& slot, SourceFilterState& state, const SourceGeometry& geometry,
                         float scale) const {
-    std::array<float, 25> weights{scale};
-    if (slot.kind == EffectInput::Field) {
+    std::array<float, hcml::mostBusChannels> weights{scale};
+    if (slot.target.inputKind == EffectInput::Field) {
         for (std::uint32_t c = 0; c < spatialChannels; ++c)
             weights[c] = geometry.encode[c] * scale;
         return slot.sends->AddMoving(weights.data(), state, fieldStep, slot.input);

@@ -94,7 +94,7 @@ void SetEncode(SourceGeometry& g, float radius, const SourceRadiusTable& radiusT
     std::array<float, 6> gains;
     radiusTable.lookupRadiusGains(g.distance / radius, gains.data());
     for (unsigned n = 0, i = 0; n <= order; ++n)
-        for (; i < (n + 1) * (n + 1); ++i)
+        for (; i < hcml::ChannelsOfOrder(n); ++i)
             g.encode[i] *= gains[n];
 }
 
@@ -129,7 +129,7 @@ Basis BuildBasis(const Vector3& at, const Vector3& up) {
 
 SourceGeometry LocateSource(const SourceBaseParameters& source, const GlobalParameters& globals,
                             const Basis& listener, const SourceRadiusTable& radiusTable, unsigned order) {
-    if (order < 1 || order > 4) slib::ThrowUnreachable();
+    if (order < 1 || order > hcml::highestOrder) slib::ThrowUnreachable();
     SourceGeometry g;
     const Vector3 u = DirectionOf(source, globals, g.distance);
     g.airDistance = g.distance * globals.metersPerUnit * source.airAbsorptionFactor;

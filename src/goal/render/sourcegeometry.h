@@ -17,6 +17,7 @@
 #include "goal/render/sourceradiustable.h"
 #include "goal/state/basis.h"
 #include "goal/state/enginestate.h"
+#include "numeric/ambisonicorder.h"
 #include "slib/realtime.h"
 
 namespace goal {
@@ -37,7 +38,7 @@ struct SourceGeometry {
     float gain = 1;       ///< of the direct path, but for its filter
     float gainHF = 1;     ///< of the direct path at high frequencies, 0 to 1: cone and air
     Vector3 direction{};  ///< towards the source as the listener has it: X forward, Y left, Z up
-    std::array<float, 25> encode{};  ///< weights of the spatial bus; 0 beyond the order
+    std::array<float, hcml::mostBusChannels> encode{};  ///< weights of the spatial bus; 0 beyond the order
 };
 
 /// Places the source. `listener` is the basis of the listener's orientation in `globals`; `radiusTable` is of

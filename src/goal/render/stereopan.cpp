@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstddef>
 
+#include "numeric/ambisonicorder.h"
 #include "numeric/directionpolynomials.h"
 #include "slib/exception.h"
 
@@ -15,8 +16,8 @@ constexpr std::array<unsigned, 9> horizontalChannels{0, 1, 2, 4, 5, 9, 10, 16, 1
 }  // namespace
 
 StereoPan PanStereoSide(float angle, unsigned order) {
-    if (order < 1 || order > 4) slib::ThrowUnreachable();
-    std::array<float, 25> e;
+    if (order < 1 || order > hcml::highestOrder) slib::ThrowUnreachable();
+    std::array<float, hcml::mostBusChannels> e;
     hcml::directionPolynomials(std::cos(angle), std::sin(angle), 0.0F, order, e.data());
     StereoPan pan;
     pan.channels = {horizontalChannels.data(), 2 * std::size_t{order} + 1};

@@ -6,6 +6,8 @@
 #include <array>
 #include <cstdint>
 
+#include "numeric/ambisonicorder.h"
+
 namespace goal {
 
 /// The values of a filter object, or of a source's copy of one. Gains are linear, 0 to 1.
@@ -25,8 +27,8 @@ struct SourceFilterState {
     float gainLF = 1;
     /// Per channel two values of the high and two of the low section, as the filter stage keeps them.
     std::array<std::array<float, 4>, 8> memory{};
-    std::array<float, 25> coefficients{};  ///< the gains last used per spatial channel
-    bool coefficientsValid = false;        ///< false: the next mix takes the new gains at once
+    std::array<float, hcml::mostBusChannels> coefficients{};  ///< the gains last used per spatial channel
+    bool coefficientsValid = false;  ///< false: the next mix takes the new gains at once
 };
 
 }  // namespace goal

@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "numeric/ambisonicorder.h"
 #include "numeric/matrixoperations.h"
 #include "slib/exception.h"
 
@@ -14,7 +15,7 @@ namespace {
 
 using Impulse = hcml::GenericVector<float, 1>;
 
-constexpr std::uint32_t channels = 25;
+constexpr std::uint32_t channels = hcml::mostBusChannels;
 
 // One weight of the matrix, given as its square with its own sign.
 struct Weight {

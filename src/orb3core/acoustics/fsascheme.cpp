@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <numbers>
 
+#include "numeric/ambisonicorder.h"
 #include "numeric/bessel.h"
 #include "slib/exception.h"
 
@@ -17,7 +18,7 @@ constexpr double secondsPerMetre = 0.002886836027713626;  // sound travels 346.4
 
 Harmonics HarmonicsUpTo(std::uint32_t order) {
     if (order >= 0xFFFF) throw slib::OutOfMemoryException();  // the count would pass 32 bits
-    Harmonics harmonics((order + 1) * (order + 1));
+    Harmonics harmonics(hcml::ChannelsOfOrder(order));
     for (std::int32_t l = 0; l <= static_cast<std::int32_t>(order); ++l) {
         const std::ptrdiff_t middle = std::ptrdiff_t{l} * l + l;
         double factorials = 1;  // (l + m)! / (l - m)!
@@ -99,7 +100,7 @@ void FSAScheme::getResponse(double x, double y, double z, double omega, aspace::
     const double kr = r * omega * secondsPerMetre;
     for (std::uint32_t l = 0, i = 0; l <= order; ++l) {
         const std::complex<double> term = PowerOfI(l) * SphericalJ(l, kr);
-        for (; i < (l + 1) * (l + 1); ++i)
+        for (; i < hcml::ChannelsOfOrder(l); ++i)
             out[i] = term * hcml::evaluate(harmonics[i], azimuth, z / r);
     }
 }

@@ -6,6 +6,7 @@
 #include <numbers>
 #include <utility>
 
+#include "numeric/ambisonicorder.h"
 #include "orb3core/acoustics/busbasis.h"
 #include "orb3core/library/conversionchoice.h"
 #include "orb3core/setup/layoutselection.h"
@@ -18,10 +19,6 @@ namespace {
 
 // Of the output gain, and once more of each channel's.
 constexpr double headroom = 0.45;
-
-std::uint32_t ChannelsOfOrder(int order) {
-    return static_cast<std::uint32_t>((order + 1) * (order + 1));
-}
 
 // Where the channels of a layout go.
 struct Wiring {
@@ -217,7 +214,7 @@ int ResolveOrder(std::uint32_t inputs, int order) {
     const int greatest = static_cast<int>(std::sqrt(static_cast<double>(inputs)) + 0.5 - 1);
     if (greatest < 1) throw slib::BadDataException("Invalid transform (less that first order).");
     const int resolved = std::min(order, greatest);
-    if (ChannelsOfOrder(resolved) > inputs)
+    if (hcml::ChannelsOfOrder(static_cast<unsigned>(resolved)) > inputs)
         throw slib::BadDataException(
             "Unable to resolve the decoding order because the configured transform had an input channel "
             "count of " +
@@ -227,7 +224,8 @@ int ResolveOrder(std::uint32_t inputs, int order) {
 
 int FitToBus(strans::TimeDomainTransform<float, 1>& transform, int order) {
     const int resolved = ResolveOrder(transform.impulses.rows, order);
-    transform.impulses.resizePreserving(ChannelsOfOrder(resolved), transform.impulses.columns, {});
+    const std::uint32_t channels = hcml::ChannelsOfOrder(static_cast<unsigned>(resolved));
+    transform.impulses.resizePreserving(channels, transform.impulses.columns, {});
     convertTransformToBusBasis(transform);
     return resolved;
 }

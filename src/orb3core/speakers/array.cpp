@@ -96,7 +96,9 @@ void PrepareChannel(Channel& channel) {
     const Location& at = channel.location;
     const double r = std::hypot(at.x, at.y, at.z);
     channel.harmonics = {1.0f};
-    if (r >= nothing) hcml::directionPolynomials(at.x / r, at.y / r, at.z / r, 4, channel.harmonics.data());
+    if (r >= nothing)
+        hcml::directionPolynomials(at.x / r, at.y / r, at.z / r, hcml::highestOrder,
+                                   channel.harmonics.data());
 }
 
 }  // namespace

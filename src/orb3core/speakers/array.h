@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "numeric/ambisonicorder.h"
 #include "orb3core/speakers/location.h"
 #include "slib/sxml.h"
 
@@ -17,8 +18,8 @@ namespace orb3::array {
 struct Channel {
     std::string name;
     Location location;  ///< The origin makes the channel come from everywhere.
-    std::array<float, 25>
-        harmonics{};  ///< directionPolynomials at order 4; set by ArraySet::Prepare, not stored.
+    std::array<float, hcml::mostBusChannels>
+        harmonics{};  ///< directionPolynomials at the highest order; set by ArraySet::Prepare, not stored.
 
     /// The harmonics take no part.
     bool operator==(const Channel& other) const;
