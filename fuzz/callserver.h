@@ -19,7 +19,7 @@ inline void CopyStep(World& world) {
     goal::Context* const context = world.Context();
     if (context == nullptr) return;
     goal::MarkBufferUsage(*context);
-    static const goal::SampleRateConverter converter(2);
+    static const goal::SampleRateConverter converter(goal::SincQuality::Low);
     goal::CopyToSnapshot(context->snapshot, context->application, &converter.start);
     CheckCopied(*context, world.isMerged);
     for (const goal::Buffer* buffer : context->snapshot.deletedBuffers)

@@ -88,7 +88,8 @@ void Decoder(benchmark::State& state) {
     for (auto _ : state) {
         orb3::strans::TimeDomainTransform<float, 1> transform = output.transform;
         orb3::convertTransformToBusBasis(transform);
-        benchmark::DoNotOptimize(orb3::createTransformedPipe(transform, &log, output.pipe, false));
+        benchmark::DoNotOptimize(
+            orb3::createTransformedPipe(transform, &log, output.pipe, orb3::DecoderMode::Serial));
     }
 }
 BENCHMARK(Decoder)->Unit(benchmark::kMicrosecond);
@@ -102,7 +103,7 @@ BENCHMARK(Renderer)->Unit(benchmark::kMicrosecond);
 
 void ConverterTables(benchmark::State& state) {
     for (auto _ : state)
-        benchmark::DoNotOptimize(std::make_unique<goal::SampleRateConverter>(3));
+        benchmark::DoNotOptimize(std::make_unique<goal::SampleRateConverter>(goal::SincQuality::Medium));
 }
 BENCHMARK(ConverterTables)->Unit(benchmark::kMicrosecond);
 

@@ -45,9 +45,8 @@ GameScene::GameScene(const GameSettings& settings) {
     config.order = order;
     config.sampleRateConversion = settings.conversion;
     config.useDirectionalEarlyReflections = config.useFullLateReflections = true;
-    if (settings.conversion >= orb3::SampleRateConversion::SincLow)
-        converter =
-            std::make_unique<goal::SampleRateConverter>(static_cast<std::int32_t>(settings.conversion));
+    if (const auto quality = goal::SincQualityOf(settings.conversion))
+        converter = std::make_unique<goal::SampleRateConverter>(*quality);
     application.listenerGain = 0.8F;
     for (std::uint32_t i = 0; i < settings.sources; ++i)
         AddSource(i, settings.hasReverb);

@@ -41,7 +41,7 @@ Transform ReadHeadphones() {
 std::unique_ptr<orb3::TransformedPipeUPT> MakeHeadphoneDecoder(TakingPipe* pipe) {
     const audiopipe::PipePtr owner(pipe);
     static const Transform headphones = ReadHeadphones();
-    return orb3::createTransformedPipe(headphones, Log(), owner, false);
+    return orb3::createTransformedPipe(headphones, Log(), owner, orb3::DecoderMode::Serial);
 }
 
 void Shape(goal::RenderOutput& output) {

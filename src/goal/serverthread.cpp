@@ -3,11 +3,13 @@
 #include <cmath>
 #include <exception>
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <utility>
 
 #include "goal/context.h"
 #include "goal/machinery.h"
+#include "goal/render/sourcereader.h"
 #include "goal/version.h"
 #include "numeric/ambisonicorder.h"
 #include "orb3core/decoder/transformedpipe.h"
@@ -156,7 +158,9 @@ void ServerThread::BuildDecoder(Machine& run) {
                          run.outputSetUp.formatName + "', method '" + run.outputSetUp.methodName + "'.",
                      false);
     run.decoder = orb3::createTransformedPipe(transform, activeLog, run.outputSetUp.pipe,
-                                              run.configuration.goalConfig.useParallelDecoder);
+                                              run.configuration.goalConfig.useParallelDecoder
+                                                  ? orb3::DecoderMode::Parallel
+                                                  : orb3::DecoderMode::Serial);
     blockFrames = run.decoder->blockFrames;
     activeLog->Write("Decoder started (sample rate " + slib::FormatNumber(sampleRate * 0.001) + "kHz).",
                      false);
@@ -164,12 +168,10 @@ void ServerThread::BuildDecoder(Machine& run) {
 
 // The tables are rebuilt only for another quality.
 void ServerThread::ChooseConverter(orb3::SampleRateConversion conversion) {
-    const auto quality = static_cast<std::int32_t>(conversion);
-    const bool isSinc =
-        conversion != orb3::SampleRateConversion::Off && conversion != orb3::SampleRateConversion::Linear;
-    if (isSinc && (sampleRateConverter == nullptr || sampleRateConverter->quality != quality))
-        sampleRateConverter = std::make_unique<SampleRateConverter>(quality);
-    converterStart = isSinc ? &sampleRateConverter->start : nullptr;
+    const std::optional<SincQuality> quality = SincQualityOf(conversion);
+    if (quality && (sampleRateConverter == nullptr || sampleRateConverter->quality != *quality))
+        sampleRateConverter = std::make_unique<SampleRateConverter>(*quality);
+    converterStart = quality ? &sampleRateConverter->start : nullptr;
 }
 
 void ServerThread::BuildRenderer(Machine& run) {

@@ -12,10 +12,16 @@ namespace {
 constexpr double pi = std::numbers::pi;
 
 // The windows after Harris (1978), at the angle `t`, which runs from 0 to 2 pi along the filter.
-double WindowAt(std::int32_t window, double t) {
-    if (window == FIRFilter::hamming) return 0.53836 - 0.46164 * std::cos(t);
-    if (window == FIRFilter::blackman) return 0.42 - 0.5 * std::cos(t) + 0.08 * std::cos(2 * t);
-    return 1.0;
+double WindowAt(FIRWindow window, double t) {
+    switch (window) {
+        case FIRWindow::None:
+            return 1;
+        case FIRWindow::Hamming:
+            return 0.53836 - 0.46164 * std::cos(t);
+        case FIRWindow::Blackman:
+            return 0.42 - 0.5 * std::cos(t) + 0.08 * std::cos(2 * t);
+    }
+    return 1;  // a value outside the enumeration
 }
 
 // Writes both taps that are `k` samples from the middle one.

@@ -9,15 +9,14 @@
 
 namespace hcml {
 
+enum class FIRWindow : std::int32_t { None = 0, Hamming = 1, Blackman = 2 };
+
 /// A filter and what it was designed for. The taps are symmetric: the filter delays by order/2 samples.
 struct FIRFilter {
-    static constexpr std::int32_t hamming = 1;
-    static constexpr std::int32_t blackman = 2;
-
     GenericVector<float, 1> taps;  ///< order + 1 of them
     float inverseRate = 0;         ///< seconds a sample
-    std::int32_t window = 0;       ///< `hamming`, `blackman`, or any other value for none
-    std::int32_t order = 0;        ///< even, 0 or more
+    FIRWindow window = FIRWindow::None;
+    std::int32_t order = 0;  ///< even, 0 or more
 };
 
 /// Sets `taps` to a low-pass of gain 1 at 0 Hz and about 1/2 at `cutoff`, in Hz and above 0, from the other

@@ -47,7 +47,7 @@ VectorResampler::VectorResampler(double oldRate, double newRate, double transiti
     const double raisedRate = oldRate * up;
     delay = DelayFor(raisedRate, transition);
     lowPass.inverseRate = static_cast<float>(1 / raisedRate);
-    lowPass.window = FIRFilter::blackman;
+    lowPass.window = FIRWindow::Blackman;
     lowPass.order = static_cast<std::int32_t>(2 * delay);
     designLowPass(lowPass, static_cast<float>(cutoff));
 }

@@ -121,14 +121,14 @@ TEST_F(SourceCalls, DirectFilter_IsACopyUntilItIsSetAgain) {
     alSourcei(source, AL_DIRECT_FILTER, 1);
     alFilterf(filter, AL_LOWPASS_GAINHF, 0.75F);
     Copy();
-    EXPECT_EQ(Rendered(source).directFilter.type, AL_FILTER_LOWPASS);
+    EXPECT_EQ(Rendered(source).directFilter.type, goal::FilterType::LowPass);
     EXPECT_EQ(Rendered(source).directFilter.gainHF, 1);
     alDeleteFilters(1, &filter);
     ExpectCodes({{AL_INVALID_VALUE, [&] { alSourcei(source, AL_DIRECT_FILTER, 1); }}});
     EXPECT_EQ(Get(source, AL_DIRECT_FILTER), 1);
     alSourcei(source, AL_DIRECT_FILTER, 0);
     Copy();
-    EXPECT_EQ(Rendered(source).directFilter.type, AL_FILTER_NULL);
+    EXPECT_EQ(Rendered(source).directFilter.type, goal::FilterType::None);
 }
 
 TEST_F(SourceCalls, Sends_GrowToTheirIndexAndKeepAnySlotName) {
@@ -141,7 +141,7 @@ TEST_F(SourceCalls, Sends_GrowToTheirIndexAndKeepAnySlotName) {
     ASSERT_EQ(Rendered(source).sends.size, 7u);
     EXPECT_EQ(context->snapshot.sourceStates[source - 1].sends.size, 7u);
     EXPECT_EQ(Rendered(source).sends[6].slotName, 4711u);
-    EXPECT_EQ(Rendered(source).sends[6].filter.type, AL_FILTER_HIGHPASS);
+    EXPECT_EQ(Rendered(source).sends[6].filter.type, goal::FilterType::HighPass);
     EXPECT_EQ(Rendered(source).sends[5].slotName, 0u);
 }
 

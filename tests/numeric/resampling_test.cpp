@@ -17,7 +17,7 @@ constexpr double transition = 1000;
 // The low-pass between two rates, and where sample 0 of the input comes out of it.
 FIRFilter LowPass(double from, double to, double raised) {
     FIRFilter filter;
-    filter.window = FIRFilter::blackman;
+    filter.window = FIRWindow::Blackman;
     filter.inverseRate = static_cast<float>(1 / raised);
     filter.order = 2 * static_cast<std::int32_t>(2 * raised / transition + 0.5);
     designLowPass(filter, static_cast<float>(std::min(from, to) / 2 - transition));

@@ -115,7 +115,7 @@ protected:
     }
 
     /// A run by default settings has one, whose rings the copy shapes by the sources' buffers.
-    const goal::SampleRateConverter converter{2};
+    const goal::SampleRateConverter converter{goal::SincQuality::Low};
     TemporaryStore store;
     goal::Process& process = goal::TheProcess();
     const orb3::Configuration& defaults = UseDefaults(process.engine.configuration);

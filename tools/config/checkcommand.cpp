@@ -69,8 +69,9 @@ Outcome TryStart(const FormatLibrary& library, const orb3::Frameworks& framework
     outcome.output = orb3::SetUp(&log, &log, outcome.after, WithDryDevices(frameworks), library.Librarian(),
                                  outcome.request);
     outcome.order = orb3::FitToBus(outcome.output.transform, settings.order);
-    const auto decoder = orb3::createTransformedPipe(outcome.output.transform, &log, outcome.output.pipe,
-                                                     settings.useParallelDecoder);
+    const auto decoder = orb3::createTransformedPipe(
+        outcome.output.transform, &log, outcome.output.pipe,
+        settings.useParallelDecoder ? orb3::DecoderMode::Parallel : orb3::DecoderMode::Serial);
     outcome.blockFrames = decoder->blockFrames;
     outcome.decoderFrames = decoder->LatencyFrames();
     return outcome;

@@ -35,7 +35,8 @@ struct Converter {
 
 Output Own(std::int32_t quality, const Signal& input, std::uint32_t from, std::uint32_t to) {
     // Built once, as in the server.
-    static const goal::SampleRateConverter low(2), medium(3), high(4);
+    static const goal::SampleRateConverter low(goal::SincQuality::Low), medium(goal::SincQuality::Medium),
+        high(goal::SincQuality::High);
     const goal::SampleRateConverter& converter = quality == 2 ? low : quality == 3 ? medium : high;
     goal::ConverterState state;
     initialise(state, converter.start);

@@ -21,7 +21,7 @@ class Scene {
 public:
     Scene(std::int64_t sources, orb3::SampleRateConversion conversion)
         : converter(conversion == orb3::SampleRateConversion::SincMedium
-                        ? std::make_unique<goal::SampleRateConverter>(3)
+                        ? std::make_unique<goal::SampleRateConverter>(goal::SincQuality::Medium)
                         : nullptr) {
         configuration.goalConfig.order = 4;
         configuration.goalConfig.sampleRateConversion = conversion;

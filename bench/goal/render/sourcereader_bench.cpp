@@ -25,8 +25,8 @@ void Read(benchmark::State& state, orb3::SampleRateConversion quality, ALenum fo
     goal::PreviousFrame previousFrame{};
     goal::ConverterState converterState;
     std::unique_ptr<goal::SampleRateConverter> converter;
-    if (quality >= orb3::SampleRateConversion::SincLow) {
-        converter = std::make_unique<goal::SampleRateConverter>(static_cast<std::int32_t>(quality));
+    if (const auto sinc = goal::SincQualityOf(quality)) {
+        converter = std::make_unique<goal::SampleRateConverter>(*sinc);
         goal::initialise(converterState, converter->start);
     }
     goal::SourceReader reader(quality);

@@ -26,19 +26,19 @@ void FilterCall(ALuint name, Access access, bool pointersPresent, const Work& wo
 
 // A type has its gains, each under a parameter of its own.
 struct GainRow {
-    std::int32_t type;
+    FilterType type;
     ALenum parameter;
     float FilterParameters::*gain;
 };
 
 constexpr std::array gainRows = std::to_array<GainRow>({
-    {AL_FILTER_LOWPASS, AL_LOWPASS_GAIN, &FilterParameters::gain},
-    {AL_FILTER_LOWPASS, AL_LOWPASS_GAINHF, &FilterParameters::gainHF},
-    {AL_FILTER_HIGHPASS, AL_HIGHPASS_GAIN, &FilterParameters::gain},
-    {AL_FILTER_HIGHPASS, AL_HIGHPASS_GAINLF, &FilterParameters::gainLF},
-    {AL_FILTER_BANDPASS, AL_BANDPASS_GAIN, &FilterParameters::gain},
-    {AL_FILTER_BANDPASS, AL_BANDPASS_GAINLF, &FilterParameters::gainLF},
-    {AL_FILTER_BANDPASS, AL_BANDPASS_GAINHF, &FilterParameters::gainHF},
+    {FilterType::LowPass, AL_LOWPASS_GAIN, &FilterParameters::gain},
+    {FilterType::LowPass, AL_LOWPASS_GAINHF, &FilterParameters::gainHF},
+    {FilterType::HighPass, AL_HIGHPASS_GAIN, &FilterParameters::gain},
+    {FilterType::HighPass, AL_HIGHPASS_GAINLF, &FilterParameters::gainLF},
+    {FilterType::BandPass, AL_BANDPASS_GAIN, &FilterParameters::gain},
+    {FilterType::BandPass, AL_BANDPASS_GAINLF, &FilterParameters::gainLF},
+    {FilterType::BandPass, AL_BANDPASS_GAINHF, &FilterParameters::gainHF},
 });
 
 // Null when the type has no such gain.
@@ -50,12 +50,12 @@ const GainRow* FindGain(const Filter& filter, ALenum parameter) {
 
 // The code for a parameter that the type doesn't have.
 int UnknownParameter(const Filter& filter) {
-    return filter.type == AL_FILTER_BANDPASS ? AL_INVALID_ENUM : AL_INVALID_VALUE;
+    return filter.type == FilterType::BandPass ? AL_INVALID_ENUM : AL_INVALID_VALUE;
 }
 
 int ChangeType(Filter& filter, ALint type) {
     if (type < AL_FILTER_NULL || type > AL_FILTER_BANDPASS) return AL_INVALID_VALUE;
-    filter.type = type;
+    filter.type = static_cast<FilterType>(type);
     filter.gain = filter.gainHF = filter.gainLF = 1;
     return AL_NO_ERROR;
 }
@@ -84,7 +84,7 @@ int SetFloat(Filter& filter, ALenum parameter, ALfloat value) {
 void GetInteger(ALuint name, ALenum parameter, ALint* value) noexcept {
     FilterCall(name, Access::Read, ArePresent(value), [&](const Filter& filter) -> int {
         if (parameter != AL_FILTER_TYPE) return AL_INVALID_ENUM;
-        *value = filter.type;
+        *value = static_cast<ALint>(filter.type);
         return AL_NO_ERROR;
     });
 }
@@ -94,7 +94,7 @@ int ReadFloat(const Filter& filter, ALenum parameter, ALfloat* value) {
         *value = static_cast<ALfloat>(filter.type);
         return AL_NO_ERROR;
     }
-    if (filter.type == AL_FILTER_NULL) slib::ThrowUnreachable("goaldll/efx_interface", __LINE__);
+    if (filter.type == FilterType::None) slib::ThrowUnreachable("goaldll/efx_interface", __LINE__);
     const GainRow* const row = FindGain(filter, parameter);
     if (row == nullptr) return UnknownParameter(filter);
     *value = filter.*row->gain;

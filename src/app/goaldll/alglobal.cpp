@@ -45,7 +45,7 @@ struct StateValue {
 std::optional<StateValue> FindState(const GlobalParameters& state, ALenum parameter) {
     if (parameter == AL_DISTANCE_MODEL)
         return StateValue{static_cast<double>(state.distanceModel),
-                          state.distanceModel == AL_INVERSE_DISTANCE_CLAMPED};
+                          state.distanceModel == DistanceModel::InverseClamped};
     for (const GlobalValue& row : globalValues)
         if (row.parameter == parameter) return StateValue{state.*row.field, state.*row.field != 0};
     return std::nullopt;
@@ -189,7 +189,7 @@ AL_API void AL_APIENTRY alDistanceModel(ALenum model) {
         const bool isKnown =
             model == AL_NONE || (model >= AL_INVERSE_DISTANCE && model <= AL_EXPONENT_DISTANCE_CLAMPED);
         if (!isKnown) return AL_INVALID_ENUM;
-        state.distanceModel = model;
+        state.distanceModel = static_cast<DistanceModel>(model);
         return AL_NO_ERROR;
     });
 }

@@ -73,15 +73,15 @@ void FillRow(float* row, std::uint32_t taps, double phase, const WindowPoint& po
 // established kernels, which are wide in the passband, within 0.003 of a coefficient; without that tie it
 // would gain 3 dB at 1 kHz. Filters between two points have a window between theirs.
 struct SampleRateConverter::Design {
-    std::int32_t quality;
+    SincQuality quality;
     std::uint32_t tapsLog2;
     std::uint32_t filterCount;
     float ratioScale;
     std::array<WindowPoint, 4> points;
 };
 
-const SampleRateConverter::Design& SampleRateConverter::DesignOf(std::int32_t quality) {
-    static constexpr std::array<Design, 3> designs{Design{2,
+const SampleRateConverter::Design& SampleRateConverter::DesignOf(SincQuality quality) {
+    static constexpr std::array<Design, 3> designs{Design{SincQuality::Low,
                                                           2,
                                                           16,
                                                           23.0831F,
@@ -89,7 +89,7 @@ const SampleRateConverter::Design& SampleRateConverter::DesignOf(std::int32_t qu
                                                            {5, 1, {0.4680, 0.0019, 0.0197}},
                                                            {10, 1, {0.4849, 0.0215, 0}},
                                                            {15, 1, {0.3543, -0.0990, 0}}}},
-                                                   Design{3,
+                                                   Design{SincQuality::Medium,
                                                           3,
                                                           32,
                                                           23.0831F,
@@ -97,7 +97,7 @@ const SampleRateConverter::Design& SampleRateConverter::DesignOf(std::int32_t qu
                                                            {10, 1, {0.4920, -0.0419, 0}},
                                                            {20, 1, {0.4911, 0.0015, 0}},
                                                            {31, 1, {0.4613, 0.0129, 0}}}},
-                                                   Design{4,
+                                                   Design{SincQuality::High,
                                                           4,
                                                           64,
                                                           30.7775F,
@@ -110,7 +110,7 @@ const SampleRateConverter::Design& SampleRateConverter::DesignOf(std::int32_t qu
     slib::ThrowUnreachable();
 }
 
-SampleRateConverter::SampleRateConverter(std::int32_t quality)
+SampleRateConverter::SampleRateConverter(SincQuality quality)
     : SampleRateConverter(DesignOf(quality),
                           hcml::AllocateAlignedFloats(std::uint64_t{DesignOf(quality).filterCount}
                                                       << (DesignOf(quality).tapsLog2 + phasesLog2OfAll))) {}

@@ -18,9 +18,11 @@
 
 namespace goal {
 
+enum class SincQuality : std::int32_t { Low = 2, Medium = 3, High = 4 };
+
 class SampleRateConverter {
 public:
-    const std::int32_t quality;       ///< 2 SincLow, 3 SincMedium, 4 SincHigh
+    const SincQuality quality;
     const std::uint32_t tapsLog2;     ///< 2, 3, 4
     const std::uint32_t phasesLog2;   ///< 6
     const std::uint32_t filterCount;  ///< 16, 32, 64
@@ -35,15 +37,15 @@ public:
     const ConverterCursor start;
 
     /// Builds the tables of a quality. Throws slib::OutOfMemoryException, and slib::IntegrityFailureException
-    /// for a quality other than 2, 3 and 4.
-    explicit SampleRateConverter(std::int32_t quality);
+    /// for a value outside the enumeration.
+    explicit SampleRateConverter(SincQuality quality);
     SampleRateConverter(const SampleRateConverter&) = delete;
     SampleRateConverter& operator=(const SampleRateConverter&) = delete;
     ~SampleRateConverter() = default;
 
 private:
     struct Design;
-    static const Design& DesignOf(std::int32_t quality);
+    static const Design& DesignOf(SincQuality quality);
     SampleRateConverter(const Design& design, hcml::AlignedFloats floats);
     ConverterCursor Start() const;
 

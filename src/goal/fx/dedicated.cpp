@@ -9,8 +9,7 @@
 namespace goal::fx {
 
 DedicatedState::DedicatedState(const DedicatedParameters& parameters)
-    : EffectProcessorState(parameters.effectType, EffectInput::Mono,
-                           static_cast<EffectOutput>(parameters.outputKind)) {}
+    : EffectProcessorState(parameters.effectType, EffectInput::Mono, parameters.outputKind) {}
 
 void DedicatedState::process(const EffectProcessArgs& args) {
     // The gain is whatever the game says, of either sign.

@@ -24,7 +24,8 @@ constexpr ParameterTable table{"goal/fx/dedicated", floats, {}, {}};
 
 DedicatedParameters::DedicatedParameters(std::int32_t effectType)
     : EffectProcessorParameters(effectType, table),
-      outputKind(effectType == AL_EFFECT_DEDICATED_LOW_FREQUENCY_EFFECT ? 6 : 7) {
+      outputKind(effectType == AL_EFFECT_DEDICATED_LOW_FREQUENCY_EFFECT ? EffectOutput::LowFrequency
+                                                                        : EffectOutput::Dialogue) {
     assert(effectType == AL_EFFECT_DEDICATED_LOW_FREQUENCY_EFFECT ||
            effectType == AL_EFFECT_DEDICATED_DIALOGUE);
 }

@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "goal/fx/effectprocessorstate.h"
 #include "goal/state/effectprocessorparameters.h"
 
 namespace goal::fx {
@@ -14,7 +15,7 @@ namespace goal::fx {
 class DedicatedParameters : public EffectProcessorParameters {
 public:
     float gain = 1;           ///< linear, any finite number
-    std::int32_t outputKind;  ///< 6 the low-frequency output, 7 the dialogue output
+    EffectOutput outputKind;  ///< LowFrequency or Dialogue
 
     /// `effectType` is AL_EFFECT_DEDICATED_LOW_FREQUENCY_EFFECT or AL_EFFECT_DEDICATED_DIALOGUE.
     explicit DedicatedParameters(std::int32_t effectType);

@@ -62,7 +62,7 @@ ReverbState_v2::ReverbState_v2(const ReverbParameters& parameters, const RenderC
       output(context.blockFrames, 4),
       fading(GlideFrames(sampleRate, context.blockFrames), 4) {
     buildFilterTables(filterTables, sampleRate, true);
-    outputFilter.type = 3;
+    outputFilter.type = FilterType::BandPass;
     outputFilter.order = 1;
 }
 

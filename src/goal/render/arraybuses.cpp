@@ -15,7 +15,7 @@ ArrayBuses::ArrayBuses(orb3::array::ArraySet arrays, std::uint32_t frames, std::
     AddBFormats();
 }
 
-void ArrayBuses::Add(int key, std::uint32_t inputs, hcml::GenericMatrix<float, 1> encode) {
+void ArrayBuses::Add(Arrangement key, std::uint32_t inputs, hcml::GenericMatrix<float, 1> encode) {
     ArrayBus& bus = buses[key];
     bus.input.resize(frames, inputs);
     bus.filtered.resize(frames, encode.rows);
@@ -26,8 +26,8 @@ void ArrayBuses::Add(int key, std::uint32_t inputs, hcml::GenericMatrix<float, 1
 
 void ArrayBuses::AddArrays(orb3::array::ArraySet& arrays) {
     arrays.Prepare();
-    for (int key = arrangement::mono; key <= arrangement::rear; ++key) {
-        const orb3::array::Array& array = arrays.GetArray(key);
+    for (const Arrangement key : arrayArrangements) {
+        const orb3::array::Array& array = arrays.GetArray(static_cast<int>(key));
         const auto channels = static_cast<std::uint32_t>(array.channels.size());
         hcml::GenericMatrix<float, 1> encode(channels, spatialChannels);
         for (std::uint32_t c = 0; c < channels; ++c)
@@ -43,8 +43,8 @@ void ArrayBuses::AddBFormats() {
     encode(0, 0) = std::numbers::sqrt2_v<float>;
     for (std::uint32_t c = 1; c < 4; ++c)
         encode(c, c) = 1;
-    Add(arrangement::bFormat2D, 3, encode);
-    Add(arrangement::bFormat3D, 4, encode);
+    Add(Arrangement::BFormat2D, 3, encode);
+    Add(Arrangement::BFormat3D, 4, encode);
 }
 
 void ArrayBuses::MixInto(hcml::ac::Bus& spatial) {

@@ -7,25 +7,13 @@
 #include <cstdint>
 #include <map>
 
+#include "goal/sound/arrangement.h"
 #include "numeric/bus.h"
 #include "numeric/genericmatrix.h"
 #include "orb3core/speakers/array.h"
 #include "slib/realtime.h"
 
 namespace goal {
-
-/// Keys of the arrangements; those from "Mono" to "Rear" are the types of the channel arrays.
-namespace arrangement {
-inline constexpr int bFormat2D = 1;
-inline constexpr int bFormat3D = 2;
-inline constexpr int mono = 3;
-inline constexpr int front = 4;
-inline constexpr int stereo = 5;
-inline constexpr int surround51 = 6;
-inline constexpr int surround71 = 8;
-inline constexpr int quad = 9;
-inline constexpr int rear = 10;
-}  // namespace arrangement
 
 struct ArrayBus {
     hcml::ac::Bus input;     ///< raw samples of the current source
@@ -42,19 +30,19 @@ public:
     ArrayBuses(orb3::array::ArraySet arrays, std::uint32_t frames, std::uint32_t spatialChannels);
 
     /// By the key of the arrangement, which there must be.
-    ArrayBus& operator[](int key) { return buses.at(key); }
+    ArrayBus& operator[](Arrangement key) { return buses.at(key); }
 
     /// Adds every mix that has content to the spatial bus, and clears it.
     void MixInto(hcml::ac::Bus& spatial) SLIB_NONBLOCKING;
 
 private:
-    void Add(int key, std::uint32_t inputs, hcml::GenericMatrix<float, 1> encode);
+    void Add(Arrangement key, std::uint32_t inputs, hcml::GenericMatrix<float, 1> encode);
     void AddArrays(orb3::array::ArraySet& arrays);
     void AddBFormats();
 
     const std::uint32_t frames;
     const std::uint32_t spatialChannels;
-    std::map<int, ArrayBus> buses;
+    std::map<Arrangement, ArrayBus> buses;
 };
 
 }  // namespace goal

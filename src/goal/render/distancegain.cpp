@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "AL/al.h"
 #include "slib/exception.h"
 
 namespace goal {
@@ -27,21 +26,21 @@ float Clamped(const Lengths& l, float d) {
     return l.reference <= d ? std::min(d, l.max) : l.reference;
 }
 
-float RawGain(std::int32_t model, const Lengths& l, float d) {
+float RawGain(DistanceModel model, const Lengths& l, float d) {
     switch (model) {
-        case AL_NONE:
+        case DistanceModel::None:
             return 1;
-        case AL_INVERSE_DISTANCE:
+        case DistanceModel::Inverse:
             return Inverse(l, d);
-        case AL_INVERSE_DISTANCE_CLAMPED:
+        case DistanceModel::InverseClamped:
             return Inverse(l, Clamped(l, d));
-        case AL_LINEAR_DISTANCE:
+        case DistanceModel::Linear:
             return Linear(l, std::min(d, l.max));
-        case AL_LINEAR_DISTANCE_CLAMPED:
+        case DistanceModel::LinearClamped:
             return Linear(l, Clamped(l, d));
-        case AL_EXPONENT_DISTANCE:
+        case DistanceModel::Exponent:
             return Exponent(l, d);
-        case AL_EXPONENT_DISTANCE_CLAMPED:
+        case DistanceModel::ExponentClamped:
             return Exponent(l, Clamped(l, d));
     }
     slib::ThrowUnreachable();
@@ -49,7 +48,7 @@ float RawGain(std::int32_t model, const Lengths& l, float d) {
 
 }  // namespace
 
-float distanceGain(std::int32_t model, float referenceDistance, float maxDistance, float rolloff,
+float distanceGain(DistanceModel model, float referenceDistance, float maxDistance, float rolloff,
                    float distance) {
     const float gain = RawGain(model, {referenceDistance, maxDistance, rolloff}, distance);
     return gain >= 0 && gain < 1e30F ? gain : 1;

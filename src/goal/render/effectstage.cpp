@@ -31,22 +31,22 @@ Target OfDedicated(hcml::FloatTupleVector& row, bool& isWritten) {
 Target TargetOf(EffectOutput kind, ArrayBuses& arrays, RenderOutput& output) {
     switch (kind) {
         case EffectOutput::Mono:
-            return OfBus(arrays[arrangement::mono]);
+            return OfBus(arrays[Arrangement::Mono]);
         case EffectOutput::Stereo:
-            return OfBus(arrays[arrangement::stereo]);
+            return OfBus(arrays[Arrangement::Stereo]);
         case EffectOutput::Quad:
-            return OfBus(arrays[arrangement::quad]);
+            return OfBus(arrays[Arrangement::Quad]);
         case EffectOutput::Surround51:
-            return OfBus(arrays[arrangement::surround51]);
+            return OfBus(arrays[Arrangement::Surround51]);
         case EffectOutput::Surround71:
-            return OfBus(arrays[arrangement::surround71]);
+            return OfBus(arrays[Arrangement::Surround71]);
         case EffectOutput::Field:
             return {output.spatial.channels, output.spatial.channelCount};
         case EffectOutput::LowFrequency:
             if (!output.hasLowFrequency) return {};
             return OfDedicated(output.lowFrequency, output.lowFrequencyWritten);
         case EffectOutput::Dialogue:
-            if (!output.hasDialogue) return OfBus(arrays[arrangement::front]);
+            if (!output.hasDialogue) return OfBus(arrays[Arrangement::Front]);
             return OfDedicated(output.dialogue, output.dialogueWritten);
     }
     slib::ThrowUnreachable();

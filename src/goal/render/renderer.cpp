@@ -24,8 +24,8 @@ unsigned CheckedOrder(int order) {
     return static_cast<unsigned>(order);
 }
 
-bool IsBFormat(int key) {
-    return key == arrangement::bFormat2D || key == arrangement::bFormat3D;
+bool IsBFormat(Arrangement key) {
+    return key == Arrangement::BFormat2D || key == Arrangement::BFormat3D;
 }
 
 // A ramp that isn't heard starts afresh when it is heard again.
@@ -138,7 +138,7 @@ void Renderer::AddMono(SourceRendererState& state, const SourceGeometry& geometr
 
 void Renderer::RenderMultiChannelSource(Source& source, SourceRendererState& state, hcml::ac::Bus& spatial) {
     if (!IsFinite(source.gain, source.pitch)) return;
-    const int key = source.queue[0]->arrangementKey;
+    const Arrangement key = source.queue[0]->arrangementKey;
     ArrayBus& bus = arrays[key];
     const ReadRate rate{static_cast<double>(source.pitch), sampleRate};
     const float scale =
@@ -148,19 +148,20 @@ void Renderer::RenderMultiChannelSource(Source& source, SourceRendererState& sta
     if (IsBFormat(key)) Rotate(source, key, bus);
     const FilterStageSettings path{
         .gainFactor = source.gain * scale, .floorScale = scale, .defaultOrder = defaultFilterOrder};
-    if (filterChannels(source.directFilter, state.direct, IsBFormat(key) ? bus.filtered : bus.input,
-                       bus.filtered, *filterTables, path))
-        return;
-    if (key == arrangement::stereo && source.hasStereoAngles)
+    const bool isSilent =
+        filterChannels(source.directFilter, state.direct, IsBFormat(key) ? bus.filtered : bus.input,
+                       bus.filtered, *filterTables, path);
+    if (isSilent) return;
+    if (key == Arrangement::Stereo && source.hasStereoAngles)
         Pan(source, bus, spatial);
     else
         AddBus(bus.filtered, bus.mix, bus.hasContent);
 }
 
-void Renderer::Rotate(const Source& source, int key, ArrayBus& bus) const {
+void Renderer::Rotate(const Source& source, Arrangement key, ArrayBus& bus) const {
     const RotationMatrix matrix =
         BFormatRotation(listener, BuildBasis(source.orientationAt, source.orientationUp), source.relative);
-    const std::uint32_t inputs = key == arrangement::bFormat2D ? 2 : 3;
+    const std::uint32_t inputs = key == Arrangement::BFormat2D ? 2 : 3;
     bus.filtered.resize(blockFrames, 4);
     bus.filtered.clear();
     bus.filtered.add(0, bus.input.channels[0], 1);

@@ -54,7 +54,7 @@ private:
     void RenderMultiChannelSource(Source& source, SourceRendererState& state, hcml::ac::Bus& spatial);
     void AddMono(SourceRendererState& state, const SourceGeometry& geometry, float scale,
                  hcml::ac::Bus& spatial);
-    void Rotate(const Source& source, int key, ArrayBus& bus) const;
+    void Rotate(const Source& source, Arrangement key, ArrayBus& bus) const;
     void Pan(const Source& source, const ArrayBus& bus, hcml::ac::Bus& spatial);
 
     const orb3::GoalConfig settings;

@@ -47,13 +47,12 @@ void SendStage::SyncSlot(Slot& slot, const AuxSlotParameters& parameters,
         slot.sends.reset();
         return slot.input.resize(0, 0);
     }
-    slot.kind = effect->inputKind;
-    slot.target = {.inputKind = static_cast<std::int32_t>(slot.kind),
+    slot.target = {.inputKind = effect->inputKind,
                    .auxiliarySendAuto = parameters.auxiliarySendAuto,
                    .room = parameters.effect ? parameters.effect->SendRoom() : RoomOfSends()};
     std::uint32_t channels = 1;
-    if (slot.kind == EffectInput::Field) channels = spatialChannels;
-    if (slot.kind == EffectInput::Reverb && directional) channels = 4;
+    if (slot.target.inputKind == EffectInput::Field) channels = spatialChannels;
+    if (slot.target.inputKind == EffectInput::Reverb && directional) channels = 4;
     if (slot.input.channelCount != channels)
         slot.sends = std::make_unique<MixBatch>(frames, channels, sendsAtOnce);
     slot.input.resize(frames, channels);

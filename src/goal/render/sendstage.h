@@ -52,7 +52,6 @@ private:
     struct Slot {
         hcml::ac::Bus input;
         std::unique_ptr<MixBatch> sends;  // that aren't in the input yet; null without an effect
-        EffectInput kind = EffectInput::Mono;
         SendTarget target;
     };
 

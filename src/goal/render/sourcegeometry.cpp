@@ -152,7 +152,7 @@ SendGains ComputeSendGains(const SourceBaseParameters& source, const GlobalParam
         if (source.auxSendFilterGainHFAuto) result.gainHF = inside + source.coneOuterGainHF * (1 - inside);
     }
     float rolloff = source.roomRolloffFactor;
-    if (target.inputKind == 1) {
+    if (target.inputKind == EffectInput::Reverb) {
         rolloff += target.room.roomRolloffFactor;
         if (geometry.airDistance > 0 && target.room.airAbsorptionGainHF != 1)
             result.gainHF *= std::pow(target.room.airAbsorptionGainHF, geometry.airDistance);

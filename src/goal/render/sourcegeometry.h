@@ -14,6 +14,7 @@
 #include <array>
 #include <cstdint>
 
+#include "goal/fx/effectprocessorstate.h"
 #include "goal/render/sourceradiustable.h"
 #include "goal/state/basis.h"
 #include "goal/state/enginestate.h"
@@ -49,7 +50,7 @@ SourceGeometry LocateSource(const SourceBaseParameters& source, const GlobalPara
 
 /// What decides about a send at the slot's end. The two last values are those of a reverb.
 struct SendTarget {
-    std::int32_t inputKind = 0;     ///< of the effect: 0 one channel, 1 a reverb's, 2 the whole field
+    EffectInput inputKind = EffectInput::Mono;
     bool auxiliarySendAuto = true;  ///< AL_EFFECTSLOT_AUXILIARY_SEND_AUTO
     RoomOfSends room;
 };

@@ -198,6 +198,21 @@ struct SourceReader::Stretch {
     }
 };
 
+std::optional<SincQuality> SincQualityOf(orb3::SampleRateConversion conversion) {
+    switch (conversion) {
+        case orb3::SampleRateConversion::Off:
+        case orb3::SampleRateConversion::Linear:
+            return std::nullopt;
+        case orb3::SampleRateConversion::SincLow:
+            return SincQuality::Low;
+        case orb3::SampleRateConversion::SincMedium:
+            return SincQuality::Medium;
+        case orb3::SampleRateConversion::SincHigh:
+            return SincQuality::High;
+    }
+    slib::ThrowUnreachable();
+}
+
 SourceReader::SourceReader(orb3::SampleRateConversion quality)
     : quality(quality),
       raw(hcml::AllocateAlignedFloats(std::uint64_t{chunkFrames} * maxChannels)),

@@ -10,7 +10,9 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 
+#include "goal/dsp/samplerateconverter.h"
 #include "goal/state/converterstate.h"
 #include "goal/state/enginestate.h"
 #include "numeric/alignedmemory.h"
@@ -28,6 +30,10 @@ struct ReadRate {
 
 /// The linear reader's last input frame, raw, a value for each channel: what lies before the next buffer.
 using PreviousFrame = std::array<float, 8>;
+
+/// The quality of the converter which a setting asks for; none for Off and Linear. A value outside the
+/// enumeration is an integrity failure.
+[[nodiscard]] std::optional<SincQuality> SincQualityOf(orb3::SampleRateConversion conversion);
 
 /// Reads with one quality for its whole life: "Off" takes the nearest frame, "Linear" interpolates, and is
 /// one input frame later than that; the sinc qualities pass the frames through the source's converter. A game

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cstdint>
 
+#include "goal/sound/arrangement.h"
 #include "goal/sound/bufferformats.h"
 
 namespace goal {
@@ -28,8 +29,8 @@ public:
 
     const std::uint32_t frames;  ///< samples per channel
     const std::uint32_t channels;
-    const std::int32_t arrangementKey;  ///< the channel arrangement; 0 for one channel
-    const float scale;                  ///< brings a raw sample to full scale 1
+    const Arrangement arrangementKey;
+    const float scale;  ///< brings a raw sample to full scale 1
 
     /// With `copyData` the buffer keeps its own copy of `size` bytes; without, it refers to `data`, which
     /// must live as long. `data` may be null when `size` is 0. Bytes after the last whole block are kept and

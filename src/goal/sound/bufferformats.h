@@ -5,6 +5,8 @@
 
 #include <cstdint>
 
+#include "goal/sound/arrangement.h"
+
 namespace goal {
 
 /// How the samples of a buffer are stored. All are of the machine's byte order, interleaved by channel.
@@ -23,7 +25,7 @@ struct BufferFormat {
     std::int32_t id;  ///< the AL format token
     SampleEncoding encoding;
     std::uint32_t channels;
-    std::int32_t arrangementKey;  ///< the channel arrangement; 0 for one channel
+    Arrangement arrangementKey;
     std::uint32_t blockBytes;
     std::uint32_t blockFrames;
     float scale;        ///< brings a raw sample to full scale 1

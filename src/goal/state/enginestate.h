@@ -44,13 +44,24 @@ using BufferQueue = hcml::GenericVector<Buffer*, 1>;
 
 inline constexpr float pi = 3.14159265F;
 
+/// How the level falls with the distance, by the values of AL_DISTANCE_MODEL.
+enum class DistanceModel : std::int32_t {
+    None = 0,
+    Inverse = 0xD001,
+    InverseClamped = 0xD002,
+    Linear = 0xD003,
+    LinearClamped = 0xD004,
+    Exponent = 0xD005,
+    ExponentClamped = 0xD006,
+};
+
 /// The head of all three records, copied as one block.
 struct GlobalParameters {
     float dopplerFactor = 1;
     float dopplerVelocity = 1;
-    float speedOfSound = 343.3F;          ///< units per second
-    std::int32_t distanceModel = 0xD002;  ///< AL_INVERSE_DISTANCE_CLAMPED
-    float listenerGain = 1;               ///< linear
+    float speedOfSound = 343.3F;  ///< units per second
+    DistanceModel distanceModel = DistanceModel::InverseClamped;
+    float listenerGain = 1;  ///< linear
     Vector3 listenerPosition{};
     Vector3 listenerVelocity{};
     Vector3 listenerAt{0, 0, -1};

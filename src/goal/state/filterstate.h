@@ -10,9 +10,12 @@
 
 namespace goal {
 
+/// By the values of AL_FILTER_TYPE.
+enum class FilterType : std::int32_t { None = 0, LowPass = 1, HighPass = 2, BandPass = 3 };
+
 /// The values of a filter object, or of a source's copy of one. Gains are linear, 0 to 1.
 struct FilterParameters {
-    std::int32_t type = 0;   ///< 0 none, 1 low-pass, 2 high-pass, 3 band-pass
+    FilterType type = FilterType::None;
     std::int32_t order = 0;  ///< 0: the context's default order
     float gain = 1;
     float gainHF = 1;

@@ -144,13 +144,18 @@ void TransformedPipeUPT::StopPipe() noexcept {
 
 std::unique_ptr<TransformedPipeUPT> createTransformedPipe(
     const strans::TimeDomainTransform<float, 1>& transform, slib::Log* log, const audiopipe::PipePtr& pipe,
-    bool useParallel) {
+    DecoderMode mode) {
     try {
-        if (useParallel) return std::make_unique<TransformedPipeUPT_Parallel>(transform, log, pipe);
-        return std::make_unique<TransformedPipeUPT_Serial>(transform, log, pipe);
+        switch (mode) {
+            case DecoderMode::Serial:
+                return std::make_unique<TransformedPipeUPT_Serial>(transform, log, pipe);
+            case DecoderMode::Parallel:
+                return std::make_unique<TransformedPipeUPT_Parallel>(transform, log, pipe);
+        }
     } catch (const std::bad_alloc&) {
         throw slib::OutOfMemoryException();
     }
+    slib::ThrowUnreachable();
 }
 
 }  // namespace orb3

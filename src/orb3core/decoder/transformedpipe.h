@@ -85,11 +85,16 @@ private:
     float peak SLIB_GUARDED_BY(peakMutex) = 0;
 };
 
-/// The decoder that runs `transform`, which is read and not kept, and writes to `pipe`: in the caller's
-/// thread, or in one of its own when `useParallel` is set. `log` is borrowed and outlives the decoder. Throws
-/// slib::OutOfMemoryException, and what the pipe and the transformer throw.
-std::unique_ptr<TransformedPipeUPT> createTransformedPipe(
+/// The thread that a decoder works in.
+enum class DecoderMode {
+    Serial,    ///< the caller's
+    Parallel,  ///< one of its own, beside the caller's next block
+};
+
+/// The decoder that runs `transform`, which is read and not kept, and writes to `pipe`. `log` is borrowed
+/// and outlives the decoder. Throws slib::OutOfMemoryException, and what the pipe and the transformer throw.
+[[nodiscard]] std::unique_ptr<TransformedPipeUPT> createTransformedPipe(
     const strans::TimeDomainTransform<float, 1>& transform, slib::Log* log, const audiopipe::PipePtr& pipe,
-    bool useParallel);
+    DecoderMode mode);
 
 }  // namespace orb3

@@ -25,7 +25,7 @@ const FilterGainTables& Tables(double rate) {
 }
 
 FilterParameters Filter(float gain, float gainHF = 1, float gainLF = 1, int order = 1) {
-    return {.type = 3, .order = order, .gain = gain, .gainHF = gainHF, .gainLF = gainLF};
+    return {.type = FilterType::BandPass, .order = order, .gain = gain, .gainHF = gainHF, .gainLF = gainLF};
 }
 
 // One path, which takes a signal block by block. What is silent comes out as zeros.

@@ -25,7 +25,7 @@ TEST(SincHighTable, TellingRows_AreMetTo0003) {
                 {10, 0, {0.04237F, -0.14501F, 0.23778F, 0.73221F, 0.23879F, -0.14573F, 0.04413F}, 1.002451},
                 {32, 0, {-0.01748F, 0.11503F, 0.27883F, 0.36487F, 0.28000F, 0.11490F, -0.01910F}, 1.007727},
                 {63, 0, {0.08476F, 0.10795F, 0.12530F, 0.13429F, 0.12531F, 0.10797F, 0.08478F}, 1.014392}};
-    const SampleRateConverter converter(4);
+    const SampleRateConverter converter(SincQuality::High);
     for (const auto& expected : rows) {
         const float* row = converter.coefficients + (expected.filter * 64 + expected.phase) * 16;
         EXPECT_THAT(std::vector(row + 4, row + 11), testing_support::IsNear(0.003F, expected.taps4To10));
@@ -34,7 +34,7 @@ TEST(SincHighTable, TellingRows_AreMetTo0003) {
 }
 
 struct Shape {
-    std::int32_t quality;
+    SincQuality quality;
     std::uint32_t taps, filters;
     double snr1kHz, snr10kHz;  // dB that 44.1 to 48 kHz reaches at least
 };
@@ -96,16 +96,17 @@ TEST_P(EveryQuality, SineFrom44100To48000_KeepsItsSignalToNoiseRatio) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Qualities, EveryQuality,
-                         testing::Values(Shape{2, 4, 16, 62, 29}, Shape{3, 8, 32, 62, 42},
-                                         Shape{4, 16, 64, 60, 43}));
+                         testing::Values(Shape{SincQuality::Low, 4, 16, 62, 29},
+                                         Shape{SincQuality::Medium, 8, 32, 62, 42},
+                                         Shape{SincQuality::High, 16, 64, 60, 43}));
 
 TEST(SampleRateConverter, OtherQualities_AreRefused) {
     for (const std::int32_t quality : {-1, 0, 1, 5})
-        EXPECT_THROW(SampleRateConverter{quality}, slib::IntegrityFailureException);
+        EXPECT_THROW(SampleRateConverter{static_cast<SincQuality>(quality)}, slib::IntegrityFailureException);
 }
 
 TEST(SetRatio, Limits_HoldTheStepAndTheFilter) {
-    const SampleRateConverter converter(3);
+    const SampleRateConverter converter(SincQuality::Medium);
     ConverterState state;
     initialise(state, converter.start);
     const struct {

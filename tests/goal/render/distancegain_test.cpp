@@ -38,14 +38,15 @@ TEST(DistanceGain, OfEachModel_IsItsClosedFormOr1WhereThatFails) {
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << "case " << &c - cases);
         const float gain =
-            goal::distanceGain(c.model, float(c.reference), float(c.max), float(c.rolloff), float(c.distance));
+            goal::distanceGain(goal::DistanceModel{c.model}, float(c.reference), float(c.max), float(c.rolloff), float(c.distance));
         EXPECT_NEAR(gain, c.gain, 1e-6 * c.gain);
     }
 }
 // clang-format on
 
 TEST(DistanceGainModel, Unknown_IsAnAssertionFailure) {
-    EXPECT_THROW(goal::distanceGain(0xD000, 1, 2, 1, 1), slib::IntegrityFailureException);
+    EXPECT_THROW(goal::distanceGain(goal::DistanceModel{0xD000}, 1, 2, 1, 1),
+                 slib::IntegrityFailureException);
 }
 
 }  // namespace

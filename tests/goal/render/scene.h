@@ -22,7 +22,7 @@ public:
         configuration.goalConfig.order = order;
         configuration.goalConfig.sampleRateConversion = conversion;
         if (conversion == orb3::SampleRateConversion::SincMedium)
-            converter = std::make_unique<goal::SampleRateConverter>(3);
+            converter = std::make_unique<goal::SampleRateConverter>(goal::SincQuality::Medium);
         renderer = std::make_unique<goal::Renderer>(48000, configuration, 1, frames);
         output.spatial.resize(frames, static_cast<std::uint32_t>((order + 1) * (order + 1)));
         output.lowFrequency.resize(frames);

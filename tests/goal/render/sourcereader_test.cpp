@@ -39,8 +39,9 @@ std::vector<std::uint8_t> Noise(const BufferFormat& format, std::uint32_t frames
 }
 
 const SampleRateConverter& ConverterOf(Quality quality) {
-    static const SampleRateConverter converters[]{SampleRateConverter(2), SampleRateConverter(3),
-                                                  SampleRateConverter(4)};
+    static const SampleRateConverter converters[]{SampleRateConverter(SincQuality::Low),
+                                                  SampleRateConverter(SincQuality::Medium),
+                                                  SampleRateConverter(SincQuality::High)};
     return converters[static_cast<std::size_t>(quality) - 2];
 }
 

@@ -37,7 +37,7 @@ void ExpectPcm(std::int32_t id, const Formats& of, std::uint32_t sampleBytes, do
     const Buffer buffer(7, id, 44100, samples.data(), frameBytes * 4 - 1, true);
     EXPECT_EQ(buffer.frames, 3u);  // without the part behind the last whole one
     EXPECT_EQ(buffer.channels, of.channels);
-    EXPECT_EQ(buffer.arrangementKey, of.arrangement);
+    EXPECT_EQ(static_cast<std::int32_t>(buffer.arrangementKey), of.arrangement);
     EXPECT_EQ(buffer.scale, scale);
     EXPECT_EQ(BitsOf(buffer), bits);
     EXPECT_EQ(FramesToBytes(buffer, 0xFFFFFFFF), std::uint64_t{0xFFFFFFFF} * frameBytes);
