@@ -249,8 +249,9 @@ private:
     static double SendFilterLimit() { return SectionLimit() + CopyTime(frames - head); }
     void FilterSends() {
         for (std::uint32_t s = 0; s < sources; ++s)
-            goal::FilterOneLater({}, paths[s], sourceRow, sends[s % lanes], *tables,
-                                 {.gainFactor = 0.2F, .hfFactor = 0.97F, .defaultOrder = 1}, waiting);
+            benchmark::DoNotOptimize(
+                goal::FilterOneLater({}, paths[s], sourceRow, sends[s % lanes], *tables,
+                                     {.gainFactor = 0.2F, .hfFactor = 0.97F, .defaultOrder = 1}, waiting));
         waiting.Run();
     }
 

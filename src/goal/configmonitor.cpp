@@ -51,7 +51,7 @@ void ConfigMonitor::Run() {
             CheckConfiguration(shared);
         } catch (const std::exception&) {  // the next check may fare better
         }
-        stopping.WaitFor(pauseMilliseconds);
+        static_cast<void>(stopping.WaitFor(pauseMilliseconds));  // the loop asks why it ended
     }
 }
 

@@ -36,10 +36,9 @@ public:
     virtual OutputSetUp SetUp(const OutputRequest& request, slib::Log* activeLog, slib::Log* fullLog,
                               orb3::Configuration& configuration, const FormatLibrary& library) = 0;
 
-    virtual std::unique_ptr<BlockRenderer> CreateRenderer(double sampleRate,
-                                                          const orb3::Configuration& configuration,
-                                                          int filterOrder, std::uint32_t blockFrames,
-                                                          slib::Log* log) = 0;
+    [[nodiscard]] virtual std::unique_ptr<BlockRenderer> CreateRenderer(
+        double sampleRate, const orb3::Configuration& configuration, int filterOrder,
+        std::uint32_t blockFrames, slib::Log* log) = 0;
 };
 
 }  // namespace goal

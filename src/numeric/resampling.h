@@ -42,7 +42,8 @@ private:
     FIRFilter lowPass;
 };
 
-/// Resamples one vector, as VectorResampler does.
+/// Resamples one vector, as VectorResampler does: for those who have only one. The transforms of the format
+/// library have many, and share a VectorResampler.
 void resampleVector(const GenericVector<float, 1>& input, GenericVector<float, 1>& output, double oldRate,
                     double newRate, double transition);
 

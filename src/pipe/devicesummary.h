@@ -37,6 +37,8 @@ public:
     /// `channel` is below GetRecordingChannelCount.
     virtual std::string GetRecordingChannelName(std::uint32_t channel) = 0;
 
+    // The rest is for programs that let people choose a device. Ours ask by index and show the names above.
+
     /// A text about the playback side for people; empty here.
     virtual std::string GetPlaybackDescription();
     /// The same about the recording side.

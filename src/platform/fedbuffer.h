@@ -40,7 +40,7 @@ protected:
     void NoteWritten(std::uint32_t offset, std::uint32_t frames) override;
 
     /// Starts and ends the calls of Take.
-    virtual Result StartTaking() = 0;
+    [[nodiscard]] virtual Result StartTaking() = 0;
     virtual Result StopTaking() = 0;
     /// The output has taken nothing for two seconds. Application's thread; the result is what its call gets.
     virtual Result NoteStall() { return DSERR_BUFFERLOST; }

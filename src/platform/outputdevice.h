@@ -36,7 +36,7 @@ protected:
     ~OutputDevice() override = default;
 
     /// May throw; what it throws becomes a result.
-    virtual Result MakeBuffer(const RingShape& shape, SoundBufferPtr& buffer) = 0;
+    [[nodiscard]] virtual Result MakeBuffer(const RingShape& shape, SoundBufferPtr& buffer) = 0;
 
 private:
     const std::uint32_t speakerSetting;

@@ -67,7 +67,8 @@ public:
 private:
     void Run() override {
         while (!IsStopRequested()) {
-            buffer.signal.WaitFor(buffer.feed.stream ? longWait : turn);
+            // Woken or not, there may be something to do.
+            static_cast<void>(buffer.signal.WaitFor(buffer.feed.stream ? longWait : turn));
             try {
                 if (!IsStopRequested()) buffer.Keep();
             } catch (const std::exception&) {  // there was no thread; the next turn tries again

@@ -56,7 +56,7 @@ public:
     OutputStream& operator=(const OutputStream&) = delete;
 
     /// Start and end the calls of StreamOutlet::Fill. May wait for a server.
-    virtual Result Start() = 0;
+    [[nodiscard]] virtual Result Start() = 0;
     virtual Result Stop() = 0;
 };
 
@@ -72,7 +72,8 @@ public:
 
     /// Opens the first stream by `open`, which returns why it made none. Before the first Play; without this
     /// the buffer begins as one whose output went away.
-    Result Open(const std::function<Result(StreamOutlet&, std::unique_ptr<OutputStream>&)>& open);
+    [[nodiscard]] Result Open(
+        const std::function<Result(StreamOutlet&, std::unique_ptr<OutputStream>&)>& open);
 
     /// Waits at most two seconds; calls that a hanging server blocks are left to end alone.
     void Release() override;

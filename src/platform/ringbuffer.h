@@ -33,9 +33,9 @@ protected:
     ~RingBuffer() override = default;
 
     /// The cursors now. While the ring plays neither ever goes back.
-    virtual Result ReadCursors(RingCursors& cursors) = 0;
+    [[nodiscard]] virtual Result ReadCursors(RingCursors& cursors) = 0;
     /// Starts the cursors from their positions. Not called while they move.
-    virtual Result StartOutput() = 0;
+    [[nodiscard]] virtual Result StartOutput() = 0;
     /// Stops the cursors. Nothing reads the ring from then on.
     virtual Result StopOutput() = 0;
     /// `frames` of the ring from `offset` on (frames) are written.

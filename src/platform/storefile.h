@@ -12,12 +12,12 @@ namespace platform {
 /// The content of the file. A file that doesn't exist reads as the empty text; what can't be read whole (no
 /// permission, no regular file, above 64 MiB) is nothing at all, so that nobody takes it for empty and
 /// overwrites it.
-std::optional<std::string> ReadStoreFile(const std::filesystem::path& file);
+[[nodiscard]] std::optional<std::string> ReadStoreFile(const std::filesystem::path& file);
 
 /// Puts `content` in the place of the file: readers see the old or the new content, whole. Makes missing
 /// folders (for the user alone), follows a link, keeps the owner and the permissions of a file that exists.
 /// False when it didn't work out, and then the old file stays as it was. The caller holds a StoreFileLock.
-bool ReplaceStoreFile(const std::filesystem::path& file, const std::string& content);
+[[nodiscard]] bool ReplaceStoreFile(const std::filesystem::path& file, const std::string& content);
 
 /// Holds the right to change a store file, among all threads of all processes that take it, for as long as it
 /// lives. The lock is a file beside it, "store.conf.lock", and ends with the process that held it.

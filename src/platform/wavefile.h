@@ -22,7 +22,7 @@ public:
     WaveFile& operator=(const WaveFile&) = delete;
 
     /// Appends `frames` interleaved frames. False when they couldn't all be written.
-    bool Write(const std::int32_t* samples, std::uint32_t frames);
+    [[nodiscard]] bool Write(const std::int32_t* samples, std::uint32_t frames);
     /// True when the format has no room for another `frames`.
     bool IsFull(std::uint32_t frames) const;
 

@@ -11,7 +11,7 @@
 namespace slib {
 
 /// True for anything that is at `path` and that the caller may ask about.
-bool fileExists(const std::string& path);
+[[nodiscard]] bool fileExists(const std::string& path);
 
 /// Creates every missing directory along `path`, where "/" and "\" separate. One that exists already, or that
 /// somebody else makes meanwhile, is no failure.
@@ -23,11 +23,11 @@ void readFile(const std::string& path, std::string& bytes);
 /// Creates the file, or empties it, and writes `bytes`. A failed write leaves a file that is cut short.
 void writeFile(const std::string& path, std::string_view bytes);
 
-/// As readFile and writeFile, with the line ends of the platform's text files.
+/// As readFile and writeFile, with the line ends of the platform's text files: for what people edit.
 void readTextFile(const std::string& path, std::string& text);
 void writeTextFile(const std::string& path, std::string_view text);
 
-/// In bytes.
+/// In bytes. For a caller that wants to know before it reads.
 std::uint64_t getFileSize(const std::string& path);
 
 }  // namespace slib

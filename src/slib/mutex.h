@@ -61,7 +61,7 @@ public:
     /// Waits without time-out until the count is above 0 and lowers it by 1.
     void Wait();
     /// As Wait, but for at most that long. False when the time is over.
-    bool WaitFor(std::uint32_t milliseconds);
+    [[nodiscard]] bool WaitFor(std::uint32_t milliseconds);
     /// Raises the count by `n`, which may be 0.
     void Post(std::uint32_t n = 1);
 

@@ -15,7 +15,7 @@ class Counter {
 public:
     void Raise() { ++count; }
     /// Lowers the count; true when that brought it to zero.
-    bool Lower() { return --count == 0; }
+    [[nodiscard]] bool Lower() { return --count == 0; }
 
 private:
     std::uint32_t count = 1;
@@ -26,7 +26,7 @@ class ThreadsafeCounter {
 public:
     void Raise() { count.fetch_add(1, std::memory_order_relaxed); }
     /// Lowers the count; true when that brought it to zero. The last owner sees what the others wrote.
-    bool Lower() { return count.fetch_sub(1, std::memory_order_acq_rel) == 1; }
+    [[nodiscard]] bool Lower() { return count.fetch_sub(1, std::memory_order_acq_rel) == 1; }
 
 private:
     std::atomic<std::uint32_t> count{1};

@@ -56,14 +56,14 @@ protected:
     // The two halves of Stop, for a subclass whose body sleeps on a semaphore of its own and has to be woken
     // in between. RequestStop is false, and AwaitEnd not due, when the thread isn't running or is the calling
     // one.
-    bool RequestStop();
+    [[nodiscard]] bool RequestStop();
     void AwaitEnd();
 
 private:
     static void* Enter(void* self);
     void Body();
     void Name() const;
-    bool ApplyPriority() const;
+    [[nodiscard]] bool ApplyPriority() const;
     void JoinEnded();
     void NoteEnd();
     bool IsOfThisProcess() const;

@@ -7,6 +7,6 @@
 namespace tool {
 
 /// True when a sound server or a sound card answers, which an output by the setting "Auto" plays to.
-bool DoesOutputAnswer(slib::Log& log);
+[[nodiscard]] bool DoesOutputAnswer(slib::Log& log);
 
 }  // namespace tool

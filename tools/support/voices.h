@@ -24,6 +24,6 @@ inline constexpr const char* voiceFolder = "/usr/share/sounds/alsa";
 const std::vector<Voice>& Voices();
 
 /// Nothing where `folder` doesn't have it. Throws as ReadSoundFile.
-std::optional<Sound> FindRecording(const Voice& voice, const std::string& folder);
+[[nodiscard]] std::optional<Sound> FindRecording(const Voice& voice, const std::string& folder);
 
 }  // namespace tool

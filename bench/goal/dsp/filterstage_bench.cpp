@@ -39,7 +39,7 @@ void Run(benchmark::State& state, goal::FilterParameters even, goal::FilterParam
     goal::SourceFilterState path;
     bool isOdd = false;
     for (auto _ : state) {
-        goal::filterOne(isOdd ? odd : even, path, input, output, tables, {});
+        benchmark::DoNotOptimize(goal::filterOne(isOdd ? odd : even, path, input, output, tables, {}));
         isOdd = !isOdd;
         benchmark::ClobberMemory();
     }
@@ -68,8 +68,8 @@ void SixtyFourPathsSideBySide(benchmark::State& state) {
     goal::SectionBatch waiting(frames);
     for (auto _ : state) {
         for (std::size_t p = 0; p < rows.size(); ++p)
-            goal::FilterOneLater({.order = 1, .gain = 1, .gainHF = 0.3F}, paths[p], rows[p], tables, {},
-                                 waiting);
+            benchmark::DoNotOptimize(goal::FilterOneLater({.order = 1, .gain = 1, .gainHF = 0.3F}, paths[p],
+                                                          rows[p], tables, {}, waiting));
         waiting.Run();
         benchmark::ClobberMemory();
     }

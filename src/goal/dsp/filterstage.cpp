@@ -244,8 +244,8 @@ bool IsSilent(const SourceFilterState& state, const Targets& targets) {
            (state.gainLF == 0 && targets.gainLF == 0);
 }
 
-// What comes before the passes. True: the path is silent.
-bool Prepare(const Work& work, const Targets& targets) {
+// What comes before the passes.
+bool PrepareOrFindSilent(const Work& work, const Targets& targets) {
     SourceFilterState& state = work.state;
     if (work.channels > state.memory.size()) slib::ThrowUnreachable();
     const auto channelCount = static_cast<std::int32_t>(work.channels);
@@ -260,8 +260,9 @@ bool Prepare(const Work& work, const Targets& targets) {
     return true;
 }
 
+// True: silent.
 bool Filter(const Work& work, const Targets& targets) {
-    if (Prepare(work, targets)) return true;
+    if (PrepareOrFindSilent(work, targets)) return true;
     FinishHigh(work, WalkHigh(work, targets));
     PassLow(work, targets);
     return false;
@@ -339,7 +340,7 @@ bool FilterOneLater(const FilterParameters& record, SourceFilterState& state,
     output.resize(input.size);
     const Work work = OneChannel(record, state, input, output, tables, settings);
     const Targets targets = TargetsFor(record, settings);
-    if (Prepare(work, targets)) return true;
+    if (PrepareOrFindSilent(work, targets)) return true;
     const std::uint32_t position = WalkHigh(work, targets);
     if (position <= waiting.head && IsOneSection(work, targets)) {
         RunHigh(work, position, waiting.head - position);

@@ -30,34 +30,37 @@ struct FilterStageSettings {
 };
 
 /// Runs one block of at most 8 channels through the stage. `output` takes the shape of `input` and may be it.
-/// True: the path is silent in this block, and `output` is not valid.
+/// The result says that the path is silent in this block; `output` is then not valid.
 ///
 /// Any gain is taken: the path's gain as UsableGain says, the high and the low gain also held to 1. So a
 /// setting that is infinite or not a number fades its path out and leaves it in silence. A sample that isn't
 /// finite doesn't stay in the memory beyond the run it came in. The first block, and the first with another
 /// count of channels, takes all gains at once. Throws slib::IntegrityFailureException for more than 8
 /// channels, and slib::OutOfMemoryException when `output` has to grow and can't.
-bool filterChannels(const FilterParameters& record, SourceFilterState& state, const hcml::ac::Bus& input,
-                    hcml::ac::Bus& output, const FilterGainTables& tables,
-                    const FilterStageSettings& settings) SLIB_NONBLOCKING;
+[[nodiscard]] bool filterChannels(const FilterParameters& record, SourceFilterState& state,
+                                  const hcml::ac::Bus& input, hcml::ac::Bus& output,
+                                  const FilterGainTables& tables,
+                                  const FilterStageSettings& settings) SLIB_NONBLOCKING;
 
 /// The same for a path of one channel.
-bool filterOne(const FilterParameters& record, SourceFilterState& state, const hcml::FloatTupleVector& input,
-               hcml::FloatTupleVector& output, const FilterGainTables& tables,
-               const FilterStageSettings& settings) SLIB_NONBLOCKING;
+[[nodiscard]] bool filterOne(const FilterParameters& record, SourceFilterState& state,
+                             const hcml::FloatTupleVector& input, hcml::FloatTupleVector& output,
+                             const FilterGainTables& tables,
+                             const FilterStageSettings& settings) SLIB_NONBLOCKING;
 
 /// filterOne, but a path that from waiting.head on has nothing to run but a first-order high section at gains
 /// that are constant leaves that to `waiting`: `output` is complete after waiting.Run(). Until then it must
 /// stay where it is; `input` may change at once.
-bool FilterOneLater(const FilterParameters& record, SourceFilterState& state,
-                    const hcml::FloatTupleVector& input, hcml::FloatTupleVector& output,
-                    const FilterGainTables& tables, const FilterStageSettings& settings,
-                    SectionBatch& waiting) SLIB_NONBLOCKING;
+[[nodiscard]] bool FilterOneLater(const FilterParameters& record, SourceFilterState& state,
+                                  const hcml::FloatTupleVector& input, hcml::FloatTupleVector& output,
+                                  const FilterGainTables& tables, const FilterStageSettings& settings,
+                                  SectionBatch& waiting) SLIB_NONBLOCKING;
 
 /// The same in place.
-inline bool FilterOneLater(const FilterParameters& record, SourceFilterState& state,
-                           hcml::FloatTupleVector& samples, const FilterGainTables& tables,
-                           const FilterStageSettings& settings, SectionBatch& waiting) SLIB_NONBLOCKING {
+[[nodiscard]] inline bool FilterOneLater(const FilterParameters& record, SourceFilterState& state,
+                                         hcml::FloatTupleVector& samples, const FilterGainTables& tables,
+                                         const FilterStageSettings& settings,
+                                         SectionBatch& waiting) SLIB_NONBLOCKING {
     return FilterOneLater(record, state, samples, samples, tables, settings, waiting);
 }
 

@@ -13,7 +13,7 @@ namespace goal::fx {
 
 /// A new State from the arguments of its constructor. Throws slib::OutOfMemoryException.
 template <typename State, typename... Arguments>
-std::unique_ptr<EffectProcessorState> MakeState(Arguments&&... arguments) {
+[[nodiscard]] std::unique_ptr<EffectProcessorState> MakeState(Arguments&&... arguments) {
     try {
         return std::make_unique<State>(std::forward<Arguments>(arguments)...);
     } catch (const std::bad_alloc&) {

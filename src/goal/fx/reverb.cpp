@@ -191,8 +191,7 @@ void ReverbState_v2::FadeLate(const LateGains& from, const LateGains& to, std::u
         }
 }
 
-// The gains slew, but other references would step: the output fades from the filter with the old ones. True:
-// the output is silent.
+// The gains slew, but other references would step: the output fades from the filter with the old ones.
 bool ReverbState_v2::Filter(float slotGain) {
     outputFilter.gain = parameters.gain;
     outputFilter.gainHF = parameters.gainHF;
@@ -208,15 +207,18 @@ bool ReverbState_v2::FilterAnew(const FilterStageSettings& settings) {
     for (std::uint32_t c = 0; c < 4; ++c)
         std::copy_n(output.channels[c], glideFrames, fading.channels[c]);
     SourceFilterState oldState = outputFilterState;
-    filterChannels(outputFilter, oldState, fading, fading, previousTables, settings);
-    if (filterChannels(outputFilter, outputFilterState, output, output, filterTables, settings)) return true;
+    const bool wasSilent = filterChannels(outputFilter, oldState, fading, fading, previousTables, settings);
+    const bool isSilent =
+        filterChannels(outputFilter, outputFilterState, output, output, filterTables, settings);
+    if (wasSilent || isSilent) return true;  // the gains are the same: both or neither
     for (std::uint32_t c = 0; c < 4; ++c)
         FadeFrom(fading.channels[c], output.channels[c], glideFrames);
     return false;
 }
 
 void ReverbState_v2::AddFiltered(const EffectProcessArgs& args) {
-    if (Filter(args.slotGain)) return;
+    const bool isSilent = Filter(args.slotGain);
+    if (isSilent) return;
     for (std::uint32_t c = 0; c < 4; ++c)
         hcml::MultiplyAddRow(args.output[c], output.channels[c], 1, output.vectors);
 }

@@ -63,8 +63,9 @@ private:
     LateGains LateGainsNow() const;
     void MixLate();
     void FadeLate(const LateGains& from, const LateGains& to, std::uint32_t count);
-    bool Filter(float slotGain);
-    bool FilterAnew(const FilterStageSettings& settings);
+    // Both say whether the output is silent.
+    [[nodiscard]] bool Filter(float slotGain);
+    [[nodiscard]] bool FilterAnew(const FilterStageSettings& settings);
     void AddFiltered(const EffectProcessArgs& args);
 
     const float sampleRate;  // Hz

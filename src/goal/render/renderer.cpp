@@ -121,7 +121,9 @@ void Renderer::RenderMonoSource(Source& source, SourceRendererState& state, cons
     sends.SendMono(source, state, snapshot, geometry, row, scale);
     const FilterStageSettings path{
         .gainFactor = geometry.gain, .hfFactor = geometry.gainHF, .defaultOrder = defaultFilterOrder};
-    if (FilterOneLater(source.directFilter, state.direct, row, *filterTables, path, batch.Waiting()))
+    const bool isSilent =
+        FilterOneLater(source.directFilter, state.direct, row, *filterTables, path, batch.Waiting());
+    if (isSilent)
         state.direct.coefficientsValid = false;
     else
         AddMono(state, geometry, scale, spatial);

@@ -73,8 +73,8 @@ inline constexpr float largestPitch = 65536;
 /// weights within ± largestGain, HF gains 0 to 1, the pitch at most largestPitch. A source of which the
 /// geometry (or, for one of several channels, gain and pitch) fails is silent for the block, sends and all,
 /// and its position holds; a send that fails contributes nothing.
-bool IsFinite(const SourceGeometry& geometry) SLIB_NONBLOCKING;
-bool IsFinite(const SendGains& gains) SLIB_NONBLOCKING;
-bool IsFinite(float gain, float pitch) SLIB_NONBLOCKING;
+[[nodiscard]] bool IsFinite(const SourceGeometry& geometry) SLIB_NONBLOCKING;
+[[nodiscard]] bool IsFinite(const SendGains& gains) SLIB_NONBLOCKING;
+[[nodiscard]] bool IsFinite(float gain, float pitch) SLIB_NONBLOCKING;
 
 }  // namespace goal

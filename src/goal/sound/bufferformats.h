@@ -33,6 +33,6 @@ struct BufferFormat {
 };
 
 /// The format of an AL token, or null when it is none of ours. The record is static.
-const BufferFormat* FindBufferFormat(std::int32_t id);
+[[nodiscard]] const BufferFormat* FindBufferFormat(std::int32_t id);
 
 }  // namespace goal

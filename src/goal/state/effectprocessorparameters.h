@@ -34,13 +34,14 @@ public:
     virtual ~EffectProcessorParameters() = default;
 
     virtual void getName(std::string& name) const = 0;
-    virtual std::unique_ptr<EffectProcessorParameters> clone() const = 0;
+    [[nodiscard]] virtual std::unique_ptr<EffectProcessorParameters> clone() const = 0;
     /// Takes over all fields of `other`. Throws slib::BadParameterException when that is of another class.
     virtual void assign(const EffectProcessorParameters& other) = 0;
 
     /// A running effect of this type, with clean memory. Called on the server's thread. Throws
     /// slib::OutOfMemoryException.
-    virtual std::unique_ptr<EffectProcessorState> createState(const RenderContext& context) const = 0;
+    [[nodiscard]] virtual std::unique_ptr<EffectProcessorState> createState(
+        const RenderContext& context) const = 0;
 
     virtual bool setParameteri(std::int32_t parameter, std::int32_t value);
     /// Takes the first value.

@@ -22,7 +22,7 @@ public:
         if (index / 64 < words.size) words[index / 64] &= ~Bit(index);
     }
 
-    bool Contains(std::uint32_t index) const {
+    [[nodiscard]] bool Contains(std::uint32_t index) const {
         return index / 64 < words.size && (words[index / 64] & Bit(index)) != 0;
     }
 

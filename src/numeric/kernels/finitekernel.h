@@ -11,6 +11,6 @@ namespace hcml {
 
 /// True when none of `frames` samples is infinite or not a number. Denormal samples pass. Quickest on whole
 /// groups of four samples; any alignment will do.
-bool IsFiniteRow(const float* row, std::uint32_t frames) SLIB_NONBLOCKING;
+[[nodiscard]] bool IsFiniteRow(const float* row, std::uint32_t frames) SLIB_NONBLOCKING;
 
 }  // namespace hcml

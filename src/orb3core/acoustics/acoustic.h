@@ -34,10 +34,10 @@ public:
     virtual ~Acoustic() = default;
 
     /// A new node that the factory reads back as an equal object.
-    virtual std::unique_ptr<slib::SXMLNode> createNode() const = 0;
+    [[nodiscard]] virtual std::unique_ptr<slib::SXMLNode> createNode() const = 0;
 
     /// A deep copy.
-    virtual std::unique_ptr<Acoustic> clone() const = 0;
+    [[nodiscard]] virtual std::unique_ptr<Acoustic> clone() const = 0;
 
     /// The name to show.
     virtual std::string getLabel() const = 0;

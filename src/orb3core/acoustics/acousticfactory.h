@@ -14,7 +14,7 @@ public:
     virtual ~AcousticFactory() = default;
 
     /// A new object for `node`. Throws what the object's reading throws.
-    virtual std::unique_ptr<Acoustic> createAcoustic(const slib::SXMLNode& node) const = 0;
+    [[nodiscard]] virtual std::unique_ptr<Acoustic> createAcoustic(const slib::SXMLNode& node) const = 0;
 };
 
 /// Knows "AcousticEnvironment", "FSAScheme" and "NullAcoustic"; throws slib::BadStateException for any other

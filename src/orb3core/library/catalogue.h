@@ -57,10 +57,10 @@ struct Catalogue {
     hcml::GenericVector<ConversionData<Stored>, 0> conversions;
 
     /// The position of the first record with this key, if there is one.
-    std::optional<std::uint32_t> FindFormat(std::string_view key) const;
-    std::optional<std::uint32_t> FindFormat(std::int32_t quillFormat) const;
-    std::optional<std::uint32_t> FindMethod(std::string_view key) const;
-    std::optional<std::uint32_t> FindConversion(const ConversionTag& key) const;
+    [[nodiscard]] std::optional<std::uint32_t> FindFormat(std::string_view key) const;
+    [[nodiscard]] std::optional<std::uint32_t> FindFormat(std::int32_t quillFormat) const;
+    [[nodiscard]] std::optional<std::uint32_t> FindMethod(std::string_view key) const;
+    [[nodiscard]] std::optional<std::uint32_t> FindConversion(const ConversionTag& key) const;
 
     /// Fills the record from a node with this label. On a failure, a slib::BadDataException,
     /// slib::BadStateException or what `factory` throws, it stays as it was.
@@ -68,7 +68,8 @@ struct Catalogue {
 
     /// A new node with this label: formats, methods, conversions, in the order of the lists, with their
     /// transforms by ascending rate; without generated ones unless `withGenerated`.
-    std::unique_ptr<slib::SXMLNode> CreateNode(std::string_view label, bool withGenerated = true) const;
+    [[nodiscard]] std::unique_ptr<slib::SXMLNode> CreateNode(std::string_view label,
+                                                             bool withGenerated = true) const;
 };
 
 extern template struct Catalogue<FiledTransform>;

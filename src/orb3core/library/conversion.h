@@ -48,7 +48,7 @@ struct Conversion : ConversionTag {
     void Read(const slib::SXMLNode& node);
 
     /// A new node labelled "Conversion", without transforms.
-    std::unique_ptr<slib::SXMLNode> CreateNode() const;
+    [[nodiscard]] std::unique_ptr<slib::SXMLNode> CreateNode() const;
 
     /// Throws slib::BadDataException unless formats and method are named and the links of a chain lead from
     /// the one format to the other.

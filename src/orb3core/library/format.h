@@ -32,7 +32,7 @@ struct Format {
     void Read(const slib::SXMLNode& node, const aspace::AcousticFactory& factory);
 
     /// A new node labelled "Format".
-    std::unique_ptr<slib::SXMLNode> CreateNode() const;
+    [[nodiscard]] std::unique_ptr<slib::SXMLNode> CreateNode() const;
 };
 
 }  // namespace orb3::fl

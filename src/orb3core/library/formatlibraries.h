@@ -19,12 +19,12 @@ namespace orb3::fl {
 /// destroyed. One in a single file keeps its cache in the same folder, or, where that can't be written to,
 /// among the user's caches. `factory` and `log`, which may be null, are borrowed and outlive the library.
 /// Throws slib::BadParameterException for another extension, and what the library's reading throws.
-std::unique_ptr<FormatRegistrar> createLibrarian(const std::string& path,
-                                                 const aspace::AcousticFactory& factory, slib::Log* log,
-                                                 bool saveOnDestroy);
+[[nodiscard]] std::unique_ptr<FormatRegistrar> createLibrarian(const std::string& path,
+                                                               const aspace::AcousticFactory& factory,
+                                                               slib::Log* log, bool saveOnDestroy);
 
 /// The same, with all that can be made from what is stored. With `readOnly` nothing that was made is stored.
-slib::SmartPtr<ProcessingFormatLibrarian, slib::ThreadsafeCounter> openFormatLibrary(
+[[nodiscard]] slib::SmartPtr<ProcessingFormatLibrarian, slib::ThreadsafeCounter> openFormatLibrary(
     const std::string& path, const aspace::AcousticFactory& factory, slib::Log* log, bool readOnly,
     bool saveOnDestroy);
 

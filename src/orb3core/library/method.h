@@ -21,7 +21,7 @@ struct Method {
     void Read(const slib::SXMLNode& node);
 
     /// A new node labelled "Method".
-    std::unique_ptr<slib::SXMLNode> CreateNode() const;
+    [[nodiscard]] std::unique_ptr<slib::SXMLNode> CreateNode() const;
 };
 
 }  // namespace orb3::fl

@@ -80,7 +80,8 @@ private:
     int FindBaseRate(std::uint32_t index) const;
 
     template <typename T>
-    bool ReadStored(std::uint32_t index, int rate, strans::TimeDomainTransform<T, 1>& transform) const;
+    [[nodiscard]] bool ReadStored(std::uint32_t index, int rate,
+                                  strans::TimeDomainTransform<T, 1>& transform) const;
     Transform Provide(std::uint32_t index, Request& request) const;
     const Transform& ProvideLink(const ConversionTag& link, Request& request) const;
     Transform Generate(std::uint32_t index, Request& request) const;

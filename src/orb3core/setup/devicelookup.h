@@ -26,6 +26,7 @@ std::vector<std::string> PlaybackChannelNames(audiopipe::Device& device);
 
 /// The index of the name that is exactly `wanted`, else of one that it matches by NamesMatch; the last where
 /// there are several.
-std::optional<std::uint32_t> FindChannel(const std::vector<std::string>& names, const std::string& wanted);
+[[nodiscard]] std::optional<std::uint32_t> FindChannel(const std::vector<std::string>& names,
+                                                       const std::string& wanted);
 
 }  // namespace orb3

@@ -20,8 +20,8 @@ Configuration::LayoutPtr FindSelectedLayout(const Configuration& configuration);
 /// The layouts that are stored come first, a new one is appended when none fits. It does nothing when
 /// automatic selection is off, or the layout in force fits. With `force`, the recovery, it always selects,
 /// and connects what it selects to the default device. Throws what ConfigureLayout throws.
-bool SelectLayout(const Frameworks& frameworks, const fl::FormatLibrarian& librarian,
-                  Configuration& configuration, slib::Log* log, bool force);
+[[nodiscard]] bool SelectLayout(const Frameworks& frameworks, const fl::FormatLibrarian& librarian,
+                                Configuration& configuration, slib::Log* log, bool force);
 
 /// Makes `layout` one of the format with this name: its speakers as the library has them, the best method
 /// that decodes for it, all gains 1, and its channels connected one by one to those of `device`, or to

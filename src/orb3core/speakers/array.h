@@ -29,7 +29,7 @@ struct Channel {
     void Read(const slib::SXMLNode& node);
 
     /// A new node labelled "Channel".
-    std::unique_ptr<slib::SXMLNode> CreateNode() const;
+    [[nodiscard]] std::unique_ptr<slib::SXMLNode> CreateNode() const;
 };
 
 struct Array {
@@ -45,7 +45,7 @@ struct Array {
     void Read(const slib::SXMLNode& node);
 
     /// A new node labelled "Array".
-    std::unique_ptr<slib::SXMLNode> CreateNode() const;
+    [[nodiscard]] std::unique_ptr<slib::SXMLNode> CreateNode() const;
 };
 
 /// All arrays by name. "Mono", "Front", "Stereo", "5.1", "6.1", "7.1", "Quad" and "Rear" must be there with
@@ -61,7 +61,7 @@ struct ArraySet {
     void Read(const slib::SXMLNode& node);
 
     /// A new node labelled "ArraySet".
-    std::unique_ptr<slib::SXMLNode> CreateNode() const;
+    [[nodiscard]] std::unique_ptr<slib::SXMLNode> CreateNode() const;
 
     /// Replaces the set by the eight default arrays.
     void Reset();

@@ -28,7 +28,7 @@ struct Layout : SpeakerSet {
     void Read(const slib::SXMLNode& node);
 
     /// A new node labelled "Layout".
-    std::unique_ptr<slib::SXMLNode> CreateNode() const;
+    [[nodiscard]] std::unique_ptr<slib::SXMLNode> CreateNode() const;
 };
 
 }  // namespace orb3::spk

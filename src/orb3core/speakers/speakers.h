@@ -55,7 +55,7 @@ struct Speaker {
     void Read(const slib::SXMLNode& node);
 
     /// A new node labelled "Speaker".
-    std::unique_ptr<slib::SXMLNode> CreateNode() const;
+    [[nodiscard]] std::unique_ptr<slib::SXMLNode> CreateNode() const;
 
     /// Throws slib::BadDataException unless bass roles and sub-woofers come together.
     void Validate() const;
@@ -74,7 +74,7 @@ struct SpeakerSet {
     void Read(const slib::SXMLNode& node, bool checkLabel);
 
     /// A new node labelled "SpeakerSet"; the caller may relabel it.
-    std::unique_ptr<slib::SXMLNode> CreateNode() const;
+    [[nodiscard]] std::unique_ptr<slib::SXMLNode> CreateNode() const;
 };
 
 /// One output of a layout.
@@ -89,7 +89,7 @@ struct Channel {
     void Read(const slib::SXMLNode& node);
 
     /// A new node labelled "Channel".
-    std::unique_ptr<slib::SXMLNode> CreateNode() const;
+    [[nodiscard]] std::unique_ptr<slib::SXMLNode> CreateNode() const;
 };
 
 }  // namespace orb3::spk

@@ -106,7 +106,9 @@ void ConfigStore::Update(const std::function<void(OpenStore&)>& change) const {
     if (!content) return;
     MemoryStore store(*content);
     change(store);
-    if (const std::optional<std::string> text = store.Text()) platform::ReplaceStoreFile(file, *text);
+    // A file that can't be written stays as it was, and its readers with it.
+    if (const std::optional<std::string> text = store.Text())
+        static_cast<void>(platform::ReplaceStoreFile(file, *text));
 }
 
 void CloseStores() {

@@ -34,7 +34,7 @@ public:
 
     /// Buffers `count` bytes, at most `capacity`; false, with those that there are, when the stream ends
     /// before or fails.
-    bool Fetch(std::size_t count);
+    [[nodiscard]] bool Fetch(std::size_t count);
 
     /// Bytes from `next` to the end of the stream; 0 for a stream that can't tell.
     std::uint64_t Remaining() const { return AtHand() + ahead; }
