@@ -7,7 +7,6 @@
 #include <array>
 #include <cstddef>
 #include <optional>
-#include <source_location>
 #include <string>
 #include <string_view>
 
@@ -25,8 +24,8 @@ struct EnumTexts {
     [[nodiscard]] constexpr bool Has(Enum value) const { return static_cast<std::size_t>(value) < count; }
 
     /// A value outside the enumeration is an integrity failure, at the caller's line.
-    [[nodiscard]] std::string TextOf(
-        Enum value, const std::source_location& where = std::source_location::current()) const {
+    [[nodiscard]] std::string TextOf(Enum value,
+                                     const SourceLocation& where = SourceLocation::Current()) const {
         if (!Has(value)) ThrowUnreachable(where);
         return std::string(texts[static_cast<std::size_t>(value)]);
     }
