@@ -13,8 +13,8 @@
 //     - nothing is logged, no file is touched, no name is looked up, no thread is started;
 //     - an exception is a failure that costs the block, never a way to answer.
 //
-// The tests that count allocations go through all marked functions; tests/support/allocationcounter.h lists
-// which test goes through which.
+// Tests count the allocations of these functions; tests/support/allocationcounter.h lists which test goes
+// through which.
 
 #ifdef __has_cpp_attribute
 #if __has_cpp_attribute(clang::nonblocking)

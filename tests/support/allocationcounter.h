@@ -1,17 +1,16 @@
 #pragma once
 
 // Counts the allocations of a thread, for a program that links allocationcounter.cpp: it replaces operator
-// new. The tests that use it go through all functions that are marked SLIB_NONBLOCKING (slib/realtime.h):
+// new. Which test goes through which of the functions that are marked SLIB_NONBLOCKING (slib/realtime.h):
 //
-//     goal/render  Renderer.ASteadyScene_AllocatesNothing           copy, renderBlock, merge: every effect
-//     and kind of
-//                                                                   source, each converter, and the kernels
-//                                                                   of them
-//     goal/fx      AllEffects.AtEveryCorner_..., Reverb             every effect's process while its
-//     parameters move orb3core/    PartitionedTransformer.BlocksThatDoNotFit_...    process, the transforms
-//     and spectrum kernels
-//       decoder    BothForms.SteadyBlocks_AllocateNothing           writeBus with feeds, delay lines, limiter
-//     pipe         AdaptivePipe.Write_WaitsForWhatABlockLacks_...   Write, the adaptive buffering
+//     Renderer.ASteadyScene_...          CopyToSnapshot, renderBlock with every effect, kind of source and
+//                                        converter, MergeProgress, and the kernels below these
+//     AllEffects.AtAllLimits_...         each effect's process while its parameters move
+//     PartitionedTransformer.Blocks...   process, the Fourier and spectrum kernels
+//     BothForms.SteadyBlocks_...         writeBus with feeds, the delay lines, the limiter
+//     AdaptivePipe.Write_...             Write, the adaptive buffering
+//
+// writeInterleaved, the form of writeBus that the renderer doesn't use, has none.
 
 #include <cstddef>
 
