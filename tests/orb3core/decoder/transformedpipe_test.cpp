@@ -42,8 +42,9 @@ struct Setting {
 
 struct Rig {
     explicit Rig(const Setting& setting) : test(new TestPipe(setting.length)), pipe(test) {
-        decoder = orb3::createTransformedPipe(Copying(setting.width, setting.latency), &log, pipe,
-                                              setting.isParallel ? orb3::DecoderMode::Parallel : orb3::DecoderMode::Serial);
+        decoder = orb3::createTransformedPipe(
+            Copying(setting.width, setting.latency), &log, pipe,
+            setting.isParallel ? orb3::DecoderMode::Parallel : orb3::DecoderMode::Serial);
         bus.resize(decoder->blockFrames, 2);
     }
     TestPipe* const test;
