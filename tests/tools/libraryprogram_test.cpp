@@ -80,7 +80,7 @@ TEST_F(LibraryProgram, Pack_GivesTheSameLibraryInAnyForm) {
     EXPECT_LT(fs::file_size(folder.path / "short.pfl"), fs::file_size(folder.path / "whole.pfl") / 2);
     std::ofstream(folder.path / "room.txt") << "name: Attic\nA: azimuth 1\n";
     ExpectOutcome(Library({"layout", "short.pfl", "room.txt"}), failed,
-                  "'tessarune-library pack short.pfl FOLDER/NAME.afl' makes one that can.");
+                  "'tessarune-library pack short.pfl FOLDER/NAME.afl' makes one.");
 }
 
 TEST_F(LibraryProgram, Layout_AddsARoomThatCanBeDrawnAndABadOneChangesNothing) {
@@ -120,11 +120,11 @@ TEST_F(LibraryProgram, AMistake_IsExplainedAndTouchesNothing) {
         {{"build", "new/a.afl", "--rates", "22050"}, wrongUse, "--rates"},
         {{"build", "new/a.afl", "--sofa", "no.sofa"}, wrongUse, "no.sofa"},
         {{"show", "no.afl"}, failed, "There is no library 'no.afl'. 'tessarune-library build no.afl'"},
-        {{"check", "lib"}, failed, "'lib' is no library: name its .afl, .dfl or .pfl file."},
-        {{"pack", library, "a.zip"}, failed, "'a.zip' has to end in .dfl, .afl or .pfl."},
-        {{"pack", library, "new/a.dfl", "--bits", "8"}, failed, "--bits is for libraries in one file"},
+        {{"check", "lib"}, failed, "A library must be an .afl, .dfl or .pfl file, not 'lib'."},
+        {{"pack", library, "a.zip"}, failed, "OUT must end in .dfl, .afl or .pfl, not be 'a.zip'."},
+        {{"pack", library, "new/a.dfl", "--bits", "8"}, failed, "With --bits OUT must end in .pfl."},
         {{"pack", library, "a.pfl", "--bits", "7"}, wrongUse, "--bits"},
-        {{"pack", library, library}, failed, "A library can't be packed into itself."},
+        {{"pack", library, library}, failed, "OUT must be another file than PATH."},
         {{"layout", library, "no.txt"}, wrongUse, "no.txt"},
         {{"plot", library, "--out", "new", "--layout", "Cinema"}, failed, "The library has no such decoder."},
         {{"plot", library, "--out", "new", "--order", "5"}, wrongUse, "--order"}};
