@@ -14,6 +14,7 @@
 namespace {
 
 using goal::Access;
+using goal::DistanceModel;
 using goal::GlobalParameters;
 using goal::Process;
 using goal::SuspendedState;
