@@ -1,124 +1,224 @@
 #include "numeric/dft.h"
 
-#include <fftw3.h>
-
 #include <algorithm>
+#include <array>
 #include <bit>
-#include <type_traits>
+#include <cmath>
+#include <cstddef>
+#include <numbers>
+#include <utility>
 
 #include "slib/exception.h"
-#include "slib/mutex.h"
-#include "slib/nodestroy.h"
 
 namespace hcml {
 namespace {
 
-// What the transform library has for one precision.
-template <typename T>
-constexpr auto Of(auto ofFloat, auto ofDouble) {
-    if constexpr (std::is_same_v<T, float>)
-        return ofFloat;
-    else
-        return ofDouble;
-}
+constexpr std::uint32_t greatestSize = 1U << 30;
 
+// Gives rows out of one block: each at a multiple of 128 bytes, and no two of a power-of-two length a
+// multiple of 2 KiB apart. Without a block it only counts.
 template <typename T>
-struct Library {
-    static constexpr auto Malloc = Of<T>(fftwf_malloc, fftw_malloc);
-    static constexpr auto Free = Of<T>(fftwf_free, fftw_free);
-    static constexpr auto Execute = Of<T>(fftwf_execute, fftw_execute);
-    static constexpr auto DestroyPlan = Of<T>(fftwf_destroy_plan, fftw_destroy_plan);
-    static constexpr auto CleanUp = Of<T>(fftwf_cleanup, fftw_cleanup);
-    static constexpr auto PlanForward = Of<T>(fftwf_plan_dft_r2c_1d, fftw_plan_dft_r2c_1d);
-    static constexpr auto PlanInverse = Of<T>(fftwf_plan_dft_c2r_1d, fftw_plan_dft_c2r_1d);
-    using Complex = std::conditional_t<std::is_same_v<T, float>, fftwf_complex, fftw_complex>;
+class Rows {
+public:
+    explicit Rows(float* block) : block(block) {}
+
+    T* Take(std::uint64_t count) {
+        constexpr std::uint64_t line = blockAlignment / sizeof(T);
+        T* const row = block == nullptr ? nullptr : reinterpret_cast<T*>(block) + taken;
+        taken += (count + line - 1) / line * line + line;
+        return row;
+    }
+    std::uint64_t Floats() const { return taken * (sizeof(T) / sizeof(float)); }
+
+private:
+    float* const block;
+    std::uint64_t taken = 0;
 };
 
-constexpr std::uint32_t greatestSize = 1u << 30;  // what the planner's int can tell
+// ---- Sizes below what the kernel takes, from 2 to 16, unrolled: the even and the odd values each by half
+// the size ----
 
-// Planning isn't safe from two threads at once. There is one lock for each precision; it outlives every other
-// object of the process, for one of those may own a transform.
-template <typename T>
-slib::Mutex& PlanningLock() {
-    static slib::NoDestroy<slib::Mutex> mutex;
-    return *mutex;
+// Calls `body` with the constants from 0 to n - 1.
+template <std::size_t n, class Body>
+void Unrolled(Body body) {
+    [&]<std::size_t... i>(std::index_sequence<i...>) {
+        (body(std::integral_constant<std::size_t, i>()), ...);
+    }
+    (std::make_index_sequence<n>());
 }
 
+// The bins of a real signal of n values. Those of the first and the last bin are real.
+template <typename T, std::size_t n>
+struct SmallBins {
+    std::array<T, n / 2 + 1> re, im;
+};
+
 template <typename T>
-void ReleasePlans() {
-    const slib::Lock lock(PlanningLock<T>());
-    Library<T>::CleanUp();
+struct SmallComplex {
+    T re, im;
+};
+
+// v * exp(-2 pi i k / n), for n up to 16 and k below n / 4. At an eighth of a turn one rounding less than by
+// products.
+template <std::size_t k, std::size_t n, typename T>
+SmallComplex<T> Turned(SmallComplex<T> v) {
+    constexpr std::array<T, 4> cosines{1, T(0.92387953251128675613L), std::numbers::sqrt2_v<T> / 2,
+                                       T(0.38268343236508977173L)};
+    constexpr T c = cosines[k * (16 / n)], s = cosines[4 - k * (16 / n)];
+    if constexpr (8 * k == n)
+        return {c * (v.re + v.im), c * (v.im - v.re)};
+    else
+        return {v.re * c + v.im * s, v.im * c - v.re * s};
 }
 
-template <typename Value>
-Value* Checked(void* block) {
-    if (block == nullptr) throw slib::OutOfMemoryException();
-    return static_cast<Value*>(block);
+template <typename T, std::size_t n>
+SmallBins<T, n> SmallForward(const T* x, std::size_t stride) {
+    SmallBins<T, n> bins;
+    if constexpr (n == 2) {
+        bins.re = {x[0] + x[stride], x[0] - x[stride]};
+    } else {
+        const SmallBins<T, n / 2> even = SmallForward<T, n / 2>(x, 2 * stride);
+        const SmallBins<T, n / 2> odd = SmallForward<T, n / 2>(x + stride, 2 * stride);
+        bins.re[0] = even.re[0] + odd.re[0];
+        bins.re[n / 2] = even.re[0] - odd.re[0];
+        bins.re[n / 4] = even.re[n / 4];
+        bins.im[n / 4] = -odd.re[n / 4];
+        Unrolled<n / 4 - 1>([&](auto i) {
+            constexpr std::size_t k = i + 1;
+            const auto [re, im] = Turned<k, n>(SmallComplex<T>{odd.re[k], odd.im[k]});
+            bins.re[k] = even.re[k] + re;
+            bins.im[k] = even.im[k] + im;
+            bins.re[n / 2 - k] = even.re[k] - re;
+            bins.im[n / 2 - k] = im - even.im[k];
+        });
+    }
+    return bins;
+}
+
+// The steps of SmallForward from the last to the first.
+template <typename T, std::size_t n>
+void SmallInverse(const SmallBins<T, n>& bins, T* x, std::size_t stride) {
+    if constexpr (n == 2) {
+        x[0] = bins.re[0] + bins.re[1];
+        x[stride] = bins.re[0] - bins.re[1];
+    } else {
+        SmallBins<T, n / 2> even, odd;
+        even.re[0] = bins.re[0] + bins.re[n / 2];
+        odd.re[0] = bins.re[0] - bins.re[n / 2];
+        even.re[n / 4] = 2 * bins.re[n / 4];
+        odd.re[n / 4] = -2 * bins.im[n / 4];
+        Unrolled<n / 4 - 1>([&](auto i) {
+            constexpr std::size_t k = i + 1;
+            const T re = bins.re[k] - bins.re[n / 2 - k], im = bins.im[k] + bins.im[n / 2 - k];
+            even.re[k] = bins.re[k] + bins.re[n / 2 - k];
+            even.im[k] = bins.im[k] - bins.im[n / 2 - k];
+            // The other way round: the conjugate of what is turned as a conjugate.
+            const auto turned = Turned<k, n>(SmallComplex<T>{re, -im});
+            odd.re[k] = turned.re;
+            odd.im[k] = -turned.im;
+        });
+        SmallInverse<T, n / 2>(even, x, 2 * stride);
+        SmallInverse<T, n / 2>(odd, x + stride, 2 * stride);
+    }
+}
+
+template <typename T, std::size_t n>
+void RunSmallForward(const T* time, std::complex<T>* bins) {
+    const SmallBins<T, n> result = SmallForward<T, n>(time, 1);
+    bins[0] = result.re[0];
+    bins[n / 2] = result.re[n / 2];
+    Unrolled<n / 2 - 1>([&](auto k) { bins[k + 1] = {result.re[k + 1], result.im[k + 1]}; });
+}
+
+template <typename T, std::size_t n>
+void RunSmallInverse(const std::complex<T>* bins, T* time) {
+    SmallBins<T, n> given;
+    Unrolled<n / 2 + 1>([&](auto k) {
+        given.re[k] = bins[k].real();
+        given.im[k] = bins[k].imag();
+    });
+    SmallInverse<T, n>(given, time, 1);
 }
 
 }  // namespace
 
 template <typename T>
-DFT<T>::~DFT() {
-    if (size == 0) return;
-    const slib::Lock lock(PlanningLock<T>());
-    Free();
-}
-
-template <typename T>
 void DFT<T>::setSize(std::uint32_t n) {
-    if (n == 0) throw slib::BadParameterException("A DFT size may not be zero.");
     if (n == size) return;
+    if (n == 0) throw slib::BadParameterException("A DFT size may not be zero.");
     if (!std::has_single_bit(n)) throw slib::BadParameterException("DFT size must be a power of two.");
-    const slib::Lock lock(PlanningLock<T>());
-    Free();
-    try {
-        Allocate(n);
-    } catch (...) {
-        Free();
-        throw;
-    }
+    size = 0;
+    timeBuffer = nullptr;
+    frequencyBuffer = nullptr;
+    inverseScale = 0;
+    memory.reset();
+    if (n > greatestSize) throw slib::IntegrityFailureException("Failed to initialise FFTW.");
+    Allocate(n);
 }
 
-// The planning lock is held.
 template <typename T>
 void DFT<T>::Allocate(std::uint32_t n) {
-    using Complex = typename Library<T>::Complex;
-    if (n > greatestSize) throw slib::IntegrityFailureException("Failed to initialise FFTW.");
-    const int length = static_cast<int>(n);
-    timeBuffer = Checked<T>(Library<T>::Malloc(sizeof(T) * n));
-    frequencyBuffer = Checked<std::complex<T>>(Library<T>::Malloc(sizeof(std::complex<T>) * (n / 2 + 1)));
-    auto* bins = reinterpret_cast<Complex*>(frequencyBuffer);
-    forwardPlan = Library<T>::PlanForward(length, timeBuffer, bins, FFTW_ESTIMATE);
-    inversePlan = Library<T>::PlanInverse(length, bins, timeBuffer, FFTW_ESTIMATE);
-    if (forwardPlan == nullptr || inversePlan == nullptr)
-        throw slib::IntegrityFailureException("Failed to initialise FFTW.");
+    const bool hasKernel = n >= leastRealFourierSize;
+    const std::uint32_t factorCount = hasKernel ? RealFourierFactorCount(n) : 0;
+    T* factors = nullptr;
+    const auto lay = [&](Rows<T> rows) {
+        timeBuffer = rows.Take(n);
+        frequencyBuffer = reinterpret_cast<std::complex<T>*>(rows.Take(std::uint64_t{n} + 2));
+        if (!hasKernel) return rows.Floats();
+        factors = rows.Take(factorCount);
+        for (SplitComplexOf<T>* split : {&plan.one, &plan.other})
+            *split = {rows.Take(n / 2), rows.Take(n / 2)};
+        return rows.Floats();
+    };
+    memory = AllocateAlignedFloats(lay(Rows<T>(nullptr)));
+    lay(Rows<T>(memory.get()));
+    if (hasKernel) FillRealFourierFactors(n, factors);
+    plan.size = n;
+    plan.factors = factors;
+    plan.time = timeBuffer;
+    plan.bins = reinterpret_cast<T*>(frequencyBuffer);
     size = n;
     inverseScale = T{1} / static_cast<T>(n);
 }
 
-// The planning lock is held.
-template <typename T>
-void DFT<T>::Free() {
-    if (forwardPlan != nullptr) Library<T>::DestroyPlan(forwardPlan);
-    if (inversePlan != nullptr) Library<T>::DestroyPlan(inversePlan);
-    Library<T>::Free(timeBuffer);
-    Library<T>::Free(frequencyBuffer);
-    size = 0;
-    timeBuffer = nullptr;
-    frequencyBuffer = nullptr;
-    forwardPlan = inversePlan = nullptr;
-    inverseScale = 0;
-}
-
 template <typename T>
 void DFT<T>::ExecuteForward() {
-    Library<T>::Execute(forwardPlan);
+    if (size >= leastRealFourierSize) return TransformReal(plan);
+    switch (size) {
+        case 16:
+            return RunSmallForward<T, 16>(timeBuffer, frequencyBuffer);
+        case 8:
+            return RunSmallForward<T, 8>(timeBuffer, frequencyBuffer);
+        case 4:
+            return RunSmallForward<T, 4>(timeBuffer, frequencyBuffer);
+        case 2:
+            return RunSmallForward<T, 2>(timeBuffer, frequencyBuffer);
+        case 1:
+            frequencyBuffer[0] = timeBuffer[0];
+            return;
+        default:
+            return;
+    }
 }
 
 template <typename T>
 void DFT<T>::ExecuteInverse() {
-    Library<T>::Execute(inversePlan);
+    if (size >= leastRealFourierSize) return TransformBack(plan);
+    switch (size) {
+        case 16:
+            return RunSmallInverse<T, 16>(frequencyBuffer, timeBuffer);
+        case 8:
+            return RunSmallInverse<T, 8>(frequencyBuffer, timeBuffer);
+        case 4:
+            return RunSmallInverse<T, 4>(frequencyBuffer, timeBuffer);
+        case 2:
+            return RunSmallInverse<T, 2>(frequencyBuffer, timeBuffer);
+        case 1:
+            timeBuffer[0] = frequencyBuffer[0].real();
+            return;
+        default:
+            return;
+    }
 }
 
 template <typename T>
@@ -158,10 +258,5 @@ void DFT<T>::inverseSplit(const T* real, const T* imaginary, T* destination) {
 
 template class DFT<float>;
 template class DFT<double>;
-
-void ReleasePlanningMemory() {
-    ReleasePlans<float>();
-    ReleasePlans<double>();
-}
 
 }  // namespace hcml

@@ -59,14 +59,14 @@ TYPED_TEST(DFTs, ForwardIsTheUnscaledSum_AndInverseGivesTheSignalBack) {
 TYPED_TEST(DFTs, SetSize_RefusesWhatIsNoPowerOfTwo_AndKeepsThePlansOfTheSameSize) {
     DFT<TypeParam> dft;
     dft.setSize(8);
-    const auto plan = dft.forwardPlan;
+    const auto* const buffer = dft.timeBuffer;
     const auto failure = [&](std::uint32_t size) {
         return testing_support::Failure<slib::StringException>([&] { dft.setSize(size); });
     };
     EXPECT_EQ(failure(0), "A DFT size may not be zero.");
     EXPECT_EQ(failure(3), "DFT size must be a power of two.");
     EXPECT_EQ(failure(8), "");
-    EXPECT_EQ(dft.forwardPlan, plan);
+    EXPECT_EQ(dft.timeBuffer, buffer);
     EXPECT_EQ(failure(1u << 31), "Failed to initialise FFTW.");
     EXPECT_EQ(dft.size, 0u);
 }

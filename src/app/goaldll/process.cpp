@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include "numeric/dft.h"
 #include "orb3core/store/configstore.h"
 #include "slib/nodestroy.h"
 #include "slib/task.h"
@@ -80,7 +79,6 @@ void Process::ShutDown() {
     currentContext = nullptr;
     apiLock.Release();
     DestroyContext(*this, context);
-    hcml::ReleasePlanningMemory();
 
     const slib::Lock secondApiLock(engine.apiMutex);
     engine.device.bufferPool.Clear();
