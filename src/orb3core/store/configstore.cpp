@@ -1,10 +1,6 @@
 #include "orb3core/store/configstore.h"
 
-#include <wx/fileconf.h>
-#include <wx/mstream.h>
-
 #include <filesystem>
-#include <memory>
 #include <optional>
 #include <utility>
 
@@ -26,47 +22,18 @@ slib::Mutex& StoreMutex() {
 
 bool areStoresClosed SLIB_GUARDED_BY(StoreMutex()) = false;
 
-wxString ToWx(const std::string& text) {
-    const std::string repaired = RepairUtf8(text);
-    return wxString::FromUTF8(repaired.data(), repaired.size());
-}
-
-std::string FromWx(const wxString& text) {
-    const wxScopedCharBuffer bytes = text.utf8_str();
-    return {bytes.data(), bytes.length()};
-}
-
-// A store in memory. It is made from a stream, which works in a process with or without a wx application of
-// its own and on any thread, and leaves opening, locking and replacing the file to the caller.
+// A store in memory, for a change.
 class MemoryStore : public OpenStore {
 public:
-    explicit MemoryStore(const std::string& content) {
-        const std::string text = RepairStoreText(content);
-        wxMemoryInputStream stream(text.data(), text.size());
-        config = std::make_unique<wxFileConfig>(stream, wxConvUTF8);
-        config->SetExpandEnvVars(false);
-    }
+    explicit MemoryStore(StoreText& text) : text(text) {}
 
     std::string Read(const std::string& key, const std::string& defaultValue) const override {
-        wxString value;
-        return config->Read(ToWx(key), &value) ? FromWx(value) : defaultValue;
+        return text.Read(key, defaultValue);
     }
-
-    void Write(const std::string& key, const std::string& value) override {
-        config->Write(ToWx(key), ToWx(value));
-    }
-
-    // What belongs into the file; nothing when that couldn't be made, whole.
-    std::optional<std::string> Text() const {
-        wxMemoryOutputStream stream;
-        if (!config->Save(stream, wxConvUTF8)) return std::nullopt;
-        std::string text(stream.GetSize(), '\0');
-        stream.CopyTo(text.data(), text.size());
-        return text;
-    }
+    void Write(const std::string& key, const std::string& value) override { text.Write(key, value); }
 
 private:
-    std::unique_ptr<wxFileConfig> config;
+    StoreText& text;
 };
 
 std::filesystem::path FileOf(const std::string& root, ConfigStore::Scope scope) {
@@ -88,7 +55,7 @@ std::string ConfigStore::Read(const std::string& key, const std::string& default
     if (areStoresClosed) return defaultValue;
     const std::filesystem::path file = FileOf(root, scope);
     const std::optional<std::string> content = platform::ReadStoreFile(file);
-    return content ? MemoryStore(*content).Read(key, defaultValue) : defaultValue;
+    return content ? StoreText(*content).Read(key, defaultValue) : defaultValue;
 }
 
 void ConfigStore::Write(const std::string& key, const std::string& value) const {
@@ -104,11 +71,11 @@ void ConfigStore::Update(const std::function<void(OpenStore&)>& change) const {
     if (!fileLock.IsHeld()) return;
     const std::optional<std::string> content = platform::ReadStoreFile(file);
     if (!content) return;
-    MemoryStore store(*content);
+    StoreText text(*content);
+    MemoryStore store(text);
     change(store);
     // A file that can't be written stays as it was, and its readers with it.
-    if (const std::optional<std::string> text = store.Text())
-        static_cast<void>(platform::ReplaceStoreFile(file, *text));
+    static_cast<void>(platform::ReplaceStoreFile(file, text.Text()));
 }
 
 void CloseStores() {

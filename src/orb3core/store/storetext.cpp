@@ -3,12 +3,16 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cwctype>
+#include <iterator>
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string_view>
+#include <utility>
 #include <vector>
+
+#include "slib/text.h"
 
 namespace orb3 {
 namespace {
@@ -64,10 +68,9 @@ std::size_t FindUnescaped(std::string_view text, char wanted) {
     return std::string_view::npos;
 }
 
-// A value in the spelling that the parser takes: a backslash that begins none of its escapes stands for
-// itself, and so does a quotation mark inside a quoted value. The parser drops leading blanks, and which
-// characters beyond ASCII are blanks depends on the process's locale, so that a value which begins with one
-// of those is put in quotes.
+// A value in the one spelling: a backslash that begins no escape stands for itself, and so does a quotation
+// mark inside a quoted value. A value that begins beyond ASCII is put in quotes, since there are readers of
+// such files that take some of these characters for blanks, and drop them.
 std::string RepairValue(std::string_view value) {
     const bool isQuoted = value.starts_with('"');
     const bool needsQuotes =
@@ -89,109 +92,86 @@ std::string RepairValue(std::string_view value) {
     return repaired + (needsQuotes ? "\"" : "");
 }
 
-// `text`, which is UTF-8, in characters.
-std::wstring Widen(std::string_view text) {
-    std::wstring wide;
-    for (std::size_t length = 0; !text.empty(); text.remove_prefix(length)) {
-        length = Utf8SequenceLength(text);
-        const auto lead = static_cast<std::uint8_t>(text.front());
-        std::uint32_t character = length == 1 ? lead : lead & (0x7FU >> length);
-        for (std::size_t i = 1; i < length; ++i)
-            character = character << 6U | (static_cast<std::uint8_t>(text[i]) & 0x3FU);
-        wide += static_cast<wchar_t>(character);
-    }
-    return wide;
+// Only ASCII has blanks and small letters here, whatever the process's locale says.
+bool IsBlank(char c) {
+    return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
-std::string Narrow(std::wstring_view wide) {
-    std::string text;
-    for (const wchar_t character : wide) {
-        const auto code = static_cast<char32_t>(character);
-        const auto tail = [&](unsigned shift) { text += static_cast<char>(0x80U | (code >> shift & 0x3FU)); };
-        if (code < 0x80U) text += static_cast<char>(code);
-        if (code >= 0x80U && code < 0x800U) text += static_cast<char>(0xC0U | code >> 6U);
-        if (code >= 0x800U && code < 0x10000U) text += static_cast<char>(0xE0U | code >> 12U);
-        if (code >= 0x10000U) text += static_cast<char>(0xF0U | code >> 18U);
-        if (code >= 0x10000U) tail(12);
-        if (code >= 0x800U) tail(6);
-        if (code >= 0x80U) tail(0);
-    }
-    return text;
-}
-
-// What is a blank, and what is a small letter, the parser asks the C library, and so the process's locale.
-bool IsBlank(wchar_t character) {
-    return std::iswspace(static_cast<std::wint_t>(character)) != 0;
-}
-
-void TrimEnd(std::wstring& text) {
+void TrimEnd(std::string& text) {
     while (!text.empty() && IsBlank(text.back()))
         text.pop_back();
 }
 
-std::wstring Unescape(std::wstring_view text) {
-    std::wstring name;
+std::string Unescape(std::string_view text) {
+    std::string name;
     for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == L'\\' && ++i == text.size()) break;
+        if (text[i] == '\\' && ++i == text.size()) break;
         name += text[i];
     }
     return name;
 }
 
-std::string Escape(std::wstring_view name) {
-    std::wstring escaped;
-    for (const wchar_t c : name) {
-        const bool isPlain = c >= 0x80 || (c >= L'0' && c <= L'9') || (c >= L'A' && c <= L'Z') ||
-                             (c >= L'a' && c <= L'z') ||
-                             std::wstring_view(L"@_/-!.*%()").find(c) != std::wstring_view::npos;
-        if (!isPlain) escaped += L'\\';
+std::string Escape(std::string_view name) {
+    std::string escaped;
+    for (const char c : name) {
+        const bool isPlain = static_cast<unsigned char>(c) >= 0x80U || (c >= '0' && c <= '9') ||
+                             (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
+                             std::string_view("@_/-!.*%()").find(c) != std::string_view::npos;
+        if (!isPlain) escaped += '\\';
         escaped += c;
     }
-    return Narrow(escaped);
+    return escaped;
 }
 
 // Names that differ only in case are the same one.
-std::wstring Fold(std::wstring name) {
-    for (wchar_t& c : name)
-        c = static_cast<wchar_t>(std::towlower(static_cast<std::wint_t>(c)));
-    return name;
+bool IsSameName(std::string_view a, std::string_view b) {
+    return slib::toLower(a) == slib::toLower(b);
 }
 
-// The key that the parser makes of the text before a "=". An exclamation mark at the front isn't part of it:
-// it marks a value that refuses to be changed, which would have the parser speak up at the next write. Nor is
-// a byte order mark, which at the front of the text would be taken for the file's.
-std::wstring KeyName(std::string_view text) {
-    std::wstring raw = Widen(text);
+// The key in the text before a "=". An exclamation mark at the front isn't part of it: it marks a value that
+// other readers of such files refuse to change. Nor is a byte order mark, which at the front of the text
+// would be taken for the file's.
+std::string KeyName(std::string_view text) {
+    std::string raw(text);
     TrimEnd(raw);
     raw.erase(0, static_cast<std::size_t>(std::find_if_not(raw.begin(), raw.end(), IsBlank) - raw.begin()));
-    std::wstring name = Unescape(raw);
+    std::string name = Unescape(raw);
     TrimEnd(name);
-    name.erase(0, std::min(name.find_first_not_of(L"!\uFEFF"), name.size()));
-    return name;
+    for (;;) {
+        if (name.starts_with('!'))
+            name.erase(0, 1);
+        else if (name.starts_with(byteOrderMark))
+            name.erase(0, byteOrderMark.size());
+        else
+            return name;
+    }
 }
 
-// The path of a group, "A/B", that the parser makes of the text between the brackets; nothing when it leads
-// above the root.
-std::optional<std::wstring> GroupPath(std::string_view text) {
-    const std::wstring path = Unescape(Widen(text)) + L"/";
-    std::vector<std::wstring> names;
-    for (std::size_t start = 0, end = 0; (end = path.find(L'/', start)) != std::wstring::npos;
+// The names in a path like "/A/B"; nothing when it leads above the root.
+std::optional<std::vector<std::string>> NamesOf(std::string path) {
+    path += '/';
+    std::vector<std::string> names;
+    for (std::size_t start = 0, end = 0; (end = path.find('/', start)) != std::string::npos;
          start = end + 1) {
-        const std::wstring name = path.substr(start, end - start);
-        if (name == L"..") {
+        std::string name = path.substr(start, end - start);
+        if (name == "..") {
             if (names.empty()) return std::nullopt;
             names.pop_back();
-        } else if (!name.empty() && name != L".") {
-            names.push_back(name);
+        } else if (!name.empty() && name != ".") {
+            names.push_back(std::move(name));
         }
     }
-    std::wstring joined;
-    for (const std::wstring& name : names)
-        joined += (joined.empty() ? L"" : L"/") + name;
-    return joined;
+    return names;
 }
 
-// Gathers the lines group by group: the parser objects to a group that comes twice.
+std::string Joined(const std::vector<std::string>& names) {
+    std::string path;
+    for (const std::string& name : names)
+        path += (path.empty() ? "" : "/") + name;
+    return path;
+}
+
+// Gathers the lines group by group, so that one that comes twice becomes one.
 class Repairer {
 public:
     std::string Repair(std::string_view text) {
@@ -209,8 +189,8 @@ public:
 
 private:
     struct Group {
-        std::string lines;            // with its header
-        std::set<std::wstring> keys;  // folded
+        std::string lines;           // with its header
+        std::set<std::string> keys;  // in small letters
     };
 
     void TakeLine(std::string_view line) {
@@ -226,31 +206,68 @@ private:
     // The entries of a group whose header is lost have no place any more.
     void TakeHeader(std::string_view line) {
         const std::size_t end = FindUnescaped(line, ']');
-        const auto path = end == std::string_view::npos ? std::nullopt : GroupPath(line.substr(1, end - 1));
-        isSkipping = !path.has_value();
+        const auto names =
+            end == std::string_view::npos ? std::nullopt : NamesOf(Unescape(line.substr(1, end - 1)));
+        isSkipping = !names.has_value();
         if (isSkipping) return;
-        const auto [place, isNew] = placeOfPath.try_emplace(Fold(*path), groups.size());
+        const std::string path = Joined(*names);
+        const auto [place, isNew] = placeOfPath.try_emplace(slib::toLower(path), groups.size());
         current = place->second;
         if (!isNew) return;
         groups.emplace_back();
-        Keep(std::string("[").append(Escape(*path)).append("]"));
+        Keep(std::string("[").append(Escape(path)).append("]"));
     }
 
     void TakeEntry(std::string_view line) {
         const std::size_t end = FindUnescaped(line, '=');
         if (end == std::string_view::npos) return;
-        const std::wstring key = KeyName(line.substr(0, end));
-        if (key.empty() || !groups[current].keys.insert(Fold(key)).second) return;
+        const std::string key = KeyName(line.substr(0, end));
+        if (key.empty() || !groups[current].keys.insert(slib::toLower(key)).second) return;
         Keep(Escape(key) + "=" + RepairValue(TrimFront(line.substr(end + 1))));
     }
 
     void Keep(std::string_view line) { groups[current].lines.append(line).append("\n"); }
 
     std::vector<Group> groups{1};  // the first one is the root, which has no header
-    std::map<std::wstring, std::size_t> placeOfPath{{L"", 0}};
+    std::map<std::string, std::size_t> placeOfPath{{"", 0}};
     std::size_t current = 0;
     bool isSkipping = false;
 };
+
+// ---- Values ----
+
+// How a value is written: with a letter for each character that would end the line or begin an escape, and in
+// quotes when it begins with a blank, a quotation mark or a character beyond ASCII.
+std::string WrittenValue(std::string_view value) {
+    const bool isQuoted = !value.empty() && (IsBlank(value.front()) || value.front() == '"' ||
+                                             static_cast<unsigned char>(value.front()) >= 0x80U);
+    std::string written = isQuoted ? "\"" : "";
+    for (const char c : value) {
+        if (c == '\n')
+            written += "\\n";
+        else if (c == '\r')
+            written += "\\r";
+        else if (c == '\t')
+            written += "\\t";
+        else if (c == '\\' || (c == '"' && isQuoted))
+            written += {'\\', c};
+        else
+            written += c;
+    }
+    return written + (isQuoted ? "\"" : "");
+}
+
+// The value that was written so, in the one spelling of RepairStoreText.
+std::string ReadValue(std::string_view written) {
+    if (written.starts_with('"')) written = written.substr(1, written.size() - 2);
+    std::string value;
+    for (std::size_t i = 0; i < written.size(); ++i) {
+        const bool isEscape = written[i] == '\\' && i + 1 < written.size();
+        const char c = written[isEscape ? ++i : i];
+        value += !isEscape ? c : c == 'n' ? '\n' : c == 'r' ? '\r' : c == 't' ? '\t' : c;
+    }
+    return value;
+}
 
 }  // namespace
 
@@ -270,6 +287,113 @@ std::string RepairUtf8(std::string_view text) {
 
 std::string RepairStoreText(std::string_view text) {
     return Repairer().Repair(RepairUtf8(text));
+}
+
+StoreText::StoreText(std::string_view content) {
+    const std::string text = RepairStoreText(content);
+    Group* group = &root;
+    for (std::size_t start = 0, end = 0; (end = text.find('\n', start)) != std::string::npos;
+         start = end + 1) {
+        const std::string_view line = std::string_view(text).substr(start, end - start);
+        const Line place = lines.insert(lines.end(), std::string(line));
+        if (line.front() == '[') {
+            group = &GroupAt(*NamesOf(Unescape(line.substr(1, FindUnescaped(line, ']') - 1))));
+            group->header = place;
+            group->parent->lastGroup = group;
+        } else if (line.front() != '#' && line.front() != ';') {
+            const std::size_t sign = FindUnescaped(line, '=');
+            group->entries.push_back({Unescape(line.substr(0, sign)), sign + 1, place});
+            group->lastEntry = place;
+        }
+    }
+}
+
+std::string StoreText::Read(const std::string& key, const std::string& defaultValue) const {
+    std::vector<std::string> names = NamesOf(RepairUtf8(key)).value_or(std::vector<std::string>());
+    if (names.empty()) return defaultValue;
+    const std::string name = std::move(names.back());
+    names.pop_back();
+    const Group* group = &root;
+    for (const std::string& part : names) {
+        group = group->Find(part);
+        if (group == nullptr) return defaultValue;
+    }
+    const Entry* const entry = group->FindEntry(name);
+    return entry == nullptr ? defaultValue : ReadValue(std::string_view(*entry->line).substr(entry->valueAt));
+}
+
+void StoreText::Write(const std::string& key, const std::string& value) {
+    std::vector<std::string> names = NamesOf(RepairUtf8(key)).value_or(std::vector<std::string>());
+    if (names.empty()) return;
+    const std::string name = KeyName(Escape(names.back()));
+    if (name.empty()) return;
+    names.pop_back();
+    Group& group = GroupAt(names);
+    const std::string written = WrittenValue(RepairUtf8(value));
+    if (const Entry* const entry = group.FindEntry(name)) {
+        entry->line->replace(entry->valueAt, std::string::npos, written);
+        return;
+    }
+    const std::string front = Escape(name) + "=";
+    const Line place = InsertAfter(LastEntryLine(group), front + written);
+    group.entries.push_back({name, front.size(), place});
+    group.lastEntry = place;
+}
+
+std::string StoreText::Text() const {
+    std::string text;
+    for (const std::string& line : lines)
+        text.append(line).append("\n");
+    return text;
+}
+
+StoreText::Group* StoreText::Group::Find(std::string_view wanted) const {
+    const auto found = std::ranges::find_if(
+        groups, [&](const std::unique_ptr<Group>& group) { return IsSameName(group->name, wanted); });
+    return found == groups.end() ? nullptr : found->get();
+}
+
+const StoreText::Entry* StoreText::Group::FindEntry(std::string_view wanted) const {
+    const auto found =
+        std::ranges::find_if(entries, [&](const Entry& entry) { return IsSameName(entry.name, wanted); });
+    return found == entries.end() ? nullptr : &*found;
+}
+
+StoreText::Group& StoreText::GroupAt(const std::vector<std::string>& names) {
+    Group* group = &root;
+    for (const std::string& name : names) {
+        Group* next = group->Find(name);
+        if (next == nullptr) {
+            next = group->groups.emplace_back(std::make_unique<Group>()).get();
+            next->name = name;
+            next->parent = group;
+        }
+        group = next;
+    }
+    return *group;
+}
+
+std::optional<StoreText::Line> StoreText::HeaderOf(Group& group) {
+    if (group.header || group.parent == nullptr) return group.header;
+    std::vector<std::string> names;
+    for (const Group* g = &group; g->parent != nullptr; g = g->parent)
+        names.insert(names.begin(), g->name);
+    group.header =
+        InsertAfter(LastGroupLine(*group.parent), std::string("[").append(Escape(Joined(names))).append("]"));
+    group.parent->lastGroup = &group;
+    return group.header;
+}
+
+std::optional<StoreText::Line> StoreText::LastEntryLine(Group& group) {
+    return group.lastEntry ? group.lastEntry : HeaderOf(group);
+}
+
+std::optional<StoreText::Line> StoreText::LastGroupLine(Group& group) {
+    return group.lastGroup != nullptr ? LastGroupLine(*group.lastGroup) : LastEntryLine(group);
+}
+
+StoreText::Line StoreText::InsertAfter(const std::optional<Line>& place, std::string line) {
+    return lines.insert(place ? std::next(*place) : lines.begin(), std::move(line));
 }
 
 }  // namespace orb3
