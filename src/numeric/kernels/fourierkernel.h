@@ -75,12 +75,12 @@ struct RealFourierOf {
 
 /// bins[k] = sum over n of time[n] * exp(-2 pi i k n / size) for k from 0 to size/2, without a factor. Keeps
 /// `time`.
-void TransformReal(const RealFourierOf<float>& fourier);
-void TransformReal(const RealFourierOf<double>& fourier);
+void TransformReal(const RealFourierOf<float>& fourier) SLIB_NONBLOCKING;
+void TransformReal(const RealFourierOf<double>& fourier) SLIB_NONBLOCKING;
 
 /// `time` becomes `size` times the inverse of `bins`, which are kept; the imaginary parts of the first and
 /// the last are taken as 0.
-void TransformBack(const RealFourierOf<float>& fourier);
-void TransformBack(const RealFourierOf<double>& fourier);
+void TransformBack(const RealFourierOf<float>& fourier) SLIB_NONBLOCKING;
+void TransformBack(const RealFourierOf<double>& fourier) SLIB_NONBLOCKING;
 
 }  // namespace hcml
