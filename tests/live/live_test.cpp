@@ -206,9 +206,14 @@ Trace Follow(const Recording& mix) {
             return std::sqrt(sum / piece);
         };
         std::int64_t best = drift;
-        for (std::int64_t ahead = drift - reach; ahead <= drift + reach; ++ahead)
-            if (error(ahead) < error(best) - 1e-4) best = ahead;
-        if (error(best) > 0.01) {
+        double least = error(drift);
+        for (std::int64_t ahead = drift - reach; ahead <= drift + reach && least > 1e-4; ++ahead) {
+            const double other = error(ahead);
+            if (other >= least) continue;
+            least = other;
+            best = ahead;
+        }
+        if (least > 0.01) {
             ++trace.lost;
             continue;
         }
