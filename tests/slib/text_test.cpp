@@ -18,7 +18,7 @@ TEST(ParseBool, OtherTexts_AreRefusedWithTheText) {
     EXPECT_TRUE(slib::ParseBool("True"));
     EXPECT_FALSE(slib::ParseBool("False"));
     for (const std::string text : {"true", "FALSE", "", " True", "1"})
-        EXPECT_EQ(testing_support::Failure([&] { slib::ParseBool(text); }),
+        EXPECT_EQ(testing_support::Failure([&] { static_cast<void>(slib::ParseBool(text)); }),
                   "Unable to parse string '" + text + "' as 'True' or 'False'.");
 }
 

@@ -225,7 +225,9 @@ void CheckSpeaker(const std::string& name) {
     slib::ErrorLog errors(&log);
     const FormatLibrary library(log);
     orb3::Configuration configuration = ReadDocument();
-    orb3::SelectLayout(MakeFrameworks(log), library.Librarian(), configuration, &errors, false);
+    // Whether the start would store it doesn't matter here.
+    static_cast<void>(
+        orb3::SelectLayout(MakeFrameworks(log), library.Librarian(), configuration, &errors, false));
     FindSpeaker(LayoutInForce(configuration), name);
 }
 
