@@ -253,7 +253,8 @@ inline void CheckEffects(const goal::Context& context) {
     CheckSlots(context.snapshot.slots, effects);
     if (context.suspendCount > 0) CheckSlots(context.suspended.slots, effects);
     for (const goal::FilterParametersWithDeletedFlag& filter : context.application.filters) {
-        Require(filter.type >= AL_FILTER_NULL && filter.type <= AL_FILTER_BANDPASS, "a filter has no type");
+        const auto type = static_cast<std::int32_t>(filter.type);
+        Require(type >= AL_FILTER_NULL && type <= AL_FILTER_BANDPASS, "a filter has no type");
         for (const float gain : {filter.gain, filter.gainHF, filter.gainLF})
             Require(gain >= 0 && gain <= 1, "a filter has a gain out of range");
     }

@@ -123,7 +123,8 @@ TEST_F(SendStageTest, SeveralSends_AreEachFilteredWithAMemoryOfItsOwn) {
             source.sends[0].filter.gainHF = 0.9F - 0.3F * float(s);
             for (std::uint32_t i = 0; i < 128; ++i)
                 samples.data[i] = float((i * (s + 3) + 50 * unsigned(block)) % 17) / 8 - 1;
-            filterOne(source.sends[0].filter, references[s], samples, filtered, *tables, {});
+            static_cast<void>(
+                filterOne(source.sends[0].filter, references[s], samples, filtered, *tables, {}));
             for (std::uint32_t i = 0; i < 128; ++i)
                 expected[i] += filtered.data[i];
             stage.SendMono(source, states[s], snapshot, geometry, samples, 1);

@@ -134,13 +134,13 @@ TEST(ComputeSendGains, WithConeAndRoom_AreTheClosedForms) {
     const double cap = (1 - std::cos(0.5)) / 2, small = (1 - std::cos(0.4)) / 2, air = std::pow(0.9, 30);
     // The room's gain is 1 / 1.5 for the source's rolloff of 0.5, and 1 / 2.5 with a reverb's own of 1.
     struct { goal::SendTarget target; bool gainAuto, gainHFAuto; double inner, outer, gain, gainHF; } cases[] = {
-        {{1, false, 0.9F, 1}, true, true, 0.5, 1.5, 0.2 * 0.8 / 2, 1},
-        {{0, true, 0.9F, 1}, true, true, 0.5, 1.5, 0.8 * (0.2 + 0.8 * half) / 1.5, 0.4 + 0.6 * half},
-        {{2, true, 0.9F, 1}, true, false, 0.5, 0.4, 0.8 * (0.2 + 0.8 * small) / 1.5, 1},
-        {{1, true, 0.9F, 1}, true, true, 0.5, 0.5, 0.8 * (0.2 + 0.8 * cap) / 2.5, (0.4 + 0.6 * cap) * air},
-        {{1, true, 1, 0}, false, true, 0.5, 1.5, 0.8, 0.4 + 0.6 * half},
-        {{1, true, 0.9F, 1}, false, false, 0.5, 1.5, 0.8, air},
-        {{0, true, 1, 0}, true, true, pi, pi, 0.8 / 1.5, 1}};
+        {{goal::EffectInput::Reverb, false, 0.9F, 1}, true, true, 0.5, 1.5, 0.2 * 0.8 / 2, 1},
+        {{goal::EffectInput::Mono, true, 0.9F, 1}, true, true, 0.5, 1.5, 0.8 * (0.2 + 0.8 * half) / 1.5, 0.4 + 0.6 * half},
+        {{goal::EffectInput::Field, true, 0.9F, 1}, true, false, 0.5, 0.4, 0.8 * (0.2 + 0.8 * small) / 1.5, 1},
+        {{goal::EffectInput::Reverb, true, 0.9F, 1}, true, true, 0.5, 0.5, 0.8 * (0.2 + 0.8 * cap) / 2.5, (0.4 + 0.6 * cap) * air},
+        {{goal::EffectInput::Reverb, true, 1, 0}, false, true, 0.5, 1.5, 0.8, 0.4 + 0.6 * half},
+        {{goal::EffectInput::Reverb, true, 0.9F, 1}, false, false, 0.5, 1.5, 0.8, air},
+        {{goal::EffectInput::Mono, true, 1, 0}, true, true, pi, pi, 0.8 / 1.5, 1}};
     for (const auto& c : cases) {
         Scene scene = WithCone(3);  // turned away, which only the direct path hears
         scene.source.gain = 0.8F;
