@@ -6,6 +6,7 @@
 #include "AL/efx.h"
 #include "AL/tessarune.h"
 #include "goal/fx/effecttypes.h"
+#include "goal/render/sourcereader.h"
 
 namespace {
 
