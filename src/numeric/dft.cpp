@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstddef>
 #include <numbers>
+#include <type_traits>
 #include <utility>
 
 #include "slib/exception.h"
@@ -28,7 +29,7 @@ public:
         taken += (count + line - 1) / line * line + line;
         return row;
     }
-    std::uint64_t Floats() const { return taken * (sizeof(T) / sizeof(float)); }
+    std::uint64_t Floats() const { return taken * (std::is_same_v<T, double> ? 2 : 1); }
 
 private:
     float* const block;
