@@ -1,4 +1,4 @@
-// The transform of real signals against the sum that defines it, and its set-up from many threads at once.
+// The transform of real signals against the sum that defines it.
 
 #include "numeric/dft.h"
 
@@ -7,7 +7,6 @@
 #include <cmath>
 #include <limits>
 #include <numbers>
-#include <thread>
 #include <vector>
 
 #include "tests/support/failure.h"
@@ -69,21 +68,6 @@ TYPED_TEST(DFTs, SetSize_RefusesWhatIsNoPowerOfTwo_AndKeepsThePlansOfTheSameSize
     EXPECT_EQ(dft.timeBuffer, buffer);
     EXPECT_EQ(failure(1u << 31), "Failed to initialise FFTW.");
     EXPECT_EQ(dft.size, 0u);
-}
-
-// The planner breaks when two threads are in it.
-TYPED_TEST(DFTs, SetSizeAndDestruction_FromManyThreadsAtOnce_DoNotCollide) {
-    std::vector<std::thread> threads;
-    for (std::uint32_t t = 0; t < 4; ++t)
-        threads.emplace_back([t] {
-            for (std::uint32_t i = 0; i < 200; ++i) {
-                DFT<TypeParam> dft;
-                dft.setSize(1u << (i + t) % 11);
-                dft.setSize(1u << (i + 3 * t) % 13);
-            }
-        });
-    for (std::thread& thread : threads)
-        thread.join();
 }
 
 }  // namespace
