@@ -8,6 +8,10 @@ it read. Checked are src, library, tools and fuzz by all of .clang-tidy; benches
 by clang's own warnings alone. A source that was clean leaves a stamp in the build tree: the digest of all that
 decided, which is clang-tidy's version, the rules, the command, and the source with its headers. --all looks at no stamp.
 SOURCE, by its path in the tree, limits all of it to these.
+
+Most of the time goes into the headers of others, so sources of one command are checked as one text, one behind the
+other. Where that text has a finding, or doesn't compile as names meet, its sources are checked one by one, and that
+decides.
 """
 
 import argparse
@@ -16,6 +20,7 @@ import hashlib
 import json
 import os
 import pathlib
+import re
 import shlex
 import subprocess
 import sys
@@ -25,6 +30,10 @@ CHECKED = ("src", "library", "tools", "fuzz")
 COMPILED_ONLY = ("bench",)
 # Fuzz targets look into guarded state from the only thread there is.
 LOCKS_CHECKED = ("src", "library", "tools")
+# The analyser follows the designer's matrices into Eigen, and takes blocks of it for leaked or not set.
+NOT_ANALYSED = ("library",)
+# Sources checked as one text; more would keep a processor idle at the end.
+TOGETHER = 8
 
 
 def commands(build, tree):
@@ -75,13 +84,47 @@ class Digests:
 
 def checker(build, tree, name, command):
     """The command that checks a source, and the folder to run it in."""
+    words = shlex.split(command)
+    compiler = next(i for i, word in enumerate(words) if word.startswith("-"))  # behind the compiler and its cache
+    output = words.index("-o")
     if name.startswith(COMPILED_ONLY):
-        words = shlex.split(command)
-        compiler = next(i for i, word in enumerate(words) if word.startswith("-"))  # behind the compiler and its cache
-        output = words.index("-o")
         return ["clang++", "-fsyntax-only", *words[compiler:output], *words[output + 2:]], build
-    locks = ["--extra-arg=-Wthread-safety"] if name.startswith(LOCKS_CHECKED) else []
-    return ["clang-tidy", "-p", str(build), "--quiet", *locks, str(tree / name)], tree
+    options = ["--extra-arg=-Wthread-safety"] if name.startswith(LOCKS_CHECKED) else []
+    if name.startswith(NOT_ANALYSED):
+        options.append("--checks=-clang-analyzer-*")
+    return ["clang-tidy", "--quiet", *options, str(tree / name), "--", *words[compiler:output]], build
+
+
+def groups_of(due, tree):
+    """The due sources that may be checked as one text: of one command, and without names of their own in common."""
+    groups = []  # [command without the source, names declared, sources]
+    for name, (_, _, check_command, _) in due.items():
+        # What Highway reads once for each vector target stays a file.
+        if name.startswith(COMPILED_ONLY) or "foreach_target" in (tree / name).read_text():
+            groups.append((None, set(), [name]))
+            continue
+        common = [word for word in check_command if word != str(tree / name)]
+        own = own_names((tree / name).read_text())
+        for command, taken, members in groups:
+            if command == common and len(members) < TOGETHER and not taken & own:
+                taken |= own
+                members.append(name)
+                break
+        else:
+            groups.append((common, own, [name]))
+    return [members for _, _, members in groups]
+
+
+def own_names(text):
+    """Names that a source declares in its unnamed namespace; our format sets them at the start of a line."""
+    names = set()
+    for part in re.findall(r"^namespace \{$(.*?)^\}  // namespace$", text, re.DOTALL | re.MULTILINE):
+        for line in part.splitlines():
+            if found := re.match(r"(?:struct|class|enum class) (\w+)|using (\w+) =", line):
+                names.add(found[1] or found[2])
+            elif not line.startswith("using") and (found := re.match(r"[\w:\[][^=;({]*?\b(\w+)(?:\[\w*\])?(?: =|[({;])", line)):
+                names.add(found[1])
+    return names
 
 
 def key_of(check_command, command, files, digests, common):
@@ -93,15 +136,26 @@ def key_of(check_command, command, files, digests, common):
     return hashlib.sha256("\n".join(parts).encode()).hexdigest()
 
 
-def check(name, check_command, folder):
+def check(name, check_command, folder, is_told=True):
     """Runs the command and prints what it finds; true for nothing."""
     run = subprocess.run(check_command, capture_output=True, text=True, cwd=folder)
     errors = [line for line in run.stderr.splitlines() if not line.endswith(("warnings generated.", "warning generated."))
               and not line.startswith(("Suppressed ", "Use -header-filter"))]
     report = "\n".join([run.stdout.strip()] + errors).strip()
-    if run.returncode != 0:
+    if run.returncode != 0 and is_told:
         print(f"{name}:\n{report}", flush=True)
     return run.returncode == 0
+
+
+def check_together(members, due, tree, stamps):
+    """Checks sources of one command as one text. True for nothing found."""
+    _, _, check_command, folder = due[members[0]]
+    unit = stamps / ("unit__" + members[0].replace("/", "__"))
+    unit.write_text("".join((tree / name).read_text() for name in members))
+    source = str(tree / members[0])
+    is_clean = check(members[0], [str(unit) if word == source else word for word in check_command], folder, is_told=False)
+    unit.unlink()
+    return is_clean
 
 
 def main():
@@ -109,7 +163,7 @@ def main():
     parser.add_argument("build", type=pathlib.Path)
     parser.add_argument("--all", action="store_true")
     parser.add_argument("sources", nargs="*")
-    arguments = parser.parse_args()
+    arguments = parser.parse_intermixed_args()
     tree = pathlib.Path(__file__).resolve().parent.parent
     build = arguments.build.resolve()
     stamps = build / "lint"
@@ -137,16 +191,21 @@ def main():
         if arguments.all or key is None or not stamp.is_file() or stamp.read_text() != key:
             due[name] = (stamp, key, check_command, folder)
 
-    def run(item):
-        name, (stamp, key, check_command, folder) = item
-        is_clean = check(name, check_command, folder)
-        if is_clean and key is not None:
-            stamp.write_text(key)
-        return is_clean
+    def run(members):
+        if len(members) > 1 and check_together(members, due, tree, stamps):
+            clean = members
+        else:
+            clean = [name for name in members if check(name, *due[name][2:])]
+        for name in clean:
+            stamp, key, _, _ = due[name]
+            if key is not None:
+                stamp.write_text(key)
+        return len(clean) == len(members)
 
-    print(f"lint looks at {len(due)} sources.", file=sys.stderr, flush=True)
+    groups = groups_of(due, tree)
+    print(f"lint looks at {len(due)} sources, in {len(groups)} groups.", file=sys.stderr, flush=True)
     with ThreadPoolExecutor(os.cpu_count()) as pool:
-        results = list(pool.map(run, due.items()))
+        results = list(pool.map(run, groups))
     return 0 if all(results) else 1
 
 
