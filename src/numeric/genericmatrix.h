@@ -159,6 +159,7 @@ protected:
 
     static void CopyElements(const T* from, std::size_t count, T* to) {
         if constexpr (Plain == 1) {
+            // NOLINTNEXTLINE(bugprone-sizeof-expression): a T may be a pointer
             if (count != 0) std::memmove(static_cast<void*>(to), from, count * sizeof(T));
         } else {
             std::copy_n(from, count, to);
