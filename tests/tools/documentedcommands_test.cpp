@@ -53,7 +53,8 @@ protected:
         for (const char* part : {"bin", "lib"})
             Link(build / part, folder.path / "tessarune" / part);
         Link(build, folder.path / "build" / "release");
-        Link(build / "bin" / "tessarune-info", folder.path / "game");
+        std::ofstream(folder.path / "game") << "#!/bin/sh\nexec tessarune-info\n";
+        fs::permissions(folder.path / "game", fs::perms::owner_all);
         fs::create_directories(folder.path / "voices");
         std::ofstream(folder.path / "attic.txt")
             << "name: Attic\nA: azimuth 40\nB: azimuth -30, distance 2\n";

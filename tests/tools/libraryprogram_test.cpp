@@ -15,7 +15,7 @@ using testing_support::Words;
 
 const char* const library = "lib/Tessarune.afl";
 constexpr int failed = 1;
-constexpr int wrongUse = 105;  // a value that an option doesn't take
+constexpr int wrongUse = 2;
 
 class LibraryProgram : public testing_support::Tools {
 protected:
@@ -113,8 +113,8 @@ struct Mistake {
 
 TEST_F(LibraryProgram, AMistake_IsExplainedAndTouchesNothing) {
     const std::vector<Mistake> mistakes{
-        {{}, 106, "A subcommand is required"},
-        {{"sow"}, 106, "A subcommand is required"},
+        {{}, wrongUse, "Name a command."},
+        {{"sow"}, wrongUse, "There is no command 'sow'."},
         {{"build", "new/a.pfl"}, failed, "ends in .afl or .dfl, unlike 'a.pfl'"},
         {{"build", "lib/other.afl"}, failed, "The library 'Tessarune.afl' lives in that folder already."},
         {{"build", "new/a.afl", "--rates", "22050"}, wrongUse, "--rates"},

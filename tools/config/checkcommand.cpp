@@ -17,7 +17,7 @@
 #include "tools/config/drydevice.h"
 #include "tools/config/machine.h"
 #include "tools/config/storedvalues.h"
-#include "tools/config/table.h"
+#include "tools/support/table.h"
 
 namespace tool {
 namespace {
@@ -34,6 +34,13 @@ public:
     void Write(const std::string& text, bool isError) override {
         const slib::Lock lock(mutex);
         lines.push_back((isError ? "E " : "I ") + text);
+    }
+    Json ToJson() const {
+        const slib::Lock lock(mutex);
+        Json array = Json::array();
+        for (const std::string& line : lines)
+            array.push_back({{"is_error", line.starts_with('E')}, {"text", line.substr(2)}});
+        return array;
     }
     void Print() const {
         const slib::Lock lock(mutex);
@@ -55,6 +62,8 @@ struct Outcome {
     int order = 1;                    // of the bus
     std::uint32_t blockFrames = 0;    // rendered at a time
     std::uint32_t decoderFrames = 0;  // by which the decoder lags
+
+    std::uint32_t LatencyFrames() const { return blockFrames + decoderFrames + output.pipe->GetLatency(); }
 };
 
 // All that a start does but to open the device and to store what it found.
@@ -114,29 +123,55 @@ void Print(const Outcome& outcome, const FormatLibrary& library, int gameRate) {
     audiopipe::Pipe& pipe = *outcome.output.pipe;
     const std::string rate = std::to_string(std::lround(pipe.GetSampleRate())) + " Hz";
     std::cout << "Library  " << library.path << "\n";
-    PrintTable(
-        {{"Device", layout.pipeDevice, std::to_string(pipe.GetPlaybackChannelCount()) + " outputs in use"},
-         {"Layout", layout.format, WhyLayout(outcome)},
-         {"Method", outcome.output.methodName},
-         {"Order", std::to_string(outcome.order), WhyOrder(outcome)},
-         {"Rate", rate, WhyRate(outcome, gameRate)},
-         {"Block", Frames(outcome.blockFrames, outcome)},
-         {"Latency", Frames(outcome.blockFrames + outcome.decoderFrames + pipe.GetLatency(), outcome),
-          "a block, the decoder's " + std::to_string(outcome.decoderFrames) + ", and " +
-              std::to_string(pipe.GetBufferCount()) +
-              " blocks of the output; a sound server's own buffer comes on top"}},
-        "");
+    Table table({{"", ""}, {"", ""}, {"", ""}});
+    table.AddRow(
+        {"Device", layout.pipeDevice, std::to_string(pipe.GetPlaybackChannelCount()) + " outputs in use"});
+    table.AddRow({"Layout", layout.format, WhyLayout(outcome)});
+    table.AddRow({"Method", outcome.output.methodName, ""});
+    table.AddRow({"Order", outcome.order, WhyOrder(outcome)});
+    table.AddRow({"Rate", rate, WhyRate(outcome, gameRate)});
+    table.AddRow({"Block", Frames(outcome.blockFrames, outcome), ""});
+    table.AddRow({"Latency", Frames(outcome.LatencyFrames(), outcome),
+                  "a block, the decoder's " + std::to_string(outcome.decoderFrames) + ", and " +
+                      std::to_string(pipe.GetBufferCount()) +
+                      " blocks of the output; a sound server's own buffer comes on top"});
+    table.PrintAligned(std::cout, "", false);
 }
 
-void Judge(const Outcome& outcome, const orb3::Frameworks& frameworks) {
+Json ToJson(const Outcome& outcome, const FormatLibrary& library, int gameRate) {
+    const orb3::spk::Layout& layout = *orb3::FindSelectedLayout(outcome.after);
+    audiopipe::Pipe& pipe = *outcome.output.pipe;
+    return {{"library", library.path},
+            {"device", layout.pipeDevice},
+            {"outputs", pipe.GetPlaybackChannelCount()},
+            {"layout", layout.format},
+            {"layout_reason", WhyLayout(outcome)},
+            {"stores_layout", outcome.output.isConfigurationChanged},
+            {"method", outcome.output.methodName},
+            {"order", outcome.order},
+            {"order_reason", WhyOrder(outcome)},
+            {"rate", std::lround(pipe.GetSampleRate())},
+            {"rate_reason", WhyRate(outcome, gameRate)},
+            {"block_frames", outcome.blockFrames},
+            {"decoder_frames", outcome.decoderFrames},
+            {"output_blocks", pipe.GetBufferCount()},
+            {"latency_frames", outcome.LatencyFrames()},
+            {"latency_seconds", outcome.LatencyFrames() / pipe.GetSampleRate()}};
+}
+
+void CheckRate(const Outcome& outcome, const orb3::Frameworks& frameworks) {
     const Output device = FindOutput(frameworks, orb3::FindSelectedLayout(outcome.after)->pipeDevice);
     if (!device.device->IsSampleRateSupported(outcome.request.sampleRate))
         throw slib::BadStateException("The sample rate must be one that the device runs at, not " +
                                       std::to_string(outcome.request.sampleRate) +
                                       " Hz. Choose another: tessarune-config set DefaultSampleRate 48000.");
-    std::cout << (outcome.output.isConfigurationChanged
-                      ? "A start would work, and store the layout. Nothing was stored now.\n"
-                      : "A start would work.\n");
+}
+
+[[noreturn]] void Fail(const slib::StringException& failure) {
+    throw slib::BadStateException(
+        std::string("A start would fail. ") + failure.what() +
+        " 'tessarune-config devices' and 'layouts' list what there is; 'tessarune-config select LAYOUT' "
+        "sets one up anew.");
 }
 
 void Check(int gameRate) {
@@ -147,25 +182,49 @@ void Check(int gameRate) {
         const Outcome outcome = TryStart(library, frameworks, gameRate, log);
         Print(outcome, library, gameRate);
         log.Print();
-        Judge(outcome, frameworks);
+        CheckRate(outcome, frameworks);
+        std::cout << (outcome.output.isConfigurationChanged
+                          ? "A start would work, and store the layout. Nothing was stored now.\n"
+                          : "A start would work.\n");
     } catch (const slib::StringException& failure) {
         log.Print();
-        throw slib::BadStateException(
-            std::string("A start would fail. ") + failure.what() +
-            " 'tessarune-config devices' and 'layouts' list what there is; 'tessarune-config select LAYOUT' "
-            "sets one up anew.");
+        Fail(failure);
     }
+}
+
+void CheckForPrograms(int gameRate) {
+    KeptLog log;
+    const FormatLibrary library(log);
+    const orb3::Frameworks frameworks = MakeFrameworks(log);
+    Json document = Json::object();
+    document["would_start"] = false;
+    const auto print = [&] {
+        document["log"] = log.ToJson();
+        PrintJson(document);
+    };
+    try {
+        const Outcome outcome = TryStart(library, frameworks, gameRate, log);
+        document.update(ToJson(outcome, library, gameRate));
+        CheckRate(outcome, frameworks);
+        document["would_start"] = true;
+    } catch (const slib::StringException& failure) {
+        print();
+        Fail(failure);
+    }
+    print();
 }
 
 }  // namespace
 
-void AddCheckCommand(CLI::App& program) {
+void AddCheckCommand(Program& program) {
     const auto rate = std::make_shared<int>(0);
+    const auto isJson = std::make_shared<bool>(false);
     CLI::App* command = program.add_subcommand("check", "Show what a game's start would do, and why.");
     command->footer(examples);
     command->add_option("--rate", *rate, "Sample rate in Hz that the game asks for")
         ->check(CLI::Range(static_cast<int>(platform::lowestRate), static_cast<int>(platform::highestRate)));
-    command->callback([rate] { Check(*rate); });
+    AddJsonFlag(*command, *isJson);
+    command->callback([rate, isJson] { *isJson ? CheckForPrograms(*rate) : Check(*rate); });
 }
 
 }  // namespace tool

@@ -1,12 +1,13 @@
 #include <exception>
 #include <iostream>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "slib/standardformats.h"
 #include "tools/config/commands.h"
 #include "tools/config/machine.h"
-#include "tools/config/table.h"
+#include "tools/support/table.h"
 
 namespace tool {
 namespace {
@@ -23,35 +24,47 @@ std::string Joined(const std::vector<std::string>& names) {
     return text;
 }
 
-std::vector<std::string> Row(audiopipe::Device& device) {
-    std::vector<std::string> row{std::to_string(device.index + 1), device.id, device.name};
+// The last column is for programs alone.
+std::vector<Cell> Row(audiopipe::Device& device) {
+    std::vector<Cell> row{device.index + 1, device.id, device.name};
     try {
-        row.push_back(slib::GetStandardFormatName(device.GetStandardFormat()));
-        row.push_back(Joined(orb3::PlaybackChannelNames(device)));
+        const std::string speakers = slib::GetStandardFormatName(device.GetStandardFormat());
+        const std::vector<std::string> outputs = orb3::PlaybackChannelNames(device);
+        row.insert(row.end(), {speakers, {Joined(outputs), outputs}, {"", nullptr}});
     } catch (const std::exception& failure) {
-        row.push_back(std::string("can't be opened: ") + failure.what());
+        row.insert(row.end(), {{std::string("can't be opened: ") + failure.what(), nullptr},
+                               {"", Json::array()},
+                               {"", failure.what()}});
     }
     return row;
 }
 
-void Show() {
+void Show(bool isJson) {
     ErrorsToTerminal log;
     const orb3::Frameworks frameworks = MakeFrameworks(log);
-    std::vector<std::vector<std::string>> rows{{"", "ID", "NAME", "SPEAKERS", "OUTPUTS"}};
+    Table table({{"", "number"},
+                 {"ID", "id"},
+                 {"NAME", "name"},
+                 {"SPEAKERS", "speakers"},
+                 {"OUTPUTS", "outputs"},
+                 {"", "error"}});
     for (const audiopipe::FrameworkPtr& framework : frameworks)
         for (std::uint32_t i = 0; i < framework->GetDeviceCount(); ++i)
-            rows.push_back(Row(*framework->GetDevice(i)));
-    PrintTable(rows, "");
+            table.AddRow(Row(*framework->GetDevice(i)));
+    if (isJson) return PrintJson(table.ToJson());
+    table.PrintAligned(std::cout);
     std::cout << "Device 1 is the default. Where a device doesn't report its speakers, name them with "
                  "'tessarune-config set SpeakerSetting'.\n";
 }
 
 }  // namespace
 
-void AddDevicesCommand(CLI::App& program) {
+void AddDevicesCommand(Program& program) {
     CLI::App* command = program.add_subcommand("devices", "List the output devices.");
     command->footer(examples);
-    command->callback(Show);
+    const auto isJson = std::make_shared<bool>(false);
+    AddJsonFlag(*command, *isJson);
+    command->callback([isJson] { Show(*isJson); });
 }
 
 }  // namespace tool

@@ -70,7 +70,7 @@ void Reset(bool withPlatform) {
 
 }  // namespace
 
-void AddDocumentCommands(CLI::App& program) {
+void AddDocumentCommands(Program& program) {
     struct Options {
         std::string file;
         bool isAll = false;

@@ -10,7 +10,8 @@
 #include "tools/config/commands.h"
 #include "tools/config/machine.h"
 #include "tools/config/storedvalues.h"
-#include "tools/config/table.h"
+#include "tools/support/layoutnames.h"
+#include "tools/support/table.h"
 
 namespace tool {
 namespace {
@@ -53,12 +54,18 @@ LayoutPtr FindStored(const orb3::Configuration& configuration, const std::string
     return found;
 }
 
-std::vector<std::string> Row(const orb3::Configuration& configuration, const std::string& name,
-                             std::size_t speakers, const std::string& methods) {
+// The last two columns are for programs alone.
+std::vector<Cell> Row(const orb3::Configuration& configuration, const std::string& name, std::size_t speakers,
+                      const Cell& methods) {
     const LayoutPtr stored = FindStored(configuration, name);
     const bool isSelected = stored && configuration.selectedName == name;
-    return {isSelected ? "*" : "", name, std::to_string(speakers), methods,
-            stored ? stored->pipeDevice + " by " + stored->method : ""};
+    return {{isSelected ? "*" : "", isSelected},
+            name,
+            speakers,
+            methods,
+            stored ? stored->pipeDevice + " by " + stored->method : "",
+            {"", stored ? Json(stored->pipeDevice) : Json(nullptr)},
+            {"", stored ? Json(stored->method) : Json(nullptr)}};
 }
 
 std::vector<orb3::fl::Format> LibraryLayouts(const orb3::fl::FormatLibrarian& librarian) {
@@ -71,22 +78,37 @@ std::vector<orb3::fl::Format> LibraryLayouts(const orb3::fl::FormatLibrarian& li
     return layouts;
 }
 
-void List() {
-    ErrorsToTerminal log;
-    const FormatLibrary library(log);
-    const orb3::Configuration configuration = ReadDocument();
-    std::vector<std::vector<std::string>> rows{{"", "LAYOUT", "CHANNELS", "METHODS", "CONNECTED TO"}};
+Table Layouts(const FormatLibrary& library, const orb3::Configuration& configuration) {
+    Table table({{"", "is_selected"},
+                 {"LAYOUT", "layout"},
+                 {"CHANNELS", "channels"},
+                 {"METHODS", "methods"},
+                 {"CONNECTED TO", ""},
+                 {"", "device"},
+                 {"", "method"}});
     std::set<std::string> listed;
     for (const orb3::fl::Format& format : LibraryLayouts(library.Librarian())) {
-        rows.push_back(Row(configuration, format.name, format.channelCount,
-                           Joined(MethodsFor(library.Librarian(), format.name))));
+        const std::vector<std::string> methods = MethodsFor(library.Librarian(), format.name);
+        table.AddRow(Row(configuration, format.name, format.channelCount, {Joined(methods), methods}));
         listed.insert(format.name);
     }
     for (const LayoutPtr& layout : configuration.layouts)
         if (listed.insert(layout->format).second)
-            rows.push_back(
-                Row(configuration, layout->format, layout->speakers.size(), "(not in the format library)"));
-    PrintTable(rows, "");
+            table.AddRow(Row(configuration, layout->format, layout->speakers.size(),
+                             {"(not in the format library)", Json::array()}));
+    return table;
+}
+
+void List(bool isJson) {
+    ErrorsToTerminal log;
+    const FormatLibrary library(log);
+    const orb3::Configuration configuration = ReadDocument();
+    const Table table = Layouts(library, configuration);
+    if (isJson)
+        return PrintJson({{"library", library.path},
+                          {"follows_system", configuration.useDirectSoundAutoselect},
+                          {"layouts", table.ToJson()}});
+    table.PrintAligned(std::cout);
     std::cout << "* marks the layout in force, which "
               << (configuration.useDirectSoundAutoselect ? "follows the system's speakers"
                                                          : "doesn't follow the system's speakers")
@@ -178,15 +200,18 @@ void Choose(const Choice& choice) {
 
 }  // namespace
 
-void AddLayoutCommands(CLI::App& program) {
+void AddLayoutCommands(Program& program) {
     CLI::App* list = program.add_subcommand("layouts", "List the speaker layouts of the format library.");
     list->footer(layoutsExamples);
-    list->callback(List);
+    const auto isJson = std::make_shared<bool>(false);
+    AddJsonFlag(*list, *isJson);
+    list->callback([isJson] { List(*isJson); });
 
     const auto choice = std::make_shared<Choice>();
     CLI::App* select = program.add_subcommand("select", "Put a layout in force.");
     select->footer(selectExamples);
     CLI::Option* name = select->add_option("LAYOUT", choice->name, "Its name");
+    program.OfferFor(name, {StandardLayoutNames(), {}, false});
     select->add_option("--device", choice->device, "Connect it to this device: its id, name or number");
     select->add_option("--method", choice->method, "Decode by this method");
     select->add_flag("--auto", choice->isAutomatic, "Let the system's speakers choose")->excludes(name);

@@ -1,4 +1,5 @@
 #include <chrono>
+#include <cstddef>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -6,6 +7,7 @@
 #include <vector>
 
 #include "tools/config/commands.h"
+#include "tools/support/json.h"
 #include "tools/support/logring.h"
 
 namespace tool {
@@ -20,6 +22,24 @@ void Print(const std::vector<std::string>& lines) {
     for (const std::string& line : lines)
         std::cout << line << "\n";
     std::cout.flush();
+}
+
+// "E2026-01-31 12:00:00.00 Game: What happened."
+Json ToJson(const std::string& line) {
+    const std::size_t time = line.find(' ', line.find(' ') + 1), program = line.find(": ", time);
+    if (program == std::string::npos)
+        return {{"is_error", nullptr}, {"time", nullptr}, {"program", nullptr}, {"text", line}};
+    return {{"is_error", line.starts_with('E')},
+            {"time", line.substr(1, time - 1)},
+            {"program", line.substr(time + 1, program - time - 1)},
+            {"text", line.substr(program + 2)}};
+}
+
+void ShowJson() {
+    Json document = Json::array();
+    for (const std::string& line : Lines(ReadLogRing()))
+        document.push_back(ToJson(line));
+    PrintJson(document);
 }
 
 void Show(bool follow) {
@@ -41,12 +61,13 @@ void Show(bool follow) {
 
 }  // namespace
 
-void AddLogCommand(CLI::App& program) {
-    const auto follow = std::make_shared<bool>(false);
+void AddLogCommand(Program& program) {
+    const auto follow = std::make_shared<bool>(false), isJson = std::make_shared<bool>(false);
     CLI::App* command = program.add_subcommand("log", "Print the log of all games, the newest line last.");
     command->footer(examples);
-    command->add_flag("--follow,-f", *follow, "Keep printing new lines");
-    command->callback([follow] { Show(*follow); });
+    CLI::Option* following = command->add_flag("--follow,-f", *follow, "Keep printing new lines");
+    AddJsonFlag(*command, *isJson)->excludes(following);
+    command->callback([follow, isJson] { *isJson ? ShowJson() : Show(*follow); });
 }
 
 }  // namespace tool

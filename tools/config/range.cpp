@@ -117,6 +117,11 @@ std::string RangeText(const orb3::SettingRange& range) {
     slib::ThrowUnreachable();
 }
 
+std::vector<std::string> Words(const orb3::SettingRange& range) {
+    if (range.kind == Kind::Flag) return Flags();
+    return range.kind == Kind::Choice ? range.choices() : std::vector<std::string>();
+}
+
 std::string Canonical(const orb3::SettingRange& range, const std::string& text) {
     const std::optional<std::string> found = Find(range, text);
     if (found) return *found;

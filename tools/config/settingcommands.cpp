@@ -4,11 +4,12 @@
 #include <string>
 #include <vector>
 
+#include "slib/text.h"
 #include "tools/config/commands.h"
 #include "tools/config/range.h"
 #include "tools/config/settings.h"
 #include "tools/config/storedvalues.h"
-#include "tools/config/table.h"
+#include "tools/support/table.h"
 
 namespace tool {
 namespace {
@@ -28,28 +29,45 @@ constexpr const char* setExamples = R"(Examples:
 
 )";
 
-void PrintAll() {
-    const orb3::Configuration configuration = ReadDocument();
-    std::vector<std::vector<std::string>> rows{{"SETTING", "VALUE", "FOR", "MAY BE"}};
-    for (const orb3::Setting& setting : orb3::Settings())
-        rows.push_back({setting.Name(), GetSetting(setting, configuration), std::string(setting.meaning),
-                        RangeText(setting.value.range)});
-    PrintTable(rows, "");
-}
-
 struct Options {
     std::string name, value;
     bool withRange = false;
     bool isPage = false;
+    bool isJson = false;
 };
+
+void AddRow(const orb3::Setting& setting, const orb3::Configuration& configuration, Table& table) {
+    table.AddRow({setting.Name(), SettingCell(setting, configuration), std::string(setting.meaning),
+                  RangeText(setting.value.range)});
+}
+
+Table MakeTable() {
+    return Table({{"SETTING", "setting"}, {"VALUE", "value"}, {"FOR", "for"}, {"MAY BE", "may_be"}});
+}
+
+void PrintAll(bool isJson) {
+    const orb3::Configuration configuration = ReadDocument();
+    Table table = MakeTable();
+    for (const orb3::Setting& setting : orb3::Settings())
+        AddRow(setting, configuration, table);
+    isJson ? PrintJson(table.ToJson()) : table.PrintAligned(std::cout);
+}
+
+// As the list has it.
+void PrintJsonOf(const orb3::Setting& setting) {
+    Table table = MakeTable();
+    AddRow(setting, ReadDocument(), table);
+    PrintJson(table.ToJson()[0]);
+}
 
 void Get(const Options& options) {
     if (options.isPage) {
         std::cout << SettingsPage();
         return;
     }
-    if (options.name.empty()) return PrintAll();
+    if (options.name.empty()) return PrintAll(options.isJson);
     const orb3::Setting& setting = FindSetting(options.name);
+    if (options.isJson) return PrintJsonOf(setting);
     std::cout << GetSetting(setting, ReadDocument()) << "\n";
     if (options.withRange)
         std::cout << setting.Name() << " must be " << RangeText(setting.value.range) << " ("
@@ -76,21 +94,31 @@ std::string Names() {
     return text + line;
 }
 
+Offer SettingValues() {
+    Offer offer;
+    for (const orb3::Setting& setting : orb3::Settings())
+        if (const std::vector<std::string> words = Words(setting.value.range); !words.empty())
+            offer.valuesAfter[slib::toLower(setting.Name())] = words;
+    return offer;
+}
+
 }  // namespace
 
-void AddSettingCommands(CLI::App& program) {
+void AddSettingCommands(Program& program) {
     const auto options = std::make_shared<Options>();
     CLI::App* get = program.add_subcommand("get", "Print a setting, or all of them.");
     get->footer(std::string(getExamples) + Names());
-    get->add_option("SETTING", options->name, "The setting; left out, all are listed");
+    program.OfferFor(get->add_option("SETTING", options->name, "The setting; left out, all are listed"),
+                     SettingNames());
     get->add_flag("--range", options->withRange, "Also print what the setting may be, and what it is for");
     get->add_flag("--markdown", options->isPage, "Print the page docs/settings.md")->group("");
+    AddJsonFlag(*get, options->isJson);
     get->callback([options] { Get(*options); });
 
     CLI::App* set = program.add_subcommand("set", "Change a setting.");
     set->footer(std::string(setExamples) + Names());
-    set->add_option("SETTING", options->name, "The setting")->required();
-    set->add_option("VALUE", options->value, "Its new value")->required();
+    program.OfferFor(set->add_option("SETTING", options->name, "The setting")->required(), SettingNames());
+    program.OfferFor(set->add_option("VALUE", options->value, "Its new value")->required(), SettingValues());
     set->callback([options] { Set(*options); });
 }
 

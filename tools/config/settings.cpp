@@ -94,6 +94,30 @@ std::string GetSetting(const Setting& setting, const orb3::Configuration& config
     return value.empty() ? setting.Default() : value;
 }
 
+Cell SettingCell(const Setting& setting, const orb3::Configuration& configuration) {
+    using Kind = orb3::SettingRange::Kind;
+    const std::string text = GetSetting(setting, configuration);
+    switch (setting.value.range.kind) {
+        case Kind::Flag:
+            return {text, slib::ParseBool(text)};
+        case Kind::Whole:
+            return {text, slib::ParseInt(text)};
+        case Kind::Real:
+            return {text, slib::ParseDouble(text)};
+        case Kind::Choice:
+        case Kind::Path:
+            return text;
+    }
+    slib::ThrowUnreachable();
+}
+
+Offer SettingNames() {
+    Offer offer;
+    for (const Setting& setting : orb3::Settings())
+        offer.values.push_back(setting.Name());
+    return offer;
+}
+
 std::string StoreSetting(const Setting& setting, const std::string& text) {
     std::string value = Checked(setting, text);
     setting.GetPlace() == Place::Platform ? StorePlatform(setting, value) : StoreInDocument(setting, value);

@@ -4,9 +4,12 @@
 // thread.
 
 #include <string>
+#include <vector>
 
 #include "orb3core/settings/configuration.h"
 #include "orb3core/settings/settingtable.h"
+#include "tools/support/program.h"
+#include "tools/support/table.h"
 
 namespace tool {
 
@@ -15,6 +18,12 @@ const orb3::Setting& FindSetting(const std::string& name);
 
 /// `configuration` serves for what is stored in the document; the rest is read from the store.
 std::string GetSetting(const orb3::Setting& setting, const orb3::Configuration& configuration);
+
+/// That, as a cell: a number or a truth in JSON where the setting is one.
+Cell SettingCell(const orb3::Setting& setting, const orb3::Configuration& configuration);
+
+/// What completion offers for a setting's name.
+Offer SettingNames();
 
 /// Stores `text`, in the one way in which it is stored, and returns that. Throws WrongUse for what isn't in
 /// the range, and what the storing throws.

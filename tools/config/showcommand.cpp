@@ -1,6 +1,6 @@
 #include <iostream>
+#include <memory>
 #include <string>
-#include <vector>
 
 #include "orb3core/setup/layoutselection.h"
 #include "orb3core/store/configstore.h"
@@ -8,7 +8,7 @@
 #include "tools/config/commands.h"
 #include "tools/config/settings.h"
 #include "tools/config/storedvalues.h"
-#include "tools/config/table.h"
+#include "tools/support/table.h"
 
 namespace tool {
 namespace {
@@ -23,26 +23,50 @@ std::string LayoutText(const orb3::Configuration& configuration) {
     return "'" + layout->format + "' on '" + layout->pipeDevice + "' by the method '" + layout->method + "'";
 }
 
-void Show() {
-    const orb3::Configuration configuration = ReadDocument();
-    PrintTable({{"Your settings", StoreFile().string()},
-                {"Machine's settings", platform::MachineStorePath(orb3::storeRoot).string()},
-                {"Format library", orb3::ReadFormatLibraryPath()},
-                {"Layout", LayoutText(configuration)}},
-               "");
-    if (ReadDocumentText().empty()) std::cout << "No configuration is stored yet; these are the defaults.\n";
-    std::vector<std::vector<std::string>> rows;
+Json LayoutJson(const orb3::Configuration& configuration) {
+    const auto layout = orb3::FindSelectedLayout(configuration);
+    if (!layout) return nullptr;
+    return {{"name", layout->format}, {"device", layout->pipeDevice}, {"method", layout->method}};
+}
+
+Table Settings(const orb3::Configuration& configuration) {
+    Table table({{"SETTING", "setting"}, {"VALUE", "value"}, {"FOR", "for"}});
     for (const orb3::Setting& setting : orb3::Settings())
-        rows.push_back({setting.Name(), GetSetting(setting, configuration), std::string(setting.meaning)});
-    PrintTable(rows);
+        table.AddRow({setting.Name(), SettingCell(setting, configuration), std::string(setting.meaning)});
+    return table;
+}
+
+void Print(const orb3::Configuration& configuration, bool isStored) {
+    Table places({{"", ""}, {"", ""}});
+    places.AddRow({"Your settings", StoreFile().string()});
+    places.AddRow({"Machine's settings", platform::MachineStorePath(orb3::storeRoot).string()});
+    places.AddRow({"Format library", orb3::ReadFormatLibraryPath()});
+    places.AddRow({"Layout", LayoutText(configuration)});
+    places.PrintAligned(std::cout, "", false);
+    if (!isStored) std::cout << "No configuration is stored yet; these are the defaults.\n";
+    Settings(configuration).PrintAligned(std::cout, "  ", false);
+}
+
+void Show(bool isJson) {
+    const orb3::Configuration configuration = ReadDocument();
+    const bool isStored = !ReadDocumentText().empty();
+    if (!isJson) return Print(configuration, isStored);
+    PrintJson({{"user_file", StoreFile().string()},
+               {"machine_file", platform::MachineStorePath(orb3::storeRoot).string()},
+               {"format_library", orb3::ReadFormatLibraryPath()},
+               {"layout", LayoutJson(configuration)},
+               {"is_stored", isStored},
+               {"settings", Settings(configuration).ToJson()}});
 }
 
 }  // namespace
 
-void AddShowCommand(CLI::App& program) {
+void AddShowCommand(Program& program) {
     CLI::App* command = program.add_subcommand("show", "Show all settings and where they are stored.");
     command->footer(examples);
-    command->callback(Show);
+    const auto isJson = std::make_shared<bool>(false);
+    AddJsonFlag(*command, *isJson);
+    command->callback([isJson] { Show(*isJson); });
 }
 
 }  // namespace tool

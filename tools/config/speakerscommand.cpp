@@ -14,7 +14,7 @@
 #include "tools/config/machine.h"
 #include "tools/config/room.h"
 #include "tools/config/storedvalues.h"
-#include "tools/config/table.h"
+#include "tools/support/table.h"
 
 namespace tool {
 namespace {
@@ -36,6 +36,7 @@ struct Options {
     std::optional<double> gain;
     std::vector<std::string> places;  // four for each speaker
     double distance = 1;
+    bool isJson = false;
 };
 
 const Layout& FindLayout(const orb3::Configuration& configuration, const std::string& name) {
@@ -64,23 +65,44 @@ void CheckIsWhole(const Layout& layout) {
                                  "LAYOUT' makes it anew.");
 }
 
+Cell Figure(double value, int digits = 6) {
+    return {slib::FormatNumber(value, digits), value};
+}
+
+Table Speakers(const Layout& layout) {
+    Table table({{"", "number"},
+                 {"SPEAKER", "speaker"},
+                 {"AZIMUTH", "azimuth"},
+                 {"ELEVATION", "elevation"},
+                 {"DISTANCE", "distance"},
+                 {"TYPE", "type"},
+                 {"ROLE", "role"},
+                 {"OUTPUT", "output"},
+                 {"GAIN", "gain"}});
+    for (std::size_t i = 0; i < layout.speakers.size(); ++i) {
+        const orb3::spk::Speaker& speaker = layout.speakers[i];
+        const Place place = PlaceOf(speaker.location);
+        table.AddRow({i + 1, speaker.label, Figure(place.azimuth, 4), Figure(place.elevation, 4),
+                      Figure(place.distance, 4), orb3::spk::GetSpeakerTypeText(speaker.type),
+                      orb3::spk::GetRoleText(speaker.role), layout.channels[i].pipePlaybackChannel,
+                      Figure(layout.channels[i].gain)});
+    }
+    return table;
+}
+
 void Show(const Options& options) {
     const orb3::Configuration configuration = ReadDocument();
     const Layout& layout = FindLayout(configuration, options.layout);
     CheckIsWhole(layout);
+    const Table table = Speakers(layout);
+    if (options.isJson)
+        return PrintJson({{"layout", layout.format},
+                          {"device", layout.pipeDevice},
+                          {"gain", layout.gain},
+                          {"speakers", table.ToJson()}});
     std::cout << layout.format << " on '" << layout.pipeDevice << "', gain "
               << slib::FormatNumber(layout.gain) << "\n";
-    std::vector<std::vector<std::string>> rows{
-        {"", "SPEAKER", "AZIMUTH", "ELEVATION", "DISTANCE", "TYPE", "ROLE", "OUTPUT", "GAIN"}};
-    for (std::size_t i = 0; i < layout.speakers.size(); ++i) {
-        const orb3::spk::Speaker& speaker = layout.speakers[i];
-        const Place place = PlaceOf(speaker.location);
-        rows.push_back({std::to_string(i + 1), speaker.label, slib::FormatNumber(place.azimuth, 4),
-                        slib::FormatNumber(place.elevation, 4), slib::FormatNumber(place.distance, 4),
-                        orb3::spk::GetSpeakerTypeText(speaker.type), orb3::spk::GetRoleText(speaker.role),
-                        layout.channels[i].pipePlaybackChannel, slib::FormatNumber(layout.channels[i].gain)});
-    }
-    PrintTable(rows);
+    table.PrintAligned(std::cout, "  ");
     std::cout << "Angles are in degrees, positive to the left and upwards. Only the ratios of the distances "
                  "count.\n";
 }
@@ -208,12 +230,13 @@ void AddRoomCommand(CLI::App& speakers, const std::shared_ptr<Options>& options)
 
 }  // namespace
 
-void AddSpeakersCommand(CLI::App& program) {
+void AddSpeakersCommand(Program& program) {
     const auto options = std::make_shared<Options>();
     CLI::App* speakers =
         program.add_subcommand("speakers", "Show and change the speakers of a stored layout.");
     speakers->footer(examples);
     speakers->add_option("--layout", options->layout, "This layout in place of the one in force");
+    AddJsonFlag(*speakers, options->isJson);
     speakers->require_subcommand(0, 1);
     AddSetCommand(*speakers, options);
     AddConnectCommand(*speakers, options);

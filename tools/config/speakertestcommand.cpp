@@ -256,7 +256,7 @@ void Test(const Options& options) {
 
 }  // namespace
 
-void AddSpeakerTestCommand(CLI::App& program) {
+void AddSpeakerTestCommand(Program& program) {
     const auto options = std::make_shared<Options>();
     CLI::App* command = program.add_subcommand(
         "speaker-test", "Play a sound from each speaker of the layout in force in turn.");

@@ -1,9 +1,7 @@
 // Plays a scene through the exported calls, to the speakers or into a WAV file, and shows what came of it.
 
-#include <CLI/CLI.hpp>
 #include <cerrno>
 #include <cstring>
-#include <exception>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -17,7 +15,9 @@
 #include "tools/demo/player.h"
 #include "tools/demo/privatestore.h"
 #include "tools/demo/scene.h"
+#include "tools/support/layoutnames.h"
 #include "tools/support/logring.h"
+#include "tools/support/program.h"
 #include "tools/support/realoutput.h"
 #include "tools/support/voices.h"
 
@@ -26,8 +26,6 @@ namespace {
 using platform::PlatformSettings;
 using slib::StandardFormat;
 
-constexpr int failed = 1;
-constexpr int wrongUse = 2;
 constexpr const char* file = "tessarune-demo.wav";
 constexpr const char* examples = R"(Examples:
   tessarune-demo
@@ -36,12 +34,7 @@ constexpr const char* examples = R"(Examples:
   tessarune-demo --wav surround.wav --layout 5.1
   tessarune-demo --quick --layout headphones
 
-Exit status: 0 for success, 1 for a failure, 2 for a command line that is wrong.)";
-
-class WrongUse : public slib::StringException {
-public:
-    using StringException::StringException;
-};
+)";
 
 struct Options {
     std::string waveFile, part, layout;
@@ -68,13 +61,19 @@ public:
 StandardFormat FindSpeakers(const std::string& text) {
     const std::string wanted = slib::toLower(text == "headphones" ? "headphone stereo" : text);
     std::string known;
-    for (int i = 1; i <= static_cast<int>(StandardFormat::Surround71Wide); ++i) {
-        const std::string name = slib::GetStandardFormatName(static_cast<StandardFormat>(i));
+    for (const std::string& name : tool::StandardLayoutNames()) {
         if (slib::toLower(name) == wanted || slib::toLower(name) == "surround " + wanted)
-            return static_cast<StandardFormat>(i);
+            return slib::ParseStandardFormat(name);
         known += (known.empty() ? "" : ", ") + name;
     }
-    throw WrongUse("--layout must be one of " + known + ", not '" + text + "'.");
+    throw tool::WrongUse("--layout must be one of " + known + ", not '" + text + "'.");
+}
+
+tool::Offer Rooms() {
+    tool::Offer offer;
+    for (const presets::ReverbPreset& preset : presets::ReverbPresets())
+        offer.values.emplace_back(preset.name);
+    return offer;
 }
 
 demo::Scene SceneOf(const Options& options) {
@@ -84,8 +83,8 @@ demo::Scene SceneOf(const Options& options) {
                       presets::FindReverbPreset(options.room),
                       options.isQuick};
     if (scene.room == nullptr)
-        throw WrongUse("--room must be one of those that 'tessarune-demo --list' lists, not '" +
-                       options.room + "'.");
+        throw tool::WrongUse("--room must be one of those that 'tessarune-demo --list' lists, not '" +
+                             options.room + "'.");
     if (options.part == "voices") scene.parts = {Part::Voices};
     if (options.part == "circle") scene.parts = {Part::Circle};
     if (options.part == "room") scene.parts = {Part::Room};
@@ -192,20 +191,19 @@ void Run(const Options& options) {
     Show(output, PlayAndShowLog(options));
 }
 
-int Explain(const std::string& sentence, int status) {
-    std::cerr << "tessarune-demo: " << sentence << "\n";
-    return status;
-}
-
-void AddOptions(CLI::App& program, Options& options) {
-    program.footer(examples);
+void AddOptions(tool::Program& program, Options& options) {
+    program.footer(std::string(examples) + tool::exitStatuses);
     program.add_flag("--quick", options.isQuick, "Play short versions of all parts");
     program.add_flag("--list", options.isListed, "List what there is to play, and play nothing");
-    program.add_option("--part", options.part, "Play only this part")
-        ->check(CLI::IsMember({"voices", "circle", "room"}));
-    program.add_option("--room", options.room, "The room of the last part")->capture_default_str();
+    program.TakeOneOf(program.add_option("--part", options.part, "Play only this part"),
+                      {"voices", "circle", "room"});
+    program.OfferFor(
+        program.add_option("--room", options.room, "The room of the last part")->capture_default_str(),
+        Rooms());
     program.add_option("--wav", options.waveFile, "Record into this file instead of playing");
-    program.add_option("--layout", options.layout, "Record for these speakers: 5.1, Quad, headphones ...");
+    program.OfferFor(program.add_option("--layout", options.layout,
+                                        "Record for these speakers: 5.1, Quad, headphones ..."),
+                     {tool::StandardLayoutNames(), {}, false});
     program.add_option("--voices", options.voiceFolder, "Take the voices from this folder")
         ->capture_default_str();
 }
@@ -213,22 +211,14 @@ void AddOptions(CLI::App& program, Options& options) {
 }  // namespace
 
 int main(int count, char** arguments) {
-    CLI::App program(
+    tool::Program program(
+        "tessarune-demo",
         "Plays voices around you, an engine that flies past, and a room, as a game would. Where nothing can "
-        "be heard, records them into 'tessarune-demo.wav'.",
-        "tessarune-demo");
+        "be heard, records them into 'tessarune-demo.wav'.");
     Options options;
     AddOptions(program, options);
-    try {
-        program.parse(count, arguments);
+    return program.Run(count, arguments, [&] {
         Run(options);
         return 0;
-    } catch (const CLI::ParseError& error) {
-        if (error.get_exit_code() == 0) return program.exit(error);
-        return Explain(error.what() + std::string(". 'tessarune-demo --help' lists the options."), wrongUse);
-    } catch (const WrongUse& failure) {
-        return Explain(failure.what(), wrongUse);
-    } catch (const std::exception& failure) {
-        return Explain(failure.what(), failed);
-    }
+    });
 }

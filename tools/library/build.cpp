@@ -51,7 +51,7 @@ void Build(const Options& options) {
 
 }  // namespace
 
-void AddBuildCommand(CLI::App& program) {
+void AddBuildCommand(Program& program) {
     CLI::App* command =
         program.add_subcommand("build", "Make a complete library: all layouts, methods, orders and rates.");
     command->footer(examples);

@@ -1,12 +1,15 @@
-#include <algorithm>
+#include <cmath>
 #include <iostream>
 #include <memory>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "library/librarycheck.h"
 #include "slib/exception.h"
 #include "tools/library/commands.h"
 #include "tools/library/opening.h"
-#include "tools/library/table.h"
+#include "tools/support/table.h"
 
 namespace tool {
 namespace {
@@ -14,82 +17,137 @@ namespace {
 struct Options {
     std::string path;
     bool hasAcoustics = false;
+    bool isJson = false;
     std::string sofa;
 };
 
-// Prints what is wrong; true when nothing is.
-bool CheckAll(const orb3::fl::FormatLibrarian& library) {
-    std::size_t faults = 0;
-    double worst = 0;
-    const std::vector<design::TransformFinding> findings = design::CheckTransforms(library);
-    for (const design::TransformFinding& finding : findings) {
-        if (finding.hasLevel && std::abs(finding.level) > std::abs(worst)) worst = finding.level;
-        if (finding.fault.empty()) continue;
-        ++faults;
-        std::cerr << orb3::fl::describe(static_cast<const orb3::fl::ConversionTag&>(finding.conversion))
-                  << " at " << finding.rate << " Hz: " << finding.fault << "\n";
+// What reading everything came to.
+struct Counts {
+    std::size_t transforms = 0;
+    double worstLevel = 0;  // dB
+    std::vector<design::TransformFinding> faults;
+};
+
+Counts CountAll(const orb3::fl::FormatLibrarian& library) {
+    Counts counts;
+    for (const design::TransformFinding& finding : design::CheckTransforms(library)) {
+        ++counts.transforms;
+        if (finding.hasLevel && std::abs(finding.level) > std::abs(counts.worstLevel))
+            counts.worstLevel = finding.level;
+        if (!finding.fault.empty()) counts.faults.push_back(finding);
     }
-    std::cout << library.getFormatCount() << " formats, " << library.getMethodCount() << " methods, "
-              << library.getConversionCount() << " conversions, " << findings.size() << " transforms read, "
-              << faults << " faults; a source ahead is off in level by " << Fixed(worst, 2)
-              << " dB at most.\n";
-    return faults == 0 && !findings.empty();
+    return counts;
 }
 
-void PrintSpeakers(const orb3::fl::FormatLibrarian& library, int rate) {
-    Table table({"layout", "method", ">order", ">rV mean", ">error max", ">rE mean", ">least", ">limit",
-                 ">mean of limit", ">error mean", ">max", ">ahead", ">level least", ">greatest"});
+std::string Name(const design::TransformFinding& finding) {
+    return orb3::fl::describe(static_cast<const orb3::fl::ConversionTag&>(finding.conversion));
+}
+
+Json ToJson(const orb3::fl::FormatLibrarian& library, const Counts& counts) {
+    Json faults = Json::array();
+    for (const design::TransformFinding& finding : counts.faults)
+        faults.push_back({{"conversion", Name(finding)}, {"rate", finding.rate}, {"fault", finding.fault}});
+    return {{"formats", library.getFormatCount()},
+            {"methods", library.getMethodCount()},
+            {"conversions", library.getConversionCount()},
+            {"transforms", counts.transforms},
+            {"worst_level", counts.worstLevel},
+            {"faults", std::move(faults)}};
+}
+
+void Print(const orb3::fl::FormatLibrarian& library, const Counts& counts) {
+    std::cout << library.getFormatCount() << " formats, " << library.getMethodCount() << " methods, "
+              << library.getConversionCount() << " conversions, " << counts.transforms << " transforms read, "
+              << counts.faults.size() << " faults; a source ahead is off in level by "
+              << Fixed(counts.worstLevel, 2) << " dB at most.\n";
+}
+
+Table Speakers(const orb3::fl::FormatLibrarian& library, int rate) {
+    Table table({{"layout", "layout"},
+                 {"method", "method"},
+                 {"order", "order", true},
+                 {"rV mean", "velocity_mean", true},
+                 {"error max", "velocity_error_max", true},
+                 {"rE mean", "energy_mean", true},
+                 {"least", "energy_least", true},
+                 {"limit", "energy_limit", true},
+                 {"mean of limit", "energy_percent_of_limit", true},
+                 {"error mean", "energy_error_mean", true},
+                 {"max", "energy_error_max", true},
+                 {"ahead", "energy_error_ahead", true},
+                 {"level least", "level_least", true},
+                 {"greatest", "level_greatest", true}});
     for (const design::SpeakerFigures& row : design::CheckSpeakers(library, rate))
-        table.AddRow({row.layout, row.method, std::to_string(row.order),
-                      row.hasVelocity ? Fixed(row.velocityLength, 3) : "-",
-                      row.hasVelocity ? Fixed(row.velocityError, 1) + "°" : "-", Fixed(row.meanLength, 3),
-                      Fixed(row.leastLength, 3), Fixed(row.limit, 3),
-                      Fixed(100 * row.meanLength / row.limit, 1) + "%", Fixed(row.meanError, 1) + "°",
-                      Fixed(row.greatestError, 1) + "°", Fixed(row.frontError, 1) + "°",
-                      Fixed(row.leastLevel, 1) + " dB", Fixed(row.greatestLevel, 1) + " dB"});
+        table.AddRow({row.layout, row.method, row.order, Number(row.velocityLength, 3, "", row.hasVelocity),
+                      Number(row.velocityError, 1, "°", row.hasVelocity), Number(row.meanLength, 3),
+                      Number(row.leastLength, 3), Number(row.limit, 3),
+                      Number(100 * row.meanLength / row.limit, 1, "%"), Number(row.meanError, 1, "°"),
+                      Number(row.greatestError, 1, "°"), Number(row.frontError, 1, "°"),
+                      Number(row.leastLevel, 1, " dB"), Number(row.greatestLevel, 1, " dB")});
+    return table;
+}
+
+Cell Errors(const design::ErrorFigures& figures, double scale, int digits) {
+    const double median = figures.median * scale, mean = figures.mean * scale,
+                 percentile95 = figures.percentile95 * scale;
+    return {Fixed(median, digits) + " / " + Fixed(mean, digits) + " / " + Fixed(percentile95, digits),
+            {{"median", median}, {"mean", mean}, {"percentile95", percentile95}}};
+}
+
+Table Heads(const orb3::fl::FormatLibrarian& library, const design::ReferenceHeads& heads, int rate) {
+    Table table({{"method", "method"},
+                 {"order", "order", true},
+                 {"delay, µs", "delay", true},
+                 {"0.1 to 8 kHz, dB", "level_100_to_8000_hz", true},
+                 {"8 to 16 kHz, dB", "level_8000_to_16000_hz", true},
+                 {"0.1 to 16 kHz, dB", "level_100_to_16000_hz", true}});
+    for (const design::HeadFigures& row : design::CheckHeads(library, heads, rate))
+        table.AddRow({row.method, row.order, Errors(row.errors.delay, 1e6, 1), Errors(row.errors.low, 1, 2),
+                      Errors(row.errors.high, 1, 2), Errors(row.errors.whole, 1, 2)});
+    return table;
+}
+
+void Print(const Table& speakers, const Table& heads, bool isHeadMissing) {
     std::cout << "\nSpeakers. Velocity vectors (rV) at 60 to 120 Hz, energy vectors (rE) and levels at 6 to "
                  "12 kHz; ahead is\nwithin 30 degrees of it. Directions are those of the horizon for flat "
                  "layouts, else of the sphere.\n\n";
-    table.Print(std::cout);
-}
-
-std::string Cell(const design::ErrorFigures& figures, double scale, int digits) {
-    return Fixed(figures.median * scale, digits) + " / " + Fixed(figures.mean * scale, digits) + " / " +
-           Fixed(figures.percentile95 * scale, digits);
-}
-
-void PrintHeads(const orb3::fl::FormatLibrarian& library, int rate, const std::string& sofa) {
-    const design::ReferenceHeads heads = design::MakeReferenceHeads(HeadFile(sofa), rate);
-    Table table(
-        {"method", ">order", ">delay, µs", ">0.1 to 8 kHz, dB", ">8 to 16 kHz, dB", ">0.1 to 16 kHz, dB"});
-    for (const design::HeadFigures& row : design::CheckHeads(library, heads, rate))
-        table.AddRow({row.method, std::to_string(row.order), Cell(row.errors.delay, 1e6, 1),
-                      Cell(row.errors.low, 1, 2), Cell(row.errors.high, 1, 2), Cell(row.errors.whole, 1, 2)});
+    speakers.PrintMarkdown(std::cout);
     std::cout << "\nHeads. Errors of the interaural delay below 1.5 kHz and of the levels in auditory bands "
                  "against the head that\na method imitates, over all its directions: median / mean / 95th "
                  "percentile.\n\n";
-    table.Print(std::cout);
-    if (heads.measured.directions.empty())
+    heads.PrintMarkdown(std::cout);
+    if (isHeadMissing)
         std::cout << "\nWithout a measured head only the sphere can be compared with its head. Name the head "
                      "with --sofa FILE.\n";
 }
 
+void CheckAcoustics(const orb3::fl::FormatLibrarian& library, const Options& options, Json& document) {
+    const int rate = RateOf(library);
+    const Table speakers = Speakers(library, rate);
+    const design::ReferenceHeads references = design::MakeReferenceHeads(HeadFile(options.sofa), rate);
+    const Table heads = Heads(library, references, rate);
+    if (!options.isJson) return Print(speakers, heads, references.measured.directions.empty());
+    document["speakers"] = speakers.ToJson();
+    document["heads"] = heads.ToJson();
+}
+
 void Check(const Options& options) {
     const LibraryPtr library = OpenToRead(options.path);
-    const bool isSound = CheckAll(*library);
-    if (options.hasAcoustics) {
-        const int rate = RateOf(*library);
-        PrintSpeakers(*library, rate);
-        PrintHeads(*library, rate, options.sofa);
-    }
-    if (!isSound)
+    const Counts counts = CountAll(*library);
+    for (const design::TransformFinding& finding : counts.faults)
+        std::cerr << Name(finding) << " at " << finding.rate << " Hz: " << finding.fault << "\n";
+    Json document = ToJson(*library, counts);
+    if (!options.isJson) Print(*library, counts);
+    if (options.hasAcoustics) CheckAcoustics(*library, options, document);
+    if (options.isJson) PrintJson(document);
+    if (!counts.faults.empty() || counts.transforms == 0)
         throw slib::BadDataException("'" + options.path + "' has faults. 'tessarune-library build " +
                                      options.path + "' makes it anew.");
 }
 
 }  // namespace
 
-void AddCheckCommand(CLI::App& program) {
+void AddCheckCommand(Program& program) {
     CLI::App* command = program.add_subcommand(
         "check",
         "Read every transform of a library and check counts and levels; exit status 1 for any fault.");
@@ -102,6 +160,7 @@ void AddCheckCommand(CLI::App& program) {
     command->add_option("--sofa", options->sofa, "The measured head that the library was built with")
         ->check(CLI::ExistingFile)
         ->default_str(systemHead);
+    AddJsonFlag(*command, options->isJson);
     command->callback([options] { Check(*options); });
 }
 

@@ -1,18 +1,18 @@
 #pragma once
 
 // The commands of the program, one a file. Each function adds its command to the program, with options and
-// the work itself, which the program's parsing runs; on the main thread. Work that fails throws, and main
-// tells what it was.
+// the work itself, which the program's parsing runs; on the main thread. Work that fails throws, and the
+// program prints what it was.
 
-#include <CLI/CLI.hpp>
+#include "tools/support/program.h"
 
 namespace tool {
 
-void AddBuildCommand(CLI::App& program);
-void AddShowCommand(CLI::App& program);
-void AddCheckCommand(CLI::App& program);
-void AddPackCommand(CLI::App& program);
-void AddLayoutCommand(CLI::App& program);
-void AddPlotCommand(CLI::App& program);
+void AddBuildCommand(Program& program);
+void AddShowCommand(Program& program);
+void AddCheckCommand(Program& program);
+void AddPackCommand(Program& program);
+void AddLayoutCommand(Program& program);
+void AddPlotCommand(Program& program);
 
 }  // namespace tool

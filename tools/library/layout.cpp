@@ -42,7 +42,7 @@ void AddLayout(const std::string& path, const std::string& file) {
 
 }  // namespace
 
-void AddLayoutCommand(CLI::App& program) {
+void AddLayoutCommand(Program& program) {
     CLI::App* command = program.add_subcommand("layout", "Add a room to a library from a file of speakers.");
     command->footer(examples);
     const auto path = std::make_shared<std::string>();

@@ -1,9 +1,9 @@
 // Makes, checks, packs and draws format libraries.
 
-#include <exception>
-#include <iostream>
+#include <string>
 
 #include "tools/library/commands.h"
+#include "tools/library/opening.h"
 
 namespace {
 
@@ -14,23 +14,19 @@ constexpr const char* examples = R"(Examples:
   tessarune-library pack lib/default.afl default.pfl --bits 16
   tessarune-library plot lib/default.afl --out plots
 
-'tessarune-library COMMAND --help' describes a command.)";
+'tessarune-library COMMAND --help' describes a command.
+)";
 
 }  // namespace
 
 int main(int count, char** arguments) {
-    try {
-        CLI::App program("Makes, checks, packs and draws the format libraries of Tessarune.",
-                         "tessarune-library");
-        program.require_subcommand(1);
-        program.footer(examples);
-        for (const auto add : {tool::AddBuildCommand, tool::AddShowCommand, tool::AddCheckCommand,
-                               tool::AddPackCommand, tool::AddLayoutCommand, tool::AddPlotCommand})
-            add(program);
-        CLI11_PARSE(program, count, arguments);
-        return 0;
-    } catch (const std::exception& failure) {
-        std::cerr << "tessarune-library: " << failure.what() << "\n";
-        return 1;
-    }
+    tool::Program program("tessarune-library",
+                          "Makes, checks, packs and draws the format libraries of Tessarune.");
+    program.require_subcommand(1);
+    program.footer(std::string(examples) + tool::exitStatuses);
+    program.files = {{tool::systemHead, "The measured head (HRTF) that is taken where no other is named."}};
+    for (const auto add : {tool::AddBuildCommand, tool::AddShowCommand, tool::AddCheckCommand,
+                           tool::AddPackCommand, tool::AddLayoutCommand, tool::AddPlotCommand})
+        add(program);
+    return program.Run(count, arguments);
 }

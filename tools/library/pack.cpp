@@ -48,15 +48,16 @@ void Pack(const Options& options) {
 
 }  // namespace
 
-void AddPackCommand(CLI::App& program) {
+void AddPackCommand(Program& program) {
     CLI::App* command =
         program.add_subcommand("pack", "Write a library in another form: .dfl, .afl or one file, .pfl.");
     command->footer(examples);
     const auto options = std::make_shared<Options>();
     command->add_option("PATH", options->path, "The library")->required();
     command->add_option("OUT", options->out, "The file to write; its ending chooses the form")->required();
-    command->add_option("--bits", options->bits, "Bits of a sample in a .pfl, or float, the default")
-        ->check(CLI::IsMember({"8", "12", "16", "20", "24", "float"}));
+    program.TakeOneOf(
+        command->add_option("--bits", options->bits, "Bits of a sample in a .pfl, or float, the default"),
+        {"8", "12", "16", "20", "24", "float"});
     command->callback([options] { Pack(*options); });
 }
 

@@ -119,7 +119,7 @@ void Plot(const Options& options) {
 
 }  // namespace
 
-void AddPlotCommand(CLI::App& program) {
+void AddPlotCommand(Program& program) {
     CLI::App* command = program.add_subcommand("plot", "Draw what decoders do, as SVG.");
     command->footer(examples);
     const auto options = std::make_shared<Options>();

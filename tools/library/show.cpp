@@ -1,15 +1,17 @@
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
 #include <iostream>
 #include <map>
 #include <memory>
 #include <tuple>
+#include <vector>
 
 #include "library/formatlayout.h"
 #include "library/librarywriter.h"
 #include "tools/library/commands.h"
 #include "tools/library/opening.h"
-#include "tools/library/table.h"
+#include "tools/support/table.h"
 
 namespace tool {
 namespace {
@@ -27,8 +29,8 @@ double BytesOf(const fs::path& path) {
     return bytes;
 }
 
-void ShowFormats(const FormatLibrarian& library) {
-    Table table({"tag", "name", "what", ">channels"});
+Table Formats(const FormatLibrarian& library) {
+    Table table({{"tag", "tag"}, {"name", "name"}, {"what", "what"}, {"channels", "channels", true}});
     for (std::uint32_t i = 0; i < library.getFormatCount(); ++i) {
         orb3::fl::Format format;
         library.getFormat(i, format);
@@ -38,19 +40,19 @@ void ShowFormats(const FormatLibrarian& library) {
                                  : !format.isLayout ? "other"
                                  : isStandard       ? "standard layout"
                                                     : "layout";
-        table.AddRow({format.tag, format.name, what, std::to_string(format.channelCount)});
+        table.AddRow({format.tag, format.name, what, format.channelCount});
     }
-    table.Print(std::cout);
+    return table;
 }
 
-void ShowMethods(const FormatLibrarian& library) {
-    Table table({"method", "name", "what it is"});
+Table Methods(const FormatLibrarian& library) {
+    Table table({{"method", "method"}, {"name", "name"}, {"what it is", "description"}});
     for (std::uint32_t i = 0; i < library.getMethodCount(); ++i) {
         orb3::fl::Method method;
         library.getMethod(i, method);
         table.AddRow({method.tag, method.name, method.writeup});
     }
-    table.Print(std::cout);
+    return table;
 }
 
 const char* NameOf(orb3::fl::Priority priority) {
@@ -69,18 +71,18 @@ const char* NameOf(orb3::fl::Priority priority) {
 
 // The conversions to one format by one method, which differ in what they come from.
 struct Group {
-    std::string from, rates, through;
+    std::vector<std::string> from, through;
+    std::vector<int> rates;
     std::uint32_t length = 0;
     double bytes = 0;
 };
 
 void AddTo(Group& group, const FormatLibrarian& library, std::uint32_t index, const Conversion& conversion) {
-    group.from += (group.from.empty() ? "" : " ") + conversion.from;
+    group.from.push_back(conversion.from);
     for (std::uint32_t i = 0; i + 1 < conversion.chain.size; ++i)
-        group.through += (i == 0 ? "" : " ") + conversion.chain[i].to;
-    group.rates.clear();
-    for (const int rate : design::BaseRates(library, index)) {
-        group.rates += (group.rates.empty() ? "" : " ") + std::to_string(rate);
+        group.through.push_back(conversion.chain[i].to);
+    group.rates = design::BaseRates(library, index);
+    for (const int rate : group.rates) {
         orb3::strans::TimeDomainTransform<float, 1> transform;
         library.getTransform(index, rate, transform);
         group.length = std::max(group.length, transform.width);
@@ -88,7 +90,22 @@ void AddTo(Group& group, const FormatLibrarian& library, std::uint32_t index, co
     }
 }
 
-void ShowConversions(const FormatLibrarian& library) {
+// With blanks between.
+Cell List(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words)
+        text += (text.empty() ? "" : " ") + word;
+    return {text, words};
+}
+
+Cell Rates(const std::vector<int>& rates) {
+    std::string text;
+    for (const int rate : rates)
+        text += (text.empty() ? "" : " ") + std::to_string(rate);
+    return {text.empty() ? "made on demand" : text, rates};
+}
+
+Table Conversions(const FormatLibrarian& library) {
     std::vector<std::tuple<std::string, std::string, orb3::fl::Priority>> order;
     std::map<std::tuple<std::string, std::string, orb3::fl::Priority>, Group> groups;
     for (std::uint32_t i = 0; i < library.getConversionCount(); ++i) {
@@ -99,35 +116,55 @@ void ShowConversions(const FormatLibrarian& library) {
         if (isNew) order.push_back(key);
         AddTo(place->second, library, i, conversion);
     }
-    Table table({"to", "method", "priority", "from", "through", "stored at Hz", ">longest", ">samples"});
+    Table table({{"to", "to"},
+                 {"method", "method"},
+                 {"priority", "priority"},
+                 {"from", "from"},
+                 {"through", "through"},
+                 {"stored at Hz", "rates"},
+                 {"longest", "longest", true},
+                 {"samples", "bytes", true}});
     for (const auto& key : order) {
         const Group& group = groups[key];
-        table.AddRow({std::get<0>(key), std::get<1>(key), NameOf(std::get<2>(key)), group.from, group.through,
-                      group.rates.empty() ? "made on demand" : group.rates,
-                      group.length == 0 ? "" : std::to_string(group.length),
-                      group.bytes == 0 ? "" : Size(group.bytes)});
+        table.AddRow({std::get<0>(key),
+                      std::get<1>(key),
+                      NameOf(std::get<2>(key)),
+                      List(group.from),
+                      List(group.through),
+                      Rates(group.rates),
+                      {group.length == 0 ? "" : std::to_string(group.length), group.length},
+                      {group.bytes == 0 ? "" : Size(group.bytes), std::llround(group.bytes)}});
     }
-    table.Print(std::cout);
+    return table;
 }
 
-void Show(const std::string& path) {
+void Show(const std::string& path, bool isJson) {
     const LibraryPtr library = OpenToRead(path);
-    std::cout << path << " is the library '" << library->getTag() << "', " << Size(BytesOf(path)) << ".\n\n";
-    ShowFormats(*library);
-    std::cout << "\n";
-    ShowMethods(*library);
-    std::cout << "\n";
-    ShowConversions(*library);
+    const Table formats = Formats(*library), methods = Methods(*library), conversions = Conversions(*library);
+    if (isJson)
+        return PrintJson({{"path", path},
+                          {"tag", library->getTag()},
+                          {"bytes", std::llround(BytesOf(path))},
+                          {"formats", formats.ToJson()},
+                          {"methods", methods.ToJson()},
+                          {"conversions", conversions.ToJson()}});
+    std::cout << path << " is the library '" << library->getTag() << "', " << Size(BytesOf(path)) << ".\n";
+    for (const Table* table : {&formats, &methods, &conversions}) {
+        std::cout << "\n";
+        table->PrintMarkdown(std::cout);
+    }
 }
 
 }  // namespace
 
-void AddShowCommand(CLI::App& program) {
+void AddShowCommand(Program& program) {
     CLI::App* command = program.add_subcommand("show", "List formats, methods and conversions of a library.");
     command->footer("Example:\n  tessarune-library show lib/default.afl");
     const auto path = std::make_shared<std::string>();
     command->add_option("PATH", *path, "The library, .afl, .dfl or .pfl")->required();
-    command->callback([path] { Show(*path); });
+    const auto isJson = std::make_shared<bool>(false);
+    AddJsonFlag(*command, *isJson);
+    command->callback([path, isJson] { Show(*path, *isJson); });
 }
 
 }  // namespace tool

@@ -1,8 +1,7 @@
 // Starts a game with this library in place of the OpenAL library that it would load, and says afterwards
 // whether the game used it, with the lines that it left in the log.
 //
-// Ends with the game's own exit status, 128 and the number of the signal that ended it, 2 for wrong use, or
-// 127 when the game couldn't be started.
+// Ends with the exit statuses that its help lists.
 
 #include <poll.h>
 #include <signal.h>
@@ -30,25 +29,21 @@ extern "C" {  // which this header of the C library leaves to us
 #include "platform/storelocation.h"
 #include "slib/exception.h"
 #include "tools/support/logring.h"
+#include "tools/support/program.h"
 
 namespace {
 
 using std::filesystem::path;
 
-constexpr int wrongUse = 2;
 constexpr int notStarted = 127;
-constexpr const char* help =
-    R"(Starts a game with Tessarune in place of the OpenAL library that it would load.
-Says afterwards whether the game used it, and prints what was logged meanwhile.
-Usage: tessarune-run PROGRAM [ARGUMENTS...]
-
-Everything behind PROGRAM is passed to the game unchanged.
+constexpr const char* footer = R"(Everything behind PROGRAM is passed to the game unchanged.
 
 Examples:
   tessarune-run ./game
   tessarune-run supertuxkart --fullscreen
   tessarune-run ./bin/tessarune-info
-)";
+
+Exit status: 0 to 255 as the game ends; 128 and the number of the signal that ended the game; 127 when it couldn't be started; 2 for a command line that is wrong.)";
 
 // Where a loader finds the library under the names that games ask for.
 path DropIn() {
@@ -204,22 +199,36 @@ int Run(char** arguments) {
     return ExitStatus(end.status, arguments[0]);
 }
 
+int RunOrExplain(char** arguments, const std::string& program) {
+    try {
+        return Run(arguments);
+    } catch (const std::exception& failure) {
+        std::cerr << program << ": " << failure.what() << "\n";
+        return notStarted;
+    }
+}
+
+// The words up to the game's name; what follows is the game's.
+int CountOwn(int count, char** arguments) {
+    int own = 1;
+    while (own < count && arguments[own][0] == '-')
+        ++own;
+    return std::min(own + 1, count);
+}
+
 }  // namespace
 
 int main(int count, char** arguments) {
-    const std::string first = count > 1 ? arguments[1] : "";
-    if (first == "--help" || first == "-h") {
-        std::cout << help;
-        return 0;
-    }
-    if (first.empty() || first.starts_with("-")) {
-        std::cerr << "tessarune-run: Name the program to start. 'tessarune-run --help' shows how.\n";
-        return wrongUse;
-    }
-    try {
-        return Run(arguments + 1);
-    } catch (const std::exception& failure) {
-        std::cerr << "tessarune-run: " << failure.what() << "\n";
-        return notStarted;
-    }
+    tool::Program program("tessarune-run",
+                          "Starts a game with Tessarune in place of the OpenAL library that it would load. "
+                          "Says afterwards whether the game used it, and prints what was logged meanwhile.");
+    program.footer(footer);
+    std::string game;
+    std::vector<std::string> passed;  // always empty: for the help
+    program.OfferFor(
+        program.add_option("PROGRAM", game, "The game: its path, or a name that PATH finds")->required(),
+        {{}, {}, true});
+    program.add_option("ARGUMENTS", passed, "What the game takes");
+    const int own = CountOwn(count, arguments);
+    return program.Run(own, arguments, [&] { return RunOrExplain(arguments + own - 1, program.get_name()); });
 }
