@@ -14,7 +14,6 @@
 #include "library/headcheck.h"
 #include "library/headcoverage.h"
 #include "library/headpreparation.h"
-#include "library/headresampler.h"
 #include "library/magls.h"
 #include "library/sofareader.h"
 #include "library/spherehead.h"
@@ -65,37 +64,6 @@ TEST(SphereHead, SurfacePressure_IsTheSumOfIncidentAndScatteredField) {
             EXPECT_NEAR(std::abs(pressure(i, k) - SurfaceByDefinition(size, cosines[i])), 0, 1e-9);
         }
     }
-}
-
-TEST(Erb, Scale_HasThePublishedValues) {
-    EXPECT_NEAR(ErbBandwidth(1000), 132.6, 0.1);
-    EXPECT_NEAR(ErbRate(1000), 15.62, 0.01);
-    EXPECT_NEAR(ErbRateFrequency(ErbRate(5000)), 5000, 1e-6);
-}
-
-TEST(HeadResampler, APulse_KeepsItsShapeAndSpectrumAtAnotherRate) {
-    const auto pulse = [](double seconds) {
-        return std::exp(-std::pow((seconds - 0.003) / 5e-5, 2) / 2) * std::cos(2 * pi * 7000 * seconds);
-    };
-    for (auto [from, to] : {std::pair{44100.0, 48000.0}, std::pair{48000.0, 44100.0}}) {
-        Eigen::MatrixXd signal(300, 1);
-        for (Index i = 0; i < 300; ++i)
-            signal(i, 0) = pulse(static_cast<double>(i) / from);
-        const Eigen::MatrixXd result = Resample(signal, from, to, 290);
-        for (Index i = 0; i < 270; ++i) {
-            EXPECT_NEAR(result(i, 0), pulse(static_cast<double>(i) / to) * from / to, 2e-5);
-        }
-    }
-}
-
-TEST(DiffuseField, CovarianceMatch_ReachesTheTargetByTheLeastChange) {
-    Eigen::Matrix2cd actual, target;
-    actual << 2, Complex(0.5, 0.8), Complex(0.5, -0.8), 1;
-    target << 1, Complex(-0.2, 0.3), Complex(-0.2, -0.3), 3;
-    const Eigen::Matrix2cd mixing = CovarianceMatch(actual, target);
-    EXPECT_LT((mixing * actual * mixing.adjoint() - target).norm(), 1e-4);
-    EXPECT_LT((mixing - mixing.adjoint()).norm(), 1e-4);  // the solution of least change is Hermitian
-    EXPECT_LT((CovarianceMatch(target, target) - Eigen::Matrix2cd::Identity()).norm(), 1e-4);
 }
 
 TEST(SofaReader, ADummyHead_HearsTheLeftAtTheLeftFirst) {

@@ -66,15 +66,6 @@ protected:
     const testing_support::TemporaryFolder folder;
 };
 
-TEST_F(Library, Selection_TakesTheBestMethodOfALayout) {
-    const auto library = Open();
-    for (const auto& [name, method] : {std::pair{"Quad", "dualband"}, {"Headphone Stereo", measuredHead}}) {
-        orb3::spk::Layout layout;
-        orb3::ConfigureLayout(*library, layout, nullptr, nullptr, name);
-        EXPECT_EQ(layout.method, method);
-    }
-}
-
 TEST_F(Library, ARoomOfUnequalDistances_IsAddedWithAllMethodsAndReplaced) {
     const auto library = Change();
     const std::uint32_t before = library->getFormatCount();
@@ -152,12 +143,6 @@ TEST_F(Library, CheckTransforms_FindsAWrongLevel) {
         const bool isChanged = finding.rate == testRate && describe(found) == describe(tag);
         EXPECT_EQ(finding.fault.empty(), !isChanged) << finding.fault;
     }
-}
-
-TEST(RoundTicks, AreRoundAndInside) {
-    EXPECT_EQ(RoundTicks({-12, 6}, 5), (std::vector<double>{-10, -5, 0, 5}));
-    EXPECT_EQ(RoundTicks({0, 1}, 5).size(), 6u);
-    EXPECT_EQ(RoundTicks({0.031, 0.069}, 4), (std::vector<double>{0.04, 0.05, 0.06}));
 }
 
 std::size_t Count(const std::string& text, const std::string& part) {

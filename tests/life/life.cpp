@@ -5,8 +5,6 @@
 
 #include <dlfcn.h>
 #include <malloc.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
@@ -20,6 +18,7 @@
 #include <thread>
 
 #include "AL/alc.h"
+#include "tests/support/process.h"
 #include "tests/support/temporaryfolder.h"
 
 // Never destroyed, since the process may end on another thread. Of external linkage, so that it holds what it
@@ -169,26 +168,19 @@ void MakeContextsOften(const char* path) {
 
 // Measures the machine and stores what it chose, so that later starts are quick.
 void StartForTheFirstTime(const char* path) {
-    const pid_t child = fork();
-    if (child == 0) {
+    const int code = testing_support::RunInChild([&] {
         const Library library(path);
         library.destroyContext(library.Create());
-        _exit(0);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    Check(WIFEXITED(status) && WEXITSTATUS(status) == 0, "The first start failed.");
+        return 0;
+    });
+    Check(code == 0, "The first start failed.");
 }
 
 // A child that the game forks has none of our threads, and must end all the same.
 void ExitOfAForkedChild(const char* path) {
-    const Library library(path);
-    library.Create();
-    const pid_t child = fork();
-    if (child == 0) std::exit(0);
-    int status = 0;
-    waitpid(child, &status, 0);
-    Check(WIFEXITED(status) && WEXITSTATUS(status) == 0, "The child did not end by itself.");
+    Library(path).Create();
+    Check(testing_support::RunInChild([]() -> int { std::exit(0); }) == 0,
+          "The child did not end by itself.");
 }
 
 const std::map<std::string, std::function<void(const char*)>> modes{

@@ -230,27 +230,14 @@ constexpr const char* changes[] = {"set Order 1",
                                    "set EffectsQuality Low",
                                    "select Quad",
                                    "set UseParallelDecoder True",
-                                   "set SuggestedBufferCount 8",
-                                   "set IsLoggingVerbose True",
-                                   "set DefaultFilterOrder 2",
-                                   "set OnlyOneReverb True",
                                    "set Order 4",
                                    "set SRC Off",
                                    "set SuggestedBufferLength 64",
-                                   "select \"Headphone Stereo\"",
-                                   "set UseParallelDecoder False",
-                                   "set SuggestedBufferCount 2",
                                    "set EffectsQuality High",
-                                   "set OnlyOneReverb False",
-                                   "set DefaultFilterOrder 1",
-                                   "set SuggestedBufferLength 256",
-                                   "set SRC SincMedium",
-                                   "select Octagon",
-                                   "set IsLoggingVerbose False",
-                                   "set Order 2",
-                                   "select \"Surround 7.1\""};
+                                   "select \"Headphone Stereo\"",
+                                   "set UseParallelDecoder False"};
 
-TEST_F(Live, FiftyChangesOfTheSettings_LoseNoSourceAndNoFrameOfAStream) {
+TEST_F(Live, ManyChangesOfTheSettings_LoseNoSourceAndNoFrameOfAStream) {
     Configure("set SpeakerSetting \"Surround 7.1\"");  // so that every layout finds its outputs
     for (const char* change : changes)
         Configure(change);
@@ -262,7 +249,7 @@ TEST_F(Live, FiftyChangesOfTheSettings_LoseNoSourceAndNoFrameOfAStream) {
         for (; !isOver; std::this_thread::sleep_for(10ms))
             crowd.Play();
     });
-    for (int round = 0; round < 2; ++round)
+    for (int round = 0; round < 4; ++round)
         for (const char* change : changes)
             ConfigureLive(change);
     std::this_thread::sleep_for(1s);
@@ -285,7 +272,7 @@ TEST_F(Live, FiftyChangesOfTheSettings_LoseNoSourceAndNoFrameOfAStream) {
     mix.samples.resize(mix.Sounds(rate).at(0).second - 4096);  // without the pause at the end
     const Trace trace = Follow(mix);
     EXPECT_LE(trace.longest, 16);
-    EXPECT_LE(trace.lost, 4 * std::ssize(changes));  // two at each restart
+    EXPECT_LE(trace.lost, 8 * std::ssize(changes));  // two at each restart
     EXPECT_GT(mix.Frames(), 50U * rate);
 }
 

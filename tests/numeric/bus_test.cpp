@@ -47,18 +47,6 @@ TEST(Bus, Channels_AreAlignedApartAndOutOfStep) {
     }
 }
 
-TEST(Bus, Add_AddsTheGainedSignalToOneChannelInWholeGroups) {
-    ac::Bus bus(5, 3);
-    FloatTupleVector source(5);
-    std::fill_n(source.data, 8, 3.0f);
-    bus.add(1, source.data, 0.5f);
-    bus.add(1, source.data, 2.0f);
-    EXPECT_TRUE(Holds(bus.channels[0], 8, 0) && Holds(bus.channels[2], 8, 0));
-    EXPECT_TRUE(Holds(bus.channels[1], 8, 7.5f));
-    bus.clear();
-    EXPECT_TRUE(Holds(bus.channels[1], 8, 0));
-}
-
 TEST(Bus, Resize_DiscardsOnlyWhenTheShapeChanges) {
     ac::Bus bus(100, 4);
     bus.channels[3][99] = 1;

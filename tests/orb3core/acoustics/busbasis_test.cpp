@@ -21,16 +21,21 @@ orb3::strans::TimeDomainTransform<float, 1> Through(std::uint32_t inputs) {
 }
 
 // A plane wave enters the library's channels as 4pi times the harmonics of its direction, and the renderer's
-// bus as the polynomials.
+// bus as the polynomials of either precision, behind which nothing is written.
 TEST(ConvertTransformToBusBasis, PlaneWavesFromAnywhere_DecodeAsBefore) {
     const orb3::FSAScheme library(4);
-    for (const std::uint32_t inputs : {1u, 4u, 9u, 16u, 25u}) {
+    for (const unsigned order : {0u, 1u, 2u, 3u, 4u}) {
+        const std::uint32_t inputs = (order + 1) * (order + 1);
         auto transform = Through(inputs);
         orb3::convertTransformToBusBasis(transform);
         for (double azimuth = -4, z = -0.97; z < 1; azimuth += 0.83, z += 0.09) {
             const double c = std::sqrt(1 - z * z);
-            float bus[25];
-            hcml::directionPolynomials(c * std::cos(azimuth), c * std::sin(azimuth), z, 4, bus);
+            const double x = c * std::cos(azimuth), y = c * std::sin(azimuth);
+            float bus[26], single[26];
+            bus[inputs] = single[inputs] = 9;
+            hcml::directionPolynomials(x, y, z, order, bus);
+            hcml::directionPolynomials(float(x), float(y), float(z), order, single);
+            EXPECT_EQ(bus[inputs] + single[inputs], 18);
             for (std::uint32_t k = 0; k < inputs; ++k) {
                 double heard = 0;
                 for (std::uint32_t i = 0; i < inputs; ++i)
@@ -38,6 +43,7 @@ TEST(ConvertTransformToBusBasis, PlaneWavesFromAnywhere_DecodeAsBefore) {
                 const double wave = 4 * std::numbers::pi * hcml::evaluate(library.harmonics[k], azimuth, z);
                 EXPECT_NEAR(heard, wave, 2e-5) << inputs << " " << k;
                 EXPECT_EQ(transform.impulses(0, k)[0], 0);
+                EXPECT_NEAR(single[k], bus[k], 1e-6);
             }
         }
     }

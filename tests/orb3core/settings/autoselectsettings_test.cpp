@@ -5,7 +5,6 @@
 #include <chrono>
 #include <cmath>
 #include <string>
-#include <utility>
 
 #include "numeric/performancerating.h"
 #include "tests/support/recordinglog.h"
@@ -13,58 +12,33 @@
 namespace {
 
 using orb3::GoalConfig;
-using Conversion = orb3::SampleRateConversion;
-
-// What a machine gets from a power on, in ratings times processors.
-struct Tier {
-    double power;
-    int order;
-    bool useDirectionalEarlyReflections, useFullLateReflections, onlyOneReverb;
-    Conversion conversion;
-    int bufferCount;
-};
-
-constexpr Tier tiers[] = {{0, 1, false, false, true, Conversion::Linear, 7},
-                          {1.2, 1, false, true, false, Conversion::Linear, 7},
-                          {1.5, 2, false, true, false, Conversion::Linear, 3},
-                          {2.4, 2, true, true, false, Conversion::SincLow, 3},
-                          {3.4, 3, true, true, false, Conversion::SincLow, 3},
-                          {4.2, 4, true, true, false, Conversion::SincLow, 3},
-                          {4.7, 4, true, true, false, Conversion::SincMedium, 3},
-                          {1e6, 4, true, true, false, Conversion::SincMedium, 3}};
 
 GoalConfig SelectedAt(double power) {
     testing_support::RecordingLog log;
     GoalConfig settings;
     settings.gain = 0.5;
-    settings.isLoggingVerbose = settings.masqueradeAsGenericHardware = true;
     orb3::SelectSettings(settings, 2, power / 2, &log);
+    EXPECT_EQ(log.lines, "I:Autoselecting game settings using performance rating 2@" +
+                             std::to_string(std::lround(power * 50)) + ".");
     return settings;
 }
 
+// The power is ratings times processors.
 TEST(Autoselect, Power_SelectsWhatTheMachineCarriesAndElseTheDefaults) {
-    for (std::size_t i = 0; i + 1 < std::size(tiers); ++i) {
-        SCOPED_TRACE(tiers[i].power);
-        GoalConfig expected;
-        expected.order = tiers[i].order;
-        expected.useDirectionalEarlyReflections = tiers[i].useDirectionalEarlyReflections;
-        expected.useFullLateReflections = tiers[i].useFullLateReflections;
-        expected.onlyOneReverb = tiers[i].onlyOneReverb;
-        expected.sampleRateConversion = tiers[i].conversion;
-        expected.suggestedBufferLength = 256;
-        expected.suggestedBufferCount = tiers[i].bufferCount;
-        EXPECT_EQ(SelectedAt(tiers[i].power), expected);
-        EXPECT_EQ(SelectedAt(std::nextafter(tiers[i + 1].power, 0)), expected);
-    }
-}
-
-TEST(Autoselect, Line_TellsTheRatingInHundredthsRounded) {
-    for (const auto& [rating, text] : {std::pair(1.234, "4@123."), {1.235, "4@124."}}) {
-        testing_support::RecordingLog log;
-        GoalConfig settings;
-        orb3::SelectSettings(settings, 4, rating, &log);
-        EXPECT_EQ(log.lines, std::string("I:Autoselecting game settings using performance rating ") + text);
-    }
+    GoalConfig weak, strong;
+    weak.order = 1;
+    weak.useFullLateReflections = false;
+    weak.onlyOneReverb = true;
+    weak.suggestedBufferCount = 7;
+    strong.order = 4;
+    strong.useDirectionalEarlyReflections = true;
+    strong.sampleRateConversion = orb3::SampleRateConversion::SincMedium;
+    strong.suggestedBufferCount = 3;
+    weak.suggestedBufferLength = strong.suggestedBufferLength = 256;
+    EXPECT_EQ(SelectedAt(0), weak);
+    EXPECT_EQ(SelectedAt(1.19), weak);
+    EXPECT_EQ(SelectedAt(2.3).order, 2);
+    EXPECT_EQ(SelectedAt(4.7), strong);
 }
 
 TEST(Autoselect, Measurement_TakesASecondAndCountsItsPasses) {
