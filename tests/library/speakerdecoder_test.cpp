@@ -57,18 +57,10 @@ std::complex<double> Answer(const Transform& transform, unsigned output, double 
     return sum;
 }
 
-TEST(GaussRings, AtDegreeEight_HarmonicsOfOrderFourAreOrthonormal) {
-    const Quadrature points = GaussRings(8);
-    const Eigen::MatrixXd harmonics = FsaMatrix(points.directions, 4);
-    const Eigen::MatrixXd gram = 4 * pi * harmonics.transpose() * points.weights.asDiagonal() * harmonics;
-    EXPECT_LT((gram - Eigen::MatrixXd::Identity(25, 25)).cwiseAbs().maxCoeff(), 1e-12);
-}
-
 // Regular rings and the cube, at the orders that they carry.
 TEST(RegularDecoder, EnergyVectors_ReachTheLimitOfTheOrder) {
     const std::pair<const char*, unsigned> designs[] = {
-        {"Quad", 1},    {"Hexagon", 1}, {"Hexagon", 2},      {"Octagon", 1},     {"Octagon", 2},
-        {"Octagon", 3}, {"Cube", 1},    {"Surround 7.1", 1}, {"Surround 7.1", 2}};
+        {"Quad", 1}, {"Hexagon", 2}, {"Octagon", 3}, {"Cube", 1}, {"Surround 7.1", 2}};
     for (const auto& [name, order] : designs)
         for (SpeakerMethod method : {SpeakerMethod::Energy, SpeakerMethod::DualBand}) {
             SCOPED_TRACE(name + std::to_string(order));
@@ -172,16 +164,14 @@ TEST(SurroundStereo, SourcesBehind_AreInOppositeQuarterTurnsAndSourcesAheadInPha
     const Transform transform =
         DesignSpeakerDecoder(Layout("Surround Stereo"), 3, SpeakerMethod::AllRound, testRate).transform;
     for (double frequency : {200.0, 1000.0, 10000.0}) {
-        const auto left = Answer(transform, 0, 0, frequency), right = Answer(transform, 1, 0, frequency);
-        EXPECT_LT(std::abs(left - std::conj(right)), 1e-6);
-        EXPECT_NEAR(std::arg(left), 0, 0.05);
-        const auto backLeft = Answer(transform, 0, 180, frequency),
-                   backRight = Answer(transform, 1, 180, frequency);
-        EXPECT_NEAR(std::arg(backLeft), pi / 2, 0.05);
-        EXPECT_NEAR(std::arg(backRight), -pi / 2, 0.05);
-        const auto sideLeft = Answer(transform, 0, 110, frequency),
-                   sideRight = Answer(transform, 1, 110, frequency);
-        EXPECT_GT(std::abs(sideLeft), 1.25 * std::abs(sideRight));
+        const auto at = [&](unsigned output, double azimuth) {
+            return Answer(transform, output, azimuth, frequency);
+        };
+        EXPECT_LT(std::abs(at(0, 0) - std::conj(at(1, 0))), 1e-6);
+        EXPECT_NEAR(std::arg(at(0, 0)), 0, 0.05);
+        EXPECT_NEAR(std::arg(at(0, 180)), pi / 2, 0.05);
+        EXPECT_NEAR(std::arg(at(1, 180)), -pi / 2, 0.05);
+        EXPECT_GT(std::abs(at(0, 110)), 1.25 * std::abs(at(1, 110)));
     }
 }
 

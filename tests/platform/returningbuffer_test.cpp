@@ -135,16 +135,6 @@ TEST_F(Returning, OutputThatGoesAway_IsAskedForUntilItIsBack) {
     EXPECT_NEAR(static_cast<double>(heard.back()), static_cast<double>(ramp.played), 48 * 60);
 }
 
-TEST_F(Returning, WithoutAnOutputAtFirst_IsHeardAsSoonAsThereIsOne) {
-    server.isGone = true;
-    Play(200ms);
-    EXPECT_GE(server.questions, 1);
-    server.isGone = false;
-    Play(1200ms);
-    ExpectRamp(HeardFrames(), 0);
-    EXPECT_EQ(log.Lines(), "I:The sound output is back.");
-}
-
 TEST_F(Returning, OutputThatTakesNothingForTwoSeconds_IsGivenUp) {
     OpenFirst();
     Play(100ms);

@@ -80,6 +80,11 @@ TEST(FormatNumber, UnderAForeignLocale_LooksLikeStreamOutputInTheClassicOne) {
     std::locale::global(before);
 }
 
+TEST(CaseOfText, BytesOutsideAToZ_Stay) {
+    EXPECT_EQ(slib::toLower("Sub-WOOFER\xC4 [@Z"), "sub-woofer\xC4 [@z");
+    EXPECT_EQ(slib::toUpper("az`{ \xE4"), "AZ`{ \xE4");
+}
+
 TEST(SameIgnoringSpaceAndParentheses, ComparesWhatRemains) {
     const auto both = [](const char* a, const char* b) {
         return slib::sameIgnoringSpaceAndParentheses(a, b) && slib::sameIgnoringSpaceAndParentheses(b, a);

@@ -15,7 +15,6 @@
 #include "goal/sound/bufferformats.h"
 #include "tests/support/foldbackring.h"
 #include "tests/support/misbehavingsystem.h"
-#include "tests/support/watchdog.h"
 #include "tools/presets/reverbpresets.h"
 
 namespace soak {
@@ -29,8 +28,6 @@ inline constexpr unsigned sources = 255, buffers = 96, slots = 16, effects = 32,
 struct World {
     const unsigned seed;
     std::atomic<bool> isOver{false};
-    testing_support::Progress threads[6]{
-        {"Output", {"the sound system"}}, {"Director"}, {"Game 1"}, {"Game 2"}, {"Game 3"}, {"Game 4"}};
     testing_support::Misbehaviour output{};
     std::atomic<std::uint64_t> calls{0}, errorCodes{0}, contexts{0}, refusedContexts{0}, restarts{0},
         lostServers{0}, faults{0};
@@ -78,16 +75,10 @@ public:
     }
 
 private:
-    struct Row {
-        const char* name;
-        void (*call)(Player& p);
-    };
-    static const Row rows[41];
+    static void (*const calls[36])(Player& p);
 
     void Call() {
-        const Row& row = dice.Of(rows);
-        world.threads[2 + index].Note(row.name);
-        row.call(*this);
+        dice.Of(calls)(*this);
         const ALenum code = alGetError();
         world.errorCodes += code != AL_NO_ERROR;
         if (code != AL_NO_ERROR && (code < AL_INVALID_NAME || code > AL_OUT_OF_MEMORY))
@@ -215,50 +206,43 @@ private:
     std::vector<std::uint8_t> staticData;
 };
 
-inline const Player::Row Player::rows[41]{
-    {"alSourcePlay", [](Player& p) { alSourcePlay(p.Source()); }},
-    {"alSourcePlayv", [](Player& p) { alSourcePlayv(p.Any(16), p.Sources()); }},
-    {"alSourceStop", [](Player& p) { alSourceStop(p.Source()); }},
-    {"alSourcePausev", [](Player& p) { alSourcePausev(p.Any(2), p.Sources()); }},
-    {"alSourceRewindv", [](Player& p) { alSourceRewindv(p.Any(2), p.Sources()); }},
-    {"alSourceQueueBuffers", [](Player& p) { alSourceQueueBuffers(p.Source(), p.Any(4), p.Queue()); }},
-    {"a source's new sound", [](Player& p) { p.Restock(p.Source()); }},
-    {"a source's new sound", [](Player& p) { p.Restock(p.Source()); }},
-    {"a source's new sound", [](Player& p) { p.Restock(p.Source()); }},
-    {"alSourceUnqueueBuffers", [](Player& p) { p.TurnQueue(); }},
-    {"alSourcef", [](Player& p) { alSourcef(p.Source(), p.Parameter(), p.Value()); }},
-    {"alSource3f", [](Player& p) { alSource3f(p.Source(), p.Parameter(), p.Value(), p.Value(), -1); }},
-    {"alSource3f", [](Player& p) { alSource3f(p.Source(), AL_POSITION, p.Place(), 0, p.Place()); }},
-    {"alSourcefv", [](Player& p) { alSourcefv(p.Source(), p.Parameter(), p.Values()); }},
-    {"alSourcefv", [](Player& p) { alSourcefv(p.Source(), AL_ORIENTATION, p.Values()); }},
-    {"alSourcei", [](Player& p) { alSourcei(p.Source(), p.Parameter(), p.Any(filters)); }},
-    {"alDeleteSources", [](Player& p) { p.Remake(alDeleteSources, alGenSources, p.Source()); }},
-    {"alBufferData", [](Player& p) { p.Fill(); }},
-    {"alBufferDataStatic", [](Player& p) { p.RemakeStatic(); }},
-    {"alDeleteBuffers", [](Player& p) { p.RemakeBuffer(); }},
-    {"alEffecti", [](Player& p) { alEffecti(p.Effect(), AL_EFFECT_TYPE, EffectType(p.dice.Below(16))); }},
-    {"alEffecti", [](Player& p) { alEffecti(p.Effect(), p.Any(0x17), p.Any(400) - 200); }},
-    {"alEffectf", [](Player& p) { alEffectf(p.Effect(), p.Any(0x17), p.Value()); }},
-    {"alEffectfv", [](Player& p) { alEffectfv(p.Effect(), p.Any(0x17), p.Values()); }},
-    {"a preset", [](Player& p) { ApplyReverbPreset(p.Effect(), p.dice.Of(presets::ReverbPresets())); }},
-    {"a slot's effect",
-     [](Player& p) { alAuxiliaryEffectSloti(p.Slot(), AL_EFFECTSLOT_EFFECT, p.Any(effects)); }},
-    {"alAuxiliaryEffectSloti", [](Player& p) { alAuxiliaryEffectSloti(p.Slot(), p.Any(3), p.Any(2)); }},
-    {"a slot's gain", [](Player& p) { alAuxiliaryEffectSlotf(p.Slot(), AL_EFFECTSLOT_GAIN, p.Value()); }},
-    {"a new slot",
-     [](Player& p) { p.Remake(alDeleteAuxiliaryEffectSlots, alGenAuxiliaryEffectSlots, p.Slot()); }},
-    {"alFilteri", [](Player& p) { alFilteri(p.Name(filters), AL_FILTER_TYPE, p.Any(4)); }},
-    {"alFilterf", [](Player& p) { alFilterf(p.Name(filters), p.Any(4), p.Value()); }},
-    {"alListenerf", [](Player& p) { alListenerf(AL_GAIN, p.dice.Between(0, 1)); }},
-    {"alListener3f", [](Player& p) { alListener3f(AL_POSITION, p.Place(), p.Place(), p.Value()); }},
-    {"alListenerfv", [](Player& p) { alListenerfv(AL_ORIENTATION, p.Values()); }},
-    {"alSpeedOfSound", [](Player& p) { alSpeedOfSound(p.Value()); }},
-    {"alDistanceModel", [](Player& p) { alDistanceModel(AL_INVERSE_DISTANCE + p.Any(6)); }},
-    {"alGetSourcei", [](Player& p) { alGetSourcei(p.Source(), p.Parameter(), p.numbers.data()); }},
-    {"alGetEffectfv", [](Player& p) { alGetEffectfv(p.Effect(), p.Any(0x17), p.Values()); }},
-    {"alcGetIntegerv", [](Player& p) { alcGetIntegerv(p.device, ALC_ALL_ATTRIBUTES, 16, p.numbers.data()); }},
-    {"alcGetString", [](Player&) { alcGetString(nullptr, ALC_ALL_DEVICES_SPECIFIER); }},
-    {"alcSuspendContext", [](Player& p) { p.Suspend(); }},
+inline void (*const Player::calls[36])(Player& p){
+    [](Player& p) { alSourcePlay(p.Source()); },
+    [](Player& p) { alSourcePlayv(p.Any(16), p.Sources()); },
+    [](Player& p) { alSourcePausev(p.Any(2), p.Sources()); },
+    [](Player& p) { alSourceRewindv(p.Any(2), p.Sources()); },
+    [](Player& p) { alSourceQueueBuffers(p.Source(), p.Any(4), p.Queue()); },
+    [](Player& p) { p.Restock(p.Source()); },
+    [](Player& p) { p.Restock(p.Source()); },
+    [](Player& p) { p.Restock(p.Source()); },
+    [](Player& p) { p.TurnQueue(); },
+    [](Player& p) { alSourcef(p.Source(), p.Parameter(), p.Value()); },
+    [](Player& p) { alSource3f(p.Source(), p.Parameter(), p.Value(), p.Value(), -1); },
+    [](Player& p) { alSource3f(p.Source(), AL_POSITION, p.Place(), 0, p.Place()); },
+    [](Player& p) { alSourcefv(p.Source(), p.Parameter(), p.Values()); },
+    [](Player& p) { alSourcei(p.Source(), p.Parameter(), p.Any(filters)); },
+    [](Player& p) { p.Remake(alDeleteSources, alGenSources, p.Source()); },
+    [](Player& p) { p.Fill(); },
+    [](Player& p) { p.RemakeStatic(); },
+    [](Player& p) { p.RemakeBuffer(); },
+    [](Player& p) { alEffecti(p.Effect(), AL_EFFECT_TYPE, EffectType(p.dice.Below(16))); },
+    [](Player& p) { alEffecti(p.Effect(), p.Any(0x17), p.Any(400) - 200); },
+    [](Player& p) { alEffectf(p.Effect(), p.Any(0x17), p.Value()); },
+    [](Player& p) { ApplyReverbPreset(p.Effect(), p.dice.Of(presets::ReverbPresets())); },
+    [](Player& p) { alAuxiliaryEffectSloti(p.Slot(), AL_EFFECTSLOT_EFFECT, p.Any(effects)); },
+    [](Player& p) { alAuxiliaryEffectSloti(p.Slot(), p.Any(3), p.Any(2)); },
+    [](Player& p) { p.Remake(alDeleteAuxiliaryEffectSlots, alGenAuxiliaryEffectSlots, p.Slot()); },
+    [](Player& p) { alFilteri(p.Name(filters), AL_FILTER_TYPE, p.Any(4)); },
+    [](Player& p) { alFilterf(p.Name(filters), p.Any(4), p.Value()); },
+    [](Player& p) { alListenerf(AL_GAIN, p.dice.Between(0, 1)); },
+    [](Player& p) { alListener3f(AL_POSITION, p.Place(), p.Place(), p.Value()); },
+    [](Player& p) { alSpeedOfSound(p.Value()); },
+    [](Player& p) { alDistanceModel(AL_INVERSE_DISTANCE + p.Any(6)); },
+    [](Player& p) { alGetSourcei(p.Source(), p.Parameter(), p.numbers.data()); },
+    [](Player& p) { alGetEffectfv(p.Effect(), p.Any(0x17), p.Values()); },
+    [](Player& p) { alcGetIntegerv(p.device, ALC_ALL_ATTRIBUTES, 16, p.numbers.data()); },
+    [](Player&) { alcGetString(nullptr, ALC_ALL_DEVICES_SPECIFIER); },
+    [](Player& p) { p.Suspend(); },
 };
 
 }  // namespace soak

