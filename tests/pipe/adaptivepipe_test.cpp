@@ -223,6 +223,16 @@ TEST(AdaptivePipe, TenCalmSeconds_TakeOneBlockAwayAndNoMore) {
     EXPECT_EQ(p.log.lines, "");
 }
 
+TEST(AdaptivePipe, BlocksThatTheCursorsCallFor_AreNeverSpare) {
+    Playback p;
+    p.system->position = 300;  // so that there is a margin of two blocks in spite of the call
+    p.system->cursors = [](std::int64_t at) { return ScriptedCursors{at, at + 1476}; };
+    p.pipe->Start();
+    p.Write(47 * 3);
+    EXPECT_EQ(p.Buffering().extraBuffers, 1U);
+    EXPECT_EQ(p.Buffering().calmPeriods, 0U);
+}
+
 TEST(AdaptivePipe, Underrun_CancelsTheShrinkThatWasDue) {
     Playback p;
     PlayUntilShrinkIsDue(p);
