@@ -66,6 +66,22 @@ TEST(SphereHead, SurfacePressure_IsTheSumOfIncidentAndScatteredField) {
     }
 }
 
+TEST(Erb, Scale_HasThePublishedValues) {
+    EXPECT_NEAR(ErbBandwidth(1000), 132.6, 0.1);
+    EXPECT_NEAR(ErbRate(1000), 15.62, 0.01);
+    EXPECT_NEAR(ErbRateFrequency(ErbRate(5000)), 5000, 1e-6);
+}
+
+TEST(DiffuseField, CovarianceMatch_ReachesTheTargetByTheLeastChange) {
+    Eigen::Matrix2cd actual, target;
+    actual << 2, Complex(0.5, 0.8), Complex(0.5, -0.8), 1;
+    target << 1, Complex(-0.2, 0.3), Complex(-0.2, -0.3), 3;
+    const Eigen::Matrix2cd mixing = CovarianceMatch(actual, target);
+    EXPECT_LT((mixing * actual * mixing.adjoint() - target).norm(), 1e-4);
+    EXPECT_LT((mixing - mixing.adjoint()).norm(), 1e-4);  // the solution of least change is Hermitian
+    EXPECT_LT((CovarianceMatch(target, target) - Eigen::Matrix2cd::Identity()).norm(), 1e-4);
+}
+
 TEST(SofaReader, ADummyHead_HearsTheLeftAtTheLeftFirst) {
     const HeadImpulses head = ReadSofa(measuredHead);
     EXPECT_EQ(head.sampleRate, 44100);
