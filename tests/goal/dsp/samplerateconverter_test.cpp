@@ -4,7 +4,6 @@
 
 #include <cmath>
 #include <complex>
-#include <limits>
 #include <numbers>
 #include <numeric>
 #include <vector>
@@ -43,21 +42,15 @@ class EveryQuality : public testing::TestWithParam<Shape> {
 protected:
     const Shape shape = GetParam();
     const SampleRateConverter converter{shape.quality};
-    const float* Row(std::uint32_t filter, std::uint32_t phase) const {
-        return converter.coefficients + (filter * 64 + phase) * shape.taps;
-    }
 };
 
-TEST_P(EveryQuality, Rows_SumToALittleOverOneAndMirrorAboutTheMiddlePhase) {
+TEST_P(EveryQuality, Rows_SumToALittleOverOne) {
     ASSERT_EQ(converter.filterCount, shape.filters);
-    for (std::uint32_t filter = 0; filter < shape.filters; ++filter)
-        for (std::uint32_t phase = 0; phase < 64; ++phase) {
-            const float* row = Row(filter, phase);
-            const double sum = std::accumulate(row, row + shape.taps, 0.0);
-            EXPECT_TRUE(sum > 1 && sum < 1.015) << filter << ", " << phase << ": " << sum;
-            for (std::uint32_t tap = 0; phase > 0 && tap < shape.taps; ++tap)
-                ASSERT_NEAR(row[tap], Row(filter, 64 - phase)[shape.taps - 1 - tap], 1e-7);
-        }
+    for (std::uint32_t row = 0; row < shape.filters * 64; ++row) {
+        const float* const taps = converter.coefficients + row * shape.taps;
+        const double sum = std::accumulate(taps, taps + shape.taps, 0.0);
+        EXPECT_TRUE(sum > 1 && sum < 1.015) << row << ": " << sum;
+    }
 }
 
 /// Power of the sine of `frequency` (radians a frame) over the rest, in dB, both under a Hann window.
@@ -103,31 +96,6 @@ INSTANTIATE_TEST_SUITE_P(Qualities, EveryQuality,
 TEST(SampleRateConverter, OtherQualities_AreRefused) {
     for (const std::int32_t quality : {-1, 0, 1, 5})
         EXPECT_THROW(SampleRateConverter{static_cast<SincQuality>(quality)}, slib::IntegrityFailureException);
-}
-
-TEST(SetRatio, Limits_HoldTheStepAndTheFilter) {
-    const SampleRateConverter converter(SincQuality::Medium);
-    ConverterState state;
-    initialise(state, converter.start);
-    const struct {
-        double ratio;
-        std::uint32_t step, filter;
-    } rows[] = {{0, 1, 0},
-                {-3, 1, 0},
-                {std::nan(""), 1, 0},
-                {1, 1U << 19, 0},
-                {1.04, 545260, 0},
-                {1.05, 550502, 1},
-                {3.8, 1992294, 30},
-                {100, 52428800, 31},
-                {512, 1U << 28, 31},
-                {600, 1U << 28, 31},
-                {std::numeric_limits<double>::infinity(), 1U << 28, 31}};
-    for (const auto& row : rows) {
-        setRatio(state, row.ratio);
-        EXPECT_EQ(state.step, row.step) << row.ratio;
-        EXPECT_EQ(state.filter - converter.coefficients, row.filter * 512) << row.ratio;
-    }
 }
 
 }  // namespace

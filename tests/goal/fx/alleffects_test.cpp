@@ -59,9 +59,11 @@ TEST_P(AllEffects, DieAwayAndGiveTheSameInBlocksOfAnySize) {
     const float silence = isReverb ? 2e-8f : 0;  // what keeps denormals out of a reverb goes on for ever
     Signal input = Noise(8000);
     input.resize(180'000);
-    const Channels expected = RunningEffect(*parameters, {.sampleRate = 8000}).Feed(*parameters, input);
-    RunningEffect odd(*parameters, {.sampleRate = 8000, .blockFrames = 301});
-    const Channels output = odd.Feed(*parameters, input);
+    SetParameter(*parameters, AL_EAXREVERB_ECHO_DEPTH, 0.6F);
+    SetParameter(*parameters, AL_EAXREVERB_MODULATION_DEPTH, 0.4F);
+    RunningEffect even(*parameters, {.sampleRate = 8000, .isDirectional = true});
+    RunningEffect odd(*parameters, {.sampleRate = 8000, .blockFrames = 301, .isDirectional = true});
+    const Channels expected = even.Feed(*parameters, input), output = odd.Feed(*parameters, input);
     for (std::size_t c = 0; c < output.size(); ++c) {
         EXPECT_THAT(output[c], IsNear(2e-5f, expected[c]));
         EXPECT_THAT(Signal(output[c].end() - 10'000, output[c].end()), IsNear(silence, Signal(10'000)));

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <limits>
 
@@ -18,9 +19,12 @@ namespace {
 constexpr ParameterTable noParameters{};
 
 // An effect of any shape. Channel c of its output is (c + 1) times the sum of the block's input, of `echo`
-// times the last sample of the block before, and of `air` times what a reverb is told of the scene.
+// times the last sample of the block before, and of `air` times what a reverb is told of the scene; the first
+// `through` channels are those of the input as they are.
 struct Probe : EffectProcessorParameters {
+    EffectInput input = EffectInput::Mono;
     EffectOutput output = EffectOutput::Mono;
+    std::uint32_t through = 0;
     float level = 1, echo = 0, air = 0;
 
     explicit Probe(std::int32_t type = 1) : EffectProcessorParameters(type, noParameters) {}
@@ -36,7 +40,7 @@ struct ProbeState : EffectProcessorState {
     float last = 0;
 
     explicit ProbeState(const Probe& probe)
-        : EffectProcessorState(probe.effectType, EffectInput::Mono, probe.output) {}
+        : EffectProcessorState(probe.effectType, probe.input, probe.output) {}
     void process(const EffectProcessArgs& args) override {
         constexpr std::uint32_t channels[] = {1, 2, 4, 6, 8, 25, 1, 1};
         const auto& probe = static_cast<const Probe&>(*args.parameters);
@@ -45,6 +49,8 @@ struct ProbeState : EffectProcessorState {
                 args.output[c][i] += static_cast<float>(c + 1) * args.slotGain *
                                      (probe.level * args.input[0][i] + probe.echo * last +
                                       probe.air * args.speedOfSound * args.metresPerUnit);
+        for (std::uint32_t c = 0; c < probe.through; ++c)
+            std::copy_n(args.input[c], args.frames, args.output[c]);
         last = probe.level * args.input[0][args.frames - 1];
     }
 };
@@ -56,7 +62,9 @@ std::unique_ptr<EffectProcessorState> Probe::createState(const RenderContext&) c
 // A source of the constant 1 that is heard through one slot only.
 class EffectStageTest : public testing::Test {
 protected:
-    EffectStageTest() {
+    // The reader of the linear quality leaves a part of the scale to the mix.
+    explicit EffectStageTest(orb3::SampleRateConversion conversion = orb3::SampleRateConversion::Linear)
+        : scene(128, conversion, 4, true) {
         scene.application.slots.append({});
         Source& source = scene.Add({1, 1});
         source.directFilter.gain = 0;
@@ -70,8 +78,79 @@ protected:
 
     slib::WithDirtyTag<AuxSlotParameters>& Slot() { return scene.application.slots[0]; }
 
-    testing_support::Scene scene{128};
+    testing_support::Scene scene;
 };
+
+class UnscaledReader : public EffectStageTest {
+protected:
+    UnscaledReader() : EffectStageTest(orb3::SampleRateConversion::Off) {}
+};
+
+TEST_F(EffectStageTest, EachKindOfInput_HasTheChannelsItTakes) {
+    const float x = 2 / 3.0F, y = 1 / 3.0F, z = 2 / 3.0F;
+    const struct {
+        EffectInput kind;
+        testing_support::Signal channels;
+    } cases[] = {{EffectInput::Mono, {1}},
+                 {EffectInput::Reverb, {1, x, y, z}},
+                 {EffectInput::Field, {1, x, y, z, x * y}}};
+    testing_support::Place(scene.Change(), {-1, 2, -2});  // left, above and ahead
+    std::int32_t type = 0;
+    for (const auto& c : cases) {
+        Probe probe(++type);
+        probe.input = c.kind;
+        probe.output = EffectOutput::Field;
+        probe.level = 0;
+        probe.through = static_cast<std::uint32_t>(c.channels.size());
+        Set(probe);
+        scene.Render();
+        EXPECT_THAT(scene.LastOf(probe.through), testing_support::IsNear(1e-6F, c.channels));
+    }
+}
+
+TEST_F(UnscaledReader, ASendIntoAField_MovesItsWeightsFromBlockToBlock) {
+    Probe probe;
+    probe.input = EffectInput::Field;
+    probe.output = EffectOutput::Field;
+    probe.through = 3;
+    Set(probe);
+    for (const float left : {0.0F, 0.001F, 1.0F}) {  // at once, in one step, and then in 200
+        testing_support::Place(scene.Change(), {-left, 0, left - 1});
+        const testing_support::Signal heard = scene.Play(256, 2);
+        for (std::size_t i = 0; i < heard.size(); ++i)
+            ASSERT_NEAR(heard[i], std::min(left, 0.001F + 0.005F * float(i + 1)), 1e-4) << i;
+    }
+}
+
+TEST_F(EffectStageTest, SeveralChannels_SendTheirMeanAndBFormatItsFirst) {
+    Set(Probe());
+    scene.Change().sends[0].slotName = 0;
+    for (const auto& [format, heard] :
+         {std::pair(AL_FORMAT_QUAD32, 4 / 4.0F), std::pair(AL_FORMAT_BFORMAT3D_FLOAT32, 1 / 4.0F)}) {
+        Source& source = scene.Add({1, 3, 0, 0, 1, 3, 0, 0}, format);
+        source.directFilter.gain = 0;
+        source.sends.append({1, 0, {}});
+        scene.Render();
+        EXPECT_NEAR(scene.Last(0), heard, 1e-6);
+        source.state = SourceState::Stopped;
+        source.stateChanged = true;
+        scene.application.touched.Insert(scene.application.sources.size - 1);
+    }
+}
+
+TEST_F(EffectStageTest, ASendToNobody_WaitsWithCleanMemory) {
+    Set(Probe());
+    for (const std::uint32_t nobody : {0U, 2U, 0xFFFFFFFFU}) {
+        scene.Change().sends[0] = {1, 0, {.gain = 0.25F}};
+        scene.Play(1280, 0);
+        scene.Change().sends[0] = {nobody, 0, {}};
+        scene.Render();
+        EXPECT_NEAR(scene.Last(0), 0, 1e-6);
+        scene.Change().sends[0].slotName = 1;
+        scene.Render();
+        EXPECT_NEAR(scene.output.spatial.channels[0][0], 1, 1e-6);
+    }
+}
 
 TEST_F(EffectStageTest, EachKindOfOutput_GoesToItsBusOrTheOutputsOwnChannel) {
     const RenderOutput& output = scene.output;
@@ -134,16 +213,20 @@ TEST_F(EffectStageTest, ATail_OutlivesAChangeOfParametersAndNothingElse) {
     }
 }
 
-TEST_F(EffectStageTest, ASlotsGain_IsOfTheWetSoundAndItsSendIsManualOrAutomatic) {
+TEST_F(EffectStageTest, ASlotsGain_IsOfTheWetSoundAndItsSendsAreManualOrAutomatic) {
     Set(Probe());
     Slot().gain = 0.5F;
     testing_support::Place(scene.Change(), {0, 0, -4});
-    for (const auto& [isAutomatic, heard] : {std::pair(true, 0.5F), std::pair(false, 0.125F)}) {
+    scene.Change().sends.append({1, 0, {.gain = 0.5F}});
+    for (const auto& [isAutomatic, heard] : {std::pair(false, 0.1875F), std::pair(true, 0.75F)}) {
         Slot().auxiliarySendAuto = isAutomatic;
         Slot().dirty = true;
         scene.Play(1280, 0);
         EXPECT_NEAR(scene.Last(0), heard, 1e-6);
     }
+    scene.Change().gain = std::numeric_limits<float>::infinity();
+    scene.Render();
+    EXPECT_NEAR(scene.Last(0), 0, 1e-6);
 }
 
 TEST_F(EffectStageTest, EveryEffect_GetsTheScenesAir) {

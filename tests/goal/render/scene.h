@@ -17,9 +17,11 @@ namespace testing_support {
 class Scene {
 public:
     explicit Scene(std::uint32_t frames,
-                   orb3::SampleRateConversion conversion = orb3::SampleRateConversion::Off, int order = 4)
+                   orb3::SampleRateConversion conversion = orb3::SampleRateConversion::Off, int order = 4,
+                   bool isDirectional = false)
         : frames(frames) {
         configuration.goalConfig.order = order;
+        configuration.goalConfig.useDirectionalEarlyReflections = isDirectional;
         configuration.goalConfig.sampleRateConversion = conversion;
         if (conversion == orb3::SampleRateConversion::SincMedium)
             converter = std::make_unique<goal::SampleRateConverter>(goal::SincQuality::Medium);
