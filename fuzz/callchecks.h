@@ -199,6 +199,11 @@ inline bool IsSameQueue(const goal::Source& a, const goal::Source& b) {
     return std::equal(a.queue.begin(), a.queue.end(), b.queue.begin(), b.queue.end());
 }
 
+/// But for the play state, which the renderer moves.
+inline bool IsSameSource(const goal::Source& a, const goal::Source& b) {
+    return a.deleted == b.deleted && (a.deleted || (BytesOfBase(a) == BytesOfBase(b) && IsSameQueue(a, b)));
+}
+
 /// Until a game says otherwise a source plays as the application state has it.
 inline void CheckSuspended(const goal::Context& context) {
     const auto& playing = context.application.sources;
@@ -219,12 +224,8 @@ inline void CheckMarks(const goal::Context& context) {
     const goal::RenderSnapshot& snapshot = context.snapshot;
     for (std::uint32_t i = 0; i < snapshot.sources.size; ++i) {
         if (context.application.touched.Contains(i)) continue;
-        const goal::Source& rendered = snapshot.sources[i];
-        Require(sources[i].deleted == rendered.deleted, "the life or death of a source isn't marked");
-        if (sources[i].deleted) continue;
-        Require(BytesOfBase(sources[i]) == BytesOfBase(rendered), "a changed parameter isn't marked");
-        Require(IsSameQueue(sources[i], rendered), "a changed queue isn't marked");
-        Require(!sources[i].stateChanged, "a changed state isn't marked");
+        Require(IsSameSource(sources[i], snapshot.sources[i]), "a changed source isn't marked");
+        Require(sources[i].deleted || !sources[i].stateChanged, "a changed state isn't marked");
     }
     for (std::uint32_t i = 0; i < snapshot.slots.size; ++i)
         Require(slots[i].dirty || BytesOfSlot(slots[i]) == BytesOfSlot(snapshot.slots[i]),
@@ -315,11 +316,8 @@ inline void CheckResumed(const goal::Context& context, std::uint32_t known) {
     Require(BytesOfGlobals(now) == BytesOfGlobals(seen), "a resume missed what all sources share");
     for (std::uint32_t i = 0; i < known; ++i) {
         const goal::Source &source = now.sources[i], &changed = seen.sources[i];
-        Require(source.deleted == changed.deleted, "a resume missed the life or death of a source");
-        if (source.deleted) continue;
-        Require(BytesOfBase(source) == BytesOfBase(changed), "a resume missed a parameter");
-        Require(IsSameQueue(source, changed), "a resume missed a queue");
-        Require(!changed.stateChanged || BytesOfPlay(source) == BytesOfPlay(changed),
+        Require(IsSameSource(source, changed), "a resume missed a change of a source");
+        Require(source.deleted || !changed.stateChanged || BytesOfPlay(source) == BytesOfPlay(changed),
                 "a resume missed a play state");
     }
     for (std::uint32_t i = 0; i < seen.slots.size; ++i)

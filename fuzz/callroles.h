@@ -1,19 +1,22 @@
 #pragma once
 
-// How the arguments of a call come from the input: a role for each argument, which draws one value that fits
-// the function's type and that a careful or careless game might give. Pointers are always good for what the
-// call may read or write, to the byte, so that the address sanitizer sees every step beyond; null only where
-// the call tests for it. Used by the calls target, on its one thread.
+// The bytes of the engine as a stream of small decisions, and how the arguments of a call come from it: a
+// role for each argument, which draws one value that fits the function's type and that a careful or careless
+// game might give. Pointers are always good for what the call may read or write, to the byte, so that the
+// address sanitizer sees every step beyond; null only where the call tests for it. Used by the calls target,
+// on its one thread.
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <functional>
+#include <iterator>
+#include <limits>
 #include <memory>
 #include <span>
-#include <string>
 #include <string_view>
 #include <tuple>
 #include <type_traits>
@@ -25,10 +28,93 @@
 #include "app/goaldll/alenums.h"
 #include "app/goaldll/alprocs.h"
 #include "app/goaldll/process.h"
-#include "fuzz/callinput.h"
 #include "goal/sound/bufferformats.h"
 
 namespace calls {
+
+// ---- The input, and the values that the calls are tried with ----
+
+/// Bytes from the front; zeros when there are no more.
+class Input {
+public:
+    Input(const std::uint8_t* data, std::size_t size) : bytes(data, size) {}
+
+    bool IsAtEnd() const { return bytes.empty(); }
+
+    std::uint8_t Byte() {
+        if (bytes.empty()) return 0;
+        const std::uint8_t byte = bytes.front();
+        bytes = bytes.subspan(1);
+        return byte;
+    }
+
+    std::uint32_t Word() {
+        std::uint32_t word = 0;
+        for (int i = 0; i < 4; ++i)
+            word = word << 8 | Byte();
+        return word;
+    }
+
+    std::int32_t Integer() { return static_cast<std::int32_t>(Word()); }
+
+    /// One of the table's values by one byte.
+    template <typename Table>
+    auto Pick(const Table& table) {
+        return table[Byte() % std::size(table)];
+    }
+
+private:
+    std::span<const std::uint8_t> bytes;
+};
+
+inline constexpr std::int32_t least = std::numeric_limits<std::int32_t>::min();
+inline constexpr std::int32_t greatest = std::numeric_limits<std::int32_t>::max();
+
+/// Beyond what a call takes as a list of names: to be refused before the list is read.
+inline constexpr std::int32_t tooLong = (1 << 20) + 1;
+
+inline constexpr float infinity = std::numeric_limits<float>::infinity();
+
+/// In and at the edge of the ranges of the parameters, and everything that a float may be besides.
+// clang-format off
+inline constexpr float floats[] = {
+    0.0F, 1.0F, 0.5F, 0.25F, 0.1F, 0.02F, 0.9F, 0.95F, 2.0F, 3.0F, 9.0F, 10.0F, 20.0F, 90.0F, 180.0F,
+    360.0F, 100.0F, 500.0F, 1000.0F, 4000.0F, 8000.0F, 20000.0F, 22050.0F, 65536.0F, -1.0F, -0.5F,
+    -0.0F, 1.00001F, 10.00001F, 360.0001F, 1e-4F, 1e-30F, -1e-30F, 1e10F, 2147483648.0F, -3e9F,
+    4294967296.0F, 1e19F, -1e19F, std::numeric_limits<float>::max(), infinity, -infinity,
+    std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::lowest(),
+    std::numeric_limits<float>::min(), std::numeric_limits<float>::denorm_min()};
+// clang-format on
+
+inline constexpr std::int32_t integers[] = {
+    0,     1,         2,       3,     4,      5,      7,      10,       11,
+    64,    65,        90,      100,   360,    361,    1000,   8000,     20000,
+    65536, -1,        -2,      -360,  0x8000, 0x9000, 0x9001, greatest, greatest - 1,
+    least, least + 1, 1 << 24, 0x1012};
+
+/// Lengths of lists of names.
+inline constexpr std::int32_t counts[] = {1, 2, 1, 3, 0, 1, 4, 8, -1, least, greatest, tooLong};
+
+/// Names that no table has, or not always.
+inline constexpr std::uint32_t oddNames[] = {0, 1, 2, 65536, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF};
+
+/// Indices of a source's sends. Those from 65536 on don't fit; the largest before it fit, but cost time.
+inline constexpr std::int32_t sendIndices[] = {0, 1, 2, 3, 4, 5, 40, -1, least, 65536, greatest};
+
+/// Whole blocks of sample data.
+inline constexpr std::int32_t blockCounts[] = {1, 10, 100, 2, 0, 3, 65, 200};
+
+inline float AnyFloat(Input& input) {
+    const std::uint8_t choice = input.Byte();
+    return choice < 240 ? floats[choice % std::size(floats)] : std::bit_cast<float>(input.Word());
+}
+
+inline std::int32_t AnyInteger(Input& input) {
+    const std::uint8_t choice = input.Byte();
+    return choice < 240 ? integers[choice % std::size(integers)] : input.Integer();
+}
+
+// ---- The game ----
 
 /// The game, and what the target holds on its behalf from call to call.
 struct World {
@@ -52,11 +138,8 @@ struct Call {
         return memory.back().get();
     }
 
-    void ReadText(const char* result) { text = result != nullptr ? result : ""; }
-
     World& world;
     Input& input;
-    std::string text;       ///< the result
     ALenum token = 0;       ///< the last drawn
     ALsizei count = 0;      ///< the length of a list, as the call is told it
     ALsizei size = 0;       ///< bytes of sample data, as the call is told it
@@ -220,31 +303,6 @@ T* Draw(Call& call, T*) {
     return IsNull(call) ? nullptr : DrawPointee<T>(call);
 }
 
-inline int notAnObject = 0;
-
-inline ALCdevice* Draw(Call& call, ALCdevice*) {
-    const std::uint8_t choice = call.input.Byte();
-    if (choice < 224) return reinterpret_cast<ALCdevice*>(&call.world.process.engine.device);
-    return choice % 2 == 0 ? nullptr : reinterpret_cast<ALCdevice*>(&notAnObject);
-}
-
-/// A function, a token, an extension, or anything.
-inline const ALchar* Draw(Call& call, const ALchar*) {
-    constexpr const char* texts[] = {
-        "", "ALC_EXT_EFX", "al_ext_float32", "ALC_FREQUENCY", "alcOpenDevice", "tsrGetVersion"};
-    const std::uint8_t kind = call.input.Byte();
-    if (kind == 255) return nullptr;
-    const std::span<const goal::ProcRow> procs = goal::AlProcs();
-    const std::span<const goal::EnumRow> enums = goal::AlEnums();
-    if (kind < 80) return procs[call.input.Word() % procs.size()].name;
-    if (kind < 160) return enums[call.input.Word() % enums.size()].name;
-    if (kind < 220) return texts[kind % std::size(texts)];
-    const std::size_t length = call.input.Byte() % 24;
-    std::uint8_t* const bytes = call.Allocate(length + 1);
-    std::generate_n(bytes, length, [&] { return call.input.Byte(); });
-    return reinterpret_cast<const ALchar*>(bytes);
-}
-
 /// The same before a parameter that does need a role.
 template <typename T>
 struct Any {
@@ -293,28 +351,9 @@ inline constexpr auto foldbackCallback = [](Call& call) {
     return IsNull(call) ? nullptr : LPALFOLDBACKCALLBACK([](ALenum, ALsizei) {});
 };
 
-// ---- ALC ----
-
-/// The one context or null. `strangers` adds a pointer that is no context, for calls that don't follow it.
-struct ContextHandle {
-    bool strangers;
-    ALCcontext* operator()(Call& call) const {
-        const std::uint8_t choice = call.input.Byte();
-        if (choice < 232) return reinterpret_cast<ALCcontext*>(call.world.Context());
-        return choice % 2 == 0 || !strangers ? nullptr : reinterpret_cast<ALCcontext*>(&notAnObject);
-    }
-};
-
-/// `size` of alcGetIntegerv.
-inline constexpr auto resultSize = [](Call& call) {
-    constexpr ALCsizei sizes[] = {1, 21, 23, 64, 3, 2, 20, 22, 24, 4, 0, -1, least};
-    return call.count = call.input.Pick(sizes);
-};
-
-/// Some queries don't ask for the size and write one value.
-inline constexpr auto sizedResults = [](Call& call) {
-    return IsNull(call) ? nullptr
-                        : DrawOutput<ALCint>(call, static_cast<std::size_t>(std::max(call.count, 1)));
+/// The one context or null.
+inline constexpr auto contextOrNull = [](Call& call) {
+    return call.input.Byte() < 232 ? reinterpret_cast<ALCcontext*>(call.world.Context()) : nullptr;
 };
 
 // ---- Operations ----
@@ -342,8 +381,7 @@ inline const char* NameOf(void* entry) {
 inline Effect EffectOf(std::string_view name) {
     const auto has = [&](const char* part) { return name.find(part) != name.npos; };
     if (has("Gen")) return Effect::Makes;
-    const bool reads = has("Get") || has("Is") || has("able") || has("Device") || has("Capture");
-    return reads ? Effect::Reads : Effect::Sets;
+    return has("Get") || has("Is") ? Effect::Reads : Effect::Sets;
 }
 
 /// A call of the interface with roles for its arguments from the first one on.
@@ -360,10 +398,7 @@ Operation On(Result (*function)(Parameters...), Roles... roles) {
                 std::get < i < count ? i : count + i > (all)(call)...};  // from left to right
         }
         (std::index_sequence_for<Parameters...>());
-        if constexpr (std::is_same_v<Result, const char*>)
-            call.ReadText(std::apply(function, arguments));
-        else
-            std::apply(function, arguments);
+        std::apply(function, arguments);
     };
     return {name, EffectOf(name), run};
 }

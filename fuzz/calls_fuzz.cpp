@@ -11,8 +11,8 @@
 #include <string>
 
 #include "fuzz/callchecks.h"
-#include "fuzz/callserver.h"
 #include "fuzz/calltable.h"
+#include "goal/dsp/samplerateconverter.h"
 
 namespace {
 
@@ -21,6 +21,99 @@ using calls::Effect;
 using calls::Operation;
 using calls::Require;
 using calls::World;
+
+// ---- What a server would do between the calls, step by step and without a thread ----
+
+void CopyStep(World& world) {
+    goal::Context* const context = world.Context();
+    if (context == nullptr) return;
+    goal::MarkBufferUsage(*context);
+    static const goal::SampleRateConverter converter(goal::SincQuality::Low);
+    goal::CopyToSnapshot(context->snapshot, context->application, &converter.start);
+    calls::CheckCopied(*context, world.isMerged);
+    for (const goal::Buffer* buffer : context->snapshot.deletedBuffers)
+        delete buffer;
+    context->snapshot.deletedBuffers.clear();
+}
+
+void MergeStep(World& world) {
+    goal::Context* const context = world.Context();
+    if (context != nullptr) goal::MergeProgress(context->snapshot, context->application);
+    world.isMerged = true;
+}
+
+// All bytes that a renderer may read, so that memory which is gone shows.
+void ReadSamples(const goal::Source& source) {
+    volatile std::uint8_t sink = 0;
+    for (const goal::Buffer* buffer : source.queue)
+        for (std::uint32_t i = 0; i < buffer->size; i += std::max(1U, buffer->size - 1))
+            sink = buffer->data[i];
+    static_cast<void>(sink);
+}
+
+// Plays on: to a later place in the queue, to any place when it loops, or to the end of the data. At the end
+// of a block the position may be beyond the end of its buffer.
+void Advance(calls::Input& input, goal::Source& source) {
+    const std::uint8_t choice = input.Byte();
+    if (!source.looping && choice % 4 == 0) {
+        source.position = 0;
+        source.queueIndex = 0;
+        source.state = goal::SourceState::Stopped;
+        return;
+    }
+    const std::uint32_t from = source.looping ? 0 : source.queueIndex;
+    source.queueIndex = from + choice / 4 % (source.queue.size - from);
+    const std::uint64_t end = std::uint64_t{source.queue[source.queueIndex]->frames} << 16;
+    source.position = choice == 255 ? end + input.Word() : input.Word() % (end + 1);
+}
+
+void RenderStep(World& world) {
+    goal::Context* const context = world.Context();
+    if (context == nullptr) return;
+    context->snapshot.playing.ForEach([&](std::uint32_t i) {
+        goal::Source& source = context->snapshot.sources[i];
+        if (source.deleted || source.state != goal::SourceState::Playing) return;
+        ReadSamples(source);
+        world.isMerged = false;
+        if (source.queueIndex < source.queue.size) Advance(world.input, source);
+    });
+}
+
+void BlockStep(World& world) {
+    CopyStep(world);
+    RenderStep(world);
+    MergeStep(world);
+}
+
+// What alcCreateContext does, but for the server.
+void CreateContext(World& world) {
+    if (world.Context() != nullptr) return;
+    world.process.engine.device.context = new goal::Context(world.process.engine);
+    world.process.currentContext = world.Context();
+    world.isMerged = true;
+}
+
+// One of the two switches of the configuration that calls look at.
+void Reconfigure(World& world) {
+    orb3::SharedConfiguration& shared = world.process.engine.configuration;
+    const slib::Lock lock(shared.configurationMutex);
+    const std::uint8_t choice = world.input.Byte();
+    orb3::GoalConfig& settings = shared.configuration.goalConfig;
+    if (choice % 2 == 0)
+        settings.onlyOneReverb = choice % 4 == 0;
+    else
+        settings.isSuspendSupported = choice % 8 != 1;
+}
+
+calls::Operations ServerSteps() {
+    const auto step = [](const char* name, void (*run)(World & world)) {
+        return Operation{name, Effect::Makes, [run](Call& call) { run(call.world); }};
+    };
+    return {step("Copy", CopyStep),   step("Render", RenderStep),           step("Merge", MergeStep),
+            step("Block", BlockStep), step("CreateContext", CreateContext), step("Reconfigure", Reconfigure)};
+}
+
+// ---- The game ----
 
 // Some milliseconds' worth.
 constexpr int mostCalls = 300;
@@ -41,7 +134,7 @@ void Begin(World& world) {
     shared.isConfigurationLoaded = true;  // the defaults, and not what the store of this machine says
     shared.configuration.goalConfig.isSuspendSupported = true;
     shared.configuration.goalConfig.onlyOneReverb = false;
-    calls::CreateContext(world);
+    CreateContext(world);
     world.process.alError.Take();
     world.process.alcError.Take();
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-// Every call of the interface with the roles of its arguments, but for alcCreateContext, which would start a
-// server. Used by the calls target, on its one thread.
+// Every call of the interface with the roles of its arguments that finds or changes something of the context,
+// but for alcCreateContext, which would start a server. Used by the calls target, on its one thread.
 
 #include <initializer_list>
 #include <vector>
@@ -15,9 +15,6 @@ namespace calls {
 // clang-format off
 inline constexpr ALenum stateTokens[] = {
     AL_DOPPLER_FACTOR, AL_DOPPLER_VELOCITY, AL_SPEED_OF_SOUND, AL_DISTANCE_MODEL, AL_EXTENSIONS};
-inline constexpr ALenum textTokens[] = {
-    AL_VENDOR, AL_VERSION, AL_RENDERER, AL_EXTENSIONS, AL_NO_ERROR, AL_INVALID_NAME, AL_OUT_OF_MEMORY,
-    0xA006};
 inline constexpr ALenum distanceModels[] = {
     AL_NONE, AL_INVERSE_DISTANCE, AL_LINEAR_DISTANCE_CLAMPED, AL_EXPONENT_DISTANCE_CLAMPED,
     AL_DISTANCE_MODEL, 0xD007};
@@ -46,20 +43,12 @@ inline constexpr ALenum filterTokens[] = {AL_FILTER_TYPE, 1, 2, 3, 4};
 inline constexpr ALenum slotTokens[] = {
     AL_EFFECTSLOT_EFFECT, AL_EFFECTSLOT_GAIN, AL_EFFECTSLOT_AUXILIARY_SEND_AUTO};
 inline constexpr ALenum foldbackModes[] = {AL_FOLDBACK_MODE_MONO, AL_FOLDBACK_MODE_STEREO};
-inline constexpr ALenum alcTokens[] = {
-    ALC_MAJOR_VERSION, ALC_MINOR_VERSION, ALC_ATTRIBUTES_SIZE, ALC_ALL_ATTRIBUTES, ALC_FREQUENCY,
-    ALC_REFRESH, ALC_SYNC, ALC_MONO_SOURCES, ALC_STEREO_SOURCES, ALC_DEFAULT_FILTER_ORDER,
-    ALC_EFX_MAJOR_VERSION, ALC_EFX_MINOR_VERSION, ALC_MAX_AUXILIARY_SENDS, 0x1234};
-inline constexpr ALenum alcTextTokens[] = {
-    ALC_NO_ERROR, ALC_INVALID_DEVICE, ALC_OUT_OF_MEMORY, ALC_DEFAULT_DEVICE_SPECIFIER, ALC_DEVICE_SPECIFIER,
-    ALC_EXTENSIONS, ALC_ALL_DEVICES_SPECIFIER, ALC_CAPTURE_DEVICE_SPECIFIER, 0xA006};
 // clang-format on
 
 // ---- Roles by their use ----
 
 inline constexpr Name source{Table::Sources};
 inline constexpr Name buffer{Table::Buffers};
-inline constexpr Any<ALCdevice*> device{};
 
 // ---- The calls ----
 
@@ -88,10 +77,7 @@ inline Operations Life(Table table, void (*gen)(ALsizei, ALuint*), void (*remove
 inline Operations GlobalCalls() {
     const Token state{stateTokens};
     return Joined(
-        {Taking(state)(alEnable, alDisable, alIsEnabled), Taking(Token{textTokens})(alGetString),
-         Taking(state)(alGetBooleanv, alGetIntegerv, alGetFloatv, alGetDoublev),
-         Taking(state)(alGetBoolean, alGetInteger, alGetFloat, alGetDouble),
-         Taking()(alGetError, alIsExtensionPresent, alGetProcAddress, alGetEnumValue),
+        {Taking(state)(alGetBooleanv, alGetIntegerv, alGetFloatv, alGetDoublev),
          Taking()(alDopplerFactor, alDopplerVelocity, alSpeedOfSound),
          Taking(Token{distanceModels})(alDistanceModel),
          Taking(Token{foldbackModes}, OneOf{{2, 3, 4, 1, 0, -1, least}}, OneOf{{1024, 64, 1, 0, -1, least}},
@@ -161,17 +147,8 @@ inline Operations EfxCalls() {
 }
 
 inline Operations AlcCalls() {
-    const NeverNull<ALCint> part{};
-    return Joined({Taking(ContextHandle{false})(alcMakeContextCurrent, alcSuspendContext, alcProcessContext),
-                   Taking(ContextHandle{true})(alcDestroyContext), Taking()(alcGetCurrentContext),
-                   Taking(ContextHandle{true})(alcGetContextsDevice),
-                   Taking()(alcOpenDevice, alcCloseDevice, alcGetError, alcIsExtensionPresent,
-                            alcGetProcAddress, alcGetEnumValue),
-                   Taking(device, Token{alcTextTokens})(alcGetString),
-                   Taking(device, Token{alcTokens}, resultSize, sizedResults)(alcGetIntegerv),
-                   Taking(Any<const ALCchar*>{}, Any<ALint>{}, Token{formats})(alcCaptureOpenDevice),
-                   Taking()(alcCaptureCloseDevice, alcCaptureStart, alcCaptureStop),
-                   Taking(device, sizedResults)(alcCaptureSamples), Taking(part, part, part)(tsrGetVersion)});
+    return Taking(contextOrNull)(alcMakeContextCurrent, alcSuspendContext, alcProcessContext,
+                                 alcDestroyContext);
 }
 
 }  // namespace calls
