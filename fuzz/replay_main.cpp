@@ -1,5 +1,5 @@
 // Runs a fuzz target over files, so that a corpus also serves as an ordinary test, with any compiler.
-// Usage: <program> FILE-OR-FOLDER...   Exit code 1 when there was no file to run.
+// Usage: <program> FOLDER   Exit code 1 when there was no file to run.
 
 #include <cstddef>
 #include <cstdint>
@@ -16,20 +16,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// How many files were run.
-std::size_t Run(const fs::path& path) {
-    if (fs::is_directory(path)) {
-        std::size_t count = 0;
-        for (const fs::directory_entry& entry : fs::directory_iterator(path))
-            count += Run(entry.path());
-        return count;
-    }
+void Run(const fs::path& path) {
     std::ifstream file(path, std::ios::binary);
     file.exceptions(std::ios::badbit);
     if (!file) throw std::ios_base::failure("Failed to open file '" + path.string() + "'.");
     const std::vector<char> bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
-    return 1;
 }
 
 }  // namespace
@@ -37,8 +29,8 @@ std::size_t Run(const fs::path& path) {
 int main(int argc, char** argv) {
     try {
         std::size_t count = 0;
-        for (int i = 1; i < argc; ++i)
-            count += Run(argv[i]);
+        for (const fs::directory_entry& entry : fs::directory_iterator(argc == 2 ? argv[1] : ""))
+            Run(entry.path()), ++count;
         std::cout << count << " files run\n";
         return count == 0 ? 1 : 0;
     } catch (const std::exception& failure) {

@@ -90,18 +90,13 @@ TEST_F(Monitor, ADocumentThatCannotBeUsed_ChangesNothingWithoutAWord) {
             "");
         EXPECT_FALSE(shared.isRestartRequested);
     }
-    // The thread goes on after such a check: the next one finds the document whole.
-    const ConfigMonitor monitor(shared);
-    std::this_thread::sleep_for(100ms);
-    orb3::WriteSpeakerConfiguration(whole);
-    for (int i = 0; i < 500 && !IsRestartRequested(); ++i)
-        std::this_thread::sleep_for(10ms);
-    EXPECT_TRUE(IsRestartRequested());
     EXPECT_EQ(log.Lines(), "");
 }
 
-// Two seconds between two looks; and an end that comes within one of them isn't held up by it.
+// Two seconds between two looks, of which one that finds a document cut in two does nothing; and an end that
+// comes within one of them isn't held up by it.
 TEST_F(Monitor, Thread_LooksEveryTwoSecondsAndEndsAtOnce) {
+    orb3::WriteSpeakerConfiguration("?");
     const auto start = std::chrono::steady_clock::now();
     {
         const ConfigMonitor monitor(shared);

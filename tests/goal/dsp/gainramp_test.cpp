@@ -5,10 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <numeric>
 #include <vector>
-
-#include "goal/dsp/antidenormal.h"
 
 namespace goal {
 namespace {
@@ -60,16 +57,6 @@ TEST(GainRamp, ToAndFromSilence_JumpsAtTheFloor) {
         EXPECT_GT(fade[1430], -60.01);
         EXPECT_EQ(fade[1445], -std::numeric_limits<double>::infinity());
         EXPECT_NEAR(Decibels(ramp, 1, 5).front(), -60, 1e-4);
-    }
-}
-
-TEST(AntiDenormalPattern, StandsInPairsThatSumToZero) {
-    for (const auto& [frames, pairs] : {std::pair{16u, 0}, {17u, 1}, {48u, 1}, {49u, 2}, {512u, 16}}) {
-        hcml::FloatTupleVector block(frames);
-        ApplyAntiDenormalPattern(block);
-        EXPECT_EQ(std::count(block.data, block.data + frames, 5e-8F), pairs) << frames;
-        EXPECT_EQ(std::accumulate(block.data, block.data + frames, 0.0F), 0) << frames;
-        EXPECT_EQ(block.data[0] > 0 && block.data[16]<0, pairs> 0) << frames;
     }
 }
 
