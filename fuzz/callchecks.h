@@ -177,11 +177,6 @@ inline void CheckSource(const goal::Source& source) {
     const bool isEmpty = source.queue.size == 0;
     const bool isUnderWay =
         source.state == goal::SourceState::Playing || source.state == goal::SourceState::Paused;
-    using enum goal::SourceType;
-    const auto isOneOf = [](const auto value, const auto... all) { return ((value == all) || ...); };
-    Require(isOneOf(static_cast<std::int32_t>(source.state), AL_INITIAL, AL_PLAYING, AL_PAUSED, AL_STOPPED) &&
-                isOneOf(source.sourceType, Static, Streaming, Undetermined),
-            "a state or type is none");
     Require(source.queueIndex < std::max(source.queue.size, 1U), "a source stands beyond its queue");
     Require(!isUnderWay || !isEmpty, "a source plays an empty queue");
     Require(!isEmpty || source.position == 0, "a source stands somewhere in an empty queue");
@@ -238,7 +233,6 @@ template <typename Slots>
 void CheckSlots(const Slots& slots, std::set<const void*>& effects) {
     for (const auto& slot : slots) {
         Require(!slot.deleted || !slot.effect, "a deleted slot has an effect");
-        Require(slot.gain >= 0 && slot.gain <= 1, "a slot has a gain out of range");
         Require(!slot.effect || effects.insert(slot.effect.Get()).second, "two records share an effect");
     }
 }
@@ -253,12 +247,6 @@ inline void CheckEffects(const goal::Context& context) {
     CheckSlots(context.application.slots, effects);
     CheckSlots(context.snapshot.slots, effects);
     if (context.suspendCount > 0) CheckSlots(context.suspended.slots, effects);
-    for (const goal::FilterParametersWithDeletedFlag& filter : context.application.filters) {
-        const auto type = static_cast<std::int32_t>(filter.type);
-        Require(type >= AL_FILTER_NULL && type <= AL_FILTER_BANDPASS, "a filter has no type");
-        for (const float gain : {filter.gain, filter.gainHF, filter.gainLF})
-            Require(gain >= 0 && gain <= 1, "a filter has a gain out of range");
-    }
 }
 
 // ---- Everything ----

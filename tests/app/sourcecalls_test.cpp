@@ -156,7 +156,6 @@ TEST_F(SourceCalls, Refusals_HaveTheCodeOfTheFirstFault) {
                  {AL_INVALID_VALUE, [&] { alSourceQueueBuffers(1, -1, list); }},
                  {AL_INVALID_OPERATION, [&] { alSourceUnqueueBuffers(1, huge, list); }},
                  {AL_INVALID_ENUM, [] { alSourcef(1, AL_POSITION, 0); }},
-                 {AL_INVALID_ENUM, [] { alSourcei(1, AL_STEREO_ANGLES, 0); }},
                  {AL_INVALID_ENUM, [] { Get(1, AL_AUXILIARY_SEND_FILTER); }},
                  {AL_INVALID_ENUM, [&] { alGetSource3i(1, AL_AUXILIARY_SEND_FILTER, i, i + 1, i + 2); }},
                  {AL_INVALID_OPERATION, [] { alSourcei(1, AL_SOURCE_STATE, AL_PLAYING); }}});
