@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <random>
 
@@ -154,6 +155,30 @@ TEST(ComputeSendGains, WithConeAndRoom_AreTheClosedForms) {
     }
 }
 
+TEST(IsFinite, UnfitProperties_SilenceTheSourceOrItsSendOrDoNoHarm) {
+    struct { std::function<void(Scene&)> spoil; bool direct, send; } cases[] = {
+        {[](Scene& s) { s.source.position[1] = nan; }, false, true},
+        {[](Scene& s) { s.globals.listenerPosition[0] = -inf; }, false, true},
+        {[](Scene& s) { s.source.position = {3e38F, 3e38F, 0}; }, true, true},
+        {[](Scene& s) { s.source.direction[2] = nan; }, false, true},
+        {[](Scene& s) { s.source.velocity[2] = nan; }, false, true},
+        {[](Scene& s) { s.source.velocity[2] = 343.3F; }, false, true},
+        {[](Scene& s) { s.source.pitch = 1e20F; }, false, true},
+        {[](Scene& s) { s.source.gain = nan; }, false, false},
+        {[](Scene& s) { s.source.gain = inf; }, true, false},
+        {[](Scene& s) { s.source.coneOuterGainHF = nan; }, false, false},
+        {[](Scene& s) { s.source.radius = inf; }, true, true},
+        {[](Scene& s) { s.source.radius = nan; }, true, true},
+        {[](Scene& s) { s.globals.metersPerUnit = inf; }, true, true}};
+    for (const auto& c : cases) {
+        Scene scene = WithCone(1);
+        c.spoil(scene);
+        const goal::SourceGeometry g = scene.Locate();
+        EXPECT_EQ(goal::IsFinite(g), c.direct) << &c - cases;
+        const auto send = goal::ComputeSendGains(scene.source, scene.globals, g, {});
+        EXPECT_EQ(goal::IsFinite(send), c.send) << &c - cases;
+    }
+}
 // clang-format on
 
 }  // namespace
