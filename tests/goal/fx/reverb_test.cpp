@@ -285,5 +285,24 @@ TEST(Reverb, ALineThatIsHardlyOn_DiesAwayTooAndFasterWhenTold) {
     EXPECT_LT(Peak(reverb.Feed(dying, Signal(512))), 1e-4);
 }
 
+TEST(Reverb, TheSizeOfBlocks_DoesNotMatter) {
+    const P p = With([](auto& p) {
+        p.density = 0.9F, p.diffusion = 0.7F, p.echoDepth = 0.6F, p.modulationDepth = 0.4F, p.gainLF = 0.5F;
+        p.decayHFRatio = 1.5F, p.decayHFLimit = false, p.decayLFRatio = 0.6F;
+    });
+    for (const double rate : {8000.0, 48000.0}) {
+        const auto frames = std::size_t(rate);
+        const Channels input = Input(true, Noise(frames));
+        RunningEffect reference(p, {rate, 32, 1, true, true});
+        const Channels expected = reference.Feed(p, input);
+        for (const std::uint32_t blockFrames : {67U, 512U, 1024U}) {
+            RunningEffect reverb(p, {rate, blockFrames, 1, true, true});
+            const Channels output = reverb.Feed(p, input);
+            for (std::size_t c = 0; c < 4; ++c)
+                EXPECT_THAT(output[c], IsNear(1e-4F, expected[c])) << rate << " " << blockFrames;
+        }
+    }
+}
+
 }  // namespace
 }  // namespace goal::fx
