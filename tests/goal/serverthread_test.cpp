@@ -244,22 +244,7 @@ TEST_F(ServerThreadTest, Run_WhenABlockFails_EndsWithALineAndDoesNotHang) {
     EXPECT_FALSE(log.Has("Ran with"));
 }
 
-TEST_F(ServerThreadTest, Restart_BuildsAnewOnTheLatestConfiguration) {
-    const auto context = StartContext();
-    AwaitBlocks(2);
-    RequestRestart([](orb3::GoalConfig& c) { c.order = 1; });
-    RequestRestart([](orb3::GoalConfig& c) { c.order = 2; });
-    while (machinery.runs < 2)
-        AwaitBlocks(1);
-    AwaitBlocks(2);
-    EXPECT_TRUE(log.Has("I:Restarting because of configuration change."));
-    EXPECT_FALSE(log.Has("Ran with"));
-    const slib::Lock lock(engine.configuration.configurationMutex);
-    EXPECT_EQ(engine.configuration.configuration.goalConfig.order, 2);
-    EXPECT_FALSE(engine.configuration.isRestartRequested);
-}
-
-TEST_F(ServerThreadTest, Stop_DuringTheSetUpOfARestart_EndsWithTheReport) {
+TEST_F(ServerThreadTest, Stop_DuringARestartOnTheLatestConfiguration_EndsWithTheReport) {
     Configure([](orb3::GoalConfig& c) {
         c.isLoggingVerbose = true;
         c.isSuspendSupported = false;
@@ -279,8 +264,12 @@ TEST_F(ServerThreadTest, Stop_DuringTheSetUpOfARestart_EndsWithTheReport) {
         context->application.slots.append({});
     }
     AwaitBlocks(2);
-    RequestRestart([](orb3::GoalConfig&) {});
+    RequestRestart([](orb3::GoalConfig& c) { c.order = 1; });
+    RequestRestart([](orb3::GoalConfig& c) { c.order = 2; });
     reached.Wait();
+    EXPECT_TRUE(log.Has("I:Restarting because of configuration change."));
+    EXPECT_FALSE(log.Has("Ran with"));
+    EXPECT_EQ(machinery.request.order, 2);
     const int before = machinery.blocks;
     std::thread stopper([&] { context.reset(); });
     std::this_thread::sleep_for(std::chrono::milliseconds(20));

@@ -72,12 +72,12 @@ public:
 
 class Returning : public testing::Test {
 protected:
-    void OpenFirst() {
-        ASSERT_EQ(ring->Open([this](StreamOutlet& outlet, std::unique_ptr<OutputStream>& stream) {
+    Returning() {
+        const Result opened = ring->Open([this](StreamOutlet& outlet, std::unique_ptr<OutputStream>& stream) {
             stream = server.Open(outlet);
             return DS_OK;
-        }),
-                  DS_OK);
+        });
+        EXPECT_EQ(opened, DS_OK);
     }
 
     void Play(std::chrono::milliseconds time) { ramp.Play(time); }
@@ -113,7 +113,6 @@ void ExpectRamp(const std::vector<std::int64_t>& heard, int jumps) {
 
 // The cursor goes on by the clock meanwhile, and afterwards the sound goes on where it would have been.
 TEST_F(Returning, OutputThatGoesAway_IsAskedForUntilItIsBack) {
-    OpenFirst();
     Play(200ms);
     EXPECT_EQ(server.questions, 1);  // there is nothing to look for yet
     server.isGone = true;
@@ -136,7 +135,6 @@ TEST_F(Returning, OutputThatGoesAway_IsAskedForUntilItIsBack) {
 }
 
 TEST_F(Returning, OutputThatTakesNothingForTwoSeconds_IsGivenUp) {
-    OpenFirst();
     Play(100ms);
     server.isHanging = true;
     Play(1800ms);
@@ -149,7 +147,6 @@ TEST_F(Returning, OutputThatTakesNothingForTwoSeconds_IsGivenUp) {
 }
 
 TEST_F(Returning, StopAndPlay_GoOnWhetherTheOutputIsThereOrNot) {
-    OpenFirst();
     for (const bool isGone : {false, true, false}) {
         server.isGone = isGone;
         Play(100ms);

@@ -151,7 +151,7 @@ TEST_P(BothForms, SteadyBlocks_AllocateNothing) {
 TEST(TransformedPipe, ReportPeak_TellsTheGreatestLevelBeforeLimiting) {
     Rig rig({.width = 1, .latency = 0});
     rig.log.lines.clear();
-    for (const float level : {0.000009F, -0.05F, 1.0F, 1.5F, 2.0F}) {
+    for (const float level : {-0.05F, 1.5F, 2.0F}) {
         rig.bus.channels[0][7] = level;
         rig.decoder->writeBus(rig.bus, {});
         rig.decoder->reportPeak(&rig.log);
@@ -159,7 +159,6 @@ TEST(TransformedPipe, ReportPeak_TellsTheGreatestLevelBeforeLimiting) {
     EXPECT_EQ(
         rig.log.lines,
         "I:The peak output level was 0.05 (-26dB). There was more than 20dB of headroom."
-        "I:The peak output level was 1 (0dB)."
         "I:The peak output level was 1.5 (3.52dB). The peak was above one; the limiter had to be used to "
         "avoid clipping."
         "E:The peak output level was 2 (6.02dB). The peak was significantly above one; the limiter had to "

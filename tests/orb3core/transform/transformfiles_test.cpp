@@ -93,17 +93,14 @@ std::string Header(const std::string& magic, const std::vector<std::uint32_t>& f
     return bytes;
 }
 
-std::string Repeated(const std::string& text, int times) {
-    return times == 0 ? "" : text + Repeated(text, times - 1);
-}
-
 TEST(CompressedForm, PutTogetherByHand_ReadsAsItWasMeant) {
     // Halves of 8: silence; then order 2, with 5 and -7 at k = 2, then -1, 0, 3 and three zeros at k = 0.
-    const std::string split = "1 0 1 01 00010 0 01 10 1 10 10 00000 1 0 0 0 0 1110" + Repeated(" 0 0", 3);
+    const std::string split = "1 0 1 01 00010 0 01 10 1 10 10 00000 1 0 0 0 0 1110 0 0 0 0 0 0";
+    const std::string ones(31, '1');
     // One leaf of order 0 with values as they are: -2, the greatest, and zeros.
-    const std::string raw = "0 1 00 11111" + Repeated("1", 31) + "0 0" + Repeated("1", 31);
+    const std::string raw = "0 1 00 11111" + ones + "0 0" + ones;
     std::istringstream stream(Header("trn2", {1, 2, 32, 30, 16, std::bit_cast<std::uint32_t>(0.5F)}) +
-                              Bits(split + raw + Repeated("0", 14 * 32)) + "next");
+                              Bits(split + raw + std::string(14 * 32, '0')) + "next");
     Transform transform;
     readTransform(stream, transform);
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(stream), {}), "next");
@@ -142,12 +139,10 @@ TEST(Reading, WhatIsWrong_TellsWhy) {
         std::string bytes, message;
     };
     const Case cases[] = {
-        {"trn", cut + "[15]"},
         {"trn9____", cut + "[16] Are you sure this is a transform file?"},
         {"bin\b", "Transform is in an unsupported legacy format."},
         {Header("trn2", {1, 1, 8, 0, 8}), cut + "[5]"},
         {Header("trn4", {1, 1, 8, 8, 8}) + std::string(32, '\0'), invalid},
-        {Header("trn4", {0, 1, 8, 0, 8}), empty},
         {Header("trn4", {1, 1, 8, 0, 0}, -1),
          "Invalid transform: Sample rate is not valid (-1). A transform width was zero."},
         {Header("trn4", {~0U, ~0U, ~0U, 0, ~0U}), cut + "[6]"},
@@ -160,12 +155,9 @@ TEST(Reading, WhatIsWrong_TellsWhy) {
          "A transform to be loaded holds a value of more than 32 bits."},
         {Header("trn4", {1, 1, 1, 0, 1}) + "\xff\xff\xff\x7f", notFinite},
         {Header("trn8", {1, 1, 1, 0, 1}) + std::string(7, '\0') + "\x7e", notFinite},
-        {sr + "1 -2\n", ""},
         {sr + "+1 \r\n\r\n 1e-1\r\n", ""},
-        {"sr=48000\nsta", "Badly formed header."},
         {"sr=0\n", "Badly formed sample rate."},
         {sr, empty},
-        {sr + "\n1\n", "Unexpected time separator."},
         {sr + "1\n\n1\n\n", "Inconsistent row counts."},
         {sr + "1 2\n1\n", "Inconsistent row lengths."},
         {sr + "1 2,5\n", "A transform holds something that is not a number."},
