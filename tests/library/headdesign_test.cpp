@@ -31,10 +31,6 @@ using std::numbers::pi;
 const char* const measuredHead = "/usr/share/libmysofa/default.sofa";  // of Debian's libmysofa1
 constexpr double radius = 0.0875;
 
-double Radians(double degrees) {
-    return degrees * pi / 180;
-}
-
 /// The whole field at the surface, incident and scattered, as textbooks write it.
 Complex SurfaceByDefinition(double size, double cosine) {
     const auto derived = [&](auto function, unsigned l) {
@@ -85,7 +81,7 @@ TEST(DiffuseField, CovarianceMatch_ReachesTheTargetByTheLeastChange) {
 TEST(SofaReader, ADummyHead_HearsTheLeftAtTheLeftFirst) {
     const HeadImpulses head = ReadSofa(measuredHead);
     EXPECT_EQ(head.sampleRate, 44100);
-    const Index left = NearestOf(head.directions, DirectionAt(Radians(90), 0)).index;
+    const Index left = NearestOf(head.directions, DirectionAt(pi / 2, 0)).index;
     Index nearTap = 0, farTap = 0;
     head.ears[LeftEar].col(left).cwiseAbs().maxCoeff(&nearTap);
     head.ears[RightEar].col(left).cwiseAbs().maxCoeff(&farTap);

@@ -87,13 +87,8 @@ TEST(ReadLayout, OfABadRoom_TellsTheLineAndWhatIsWrong) {
     const std::pair<const char*, const char*> cases[] = {
         // a part of the message
         {"A: azimuth 1\n", "room.txt, line 1: The layout has no name"},
-        {"name: a\n", "line 1: The layout has no speaker"},
-        {"name: a\nname: b\n", "line 2: The layout has a name already"},
-        {"name: a\n\nhello\n", "line 3: A line is"},
         {"name: a\nA: azimuth 3x\n", "line 2: \"3x\" is not a number for \"azimuth\""},
         {"name: a\nA: azimuth 1, azimuth 2\n", "line 2: \"azimuth\" is given twice"},
-        {"name: a\nA: azimut 1\n", "line 2: \"azimut\" is not one of"},
-        {"name: a\nA: azimuth 1, x 2\n", "line 2: A speaker stands at"},
         {"name: a\nA: elevation 91\n", "line 2: An elevation"},
         {"name: a\nA: x 0\n", "line 2: A speaker stands between"},
         {"name: a\nA: azimuth 0\nA: azimuth 9\n", "line 3: There are two speakers"},

@@ -74,14 +74,6 @@ TEST(RegularDecoder, EnergyVectors_ReachTheLimitOfTheOrder) {
         }
 }
 
-TEST(MaxEnergyLength, IsThatOfThePublishedTables) {
-    const double flat[] = {0.7071, 0.8660, 0.9239, 0.9511}, full[] = {0.5774, 0.7746, 0.8611, 0.9062};
-    for (unsigned order = 1; order <= 4; ++order) {
-        EXPECT_NEAR(MaxEnergyLength(order, true), flat[order - 1], 5e-5);
-        EXPECT_NEAR(MaxEnergyLength(order, false), full[order - 1], 5e-5);
-    }
-}
-
 TEST(QuadOfOrderOne, Gains_AreCardioidsTowardsTheSpeakers) {
     const std::pair<SpeakerMethod, double> cases[] = {{SpeakerMethod::Basic, 2},
                                                       {SpeakerMethod::Energy, std::numbers::sqrt2}};

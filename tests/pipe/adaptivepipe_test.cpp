@@ -9,7 +9,6 @@
 #include "pipe/adaptivebuffering.h"
 #include "pipe/adaptivedirectsoundframework.h"
 #include "pipe/adaptivedirectsoundpipe.h"
-#include "pipe/applicationwindow.h"
 #include "pipe/directsoundexception.h"
 #include "tests/support/allocationcounter.h"
 #include "tests/support/failure.h"
@@ -260,25 +259,10 @@ TEST(AdaptivePipe, CursorThatStallsOrJumps_LeavesAWholeStreamBehind) {
     EXPECT_EQ(p.Breaks(jump + 9600), 0);
 }
 
-TEST(DirectSoundException, Texts_AreThosePublishedForTheResults) {
-    std::uint64_t digest = 0xcbf29ce484222325;  // FNV-1a of all of them, one after the other
-    for (const platform::Result code :
-         {0x0878000AU, 0x80004001U, 0x80004002U, 0x80004005U, 0x80040110U, 0x80070005U,
-          0x8007000EU, 0x80070057U, 0x8878000AU, 0x8878001EU, 0x88780032U, 0x88780046U,
-          0x88780064U, 0x88780078U, 0x88780082U, 0x88780096U, 0x887800A0U, 0x887800AAU,
-          0x887800B4U, 0x887800BEU, 0x887800C8U, 0x887800D2U, 0x887800DCU, 0x88781161U})
-        for (const char c : TextOf([&] { audiopipe::directsound::CheckResult(code); }))
-            digest = (digest ^ static_cast<unsigned char>(c)) * 0x100000001b3;
-    EXPECT_EQ(digest, 0x213150759828534fU);
-    EXPECT_EQ(TextOf([] { audiopipe::directsound::CheckResult(0x12345678); }), "Unknown error.");
-}
-
 TEST(AdaptivePipe, FailingOperation_EndsInItsTextWithNothingLeaked) {
     const std::string text =
         "A DirectSound error occurred: The buffer memory has been lost and must be restored.";
-    for (const std::string operation :
-         {"DirectSoundEnumerateA", "DirectSoundCreate8", "SetCooperativeLevel", "GetCaps", "GetSpeakerConfig",
-          "CreateSoundBuffer", "GetCurrentPosition", "Play", "Stop", "Lock", "Unlock"}) {
+    for (const std::string_view operation : testing_support::scriptedOperations) {
         SCOPED_TRACE(operation);
         const auto system = std::make_shared<ScriptedSystem>();
         system->failures[operation] = 0x88780096;
@@ -296,6 +280,7 @@ TEST(AdaptivePipe, FailingOperation_EndsInItsTextWithNothingLeaked) {
         EXPECT_TRUE(operation != "Lock" || system->calls["Stop"] == 1);  // by the pipe's end
         EXPECT_EQ(log.lines, operation == "Stop" ? "E:" + text : "");
     }
+    EXPECT_EQ(TextOf([] { audiopipe::directsound::CheckResult(0x12345678); }), "Unknown error.");
 }
 
 TEST(AdaptiveDevice, SpeakerSetting_NamesTheFormatItsChannelsAndTheirMask) {
@@ -340,19 +325,6 @@ TEST(AdaptiveDevice, FailedStart_IsNotTriedAgain) {
     EXPECT_EQ(p.system->calls["DirectSoundEnumerateA"], 1);
     EXPECT_EQ(TextOf([&] { AdaptiveDirectSoundFramework(&p.log, p.system); }),
               "The AdaptiveDirectSound framework may only be instantiated once.");
-}
-
-TEST(ApplicationWindow, IsTheTopOfOursOrTheDesktopOrAFailure) {
-    using audiopipe::directsound::FindApplicationWindow;
-    ScriptedSystem system;
-    system.parents = {{5, 0}, {6, 7}, {7, 8}, {8, 0}, {9, 0}};
-    system.ownWindows = {6, 9};
-    EXPECT_EQ(FindApplicationWindow(system), 8U);
-    system.ownWindows.clear();
-    EXPECT_EQ(FindApplicationWindow(system), 1U);
-    system.desktop = 0;
-    EXPECT_EQ(TextOf([&] { FindApplicationWindow(system); }),
-              "Unable to find the application window handle.");
 }
 
 }  // namespace

@@ -55,8 +55,6 @@ public:
         return isRunning;
     }
 
-    std::atomic<std::uint64_t> events{0};
-
 private:
     struct Mark : slib::Task {
         explicit Mark(slib::Semaphore& passed) : passed(passed) {}
@@ -68,7 +66,6 @@ private:
 
     void Take(ALenum event, ALsizei block) {
         const std::lock_guard lock(mutex);
-        ++events;
         const bool isStart = event == AL_FOLDBACK_EVENT_START;
         const bool isBlock = event == AL_FOLDBACK_EVENT_BLOCK;
         if (isRunning == isStart || block != (isBlock ? next : 0)) fault();

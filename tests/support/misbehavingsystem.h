@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
-#include <string_view>
 #include <utility>
 
 #include "platform/clock.h"
@@ -18,7 +17,7 @@ namespace testing_support {
 
 /// What all systems did. Any thread.
 struct Misbehaviour {
-    std::atomic<std::uint64_t> systems{0}, audibleFrames{0}, moods{0};
+    std::atomic<std::uint64_t> audibleFrames{0};
     std::atomic<int> openObjects{0};     ///< left behind by systems that are gone
     std::atomic<bool> hasFailed{false};  ///< whoever plays may have ended by that; taken back by the test
 };
@@ -33,7 +32,6 @@ public:
                                               DSSPEAKER_5POINT1,   DSSPEAKER_7POINT1_SURROUND};
         speakerConfig = dice.Of(settings);
         cursors = [this](std::int64_t) { return Report(); };
-        ++counts.systems;
         if (dice.OneIn(12)) Refuse();
     }
     ~MisbehavingSystem() override { counts.openObjects += openObjects; }
@@ -46,21 +44,9 @@ public:
 
 private:
     void Refuse() {
-        constexpr std::string_view operations[] = {"",
-                                                   "DirectSoundEnumerateA",
-                                                   "DirectSoundCreate8",
-                                                   "GetCaps",
-                                                   "SetCooperativeLevel",
-                                                   "GetSpeakerConfig",
-                                                   "CreateSoundBuffer",
-                                                   "Play",
-                                                   "Lock",
-                                                   "Unlock",
-                                                   "Stop"};
-        const std::string_view operation = dice.Of(operations);
-        if (operation.empty()) deviceNames.clear();
+        const std::string_view operation = dice.Of(scriptedOperations);
+        if (dice.OneIn(12)) deviceNames.clear();
         failures[operation] = platform::DSERR_NODRIVER;
-        ++counts.moods;
         if (operation != "Stop") counts.hasFailed = true;  // which is only told to a log
     }
 
@@ -81,7 +67,6 @@ private:
         nextMood = now + dice.Between(50, 1500);
         speed = step = reach = 1;
         const unsigned mood = dice.Below(14);
-        counts.moods += mood < 9;
         if (mood < 2) {
             speed = 0;
         } else if (mood < 5) {
