@@ -9,8 +9,8 @@ namespace {
 namespace fs = std::filesystem;
 using testing::AllOf;
 using testing::HasSubstr;
-using testing_support::Content;
 using testing_support::Outcome;
+using testing_support::ReadFile;
 using testing_support::Words;
 
 const char* const library = "lib/Tessarune.afl";
@@ -102,7 +102,7 @@ TEST_F(LibraryProgram, Plot_DrawsTheBestOfWhatIsAskedFor) {
                "headphonestereo-spherehead-4.impulses.svg\nheadphonestereo-spherehead-4.delay.svg\n"
                "headphonestereo-spherehead-4.difference.svg\n");
     for (const auto& file : fs::directory_iterator(folder.path / "plots"))
-        EXPECT_THAT(Content(file.path()), AllOf(HasSubstr("<svg"), HasSubstr("</svg>")));
+        EXPECT_THAT(ReadFile(file.path()), AllOf(HasSubstr("<svg"), HasSubstr("</svg>")));
 }
 
 struct Mistake {
@@ -118,9 +118,6 @@ TEST_F(LibraryProgram, AMistake_IsExplainedAndTouchesNothing) {
         {{"build", "new/a.pfl"}, failed, "ends in .afl or .dfl, unlike 'a.pfl'"},
         {{"build", "lib/other.afl"}, failed, "The library 'Tessarune.afl' lives in that folder already."},
         {{"show", "no.afl"}, failed, "There is no library 'no.afl'. 'tessarune-library build no.afl'"},
-        {{"check", "lib"}, failed, "A library must be an .afl, .dfl or .pfl file, not 'lib'."},
-        {{"pack", library, "a.zip"}, failed, "OUT must end in .dfl, .afl or .pfl, not be 'a.zip'."},
-        {{"pack", library, "new/a.dfl", "--bits", "8"}, failed, "With --bits OUT must end in .pfl."},
         {{"pack", library, library}, failed, "OUT must be another file than PATH."},
         {{"plot", library, "--out", "new", "--layout", "Cinema"}, failed, "The library has no such decoder."},
         {{"plot", library, "--out", "new", "--order", "5"}, wrongUse, "--order"}};

@@ -11,8 +11,8 @@ namespace {
 using std::filesystem::path;
 using testing::AllOf;
 using testing::HasSubstr;
-using testing_support::Content;
 using testing_support::Outcome;
+using testing_support::ReadFile;
 using testing_support::Recording;
 using testing_support::Sound;
 using testing_support::Tools;
@@ -30,11 +30,11 @@ int MarkedColumn(const std::string& table, const std::string& row) {
 TEST_F(Tools, Demo_RecordsEachVoiceFromItsSpeakerAndLeavesTheStoreAlone) {
     Config({"set", "Order", "2"});
     const path wave = folder.path / "demo.wav";
-    const std::string before = Content(files.UserFile());
+    const std::string before = ReadFile(files.UserFile());
     const Outcome demo =
         Run("tessarune-demo", {"--quick", "--part", "voices", "--layout", "5.1", "--wav", wave.string()});
     EXPECT_EQ(demo.status, 0) << demo.error;
-    EXPECT_EQ(Content(files.UserFile()), before);
+    EXPECT_EQ(ReadFile(files.UserFile()), before);
     EXPECT_THAT(demo.out, AllOf(HasSubstr("side left, 90 degrees left"), HasSubstr("Starting Tessarune")));
     const std::vector<std::pair<std::string, int>> loudest{{"Front_Left", 0}, {"Front_Right", 1},
                                                            {"Rear_Left", 4},  {"Rear_Right", 5},

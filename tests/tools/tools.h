@@ -14,19 +14,13 @@
 #include <vector>
 
 #include "orb3core/store/configstore.h"
-#include "slib/files.h"
 #include "tests/support/defaultdocument.h"
+#include "tests/support/recording.h"
 #include "tests/support/temporaryfolder.h"
 
 namespace testing_support {
 
 using Words = std::vector<std::string>;
-
-inline std::string Content(const std::filesystem::path& file) {
-    std::string bytes;
-    slib::readFile(file, bytes);
-    return bytes;
-}
 
 struct Outcome {
     int status;
@@ -46,7 +40,7 @@ protected:
         const int status = std::system(
             ("cd " + folder.path.string() + " && { " + line + "\n} >" + out.string() + " 2>" + error.string())
                 .c_str());
-        return {WEXITSTATUS(status), Content(out), Content(error)};
+        return {WEXITSTATUS(status), ReadFile(out), ReadFile(error)};
     }
     /// One of the programs of the build tree. `prefix` stands before it in the line.
     Outcome Run(const std::string& program, const Words& words, const std::string& prefix = "") const {
