@@ -4,6 +4,8 @@
 
 #include "AL/al.h"
 #include "AL/alc.h"
+#include "AL/alext.h"
+#include "AL/efx-presets.h"
 #include "AL/efx.h"
 #include "AL/tessarune.h"
 

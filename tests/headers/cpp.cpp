@@ -4,6 +4,8 @@
 
 // The order matters.
 // clang-format off
+#include "AL/efx-presets.h"
+#include "AL/alext.h"
 #include "AL/tessarune.h"
 #include "AL/efx.h"
 #include "AL/alc.h"
