@@ -21,6 +21,7 @@ enum Ear { LeftEar, RightEar };
 /// Impulse responses as measured: all start at one moment, which need not be known.
 struct HeadImpulses {
     std::string name;
+    std::string credit;  ///< a sentence that names whose measurement it is, as its licence asks; may be empty
     double sampleRate = 0;  ///< Hz
     std::vector<Direction> directions;
     std::array<Eigen::MatrixXd, 2> ears;    ///< taps by directions

@@ -132,6 +132,7 @@ HeadMethod MeasuredHead(const LibraryPlan& plan) {
         Priority::High,
         {}};
     const HeadImpulses measured = ReadSofa(plan.sofaPath);
+    if (!measured.credit.empty()) method.text.writeup += " " + measured.credit;
     for (const int rate : plan.rates)
         method.heads.emplace(rate, PrepareMeasuredHead(measured, rate));
     return method;
@@ -248,8 +249,15 @@ void AssembleLibrary(const LibraryPlan& plan, FormatRegistrar& library) {
     library.setTag(plan.tag);
     for (unsigned order = 1; order <= greatestOrder; ++order)
         StoreSpatialFormat(order, library);
-    for (const SpeakerLayout& layout : plan.layouts)
-        if (layout.kind != LayoutKind::Headphones) AddSpeakerLayout(layout, plan.rates, library);
+    const auto report = [&](const std::string& layout) {
+        if (plan.report) plan.report(layout);
+    };
+    for (const SpeakerLayout& layout : plan.layouts) {
+        if (layout.kind == LayoutKind::Headphones) continue;
+        report(layout.name);
+        AddSpeakerLayout(layout, plan.rates, library);
+    }
+    report(LayoutOf(plan, StandardFormat::HeadphoneStereo).name);
     StoreHeadphones(plan, library);
 }
 

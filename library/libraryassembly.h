@@ -4,6 +4,7 @@
 // and the designed transforms. Called by the program that builds libraries; offline, and the same every time.
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -30,6 +31,8 @@ struct LibraryPlan {
     std::vector<SpeakerLayout> layouts;    ///< the standard ones and more
     std::vector<int> rates{44100, 48000};  ///< Hz
     std::string sofaPath;                  ///< of a measured head; empty for none
+    /// Called with a layout's name before its decoders are designed; may be empty.
+    std::function<void(const std::string& layout)> report;
 };
 
 /// The content of the default library, with the measured head at `sofaPath`.

@@ -27,6 +27,7 @@ public:
         CheckShape();
         HeadImpulses head;
         head.name = Attribute(sofa->attributes, "ListenerShortName");
+        head.credit = Credit();
         head.sampleRate = sofa->DataSamplingRate.values[0];
         head.directions = Directions();
         const bool swapped = FirstReceiverIsRight();
@@ -65,6 +66,22 @@ private:
             if (entry->name && entry->value && std::strcmp(entry->name, name) == 0) return entry->value;
         }
         return {};
+    }
+
+    // What the file tells of its origin. The head that Debian ships tells its database only; its licence asks
+    // that its authors are cited.
+    std::string Credit() const {
+        const auto text = [&](const char* name) { return Attribute(sofa->attributes, name); };
+        if (text("DatabaseName") == "MIT" && text("ListenerShortName").starts_with("KEMAR"))
+            return "Measured by Bill Gardner and Keith Martin (1994): HRTF Measurements of a KEMAR "
+                   "Dummy-Head "
+                   "Microphone, MIT Media Lab; copyright 1994 by the MIT Media Laboratory.";
+        std::string origin;
+        for (const char* name :
+             {"DatabaseName", "ListenerShortName", "Organization", "AuthorContact", "References", "License"})
+            if (const std::string value = text(name); !value.empty())
+                origin += (origin.empty() ? "Measurement: " : "; ") + value;
+        return origin.empty() ? origin : origin + ".";
     }
 
     // All `count` values are there and finite.

@@ -81,6 +81,7 @@ TEST(DiffuseField, CovarianceMatch_ReachesTheTargetByTheLeastChange) {
 TEST(SofaReader, ADummyHead_HearsTheLeftAtTheLeftFirst) {
     const HeadImpulses head = ReadSofa(measuredHead);
     EXPECT_EQ(head.sampleRate, 44100);
+    EXPECT_NE(head.credit.find("Gardner and Keith Martin (1994)"), std::string::npos) << head.credit;
     const Index left = NearestOf(head.directions, DirectionAt(pi / 2, 0)).index;
     Index nearTap = 0, farTap = 0;
     head.ears[LeftEar].col(left).cwiseAbs().maxCoeff(&nearTap);

@@ -1,3 +1,5 @@
+#include <unistd.h>
+
 #include <chrono>
 #include <cmath>
 #include <iostream>
@@ -39,6 +41,10 @@ void Build(const Options& options) {
     const auto begin = std::chrono::steady_clock::now();
     design::LibraryPlan plan = design::DefaultPlan(HeadOf(options));
     plan.rates = options.rates;
+    if (isatty(STDERR_FILENO) == 1)
+        plan.report = [count = 0, all = plan.layouts.size()](const std::string& layout) mutable {
+            std::cerr << "Designing decoders, " << ++count << " of " << all << ": " << layout << "\n";
+        };
     design::WriteLibrary(options.path, [&](orb3::fl::FormatRegistrar& library) {
         design::AssembleLibrary(plan, library);
         std::cout << options.path << ": " << library.getFormatCount() << " formats, "
