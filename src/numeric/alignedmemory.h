@@ -32,7 +32,7 @@ inline AlignedFloats AllocateAlignedFloats(std::uint64_t count) {
     if (count == 0) return nullptr;
     if (count > std::numeric_limits<std::ptrdiff_t>::max() / sizeof(float))
         throw slib::OutOfMemoryException();
-    const std::size_t bytes = count * sizeof(float);
+    const std::size_t bytes = static_cast<std::size_t>(count) * sizeof(float);
     void* block = ::operator new (bytes, std::align_val_t{blockAlignment}, std::nothrow);
     if (block == nullptr) throw slib::OutOfMemoryException();
     return AlignedFloats(static_cast<float*>(std::memset(block, 0, bytes)));

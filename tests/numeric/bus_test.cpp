@@ -14,7 +14,7 @@ namespace {
 // Whether all `count` floats have the value and the first is aligned.
 bool Holds(const float* block, std::uint32_t count, float value) {
     return reinterpret_cast<std::uintptr_t>(block) % 128 == 0 &&
-           std::count(block, block + count, value) == count;
+           std::count(block, block + count, value) == static_cast<std::ptrdiff_t>(count);
 }
 
 TEST(FloatTupleVector, Resized_KeepsWhatItHoldsFromItsCopies) {

@@ -114,7 +114,7 @@ TEST(Kernels, Gains_EqualTheLoopsInPlaceAndNot) {
 
 void TestLinear(std::uint32_t count, LinearWalk walk) {
     const std::uint64_t first = walk.position >> 16, last = (walk.position + (count - 1) * walk.step) >> 16;
-    const Row input(last - first + 2);
+    const Row input(static_cast<std::size_t>(last - first + 2));
     const float* zero = input.data() + 1 - first;
     const Row output(count, count), expected(output);
     for (std::uint32_t k = 0; k < count; ++k) {

@@ -37,7 +37,8 @@ public:
     ~MisbehavingSystem() override { counts.openObjects += openObjects; }
 
     void Sleep(std::uint32_t milliseconds) override {
-        const timespec time{.tv_sec = 0, .tv_nsec = long{std::min(milliseconds, 900U)} * 1'000'000};
+        const timespec time{.tv_sec = 0,
+                            .tv_nsec = static_cast<long>(std::min(milliseconds, 900U)) * 1'000'000};
         nanosleep(&time, nullptr);
         Tick();
     }

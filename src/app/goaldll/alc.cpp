@@ -9,6 +9,8 @@
 #include <new>
 #include <span>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "AL/tessarune.h"
 #include "app/goaldll/alcenums.h"
@@ -174,9 +176,14 @@ const char* DeviceList(Process& process) {
     if (process.deviceList.empty()) {
         const auto settings =
             process.engine.configuration.Read([](const orb3::Configuration& c) { return c.goalConfig; });
-        std::string list = deviceName + std::string(1, '\0');
-        if (settings.masqueradeAsGenericSoftware) list += "Generic Software" + std::string(1, '\0');
-        if (settings.masqueradeAsGenericHardware) list += "Generic Hardware" + std::string(1, '\0');
+        std::vector<std::string_view> names{deviceName};
+        if (settings.masqueradeAsGenericSoftware) names.emplace_back("Generic Software");
+        if (settings.masqueradeAsGenericHardware) names.emplace_back("Generic Hardware");
+        std::string list;
+        for (const std::string_view name : names) {
+            list += name;
+            list += '\0';
+        }
         process.deviceList = list;
     }
     return process.deviceList.c_str();
