@@ -1,8 +1,14 @@
 # The default format library. It is made again when its designer changes, not when the program around it does.
-set(format_library ${CMAKE_BINARY_DIR}/share/tessarune/Tessarune.afl)
-file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/share/tessarune)
+set(format_library ${PROJECT_BINARY_DIR}/share/tessarune/Tessarune.afl)
+file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/share/tessarune)
+if(TESSARUNE_FORMAT_LIBRARY)
+    file(COPY ${TESSARUNE_FORMAT_LIBRARY}/ DESTINATION ${PROJECT_BINARY_DIR}/share/tessarune)
+    add_custom_target(format_library)
+    return()
+endif()
 add_custom_command(OUTPUT ${format_library}
     COMMAND tessarune_library_tool build ${format_library}
     DEPENDS tessarune_design
+    USES_TERMINAL
     COMMENT "Designing the format library" VERBATIM)
 add_custom_target(format_library ALL DEPENDS ${format_library})

@@ -1,6 +1,6 @@
 # The man pages of the programs, and completion for three shells, as the programs print them; in the shape of an
 # installed tree.
-set(share ${CMAKE_BINARY_DIR}/share)
+set(share ${PROJECT_BINARY_DIR}/share)
 set(program_pages)
 
 # tessarune_page(TARGET PROGRAM PAGE FILE): what PROGRAM --make=PAGE prints.

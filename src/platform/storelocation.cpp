@@ -103,7 +103,12 @@ path MachineStorePath(const std::string& root) {
 path LoadedTree() {
     std::error_code error;
     const path file = std::filesystem::canonical(FileOfThisCode(), error);
-    return error ? path() : file.parent_path().parent_path();
+    if (error) return {};
+    // A distribution's folder for libraries has more than one level, such as "lib/x86_64-linux-gnu".
+    const path folder = file.parent_path();
+    const std::string end = "/" TESSARUNE_LIBRARY_FOLDER;
+    if (folder.string().ends_with(end)) return folder.string().substr(0, folder.string().size() - end.size());
+    return folder.parent_path();
 }
 
 }  // namespace platform

@@ -17,8 +17,8 @@ std::filesystem::path UserStorePath(const std::string& root);
 /// of these places.
 std::filesystem::path MachineStorePath(const std::string& root);
 
-/// The tree that this code was loaded from: the folder above the one that holds the library (or, where the
-/// code is part of a program, the program). Links are resolved. Empty when the loader can't tell.
+/// The tree that this code was loaded from: the folder above the one of the libraries (or, where the code is
+/// part of a program, of the programs). Links are resolved. Empty when the loader can't tell.
 std::filesystem::path LoadedTree();
 
 }  // namespace platform

@@ -1,63 +1,45 @@
 #include "tools/config/gamecalls.h"
 
-#include <dlfcn.h>
-
 #include <string>
 
-#include "platform/storelocation.h"
+#include "platform/dynamiclibrary.h"
 #include "slib/exception.h"
+#include "tools/support/installedtree.h"
 
 namespace tool {
-namespace {
-
-void* Load() {
-    const std::string path = (platform::LoadedTree() / "lib" / "libtessarune.so").string();
-    void* const library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (library != nullptr) return library;
-    throw slib::BadStateException("The library '" + path + "' can't be loaded: " + dlerror() +
-                                  ". Start this program from the 'bin' of the tree that it was installed "
-                                  "with, or install the tree again.");
-}
-
-template <typename Call>
-void Find(void* library, const char* name, Call& call) {
-    call = reinterpret_cast<Call>(dlsym(library, name));
-    if (call == nullptr)
-        throw slib::BadStateException(std::string("The library beside this program has no '") + name +
-                                      "'. Install the tree again.");
-}
-
-}  // namespace
-
 GameCalls::GameCalls() {
-    void* const from = Load();
-    Find(from, "alcOpenDevice", alcOpenDevice);
-    Find(from, "alcCloseDevice", alcCloseDevice);
-    Find(from, "alcCreateContext", alcCreateContext);
-    Find(from, "alcDestroyContext", alcDestroyContext);
-    Find(from, "alcMakeContextCurrent", alcMakeContextCurrent);
-    Find(from, "alGetError", alGetError);
-    Find(from, "alGetString", alGetString);
-    Find(from, "alGenBuffers", alGenBuffers);
-    Find(from, "alDeleteBuffers", alDeleteBuffers);
-    Find(from, "alBufferData", alBufferData);
-    Find(from, "alGenSources", alGenSources);
-    Find(from, "alDeleteSources", alDeleteSources);
-    Find(from, "alSourcei", alSourcei);
-    Find(from, "alSource3i", alSource3i);
-    Find(from, "alSource3f", alSource3f);
-    Find(from, "alSourcePlay", alSourcePlay);
-    Find(from, "alSourceStop", alSourceStop);
-    Find(from, "alGenFilters", alGenFilters);
-    Find(from, "alDeleteFilters", alDeleteFilters);
-    Find(from, "alFilteri", alFilteri);
-    Find(from, "alFilterf", alFilterf);
-    Find(from, "alGenEffects", alGenEffects);
-    Find(from, "alDeleteEffects", alDeleteEffects);
-    Find(from, "alEffecti", alEffecti);
-    Find(from, "alGenAuxiliaryEffectSlots", alGenAuxiliaryEffectSlots);
-    Find(from, "alDeleteAuxiliaryEffectSlots", alDeleteAuxiliaryEffectSlots);
-    Find(from, "alAuxiliaryEffectSloti", alAuxiliaryEffectSloti);
+    const std::string path = LibraryOfThisTree().string();
+    platform::DynamicLibrary library(path.c_str());
+    library.Find("alcOpenDevice", alcOpenDevice);
+    library.Find("alcCloseDevice", alcCloseDevice);
+    library.Find("alcCreateContext", alcCreateContext);
+    library.Find("alcDestroyContext", alcDestroyContext);
+    library.Find("alcMakeContextCurrent", alcMakeContextCurrent);
+    library.Find("alGetError", alGetError);
+    library.Find("alGetString", alGetString);
+    library.Find("alGenBuffers", alGenBuffers);
+    library.Find("alDeleteBuffers", alDeleteBuffers);
+    library.Find("alBufferData", alBufferData);
+    library.Find("alGenSources", alGenSources);
+    library.Find("alDeleteSources", alDeleteSources);
+    library.Find("alSourcei", alSourcei);
+    library.Find("alSource3i", alSource3i);
+    library.Find("alSource3f", alSource3f);
+    library.Find("alSourcePlay", alSourcePlay);
+    library.Find("alSourceStop", alSourceStop);
+    library.Find("alGenFilters", alGenFilters);
+    library.Find("alDeleteFilters", alDeleteFilters);
+    library.Find("alFilteri", alFilteri);
+    library.Find("alFilterf", alFilterf);
+    library.Find("alGenEffects", alGenEffects);
+    library.Find("alDeleteEffects", alDeleteEffects);
+    library.Find("alEffecti", alEffecti);
+    library.Find("alGenAuxiliaryEffectSlots", alGenAuxiliaryEffectSlots);
+    library.Find("alDeleteAuxiliaryEffectSlots", alDeleteAuxiliaryEffectSlots);
+    library.Find("alAuxiliaryEffectSloti", alAuxiliaryEffectSloti);
+    if (!library.problem.empty())
+        throw slib::BadStateException("The library '" + path + "' can't be used: " + library.problem +
+                                      ". Install the tree again.");
 }
 
 }  // namespace tool

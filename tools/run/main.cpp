@@ -13,6 +13,7 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
@@ -26,8 +27,8 @@ extern "C" {  // which this header of the C library leaves to us
 #include <sys/pidfd.h>
 }
 
-#include "platform/storelocation.h"
 #include "slib/exception.h"
+#include "tools/support/installedtree.h"
 #include "tools/support/logring.h"
 #include "tools/support/program.h"
 
@@ -45,20 +46,12 @@ Examples:
 
 Exit status: 0 to 255 as the game ends; 128 and the number of the signal that ended the game; 127 when it couldn't be started; 2 for a command line that is wrong.)";
 
-// Where a loader finds the library under the names that games ask for.
-path DropIn() {
-    path folder = platform::LoadedTree() / "lib" / "dropin";
-    std::error_code ignored;
-    if (std::filesystem::exists(folder / "libopenal.so.1", ignored)) return folder;
-    throw slib::BadStateException("There is no '" + (folder / "libopenal.so.1").string() +
-                                  "'. Start this program from the 'bin' of the tree that it was installed "
-                                  "with, or install the tree again.");
-}
-
-// What was in the loader's path before comes after ours.
-void PutFirst(const path& folder) {
+// What was in the loader's path before comes after ours. The loader passes over libraries of the other width.
+void PutFirst(const std::vector<path>& folders) {
     const char* const others = std::getenv("LD_LIBRARY_PATH");
-    std::string list = folder.string();
+    std::string list = folders.front().string();
+    for (std::size_t i = 1; i < folders.size(); ++i)
+        list.append(":").append(folders[i].string());
     if (others != nullptr && *others != '\0') list += std::string(":") + others;
     setenv("LD_LIBRARY_PATH", list.c_str(), 1);
 }
@@ -109,10 +102,11 @@ void Start(char** arguments) {
                                       ". Give its full path, or the name of a program that PATH finds.");
 }
 
-bool IsMappedIn(pid_t process, const std::string& library) {
+bool IsMappedIn(pid_t process, const std::vector<std::string>& libraries) {
     std::ifstream maps("/proc/" + std::to_string(process) + "/maps");
     for (std::string line; std::getline(maps, line);)
-        if (line.ends_with(library)) return true;
+        for (const std::string& library : libraries)
+            if (line.ends_with(library)) return true;
     return false;
 }
 
@@ -126,11 +120,11 @@ std::vector<pid_t> ChildrenOf(pid_t process) {
 }
 
 // A script may start the game for us.
-bool IsMappedBelow(pid_t process, const std::string& library) {
-    if (IsMappedIn(process, library)) return true;
+bool IsMappedBelow(pid_t process, const std::vector<std::string>& libraries) {
+    if (IsMappedIn(process, libraries)) return true;
     const std::vector<pid_t> children = ChildrenOf(process);
     return std::any_of(children.begin(), children.end(),
-                       [&](pid_t child) { return IsMappedBelow(child, library); });
+                       [&](pid_t child) { return IsMappedBelow(child, libraries); });
 }
 
 struct End {
@@ -139,7 +133,7 @@ struct End {
 };
 
 // Looks often at first, for games that end at once.
-End WatchGame(const std::string& library) {
+End WatchGame(const std::vector<std::string>& libraries) {
     using std::chrono::steady_clock;
     const auto start = steady_clock::now();
     End end;
@@ -147,7 +141,7 @@ End WatchGame(const std::string& library) {
     while (descriptor.fd >= 0 && !end.wasLoaded) {
         const int patience = steady_clock::now() - start < std::chrono::seconds(2) ? 10 : 500;  // ms
         if (poll(&descriptor, 1, patience) > 0) break;
-        end.wasLoaded = IsMappedBelow(game, library);
+        end.wasLoaded = IsMappedBelow(game, libraries);
     }
     if (descriptor.fd >= 0) close(descriptor.fd);
     while (waitpid(game, &end.status, 0) < 0 && errno == EINTR) {
@@ -187,14 +181,17 @@ int ExitStatus(int status, const std::string& name) {
 }
 
 int Run(char** arguments) {
-    const path dropIn = DropIn();
-    PutFirst(dropIn);
+    const std::vector<path> dropIns = tool::DropInFolders();
+    PutFirst(dropIns);
+    std::vector<std::string> libraries;
+    for (const path& folder : dropIns)
+        libraries.push_back(std::filesystem::canonical(folder / "libopenal.so.1").string());
     const tool::LogRing before = tool::ReadLogRing();
     Start(arguments);
-    const End end = WatchGame(std::filesystem::canonical(dropIn / "libopenal.so.1").string());
+    const End end = WatchGame(libraries);
     bool isSomeLost = false;
     const std::vector<std::string> lines = tool::LinesSince(before, tool::ReadLogRing(), isSomeLost);
-    Report(arguments[0], end.wasLoaded, lines, dropIn);
+    Report(arguments[0], end.wasLoaded, lines, dropIns.front());
     if (isSomeLost) std::cerr << "Earlier lines are no longer in the log.\n";
     return ExitStatus(end.status, arguments[0]);
 }

@@ -96,7 +96,12 @@ void WriteSpeakerConfiguration(const std::string& text) {
 std::string ReadFormatLibraryPath() {
     const ConfigStore store(storeRoot, ConfigStore::Scope::Machine);
     std::string path = store.Read("/Formats/AFL", "");
-    return path.empty() ? store.Read("/Formats/UFL", "") : path;
+    if (path.empty()) path = store.Read("/Formats/UFL", "");
+    if (!path.starts_with('.')) return path;
+    const std::filesystem::path folder = FileOf(storeRoot, ConfigStore::Scope::Machine).parent_path();
+    std::error_code error;
+    const std::filesystem::path resolved = std::filesystem::weakly_canonical(folder / path, error);
+    return error ? (folder / path).string() : resolved.string();
 }
 
 }  // namespace orb3

@@ -61,7 +61,8 @@ std::string ReadSpeakerConfiguration();
 void WriteSpeakerConfiguration(const std::string& text);
 
 /// The path of the format library, from the machine's scope: the value of "/Formats/AFL", or when that is
-/// empty, under "/Formats/UFL". Empty when no library is configured.
+/// empty, under "/Formats/UFL". A path that begins with a dot starts at the folder of the store's file, so
+/// that a tree can be moved. Empty when no library is configured.
 std::string ReadFormatLibraryPath();
 
 }  // namespace orb3

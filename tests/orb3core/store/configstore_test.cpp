@@ -113,8 +113,11 @@ TEST_F(Store, InPlaceOfADirectory_LosesTheWriteAlone) {
 
 TEST_F(Store, FormatLibraryPath_IsTheFirstThatIsNotEmptyAndOfTheMachine) {
     Put("[Formats]\nAFL=/of/the/user\n");
-    const std::map<std::string, std::string> cases{
-        {"", ""}, {"UFL=/u\nAFL=\n", "/u"}, {"UFL=/u\nAFL=/a\n", "/a"}};
+    const std::string tree = fs::canonical(folder.MachineFile().parent_path().parent_path()).string();
+    const std::map<std::string, std::string> cases{{"", ""},
+                                                   {"UFL=/u\nAFL=\n", "/u"},
+                                                   {"UFL=/u\nAFL=/a\n", "/a"},
+                                                   {"AFL=../share/a.afl\n", tree + "/share/a.afl"}};
     for (const auto& [lines, path] : cases) {
         std::ofstream(folder.MachineFile()) << "[Formats]\n" << lines;
         EXPECT_EQ(orb3::ReadFormatLibraryPath(), path);

@@ -1,0 +1,6 @@
+# Toolchain file: 64-bit ARM, whose programs run under qemu-user.
+set(CMAKE_SYSTEM_PROCESSOR aarch64)
+set(cross_triple aarch64-linux-gnu)
+set(cross_architecture aarch64-linux-gnu)
+include(${CMAKE_CURRENT_LIST_DIR}/cross.cmake)
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-aarch64-static -L /usr/${cross_triple})
