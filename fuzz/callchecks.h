@@ -34,6 +34,7 @@ std::string BytesOf(const T&... values) {
     static_assert(((std::has_unique_object_representations_v<T> || std::is_floating_point_v<T> ||
                     std::is_same_v<T, goal::Vector3> || std::is_same_v<T, std::array<float, 2>>)&&...));
     std::string bytes;
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): a T may be a pointer
     (bytes.append(reinterpret_cast<const char*>(&values), sizeof(T)), ...);
     return bytes;
 }
@@ -164,7 +165,7 @@ inline void CheckBuffers(const World& world) {
     if (context == nullptr) return;
     const BufferSet retired = Retired(*context);
     for (const goal::Buffer* buffer : retired)
-        Require(named.count(buffer) == 0, "a buffer has a name and is to be freed");
+        Require(!named.contains(buffer), "a buffer has a name and is to be freed");
     CheckQueues(TargetState(*context).sources, named, {});
     CheckQueues(context->application.sources, named, retired);
     CheckQueues(context->snapshot.sources, named, retired);

@@ -343,7 +343,7 @@ inline constexpr auto sampleSize = [](Call& call) { return call.size; };
 
 /// A ring for foldback that outlives its run, and long enough for whatever is asked.
 inline constexpr auto foldbackRing = [](Call& call) {
-    static std::array<ALfloat, 4 * 1024 * 2> ring;
+    static std::array<ALfloat, std::size_t{4} * 1024 * 2> ring;
     return IsNull(call) ? nullptr : ring.data();
 };
 
