@@ -184,6 +184,7 @@ int Run(char** arguments) {
     const std::vector<path> dropIns = tool::DropInFolders();
     PutFirst(dropIns);
     std::vector<std::string> libraries;
+    libraries.reserve(dropIns.size());
     for (const path& folder : dropIns)
         libraries.push_back(std::filesystem::canonical(folder / "libopenal.so.1").string());
     const tool::LogRing before = tool::ReadLogRing();
