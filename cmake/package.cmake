@@ -29,8 +29,8 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME tessarune-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "tessarune (= ${version})")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "3D audio renderer for games that use OpenAL (development files)
- Headers and what CMake and pkg-config need to build a program with Tessarune, by
- its own name or as the OpenAL library.")
+ Headers and what CMake and pkg-config need to build a program with Tessarune,
+ by its own name or as the OpenAL library.")
 
 # Programs depend on the system's package by versions of its own, which have an epoch.
 set(CPACK_DEBIAN_STANDIN_PACKAGE_NAME tessarune-openal)
@@ -57,7 +57,11 @@ set(CPACK_DEBIAN_STANDIN_PACKAGE_CONTROL_EXTRA ${control}/standin/triggers)
 # What Debian wants to know of each package.
 file(READ LICENSE license)
 file(READ THIRD-PARTY.md third_party)
-file(WRITE ${PROJECT_BINARY_DIR}/package/copyright "${license}\n${third_party}")
+file(WRITE ${PROJECT_BINARY_DIR}/package/copyright "${license}\n${third_party}
+On Debian systems the texts of the licences Apache-2.0, GPL-3, LGPL-2.1 and MPL-2.0 are
+/usr/share/common-licenses/Apache-2.0, /usr/share/common-licenses/GPL-3,
+/usr/share/common-licenses/LGPL-2.1 and /usr/share/common-licenses/MPL-2.0.
+")
 execute_process(COMMAND gzip -9nc ${PROJECT_SOURCE_DIR}/CHANGELOG.md OUTPUT_FILE ${PROJECT_BINARY_DIR}/package/changelog.gz
                 COMMAND_ERROR_IS_FATAL ANY)
 file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/package/changelog.Debian CONTENT "tessarune (${version}) unstable; urgency=medium
@@ -73,6 +77,11 @@ foreach(component runtime development standin)
                   ${PROJECT_BINARY_DIR}/package/changelog.Debian.gz
             DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME} COMPONENT ${component})
 endforeach()
+
+install(CODE [[
+    file(GLOB pages "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}/share/man/man1/*.1")
+    execute_process(COMMAND gzip -9nf ${pages} COMMAND_ERROR_IS_FATAL ANY)
+]] COMPONENT runtime)
 
 # The system's name.
 tessarune_install_link(${CMAKE_INSTALL_LIBDIR}/libopenal.so.1
