@@ -1,7 +1,7 @@
 // Each kernel against the loop that says what it computes, bit for bit, on every vector target of this
 // machine. Blocks have exactly the floats that a kernel may touch, so that the address sanitizer sees any
 // other. The Fourier kernel and the products of spectra are tested with the partitioned transformer, which is
-// nothing but kernels.
+// nothing but kernels, and the converters of the sample rate with the readers of sources.
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,6 @@
 #include <cstring>
 #include <iterator>
 #include <limits>
-#include <memory>
 #include <random>
 #include <utility>
 #include <vector>
@@ -19,9 +18,7 @@
 #include "numeric/kernels/finitekernel.h"
 #include "numeric/kernels/firstorderkernel.h"
 #include "numeric/kernels/gainkernel.h"
-#include "numeric/kernels/linearkernel.h"
 #include "numeric/kernels/mixkernel.h"
-#include "numeric/kernels/sinckernel.h"
 #include "tests/support/vectortargets.h"
 
 namespace hcml {
@@ -109,68 +106,6 @@ TEST(Kernels, Gains_EqualTheLoopsInPlaceAndNot) {
             MultiplyRow(inPlace.data(), inPlace.data(), 0.5f, vectors);
             EXPECT_TRUE(product == source && inPlace == source) << vectors;
         }
-    });
-}
-
-void TestLinear(std::uint32_t count, LinearWalk walk) {
-    const std::uint64_t first = walk.position >> 16, last = (walk.position + (count - 1) * walk.step) >> 16;
-    const Row input(static_cast<std::size_t>(last - first + 2));
-    const float* zero = input.data() + 1 - first;
-    const Row output(count, count), expected(output);
-    for (std::uint32_t k = 0; k < count; ++k) {
-        const std::uint64_t p = walk.position + k * walk.step, f = p & 0xFFFF;
-        const float* at = zero + (p >> 16);
-        expected.data()[k] = static_cast<float>(65536 - f) * at[-1] + static_cast<float>(f) * at[0];
-    }
-    InterpolateLinear(output.data(), count, zero, walk);
-    EXPECT_EQ(output, expected) << count << " at " << walk.position << " by " << walk.step;
-}
-
-TEST(Kernels, InterpolateLinear_EqualsTheFormulaAtAnyStepAndPosition) {
-    OnEveryTarget([] {
-        const std::uint64_t steps[] = {1,     2000,  32768,  60211,  65535,  65536,   65537,
-                                       71332, 98304, 131071, 131072, 131073, 1000000, 1 << 22};
-        for (const std::uint64_t step : steps)
-            for (const std::uint64_t position : {0u, 1u, 65535u, 65536u, 5000000u})
-                for (std::uint32_t count = 1; count < 260; count += count < 70 ? 1 : 37)
-                    TestLinear(count, {position, step});
-        InterpolateLinear(nullptr, 0, nullptr, {0, 65536});
-    });
-}
-
-// The sum by the rule: upper half onto lower half.
-float Folded(std::vector<float> products) {
-    while (products.size() > 1) {
-        const std::size_t half = products.size() / 2;
-        for (std::size_t t = 0; t < half; ++t)
-            products[t] += products[t + half];
-        products.resize(half);
-    }
-    return products[0];
-}
-
-void TestSinc(std::uint32_t count, std::uint32_t taps, SincWalk walk) {
-    const Row rows(64 * taps), input(((walk.position + (count - 1) * walk.step) >> 19) + taps);
-    const Row output(count, count), expected(output);
-    for (std::uint32_t k = 0; k < count; ++k) {
-        const std::uint32_t r = walk.position + k * walk.step;
-        std::vector<float> products;
-        for (std::uint32_t t = 0; t < taps; ++t)
-            products.push_back(rows.data()[(r >> 13 & 63) * taps + t] * input.data()[(r >> 19) + t]);
-        expected.data()[k] = Folded(products);
-    }
-    ProduceSinc(output.data(), count, input.data(), {rows.data(), taps}, walk);
-    EXPECT_EQ(output, expected) << count << " of " << taps << " at " << walk.position << " by " << walk.step;
-}
-
-TEST(Kernels, ProduceSinc_EqualsTheFoldedSum) {
-    OnEveryTarget([] {
-        for (const std::uint32_t taps : {4u, 8u, 16u})
-            for (const std::uint32_t step : {1u, 481689u, 1u << 19, 1100000u, 1u << 25})
-                for (const std::uint32_t position : {0u, (1u << 19) - 1, 600u << 19 | 77777u})
-                    for (std::uint32_t count = 1; count < 50; ++count)
-                        TestSinc(count, taps, {position, step});
-        ProduceSinc(nullptr, 0, nullptr, {nullptr, 4}, {0, 1});
     });
 }
 

@@ -16,6 +16,7 @@
 #include "goal/sound/bufferformats.h"
 #include "goal/sound/sampledecoder.h"
 #include "slib/exception.h"
+#include "tests/support/vectortargets.h"
 
 namespace goal {
 namespace {
@@ -136,11 +137,10 @@ void ExpectNear(const Block& block, double tolerance, auto expected) {
 
 const Lengths oneBlock{2048}, manyBlocks{1, 7, 128, 300, 1, 511, 1024, 76}, queue{195, 0, 65, 1300, 65};
 
-class EveryFormat : public testing::TestWithParam<std::tuple<std::int32_t, bool>> {};
-
-TEST_P(EveryFormat, NearestAndLinear_FollowTheQueueAsOneSignalInBlocksOfAnySize) {
-    const auto [format, looping] = GetParam();
-    for (const double pitch : {1e-9, 0.37, 1.0, 1.59, 2.6, 7.9, 8.3, 41.7, 4000.3}) {
+void TestStepped(std::int32_t format, bool looping) {
+    // At and beside one frame and two, where the linear reader's ways of working part, and at eight.
+    for (const double pitch : {1e-9, 0.37, 65535 / 65536.0, 1.0, 65537 / 65536.0, 1.59, 2.0, 131073 / 65536.0,
+                               7.9, 8.3, 41.7, 4000.3}) {
         for (const Quality quality : {Off, Linear}) {
             SCOPED_TRACE(testing::Message() << "pitch " << pitch << " quality " << static_cast<int>(quality));
             Playing whole(format, queue, looping), parts = whole;
@@ -159,14 +159,6 @@ TEST_P(EveryFormat, NearestAndLinear_FollowTheQueueAsOneSignalInBlocksOfAnySize)
         }
     }
 }
-
-// Those of which the reader makes a difference: floats in place, and the first frames of IMA ADPCM's blocks.
-INSTANTIATE_TEST_SUITE_P(Queues, EveryFormat,
-                         testing::Combine(testing::Values(AL_FORMAT_MONO16, AL_FORMAT_STEREO8,
-                                                          AL_FORMAT_71CHN_MULAW, AL_FORMAT_MONO_FLOAT32,
-                                                          AL_FORMAT_51CHN32, AL_FORMAT_MONO_IMA4,
-                                                          AL_FORMAT_STEREO_IMA4),
-                                          testing::Bool()));
 
 // Per output, in frames * 524288.
 std::int64_t SincStep(double ratio) {
@@ -188,8 +180,7 @@ double Sinc(const SampleRateConverter& converter, double ratio, const Signal& si
     return sum;
 }
 
-TEST_P(EveryFormat, Sinc_FollowsTheQueueAsOneSignalWithATailInBlocksOfAnySize) {
-    const auto [format, looping] = GetParam();
+void TestSinc(std::int32_t format, bool looping) {
     for (const double pitch : {1e-9, 0.37, 1.0, 1.59, 2.6, 41.7, 600.0}) {
         for (const Quality quality : {SincLow, SincMedium, SincHigh}) {
             SCOPED_TRACE(testing::Message() << "pitch " << pitch << " quality " << static_cast<int>(quality));
@@ -209,6 +200,24 @@ TEST_P(EveryFormat, Sinc_FollowsTheQueueAsOneSignalWithATailInBlocksOfAnySize) {
         }
     }
 }
+
+class EveryFormat : public testing::TestWithParam<std::tuple<std::int32_t, bool>> {};
+
+TEST_P(EveryFormat, OnEveryVectorTarget_FollowsTheQueueAsOneSignalInBlocksOfAnySize) {
+    const auto [format, looping] = GetParam();
+    testing_support::OnEveryTarget([format = format, looping = looping] {
+        TestStepped(format, looping);
+        TestSinc(format, looping);
+    });
+}
+
+// Those of which the reader makes a difference: floats in place, and the first frames of IMA ADPCM's blocks.
+INSTANTIATE_TEST_SUITE_P(Queues, EveryFormat,
+                         testing::Combine(testing::Values(AL_FORMAT_MONO16, AL_FORMAT_STEREO8,
+                                                          AL_FORMAT_71CHN_MULAW, AL_FORMAT_MONO_FLOAT32,
+                                                          AL_FORMAT_51CHN32, AL_FORMAT_MONO_IMA4,
+                                                          AL_FORMAT_STEREO_IMA4),
+                                          testing::Bool()));
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
