@@ -4,8 +4,9 @@
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(fftw_float REQUIRED IMPORTED_TARGET fftw3f)
 pkg_check_modules(fftw_double REQUIRED IMPORTED_TARGET fftw3)
+pkg_check_modules(fftw_long REQUIRED IMPORTED_TARGET fftw3l)
 add_library(reference_fourier INTERFACE)
-target_link_libraries(reference_fourier INTERFACE PkgConfig::fftw_float PkgConfig::fftw_double)
+target_link_libraries(reference_fourier INTERFACE PkgConfig::fftw_float PkgConfig::fftw_double PkgConfig::fftw_long)
 
 # A second reader and writer of the store's files.
 find_program(WX_CONFIG wx-config REQUIRED)
