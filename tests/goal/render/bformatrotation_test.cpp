@@ -14,8 +14,8 @@ TEST(BFormatRotation, OfAPlaneWave_IsThatWaveHeardByTheListener) {
     for (int round = 0; round < 1000; ++round) {
         const goal::Basis listener = goal::BuildBasis(vector(), vector()),
                           source = goal::BuildBasis(vector(), vector());
-        goal::SourceBaseParameters
-            wave;  // a one-channel source far away, heard by one turned as the source is
+        // A one-channel source far away, heard by one turned as the source is.
+        goal::SourceBaseParameters wave;
         wave.position = vector();
         const goal::Vector3 recorded = goal::LocateSource(wave, {}, source, points, 1).direction;
         for (const bool relative : {false, true}) {

@@ -153,14 +153,13 @@ TEST(Renderer, ASteadyScene_AllocatesNothing) {
         scene.Add(Noise(6000, 9), AL_FORMAT_51CHN32, 22050);
         scene.Add(Noise(6000, 9), AL_FORMAT_BFORMAT3D_FLOAT32, 22050);
         std::uint32_t slots = 0;
-        for (const std::int32_t type :
-             {AL_EFFECT_REVERB, AL_EFFECT_EAXREVERB, AL_EFFECT_CHORUS, AL_EFFECT_FLANGER, AL_EFFECT_ECHO,
-              AL_EFFECT_DISTORTION, AL_EFFECT_RING_MODULATOR, AL_EFFECT_COMPRESSOR, AL_EFFECT_EQUALIZER,
-              AL_EFFECT_DEDICATED_LOW_FREQUENCY_EFFECT, AL_EFFECT_DEDICATED_DIALOGUE}) {
+        for (std::int32_t type = AL_EFFECT_NULL; type <= 0xFFFF; ++type) {
+            if (fx::MakeEffectParameters(type) == nullptr) continue;
             scene.AddSlot(type);
             scene.application.sources[slots].sends.append({slots + 1, 0, {}});
             ++slots;
         }
+        ASSERT_EQ(slots, 11U);
         scene.Render();
         const std::size_t before = AllocationsOfThisThread();
         ASSERT_GT(before, 0U);  // what built the scene was counted

@@ -108,75 +108,98 @@ TEST(LocateSource, AcrossTheCone_RampsGainAndHighFrequencies) {
     }
 }
 
-// clang-format off
+struct Movement {
+    float listener = 0, source = 0;  // speeds towards each other
+    float factor = 1, velocity = 1, sound = 300;
+    bool relative = false;
+    double pitch;
+};
+
+const Movement movements[] = {{.listener = 30, .pitch = 1.1},
+                              {.source = 60, .pitch = 1.25},
+                              {.listener = -30, .source = -20, .pitch = 27 / 32.0},
+                              {.listener = 30, .source = 60, .factor = 2, .pitch = 2},
+                              {.listener = 30, .source = 60, .velocity = 3, .sound = 100, .pitch = 33 / 24.0},
+                              {.listener = 30, .source = 60, .relative = true, .pitch = 1.25},
+                              {.source = 600, .pitch = -1},
+                              {.sound = 0, .pitch = 1}};
+
 TEST(LocateSource, MovingAlongTheLine_ShiftsThePitchByDoppler) {
-    // Speeds towards each other.
-    struct { float listener, source, factor, velocity, sound; bool relative; double pitch; } cases[] = {
-        {30, 0, 1, 1, 300, false, 1.1}, {0, 60, 1, 1, 300, false, 1.25}, {-30, -20, 1, 1, 300, false, 27 / 32.0},
-        {30, 60, 2, 1, 300, false, 2}, {30, 60, 0, 1, 300, false, 1}, {30, 60, 1, 3, 100, false, 33 / 24.0},
-        {30, 60, 1, 1, 300, true, 1.25}, {0, 600, 1, 1, 300, false, -1}, {0, 0, 1, 1, 0, false, 1}};
-    for (const auto& c : cases) {
+    for (const Movement& m : movements) {
         Scene scene;
         scene.source.position = {4, 0, -3};
-        scene.source.velocity = {c.source * -0.8F, 0, c.source * 0.6F};
-        scene.source.relative = c.relative;
+        scene.source.velocity = {m.source * -0.8F, 0, m.source * 0.6F};
+        scene.source.relative = m.relative;
         scene.source.pitch = 0.5F;
-        scene.globals.listenerVelocity = {c.listener * 0.8F, 0, c.listener * -0.6F};
-        scene.globals.dopplerFactor = c.factor;
-        scene.globals.dopplerVelocity = c.velocity;
-        scene.globals.speedOfSound = c.sound;
-        EXPECT_NEAR(scene.Locate().pitch, 0.5 * c.pitch, 1e-6) << &c - cases;
+        scene.globals.listenerVelocity = {m.listener * 0.8F, 0, m.listener * -0.6F};
+        scene.globals.dopplerFactor = m.factor;
+        scene.globals.dopplerVelocity = m.velocity;
+        scene.globals.speedOfSound = m.sound;
+        EXPECT_NEAR(scene.Locate().pitch, 0.5 * m.pitch, 1e-6) << "row " << &m - movements;
     }
 }
 
+// The shares of the sphere that the cones fill, and a reverb's air over 30 m.
+const double half = ((1 - std::cos(0.5)) + (std::cos(0.5) - std::cos(1.5)) / 2) / 2;
+const double cap = (1 - std::cos(0.5)) / 2, small = (1 - std::cos(0.4)) / 2, air = std::pow(0.9, 30);
+
+using enum goal::EffectInput;
+
+struct Send {
+    goal::EffectInput kind = Reverb;
+    bool isAuto = true, gainAuto = true, gainHFAuto = true;
+    double inner = 0.5, outer = 1.5, gain, gainHF = 1;
+};
+
+// The room's gain is 1 / 1.5 for the source's rolloff of 0.5, and 1 / 2.5 with a reverb's own of 1.
+const Send sends[] = {
+    {.isAuto = false, .gain = 0.2 * 0.8 / 2},
+    {.kind = Mono, .gain = 0.8 * (0.2 + 0.8 * half) / 1.5, .gainHF = 0.4 + 0.6 * half},
+    {.kind = Field, .gainHFAuto = false, .outer = 0.4, .gain = 0.8 * (0.2 + 0.8 * small) / 1.5},
+    {.outer = 0.5, .gain = 0.8 * (0.2 + 0.8 * cap) / 2.5, .gainHF = (0.4 + 0.6 * cap) * air},
+    {.gainAuto = false, .gainHFAuto = false, .gain = 0.8, .gainHF = air},
+    {.kind = Mono, .inner = std::acos(-1), .outer = std::acos(-1), .gain = 0.8 / 1.5}};
+
 TEST(ComputeSendGains, WithConeAndRoom_AreTheClosedForms) {
-    const double half = ((1 - std::cos(0.5)) + (std::cos(0.5) - std::cos(1.5)) / 2) / 2, pi = std::acos(-1.0);
-    const double cap = (1 - std::cos(0.5)) / 2, small = (1 - std::cos(0.4)) / 2, air = std::pow(0.9, 30);
-    // The room's gain is 1 / 1.5 for the source's rolloff of 0.5, and 1 / 2.5 with a reverb's own of 1.
-    struct { goal::SendTarget target; bool gainAuto, gainHFAuto; double inner, outer, gain, gainHF; } cases[] = {
-        {{goal::EffectInput::Reverb, false, 0.9F, 1}, true, true, 0.5, 1.5, 0.2 * 0.8 / 2, 1},
-        {{goal::EffectInput::Mono, true, 0.9F, 1}, true, true, 0.5, 1.5, 0.8 * (0.2 + 0.8 * half) / 1.5, 0.4 + 0.6 * half},
-        {{goal::EffectInput::Field, true, 0.9F, 1}, true, false, 0.5, 0.4, 0.8 * (0.2 + 0.8 * small) / 1.5, 1},
-        {{goal::EffectInput::Reverb, true, 0.9F, 1}, true, true, 0.5, 0.5, 0.8 * (0.2 + 0.8 * cap) / 2.5, (0.4 + 0.6 * cap) * air},
-        {{goal::EffectInput::Reverb, true, 1, 0}, false, true, 0.5, 1.5, 0.8, 0.4 + 0.6 * half},
-        {{goal::EffectInput::Reverb, true, 0.9F, 1}, false, false, 0.5, 1.5, 0.8, air},
-        {{goal::EffectInput::Mono, true, 1, 0}, true, true, pi, pi, 0.8 / 1.5, 1}};
-    for (const auto& c : cases) {
+    for (const Send& send : sends) {
         Scene scene = WithCone(3);  // turned away, which only the direct path hears
         scene.source.gain = 0.8F;
         scene.source.roomRolloffFactor = 0.5F;
-        scene.source.coneInnerHalfAngle = float(c.inner);
-        scene.source.coneOuterHalfAngle = float(c.outer);
-        scene.source.auxSendFilterGainAuto = c.gainAuto;
-        scene.source.auxSendFilterGainHFAuto = c.gainHFAuto;
-        const auto gains = goal::ComputeSendGains(scene.source, scene.globals, scene.Locate(), c.target);
-        EXPECT_NEAR(gains.gain, c.gain, 1e-6) << &c - cases;
-        EXPECT_NEAR(gains.gainHF, c.gainHF, 1e-6) << &c - cases;
+        scene.source.coneInnerHalfAngle = float(send.inner);
+        scene.source.coneOuterHalfAngle = float(send.outer);
+        scene.source.auxSendFilterGainAuto = send.gainAuto;
+        scene.source.auxSendFilterGainHFAuto = send.gainHFAuto;
+        const auto gains = goal::ComputeSendGains(scene.source, scene.globals, scene.Locate(),
+                                                  {send.kind, send.isAuto, {0.9F, 1}});
+        EXPECT_NEAR(gains.gain, send.gain, 1e-6) << "row " << &send - sends;
+        EXPECT_NEAR(gains.gainHF, send.gainHF, 1e-6) << "row " << &send - sends;
     }
 }
 
+// clang-format off
 TEST(IsFinite, UnfitProperties_SilenceTheSourceOrItsSendOrDoNoHarm) {
+    // What is finite all the same.
     struct { std::function<void(Scene&)> spoil; bool direct, send; } cases[] = {
-        {[](Scene& s) { s.source.position[1] = nan; }, false, true},
-        {[](Scene& s) { s.globals.listenerPosition[0] = -inf; }, false, true},
-        {[](Scene& s) { s.source.position = {3e38F, 3e38F, 0}; }, true, true},
-        {[](Scene& s) { s.source.direction[2] = nan; }, false, true},
-        {[](Scene& s) { s.source.velocity[2] = nan; }, false, true},
-        {[](Scene& s) { s.source.velocity[2] = 343.3F; }, false, true},
-        {[](Scene& s) { s.source.pitch = 1e20F; }, false, true},
-        {[](Scene& s) { s.source.gain = nan; }, false, false},
-        {[](Scene& s) { s.source.gain = inf; }, true, false},
-        {[](Scene& s) { s.source.coneOuterGainHF = nan; }, false, false},
-        {[](Scene& s) { s.source.radius = inf; }, true, true},
-        {[](Scene& s) { s.source.radius = nan; }, true, true},
-        {[](Scene& s) { s.globals.metersPerUnit = inf; }, true, true}};
+        {.spoil = [](Scene& s) { s.source.position[1] = nan; }, .direct = false, .send = true},
+        {.spoil = [](Scene& s) { s.globals.listenerPosition[0] = -inf; }, .direct = false, .send = true},
+        {.spoil = [](Scene& s) { s.source.position = {3e38F, 3e38F, 0}; }, .direct = true, .send = true},
+        {.spoil = [](Scene& s) { s.source.direction[2] = nan; }, .direct = false, .send = true},
+        {.spoil = [](Scene& s) { s.source.velocity[2] = nan; }, .direct = false, .send = true},
+        {.spoil = [](Scene& s) { s.source.velocity[2] = 343.3F; }, .direct = false, .send = true},
+        {.spoil = [](Scene& s) { s.source.pitch = 1e20F; }, .direct = false, .send = true},
+        {.spoil = [](Scene& s) { s.source.gain = nan; }, .direct = false, .send = false},
+        {.spoil = [](Scene& s) { s.source.gain = inf; }, .direct = true, .send = false},
+        {.spoil = [](Scene& s) { s.source.coneOuterGainHF = nan; }, .direct = false, .send = false},
+        {.spoil = [](Scene& s) { s.source.radius = inf; }, .direct = true, .send = true},
+        {.spoil = [](Scene& s) { s.source.radius = nan; }, .direct = true, .send = true},
+        {.spoil = [](Scene& s) { s.globals.metersPerUnit = inf; }, .direct = true, .send = true}};
     for (const auto& c : cases) {
         Scene scene = WithCone(1);
         c.spoil(scene);
         const goal::SourceGeometry g = scene.Locate();
         EXPECT_EQ(goal::IsFinite(g), c.direct) << &c - cases;
-        const auto send = goal::ComputeSendGains(scene.source, scene.globals, g, {});
-        EXPECT_EQ(goal::IsFinite(send), c.send) << &c - cases;
+        const auto gains = goal::ComputeSendGains(scene.source, scene.globals, g, {});
+        EXPECT_EQ(goal::IsFinite(gains), c.send) << &c - cases;
     }
 }
 // clang-format on
