@@ -57,16 +57,29 @@ TEST_P(AllEffects, DieAwayAndGiveTheSameInBlocksOfAnySize) {
     const auto parameters = fx::MakeEffectParameters(GetParam());
     const bool isReverb = GetParam() == AL_EFFECT_REVERB || GetParam() == AL_EFFECT_EAXREVERB;
     const float silence = isReverb ? 2e-8f : 0;  // what keeps denormals out of a reverb goes on for ever
-    Signal input = Noise(8000);
-    input.resize(180'000);
-    SetParameter(*parameters, AL_EAXREVERB_ECHO_DEPTH, 0.6F);
-    SetParameter(*parameters, AL_EAXREVERB_MODULATION_DEPTH, 0.4F);
-    RunningEffect even(*parameters, {.sampleRate = 8000, .isDirectional = true});
-    RunningEffect odd(*parameters, {.sampleRate = 8000, .blockFrames = 301, .isDirectional = true});
-    const Channels expected = even.Feed(*parameters, input), output = odd.Feed(*parameters, input);
-    for (std::size_t c = 0; c < output.size(); ++c) {
-        EXPECT_THAT(output[c], IsNear(2e-5f, expected[c]));
-        EXPECT_THAT(Signal(output[c].end() - 10'000, output[c].end()), IsNear(silence, Signal(10'000)));
+    const std::pair<std::int32_t, float> lively[] = {
+        {AL_EAXREVERB_DENSITY, 0.9F},       {AL_EAXREVERB_DIFFUSION, 0.7F},
+        {AL_EAXREVERB_ECHO_DEPTH, 0.6F},    {AL_EAXREVERB_MODULATION_DEPTH, 0.4F},
+        {AL_EAXREVERB_GAINLF, 0.5F},        {AL_EAXREVERB_DECAY_HFRATIO, 1.5F},
+        {AL_EAXREVERB_DECAY_LFRATIO, 0.6F}, {AL_EAXREVERB_DECAY_HFLIMIT, AL_FALSE}};
+    for (const auto& [name, value] : lively)
+        if (isReverb) SetParameter(*parameters, name, value);
+    Channels input(isReverb ? 4 : 1, Noise(8000));
+    for (Signal& channel : input)
+        channel.resize(180'000);
+    for (const double rate : {8000.0, 48000.0}) {
+        if (rate > 8000 && !isReverb) continue;
+        Channels expected;
+        for (const std::uint32_t blockFrames : {512U, 32U, 67U, 301U, 1024U}) {
+            RunningEffect effect(*parameters, {rate, blockFrames, 1, true, true});
+            const Channels output = effect.Feed(*parameters, input);
+            if (expected.empty()) expected = output;
+            for (std::size_t c = 0; c < output.size(); ++c) {
+                EXPECT_THAT(output[c], IsNear(2e-5f, expected[c])) << rate << " " << blockFrames;
+                const Signal end(output[c].end() - 10'000, output[c].end());
+                EXPECT_THAT(end, IsNear(rate > 8000 ? 1 : silence, Signal(10'000)));  // after 22 s, not 4
+            }
+        }
     }
 }
 

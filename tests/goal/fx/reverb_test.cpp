@@ -28,15 +28,6 @@ P With(const std::function<void(P&)>& change) {
     return parameters;
 }
 
-// A sound for the reverb's input, with directions or without.
-Channels Input(bool isDirectional, const Signal& w) {
-    Channels field(isDirectional ? 4 : 1, w);
-    for (std::size_t c = 1; c < field.size(); ++c)
-        for (float& sample : field[c])
-            sample *= 0.5F / static_cast<float>(c);
-    return field;
-}
-
 double Peak(const Channels& channels) {
     double peak = 0;
     for (const Signal& channel : channels)
@@ -254,7 +245,7 @@ TEST_P(Jumps, OfAParameterToTheEndsOfItsRangeAndBack_DontClick) {
             ASSERT_TRUE(SetParameter(other, GetParam(), value) || other.setParameterfv(GetParam(), ahead));
             RunningEffect reverb(base, {48000, 512, 1, isFull, isFull});
             constexpr std::size_t stretch = 512 * 100;
-            const Channels sine = Input(isFull, Sine(stretch, 2 * std::numbers::pi / 160));
+            const Channels sine(isFull ? 4 : 1, Sine(stretch, 2 * std::numbers::pi / 160));
             Channels output = reverb.Feed(base, sine);
             for (const P* next : {&std::as_const(other), &base}) {
                 const Channels more = reverb.Feed(*next, sine);
@@ -283,25 +274,6 @@ TEST(Reverb, ALineThatIsHardlyOn_DiesAwayTooAndFasterWhenTold) {
     dying.decayTime = 0.1F, dying.decayHFRatio = dying.decayLFRatio = 1;
     reverb.Feed(dying, Signal(57600));
     EXPECT_LT(Peak(reverb.Feed(dying, Signal(512))), 1e-4);
-}
-
-TEST(Reverb, TheSizeOfBlocks_DoesNotMatter) {
-    const P p = With([](auto& p) {
-        p.density = 0.9F, p.diffusion = 0.7F, p.echoDepth = 0.6F, p.modulationDepth = 0.4F, p.gainLF = 0.5F;
-        p.decayHFRatio = 1.5F, p.decayHFLimit = false, p.decayLFRatio = 0.6F;
-    });
-    for (const double rate : {8000.0, 48000.0}) {
-        const auto frames = std::size_t(rate);
-        const Channels input = Input(true, Noise(frames));
-        RunningEffect reference(p, {rate, 32, 1, true, true});
-        const Channels expected = reference.Feed(p, input);
-        for (const std::uint32_t blockFrames : {67U, 512U, 1024U}) {
-            RunningEffect reverb(p, {rate, blockFrames, 1, true, true});
-            const Channels output = reverb.Feed(p, input);
-            for (std::size_t c = 0; c < 4; ++c)
-                EXPECT_THAT(output[c], IsNear(1e-4F, expected[c])) << rate << " " << blockFrames;
-        }
-    }
 }
 
 }  // namespace
