@@ -108,11 +108,15 @@ protected:
     }
 };
 
-TEST_P(EachParameter, TakesThePublishedRangeInItsFormsAndNothingElse) {
+TEST_P(EachParameter, TakesAndCopiesThePublishedRangeInItsFormsAndNothingElse) {
     ExpectInItsForms(*effect, p.initial);
+    const auto target = fx::MakeEffectParameters(p.effect);
     for (const float value : {p.maximum, p.minimum}) {
         SetInItsForms(value);
-        ExpectInItsForms(*effect, value);
+        target->assign(*effect);
+        ExpectInItsForms(*target, value);
+        ExpectInItsForms(*effect->clone(), value);
+        EXPECT_EQ(effect->clone()->effectType, p.effect);
     }
     for (const float outside : {std::nextafter(p.minimum, -infinity), std::nextafter(p.maximum, infinity),
                                 infinity, -infinity, nan})
@@ -124,17 +128,6 @@ TEST_P(EachParameter, TakesThePublishedRangeInItsFormsAndNothingElse) {
     EXPECT_FALSE(effect->getParameteri(p.parameter, nullptr) || effect->getParameteriv(p.parameter, nullptr));
     EXPECT_FALSE(effect->getParameterf(p.parameter, nullptr) || effect->getParameterfv(p.parameter, nullptr));
     ExpectInItsForms(*effect, p.minimum);
-}
-
-TEST_P(EachParameter, CloneAndAssign_CarryTheValueAndPartFromIt) {
-    const float other = p.initial == p.maximum ? p.minimum : p.maximum;
-    SetInItsForms(other);
-    const auto clone = effect->clone(), target = fx::MakeEffectParameters(p.effect);
-    target->assign(*effect);
-    SetInItsForms(p.initial);
-    ExpectInItsForms(*clone, other);
-    ExpectInItsForms(*target, other);
-    EXPECT_EQ(clone->effectType, p.effect);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, EachParameter, testing::ValuesIn(parameters),
