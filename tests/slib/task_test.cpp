@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cerrno>
 #include <cstdlib>
 #include <functional>
 #include <memory>
@@ -99,7 +100,10 @@ TYPED_TEST(Tasks, EndOfTheSender_AwaitsTheRunningTaskAndDeletesTheRestUnrun) {
 TEST(TaskQueue, RefusedThread_IsTheSendersExceptionAndTheNextTaskRuns) {
     Queue queue;
     testing_support::RefuseThreads(true);
-    EXPECT_THROW(queue.Send([] { ADD_FAILURE(); }), slib::OperatingSystemGetLastErrorException);
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_THROW(queue.Send([] { ADD_FAILURE(); }), slib::OperatingSystemGetLastErrorException);
+        EXPECT_EQ(errno, EAGAIN);
+    }
     testing_support::RefuseThreads(false);
     Drain(queue);
 }

@@ -7,7 +7,6 @@
 #include <sys/resource.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <functional>
 #include <memory>
 #include <thread>
@@ -97,20 +96,6 @@ TEST(RunningThread, RefusesAStart_AndReleasesEveryStopperAtItsEnd) {
             stopper.join();
         EXPECT_EQ(testing::internal::GetCapturedStderr(), expected);
     }
-}
-
-TEST(Thread, RefusedCreation_SetsErrnoAndLeavesTheObjectUsable) {
-    int runs = 0;
-    BodyThread thread([&](BodyThread&) { ++runs; });
-    testing_support::RefuseThreads(true);
-    for (int i = 0; i < 2; ++i) {
-        EXPECT_THROW(thread.Start(), slib::OperatingSystemGetLastErrorException);
-        EXPECT_EQ(errno, EAGAIN);
-    }
-    testing_support::RefuseThreads(false);
-    thread.Start();
-    thread.Stop();
-    EXPECT_EQ(runs, 1);
 }
 
 TEST(Thread, Start_GivesTheEndOfTheNameAndNoSignalsOfTheGameButFaults) {
