@@ -29,6 +29,12 @@ public:
     std::filesystem::path path;
 };
 
+/// All bytes of a file; empty where there is none.
+inline std::string ReadFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
 /// The build tree that this program lies in, in a folder of its own.
 inline std::filesystem::path BuildTree() {
     return std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path();

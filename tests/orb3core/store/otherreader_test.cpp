@@ -4,15 +4,13 @@
 #include <wx/fileconf.h>
 #include <wx/mstream.h>
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "orb3core/store/storetext.h"
 #include "tests/support/dice.h"
+#include "tests/support/temporaryfolder.h"
 
 namespace {
 
@@ -57,10 +55,8 @@ const std::vector<std::string> values{
 std::vector<std::string> Texts() {
     std::vector<std::string> texts{"", "[A/B]\nx=1\n[Q]\nz=1\n",
                                    "# c\n[A]\nx=1\n# end\n[A/B]\ny=2\n# tail\n"};
-    for (const auto& file : std::filesystem::directory_iterator(TESSARUNE_STORE_CORPUS)) {
-        std::ifstream stream(file.path(), std::ios::binary);
-        texts.push_back({std::istreambuf_iterator<char>(stream), {}});
-    }
+    for (const auto& file : std::filesystem::directory_iterator(TESSARUNE_STORE_CORPUS))
+        texts.push_back(testing_support::ReadFile(file.path()));
     return texts;
 }
 

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <functional>
 #include <map>
 #include <string>
 #include <thread>
@@ -77,17 +78,22 @@ TEST_F(RegistryLog, Errors_StopWithAMarkerAfterTheTwentyFifthAndOthersGoOn) {
     EXPECT_EQ(Read("/Log/Index"), "28");
 }
 
-void StartWriter(const char* name, const char* count) {
-    const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe");
-    const std::string program = self.parent_path() / "storewriter";
-    if (fork() == 0) _exit(execl(program.c_str(), "storewriter", name, count, nullptr));
+// Another process, which writes into the store that many times. There are no threads that a fork would lose.
+void StartWriter(int count, const std::function<void(int)>& write) {
+    if (fork() != 0) return;
+    for (int i = 0; i < count; ++i)
+        write(i);
+    _exit(0);
 }
 
 TEST_F(RegistryLog, TwoProcessesAtOnce_LoseNoLineWhileDocumentsStayWhole) {
-    orb3::WriteSpeakerConfiguration(std::string(100, 'a'));
-    StartWriter("One", "300");
-    StartWriter("Two", "300");
-    StartWriter("document", "101");
+    const std::string documents[] = {std::string(100, 'a'), std::string(5000, 'b')};
+    orb3::WriteSpeakerConfiguration(documents[0]);
+    for (const char* name : {"One", "Two"}) {
+        ggui::RegistryLog own(orb3::storeRoot, name);
+        StartWriter(300, [&](int i) { own.Write(std::to_string(i), false); });
+    }
+    StartWriter(101, [&](int i) { orb3::WriteSpeakerConfiguration(documents[i % 2]); });
     std::map<std::string, int> seen;
     for (int running = 3; running > 0;) {
         ++seen[orb3::ReadSpeakerConfiguration()];
@@ -98,7 +104,7 @@ TEST_F(RegistryLog, TwoProcessesAtOnce_LoseNoLineWhileDocumentsStayWhole) {
         --running;
     }
     EXPECT_EQ(seen.size(), 2U);
-    EXPECT_TRUE(seen.contains(std::string(100, 'a')) && seen.contains(std::string(5000, 'b')));
+    EXPECT_TRUE(seen.contains(documents[0]) && seen.contains(documents[1]));
 
     // Of 600 lines the ring holds the last 100, those of each writer without a gap up to its last.
     EXPECT_EQ(Read("/Log/Index"), "0");

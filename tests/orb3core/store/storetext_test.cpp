@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <clocale>
 #include <string>
 
 namespace {
@@ -56,15 +55,6 @@ TEST(RepairStoreText, KeepsWhatCanBeUsedInOneSpelling) {
         EXPECT_EQ(orb3::RepairStoreText(text), repaired);
         EXPECT_EQ(orb3::RepairStoreText(repaired), repaired);
     }
-}
-
-TEST(StoreTextInALocale, BeyondASCII_CaseTellsKeysApart) {
-    const std::string text = "\xC3\x89=1\n\xC3\xA9=2\n";
-    for (const char* const locale : {"C", "C.UTF-8"}) {
-        ASSERT_NE(std::setlocale(LC_CTYPE, locale), nullptr);
-        EXPECT_EQ(orb3::RepairStoreText(text), text) << locale;
-    }
-    std::setlocale(LC_CTYPE, "C");
 }
 
 }  // namespace
