@@ -10,7 +10,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -54,11 +53,6 @@ struct Recording {
     std::vector<float> samples;
     std::size_t channels;
 };
-
-inline std::string ReadFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 /// The WAV file of 32-bit integers at 48 kHz that the library wrote, as far as its header counts; nothing
 /// where that isn't as published.

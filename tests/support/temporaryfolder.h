@@ -1,11 +1,12 @@
 #pragma once
 
-// A folder of its own for a test, and the store of a process pointed into it.
+// A folder of its own for a test, the store of a process pointed into it, and what a file holds.
 
 #include <stdlib.h>
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 
@@ -28,6 +29,12 @@ public:
 
     std::filesystem::path path;
 };
+
+/// Empty when there is none.
+inline std::string ReadFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
 
 /// The build tree that this program lies in, in a folder of its own.
 inline std::filesystem::path BuildTree() {
