@@ -200,20 +200,6 @@ inline bool IsSameSource(const goal::Source& a, const goal::Source& b) {
     return a.deleted == b.deleted && (a.deleted || (BytesOfBase(a) == BytesOfBase(b) && IsSameQueue(a, b)));
 }
 
-/// Until a game says otherwise a source plays as the application state has it.
-inline void CheckSuspended(const goal::Context& context) {
-    const auto& playing = context.application.sources;
-    for (std::uint32_t i = 0; i < context.suspended.sources.size; ++i) {
-        const goal::Source& source = context.suspended.sources[i];
-        const bool isFollowing = i < playing.size && !source.stateChanged;
-        if (!isFollowing)
-            CheckSource(source);
-        else
-            Require(source.deleted || IsSameQueue(source, playing[i]),
-                    "a suspended source has a queue of its own");
-    }
-}
-
 /// What changed and isn't marked would never reach the renderer.
 inline void CheckMarks(const goal::Context& context) {
     const auto& [sources, slots] = std::tie(context.application.sources, context.application.slots);
@@ -223,44 +209,14 @@ inline void CheckMarks(const goal::Context& context) {
         Require(IsSameSource(sources[i], snapshot.sources[i]), "a changed source isn't marked");
         Require(sources[i].deleted || !sources[i].stateChanged, "a changed state isn't marked");
     }
+    for (const auto& slot : slots)
+        Require(!slot.deleted || !slot.effect, "a deleted slot has an effect");
     for (std::uint32_t i = 0; i < snapshot.slots.size; ++i)
         Require(slots[i].dirty || BytesOfSlot(slots[i]) == BytesOfSlot(snapshot.slots[i]),
                 "a changed slot isn't marked");
 }
 
-// ---- EFX ----
-
-template <typename Slots>
-void CheckSlots(const Slots& slots, std::set<const void*>& effects) {
-    for (const auto& slot : slots) {
-        Require(!slot.deleted || !slot.effect, "a deleted slot has an effect");
-        Require(!slot.effect || effects.insert(slot.effect.Get()).second, "two records share an effect");
-    }
-}
-
-inline void CheckEffects(const goal::Context& context) {
-    std::set<const void*> effects;
-    for (const goal::EffectParameters& effect : context.application.effects) {
-        Require(!effect.deleted || !effect.parameters, "a deleted effect has parameters");
-        Require(!effect.parameters || effects.insert(effect.parameters.Get()).second,
-                "two effects share parameters");
-    }
-    CheckSlots(context.application.slots, effects);
-    CheckSlots(context.snapshot.slots, effects);
-    if (context.suspendCount > 0) CheckSlots(context.suspended.slots, effects);
-}
-
 // ---- Everything ----
-
-/// The lengths of the tables of a context, of which none ever gets smaller: first that of the application
-/// state's sources.
-inline std::array<std::uint32_t, 8> TableSizes(goal::Context& context) {
-    const goal::SuspendedState& target = TargetState(context);
-    const auto& [application, snapshot] = std::tie(context.application, context.snapshot);
-    return {application.sources.size, application.slots.size, application.effects.size,
-            application.filters.size, target.sources.size,    target.slots.size,
-            snapshot.sources.size,    snapshot.slots.size};
-}
 
 inline void CheckInvariants(const World& world) {
     CheckBuffers(world);
@@ -268,9 +224,7 @@ inline void CheckInvariants(const World& world) {
     if (context == nullptr) return;
     std::for_each(context->application.sources.begin(), context->application.sources.end(), CheckSource);
     std::for_each(context->snapshot.sources.begin(), context->snapshot.sources.end(), CheckSource);
-    if (context->suspendCount > 0) CheckSuspended(*context);
     CheckMarks(*context);
-    CheckEffects(*context);
 }
 
 /// After the copy nothing is marked any more, so that CheckMarks compares all that a game sets with what the
@@ -281,6 +235,7 @@ inline void CheckCopied(const goal::Context& context, bool isMerged) {
     Require(snapshot.sources.size == application.sources.size, "the copy left a source out");
     Require(snapshot.sourceStates.size == snapshot.sources.size, "a source of the renderer has no memory");
     Require(snapshot.slots.size == application.slots.size, "the copy left a slot out");
+    Require(application.deletedBuffers.size == 0, "the copy left a buffer to free");
     Require(BytesOfGlobals(snapshot) == BytesOfGlobals(application),
             "the copy missed what all sources share");
     for (std::uint32_t i = 0; i < snapshot.sources.size; ++i) {
@@ -303,6 +258,9 @@ inline void CheckCopied(const goal::Context& context, bool isMerged) {
 inline void CheckResumed(const goal::Context& context, std::uint32_t known) {
     const goal::SuspendedState &now = context.application, &seen = context.suspended;
     Require(BytesOfGlobals(now) == BytesOfGlobals(seen), "a resume missed what all sources share");
+    Require(now.sources.size == seen.sources.size, "a resume left a source out");
+    Require(now.slots.size == seen.slots.size, "a resume left a slot out");
+    Require(seen.deletedBuffers.size == 0, "a resume left a buffer to free");
     for (std::uint32_t i = 0; i < known; ++i) {
         const goal::Source &source = now.sources[i], &changed = seen.sources[i];
         Require(IsSameSource(source, changed), "a resume missed a change of a source");

@@ -140,11 +140,12 @@ struct Call {
 
     World& world;
     Input& input;
-    ALenum token = 0;       ///< the last drawn
-    ALsizei count = 0;      ///< the length of a list, as the call is told it
-    ALsizei size = 0;       ///< bytes of sample data, as the call is told it
-    int values = 0;         ///< integers drawn so far
-    bool isVector = false;  ///< the call's name ends so
+    ALenum token = 0;         ///< the last drawn
+    ALsizei count = 0;        ///< the length of a list, as the call is told it
+    ALsizei size = 0;         ///< bytes of sample data, as the call is told it
+    int values = 0;           ///< integers drawn so far
+    bool isVector = false;    ///< the call's name ends so
+    bool isTrusting = false;  ///< it tests no pointer
     std::vector<std::unique_ptr<std::uint8_t[]>> memory;
     std::vector<std::span<const std::uint8_t>> outputs;  ///< filled with `untouched` before the call
 };
@@ -300,19 +301,13 @@ T* DrawPointee(Call& call) {
 
 template <typename T>
 T* Draw(Call& call, T*) {
-    return IsNull(call) ? nullptr : DrawPointee<T>(call);
+    return !call.isTrusting && IsNull(call) ? nullptr : DrawPointee<T>(call);
 }
 
 /// The same before a parameter that does need a role.
 template <typename T>
 struct Any {
     T operator()(Call& call) const { return Draw(call, T()); }
-};
-
-/// A pointer that the call trusts.
-template <typename T>
-struct NeverNull {
-    T* operator()(Call& call) const { return DrawPointee<T>(call); }
 };
 
 /// One of a few integers that only this call takes.
@@ -389,8 +384,10 @@ template <typename Result, typename... Parameters, typename... Roles>
 Operation On(Result (*function)(Parameters...), Roles... roles) {
     const char* const name = NameOf(reinterpret_cast<void*>(function));
     const bool isVector = std::string_view(name).ends_with('v');
+    const bool isOfSource = std::string_view(name).find("Source") != std::string_view::npos;
     const auto run = [=](Call& call) {
         call.isVector = isVector;
+        call.isTrusting = isVector && isOfSource;  // of alSourcefv and its sisters
         constexpr std::size_t count = sizeof...(Roles);
         const std::tuple all(roles..., Any<Parameters>{}...);
         const auto arguments = [&]<std::size_t... i>(std::index_sequence<i...>) {

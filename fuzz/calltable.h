@@ -91,22 +91,11 @@ inline Operations ListenerCalls() {
                                          alGetListeneri, alGetListener3i, alGetListeneriv);
 }
 
-// The forms with a v trust their pointers.
 inline Operations SourcePropertyCalls() {
-    const Token token{sourceTokens};
-    const Token triple{sourceTriples};
-    return {On(alSourcef, source, token),
-            On(alSource3f, source, triple),
-            On(alSourcefv, source, token, NeverNull<const ALfloat>{}),
-            On(alSourcei, source, token),
-            On(alSource3i, source, triple),
-            On(alSourceiv, source, token, NeverNull<const ALint>{}),
-            On(alGetSourcef, source, token),
-            On(alGetSource3f, source, triple),
-            On(alGetSourcefv, source, token, NeverNull<ALfloat>{}),
-            On(alGetSourcei, source, token),
-            On(alGetSource3i, source, triple),
-            On(alGetSourceiv, source, token, NeverNull<ALint>{})};
+    const auto any = Taking(source, Token{sourceTokens}), three = Taking(source, Token{sourceTriples});
+    return Joined({any(alSourcef), three(alSource3f), any(alSourcefv, alSourcei), three(alSource3i),
+                   any(alSourceiv, alGetSourcef), three(alGetSource3f), any(alGetSourcefv, alGetSourcei),
+                   three(alGetSource3i), any(alGetSourceiv)});
 }
 
 inline Operations SourceCalls() {

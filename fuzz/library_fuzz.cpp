@@ -111,20 +111,14 @@ void RunSafely(const Action& action) {
     }
 }
 
-std::string TextOf(const std::string& file) {
-    std::string text;
-    slib::readFile(file, text);
-    return text;
-}
-
 // noexcept: what was committed must be readable, so an exception is a finding.
 void CheckReadBack(const std::string& path, bool isPacked) noexcept {
     const SmallFactory factory;
-    const std::string text = TextOf(path);
+    const std::string text = testing_support::ReadFile(path);
     fl::DirectoryBasedFormatLibrarian again(path, "", factory, false, isPacked);
     again.setTag("new");
     again.commit();
-    Check(TextOf(path) == text);
+    Check(testing_support::ReadFile(path) == text);
 }
 
 // Takes over the stored library.

@@ -1,40 +1,18 @@
-// Fuzz target for the text of the store's file. Whatever stands in the file, reading and changing it prints
-// nothing, a repaired text needs no second repair, a change leaves all lines of it as they were, and any
-// bytes written as a value read back. Also linked with replay_main.cpp into a program that runs the corpus in
-// the ordinary tests.
-
-#include <sys/mman.h>
-#include <unistd.h>
+// Fuzz target for the text of the store's file. Whatever stands in the file, a repaired text needs no second
+// repair, a change leaves all lines of it as they were, and any bytes written as a value read back. Also
+// linked with replay_main.cpp into a program that runs the corpus in the ordinary tests.
 
 #include <clocale>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 
 #include "fuzz/check.h"
 #include "orb3core/store/configstore.h"
 #include "orb3core/store/storetext.h"
 #include "tests/support/temporaryfolder.h"
-
-namespace {
-
-// Standard output and error go into memory while `body` runs, and nothing may have come there.
-template <typename Body>
-void RunSilently(const Body& body) {
-    const int printed = memfd_create("printed", MFD_CLOEXEC);
-    const int streams[] = {dup(1), dup(2)};
-    Check(printed >= 0 && dup2(printed, 1) >= 0 && dup2(printed, 2) >= 0);
-    body();
-    Check(dup2(streams[0], 1) >= 0 && dup2(streams[1], 2) >= 0);
-    Check(lseek(printed, 0, SEEK_END) == 0);
-    for (const int descriptor : {printed, streams[0], streams[1]})
-        close(descriptor);
-}
-
-}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const testing_support::TemporaryStore store;
@@ -49,15 +27,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (repaired.find(ownGroup) != std::string::npos) return 0;
 
     std::ofstream(store.UserFile(), std::ios::binary) << bytes;
-    RunSilently([&] {
-        const orb3::ConfigStore user(orb3::storeRoot, orb3::ConfigStore::Scope::User);
-        for (const std::string& value : {bytes.substr(bytes.find('=') + 1), bytes}) {
-            user.Write(ownKey, value);
-            Check(user.Read(ownKey, "") == orb3::RepairUtf8(value));
-        }
-    });
-    std::ifstream stream(store.UserFile(), std::ios::binary);
-    std::string written{std::istreambuf_iterator<char>(stream), {}};
+    const orb3::ConfigStore user(orb3::storeRoot, orb3::ConfigStore::Scope::User);
+    for (const std::string& value : {bytes.substr(bytes.find('=') + 1), bytes}) {
+        user.Write(ownKey, value);
+        Check(user.Read(ownKey, "") == orb3::RepairUtf8(value));
+    }
+    std::string written = testing_support::ReadFile(store.UserFile());
     const std::size_t header = written.find("[" + ownGroup + "]\n" + ownGroup + "=");
     Check(header != std::string::npos);
     written.erase(header, written.find('\n', written.find('\n', header) + 1) + 1 - header);

@@ -50,8 +50,6 @@ protected:
         context = nullptr;
     }
 
-    goal::Context& Inside() { return *reinterpret_cast<goal::Context*>(context); }
-
     ALCint Get(ALCenum parameter, ALCsizei size = 1) {
         std::array<ALCint, 3> data{-77};
         alcGetIntegerv(device, parameter, size, data.data());
@@ -60,7 +58,7 @@ protected:
 
     void SetUp() override {
         store.ChooseSilence();
-        testing_support::StoreDefaultDocument();
+        testing_support::StoreDocument();
     }
 
     // What a call answered, and the code that it left.
@@ -71,8 +69,7 @@ protected:
     }
 
     bool LogHas(const std::string& text) {
-        std::ifstream file(store.UserFile());
-        return std::string(std::istreambuf_iterator<char>(file), {}).find(text) != std::string::npos;
+        return testing_support::ReadFile(store.UserFile()).find(text) != std::string::npos;
     }
 
     testing_support::TemporaryStore store;
@@ -182,19 +179,6 @@ TEST_F(AlcCalls, TextsAndLookUps_AreExactAndListsEndWithTwoNuls) {
     EXPECT_EQ(alcGetEnumValue(device, "ALC_MAX_AUXILIARY_SENDS"), 0x20003);
     ExpectAnswer<void*>(alcGetProcAddress(device, "alcopendevice"), nullptr, ALC_INVALID_VALUE);
     ExpectAnswer(alcGetEnumValue(device, "alc_sync"), 0, ALC_INVALID_ENUM);
-}
-
-TEST_F(AlcCalls, SuspendAndProcess_NestAndCanBeSwitchedOff) {
-    Create();
-    alcSuspendContext(context);
-    alcSuspendContext(context);
-    for (const unsigned left : {1U, 0U, 0U}) {
-        alcProcessContext(context);
-        EXPECT_EQ(Inside().suspendCount, left);
-    }
-    Configure([](auto& c) { c.isSuspendSupported = false; });
-    alcSuspendContext(context);
-    EXPECT_EQ(Inside().suspendCount, 0U);
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 // The data and the life of buffers. The rules of their names are tested with those of all objects.
 
-#include <algorithm>
 #include <array>
 #include <limits>
 #include <vector>
@@ -22,17 +21,6 @@ protected:
         const ALuint buffer = New(alGenBuffers);
         alBufferDataStatic(buffer, AL_FORMAT_MONO16, samples.data(), 8, 44100);
         return buffer;
-    }
-
-    static ALuint SourceWith(ALuint buffer) {
-        const ALuint source = New(alGenSources);
-        SetBuffer(source, buffer);
-        return source;
-    }
-
-    // Deletes the buffer, and expects that code.
-    static void ExpectDelete(ALenum code, ALuint buffer) {
-        ExpectCodes({{code, [&] { alDeleteBuffers(1, &buffer); }}});
     }
 
     std::array<ALshort, 4> samples{100, -200, 300, -400};
@@ -106,7 +94,8 @@ TEST_F(BufferCalls, PropertyCalls_TestThePointersThenTheNameThenTheParameter) {
 }
 
 TEST_F(BufferCalls, ABufferOfASource_MayNeitherGoNorChange) {
-    const ALuint names[] = {MakeBuffer(8), MakeBuffer(8)}, source = SourceWith(names[1]);
+    const ALuint names[] = {MakeBuffer(8), MakeBuffer(8)}, source = New(alGenSources);
+    SetBuffer(source, names[1]);
     const auto remove = [&] { alDeleteBuffers(2, names); };
     const auto change = [&] { alBufferData(names[1], AL_FORMAT_MONO8, samples.data(), 3, 8000); };
     ExpectCodes({{AL_INVALID_OPERATION, remove}, {AL_INVALID_OPERATION, change}});
@@ -114,45 +103,11 @@ TEST_F(BufferCalls, ABufferOfASource_MayNeitherGoNorChange) {
     ExpectCodes({{AL_NO_ERROR, change}, {AL_NO_ERROR, remove}});
 }
 
-// Until a suspension ends the renderer plays what the game has taken out of the queue.
-TEST_F(BufferCalls, AStaticBufferThatTheRendererReads_IsHeldBackForABlock) {
-    for (const bool isSuspended : {false, true}) {
-        const ALuint buffer = MakeStaticBuffer(), source = SourceWith(buffer);
-        alSourcePlay(source);
-        Copy();
-        if (isSuspended) Suspend();
-        alSourceStop(source);
-        SetBuffer(source, 0);
-        ExpectDelete(AL_INVALID_OPERATION, buffer);
-        if (isSuspended) Copy();
-        ExpectDelete(AL_INVALID_OPERATION, buffer);
-        if (isSuspended) Resume();
-        ExpectDelete(AL_INVALID_OPERATION, buffer);
-        Copy();
-        ExpectDelete(AL_NO_ERROR, buffer);
-    }
-}
-
-TEST_F(BufferCalls, BuffersDeletedWhileSuspended_AreFreedOnlyAfterProcessAndTheNextCopy) {
-    const ALuint deleted = MakeBuffer(8), replaced = MakeBuffer(8);
-    Suspend();
-    ExpectDelete(AL_NO_ERROR, deleted);
-    alBufferData(replaced, AL_FORMAT_MONO8, samples.data(), 3, 8000);
-    Copy();
-    EXPECT_EQ(context->suspended.deletedBuffers.size, 2u);
-    Resume();
-    EXPECT_EQ(context->application.deletedBuffers.size, 2u);
-    Copy();
-    EXPECT_EQ(context->application.deletedBuffers.size, 0u);
-}
-
 TEST_F(BufferCalls, WithoutACurrentContext_TheDevicesContextStillKeepsWhatItReads) {
+    const ALuint buffer = MakeBuffer(8);
     process.currentContext = nullptr;
-    ExpectDelete(AL_NO_ERROR, MakeBuffer(8));
+    ExpectCodes({{AL_NO_ERROR, [&] { alDeleteBuffers(1, &buffer); }}});
     EXPECT_EQ(context->application.deletedBuffers.size, 1u);
-    process.engine.device.context = nullptr;
-    ExpectDelete(AL_NO_ERROR, MakeBuffer(8));  // freed at once
-    EXPECT_EQ(alIsBuffer(1), AL_FALSE);
 }
 
 }  // namespace

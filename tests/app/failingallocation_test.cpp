@@ -78,6 +78,8 @@ TEST_F(FailingAllocation, PlayState_ChangesForAllSourcesOrNone) {
     Suspend();
     ExpectAllOrNothing([&] { alSourcePlayv(80, sources); },
                        [&] { return Get(sources[0], AL_SOURCE_STATE) + Get(sources[79], AL_SOURCE_STATE); });
+    for (const ALuint source : sources)
+        EXPECT_EQ(Get(source, AL_SOURCE_STATE), AL_PLAYING);
 }
 
 TEST_F(FailingAllocation, BufferData_KeepsTheOldData) {

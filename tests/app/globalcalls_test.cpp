@@ -59,11 +59,16 @@ TEST_F(GlobalCalls, ChangesWhileSuspended_AreReadAtOnceAndRenderedAfterTheLastPr
     alDopplerFactor(3);
     Suspend();
     EXPECT_EQ(alGetFloat(AL_DOPPLER_FACTOR), 3);
-    for (const float rendered : {1.0F, 3.0F}) {
+    for (const float rendered : {1.0F, 3.0F, 3.0F}) {  // the last one has nothing to end
         Resume();
         Copy();
         EXPECT_EQ(context->snapshot.dopplerFactor, rendered);
     }
+    process.engine.configuration.configuration.goalConfig.isSuspendSupported = false;
+    Suspend();
+    alDopplerFactor(4);
+    Copy();
+    EXPECT_EQ(context->snapshot.dopplerFactor, 4);
 }
 
 TEST_F(GlobalCalls, Refusals_HaveTheirCodesAndLeaveTheOutput) {

@@ -147,11 +147,12 @@ TEST_F(SourceCalls, Sends_GrowToTheirIndexAndKeepAnySlotName) {
 
 TEST_F(SourceCalls, Refusals_HaveTheCodeOfTheFirstFault) {
     constexpr ALint huge = greatestInteger;
-    ALuint list[1] = {source};
+    ALuint list[2] = {source, 99};
     ALint i[6] = {};
     ExpectCodes({{AL_INVALID_VALUE, [] { alGetSourcei(99, AL_GAIN, nullptr); }},
                  {AL_INVALID_NAME, [&] { alGetSourcei(99, 0, i); }},
                  {AL_INVALID_NAME, [] { alSourcefv(99, AL_GAIN, nullptr); }},
+                 {AL_INVALID_NAME, [&] { alSourcePlayv(2, list); }},
                  {AL_INVALID_OPERATION, [&] { alSourcePausev(-1, list); }},
                  {AL_INVALID_VALUE, [&] { alSourceQueueBuffers(1, -1, list); }},
                  {AL_INVALID_OPERATION, [&] { alSourceUnqueueBuffers(1, huge, list); }},

@@ -14,11 +14,6 @@
 // clang-format on
 
 [[maybe_unused]] static LPALGENSOURCES alGenSources = nullptr;
-[[maybe_unused]] static LPALGETPROCADDRESS alGetProcAddress = nullptr;
 [[maybe_unused]] static LPALCOPENDEVICE alcOpenDevice = nullptr;
-[[maybe_unused]] static LPALCCAPTURESAMPLES alcCaptureSamples = nullptr;
 [[maybe_unused]] static LPALGENEFFECTS alGenEffects = nullptr;
-[[maybe_unused]] static LPALGETAUXILIARYEFFECTSLOTFV alGetAuxiliaryEffectSlotfv = nullptr;
-[[maybe_unused]] static LPALBUFFERDATASTATIC alBufferDataStatic = nullptr;
-[[maybe_unused]] static LPALREQUESTFOLDBACKSTOP alRequestFoldbackStop = nullptr;
 [[maybe_unused]] static LPTSRGETVERSION tsrGetVersion = nullptr;

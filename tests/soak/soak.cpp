@@ -12,8 +12,8 @@
 #include <memory>
 
 #include "app/goaldll/process.h"
-#include "orb3core/store/configstore.h"
 #include "tests/soak/game.h"
+#include "tests/support/defaultdocument.h"
 #include "tests/support/temporaryfolder.h"
 
 namespace soak {
@@ -41,11 +41,6 @@ private:
 double AllocatedMebibytes() {
     const auto info = mallinfo2();  // all 0 under a sanitizer
     return static_cast<double>(info.uordblks + info.hblkhd) / (1 << 20);
-}
-
-// As another program does. Whether the server follows is up to the watch on the store.
-void Store(const orb3::Configuration& document) {
-    orb3::WriteSpeakerConfiguration(document.CreateNode()->ToString(slib::SXMLNode::Style::Compact));
 }
 
 // The thread that makes and destroys contexts, changes the configuration and asks for foldback, while the
@@ -141,7 +136,7 @@ private:
               &goal.onlyOneReverb, &goal.ignoreGameSampleRate, &next.useDirectSoundAutoselect})
             *flag = dice.OneIn(2);
         if (!next.layouts.empty()) next.selectedName = dice.Of(next.layouts)->format;
-        if (dice.OneIn(3)) return Store(next);
+        if (dice.OneIn(3)) return testing_support::StoreDocument(next);  // the monitor may see it
         shared.pendingConfiguration = std::move(next);
         shared.isRestartRequested = true;
     }
@@ -208,7 +203,7 @@ int main(int count, char** arguments) {
     const long seed = count > 2 ? std::atol(arguments[2]) : getpid();
     std::cout << "A soak of " << seconds << " seconds with seed " << seed << "." << std::endl;
     const testing_support::TemporaryStore store;
-    soak::Store(orb3::Configuration());
+    testing_support::StoreDocument();
     soak::World world{.seed = static_cast<unsigned>(seed)};
     soak::Soak(world, std::chrono::seconds(seconds));
     return world.faults == 0 ? 0 : 1;

@@ -9,10 +9,9 @@
 
 namespace testing_support {
 
-/// Stores the defaults in the user's scope.
-inline void StoreDefaultDocument() {
-    orb3::WriteSpeakerConfiguration(
-        orb3::Configuration().CreateNode()->ToString(slib::SXMLNode::Style::Compact));
+/// Stores it in the user's scope, as another program does.
+inline void StoreDocument(const orb3::Configuration& document = {}) {
+    orb3::WriteSpeakerConfiguration(document.CreateNode()->ToString(slib::SXMLNode::Style::Compact));
 }
 
 /// In place of the choice of settings for the machine: leaves the defaults.

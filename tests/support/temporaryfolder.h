@@ -1,11 +1,12 @@
 #pragma once
 
-// A folder of its own for a test, and the store of a process pointed into it.
+// A folder of its own for a test, the store of a process pointed into it, and what a file holds.
 
 #include <stdlib.h>
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 

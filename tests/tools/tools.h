@@ -31,7 +31,7 @@ class Tools : public testing::Test {
 protected:
     Tools() {
         files.ChooseSilence();
-        StoreDefaultDocument();
+        StoreDocument();
     }
 
     /// A line of the shell, in the folder of the test.
