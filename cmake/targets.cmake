@@ -34,12 +34,6 @@ if(TESSARUNE_SANITIZE)
     target_link_options(tessarune_flags INTERFACE ${sanitize})
 endif()
 
-# Headers of others that most sources read, read once. A build from nothing takes half the time with them; the presets
-# for work on the tree do without (CMAKE_DISABLE_PRECOMPILE_HEADERS), so that a source that forgets an include fails.
-set(TESSARUNE_STANDARD_HEADERS <algorithm> <array> <atomic> <chrono> <cmath> <complex> <cstdint> <cstring> <exception>
-    <filesystem> <fstream> <functional> <iostream> <limits> <map> <memory> <numbers> <optional> <set> <span> <sstream>
-    <string> <string_view> <thread> <utility> <vector>)
-
 # tessarune_include_root(VARIABLE name prefix): sets VARIABLE to an include root in which "prefix/..." is the current
 # folder.
 function(tessarune_include_root variable name prefix)
@@ -50,23 +44,32 @@ function(tessarune_include_root variable name prefix)
     set(${variable} ${root} PARENT_SCOPE)
 endfunction()
 
-# tessarune_precompile(TARGET [HEADER...]): HEADERs are big ones beside the standard library's.
-function(tessarune_precompile target)
-    if(NOT CMAKE_BUILD_TYPE STREQUAL Release OR TESSARUNE_SANITIZE)
+# tessarune_unite(TARGET): compiles its sources as a few texts, as most of the time goes into headers. A build from nothing
+# takes half the time so; the presets for work on the tree do without, so that a source that forgets an include fails.
+function(tessarune_unite target)
+    find_package(Python3 QUIET COMPONENTS Interpreter)
+    if(NOT TESSARUNE_UNITY OR NOT Python3_FOUND)
         return()
-    elseif(ARGN)
-        target_precompile_headers(${target} PRIVATE ${TESSARUNE_STANDARD_HEADERS} ${ARGN})
-    elseif(target STREQUAL slib)
-        target_precompile_headers(slib PRIVATE ${TESSARUNE_STANDARD_HEADERS})
-    else()
-        target_precompile_headers(${target} REUSE_FROM slib)
     endif()
+    get_target_property(sources ${target} SOURCES)
+    execute_process(COMMAND ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/cmake/together.py ${sources}
+                    WORKING_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR} OUTPUT_VARIABLE groups COMMAND_ERROR_IS_FATAL ANY)
+    set(number 0)
+    string(REGEX MATCHALL "[^\n]+" groups "${groups}")
+    foreach(group ${groups})
+        math(EXPR number "${number} + 1")
+        string(REPLACE "|" ";" members ${group})
+        if(NOT members STREQUAL group)
+            set_source_files_properties(${members} PROPERTIES UNITY_GROUP ${number})
+        endif()
+    endforeach()
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
 endfunction()
 
-# tessarune_library(NAME prefix [LINKS ...] [PRIVATE_LINKS ...] [PRECOMPILE ...]): the static library NAME of the current
-# folder, whose headers are included as "prefix/...". A folder without sources yet is a target without an archive.
+# tessarune_library(NAME prefix [LINKS ...] [PRIVATE_LINKS ...]): the static library NAME of the current folder, whose
+# headers are included as "prefix/...". A folder without sources yet is a target without an archive.
 function(tessarune_library name prefix)
-    cmake_parse_arguments(arg "" "" "LINKS;PRIVATE_LINKS;PRECOMPILE" ${ARGN})
+    cmake_parse_arguments(arg "" "" "LINKS;PRIVATE_LINKS" ${ARGN})
     file(GLOB sources CONFIGURE_DEPENDS *.cpp)
     file(GLOB headers CONFIGURE_DEPENDS *.h)
     tessarune_include_root(root ${name} ${prefix})
@@ -74,7 +77,7 @@ function(tessarune_library name prefix)
         add_library(${name} STATIC ${sources})
         target_include_directories(${name} PUBLIC ${root})
         target_link_libraries(${name} PUBLIC ${arg_LINKS} PRIVATE tessarune_flags ${arg_PRIVATE_LINKS})
-        tessarune_precompile(${name} ${arg_PRECOMPILE})
+        tessarune_unite(${name})
     else()
         add_library(${name} INTERFACE)
         target_include_directories(${name} INTERFACE ${root})

@@ -10,7 +10,7 @@ decided, which is clang-tidy's version, the rules, the command, and the source w
 SOURCE, by its path in the tree, limits all of it to these.
 
 Most of the time goes into the headers of others, so sources of one command are checked as one text, one behind the
-other. Where that text has a finding, or doesn't compile as names meet, its sources are checked one by one, and that
+other (cmake/together.py). Where that text has a finding, or doesn't compile as names meet, its sources are checked one by one, and that
 decides.
 """
 
@@ -20,11 +20,12 @@ import hashlib
 import json
 import os
 import pathlib
-import re
 import shlex
 import subprocess
 import sys
 from concurrent.futures import ThreadPoolExecutor
+
+import together
 
 CHECKED = ("src", "library", "tools", "fuzz")
 COMPILED_ONLY = ("bench",)
@@ -32,8 +33,6 @@ COMPILED_ONLY = ("bench",)
 LOCKS_CHECKED = ("src", "library", "tools")
 # The analyser follows the designer's matrices into Eigen, and takes blocks of it for leaked or not set.
 NOT_ANALYSED = ("library",)
-# Sources checked as one text; more would keep a processor idle at the end.
-TOGETHER = 8
 
 
 def commands(build, tree):
@@ -96,35 +95,16 @@ def checker(build, tree, name, command):
 
 
 def groups_of(due, tree):
-    """The due sources that may be checked as one text: of one command, and without names of their own in common."""
-    groups = []  # [command without the source, names declared, sources]
-    for name, (_, _, check_command, _) in due.items():
-        # What Highway reads once for each vector target stays a file.
-        if name.startswith(COMPILED_ONLY) or "foreach_target" in (tree / name).read_text():
-            groups.append((None, set(), [name]))
-            continue
-        common = [word for word in check_command if word != str(tree / name)]
-        own = own_names((tree / name).read_text())
-        for command, taken, members in groups:
-            if command == common and len(members) < TOGETHER and not taken & own:
-                taken |= own
-                members.append(name)
-                break
-        else:
-            groups.append((common, own, [name]))
-    return [members for _, _, members in groups]
+    """The due sources that may be checked as one text: of one command but for include roots, which lead to other names
+    each, and without names of their own in common."""
+    names = {tree / name: name for name in due}
 
+    def kind(source):
+        return [word for word in due[names[source]][2] if word != str(source) and not word.startswith("-I")]
 
-def own_names(text):
-    """Names that a source declares in its unnamed namespace; our format sets them at the start of a line."""
-    names = set()
-    for part in re.findall(r"^namespace \{$(.*?)^\}  // namespace$", text, re.DOTALL | re.MULTILINE):
-        for line in part.splitlines():
-            if found := re.match(r"(?:struct|class|enum class) (\w+)|using (\w+) =", line):
-                names.add(found[1] or found[2])
-            elif not line.startswith("using") and (found := re.match(r"[\w:\[][^=;({]*?\b(\w+)(?:\[\w*\])?(?: =|[({;])", line)):
-                names.add(found[1])
-    return names
+    compiled_only = [name for name in due if name.startswith(COMPILED_ONLY)]
+    others = [tree / name for name in due if not name.startswith(COMPILED_ONLY)]
+    return [[name] for name in compiled_only] + [[names[source] for source in group] for group in together.groups(others, kind)]
 
 
 def key_of(check_command, command, files, digests, common):
@@ -147,11 +127,25 @@ def check(name, check_command, folder, is_told=True):
     return run.returncode == 0
 
 
+def one_text(texts):
+    """The texts end to end. What an earlier one includes isn't included again; what one includes twice stays a finding."""
+    included = set()
+    result = []
+    for text in texts:
+        lines = text.splitlines()
+        own = {line for line in lines if line.startswith("#include")}
+        result += ["" if line in own & included else line for line in lines]
+        included |= own
+    return "\n".join(result) + "\n"
+
+
 def check_together(members, due, tree, stamps):
-    """Checks sources of one command as one text. True for nothing found."""
+    """Checks sources of a group as one text. True for nothing found."""
     _, _, check_command, folder = due[members[0]]
+    roots = dict.fromkeys(word for name in members for word in due[name][2] if word.startswith("-I"))
+    check_command = [word for word in check_command if not word.startswith("-I")] + list(roots)
     unit = stamps / ("unit__" + members[0].replace("/", "__"))
-    unit.write_text("".join((tree / name).read_text() for name in members))
+    unit.write_text(one_text([(tree / name).read_text() for name in members]))
     source = str(tree / members[0])
     is_clean = check(members[0], [str(unit) if word == source else word for word in check_command], folder, is_told=False)
     unit.unlink()
@@ -196,6 +190,8 @@ def main():
             clean = members
         else:
             clean = [name for name in members if check(name, *due[name][2:])]
+            if len(members) > 1 and clean == members:
+                print(f"Clean one by one, but not as one text: {' '.join(members)}", file=sys.stderr, flush=True)
         for name in clean:
             stamp, key, _, _ = due[name]
             if key is not None:

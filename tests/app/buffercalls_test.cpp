@@ -10,12 +10,6 @@ namespace {
 
 class BufferCalls : public testing_support::ContextFixture {
 protected:
-    static ALint Read(ALuint buffer, ALenum parameter) {
-        ALint value = -1;
-        alGetBufferi(buffer, parameter, &value);
-        return value;
-    }
-
     /// A buffer of four frames in 16 bits, mono, that refers to `samples`.
     ALuint MakeStaticBuffer() {
         const ALuint buffer = New(alGenBuffers);
@@ -40,10 +34,10 @@ TEST_F(BufferCalls, BufferData_TakesWholePiecesAndTellsThemBack) {
             alBufferData(buffer, row.format, data.data(), broken, 44100);
             EXPECT_EQ(alGetError(), AL_INVALID_VALUE) << broken;
         }
-        EXPECT_EQ(Read(buffer, AL_SIZE), 3 * row.piece);
-        EXPECT_EQ(Read(buffer, AL_CHANNELS), row.channels);
-        EXPECT_EQ(Read(buffer, AL_BITS), row.bits);
-        EXPECT_EQ(Read(buffer, AL_FREQUENCY), 22050);
+        EXPECT_EQ(Read(alGetBufferi, buffer, AL_SIZE), 3 * row.piece);
+        EXPECT_EQ(Read(alGetBufferi, buffer, AL_CHANNELS), row.channels);
+        EXPECT_EQ(Read(alGetBufferi, buffer, AL_BITS), row.bits);
+        EXPECT_EQ(Read(alGetBufferi, buffer, AL_FREQUENCY), 22050);
     }
 }
 
@@ -78,8 +72,8 @@ TEST_F(BufferCalls, Properties_OfNoDataAndOfTheMost_AreDefined) {
         ALint ofEmpty, ofGreatest;
     } rows[] = {{AL_FREQUENCY, 0, most}, {AL_BITS, 16, 8}, {AL_CHANNELS, 1, 1}, {AL_SIZE, 0, most}};
     for (const auto& row : rows) {
-        EXPECT_EQ(Read(empty, row.parameter), row.ofEmpty);
-        EXPECT_EQ(Read(greatest, row.parameter), row.ofGreatest);
+        EXPECT_EQ(Read(alGetBufferi, empty, row.parameter), row.ofEmpty);
+        EXPECT_EQ(Read(alGetBufferi, greatest, row.parameter), row.ofGreatest);
     }
 }
 

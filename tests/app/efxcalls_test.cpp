@@ -27,14 +27,6 @@ protected:
         alAuxiliaryEffectSloti(slot, AL_EFFECTSLOT_EFFECT, static_cast<ALint>(effect));
     }
 
-    // What a call that reads one number answers, -1 for a failure.
-    template <typename T>
-    static T Read(void (*get)(ALuint, ALenum, T*), ALuint name, ALenum parameter) {
-        T value = -1;
-        get(name, parameter, &value);
-        return value;
-    }
-
     static ALint TypeIn(ALuint slot) { return Read(alGetAuxiliaryEffectSloti, slot, AL_EFFECTSLOT_EFFECT); }
 
     goal::AuxSlotParameters& RenderedSlot(ALuint slot) { return context->snapshot.slots[slot - 1]; }
@@ -110,7 +102,7 @@ TEST_F(EfxCalls, FilterGains_AreThoseOfTheTypeAndOthersAreRefused) {
             alFilteri(name, AL_FILTER_TYPE, row.type);  // all gains at 1
             alFilterf(name, parameter, 0.25F);
             EXPECT_EQ(alGetError(), gain != nullptr ? AL_NO_ERROR : row.ofUnknown);
-            EXPECT_EQ(Read(alGetFilterf, name, parameter), gain != nullptr ? 0.25F : -1);
+            EXPECT_EQ(Read(alGetFilterf, name, parameter), gain != nullptr ? 0.25F : -77);
             EXPECT_EQ(alGetError(), gain != nullptr ? AL_NO_ERROR : row.ofReadingUnknown);
             const F& stored = context->application.filters[name - 1];
             for (const auto field : {&F::gain, &F::gainHF, &F::gainLF})

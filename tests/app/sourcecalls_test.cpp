@@ -15,12 +15,6 @@ constexpr ALint greatestInteger = std::numeric_limits<ALint>::max();
 
 class SourceCalls : public testing_support::ContextFixture {
 protected:
-    static float GetFloat(ALuint source, ALenum parameter) {
-        float value = -77;
-        alGetSourcef(source, parameter, &value);
-        return value;
-    }
-
     const ALuint source = New(alGenSources);
 };
 
@@ -49,10 +43,10 @@ TEST_F(SourceCalls, Floats_TakeTheirRangeAndAreKeptApart) {
     float distinct = 0;
     for (const auto& [parameter, initial, greatest, hasIntegerForm] : floatCases) {
         SCOPED_TRACE(parameter);
-        EXPECT_FLOAT_EQ(GetFloat(source, parameter), initial);
+        EXPECT_FLOAT_EQ(Read(alGetSourcef, source, parameter), initial);
         for (const float value : {greatest, 0.0F, distinct += 0.0625F}) {
             alSourcefv(source, parameter, &value);
-            EXPECT_FLOAT_EQ(GetFloat(source, parameter), value);
+            EXPECT_FLOAT_EQ(Read(alGetSourcef, source, parameter), value);
         }
         EXPECT_EQ(alGetError(), AL_NO_ERROR);
         for (const float value :
@@ -67,7 +61,7 @@ TEST_F(SourceCalls, Floats_TakeTheirRangeAndAreKeptApart) {
     }
     distinct = 0;
     for (const FloatCase& row : floatCases)
-        EXPECT_FLOAT_EQ(GetFloat(source, row.parameter), distinct += 0.0625F) << row.parameter;
+        EXPECT_FLOAT_EQ(Read(alGetSourcef, source, row.parameter), distinct += 0.0625F) << row.parameter;
 }
 
 TEST_F(SourceCalls, IntegerGetters_CutAndStayDefined) {

@@ -40,11 +40,6 @@ void Tell(std::int32_t event, std::int32_t index) {
     told.push_back({event, index});
 }
 
-void TellSlowly(std::int32_t event, std::int32_t index) {
-    std::this_thread::sleep_for(20ms);
-    Tell(event, index);
-}
-
 class Foldback : public testing::Test {
 protected:
     static constexpr std::uint32_t frames = 512;
@@ -175,7 +170,10 @@ TEST_F(Foldback, Destruction_TellsTheEndOfWhatRuns) {
 }
 
 TEST_F(Foldback, SlowCallback_HoldsUpNoBlockAndMissesNoEvent) {
-    StartFoldback(AL_FOLDBACK_MODE_MONO, 2, 512, TellSlowly);
+    StartFoldback(AL_FOLDBACK_MODE_MONO, 2, 512, [](std::int32_t event, std::int32_t index) {
+        std::this_thread::sleep_for(20ms);
+        Tell(event, index);
+    });
     const auto begin = std::chrono::steady_clock::now();
     for (int block = 0; block < 20; ++block)
         Render();

@@ -14,7 +14,6 @@
 #include <string>
 #include <thread>
 #include <utility>
-#include <vector>
 
 #include "goal/context.h"
 #include "orb3core/store/configstore.h"

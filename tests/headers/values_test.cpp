@@ -32,12 +32,5 @@ TEST(TokenTables, HaveEveryPublishedTokenOnceWithItsValue) {
     EXPECT_EQ(known, published);
 }
 
-static_assert(AL_EFFECT_FREQUENCY_SHIFTER == 6 && AL_EFFECT_VOCAL_MORPHER == 7 &&
-              AL_EFFECT_PITCH_SHIFTER == 8);
-static_assert(AL_EFFECT_AUTOWAH == 10 && AL_DEDICATED_GAIN == 1 && AL_ILLEGAL_ENUM == 0xA002 &&
-              AL_ILLEGAL_COMMAND == 0xA004);
-static_assert(AL_EAXREVERB_DEFAULT_REFLECTIONS_PAN_XYZ == 0.0f &&
-              AL_EAXREVERB_DEFAULT_LATE_REVERB_PAN_XYZ == 0.0f);
-
 }  // namespace
 }  // namespace goal

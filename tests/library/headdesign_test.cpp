@@ -5,7 +5,6 @@
 
 #include <cmath>
 #include <complex>
-#include <cstdio>
 #include <fstream>
 #include <numbers>
 
@@ -20,6 +19,7 @@
 #include "numeric/ambisonicorder.h"
 #include "slib/exception.h"
 #include "tests/support/failure.h"
+#include "tests/support/temporaryfolder.h"
 
 namespace design {
 namespace {
@@ -90,14 +90,13 @@ TEST(SofaReader, ADummyHead_HearsTheLeftAtTheLeftFirst) {
 }
 
 TEST(SofaReader, ADamagedFile_IsRefusedByName) {
-    std::ifstream whole(measuredHead, std::ios::binary);
-    const std::string bytes(std::istreambuf_iterator<char>(whole), {});
-    const std::string path = testing::TempDir() + "damaged.sofa";
+    const std::string bytes = testing_support::ReadFile(measuredHead);
+    const testing_support::TemporaryFolder folder;
+    const std::string path = folder.path / "damaged.sofa";
     for (const std::size_t size : {std::size_t{0}, std::size_t{3000}, bytes.size() / 2}) {
         std::ofstream(path, std::ios::binary) << bytes.substr(0, size);
         EXPECT_NE(testing_support::Failure([&] { ReadSofa(path); }).find(path), std::string::npos);
     }
-    std::remove(path.c_str());
 }
 
 TEST(HeadPreparation, WhereNothingWasMeasured_SoundsAboutAsTheNearestThatWas) {

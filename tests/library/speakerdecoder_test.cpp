@@ -21,16 +21,10 @@ using Transform = orb3::strans::TimeDomainTransform<double, 1>;
 constexpr double testRate = 48000;
 constexpr FrequencyBand highBand{6000, 12000, 3};
 
-std::vector<SpeakerLayout> AllLayouts() {
-    std::vector<SpeakerLayout> layouts = StandardLayouts();
-    for (const SpeakerLayout& layout : RegularLayouts())
-        layouts.push_back(layout);
-    return layouts;
-}
-
 SpeakerLayout Layout(const std::string& name) {
-    for (const SpeakerLayout& layout : AllLayouts())
-        if (layout.name == name) return layout;
+    for (const auto& layouts : {StandardLayouts(), RegularLayouts()})
+        for (const SpeakerLayout& layout : layouts)
+            if (layout.name == name) return layout;
     throw slib::BadParameterException(name);
 }
 

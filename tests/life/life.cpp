@@ -11,7 +11,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <map>
 #include <string>
@@ -69,8 +68,7 @@ std::ptrdiff_t CountEntries(const char* folder) {
 }
 
 bool IsMapped(const char* library) {
-    std::ifstream stream("/proc/self/maps");
-    const std::string maps{std::istreambuf_iterator<char>(stream), {}};
+    const std::string maps = testing_support::ReadFile("/proc/self/maps");
     return maps.find(std::filesystem::path(library).filename().string()) != std::string::npos;
 }
 

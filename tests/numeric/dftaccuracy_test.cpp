@@ -17,42 +17,28 @@ namespace {
 
 using Exact = std::complex<long double>;
 
-std::vector<Exact> Transform(std::vector<long double> x) {
-    std::vector<Exact> bins(x.size() / 2 + 1);
-    auto* const target = reinterpret_cast<fftwl_complex*>(bins.data());
-    const auto plan = fftwl_plan_dft_r2c_1d(static_cast<int>(x.size()), x.data(), target, FFTW_ESTIMATE);
-    fftwl_execute(plan);
-    fftwl_destroy_plan(plan);
-    return bins;
-}
-
-struct FFTWFloat {
-    using Value = float;
-    static void Forward(int n, float* x, std::complex<float>* bins) {
-        const auto plan = fftwf_plan_dft_r2c_1d(n, x, reinterpret_cast<fftwf_complex*>(bins), FFTW_ESTIMATE);
-        fftwf_execute(plan);
-        fftwf_destroy_plan(plan);
+template <typename T, typename Complex, auto planForward, auto planInverse, auto execute, auto destroy>
+struct FFTW {
+    using Value = T;
+    static void Forward(std::size_t n, T* x, std::complex<T>* bins) {
+        Run(planForward(static_cast<int>(n), x, reinterpret_cast<Complex*>(bins), FFTW_ESTIMATE));
     }
-    static void Inverse(int n, std::complex<float>* bins, float* x) {
-        const auto plan = fftwf_plan_dft_c2r_1d(n, reinterpret_cast<fftwf_complex*>(bins), x, FFTW_ESTIMATE);
-        fftwf_execute(plan);
-        fftwf_destroy_plan(plan);
+    static void Inverse(std::size_t n, std::complex<T>* bins, T* x) {
+        Run(planInverse(static_cast<int>(n), reinterpret_cast<Complex*>(bins), x, FFTW_ESTIMATE));
+    }
+    template <typename Plan>
+    static void Run(Plan plan) {
+        execute(plan);
+        destroy(plan);
     }
 };
 
-struct FFTWDouble {
-    using Value = double;
-    static void Forward(int n, double* x, std::complex<double>* bins) {
-        const auto plan = fftw_plan_dft_r2c_1d(n, x, reinterpret_cast<fftw_complex*>(bins), FFTW_ESTIMATE);
-        fftw_execute(plan);
-        fftw_destroy_plan(plan);
-    }
-    static void Inverse(int n, std::complex<double>* bins, double* x) {
-        const auto plan = fftw_plan_dft_c2r_1d(n, reinterpret_cast<fftw_complex*>(bins), x, FFTW_ESTIMATE);
-        fftw_execute(plan);
-        fftw_destroy_plan(plan);
-    }
-};
+using FFTWFloat = FFTW<float, fftwf_complex, fftwf_plan_dft_r2c_1d, fftwf_plan_dft_c2r_1d, fftwf_execute,
+                       fftwf_destroy_plan>;
+using FFTWDouble =
+    FFTW<double, fftw_complex, fftw_plan_dft_r2c_1d, fftw_plan_dft_c2r_1d, fftw_execute, fftw_destroy_plan>;
+using FFTWLongDouble = FFTW<long double, fftwl_complex, fftwl_plan_dft_r2c_1d, fftwl_plan_dft_c2r_1d,
+                            fftwl_execute, fftwl_destroy_plan>;
 
 template <typename Values, typename Wanted>
 long double RootMeanSquareError(const Values& values, std::size_t count, Wanted wanted) {
@@ -80,11 +66,13 @@ TYPED_TEST(DFTAccuracy, ErrorsAreThoseOfFFTWInEitherForm) {
         long double own = 0, other = 0;
         for (std::uint32_t seed = 0; seed < (size < 4096 ? 16U : 2U); ++seed) {
             auto signal = testing_support::Noise<GenericVector<T, 1>>(size, seed), back = signal;
-            const std::vector<Exact> exact = Transform({signal.begin(), signal.end()});
+            std::vector<long double> samples(signal.begin(), signal.end());
+            std::vector<Exact> exact(bins);
+            FFTWLongDouble::Forward(size, samples.data(), exact.data());
             const auto bin = [&](std::size_t k) { return exact[k]; };
             GenericVector<std::complex<T>, 1> spectrum(bins), rounded(bins);
             std::copy(exact.begin(), exact.end(), rounded.begin());
-            TypeParam::Forward(static_cast<int>(size), signal.data, spectrum.data);
+            TypeParam::Forward(size, signal.data, spectrum.data);
             other += RootMeanSquareError(spectrum, bins, bin);
             dft.forward(signal.data, spectrum.data);
             own += RootMeanSquareError(spectrum, bins, bin);
@@ -99,7 +87,7 @@ TYPED_TEST(DFTAccuracy, ErrorsAreThoseOfFFTWInEitherForm) {
 
             dft.inverse(rounded, back);
             own += size * RootMeanSquareError(back, size, [&](std::size_t n) { return Exact(signal[n]); });
-            TypeParam::Inverse(static_cast<int>(size), rounded.data, back.data);
+            TypeParam::Inverse(size, rounded.data, back.data);
             other +=
                 RootMeanSquareError(back, size, [&](std::size_t n) { return Exact(signal[n] * T(size)); });
         }

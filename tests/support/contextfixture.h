@@ -77,11 +77,15 @@ protected:
         alSourcei(source, AL_BUFFER, static_cast<ALint>(buffer));
     }
 
-    static ALint Get(ALuint source, ALenum parameter) {
-        ALint value = -77;
-        alGetSourcei(source, parameter, &value);
+    /// What a call that reads one number answers, -77 for a failure.
+    template <typename T>
+    static T Read(void (*get)(ALuint, ALenum, T*), ALuint name, ALenum parameter) {
+        T value = -77;
+        get(name, parameter, &value);
         return value;
     }
+
+    static ALint Get(ALuint source, ALenum parameter) { return Read(alGetSourcei, source, parameter); }
 
     void Suspend() { alcSuspendContext(reinterpret_cast<ALCcontext*>(context.get())); }
     void Resume() { alcProcessContext(reinterpret_cast<ALCcontext*>(context.get())); }

@@ -5,7 +5,6 @@
 #include <cmath>
 #include <limits>
 #include <numbers>
-#include <vector>
 
 #include "slib/exception.h"
 #include "tests/support/signals.h"
@@ -49,10 +48,6 @@ struct Path {
     bool silent = false;
 };
 
-Signal Constant(std::size_t count) {
-    return Signal(count, 1.0F);
-}
-
 double Level(const Signal& signal, double frequency, double rate = 48000) {
     return std::abs(SpectrumAt(signal, pi2 * frequency / rate));
 }
@@ -87,7 +82,7 @@ TEST(FilterStage, SecondOrder_FollowsTheButterworthCurve) {
 }
 
 TEST(FilterStage, SecondOrder_StaysStableAtTheLowestGainAndAHighRate) {
-    const Signal output = Path{.tables = Tables(192000)}.Run(Filter(1, 2e-6F, 1, 2), Constant(400000));
+    const Signal output = Path{.tables = Tables(192000)}.Run(Filter(1, 2e-6F, 1, 2), Signal(400000, 1));
     EXPECT_NEAR(output.back(), 1, 0.001);
 }
 
@@ -119,21 +114,21 @@ TEST(FilterStage, GainStepsOfASine_DontClick) {
 
 TEST(FilterStage, Fade_EndsAtTheFloorAndThenInSilenceWithCleanMemory) {
     Path path;
-    path.Run(Filter(1, 0.5F), Constant(512));
-    const Signal fade = path.Run(Filter(0, 0.5F), Constant(2048), 2048);
+    path.Run(Filter(1, 0.5F), Signal(512, 1));
+    const Signal fade = path.Run(Filter(0, 0.5F), Signal(2048, 1), 2048);
     EXPECT_NEAR(20 * std::log10(fade[720]), -30, 0.5);
     EXPECT_NEAR(20 * std::log10(fade[1435]), -60, 0.5);
     EXPECT_NEAR(fade.back(), 0, 1e-7);
     EXPECT_FALSE(path.silent);
-    path.Run(Filter(0, 0.5F), Constant(512));
+    path.Run(Filter(0, 0.5F), Signal(512, 1));
     EXPECT_TRUE(path.silent);
     EXPECT_EQ(path.state.memory[0], (std::array<float, 4>{}));
     EXPECT_EQ(path.state.gainHF, 0);
-    path.Run(Filter(1), Constant(5));
+    path.Run(Filter(1), Signal(5, 1));
     EXPECT_EQ(path.state.gain, 0.001F);
     for (const FilterParameters& closed : {Filter(1, 0), Filter(1, 1, 0)}) {
         Path other;
-        other.Run(closed, Constant(512));
+        other.Run(closed, Signal(512, 1));
         EXPECT_TRUE(other.silent);
     }
 }
@@ -142,13 +137,13 @@ TEST(FilterStage, ScaledFloor_MovesAScaledGainByTheSameSteps) {
     constexpr float scale = 1.0F / 32768;
     Path plain, scaled{.settings = {.gainFactor = scale, .floorScale = scale}};
     for (const float gain : {1.0F, 0.0F, 0.0F, 0.0F, 0.0F, 0.3F, 0.3F}) {
-        plain.Run(Filter(gain), Constant(512));
-        scaled.Run(Filter(gain), Constant(512));
+        plain.Run(Filter(gain), Signal(512, 1));
+        scaled.Run(Filter(gain), Signal(512, 1));
         EXPECT_EQ(scaled.state.gain, plain.state.gain * scale);
     }
     Path risen{.settings = {.floorScale = scale}};
-    risen.Run(Filter(0), Constant(5));
-    risen.Run(Filter(1), Constant(5));
+    risen.Run(Filter(0), Signal(5, 1));
+    risen.Run(Filter(1), Signal(5, 1));
     for (const float gain : {risen.state.gain, risen.state.gainHF, risen.state.gainLF})
         EXPECT_EQ(gain, 0.001F * scale);
 }
@@ -222,16 +217,16 @@ TEST(FilterStage, GainsThatAreNoGains_EndInSilenceAndLeaveNothingBehind) {
                                 Settings{.gainFactor = -1}, Settings{.hfFactor = nan},
                                 Settings{.hfFactor = -inf}, Settings{.gainFactor = 0, .floorScale = 0}}) {
         Path path;
-        path.Run(Filter(1, 0.5F), Constant(512));
+        path.Run(Filter(1, 0.5F), Signal(512, 1));
         path.settings = bad;
-        for (const float y : path.Run(Filter(1, 0.5F), Constant(20480)))
+        for (const float y : path.Run(Filter(1, 0.5F), Signal(20480, 1)))
             ASSERT_TRUE(y >= -1e-7F && y <= 1.0001F) << y;
         EXPECT_TRUE(path.silent || bad.floorScale == 0);
         path.settings = {};
-        EXPECT_NEAR(path.Run(Filter(1, 0.5F), Constant(20480)).back(), 1, 1e-5);
+        EXPECT_NEAR(path.Run(Filter(1, 0.5F), Signal(20480, 1)).back(), 1, 1e-5);
     }
     Path path{.settings = {.gainFactor = 1e38F, .hfFactor = 7}};
-    EXPECT_EQ(path.Run(Filter(1), Constant(512)).back(), 1e15F);
+    EXPECT_EQ(path.Run(Filter(1), Signal(512, 1)).back(), 1e15F);
 }
 
 TEST(FilterStage, MemoryOfSamplesNotFiniteOrOfTheOtherOrder_IsNotTakenOver) {
@@ -239,7 +234,7 @@ TEST(FilterStage, MemoryOfSamplesNotFiniteOrOfTheOtherOrder_IsNotTakenOver) {
         for (const int order : {1, 2}) {
             Path path;
             path.Run(Filter(1, 0.01F, 0.5F, std::isfinite(before) ? 2 : order), Signal(512, before));
-            for (const float y : path.Run(Filter(1, 0.01F, 0.5F, order), Constant(2048)))
+            for (const float y : path.Run(Filter(1, 0.01F, 0.5F, order), Signal(2048, 1)))
                 ASSERT_LT(std::abs(y), 2) << before << ", order " << order;
         }
     }

@@ -22,7 +22,6 @@
 #include "slib/files.h"
 #include "tests/support/failure.h"
 #include "tests/support/process.h"
-#include "tests/support/recording.h"
 #include "tests/support/recordinglog.h"
 #include "tests/support/temporaryfolder.h"
 

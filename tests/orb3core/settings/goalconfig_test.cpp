@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <string>
 
 #include "orb3core/settings/audiorendererconfig.h"
@@ -44,24 +45,20 @@ TEST(GoalConfig, WithoutOptionalKeys_ReadsTheirDefaultsAndWritesBackTheOthers) {
 }
 
 TEST(GoalConfig, EachFlag_HasAKeyOfItsOwn) {
-    struct Row {
-        const char* key;
-        bool GoalConfig::*field;
-    };
-    for (const Row& row : {Row{"IsLoggingVerbose", &GoalConfig::isLoggingVerbose},
-                           {"IsSuspendSupported", &GoalConfig::isSuspendSupported},
-                           {"MeasureOutputPeak", &GoalConfig::measureOutputPeak},
-                           {"UseParallelDecoder", &GoalConfig::useParallelDecoder},
-                           {"OnlyOneReverb", &GoalConfig::onlyOneReverb},
-                           {"IgnoreGameSampleRate", &GoalConfig::ignoreGameSampleRate},
-                           {"ReleaseASIOInBackground", &GoalConfig::releaseASIOInBackground},
-                           {"MasqueradeAsGenericSoftware", &GoalConfig::masqueradeAsGenericSoftware},
-                           {"MasqueradeAsGenericHardware", &GoalConfig::masqueradeAsGenericHardware}}) {
-        SCOPED_TRACE(row.key);
+    const std::map<std::string, bool GoalConfig::*> flags{
+        {"IsLoggingVerbose", &GoalConfig::isLoggingVerbose},
+        {"IsSuspendSupported", &GoalConfig::isSuspendSupported},
+        {"MeasureOutputPeak", &GoalConfig::measureOutputPeak},
+        {"UseParallelDecoder", &GoalConfig::useParallelDecoder},
+        {"OnlyOneReverb", &GoalConfig::onlyOneReverb},
+        {"IgnoreGameSampleRate", &GoalConfig::ignoreGameSampleRate},
+        {"ReleaseASIOInBackground", &GoalConfig::releaseASIOInBackground},
+        {"MasqueradeAsGenericSoftware", &GoalConfig::masqueradeAsGenericSoftware},
+        {"MasqueradeAsGenericHardware", &GoalConfig::masqueradeAsGenericHardware}};
+    for (const auto& [key, field] : flags) {
         GoalConfig expected = ReadWith("Order", "2");
-        expected.*row.field = !(expected.*row.field);
-        const auto flipped = ReadWith(row.key, expected.*row.field ? "True" : "False");
-        EXPECT_EQ(flipped, expected);
+        expected.*field = !(expected.*field);
+        EXPECT_EQ(ReadWith(key, expected.*field ? "True" : "False"), expected) << key;
     }
 }
 
