@@ -104,11 +104,8 @@ public:
     /// Frees the block. `columns` stays.
     void clear() { Adopt(nullptr, 0, columns, 0); }
 
-    /// Assigns `value` to every element in use.
-    void fill(const T& value) {
-        const T copy(value);
-        std::fill(begin(), end(), copy);
-    }
+    /// Assigns `value`, which may be an element, to every element in use.
+    void fill(const T& value) { std::fill(begin(), end(), T(value)); }
 
     T& operator[](std::size_t index) {
         assert(index < size);
