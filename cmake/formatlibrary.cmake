@@ -7,7 +7,7 @@ if(TESSARUNE_FORMAT_LIBRARY)
     return()
 endif()
 add_custom_command(OUTPUT ${format_library}
-    COMMAND tessarune_library_tool build ${format_library}
+    COMMAND library_maker ${format_library}
     DEPENDS tessarune_design
     USES_TERMINAL
     COMMENT "Designing the format library" VERBATIM)

@@ -46,8 +46,10 @@ endfunction()
 
 # tessarune_unite(TARGET): compiles its sources as a few texts, as most of the time goes into headers. A build from nothing
 # takes half the time so; the presets for work on the tree do without, so that a source that forgets an include fails.
-function(tessarune_unite target)
+if(TESSARUNE_UNITY)
     find_package(Python3 QUIET COMPONENTS Interpreter)
+endif()
+function(tessarune_unite target)
     if(NOT TESSARUNE_UNITY OR NOT Python3_FOUND)
         return()
     endif()

@@ -1,8 +1,9 @@
 #include "library/diffusefield.h"
 
-#include <Eigen/Dense>
+#include <Eigen/LU>
 #include <algorithm>
 #include <cmath>
+#include <complex>
 
 #include "library/erb.h"
 #include "library/headfourier.h"
@@ -29,9 +30,24 @@ Eigen::VectorXd Smoothed(const Eigen::VectorXd& power, double binWidth, double b
     return result;
 }
 
-// The Hermitian square root.
+// The Hermitian square root R of a covariance C: by Cayley and Hamilton R^2 + det R = R tr R, and (tr R)^2 is
+// tr C + 2 det R.
 Eigen::Matrix2cd Root(const Eigen::Matrix2cd& covariance) {
-    return Eigen::SelfAdjointEigenSolver<Eigen::Matrix2cd>(covariance).operatorSqrt();
+    const double determinant = std::sqrt(std::max(covariance.determinant().real(), 0.0));
+    const double trace = std::sqrt(covariance.trace().real() + 2 * determinant);
+    if (!(trace > 0)) return Eigen::Matrix2cd::Zero();
+    return (covariance + determinant * Eigen::Matrix2cd::Identity()) / trace;
+}
+
+// The unitary factor U of M = U P, with P Hermitian: P + det P P^-1 = tr P, and det P P^-1 is, but for the
+// phase of det M, the adjugate of M^H times U.
+Eigen::Matrix2cd Unitary(const Eigen::Matrix2cd& m) {
+    const std::complex<double> determinant = m.determinant();
+    const double size = std::abs(determinant), trace = std::sqrt(m.squaredNorm() + 2 * size);
+    if (!(trace > 0)) return Eigen::Matrix2cd::Identity();
+    Eigen::Matrix2cd adjugate;
+    adjugate << m(1, 1), -m(1, 0), -m(0, 1), m(0, 0);
+    return (m + (size > 0 ? determinant / size : 1) * adjugate.conjugate()) / trace;
 }
 
 }  // namespace
@@ -57,8 +73,7 @@ Eigen::Matrix2cd EarCovariance(const Eigen::VectorXd& areas, const Eigen::Vector
 Eigen::Matrix2cd CovarianceMatch(const Eigen::Matrix2cd& actual, const Eigen::Matrix2cd& target) {
     const Eigen::Matrix2cd helped = actual + 1e-6 * actual.trace().real() * Eigen::Matrix2cd::Identity();
     const Eigen::Matrix2cd from = Root(helped), to = Root(target);
-    const Eigen::JacobiSVD<Eigen::Matrix2cd> svd(to * from, Eigen::ComputeFullU | Eigen::ComputeFullV);
-    return to * svd.matrixU() * svd.matrixV().adjoint() * from.inverse();
+    return to * Unitary(to * from) * from.inverse();
 }
 
 }  // namespace design

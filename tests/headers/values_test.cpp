@@ -1,7 +1,6 @@
 // The values of the tokens: games were compiled with them, so each is fixed for good. tokens.txt has a name
 // and its number in each line.
 
-#include "AL/tessarune.h"
 #include "app/goaldll/alcenums.h"
 #include "app/goaldll/alenums.h"
 
@@ -27,8 +26,6 @@ TEST(TokenTables, HaveEveryPublishedTokenOnceWithItsValue) {
     for (const auto& table : {AlEnums(), AlcEnums()})
         for (const EnumRow& row : table)
             EXPECT_TRUE(known.emplace(row.name, row.value).second) << row.name;
-    EXPECT_EQ(AlEnums().size(), 281U);
-    EXPECT_EQ(AlcEnums().size(), 30U);
     EXPECT_EQ(known, published);
 }
 

@@ -8,9 +8,9 @@
 #include <fstream>
 #include <numbers>
 
+#include "library/check/headcheck.h"
 #include "library/diffusefield.h"
 #include "library/erb.h"
-#include "library/headcheck.h"
 #include "library/headcoverage.h"
 #include "library/headpreparation.h"
 #include "library/magls.h"

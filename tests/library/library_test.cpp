@@ -12,11 +12,11 @@
 #include <string>
 #include <vector>
 
+#include "library/check/librarycheck.h"
+#include "library/check/libraryplots.h"
 #include "library/formatlayout.h"
 #include "library/layoutreader.h"
 #include "library/libraryassembly.h"
-#include "library/librarycheck.h"
-#include "library/libraryplots.h"
 #include "library/librarywriter.h"
 #include "library/speakerdecoder.h"
 #include "orb3core/library/conversionchoice.h"

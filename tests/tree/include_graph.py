@@ -37,8 +37,10 @@ LEVELS = [
     ["goal"],
     ["app/goaldll"],
     ["library"],
+    ["library/check"],
     ["tools/support", "tools/presets"],
     ["tools/library", "tools/config", "tools/run", "tools/demo", "tools/info"],
+    ["tools/library/maker"],
 ]
 LEVEL_OF = {room: level for level, rooms in enumerate(LEVELS) for room in rooms}
 FREE = ("tests", "bench", "fuzz")  # see everything

@@ -5,9 +5,10 @@
 #include <utility>
 #include <vector>
 
-#include "library/librarycheck.h"
+#include "library/check/librarycheck.h"
 #include "slib/exception.h"
 #include "tools/library/commands.h"
+#include "tools/library/making.h"
 #include "tools/library/opening.h"
 #include "tools/support/table.h"
 

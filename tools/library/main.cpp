@@ -3,6 +3,7 @@
 #include <string>
 
 #include "tools/library/commands.h"
+#include "tools/library/making.h"
 #include "tools/library/opening.h"
 
 namespace {

@@ -49,9 +49,4 @@ int RateOf(const orb3::fl::FormatLibrarian& library) {
     return std::ranges::find(rates, 48000) != rates.end() ? 48000 : rates.front();
 }
 
-std::string HeadFile(const std::string& chosen) {
-    if (!chosen.empty()) return chosen;
-    return std::filesystem::exists(systemHead) ? systemHead : "";
-}
-
 }  // namespace tool

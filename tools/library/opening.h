@@ -22,10 +22,4 @@ std::unique_ptr<orb3::fl::FormatRegistrar> OpenToChange(const std::string& path)
 /// slib::BadDataException for a library without transforms.
 int RateOf(const orb3::fl::FormatLibrarian& library);
 
-/// The measured head that comes with the system, where the package is installed.
-inline constexpr const char* systemHead = "/usr/share/libmysofa/default.sofa";
-
-/// `chosen`, or else the system's head, or else nothing.
-std::string HeadFile(const std::string& chosen);
-
 }  // namespace tool

@@ -4,11 +4,12 @@
 #include <memory>
 #include <numbers>
 
+#include "library/check/libraryplots.h"
 #include "library/formatlayout.h"
-#include "library/libraryplots.h"
 #include "slib/exception.h"
 #include "slib/files.h"
 #include "tools/library/commands.h"
+#include "tools/library/making.h"
 #include "tools/library/opening.h"
 
 namespace tool {

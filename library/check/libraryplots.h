@@ -2,10 +2,10 @@
 
 // The plots of a decoder, ready to be drawn. Called by the program that draws libraries; pure functions.
 
+#include "library/check/librarycheck.h"
+#include "library/check/svgplot.h"
 #include "library/headdata.h"
 #include "library/layouts.h"
-#include "library/librarycheck.h"
-#include "library/svgplot.h"
 
 namespace design {
 

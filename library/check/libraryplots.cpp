@@ -1,9 +1,9 @@
-#include "library/libraryplots.h"
+#include "library/check/libraryplots.h"
 
 #include <cmath>
 #include <numbers>
 
-#include "library/acousticcheck.h"
+#include "library/check/acousticcheck.h"
 #include "library/fieldbasis.h"
 #include "library/headdecoder.h"
 

@@ -1,4 +1,4 @@
-#include "library/acousticcheck.h"
+#include "library/check/acousticcheck.h"
 
 #include <algorithm>
 #include <cmath>

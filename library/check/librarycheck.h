@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "library/headcheck.h"
+#include "library/check/headcheck.h"
 #include "library/layouts.h"
 #include "orb3core/library/formatlibrarian.h"
 

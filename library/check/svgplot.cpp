@@ -1,4 +1,4 @@
-#include "library/svgplot.h"
+#include "library/check/svgplot.h"
 
 #include <algorithm>
 #include <array>

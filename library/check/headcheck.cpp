@@ -1,4 +1,4 @@
-#include "library/headcheck.h"
+#include "library/check/headcheck.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,11 +1,11 @@
-#include "library/librarycheck.h"
+#include "library/check/librarycheck.h"
 
 #include <algorithm>
 #include <cmath>
 #include <exception>
 #include <numbers>
 
-#include "library/acousticcheck.h"
+#include "library/check/acousticcheck.h"
 #include "library/fieldbasis.h"
 #include "library/formatlayout.h"
 #include "library/headpreparation.h"
