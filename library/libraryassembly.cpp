@@ -1,9 +1,12 @@
 #include "library/libraryassembly.h"
 
 #include <cmath>
+#include <functional>
+#include <future>
 #include <map>
 #include <numbers>
 #include <utility>
+#include <vector>
 
 #include "library/headdecoder.h"
 #include "library/headpreparation.h"
@@ -51,6 +54,17 @@ Conversion MakeConversion(std::string from, std::string to, std::string method, 
 
 void StoreTransform(const Conversion& conversion, const Transform& transform, FormatRegistrar& library) {
     library.storeTransform(conversion, {.possible = true}, transform);
+}
+
+// Stores what `design` makes for each of the rates, side by side.
+void StoreDesigns(const Conversion& conversion, const std::vector<int>& rates,
+                  const std::function<Transform(int rate)>& design, FormatRegistrar& library) {
+    std::vector<std::future<Transform>> designs;
+    designs.reserve(rates.size());
+    for (const int rate : rates)
+        designs.push_back(std::async(std::launch::async, design, rate));
+    for (std::future<Transform>& made : designs)
+        StoreTransform(conversion, made.get(), library);
 }
 
 void StoreSpatialFormat(unsigned order, FormatRegistrar& library) {
@@ -150,15 +164,19 @@ HeadMethod RigidSphere(const LibraryPlan& plan) {
     return method;
 }
 
-void StoreHeadDecoders(const HeadMethod& method, const std::string& headphones, FormatRegistrar& library) {
+void StoreHeadDecoders(const HeadMethod& method, const std::vector<int>& rates, const std::string& headphones,
+                       FormatRegistrar& library) {
     StoreMethod(method.text, library);
     for (unsigned order = 1; order <= greatestOrder; ++order) {
         const Conversion conversion =
             MakeConversion(SpatialFormatTag(order), headphones, method.text.tag, method.priority);
         library.storeConversion(conversion);
-        for (const auto& [rate, head] : method.heads)
-            StoreTransform(conversion, DesignMagls(head, {.order = order, .frontalEnergy = frontalEnergy}),
-                           library);
+        StoreDesigns(
+            conversion, rates,
+            [&](int rate) {
+                return DesignMagls(method.heads.at(rate), {.order = order, .frontalEnergy = frontalEnergy});
+            },
+            library);
     }
 }
 
@@ -202,10 +220,10 @@ void StoreHeadphones(const LibraryPlan& plan, FormatRegistrar& library) {
     const SpeakerLayout& layout = LayoutOf(plan, StandardFormat::HeadphoneStereo);
     const std::string headphones = orb3::MakeFormatTag(layout.name);
     StoreLayoutFormat(layout, library);
-    StoreHeadDecoders(RigidSphere(plan), headphones, library);
+    StoreHeadDecoders(RigidSphere(plan), plan.rates, headphones, library);
     if (plan.sofaPath.empty()) return;
     const HeadMethod measured = MeasuredHead(plan);
-    StoreHeadDecoders(measured, headphones, library);
+    StoreHeadDecoders(measured, plan.rates, headphones, library);
     StoreVirtualSpeakers(measured, LayoutOf(plan, StandardFormat::Surround71), headphones, library);
 }
 
@@ -238,9 +256,10 @@ void AddSpeakerLayout(const SpeakerLayout& added, const std::vector<int>& rates,
                 MakeConversion(SpatialFormatTag(order), format, DescribeMethod(method).tag,
                                static_cast<Priority>(PriorityOf(method)));
             library.storeConversion(conversion);
-            for (const int rate : rates)
-                StoreTransform(conversion, DesignSpeakerDecoder(layout, order, method, rate).transform,
-                               library);
+            StoreDesigns(
+                conversion, rates,
+                [&](int rate) { return DesignSpeakerDecoder(layout, order, method, rate).transform; },
+                library);
         }
     }
 }
