@@ -33,6 +33,9 @@ COMPILED_ONLY = ("bench",)
 LOCKS_CHECKED = ("src", "library", "tools")
 # The analyser follows the designer's matrices into Eigen, and takes blocks of it for leaked or not set.
 NOT_ANALYSED = ("library",)
+# Benches take no time, and all fuzz targets define the same function.
+ALONE = COMPILED_ONLY + ("fuzz",)
+TOGETHER = 16
 
 
 def commands(build, tree):
@@ -102,9 +105,10 @@ def groups_of(due, tree):
     def kind(source):
         return [word for word in due[names[source]][2] if word != str(source) and not word.startswith("-I")]
 
-    compiled_only = [name for name in due if name.startswith(COMPILED_ONLY)]
-    others = [tree / name for name in due if not name.startswith(COMPILED_ONLY)]
-    return [[name] for name in compiled_only] + [[names[source] for source in group] for group in together.groups(others, kind)]
+    alone = [name for name in due if name.startswith(ALONE)]
+    others = [tree / name for name in due if not name.startswith(ALONE)]
+    found = [[names[source] for source in group] for group in together.groups(others, kind, TOGETHER)]
+    return [[name] for name in alone] + found
 
 
 def key_of(check_command, command, files, digests, common):
@@ -198,7 +202,7 @@ def main():
                 stamp.write_text(key)
         return len(clean) == len(members)
 
-    groups = groups_of(due, tree)
+    groups = groups_of(due, tree)[::-1]  # the longest first, which are the programs
     print(f"lint looks at {len(due)} sources, in {len(groups)} groups.", file=sys.stderr, flush=True)
     with ThreadPoolExecutor(os.cpu_count()) as pool:
         results = list(pool.map(run, groups))

@@ -36,8 +36,8 @@ def meet(names, others):
     return any(names[name] is None or names[name] != others[name] for name in names.keys() & others.keys())
 
 
-def groups(sources, kind=lambda source: None):
-    """Lists of the sources, each of at most MOST of one `kind` that can be one text. Their order is kept."""
+def groups(sources, kind=lambda source: None, most=MOST):
+    """Lists of the sources, each of at most `most` of one `kind` that can be one text. Their order is kept."""
     found = []  # [kind, names declared, sources]
     for source in sources:
         text = pathlib.Path(source).read_text()
@@ -46,7 +46,7 @@ def groups(sources, kind=lambda source: None):
             continue
         own = own_names(text)
         for other, names, members in found:
-            if other == kind(source) and len(members) < MOST and not meet(own, names):
+            if other == kind(source) and len(members) < most and not meet(own, names):
                 names |= own
                 members.append(source)
                 break

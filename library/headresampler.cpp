@@ -2,24 +2,15 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numbers>
+
+#include "library/windowedsinc.h"
 
 namespace design {
 namespace {
 
 constexpr double zeroCrossings = 64;  // a side
-constexpr double kaiserBeta = 11;     // 110 dB in the stop band
-constexpr double cutoff = 0.95;       // of half the lower rate, so that the slope ends there
-
-double Sinc(double x) {
-    const double angle = std::numbers::pi * x;
-    return std::abs(x) < 1e-9 ? 1 : std::sin(angle) / angle;
-}
-
-double Kaiser(double x) {
-    static const double scale = 1 / std::cyl_bessel_i(0, kaiserBeta);
-    return std::abs(x) >= 1 ? 0 : scale * std::cyl_bessel_i(0, kaiserBeta * std::sqrt(1 - x * x));
-}
+constexpr double kaiserBeta = 11;
+constexpr double cutoff = 0.95;  // of half the lower rate, so that the slope ends there
 
 }  // namespace
 
@@ -32,6 +23,7 @@ Eigen::MatrixXd Resample(const Eigen::MatrixXd& signals, double fromRate, double
     }
     const double bandwidth = cutoff * std::min(1.0, toRate / fromRate);
     const double reach = zeroCrossings / bandwidth;
+    const KaiserWindow window(kaiserBeta);
     for (Eigen::Index i = 0; i < count; ++i) {
         const double at = static_cast<double>(i) * fromRate / toRate;
         const auto first = std::max<Eigen::Index>(0, static_cast<Eigen::Index>(std::ceil(at - reach)));
@@ -40,7 +32,7 @@ Eigen::MatrixXd Resample(const Eigen::MatrixXd& signals, double fromRate, double
         Eigen::RowVectorXd kernel(end - first);
         for (Eigen::Index k = first; k < end; ++k) {
             const double distance = at - static_cast<double>(k);
-            kernel[k - first] = bandwidth * Sinc(bandwidth * distance) * Kaiser(distance / reach);
+            kernel[k - first] = bandwidth * Sinc(bandwidth * distance) * window(distance / reach);
         }
         result.row(i).noalias() = kernel * signals.middleRows(first, end - first);
     }

@@ -4,22 +4,15 @@
 #include <cmath>
 #include <numbers>
 
+#include "library/windowedsinc.h"
+
 namespace design {
 namespace {
 
 using Eigen::Index;
 using std::numbers::pi;
 
-double Sinc(double x) {
-    return x == 0 ? 1 : std::sin(pi * x) / (pi * x);
-}
-
-// Kaiser's window (1974) at -1 to 1; beta 7 keeps side lobes below -70 dB.
-double Kaiser(double x) {
-    const double beta = 7;
-    if (std::abs(x) >= 1) return 0;
-    return std::cyl_bessel_i(0.0, beta * std::sqrt(1 - x * x)) / std::cyl_bessel_i(0.0, beta);
-}
+const KaiserWindow window(7);
 
 // The phase that QuarterTurn aims at, as a share of a quarter, from 0 at `turn` = 0 to 1 at 1.
 double Eased(double turn) {
@@ -54,7 +47,7 @@ TimedResponse LowPass(double frequency, double sampleRate) {
     for (Index i = -half; i <= half; ++i) {
         const double t = static_cast<double>(i);
         filter.taps[i + half] =
-            Sinc(2 * frequency / sampleRate * t) * Kaiser(t / static_cast<double>(half + 1));
+            Sinc(2 * frequency / sampleRate * t) * window(t / static_cast<double>(half + 1));
     }
     filter.taps /= filter.taps.sum();
     return filter;
@@ -74,7 +67,7 @@ TimedResponse QuarterTurn(double sign, double sampleRate) {
                 std::cos(2 * pi * frequency / sampleRate * static_cast<double>(i) + phase) / bins;
     }
     for (Index i = -half; i <= half; ++i)
-        filter.taps[i + half] *= Kaiser(static_cast<double>(i) / static_cast<double>(half + 1));
+        filter.taps[i + half] *= window(static_cast<double>(i) / static_cast<double>(half + 1));
     return filter;
 }
 
@@ -89,7 +82,7 @@ TimedResponse Delay(double seconds, double sampleRate) {
     TimedResponse filter{static_cast<Index>(whole) - half, Eigen::VectorXd(2 * half + 1)};
     for (Index i = 0; i < filter.taps.size(); ++i) {
         const double t = static_cast<double>(filter.first + i) - samples;
-        filter.taps[i] = Sinc(t) * Kaiser(t / (half + 1.0));
+        filter.taps[i] = Sinc(t) * window(t / (half + 1.0));
     }
     filter.taps /= filter.taps.sum();
     return filter;

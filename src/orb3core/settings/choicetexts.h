@@ -3,39 +3,26 @@
 // The texts by which settings that are enumerations are stored and shown. Used by the table of settings and
 // by the reader of the machine's own; no state.
 
-#include <algorithm>
-#include <array>
-#include <cstddef>
-#include <optional>
-#include <string_view>
-
 #include "orb3core/settings/goalconfig.h"
 #include "platform/platformsettings.h"
+#include "slib/enumtexts.h"
 
 namespace orb3 {
 
-/// Of each enumeration, indexed by its values.
+/// Of each enumeration that is a setting.
 template <typename Enum>
-inline constexpr std::array<std::string_view, 0> choiceTexts;
+inline constexpr auto choiceTexts = slib::MakeEnumTexts<Enum>();
 
 template <>
-inline constexpr std::array<std::string_view, 5> choiceTexts<SampleRateConversion>{"Off", "Linear", "SincLow",
-                                                                                   "SincMedium", "SincHigh"};
+inline constexpr auto choiceTexts<SampleRateConversion> =
+    slib::MakeEnumTexts<SampleRateConversion>("Off", "Linear", "SincLow", "SincMedium", "SincHigh");
 
 template <>
-inline constexpr std::array<std::string_view, 3> choiceTexts<EffectsQuality>{"Low", "Medium", "High"};
+inline constexpr auto choiceTexts<EffectsQuality> = slib::MakeEnumTexts<EffectsQuality>("Low", "Medium",
+                                                                                        "High");
 
 template <>
-inline constexpr std::array<std::string_view, 3> choiceTexts<platform::PlatformSettings::Output>{
-    "Auto", "Silent", "WaveFile"};
-
-/// The value with exactly this text; nothing when there is none.
-template <typename Enum>
-std::optional<Enum> FindChoice(std::string_view text) {
-    const auto& texts = choiceTexts<Enum>;
-    const auto found = std::find(texts.begin(), texts.end(), text);
-    if (found == texts.end()) return std::nullopt;
-    return static_cast<Enum>(found - texts.begin());
-}
+inline constexpr auto choiceTexts<platform::PlatformSettings::Output> =
+    slib::MakeEnumTexts<platform::PlatformSettings::Output>("Auto", "Silent", "WaveFile");
 
 }  // namespace orb3

@@ -14,7 +14,7 @@ using platform::PlatformSettings;
 using Output = PlatformSettings::Output;
 
 Output ReadOutput(const std::string& text, const std::string& waveFile, slib::Log& log) {
-    const std::optional<Output> output = text.empty() ? Output::Auto : FindChoice<Output>(text);
+    const std::optional<Output> output = text.empty() ? Output::Auto : choiceTexts<Output>.Find(text);
     if (!output)
         log.Write("The setting '/Platform/Output' is '" + text +
                       "', which is none of 'Auto', 'Silent' and 'WaveFile'.",

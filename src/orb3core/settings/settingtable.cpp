@@ -91,20 +91,20 @@ std::string NumberText(const typename Field::Record& record) {
 // A word that is none of the choices reads as the default.
 template <typename Field>
 void ReadChoice(const Setting&, std::string_view text, typename Field::Record& record) {
-    Field::Set(record, FindChoice<typename Field::Value>(text).value_or(DefaultOf<Field>()));
+    Field::Set(record, choiceTexts<typename Field::Value>.Find(text).value_or(DefaultOf<Field>()));
 }
 
 template <typename Field>
 std::string ChoiceText(const typename Field::Record& record) {
-    const auto& texts = choiceTexts<typename Field::Value>;
-    const auto index = static_cast<std::size_t>(Field::Get(record));
-    if (index >= texts.size()) slib::ThrowUnreachable("orb3core/goalconfig", __LINE__);
-    return std::string(texts[index]);
+    const auto& choices = choiceTexts<typename Field::Value>;
+    const auto value = Field::Get(record);
+    if (!choices.Has(value)) slib::ThrowUnreachable("orb3core/goalconfig", __LINE__);
+    return choices.TextOf(value);
 }
 
 template <typename Enum>
 std::vector<std::string> ChoicesOf() {
-    return {choiceTexts<Enum>.begin(), choiceTexts<Enum>.end()};
+    return {choiceTexts<Enum>.texts.begin(), choiceTexts<Enum>.texts.end()};
 }
 
 template <typename Field>
