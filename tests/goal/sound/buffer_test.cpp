@@ -53,6 +53,7 @@ TEST(BufferFormats, OfPcm_HaveTheChannelsAndSamplesOfTheirKind) {
     }
     ExpectPcm(AL_FORMAT_MONO_DOUBLE_EXT, arrangements[0], 8, 1, 0);
     ExpectPcm(AL_FORMAT_STEREO_DOUBLE_EXT, arrangements[1], 8, 1, 0);
+    EXPECT_THROW(Buffer(1, 0x1104, 44100, nullptr, 0, true), slib::BadParameterException);
 }
 
 TEST(BufferFormats, OfIma4_HaveBlocksOf65FramesBehindAHeader) {
