@@ -76,6 +76,8 @@ TEST(DiffuseField, CovarianceMatch_ReachesTheTargetByTheLeastChange) {
     EXPECT_LT((mixing * actual * mixing.adjoint() - target).norm(), 1e-4);
     EXPECT_LT((mixing - mixing.adjoint()).norm(), 1e-4);  // the solution of least change is Hermitian
     EXPECT_LT((CovarianceMatch(target, target) - Eigen::Matrix2cd::Identity()).norm(), 1e-4);
+    const Eigen::Matrix2cd alike = Eigen::Matrix2cd::Ones(), toAlike = CovarianceMatch(actual, alike);
+    EXPECT_LT((toAlike * actual * toAlike.adjoint() - alike).norm(), 1e-4);
 }
 
 TEST(SofaReader, ADummyHead_HearsTheLeftAtTheLeftFirst) {
