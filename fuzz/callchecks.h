@@ -52,7 +52,7 @@ inline std::string BytesOfBase(const goal::SourceBaseParameters& s) {
         s.directFilterGainHFAuto, s.auxSendFilterGainAuto, s.auxSendFilterGainHFAuto);
     bytes += BytesOfFilter(s.directFilter);
     for (const auto& send : s.sends)
-        bytes += BytesOf(send.slotName, send.filterName) + BytesOfFilter(send.filter);
+        bytes += BytesOf(send.slotName, send.filterName, send.slotSerial) + BytesOfFilter(send.filter);
     return bytes;
 }
 
@@ -84,8 +84,12 @@ inline std::string BytesOfGlobals(const goal::GlobalParameters& g) {
                    g.listenerPosition, g.listenerVelocity, g.listenerAt, g.listenerUp, g.metersPerUnit);
 }
 
+inline std::uint32_t CountOf(const std::unique_ptr<goal::DeletedBuffers>& deleted) {
+    return deleted == nullptr ? 0 : deleted->buffers.size;
+}
+
 inline std::string BytesOfState(const goal::SuspendedState& state) {
-    std::string bytes = BytesOfGlobals(state) + BytesOf(state.deletedBuffers.size);
+    std::string bytes = BytesOfGlobals(state) + BytesOf(CountOf(state.deletedBuffers));
     for (const goal::Source& source : state.sources)
         bytes += BytesOf(source.deleted, source.parametersDirty, source.queueDirty, source.stateChanged,
                          source.unqueuedCount) +
@@ -138,25 +142,29 @@ inline BufferSet CheckPool(const World& world) {
 /// The buffers that have no name any more, and that a copy is to free.
 inline BufferSet Retired(const goal::Context& context) {
     BufferSet retired;
-    for (const auto* list : {&context.application.deletedBuffers, &context.suspended.deletedBuffers})
-        for (const goal::Buffer* buffer : *list) {
+    for (const auto* deleted :
+         {context.application.deletedBuffers.get(), context.suspended.deletedBuffers.get()}) {
+        if (deleted == nullptr) continue;
+        for (const goal::Buffer* buffer : deleted->buffers) {
             Require(retired.insert(buffer).second, "a buffer is to be freed twice");
             Require(buffer->useCount == 0, "a buffer is to be freed that calls see in a queue");
         }
+    }
     return retired;
 }
 
-template <typename Sources>
-void CheckQueues(const Sources& sources, const BufferSet& named, const BufferSet& retired) {
-    for (const goal::Source& source : sources) {
-        if (source.deleted) continue;
-        for (const goal::Buffer* buffer : source.queue) {
-            Require(named.count(buffer) + retired.count(buffer) == 1,
-                    "a queue refers to a buffer that is gone");
-            Require(named.count(buffer) == 1 || buffer->ownsData,
-                    "a queue refers to the memory of a static buffer that its program may have freed");
-        }
+inline void CheckQueue(const goal::Source& source, const BufferSet& named, const BufferSet& retired) {
+    if (source.deleted) return;
+    for (const goal::Buffer* buffer : source.queue) {
+        Require(named.count(buffer) + retired.count(buffer) == 1, "a queue refers to a buffer that is gone");
+        Require(named.count(buffer) == 1 || buffer->ownsData,
+                "a queue refers to the memory of a static buffer that its program may have freed");
     }
+}
+
+template <typename Visitor>
+void ForEachVoice(const goal::RenderSnapshot& snapshot, const Visitor& visit) {
+    snapshot.playing.ForEach([&](std::uint32_t i) { visit(snapshot.voices[i]->source); });
 }
 
 inline void CheckBuffers(const World& world) {
@@ -166,9 +174,11 @@ inline void CheckBuffers(const World& world) {
     const BufferSet retired = Retired(*context);
     for (const goal::Buffer* buffer : retired)
         Require(!named.contains(buffer), "a buffer has a name and is to be freed");
-    CheckQueues(TargetState(*context).sources, named, {});
-    CheckQueues(context->application.sources, named, retired);
-    CheckQueues(context->snapshot.sources, named, retired);
+    for (const goal::Source& source : TargetState(*context).sources)
+        CheckQueue(source, named, {});
+    for (const goal::Source& source : context->application.sources)
+        CheckQueue(source, named, retired);
+    ForEachVoice(context->snapshot, [&](const goal::Source& source) { CheckQueue(source, named, retired); });
 }
 
 // ---- Sources ----
@@ -200,20 +210,34 @@ inline bool IsSameSource(const goal::Source& a, const goal::Source& b) {
     return a.deleted == b.deleted && (a.deleted || (BytesOfBase(a) == BytesOfBase(b) && IsSameQueue(a, b)));
 }
 
+inline bool IsPlaying(const goal::Source& source) {
+    return !source.deleted && source.state == goal::SourceState::Playing;
+}
+
+inline bool IsSameSlot(const goal::AuxSlotParameters& slot, const goal::RenderedSlot& rendered) {
+    const goal::EffectParametersPtr none;
+    return BytesOf(slot.gain, slot.auxiliarySendAuto) == BytesOf(rendered.gain, rendered.auxiliarySendAuto) &&
+           BytesOfEffect(slot.effect) ==
+               BytesOfEffect(rendered.effect ? rendered.effect->parameters : none) &&
+           (!rendered.effect || rendered.effect->slotSerial == slot.serial);
+}
+
 /// What changed and isn't marked would never reach the renderer.
 inline void CheckMarks(const goal::Context& context) {
     const auto& [sources, slots] = std::tie(context.application.sources, context.application.slots);
     const goal::RenderSnapshot& snapshot = context.snapshot;
-    for (std::uint32_t i = 0; i < snapshot.sources.size; ++i) {
+    for (std::uint32_t i = 0; i < sources.size; ++i) {
         if (context.application.touched.Contains(i)) continue;
-        Require(IsSameSource(sources[i], snapshot.sources[i]), "a changed source isn't marked");
+        const bool isRendered = snapshot.playing.Contains(i);
+        Require(!isRendered || IsSameSource(sources[i], snapshot.voices[i]->source),
+                "a changed source isn't marked");
+        Require(isRendered || !IsPlaying(sources[i]), "a source that plays isn't marked");
         Require(sources[i].deleted || !sources[i].stateChanged, "a changed state isn't marked");
     }
     for (const auto& slot : slots)
         Require(!slot.deleted || !slot.effect, "a deleted slot has an effect");
-    for (std::uint32_t i = 0; i < snapshot.slots.size; ++i)
-        Require(slots[i].dirty || BytesOfSlot(slots[i]) == BytesOfSlot(snapshot.slots[i]),
-                "a changed slot isn't marked");
+    for (std::uint32_t i = 0; i < snapshot.slotCount; ++i)
+        Require(slots[i].dirty || IsSameSlot(slots[i], snapshot.slots[i]), "a changed slot isn't marked");
 }
 
 // ---- Everything ----
@@ -223,7 +247,7 @@ inline void CheckInvariants(const World& world) {
     goal::Context* const context = world.Context();
     if (context == nullptr) return;
     std::for_each(context->application.sources.begin(), context->application.sources.end(), CheckSource);
-    std::for_each(context->snapshot.sources.begin(), context->snapshot.sources.end(), CheckSource);
+    ForEachVoice(context->snapshot, CheckSource);
     CheckMarks(*context);
 }
 
@@ -232,21 +256,23 @@ inline void CheckInvariants(const World& world) {
 inline void CheckCopied(const goal::Context& context, bool isMerged) {
     const goal::RenderSnapshot& snapshot = context.snapshot;
     const goal::ApplicationState& application = context.application;
-    Require(snapshot.sources.size == application.sources.size, "the copy left a source out");
-    Require(snapshot.sourceStates.size == snapshot.sources.size, "a source of the renderer has no memory");
-    Require(snapshot.slots.size == application.slots.size, "the copy left a slot out");
-    Require(application.deletedBuffers.size == 0, "the copy left a buffer to free");
+    Require(snapshot.sourceCount == application.sources.size, "the copy left a source out");
+    Require(snapshot.slotCount == application.slots.size, "the copy left a slot out");
+    Require(application.deletedBuffers == nullptr, "the copy left a buffer to free");
     Require(BytesOfGlobals(snapshot) == BytesOfGlobals(application),
             "the copy missed what all sources share");
-    for (std::uint32_t i = 0; i < snapshot.sources.size; ++i) {
-        const goal::Source &rendered = snapshot.sources[i], &source = application.sources[i];
-        const bool isPlaying = !source.deleted && source.state == goal::SourceState::Playing;
+    for (std::uint32_t i = 0; i < application.sources.size; ++i) {
+        const goal::Source& source = application.sources[i];
         Require(!application.touched.Contains(i), "the copy left a mark");
-        Require(snapshot.playing.Contains(i) == isPlaying, "the copy lost count of what plays");
-        Require(source.deleted || !isMerged || BytesOfPlay(rendered) == BytesOfPlay(source),
+        Require(snapshot.playing.Contains(i) == IsPlaying(source), "the copy lost count of what plays");
+        Require((snapshot.voices[i] != nullptr) == IsPlaying(source), "a source at rest has a voice");
+        if (!IsPlaying(source)) continue;
+        const goal::Voice& voice = *snapshot.voices[i];
+        Require(!isMerged || BytesOfPlay(voice.source) == BytesOfPlay(source),
                 "the copy missed a play state");
-        Require(!source.deleted || rendered.queue.size == 0, "a deleted source holds on to buffers");
-        Require(snapshot.sourceStates[i].sends.size == rendered.sends.size, "a send has no memory");
+        Require(voice.memory.sends.size == voice.source.sends.size, "a send has no memory");
+        Require(source.queue.size == 0 || source.queue[0]->channels == voice.channels,
+                "a voice is for another number of channels");
     }
     for (const auto& slot : application.slots)
         Require(!slot.dirty, "the copy left the mark of a slot");
@@ -260,7 +286,7 @@ inline void CheckResumed(const goal::Context& context, std::uint32_t known) {
     Require(BytesOfGlobals(now) == BytesOfGlobals(seen), "a resume missed what all sources share");
     Require(now.sources.size == seen.sources.size, "a resume left a source out");
     Require(now.slots.size == seen.slots.size, "a resume left a slot out");
-    Require(seen.deletedBuffers.size == 0, "a resume left a buffer to free");
+    Require(seen.deletedBuffers == nullptr, "a resume left a buffer to free");
     for (std::uint32_t i = 0; i < known; ++i) {
         const goal::Source &source = now.sources[i], &changed = seen.sources[i];
         Require(IsSameSource(source, changed), "a resume missed a change of a source");

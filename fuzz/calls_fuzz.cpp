@@ -5,12 +5,14 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string>
 
 #include "fuzz/callchecks.h"
 #include "fuzz/calltable.h"
 #include "goal/dsp/samplerateconverter.h"
+#include "goal/render/sloteffect.h"
 
 namespace {
 
@@ -26,17 +28,14 @@ void CopyStep(World& world) {
     goal::Context* const context = world.Context();
     if (context == nullptr) return;
     goal::MarkBufferUsage(*context);
-    static const goal::SampleRateConverter converter(goal::SincQuality::Low);
-    goal::CopyToSnapshot(context->snapshot, context->application, &converter.start);
+    goal::CopyToSnapshot(context->snapshot, context->application, world.process.engine.retired);
     calls::CheckCopied(*context, world.isMerged);
-    for (const goal::Buffer* buffer : context->snapshot.deletedBuffers)
-        delete buffer;
-    context->snapshot.deletedBuffers.clear();
 }
 
 void MergeStep(World& world) {
     goal::Context* const context = world.Context();
-    if (context != nullptr) goal::MergeProgress(context->snapshot, context->application);
+    if (context != nullptr)
+        goal::MergeProgress(context->snapshot, context->application, world.process.engine.retired);
     world.isMerged = true;
 }
 
@@ -69,8 +68,8 @@ void RenderStep(World& world) {
     goal::Context* const context = world.Context();
     if (context == nullptr) return;
     context->snapshot.playing.ForEach([&](std::uint32_t i) {
-        goal::Source& source = context->snapshot.sources[i];
-        if (source.deleted || source.state != goal::SourceState::Playing) return;
+        goal::Source& source = context->snapshot.voices[i]->source;
+        if (source.state != goal::SourceState::Playing) return;
         ReadSamples(source);
         world.isMerged = false;
         if (source.queueIndex < source.queue.size) Advance(world.input, source);
@@ -89,6 +88,11 @@ void CreateContext(World& world) {
     world.process.engine.device.context = new goal::Context(world.process.engine);
     world.process.currentContext = world.Context();
     world.isMerged = true;
+    static const goal::SampleRateConverter converter(goal::SincQuality::Low);
+    static const goal::Basis listener;
+    const goal::RenderContext run{.sampleRate = 48000, .blockFrames = 64, .listenerBasis = &listener};
+    goal::BeginRun(world.Context()->snapshot, world.Context()->application, &converter.start,
+                   std::make_shared<goal::SlotEffectBuilder>(run, 4));
 }
 
 // One of the two switches of the configuration that calls look at.

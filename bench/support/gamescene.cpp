@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cmath>
+#include <utility>
 
 #include "AL/efx.h"
 #include "AL/tessarune.h"
@@ -74,7 +75,8 @@ void GameScene::AddReverb() {
     goal::fx::SetEffectType(slot.effect, AL_EFFECT_EAXREVERB);
     slot.effect->setParameterf(AL_EAXREVERB_ECHO_DEPTH, 0.5F);
     slot.effect->setParameterf(AL_EAXREVERB_MODULATION_DEPTH, 0.5F);
-    application.slots.append(slot);
+    slot.dirty = true;
+    application.slots.append(std::move(slot));
 }
 
 // Circles of a radius of 2 metres, 4 to 11 metres around the listener, at 2 to 10 metres a second.

@@ -29,6 +29,10 @@ public:
     GameScene(const GameScene&) = delete;
     GameScene& operator=(const GameScene&) = delete;
 
+    /// What a server does before and after a block.
+    void Copy() { goal::CopyToSnapshot(snapshot, application, retired); }
+    void Merge() { goal::MergeProgress(snapshot, application, retired); }
+
     /// What the game does in a block's time: every source gets a new position and velocity.
     void Move();
 
@@ -36,6 +40,7 @@ public:
     std::unique_ptr<goal::SampleRateConverter> converter;  // null for Linear
     goal::ApplicationState application;
     goal::RenderSnapshot snapshot;  // empty until the first copy
+    slib::RetireList retired;       // what a game's calls would free
 
 private:
     void AddSource(std::uint32_t index, bool sends);

@@ -45,7 +45,7 @@ StagedGame::StagedGame(const GameSettings& settings)
       reader(settings.conversion),
       radiusTable(GameScene::order),
       arrays(scene.configuration.arraySet, frames, channels),
-      sends(frames, channels, scene.configuration.goalConfig.useDirectionalEarlyReflections, *tables, 1),
+      sends(frames, channels, *tables, 1),
       effects({.sampleRate = GameScene::sampleRate,
                .order = GameScene::order,
                .blockFrames = frames,
@@ -56,6 +56,8 @@ StagedGame::StagedGame(const GameSettings& settings)
       pipe(new TimedPipe(clock)),
       decoder(MakeHeadphoneDecoder(pipe)) {
     Shape(output);
+    goal::BeginRun(scene.snapshot, scene.application, scene.converter ? &scene.converter->start : nullptr,
+                   effects.Builder());
     const std::array<float, channels> silence{};
     for (hcml::FloatTupleVector*& row : rows) {
         row = &batch.Row();
@@ -65,14 +67,13 @@ StagedGame::StagedGame(const GameSettings& settings)
 
 void StagedGame::Block() {
     clock.Start();
-    goal::CopyToSnapshot(scene.snapshot, scene.application,
-                         scene.converter ? &scene.converter->start : nullptr);
+    scene.Copy();
     clock.Mark(Stage::Copy);
     StartBlock();
-    for (std::uint32_t first = 0; first < scene.snapshot.sources.size; first += groupSize)
-        RunGroup(first, std::min(groupSize, scene.snapshot.sources.size - first));
+    for (std::uint32_t first = 0; first < scene.snapshot.sourceCount; first += groupSize)
+        RunGroup(first, std::min(groupSize, scene.snapshot.sourceCount - first));
     FinishBlock();
-    goal::MergeProgress(scene.snapshot, scene.application);
+    scene.Merge();
     clock.Mark(Stage::Copy);
     decoder->writeBus(output.spatial, {});
     clock.Mark(Stage::Decode);
@@ -81,8 +82,8 @@ void StagedGame::Block() {
 void StagedGame::StartBlock() {
     listener = goal::BuildBasis(scene.snapshot.listenerAt, scene.snapshot.listenerUp);
     clock.Mark(Stage::Geometry);
-    effects.Sync(scene.snapshot);
-    sends.Sync(scene.snapshot, effects.States());
+    effects.Renew(scene.snapshot);
+    sends.Sync(scene.snapshot);
     clock.Mark(Stage::Sends);
     output.spatial.clear();
     goal::ApplyAntiDenormalPattern(output.spatial);
@@ -150,8 +151,8 @@ void StagedGame::Add(std::uint32_t first, std::uint32_t count) {
 void StagedGame::FinishBlock() {
     batch.Flush(output.spatial);
     clock.Mark(Stage::Mix);
-    for (std::uint32_t slot = 0; slot < scene.snapshot.slots.size; ++slot)
-        sends.Input(slot);
+    for (std::uint32_t slot = 0; slot < scene.snapshot.slotCount; ++slot)
+        sends.Gather(goal::EffectOf(scene.snapshot.slots[slot]));
     clock.Mark(Stage::Sends);
     effects.Run(scene.snapshot, sends, arrays, output);
     arrays.MixInto(output.spatial);

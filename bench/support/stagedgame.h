@@ -87,8 +87,8 @@ private:
     void Add(std::uint32_t first, std::uint32_t count);
     void FinishBlock();
 
-    goal::Source& Source(std::uint32_t source) { return scene.snapshot.sources[source]; }
-    goal::SourceRendererState& State(std::uint32_t source) { return scene.snapshot.sourceStates[source]; }
+    goal::Source& Source(std::uint32_t source) { return scene.snapshot.voices[source]->source; }
+    goal::SourceRendererState& State(std::uint32_t source) { return scene.snapshot.voices[source]->memory; }
     hcml::FloatTupleVector& Row(std::uint32_t source) { return *rows[source % batchSize]; }
 
     const std::unique_ptr<goal::FilterGainTables> tables;

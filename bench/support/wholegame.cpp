@@ -56,12 +56,13 @@ WholeGame::WholeGame(const GameSettings& settings)
       decoder(MakeHeadphoneDecoder(pipe)),
       renderer(GameScene::sampleRate, scene.configuration, 1, GameScene::frames) {
     Shape(output);
+    goal::BeginRun(scene.snapshot, scene.application, scene.converter ? &scene.converter->start : nullptr,
+                   renderer.Effects());
 }
 
 void WholeGame::Block() {
-    goal::CopyToSnapshot(scene.snapshot, scene.application,
-                         scene.converter ? &scene.converter->start : nullptr);
+    scene.Copy();
     renderer.renderBlock(scene.snapshot, output);
-    goal::MergeProgress(scene.snapshot, scene.application);
+    scene.Merge();
     decoder->writeBus(output.spatial, {});
 }

@@ -39,7 +39,7 @@ struct Context {
     bool suspendUsed SLIB_GUARDED_BY(stateMutex) = false;  ///< set by the first alcSuspendContext
     std::int32_t filterOrderAttribute = 0;  ///< 1 or 2, or 0 when the game named none; set before the start
 
-    RenderSnapshot snapshot;  ///< the server's own; no lock
+    RenderSnapshot snapshot;  ///< the server's own; no lock, but for what the record says
     ApplicationState application SLIB_GUARDED_BY(stateMutex);
     slib::Mutex stateMutex;
     std::uint32_t suspendCount = 0;  ///< guarded by apiMutex, as is the record that follows
@@ -59,7 +59,8 @@ inline const ApplicationState& SharedState(const Context& context) SLIB_UNCHECKE
     return context.application;
 }
 
-/// Notes for each buffer of the device how often the coming snapshot will refer to it. With apiMutex held.
+/// Notes for each buffer whose memory is the game's how often the coming snapshot will refer to it. With
+/// apiMutex held.
 void MarkBufferUsage(Context& context) SLIB_REQUIRES(context.engine.apiMutex);
 
 /// The record that calls read and write, with apiMutex held: the suspended state while the context is
@@ -125,6 +126,22 @@ public:
         source.queueIndex = queueIndex;
         source.queueDirty = true;
         return std::exchange(source.queue, std::move(queue));
+    }
+
+    /// Mark, and builds what the renderer needs of the source to play it, the last that can fail. With
+    /// stateMutex held. Throws slib::OutOfMemoryException.
+    void PrepareToPlay() const {
+        Mark();
+        const Source& source = PlayState();
+        if (context.suspendCount > 0 || source.queue.size == 0) return;
+        PrepareVoice(SharedState(context), index, source.queue[0]->channels, source.sends.size, false);
+    }
+
+    /// Builds what the renderer needs of the source, where that plays, for other counts of channels or sends.
+    /// With stateMutex held. Throws slib::OutOfMemoryException.
+    void PrepareFor(std::uint32_t channels, std::uint32_t sends) const {
+        if (index < SharedState(context).sources.size)
+            PrepareShape(context.snapshot, SharedState(context), index, channels, sends);
     }
 
     /// Marks the source in both records, after which none of the changes above throws. For a call that

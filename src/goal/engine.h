@@ -10,6 +10,7 @@
 #include "orb3core/settings/sharedconfiguration.h"
 #include "slib/log.h"
 #include "slib/mutex.h"
+#include "slib/retirelist.h"
 
 namespace goal {
 
@@ -36,6 +37,7 @@ struct Engine {
     slib::Mutex apiMutex;              ///< serialises all calls of all of the game's threads
     orb3::SharedConfiguration configuration;
     Device device SLIB_GUARDED_BY(apiMutex);
+    slib::RetireList retired;  ///< what the server has done with; every call frees it
 };
 
 }  // namespace goal

@@ -48,6 +48,24 @@ struct ServerThread::Machine {
     std::vector<orb3::DirectFeed> feeds;
 };
 
+// As long as it lives, what the game's records hold for the renderer is made for this run.
+class ServerThread::Equipped {
+public:
+    Equipped(ServerThread& server, const Machine& run) : context(*server.context) {
+        server.ChooseConverter(run.configuration.goalConfig.sampleRateConversion, run.renderer->Effects());
+    }
+    // From here on calls build nothing for the renderer, which goes.
+    ~Equipped() {
+        const slib::Lock lock(context.stateMutex);
+        context.application.effectBuilder.reset();
+    }
+    Equipped(const Equipped&) = delete;
+    Equipped& operator=(const Equipped&) = delete;
+
+private:
+    Context& context;
+};
+
 ServerThread::ServerThread(Engine& engine)
     : Thread("Renderer", Priority::TimeCritical),
       engine(engine),
@@ -124,6 +142,7 @@ void ServerThread::Perform(Machine& run) {
     SetUp(run);
     BuildDecoder(run);
     BuildRenderer(run);
+    const Equipped equipped(*this, run);
     if (IsLeaving()) return;
     PublishTiming();
     SignalStart();
@@ -167,19 +186,22 @@ void ServerThread::BuildDecoder(Machine& run) {
 }
 
 // The tables are rebuilt only for another quality.
-void ServerThread::ChooseConverter(orb3::SampleRateConversion conversion) {
+void ServerThread::ChooseConverter(orb3::SampleRateConversion conversion,
+                                   std::shared_ptr<const EffectBuilder> effects) {
     const std::optional<SincQuality> quality = SincQualityOf(conversion);
+    std::unique_ptr<SampleRateConverter> other;  // and then the one before, which goes after the lock
     if (quality && (sampleRateConverter == nullptr || sampleRateConverter->quality != *quality))
-        sampleRateConverter = std::make_unique<SampleRateConverter>(*quality);
-    converterStart = quality ? &sampleRateConverter->start : nullptr;
+        other = std::make_unique<SampleRateConverter>(*quality);
+    const slib::Lock lock(context->stateMutex);
+    if (other != nullptr) std::swap(other, sampleRateConverter);
+    BeginRun(context->snapshot, context->application, quality ? &sampleRateConverter->start : nullptr,
+             std::move(effects));
+    PrepareTouched(context->snapshot, context->application);
 }
 
 void ServerThread::BuildRenderer(Machine& run) {
     int filterOrder = context->filterOrderAttribute;
     if (filterOrder == 0) filterOrder = run.configuration.goalConfig.defaultFilterOrder == 2 ? 2 : 1;
-    ChooseConverter(run.configuration.goalConfig.sampleRateConversion);
-    for (SourceRendererState& state : context->snapshot.sourceStates)
-        state.Prepare(converterStart);
     run.renderer =
         engine.machinery->CreateRenderer(sampleRate, run.configuration, filterOrder, blockFrames, activeLog);
     run.output.spatial.resize(blockFrames, hcml::ChannelsOfOrder(static_cast<unsigned>(run.order)));
@@ -218,7 +240,7 @@ void ServerThread::RenderBlocks(Machine& run) {
         run.renderer->renderBlock(context->snapshot, run.output);
         {
             const slib::Lock lock(context->stateMutex);
-            MergeProgress(context->snapshot, context->application);
+            MergeProgress(context->snapshot, context->application, engine.retired);
         }
         WriteBlock(run);
         context->foldback.ProcessBlock(run.output);
@@ -228,16 +250,11 @@ void ServerThread::RenderBlocks(Machine& run) {
 // The game's calls wait for the length of the copy at most. They never see half of the server's step, and the
 // server never sees half of a call.
 void ServerThread::TakeSnapshot() {
-    {
-        slib::Lock apiLock(context->engine.apiMutex);
-        MarkBufferUsage(*context);
-        const slib::Lock stateLock(context->stateMutex);
-        apiLock.Release();
-        CopyToSnapshot(context->snapshot, context->application, converterStart);
-    }
-    for (const Buffer* buffer : context->snapshot.deletedBuffers)
-        delete buffer;
-    context->snapshot.deletedBuffers.clear();
+    slib::Lock apiLock(engine.apiMutex);
+    MarkBufferUsage(*context);
+    const slib::Lock stateLock(context->stateMutex);
+    apiLock.Release();
+    CopyToSnapshot(context->snapshot, context->application, engine.retired);
 }
 
 void ServerThread::WriteBlock(Machine& run) {
@@ -272,8 +289,8 @@ void ServerThread::ReportRun() {
     }
     const char* use = "not used.";
     if (suspendUsed) use = IsSuspendSupported() ? "used." : "used (but is currently disabled).";
-    activeLog->Write("Ran with " + Plural(context->snapshot.sources.size, "source") + " and " +
-                         Plural(context->snapshot.slots.size, "effect slot") + ". Suspend/process was " + use,
+    activeLog->Write("Ran with " + Plural(context->snapshot.sourceCount, "source") + " and " +
+                         Plural(context->snapshot.slotCount, "effect slot") + ". Suspend/process was " + use,
                      false);
 }
 

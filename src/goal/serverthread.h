@@ -25,6 +25,7 @@
 namespace goal {
 
 struct Context;
+class EffectBuilder;
 
 /// Start and End are for the thread that makes and destroys the context; all else happens on the server's
 /// own.
@@ -47,6 +48,7 @@ public:
 
 private:
     struct Machine;
+    class Equipped;
 
     void Run() override;
     void Fail(const char* reason);
@@ -54,7 +56,7 @@ private:
     void Perform(Machine& run);
     void SetUp(Machine& run);
     void BuildDecoder(Machine& run);
-    void ChooseConverter(orb3::SampleRateConversion conversion);
+    void ChooseConverter(orb3::SampleRateConversion conversion, std::shared_ptr<const EffectBuilder> effects);
     void BuildRenderer(Machine& run);
     void PublishTiming();
     void SignalStart();
@@ -77,7 +79,6 @@ private:
     bool startSignalled = false;
     std::string startFailure;                                  // written before startSignal is posted
     std::unique_ptr<SampleRateConverter> sampleRateConverter;  // of the sinc qualities; outlives restarts
-    const ConverterCursor* converterStart = nullptr;           // of that, or null for the other qualities
     double requestedFrequency = -1;
     double sampleRate = 0;          // Hz
     std::uint32_t blockFrames = 0;  // frames of a block

@@ -101,7 +101,8 @@ TEST_F(BufferCalls, WithoutACurrentContext_TheDevicesContextStillKeepsWhatItRead
     const ALuint buffer = MakeBuffer(8);
     process.currentContext = nullptr;
     ExpectCodes({{AL_NO_ERROR, [&] { alDeleteBuffers(1, &buffer); }}});
-    EXPECT_EQ(context->application.deletedBuffers.size, 1u);
+    ASSERT_NE(context->application.deletedBuffers, nullptr);
+    EXPECT_EQ(context->application.deletedBuffers->buffers.size, 1u);
 }
 
 }  // namespace

@@ -29,11 +29,11 @@ protected:
 
     static ALint TypeIn(ALuint slot) { return Read(alGetAuxiliaryEffectSloti, slot, AL_EFFECTSLOT_EFFECT); }
 
-    goal::AuxSlotParameters& RenderedSlot(ALuint slot) { return context->snapshot.slots[slot - 1]; }
+    goal::RenderedSlot& RenderedSlot(ALuint slot) { return context->snapshot.slots[slot - 1]; }
 
     ALfloat RenderedFloat(ALuint slot, ALenum parameter) {
         ALfloat value = -1;
-        RenderedSlot(slot).effect->getParameterf(parameter, &value);
+        RenderedSlot(slot).effect->parameters->getParameterf(parameter, &value);
         return value;
     }
 };
@@ -133,10 +133,10 @@ TEST_F(EfxCalls, ABoundEffect_ReachesTheSlotByCopyAndAgainOnlyWhenBoundAgain) {
     EXPECT_EQ(RenderedFloat(slot, AL_REVERB_GAIN), 0.32F);
     Bind(slot, effect);
     EXPECT_EQ(RenderedFloat(slot, AL_REVERB_GAIN), 0.32F) << "before the copy";
-    const auto* const running = RenderedSlot(slot).effect.Get();
+    const auto* const running = RenderedSlot(slot).effect.get();
     Copy();
     EXPECT_EQ(RenderedFloat(slot, AL_REVERB_GAIN), 0.75F);
-    EXPECT_EQ(RenderedSlot(slot).effect.Get(), running) << "it keeps its state";
+    EXPECT_EQ(RenderedSlot(slot).effect.get(), running) << "it keeps its state";
     alDeleteEffects(1, &effect);
     ExpectCodes({{AL_INVALID_VALUE, [&] { Bind(slot, effect); }}});
     EXPECT_EQ(TypeIn(slot), AL_EFFECT_REVERB) << "the slot keeps its copy";

@@ -12,10 +12,10 @@ using testing_support::never;
 
 class FailingAllocation : public testing_support::ContextFixture {
 protected:
-    // Makes the call with room for 0, 1, 2... allocations until it succeeds, which isn't at once. Each
-    // failure is an invalid operation and changes nothing of what `observe` answers.
+    // Makes the call with room for 0, 1, 2... allocations until it succeeds, which isn't at once where it
+    // needs memory. Each failure is an invalid operation and changes nothing of what `observe` answers.
     template <typename Call, typename Observe>
-    void ExpectAllOrNothing(const Call& call, const Observe& observe) {
+    void ExpectAllOrNothing(const Call& call, const Observe& observe, bool needsMemory = true) {
         const auto before = observe();
         for (int room = 0; room < 100; ++room) {
             allocationsLeft = room;
@@ -23,7 +23,7 @@ protected:
             allocationsLeft = never;
             const ALenum error = alGetError();
             if (error == AL_NO_ERROR) {
-                EXPECT_GT(room, 0);
+                EXPECT_EQ(room > 0, needsMemory);
                 EXPECT_NE(observe(), before);
                 return;
             }
@@ -60,7 +60,7 @@ TEST_F(FailingAllocation, QueuesAndSends_ChangeWhollyOrNotAtAll) {
         Copy();
         if (isSuspended) Suspend();
         ExpectAllOrNothing([&] { alSourceQueueBuffers(source, 3, list); }, observe);
-        ExpectAllOrNothing([&] { alSourceUnqueueBuffers(source, 2, names); }, observe);
+        ExpectAllOrNothing([&] { alSourceUnqueueBuffers(source, 2, names); }, observe, false);
         ExpectAllOrNothing([&] { SetBuffer(source, buffer); }, observe);
         if (isSuspended) Resume();
     }

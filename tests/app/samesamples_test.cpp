@@ -69,16 +69,19 @@ protected:
         goal::Renderer renderer(48000, configuration, 1, frames);
         goal::RenderOutput output;
         output.spatial.resize(frames, channels);
-        context->snapshot = {};
+        const bool isSinc = conversion == orb3::SampleRateConversion::SincMedium;
+        context->snapshot = {};  // so that all begins afresh
+        goal::BeginRun(context->snapshot, context->application, isSinc ? &converter.start : nullptr,
+                       renderer.Effects());
+        for (std::uint32_t i = 0; i < context->application.sources.size; ++i)
+            context->application.touched.Insert(i);
         testing_support::Dice dice(8);
         std::vector<float> bus;
         for (int block = 0; block < 40; ++block) {
             for (ALuint source = 1; block % 4 == 0 && source <= 100; ++source)
                 alSource3f(source, AL_POSITION, dice.Between(-5, 5), dice.Between(-5, 5),
                            dice.Between(-5, 5));
-            const bool isSinc = conversion == orb3::SampleRateConversion::SincMedium;
-            goal::CopyToSnapshot(context->snapshot, context->application,
-                                 isSinc ? &converter.start : nullptr);
+            Copy();
             renderer.renderBlock(context->snapshot, output);
             for (std::uint32_t channel = 0; channel < channels; ++channel)
                 bus.insert(bus.end(), &output.spatial.channels[channel][0],

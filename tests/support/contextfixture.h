@@ -12,6 +12,7 @@
 #include "AL/tessarune.h"
 #include "app/goaldll/process.h"
 #include "goal/dsp/samplerateconverter.h"
+#include "goal/render/sloteffect.h"
 #include "tests/support/temporaryfolder.h"
 
 namespace testing_support {
@@ -28,11 +29,15 @@ protected:
         process.engine.device.context = process.currentContext = context.get();
         alGetError();
         alcGetError(nullptr);
+        const goal::RenderContext run{.sampleRate = 48000, .blockFrames = 64, .listenerBasis = &listener};
+        goal::BeginRun(context->snapshot, context->application, &converter.start,
+                       std::make_shared<goal::SlotEffectBuilder>(run, 4));
     }
 
     ~ContextFixture() override {
         process.engine.device.context = process.currentContext = nullptr;
         context.reset();
+        process.engine.retired.Empty();
         process.engine.device.bufferPool.Clear();
         const slib::Lock lock(process.engine.configuration.configurationMutex);
         process.engine.configuration.Unload();
@@ -95,18 +100,17 @@ protected:
     /// What it does before a block.
     void Copy() {
         goal::MarkBufferUsage(*context);
-        goal::CopyToSnapshot(context->snapshot, context->application, &converter.start);
-        for (goal::Buffer* buffer : context->snapshot.deletedBuffers)
-            delete buffer;
-        context->snapshot.deletedBuffers.clear();
+        goal::CopyToSnapshot(context->snapshot, context->application, process.engine.retired);
     }
 
     /// What it does after a block.
-    void Merge() { goal::MergeProgress(context->snapshot, context->application); }
+    void Merge() { goal::MergeProgress(context->snapshot, context->application, process.engine.retired); }
 
     // ---- What the engine holds under a name ----
 
-    goal::Source& Rendered(ALuint source) { return context->snapshot.sources[source - 1]; }
+    bool IsRendered(ALuint source) { return context->snapshot.playing.Contains(source - 1); }
+    goal::Voice& VoiceOf(ALuint source) { return *context->snapshot.voices[source - 1]; }
+    goal::Source& Rendered(ALuint source) { return VoiceOf(source).source; }
     goal::Buffer* Stored(ALuint buffer) { return process.engine.device.bufferPool.slots[buffer - 1].buffer; }
     std::int32_t UseCount(ALuint buffer) { return Stored(buffer)->useCount; }
 
@@ -120,6 +124,7 @@ protected:
 
     /// A run by default settings has one, whose rings the copy shapes by the sources' buffers.
     const goal::SampleRateConverter converter{goal::SincQuality::Low};
+    const goal::Basis listener{};
     TemporaryStore store;
     goal::Process& process = goal::TheProcess();
     const orb3::Configuration& defaults = UseDefaults(process.engine.configuration);

@@ -33,6 +33,7 @@ public:
             samples[i] = std::sin(static_cast<float>(i) * 0.05F);
         buffer = std::make_unique<goal::Buffer>(1, AL_FORMAT_MONO_FLOAT32, 44100.0F, samples.data(),
                                                 static_cast<std::uint32_t>(samples.size() * 4), true);
+        goal::BeginRun(snapshot, application, converter ? &converter->start : nullptr, renderer->Effects());
         for (std::int64_t i = 0; i < sources; ++i)
             Add(i);
         Render(false);
@@ -40,9 +41,9 @@ public:
 
     void Render(bool isMoving) {
         if (isMoving) Move();
-        goal::CopyToSnapshot(snapshot, application, converter ? &converter->start : nullptr);
+        goal::CopyToSnapshot(snapshot, application, retired);
         renderer->renderBlock(snapshot, output);
-        goal::MergeProgress(snapshot, application);
+        goal::MergeProgress(snapshot, application, retired);
     }
 
 private:
@@ -54,7 +55,7 @@ private:
         source.position = static_cast<std::uint64_t>(i * 37) << 16;
         source.airAbsorptionFactor = 1;  // so that every source is filtered
         Place(source, static_cast<float>(i));
-        application.sources.append(source);
+        application.touched.Insert(application.sources.Take(source));
     }
 
     static void Place(goal::Source& source, float angle) {
@@ -76,6 +77,7 @@ private:
     std::unique_ptr<goal::Buffer> buffer;
     goal::ApplicationState application;
     goal::RenderSnapshot snapshot;
+    slib::RetireList retired;
     std::unique_ptr<goal::SampleRateConverter> converter;
     std::unique_ptr<goal::Renderer> renderer;
     goal::RenderOutput output;

@@ -19,11 +19,12 @@ struct States {
             application.sources.append(source);
             application.touched.Insert(static_cast<std::uint32_t>(i));  // as its creation marks it
         }
-        goal::CopyToSnapshot(snapshot, application);
+        goal::CopyToSnapshot(snapshot, application, retired);
     }
 
     goal::ApplicationState application;
     goal::RenderSnapshot snapshot;
+    slib::RetireList retired;
 };
 
 void PerSource(benchmark::State& state) {
@@ -43,7 +44,7 @@ void CopyToSnapshot(benchmark::State& state) {
             states.application.sources[index].parametersDirty = true;
             states.application.touched.Insert(index);
         }
-        goal::CopyToSnapshot(states.snapshot, states.application);
+        goal::CopyToSnapshot(states.snapshot, states.application, states.retired);
     }
     PerSource(state);
 }
@@ -71,7 +72,7 @@ BENCHMARK(CopyOfTheRecords)->Arg(10000)->Arg(255);
 void MergeProgress(benchmark::State& state) {
     States states(state.range(0), state.range(1));
     for (auto _ : state)
-        goal::MergeProgress(states.snapshot, states.application);
+        goal::MergeProgress(states.snapshot, states.application, states.retired);
     PerSource(state);
 }
 BENCHMARK(MergeProgress)->Args({10000, 10000})->Args({10000, 40})->Args({255, 1});

@@ -31,7 +31,8 @@ bool IsPlayedOn(const Context* context, const Buffer& buffer) {
     });
 }
 
-// Whether the name is valid, and its data may go.
+// Whether the name is valid, and its data may go. The name 0 is none, in a list to delete as elsewhere: a game
+// that passes it has lost a name, and is told.
 int TestReplaceable(const Device& device, ALuint name) {
     if (!device.bufferPool.IsValid(name)) return AL_INVALID_NAME;
     const Buffer* const buffer = device.bufferPool.slots[name - 1].buffer;
@@ -48,7 +49,9 @@ void WithDeletedBuffers(Process& process, const Work& work) SLIB_REQUIRES(proces
     Context* const context = process.engine.device.context;
     if (context == nullptr) return work(process.engine.device.bufferPool, nullptr);
     const StateLock lock(*context, Access::Write);
-    work(process.engine.device.bufferPool, &TargetState(*context).deletedBuffers);
+    std::unique_ptr<DeletedBuffers>& deleted = TargetState(*context).deletedBuffers;
+    if (deleted == nullptr) deleted = std::make_unique<DeletedBuffers>();
+    work(process.engine.device.bufferPool, &deleted->buffers);
 }
 
 int DeleteBuffers(Process& process, std::span<const ALuint> names) SLIB_REQUIRES(process.engine.apiMutex) {

@@ -128,12 +128,16 @@ Context* CreateContext(Process& process, const ALCdevice* device, const ALCint* 
 }
 
 // Notes a use of suspension and runs `work(context)` with stateMutex held, or, when suspension is switched
-// off, ends one that still lasts.
+// off, ends one that still lasts. `failure` is for a handle that isn't the device's context.
 template <typename Work>
-void SuspensionCall(ALCcontext* handle, bool isUse, const Work& work) {
-    Context* const context = ToContext(handle);
-    if (context == nullptr) return;
-    Call(false, [&](Process& process) {
+void SuspensionCall(ALCcontext* handle, bool isUse, const char* failure, const Work& work) {
+    if (handle == nullptr) return;
+    Call(false, [&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) {
+        Context* const context = process.engine.device.context;
+        if (ToContext(handle) != context) {
+            process.FailAlc(failure, ALC_INVALID_CONTEXT);
+            return false;
+        }
         const bool isSupported = process.engine.configuration.Read(
             [](const orb3::Configuration& c) { return c.goalConfig.isSuspendSupported; });
         const slib::Lock stateLock(context->stateMutex);
@@ -143,7 +147,8 @@ void SuspensionCall(ALCcontext* handle, bool isUse, const Work& work) {
             return true;
         }
         // What gathered before it was switched off isn't lost.
-        if (context->suspendCount > 0) EndSuspend(context->suspended, context->application);
+        if (context->suspendCount > 0)
+            EndSuspend(context->suspended, context->application, context->snapshot);
         context->suspendCount = 0;
         return true;
     });
@@ -403,19 +408,22 @@ ALC_API ALCdevice* ALC_APIENTRY alcGetContextsDevice(ALCcontext* context) {
 }
 
 ALC_API void ALC_APIENTRY alcSuspendContext(ALCcontext* handle) {
-    SuspensionCall(handle, true, [](Context& context) SLIB_REQUIRES(context.stateMutex) {
-        if (context.suspendCount == 0) BeginSuspend(context.suspended, context.application);
-        ++context.suspendCount;
-    });
+    SuspensionCall(handle, true, "Invalid context in alcSuspendContext().",
+                   [](Context& context) SLIB_REQUIRES(context.stateMutex) {
+                       if (context.suspendCount == 0) BeginSuspend(context.suspended, context.application);
+                       ++context.suspendCount;
+                   });
 }
 
 ALC_API void ALC_APIENTRY alcProcessContext(ALCcontext* handle) {
-    SuspensionCall(handle, false, [](Context& context) SLIB_REQUIRES(context.stateMutex) {
-        if (context.suspendCount == 0) return;
-        // First, so that without memory for it the suspension lasts and can be ended again.
-        if (context.suspendCount == 1) EndSuspend(context.suspended, context.application);
-        --context.suspendCount;
-    });
+    SuspensionCall(handle, false, "Invalid context in alcProcessContext().",
+                   [](Context& context) SLIB_REQUIRES(context.stateMutex) {
+                       if (context.suspendCount == 0) return;
+                       // First, so that without memory for it the suspension lasts and can be ended again.
+                       if (context.suspendCount == 1)
+                           EndSuspend(context.suspended, context.application, context.snapshot);
+                       --context.suspendCount;
+                   });
 }
 
 ALC_API ALCenum ALC_APIENTRY alcGetError(ALCdevice*) {

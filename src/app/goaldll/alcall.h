@@ -30,6 +30,7 @@ enum class Access {
 template <typename Result, typename Work>
 Result AlCallFor(Result failure, const Work& work) noexcept {
     Process& process = TheProcess();
+    process.engine.retired.Empty();
     try {
         const slib::Lock lock(process.engine.apiMutex);
         return std::invoke(work, process);  // clang takes `work` for the argument of its own annotation
@@ -81,7 +82,7 @@ private:
 template <typename Work>
 void ContextCall(Access access, bool pointersPresent, const Work& work) noexcept {
     AlCall([&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) -> int {
-        Context* const context = process.currentContext;
+        Context* const context = CurrentContext(process);
         if (context == nullptr) return AL_INVALID_OPERATION;
         if (!pointersPresent) return AL_INVALID_VALUE;
         const StateLock lock(*context, access);

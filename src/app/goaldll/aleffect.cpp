@@ -42,14 +42,14 @@ using goal::EffectParametersPtr;
 
 AL_API void AL_APIENTRY alGenEffects(ALsizei n, ALuint* effects) {
     goal::GenCall(goal::Effects, n, effects, Access::WriteAll, n >= 0 && effects != nullptr,
-                  goal::EffectParameters());
+                  [](goal::Context&, std::uint32_t, const goal::EffectParameters*) {
+                      return goal::EffectParameters();
+                  });
 }
 
 AL_API void AL_APIENTRY alDeleteEffects(ALsizei n, const ALuint* effects) {
     goal::DeleteCall(goal::Effects, n, effects, Access::WriteAll, n >= 0 && effects != nullptr,
-                     [](goal::EffectParameters& effect) {
-                         effect = {EffectParametersPtr(), true};
-                     });
+                     [](goal::EffectParameters& effect) { effect.parameters = EffectParametersPtr(); });
 }
 
 AL_API ALboolean AL_APIENTRY alIsEffect(ALuint effect) {

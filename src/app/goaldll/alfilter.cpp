@@ -113,12 +113,13 @@ using goal::Access;
 using goal::Filter;
 
 AL_API void AL_APIENTRY alGenFilters(ALsizei n, ALuint* filters) {
-    goal::GenCall(goal::Filters, n, filters, Access::WriteAll, n >= 0 && filters != nullptr, Filter());
+    goal::GenCall(goal::Filters, n, filters, Access::WriteAll, n >= 0 && filters != nullptr,
+                  [](goal::Context&, std::uint32_t, const Filter*) { return Filter(); });
 }
 
 AL_API void AL_APIENTRY alDeleteFilters(ALsizei n, const ALuint* filters) {
     goal::DeleteCall(goal::Filters, n, filters, Access::WriteAll, n >= 0 && filters != nullptr,
-                     [](Filter& filter) { filter.deleted = true; });
+                     [](Filter&) {});
 }
 
 AL_API ALboolean AL_APIENTRY alIsFilter(ALuint filter) {

@@ -2,6 +2,9 @@
 // life, is silent; sources that send to it are not changed.
 
 #include <cstdint>
+#include <exception>
+#include <memory>
+#include <utility>
 
 #include "AL/al.h"
 #include "AL/efx.h"
@@ -17,15 +20,19 @@ auto& Slots(Context& context) {
     return TargetState(context).slots;
 }
 
-Slot NewSlot() {
+// What is sent to the slot that had the name before doesn't reach this one. While the context is suspended,
+// the end of that makes the room for the slot's rendering.
+Slot NewSlot(Context& context, std::uint32_t place, const Slot* before) {
+    if (context.suspendCount == 0) ReserveRoom(context.snapshot, SharedState(context), 0, place + 1);
     Slot slot;
     slot.dirty = true;
+    slot.serial = before != nullptr ? before->serial + 1 : 0;
     return slot;
 }
 
 void RemoveSlot(Slot& slot) {
     slot.effect = EffectParametersPtr();
-    slot.deleted = slot.dirty = true;
+    slot.dirty = true;
 }
 
 // ---- Effects ----
@@ -45,21 +52,82 @@ bool IsOneReverbOnly(Process& process) {
         [](const orb3::Configuration& configuration) { return configuration.goalConfig.onlyOneReverb; });
 }
 
-// Gives the slot a copy of the effect as it is now. Later changes of the effect reach it when it is bound
-// again.
-int BindEffect(Process& process, Context& context, Slot& slot, ALint value) {
-    const auto name = static_cast<ALuint>(value);
-    EffectParametersPtr effect;  // none for the name 0
+// Whether the effect of that name, none for 0, may be bound to the slot. Returns an error code, or gives the
+// effect.
+int FindEffect(Process& process, Context& context, const Slot& slot, ALuint name,
+               EffectParametersPtr& effect) {
     if (name != 0) {
         const auto& effects = SharedState(context).effects;
         if (!IsLive(effects, name)) return AL_INVALID_VALUE;
         effect = effects[name - 1].parameters;
     }
-    if (IsReverb(effect) && IsOneReverbOnly(process) && IsReverbInAnotherSlot(context, slot))
-        return AL_INVALID_OPERATION;
-    AssignEffect(slot.effect, effect);
-    slot.dirty = true;
-    return AL_NO_ERROR;
+    const bool isOneTooMany =
+        IsReverb(effect) && IsOneReverbOnly(process) && IsReverbInAnotherSlot(context, slot);
+    return isOneTooMany ? AL_INVALID_OPERATION : AL_NO_ERROR;
+}
+
+// A new effect for a slot, built outside all locks: the renderer takes them once a block, and some effects
+// take milliseconds.
+struct NewEffect {
+    EffectParametersPtr parameters;                // the call's own
+    std::shared_ptr<const EffectBuilder> builder;  // null where nothing is to be built
+    std::unique_ptr<RunningEffect> running;
+};
+
+// Notes what is to be built so that the renderer can run `effect` in the slot.
+void Note(NewEffect& made, Context& context, std::uint32_t index, const EffectParametersPtr& effect) {
+    if (!effect) return;
+    SharedState(context).comingEffects.Reserve(index + 1);
+    AuxSlotParameters wanted;
+    wanted.effect = effect;
+    wanted.serial = Slots(context)[index].serial;
+    if (IsServed(context.snapshot, SharedState(context), index, wanted)) return;
+    AssignEffect(made.parameters, effect);
+    made.builder = SharedState(context).effectBuilder;
+}
+
+void Build(NewEffect& made) noexcept {
+    if (made.builder == nullptr) return;
+    try {
+        made.running = made.builder->Build(*made.parameters);
+    } catch (const std::exception& exception) {
+        TheProcess().FailAl(exception.what(), AL_INVALID_OPERATION);
+    }
+}
+
+// Hands what was built over to the renderer, unless that has begun another run meanwhile.
+void Send(NewEffect& made, Context& context, std::uint32_t index) {
+    ApplicationState& application = SharedState(context);
+    if (made.running == nullptr || made.builder != application.effectBuilder) return;
+    application.comingEffects.Reserve(index + 1);
+    made.running->slotSerial = Slots(context)[index].serial;
+    application.comingEffects[index] = std::move(made.running);
+}
+
+// Gives the slot a copy of the effect as it is now. Later changes of the effect reach it when it is bound
+// again.
+void BindEffect(ALuint slotName, const ALint* value) noexcept {
+    NewEffect made;
+    const auto bind = [&](bool isLast) {
+        bool isBound = false;
+        ContextCall(Access::WriteAll, ArePresent(value), [&](Process& process, Context& context) -> int {
+            if (!IsLive(Slots(context), slotName)) return AL_INVALID_NAME;
+            Slot& slot = Slots(context)[slotName - 1];
+            EffectParametersPtr effect;
+            const int code = FindEffect(process, context, slot, static_cast<ALuint>(*value), effect);
+            if (code != AL_NO_ERROR) return code;
+            if (!isLast) Note(made, context, slotName - 1, effect);
+            if (!isLast && made.builder != nullptr) return AL_NO_ERROR;
+            Send(made, context, slotName - 1);
+            AssignEffect(slot.effect, effect);
+            isBound = slot.dirty = true;
+            return AL_NO_ERROR;
+        });
+        return isBound;
+    };
+    if (bind(false)) return;
+    Build(made);
+    if (made.running != nullptr) bind(true);
 }
 
 // ---- Parameters ----
@@ -73,18 +141,9 @@ int SetSendAuto(Slot& slot, ALint value) {
 
 // Effects aren't suspended: to read one takes the lock of the application state, always.
 void SetInteger(ALuint name, ALenum parameter, const ALint* values) noexcept {
-    const Access access = parameter == AL_EFFECTSLOT_EFFECT ? Access::WriteAll : Access::Write;
-    ContextCall(access, ArePresent(values), [&](Process& process, Context& context) -> int {
-        if (!IsLive(Slots(context), name)) return AL_INVALID_NAME;
-        Slot& slot = Slots(context)[name - 1];
-        switch (parameter) {
-            case AL_EFFECTSLOT_EFFECT:
-                return BindEffect(process, context, slot, *values);
-            case AL_EFFECTSLOT_AUXILIARY_SEND_AUTO:
-                return SetSendAuto(slot, *values);
-            default:
-                return AL_INVALID_ENUM;
-        }
+    if (parameter == AL_EFFECTSLOT_EFFECT) return BindEffect(name, values);
+    EntryCall(Slots, name, Access::Write, ArePresent(values), [&](Slot& slot) -> int {
+        return parameter == AL_EFFECTSLOT_AUXILIARY_SEND_AUTO ? SetSendAuto(slot, *values) : AL_INVALID_ENUM;
     });
 }
 
@@ -130,7 +189,7 @@ using goal::Access;
 
 // A negative count is taken for 0 in these two, other than in their sisters for effects and filters.
 AL_API void AL_APIENTRY alGenAuxiliaryEffectSlots(ALsizei n, ALuint* slots) {
-    goal::GenCall(goal::Slots, n, slots, Access::Write, goal::ArePresent(slots), goal::NewSlot());
+    goal::GenCall(goal::Slots, n, slots, Access::Write, goal::ArePresent(slots), goal::NewSlot);
 }
 
 AL_API void AL_APIENTRY alDeleteAuxiliaryEffectSlots(ALsizei n, const ALuint* slots) {

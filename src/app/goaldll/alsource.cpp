@@ -20,26 +20,22 @@ using goal::SuspendedState;
 
 // ---- Names ----
 
-// Takes the lowest deleted entry from `first` on, which is fresh afterwards, else a new one. Returns its
-// index.
-std::uint32_t TakeEntry(SuspendedState& state, std::uint32_t first) {
-    std::uint32_t index = first;
-    while (index < state.sources.size && !state.sources[index].deleted)
-        ++index;
-    state.touched.Insert(index);
-    if (index < state.sources.size)
-        state.sources[index] = Source();
-    else
-        state.sources.append(Source());
-    return index;
+// The name of a new source. While the context is suspended, the end of that makes the room for its rendering.
+ALuint TakeName(Context& context) {
+    SuspendedState& state = TargetState(context);
+    const std::uint32_t place = state.sources.NextPlace();
+    state.touched.Insert(place);
+    if (context.suspendCount == 0) ReserveRoom(context.snapshot, SharedState(context), place + 1, 0);
+    return state.sources.Take(Source()) + 1;
 }
 
 // A source that is named twice in one list has nothing left to give back the second time.
-void DeleteSource(Source& source) {
-    for (goal::Buffer* buffer : source.queue)
+void DeleteSource(SuspendedState& state, std::uint32_t index) {
+    goal::BufferQueue& queue = state.sources[index].queue;
+    for (goal::Buffer* buffer : queue)
         --buffer->useCount;
-    source.queue.clear();
-    source.deleted = true;
+    queue.clear();
+    state.sources.Delete(index);
 }
 
 bool AreLive(const SuspendedState& state, std::span<const ALuint> names) {
@@ -81,13 +77,14 @@ void GetThree(ALuint name, ALenum parameter, T* x, T* y, T* z) {
 // ---- Play states ----
 
 // All of the sources change, or none of them.
-void ChangeAll(ALsizei count, const ALuint* names, void (*change)(const SourceAccess& source)) {
+void ChangeAll(ALsizei count, const ALuint* names, void (*change)(const SourceAccess& source),
+               void (SourceAccess::*prepare)() const = &SourceAccess::Mark) {
     const auto work = [&](Process& process, Context& context) -> int {
         if (count < 0 || count > goal::longestList) return AL_INVALID_OPERATION;
         const std::span<const ALuint> list = ListOf(names, count);
         if (!AreLive(TargetState(context), list)) return AL_INVALID_NAME;
         for (const ALuint name : list)
-            SourceAccess(process.engine, context, name - 1).Mark();
+            (SourceAccess(process.engine, context, name - 1).*prepare)();
         for (const ALuint name : list)
             change(SourceAccess(process.engine, context, name - 1));
         return AL_NO_ERROR;
@@ -101,9 +98,8 @@ AL_API void AL_APIENTRY alGenSources(ALsizei n, ALuint* names) {
     const bool isList = goal::ArePresent(names) && n >= 0 && n <= goal::longestList;
     goal::ContextCall(Access::Write, isList, [&](Process& process, Context& context) -> int {
         try {
-            std::uint32_t first = 0;  // a name is the index after its own
             for (ALuint& name : ListOf(names, n))
-                name = first = TakeEntry(TargetState(context), first) + 1;
+                name = TakeName(context);
         } catch (const std::exception& exception) {
             process.FailAl(exception.what(), AL_INVALID_VALUE);
         }
@@ -119,7 +115,7 @@ AL_API void AL_APIENTRY alDeleteSources(ALsizei n, const ALuint* names) {
         for (const ALuint name : list)
             state.touched.Insert(name - 1);
         for (const ALuint name : list)
-            DeleteSource(state.sources[name - 1]);
+            DeleteSource(state, name - 1);
         return AL_NO_ERROR;
     });
 }
@@ -194,7 +190,7 @@ AL_API void AL_APIENTRY alGetSourceiv(ALuint name, ALenum parameter, ALint* valu
 }
 
 AL_API void AL_APIENTRY alSourcePlayv(ALsizei n, const ALuint* names) {
-    ChangeAll(n, names, goal::Play);
+    ChangeAll(n, names, goal::Play, &SourceAccess::PrepareToPlay);
 }
 
 AL_API void AL_APIENTRY alSourceStopv(ALsizei n, const ALuint* names) {
@@ -210,7 +206,7 @@ AL_API void AL_APIENTRY alSourcePausev(ALsizei n, const ALuint* names) {
 }
 
 AL_API void AL_APIENTRY alSourcePlay(ALuint name) {
-    ChangeAll(1, &name, goal::Play);
+    ChangeAll(1, &name, goal::Play, &SourceAccess::PrepareToPlay);
 }
 
 AL_API void AL_APIENTRY alSourceStop(ALuint name) {

@@ -26,25 +26,20 @@ void EntryCall(const TableOf& tableOf, ALuint name, Access access, bool pointers
     });
 }
 
-/// Takes `n` entries, each set to `fresh`: the deleted ones from the lowest index, then new ones at the end.
-/// What was taken when the memory ran out stays, with its names in `names`, and the call fails with
-/// AL_INVALID_VALUE.
-template <typename TableOf, typename Entry>
+/// Takes `n` entries, each set to `makeFresh(context, place, old)` with the deleted entry in its place, null
+/// for none: the deleted ones from the lowest index, then new ones at the end. What was taken when the memory
+/// ran out stays, with its names in `names`, and the call fails with AL_INVALID_VALUE.
+template <typename TableOf, typename MakeFresh>
 void GenCall(const TableOf& tableOf, ALsizei n, ALuint* names, Access access, bool argumentsValid,
-             const Entry& fresh) noexcept {
+             const MakeFresh& makeFresh) noexcept {
     ContextCall(access, argumentsValid, [&](Process& process, Context& context) -> int {
         auto& table = tableOf(context);
         if (n > longestList) return AL_INVALID_VALUE;
-        std::uint32_t index = 0;
         try {
             for (ALsizei i = 0; i < n; ++i) {
-                while (index < table.size && !table[index].deleted)
-                    ++index;
-                if (index < table.size)
-                    table[index] = fresh;
-                else
-                    table.append(fresh);
-                names[i] = ++index;
+                const std::uint32_t place = table.NextPlace();
+                names[i] =
+                    table.Take(makeFresh(context, place, place < table.size ? &table[place] : nullptr)) + 1;
             }
         } catch (const std::exception& exception) {
             process.FailAl(exception.what(), AL_INVALID_VALUE);
@@ -53,8 +48,7 @@ void GenCall(const TableOf& tableOf, ALsizei n, ALuint* names, Access access, bo
     });
 }
 
-/// Runs `remove(entry)` for each name, which has to mark the entry `deleted`; for none of them when one is
-/// bad.
+/// Runs `remove(entry)` for each name, and deletes the entry; for none of them when one is bad.
 template <typename TableOf, typename Remove>
 void DeleteCall(const TableOf& tableOf, ALsizei n, const ALuint* names, Access access, bool argumentsValid,
                 const Remove& remove) noexcept {
@@ -64,8 +58,10 @@ void DeleteCall(const TableOf& tableOf, ALsizei n, const ALuint* names, Access a
         const std::span<const ALuint> list(names, n > 0 ? static_cast<std::size_t>(n) : 0);
         for (const ALuint name : list)
             if (!IsLive(table, name)) return AL_INVALID_VALUE;
-        for (const ALuint name : list)
+        for (const ALuint name : list) {
             remove(table[name - 1]);
+            table.Delete(name - 1);
+        }
         return AL_NO_ERROR;
     });
 }

@@ -69,6 +69,7 @@ void DestroyContext(Process& process, Context* context) {
     delete context;
     // No renderer reads the memory of static buffers any more.
     process.engine.device.bufferPool.MarkUsage();
+    process.engine.retired.Empty();
 }
 
 void Process::ShutDown() {

@@ -36,7 +36,7 @@ struct Process {
     ggui::RegistryLog log;
     OutputMachinery machinery;
     Engine engine;
-    Context* currentContext SLIB_GUARDED_BY(engine.apiMutex) = nullptr;
+    Context* currentContext SLIB_GUARDED_BY(engine.apiMutex) = nullptr;  ///< as the game gave it
     ErrorSlot alcError;
     ErrorSlot alError;
     /// Of alcGetString; built at the first query.
@@ -58,6 +58,13 @@ struct Process {
 };
 
 Process& TheProcess();
+
+/// The context that calls work on: the current one, as long as it is the device's. Whatever else a game made
+/// current counts as none.
+inline Context* CurrentContext(Process& process) SLIB_REQUIRES(process.engine.apiMutex) {
+    Context* const context = process.engine.device.context;
+    return context == process.currentContext ? context : nullptr;
+}
 
 /// Stops and frees the device's context, which isn't current any more; null does nothing. Until its server
 /// has ended it stays the device's, so that what the server may still read isn't freed by other calls. The

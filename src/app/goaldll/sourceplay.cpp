@@ -78,13 +78,15 @@ int QueueBuffers(const SourceAccess& source, std::span<const ALuint> names) {
     const Source& seen = source.PlayState();
     if (seen.sourceType == SourceType::Static) return AL_INVALID_OPERATION;
     if (names.empty()) return AL_NO_ERROR;
-    BufferQueue queue = seen.queue;
+    const Buffer* kind = seen.queue.size > 0 ? seen.queue[0] : FindBuffer(source, names[0]);
     for (const ALuint name : names) {
-        Buffer* const buffer = FindBuffer(source, name);
-        if (buffer == nullptr) return AL_INVALID_NAME;
-        if (queue.size > 0 && !IsSameKind(*queue[0], *buffer)) return AL_INVALID_NAME;
-        queue.append(buffer);
+        const Buffer* const buffer = FindBuffer(source, name);
+        if (buffer == nullptr || !IsSameKind(*kind, *buffer)) return AL_INVALID_NAME;
     }
+    source.PrepareFor(kind->channels, seen.sends.size);
+    BufferQueue queue = seen.queue;
+    for (const ALuint name : names)
+        queue.append(FindBuffer(source, name));
     const BufferQueue old = source.ReplaceQueue(std::move(queue), seen.queueIndex);
     source.TouchPlayState().sourceType = SourceType::Streaming;
     for (std::uint32_t i = old.size; i < seen.queue.size; ++i)
@@ -100,8 +102,8 @@ int UnqueueBuffers(const SourceAccess& source, std::span<ALuint> names) {
     if (names.size() > (IsUnderWay(seen.state) ? played : seen.queue.size)) return AL_INVALID_OPERATION;
 
     const auto count = static_cast<std::uint32_t>(names.size());
-    BufferQueue queue(seen.queue.size - count);
-    std::copy(seen.queue.begin() + count, seen.queue.end(), queue.begin());
+    BufferQueue queue = seen.queue;
+    queue.RemoveFront(count);
     // What the renderer has before it is cut off in front: its index will be that much too high.
     const std::uint32_t passed = std::min(seen.queueIndex, count);
     const BufferQueue old = source.ReplaceQueue(std::move(queue), seen.queueIndex - passed);

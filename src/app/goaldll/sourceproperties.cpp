@@ -123,6 +123,8 @@ auto FindRow(const Table& table, ALenum parameter) -> decltype(table.data()) {
 // One degree of a full angle as a half-angle in radians, and the other way.
 constexpr float halfRadiansPerDegree = 0.008726646F;
 constexpr float degreesPerHalfRadian = 114.59156F;
+// Degrees that the way there and back may lose, so that whole ones read as they were set.
+constexpr float angleSlack = 0.001F;
 
 int SetRow(const SourceAccess& source, const FloatProperty& row, float value) {
     if (!(value >= 0 && value <= row.greatest)) return AL_INVALID_VALUE;
@@ -196,12 +198,22 @@ int SetDirectFilter(const SourceAccess& source, ALuint name) {
     return AL_NO_ERROR;
 }
 
+// Of the slot that has the name, or that will be the next to have it.
+std::uint32_t SerialOf(const SuspendedState& state, ALuint slotName) {
+    if (slotName == 0 || slotName > state.slots.size) return 0;
+    const AuxSlotParameters& slot = state.slots[slotName - 1];
+    return slot.deleted ? slot.serial + 1 : slot.serial;
+}
+
 int SetSend(const SourceAccess& source, ALuint slotName, ALint index, ALuint filterName) {
-    SourceBaseParameters::AuxSend send{slotName, filterName, {}};
+    SourceBaseParameters::AuxSend send{slotName, filterName, {}, SerialOf(source.state, slotName)};
     if (index < 0 || !CopyFilter(source, filterName, send.filter)) return AL_INVALID_VALUE;
     if (index >= sendLimit) throw slib::OutOfMemoryException();
-    Source& target = source.ChangeParameters();
     const auto place = static_cast<std::uint32_t>(index);
+    const BufferQueue& queue = source.PlayState().queue;
+    if (place >= source.Target().sends.size && queue.size > 0)
+        source.PrepareFor(queue[0]->channels, place + 1);
+    Source& target = source.ChangeParameters();
     if (place >= target.sends.size) target.sends.resizePreserving(place + 1, {});
     target.sends[place] = send;
     return AL_NO_ERROR;
@@ -277,7 +289,7 @@ int GetInteger(const SourceAccess& source, ALenum parameter, ALint* value) {
     if (const FlagProperty* const flag = FindRow(flagProperties, parameter))
         *value = source.Target().*flag->field ? AL_TRUE : AL_FALSE;
     else if (number != nullptr && number->hasIntegerForm)
-        *value = CutToInteger(GetRow(source, *number));
+        *value = CutToInteger(GetRow(source, *number) + (number->unit == Unit::FullAngle ? angleSlack : 0));
     else if (const PlayQuery* const query = FindRow(playQueries, parameter))
         *value = query->read(source);
     else if (IsOffset(parameter))

@@ -3,17 +3,20 @@
 // What the server needs of a renderer, so that a test can drive the server with one of its own. Built, called
 // and destroyed on the server's thread.
 
+#include <memory>
+
 #include "goal/render/renderoutput.h"
+#include "goal/state/enginestate.h"
 #include "slib/realtime.h"
 
 namespace goal {
-
-struct RenderSnapshot;
 
 /// Renders the sources and effects of a snapshot, block by block.
 class BlockRenderer {
 public:
     virtual ~BlockRenderer() = default;
+    /// Makes the effects that the renderer can run; null for one that runs none.
+    virtual std::shared_ptr<const EffectBuilder> Effects() const { return nullptr; }
     virtual void renderBlock(RenderSnapshot& snapshot, RenderOutput& output) SLIB_NONBLOCKING = 0;
 };
 

@@ -70,49 +70,45 @@ void AddTo(const Target& target, const hcml::ac::Bus& wet) {
 }  // namespace
 
 EffectStage::EffectStage(const RenderContext& context, std::uint32_t spatialChannels)
-    : context(context), wet(context.blockFrames, std::max(spatialChannels, mostArrangementChannels)) {}
+    : builder(std::make_shared<const SlotEffectBuilder>(context, spatialChannels)),
+      wet(context.blockFrames, std::max(spatialChannels, mostArrangementChannels)) {}
 
-void EffectStage::Sync(const RenderSnapshot& snapshot) {
-    if (states.size() < snapshot.slots.size) states.resize(snapshot.slots.size);
-    for (std::uint32_t i = 0; i < snapshot.slots.size; ++i) {
-        const EffectParametersPtr& effect = snapshot.slots[i].effect;
-        if (!effect || snapshot.slots[i].deleted)
-            states[i].reset();
-        else if (!states[i] || states[i]->effectType != effect->effectType)
-            states[i] = effect->createState(context);
-    }
+void EffectStage::Renew(const RenderSnapshot& snapshot) const {
+    snapshot.activeSlots.ForEach([&](std::uint32_t i) {
+        SlotEffect& effect = EffectOf(snapshot.slots[i]);
+        if (effect.state == nullptr) builder->Renew(effect);
+    });
 }
 
 void EffectStage::Run(const RenderSnapshot& snapshot, SendStage& sends, ArrayBuses& arrays,
                       RenderOutput& output) {
-    for (std::uint32_t i = 0; i < snapshot.slots.size; ++i) {
-        if (!states[i]) continue;
+    snapshot.activeSlots.ForEach([&](std::uint32_t i) {
+        SlotEffect& effect = EffectOf(snapshot.slots[i]);
         // Also for an effect without an output: its waiting sends refer to data of this block.
-        const hcml::ac::Bus& input = sends.Input(i);
-        const Target target = TargetOf(states[i]->outputKind, arrays, output);
-        if (target.channelCount == 0) continue;
-        Process(*states[i], snapshot.slots[i], snapshot, input, target.channelCount);
+        sends.Gather(effect);
+        const Target target = TargetOf(effect.state->outputKind, arrays, output);
+        if (target.channelCount == 0) return;
+        Process(effect, snapshot.slots[i].gain, snapshot, target.channelCount);
         if (IsFinite(wet, target.channelCount))
             AddTo(target, wet);
         else
-            states[i].reset();
-    }
+            effect.state.reset();
+    });
 }
 
 // The effect has the wet bus to itself, so that it can be left out.
-void EffectStage::Process(EffectProcessorState& state, const AuxSlotParameters& slot,
-                          const GlobalParameters& globals, const hcml::ac::Bus& input,
+void EffectStage::Process(SlotEffect& effect, float slotGain, const GlobalParameters& globals,
                           std::uint32_t channelCount) {
     for (std::uint32_t c = 0; c < channelCount; ++c)
         std::fill_n(wet.channels[c], std::size_t{wet.vectors} * 4, 0.0F);
-    state.process({.parameters = slot.effect.Get(),
-                   .input = input.channels,
-                   .output = wet.channels,
-                   .frames = input.frames,
-                   .vectors = input.vectors,
-                   .slotGain = slot.gain,
-                   .speedOfSound = globals.speedOfSound,
-                   .metresPerUnit = globals.metersPerUnit});
+    effect.state->process({.parameters = effect.parameters.Get(),
+                           .input = effect.input.channels,
+                           .output = wet.channels,
+                           .frames = effect.input.frames,
+                           .vectors = effect.input.vectors,
+                           .slotGain = slotGain,
+                           .speedOfSound = globals.speedOfSound,
+                           .metresPerUnit = globals.metersPerUnit});
 }
 
 }  // namespace goal

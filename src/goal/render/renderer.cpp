@@ -62,8 +62,7 @@ Renderer::Renderer(double sampleRate, const orb3::Configuration& configuration, 
       radiusTable(order),
       filterTables(std::make_unique<FilterGainTables>()),
       arrays(configuration.arraySet, blockFrames, spatialChannels),
-      sends(blockFrames, spatialChannels, settings.useDirectionalEarlyReflections, *filterTables,
-            defaultFilterOrder),
+      sends(blockFrames, spatialChannels, *filterTables, defaultFilterOrder),
       effects({.sampleRate = sampleRate,
                .order = order,
                .useFullLateReflections = settings.useFullLateReflections,
@@ -87,8 +86,8 @@ void Renderer::renderBlock(RenderSnapshot& snapshot, RenderOutput& output) {
 
 void Renderer::StartBlock(const RenderSnapshot& snapshot, RenderOutput& output) {
     listener = BuildBasis(snapshot.listenerAt, snapshot.listenerUp);
-    effects.Sync(snapshot);
-    sends.Sync(snapshot, effects.States());
+    effects.Renew(snapshot);
+    sends.Sync(snapshot);
     output.spatial.clear();
     ApplyAntiDenormalPattern(output.spatial);
     output.lowFrequencyWritten = false;
@@ -99,13 +98,13 @@ void Renderer::StartBlock(const RenderSnapshot& snapshot, RenderOutput& output) 
 // merge.
 void Renderer::RenderSources(RenderSnapshot& snapshot, RenderOutput& output) {
     snapshot.playing.ForEach([&](std::uint32_t i) {
-        Source& source = snapshot.sources[i];
-        SourceRendererState& state = snapshot.sourceStates[i];
-        if (source.deleted || source.state != SourceState::Playing || source.queue.size == 0) return;
+        Source& source = snapshot.voices[i]->source;
+        SourceRendererState& state = snapshot.voices[i]->memory;
+        if (source.queue.size == 0) return;
         if (source.queue[0]->channels == 1)
             RenderMonoSource(source, state, snapshot, output.spatial);
         else
-            RenderMultiChannelSource(source, state, output.spatial);
+            RenderMultiChannelSource(source, state, snapshot, output.spatial);
     });
 }
 
@@ -138,15 +137,17 @@ void Renderer::AddMono(SourceRendererState& state, const SourceGeometry& geometr
     batch.AddMoving(weights.data(), state.direct, directStep, spatial);
 }
 
-void Renderer::RenderMultiChannelSource(Source& source, SourceRendererState& state, hcml::ac::Bus& spatial) {
-    if (!IsFinite(source.gain, source.pitch)) return;
+void Renderer::RenderMultiChannelSource(Source& source, SourceRendererState& state,
+                                        const RenderSnapshot& snapshot, hcml::ac::Bus& spatial) {
+    const float pitch = std::min(source.pitch, largestPitch);
+    if (!IsFinite(source.gain, pitch)) return;
     const Arrangement key = source.queue[0]->arrangementKey;
     ArrayBus& bus = arrays[key];
-    const ReadRate rate{static_cast<double>(source.pitch), sampleRate};
+    const ReadRate rate{static_cast<double>(pitch), sampleRate};
     const float scale =
         reader.ReadMultiChannel(source, state.previousFrame, state.multiChannelConverter, rate, bus.input);
     ApplyAntiDenormalPattern(bus.input);
-    sends.SendMultiChannel(source, state, bus.input, IsBFormat(key), scale);
+    sends.SendMultiChannel(source, state, snapshot, bus.input, IsBFormat(key), scale);
     if (IsBFormat(key)) Rotate(source, key, bus);
     const FilterStageSettings path{
         .gainFactor = source.gain * scale, .floorScale = scale, .defaultOrder = defaultFilterOrder};

@@ -40,6 +40,8 @@ public:
     Renderer(const Renderer&) = delete;
     Renderer& operator=(const Renderer&) = delete;
 
+    std::shared_ptr<const EffectBuilder> Effects() const override { return effects.Builder(); }
+
     /// Fills `output`, whose spatial bus has (order+1)² channels of the block's frames. Moves the play
     /// positions of the snapshot's sources on and stops those that run out of data.
     void renderBlock(RenderSnapshot& snapshot, RenderOutput& output) SLIB_NONBLOCKING override;
@@ -51,7 +53,8 @@ private:
 
     void RenderMonoSource(Source& source, SourceRendererState& state, const RenderSnapshot& snapshot,
                           hcml::ac::Bus& spatial);
-    void RenderMultiChannelSource(Source& source, SourceRendererState& state, hcml::ac::Bus& spatial);
+    void RenderMultiChannelSource(Source& source, SourceRendererState& state, const RenderSnapshot& snapshot,
+                                  hcml::ac::Bus& spatial);
     void AddMono(SourceRendererState& state, const SourceGeometry& geometry, float scale,
                  hcml::ac::Bus& spatial);
     void Rotate(const Source& source, Arrangement key, ArrayBus& bus) const;

@@ -13,64 +13,40 @@ namespace {
 // What the weights of a send into a whole field move per sample.
 constexpr float fieldStep = 0.005F;
 
-// As many as their filters run side by side.
-constexpr std::uint32_t sendsAtOnce = 16;
-
 // A send without a target keeps clean memory.
 void Forget(SourceFilterState& state) {
     reset(state);
     state.coefficientsValid = false;
 }
 
+// What the send goes to. A name beyond the table, of a slot without an effect, or that another slot has taken
+// since, has no target.
+SlotEffect* TargetOf(const SourceBaseParameters::AuxSend& send, const RenderSnapshot& snapshot) {
+    const std::uint32_t index = send.slotName - 1;
+    if (send.slotName == 0 || !snapshot.activeSlots.Contains(index)) return nullptr;
+    SlotEffect& effect = EffectOf(snapshot.slots[index]);
+    return effect.slotSerial == send.slotSerial ? &effect : nullptr;
+}
+
 }  // namespace
 
-SendStage::SendStage(std::uint32_t frames, std::uint32_t spatialChannels, bool directional,
-                     const FilterGainTables& tables, int defaultFilterOrder)
+SendStage::SendStage(std::uint32_t frames, std::uint32_t spatialChannels, const FilterGainTables& tables,
+                     int defaultFilterOrder)
     : frames(frames),
       spatialChannels(spatialChannels),
-      directional(directional),
       tables(tables),
       defaultFilterOrder(defaultFilterOrder) {
     mono.resize(frames);
 }
 
-void SendStage::Sync(const RenderSnapshot& snapshot,
-                     std::span<const std::unique_ptr<EffectProcessorState>> effects) {
-    if (slots.size() < snapshot.slots.size) slots.resize(snapshot.slots.size);
-    for (std::uint32_t i = 0; i < snapshot.slots.size; ++i)
-        SyncSlot(slots[i], snapshot.slots[i], effects[i].get());
-}
-
-void SendStage::SyncSlot(Slot& slot, const AuxSlotParameters& parameters,
-                         const EffectProcessorState* effect) const {
-    if (effect == nullptr) {
-        slot.sends.reset();
-        return slot.input.resize(0, 0);
-    }
-    slot.target = {.inputKind = effect->inputKind,
-                   .auxiliarySendAuto = parameters.auxiliarySendAuto,
-                   .room = parameters.effect ? parameters.effect->SendRoom() : RoomOfSends()};
-    std::uint32_t channels = 1;
-    if (slot.target.inputKind == EffectInput::Field) channels = spatialChannels;
-    if (slot.target.inputKind == EffectInput::Reverb && directional) channels = 4;
-    if (slot.input.channelCount != channels)
-        slot.sends = std::make_unique<MixBatch>(frames, channels, sendsAtOnce);
-    slot.input.resize(frames, channels);
-    slot.input.clear();
-    ApplyAntiDenormalPattern(slot.input);
-}
-
-// A name beyond the table, or of a slot without an effect, has no target.
-SendStage::Slot* SendStage::Live(std::uint32_t slotName) {
-    if (slotName == 0 || slotName > slots.size()) return nullptr;
-    Slot& slot = slots[slotName - 1];
-    return slot.input.channelCount > 0 ? &slot : nullptr;
-}
-
-const hcml::ac::Bus& SendStage::Input(std::uint32_t index) {
-    Slot& slot = slots[index];
-    if (slot.sends != nullptr) slot.sends->Flush(slot.input);
-    return slot.input;
+void SendStage::Sync(const RenderSnapshot& snapshot) {
+    snapshot.activeSlots.ForEach([&](std::uint32_t i) {
+        SlotEffect& effect = EffectOf(snapshot.slots[i]);
+        effect.target.auxiliarySendAuto = snapshot.slots[i].auxiliarySendAuto;
+        effect.target.room = effect.parameters->SendRoom();
+        effect.input.clear();
+        ApplyAntiDenormalPattern(effect.input);
+    });
 }
 
 // Writes into the next row. False when there is nothing to add.
@@ -92,7 +68,7 @@ void SendStage::SendMono(const Source& source, SourceRendererState& state, const
     for (std::uint32_t i = 0; i < source.sends.size; ++i) {
         const SourceBaseParameters::AuxSend& send = source.sends[i];
         SourceFilterState& memory = state.sends[i];
-        Slot* const slot = Live(send.slotName);
+        SlotEffect* const slot = TargetOf(send, snapshot);
         if (slot == nullptr) {
             Forget(memory);
             continue;
@@ -104,7 +80,8 @@ void SendStage::SendMono(const Source& source, SourceRendererState& state, const
 }
 
 void SendStage::SendMultiChannel(const Source& source, SourceRendererState& state,
-                                 const hcml::ac::Bus& samples, bool isBFormat, float scale) {
+                                 const RenderSnapshot& snapshot, const hcml::ac::Bus& samples, bool isBFormat,
+                                 float scale) {
     if (source.sends.size == 0) return;
     mono.clear();
     for (std::uint32_t c = 0; c < (isBFormat ? 1 : samples.channelCount); ++c)
@@ -112,7 +89,7 @@ void SendStage::SendMultiChannel(const Source& source, SourceRendererState& stat
     constexpr std::array<float, hcml::mostBusChannels> weights{1};
     const SendGains gains{source.gain * scale / static_cast<float>(samples.channelCount), 1};
     for (std::uint32_t i = 0; i < source.sends.size; ++i) {
-        Slot* const slot = Live(source.sends[i].slotName);
+        SlotEffect* const slot = TargetOf(source.sends[i], snapshot);
         if (slot == nullptr)
             Forget(state.sends[i]);
         else if (Filter(source.sends[i].filter, state.sends[i], mono, gains, scale, *slot->sends))
@@ -121,7 +98,7 @@ void SendStage::SendMultiChannel(const Source& source, SourceRendererState& stat
 }
 
 // A reverb takes one channel, or the axes as well.
-void SendStage::AddMono(Slot& slot, SourceFilterState& state, const SourceGeometry& geometry,
+void SendStage::AddMono(SlotEffect& slot, SourceFilterState& state, const SourceGeometry& geometry,
                         float scale) const {
     std::array<float, hcml::mostBusChannels> weights{scale};
     if (slot.target.inputKind == EffectInput::Field) {

@@ -3,17 +3,13 @@
 // The auxiliary sends: what each source adds to the inputs of the effect slots, through a filter of its own
 // per send. The renderer syncs the inputs at the start of a block and calls the stage for each source; the
 // slots' effects read the inputs afterwards (EffectStage). In between a slot's sends are gathered, to be
-// filtered side by side and added at once. On the server's thread; allocates only when a slot takes an effect
-// of another shape.
+// filtered side by side and added at once. On the server's thread; allocates nothing after construction.
 
 #include <cstdint>
-#include <memory>
-#include <span>
-#include <vector>
 
 #include "goal/dsp/filtergaintables.h"
-#include "goal/fx/effectprocessorstate.h"
 #include "goal/render/mixbatch.h"
+#include "goal/render/sloteffect.h"
 #include "goal/render/sourcegeometry.h"
 #include "goal/state/enginestate.h"
 #include "numeric/bus.h"
@@ -24,19 +20,17 @@ namespace goal {
 
 class SendStage {
 public:
-    /// For blocks of `frames` and a bus of `spatialChannels`. With `directional` reverbs take the axes of a
-    /// source too. `tables` is borrowed and outlives the stage; `defaultFilterOrder` is 1 or 2.
-    SendStage(std::uint32_t frames, std::uint32_t spatialChannels, bool directional,
-              const FilterGainTables& tables, int defaultFilterOrder);
+    /// For blocks of `frames` and a bus of `spatialChannels`. `tables` is borrowed and outlives the stage;
+    /// `defaultFilterOrder` is 1 or 2.
+    SendStage(std::uint32_t frames, std::uint32_t spatialChannels, const FilterGainTables& tables,
+              int defaultFilterOrder);
 
-    /// Brings the inputs in line with the slots of a snapshot, and clears them. `effects` are those of the
-    /// slots, null for none. Throws slib::OutOfMemoryException or std::bad_alloc.
-    void Sync(const RenderSnapshot& snapshot, std::span<const std::unique_ptr<EffectProcessorState>> effects);
+    /// Clears the inputs of the effects of a snapshot, and notes what the slots are for this block.
+    void Sync(const RenderSnapshot& snapshot) SLIB_NONBLOCKING;
 
-    /// The input of slot `index`, as Sync shaped it, with all that was sent to it; without channels for a
-    /// slot without an effect. Call it for each slot with an effect in each block, for until then its sends
-    /// may wait, and with them the memories of their filters.
-    const hcml::ac::Bus& Input(std::uint32_t index) SLIB_NONBLOCKING;
+    /// Brings all that was sent to the effect into its input. Call it for each effect in each block, for
+    /// until then its sends may wait, and with them the memories of their filters.
+    void Gather(SlotEffect& effect) const SLIB_NONBLOCKING { effect.sends->Flush(effect.input); }
 
     /// All sends of a one-channel source. `samples` is its block before any filter, `scale` brings that to
     /// full scale.
@@ -45,29 +39,20 @@ public:
                   float scale) SLIB_NONBLOCKING;
 
     /// All sends of a source of several channels. `samples` is its block; of B-format only channel 0 goes.
-    void SendMultiChannel(const Source& source, SourceRendererState& state, const hcml::ac::Bus& samples,
-                          bool isBFormat, float scale) SLIB_NONBLOCKING;
+    void SendMultiChannel(const Source& source, SourceRendererState& state, const RenderSnapshot& snapshot,
+                          const hcml::ac::Bus& samples, bool isBFormat, float scale) SLIB_NONBLOCKING;
 
 private:
-    struct Slot {
-        hcml::ac::Bus input;
-        std::unique_ptr<MixBatch> sends;  // that aren't in the input yet; null without an effect
-        SendTarget target;
-    };
-
-    void SyncSlot(Slot& slot, const AuxSlotParameters& parameters, const EffectProcessorState* effect) const;
-    Slot* Live(std::uint32_t slotName);
     bool Filter(const FilterParameters& filter, SourceFilterState& state,
                 const hcml::FloatTupleVector& samples, const SendGains& gains, float floorScale,
                 MixBatch& sends) const;
-    void AddMono(Slot& slot, SourceFilterState& state, const SourceGeometry& geometry, float scale) const;
+    void AddMono(SlotEffect& slot, SourceFilterState& state, const SourceGeometry& geometry,
+                 float scale) const;
 
     const std::uint32_t frames;
     const std::uint32_t spatialChannels;
-    const bool directional;
     const FilterGainTables& tables;
     const int defaultFilterOrder;
-    std::vector<Slot> slots;
     hcml::FloatTupleVector mono;  // the sum of several channels
 };
 

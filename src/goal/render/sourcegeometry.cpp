@@ -135,7 +135,7 @@ SourceGeometry LocateSource(const SourceBaseParameters& source, const GlobalPara
     g.airDistance = g.distance * globals.metersPerUnit * source.airAbsorptionFactor;
     SetCone(g, source, u);
     SetDirectGains(g, source, globals);
-    g.pitch = DopplerShift(source, globals, u) * source.pitch;
+    g.pitch = std::min(DopplerShift(source, globals, u) * source.pitch, largestPitch);
     g.direction = EncodeDirection(u, source.relative, listener);
     SetEncode(g, source.radius, radiusTable, order);
     return g;
@@ -164,7 +164,7 @@ SendGains ComputeSendGains(const SourceBaseParameters& source, const GlobalParam
 }
 
 bool IsFinite(float gain, float pitch) {
-    return WithinGains(gain) && std::isfinite(pitch) && pitch <= largestPitch;
+    return WithinGains(gain) && std::isfinite(pitch);
 }
 
 bool IsFinite(const SourceGeometry& geometry) {

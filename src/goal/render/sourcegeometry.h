@@ -65,12 +65,13 @@ struct SendGains {
 SendGains ComputeSendGains(const SourceBaseParameters& source, const GlobalParameters& globals,
                            const SourceGeometry& geometry, const SendTarget& target) SLIB_NONBLOCKING;
 
-/// The bounds of what is mixed: +120 dB, and what lets a sound of a second pass within a sample.
+/// The bounds of what is mixed: +120 dB, and what lets a sound of a second pass within a sample. A greater pitch
+/// is held there.
 inline constexpr float largestGain = 1e6F;
 inline constexpr float largestPitch = 65536;
 
 /// The one rule that keeps unfit values inside their source: true when all values are numbers, gains and
-/// weights within ± largestGain, HF gains 0 to 1, the pitch at most largestPitch. A source of which the
+/// weights within ± largestGain, HF gains 0 to 1. A source of which the
 /// geometry (or, for one of several channels, gain and pitch) fails is silent for the block, sends and all,
 /// and its position holds; a send that fails contributes nothing.
 [[nodiscard]] bool IsFinite(const SourceGeometry& geometry) SLIB_NONBLOCKING;

@@ -31,7 +31,7 @@ bool IsSinc(orb3::SampleRateConversion quality) {
 // the whole queue.
 std::optional<double> RatioOf(const Source& source, ReadRate rate) {
     if (source.queue.size == 0 || !(rate.pitch > 0)) return std::nullopt;
-    const double ratio = rate.pitch * static_cast<double>(source.queue.data[0]->frequency) / rate.output;
+    const double ratio = rate.pitch * static_cast<double>(source.queue[0]->frequency) / rate.output;
     if (!(ratio >= 0)) return std::nullopt;
     return ratio;
 }
@@ -52,7 +52,7 @@ std::uint32_t CountBelow(std::uint64_t from, std::uint64_t end, std::uint64_t st
 std::uint64_t LapOf(const BufferQueue& queue) {
     std::uint64_t lap = 0;
     for (std::uint32_t i = 0; i < queue.size && lap < farthest; ++i)
-        lap += std::uint64_t{queue.data[i]->frames} << 16;
+        lap += std::uint64_t{queue[i]->frames} << 16;
     return lap;
 }
 
@@ -67,7 +67,7 @@ public:
     const Buffer* Current(Pass pass) {
         for (;;) {
             if (source.queueIndex >= source.queue.size && !Wrap()) return nullptr;
-            const Buffer& buffer = *source.queue.data[source.queueIndex];
+            const Buffer& buffer = *source.queue[source.queueIndex];
             const std::uint64_t end = std::uint64_t{buffer.frames} << 16;
             if (source.position < end) return &buffer;
             source.position -= end;
@@ -164,6 +164,10 @@ std::uint32_t ProduceTail(Converter& converter, float* const* channels, std::uin
     std::uint32_t toPush = 0, toProduce = 0;
     planBlock(converter, converter.taps / 2, wanted, toPush, toProduce);
     Push(converter, silence.data(), toPush);
+    // At a high ratio less than a step may be left, which is still to be heard.
+    const bool isLeft = (converter.readPosition >> converterFractionBits) + converter.preRoll + toPush <
+                        converter.writeIndex;
+    if (toProduce == 0 && wanted > 0 && isLeft) toProduce = 1;
     Produce(converter, channels, first, toProduce);
     return toProduce;
 }
@@ -248,7 +252,7 @@ float SourceReader::ReadStepped(Source& source, PreviousFrame& previousFrame, Re
         return 0;
     }
     const std::uint64_t step = StepOf(*ratio);
-    const float scale = source.queue.data[0]->scale;
+    const float scale = source.queue[0]->scale;
     const auto pass = [&](const Buffer& passed) {
         if (isLinear) CopyLastRawFrame(passed, previousFrame.data());
     };
@@ -333,7 +337,7 @@ float SourceReader::ReadSinc(Source& source, Converter& converter, ReadRate rate
         return 0;
     }
     setRatio(converter, *ratio);
-    const float scale = source.queue.data[0]->scale;
+    const float scale = source.queue[0]->scale;
     QueueWalk walk(source);
     for (std::uint32_t done = 0; done < target.frames;) {
         const Buffer* buffer = walk.Current([](const Buffer&) {});

@@ -24,7 +24,8 @@ public:
 
     /// Places in the sources' queues of the application's states that refer to this buffer.
     std::atomic<std::int32_t> useCount{0};
-    /// `useCount` as it was when the server last took its snapshot. Guarded by the API mutex.
+    /// `useCount` as it was when the server last took its snapshot, where the data is the application's.
+    /// Guarded by the API mutex.
     std::int32_t renderUseCount = 0;
 
     const std::uint32_t frames;  ///< samples per channel

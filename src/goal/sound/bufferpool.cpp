@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cassert>
+#include <optional>
 #include <vector>
 
 namespace goal {
@@ -14,17 +15,20 @@ void BufferPool::Clear() {
     for (const BufferSlot& slot : slots)
         delete slot.buffer;
     slots.clear();
-    lowestFree = 0;
+    free = {};
+    borrowed = {};
 }
 
 std::uint32_t BufferPool::Add() {
-    while (lowestFree < slots.size && !slots[lowestFree].deleted)
-        ++lowestFree;
-    if (lowestFree == slots.size)
-        slots.append(BufferSlot());
-    else
-        slots[lowestFree] = BufferSlot();
-    return ++lowestFree;
+    if (const std::optional<std::uint32_t> place = free.First()) {
+        slots[*place] = BufferSlot();
+        free.Erase(*place);
+        return *place + 1;
+    }
+    free.Reserve(slots.size + 1);
+    borrowed.Reserve(slots.size + 1);
+    slots.append(BufferSlot());
+    return slots.size;
 }
 
 bool BufferPool::IsValid(std::uint32_t name) const {
@@ -39,6 +43,7 @@ void BufferPool::Replace(std::unique_ptr<Buffer> buffer, BufferList* deletedBuff
         delete slot.buffer;
     else if (slot.buffer != nullptr)
         deletedBuffers->append(slot.buffer);
+    buffer->ownsData ? borrowed.Erase(buffer->name - 1) : borrowed.Insert(buffer->name - 1);
     slot.buffer = buffer.release();
 }
 
@@ -57,14 +62,17 @@ void BufferPool::Delete(std::span<const std::uint32_t> names, BufferList* delete
         BufferSlot& slot = slots[name - 1];
         if (deletedBuffers == nullptr) delete slot.buffer;
         slot = {nullptr, true};
-        lowestFree = std::min(lowestFree, name - 1);
+        borrowed.Erase(name - 1);
+        free.Insert(name - 1);
     }
 }
 
 void BufferPool::MarkUsage() {
-    for (BufferSlot& slot : slots) {
-        if (slot.buffer != nullptr) slot.buffer->renderUseCount = slot.buffer->useCount.load();
-    }
+    hasBorrowed = false;
+    borrowed.ForEach([&](std::uint32_t i) {
+        slots[i].buffer->renderUseCount = slots[i].buffer->useCount.load();
+        hasBorrowed = true;
+    });
 }
 
 }  // namespace goal

@@ -9,6 +9,7 @@
 
 #include "goal/sound/buffer.h"
 #include "numeric/genericvector.h"
+#include "numeric/indexset.h"
 
 namespace goal {
 
@@ -49,12 +50,17 @@ public:
     /// those of Replace go. Throws slib::OutOfMemoryException and then changes nothing.
     void Delete(std::span<const std::uint32_t> names, BufferList* deletedBuffers);
 
-    /// Notes for every buffer how often the application's queues refer to it, as the coming snapshot will see
-    /// it.
+    /// Notes for every buffer of borrowed data how often the application's queues refer to it, as the coming
+    /// snapshot will see it. Nobody asks that of the others, whose data lasts as long as it has to.
     void MarkUsage();
 
+    /// True when any buffer that was there at the last MarkUsage has borrowed data.
+    bool HasBorrowed() const { return hasBorrowed; }
+
 private:
-    std::uint32_t lowestFree = 0;  // no slot below this index is free
+    hcml::IndexSet free;      // the slots for new names
+    hcml::IndexSet borrowed;  // the slots of buffers of borrowed data
+    bool hasBorrowed = false;
 };
 
 }  // namespace goal

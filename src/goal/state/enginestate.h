@@ -15,16 +15,20 @@
 #include <array>
 #include <cstdint>
 #include <limits>
-#include <vector>
+#include <memory>
 
 #include "goal/sound/buffer.h"
 #include "goal/state/basis.h"
+#include "goal/state/bufferqueue.h"
 #include "goal/state/converterstate.h"
 #include "goal/state/effectprocessorparameters.h"
+#include "goal/state/entrytable.h"
 #include "goal/state/filterstate.h"
-#include "goal/state/indexset.h"
 #include "numeric/genericvector.h"
+#include "numeric/indexset.h"
+#include "numeric/segmentedvector.h"
 #include "slib/realtime.h"
+#include "slib/retirelist.h"
 #include "slib/smartptr.h"
 
 namespace slib {
@@ -40,7 +44,7 @@ struct WithDirtyTag : T {
 namespace goal {
 
 using EffectParametersPtr = slib::SmartPtr<EffectProcessorParameters, slib::Counter>;
-using BufferQueue = hcml::GenericVector<Buffer*, 1>;
+using hcml::IndexSet;
 
 inline constexpr float pi = 3.14159265F;
 
@@ -80,6 +84,7 @@ struct SourceBaseParameters {
         std::uint32_t slotName = 0;
         std::uint32_t filterName = 0;
         FilterParameters filter;
+        std::uint32_t slotSerial = 0;  ///< of the slot that had the name then, or was to have it next
     };
 
     float gain = 1;
@@ -143,6 +148,7 @@ struct AuxSlotParameters {
     float gain = 1;              ///< linear
     bool auxiliarySendAuto = true;
     bool deleted = false;
+    std::uint32_t serial = 0;  ///< tells the slots apart that had the same name one after another
 };
 
 /// An effect object of the game. It reaches a slot when it is bound to it, by copy.
@@ -150,6 +156,12 @@ struct EffectParameters {
     EffectParametersPtr parameters;  ///< null for AL_EFFECT_NULL
     bool deleted = false;
 };
+
+// ---- What the renderer has ----
+//
+// It is built by the threads that ask for it and freed by those of the game: the copy takes pointers, and
+// what it has done with goes on a RetireList. Where nobody built what the copy needs, as in a test without a
+// game, the copy does.
 
 /// What the renderer keeps about a source from block to block.
 struct SourceRendererState {
@@ -159,46 +171,127 @@ struct SourceRendererState {
     MultiChannelConverterState multiChannelConverter;
     std::array<float, 8> previousFrame{};  ///< of the linear reader
 
-    /// Clean memory on every path, as for a source that begins to play.
-    void Reset();
-
-    /// The same, for a run on the converter whose cursor starts as `converterStart`, which outlives it; null
-    /// for the qualities that have none. Throws slib::OutOfMemoryException.
-    void Prepare(const ConverterCursor* converterStart);
+    /// Clean memory on every path, as for a source of `channels` that begins to play on the converter whose
+    /// cursor starts as `converterStart`, which outlives it; null for the qualities that have none. Throws
+    /// slib::OutOfMemoryException.
+    void Prepare(const ConverterCursor* converterStart, std::uint32_t channels);
 };
 
-/// What the server renders from. Only the server's thread touches it.
+/// A source that plays. One at rest has none.
+struct Voice : slib::Retired {
+    Source source;  ///< as the renderer has it
+    SourceRendererState memory;
+    std::uint32_t channels = 1;  ///< that the memory is for
+    bool continues = false;      ///< takes over the memory of the voice that it replaces
+};
+
+/// An effect as it runs in a slot; the renderer's own class of it is built by its EffectBuilder.
+class RunningEffect : public slib::Retired {
+public:
+    EffectParametersPtr parameters;  ///< the renderer's own copy, never null
+    std::uint32_t slotSerial = 0;
+};
+
+/// Makes the running effects of one run of the server. Any thread.
+class EffectBuilder {
+public:
+    virtual ~EffectBuilder() = default;
+    /// With clean memory, and a copy of `parameters`. Throws slib::OutOfMemoryException.
+    [[nodiscard]] virtual std::unique_ptr<RunningEffect> Build(
+        const EffectProcessorParameters& parameters) const = 0;
+};
+
+/// A slot as the renderer has it.
+struct RenderedSlot {
+    std::unique_ptr<RunningEffect> effect;  ///< null for none
+    float gain = 1;                         ///< linear
+    bool auxiliarySendAuto = true;
+};
+
+/// What the server renders from. Only the server's thread touches it, but that the game's threads make room
+/// in it, and read of `playing`, `voices` and `slots` what only the copy and the merge change, both with
+/// stateMutex held.
 struct RenderSnapshot : GlobalParameters {
-    hcml::GenericVector<Source, 0> sources;
-    hcml::GenericVector<AuxSlotParameters, 0> slots;
-    hcml::GenericVector<Buffer*, 1> deletedBuffers;  ///< owned; the server frees them after the copy
-    hcml::GenericVector<SourceRendererState, 0> sourceStates;  ///< one for each of `sources`
     IndexSet playing;  ///< the sources that were AL_PLAYING at the copy: all that a block can move
+    hcml::SegmentedVector<std::unique_ptr<Voice>> voices;  ///< by source: of those that play, else null
+    hcml::SegmentedVector<RenderedSlot> slots;
+    IndexSet activeSlots;           ///< those with an effect
+    std::uint32_t sourceCount = 0;  ///< of the application's table at the copy, deleted entries too
+    std::uint32_t slotCount = 0;
+};
+
+/// Buffers that have no name any more, and go when no record refers to them.
+struct DeletedBuffers : slib::Retired {
+    DeletedBuffers() = default;
+    DeletedBuffers(const DeletedBuffers&) = delete;
+    DeletedBuffers& operator=(const DeletedBuffers&) = delete;
+    ~DeletedBuffers() override;
+
+    hcml::GenericVector<Buffer*, 1> buffers;  ///< owned
 };
 
 /// What al* calls write while the context is suspended.
 struct SuspendedState : GlobalParameters {
-    hcml::GenericVector<Source, 0> sources;
-    hcml::GenericVector<slib::WithDirtyTag<AuxSlotParameters>, 0> slots;
-    hcml::GenericVector<Buffer*, 1> deletedBuffers;  ///< owned
+    EntryTable<Source> sources;
+    EntryTable<slib::WithDirtyTag<AuxSlotParameters>> slots;
+    std::unique_ptr<DeletedBuffers> deletedBuffers;  ///< null for none
     IndexSet touched;  ///< the sources of which a flag, `state` or `deleted` changed
 };
 
 /// What al* calls write and read. Names are indices plus 1; tables never shrink.
 struct ApplicationState : SuspendedState {
-    hcml::GenericVector<EffectParameters, 0> effects;
-    hcml::GenericVector<FilterParametersWithDeletedFlag, 1> filters;
+    EntryTable<EffectParameters> effects;
+    EntryTable<FilterParametersWithDeletedFlag> filters;
+
+    // What is on its way to the renderer, by source and by slot, null for nothing.
+    hcml::SegmentedVector<std::unique_ptr<Voice>> comingVoices;
+    hcml::SegmentedVector<std::unique_ptr<RunningEffect>> comingEffects;
+
+    // What that is to be built for, as long as the server has a run.
+    const ConverterCursor* converterStart = nullptr;     ///< null for the qualities that have none
+    std::shared_ptr<const EffectBuilder> effectBuilder;  ///< null between two runs
 };
 
-/// Brings the snapshot up to date with what the game changed. Costs a comparison for 64 sources of which none
-/// was touched. New sources are prepared for `converterStart`. The server, with stateMutex held; throws
+/// Begins a run: gives every voice clean memory for the converter whose cursor starts as `converterStart`,
+/// and lets go of the effects of the run before, for which PrepareTouched then builds others by `builder`.
+/// With stateMutex held, by the server; throws slib::OutOfMemoryException.
+void BeginRun(RenderSnapshot& snapshot, ApplicationState& application, const ConverterCursor* converterStart,
+              std::shared_ptr<const EffectBuilder> builder);
+
+/// Makes room in the snapshot for so many sources and slots. With stateMutex held; throws
 /// slib::OutOfMemoryException.
+void ReserveRoom(RenderSnapshot& snapshot, ApplicationState& application, std::uint32_t sources,
+                 std::uint32_t slots);
+
+/// Builds the voice that the source needs to begin to play; with `continues` the one that goes on in place of
+/// one that plays, with `channels` and `sends`. With stateMutex held; throws slib::OutOfMemoryException.
+void PrepareVoice(ApplicationState& application, std::uint32_t index, std::uint32_t channels,
+                  std::uint32_t sends, bool continues);
+
+/// Builds the voice that a source needs which has one and is to have other counts of channels or sends. With
+/// stateMutex held; throws slib::OutOfMemoryException.
+void PrepareShape(const RenderSnapshot& snapshot, ApplicationState& application, std::uint32_t index,
+                  std::uint32_t channels, std::uint32_t sends);
+
+/// Builds what the copy would have to build for the touched sources and slots. With stateMutex held; throws
+/// slib::OutOfMemoryException.
+void PrepareTouched(const RenderSnapshot& snapshot, ApplicationState& application);
+
+/// True when the renderer has, or gets, the running effect of the slot `index` as it is `wanted`. With
+/// stateMutex held.
+bool IsServed(const RenderSnapshot& snapshot, const ApplicationState& application, std::uint32_t index,
+              const AuxSlotParameters& wanted);
+
+/// Brings the snapshot up to date with what the game changed. Costs a comparison for 64 sources of which none
+/// was touched. What the renderer has done with goes to `retired`. The server, with stateMutex held; throws
+/// slib::OutOfMemoryException where the copy has to build.
 void CopyToSnapshot(RenderSnapshot& snapshot, ApplicationState& application,
-                    const ConverterCursor* converterStart = nullptr) SLIB_NONBLOCKING;
+                    slib::RetireList& retired) SLIB_NONBLOCKING;
 
 /// Brings back what the block moved: positions, current buffers and stops. Where the game changed something
 /// since the copy, the game's value stays. The server, with stateMutex held.
-void MergeProgress(RenderSnapshot& snapshot, ApplicationState& application) SLIB_NONBLOCKING;
+void MergeProgress(RenderSnapshot& snapshot, ApplicationState& application,
+                   slib::RetireList& retired) SLIB_NONBLOCKING;
 
 /// Copies the application state to the suspended one, whose sources then follow the renderer until the game
 /// changes them. With stateMutex held; throws slib::OutOfMemoryException.
@@ -206,7 +299,7 @@ void BeginSuspend(SuspendedState& suspended, const ApplicationState& application
 
 /// Merges what the game changed in the suspended state into the application state. With stateMutex held;
 /// throws slib::OutOfMemoryException, and may then be called again.
-void EndSuspend(SuspendedState& suspended, ApplicationState& application);
+void EndSuspend(SuspendedState& suspended, ApplicationState& application, RenderSnapshot& snapshot);
 
 /// Copies `position`, `queueIndex`, `sourceType` and `state`.
 void CopyPlayState(Source& target, const Source& source);

@@ -22,29 +22,36 @@ void Run(DelayLine& line, const Input& input, float* column, std::uint32_t frame
 
 }  // namespace
 
-DelayLine::DelayLine(std::uint32_t delay) : ring(std::uint32_t{1} << std::bit_width(delay)), delay(delay) {
-    ring.fill(0);
+DelayLines MakeDelayLines(std::uint32_t channels, std::uint32_t delay) {
+    DelayLines lines(channels);
+    for (DelayLine& line : lines) {
+        line.ring.resize(std::uint32_t{1} << std::bit_width(delay));
+        line.ring.fill(0);
+        line.delay = delay;
+    }
+    return lines;
 }
 
 void ClearUsed(DelayLines& lines) {
-    for (auto& [channel, line] : lines)
+    for (DelayLine& line : lines)
         line.used = false;
 }
 
-void MixFeed(DelayLines& lines, std::uint32_t delay, std::uint32_t channel, const float* samples,
+void MixFeed(DelayLines& lines, std::uint32_t channel, const float* samples,
              hcml::GenericMatrix<float, 1>& output) {
-    DelayLine& line = lines.try_emplace(channel, delay).first->second;
+    DelayLine& line = lines[channel];
     Run(
         line, [samples](std::uint32_t frame) { return samples[frame]; }, output.data + channel, output.rows,
         output.columns);
-    line.used = true;
+    line.used = line.isOpen = true;
 }
 
 void DrainUnused(DelayLines& lines, hcml::GenericMatrix<float, 1>& output) {
-    for (auto& [channel, line] : lines)
-        if (!line.used)
+    for (std::uint32_t channel = 0; channel < lines.size(); ++channel)
+        if (lines[channel].isOpen && !lines[channel].used)
             Run(
-                line, [](std::uint32_t) { return 0.0F; }, output.data + channel, output.rows, output.columns);
+                lines[channel], [](std::uint32_t) { return 0.0F; }, output.data + channel, output.rows,
+                output.columns);
 }
 
 }  // namespace orb3

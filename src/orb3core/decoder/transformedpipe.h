@@ -5,8 +5,7 @@
 //     bus -> transformer -> + feeds (delay lines) -> limiter -> peak -> pipe
 //
 // One thread, the caller, writes; reportPeak may run on another. writeBus waits until the output has room,
-// and so gives the whole chain its pace. A steady block allocates nothing; only the first block of a feed
-// does.
+// and so gives the whole chain its pace. A block allocates nothing.
 
 #include <cstdint>
 #include <memory>

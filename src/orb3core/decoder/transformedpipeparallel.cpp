@@ -26,14 +26,16 @@ void Interleave(const hcml::ac::Bus& bus, hcml::GenericMatrix<float, 1>& matrix)
 
 }  // namespace
 
-SlotFeed::SlotFeed(std::uint32_t frames, float gain) : samples(frames), gain(gain) {}
-
 TransformedPipeUPT_Parallel::TransformedPipeUPT_Parallel(
     const strans::TimeDomainTransform<float, 1>& transform, slib::Log* log, audiopipe::PipePtr pipe)
     : TransformedPipeUPT(transform, log, std::move(pipe), true),
       Thread("Decoder", Priority::TimeCritical),
+      delayLines(MakeDelayLines(transformer.outputCount, transformer.startLatency)),
       output(blockFrames, transformer.outputCount) {
     for (BlockSlot& slot : slots) {
+        slot.feeds.resize(transformer.outputCount);
+        for (SlotFeed& feed : slot.feeds)
+            feed.samples.resize(blockFrames);
         slot.input.resize(blockFrames, transformer.inputCount);
         slot.input.fill(0);
     }
@@ -80,17 +82,19 @@ BlockSlot& TransformedPipeUPT_Parallel::OpenSlot(std::uint32_t frames, std::uint
 // A channel keeps the gain of its first block in this slot, unless several feeds share it now: then each has
 // its own.
 void TransformedPipeUPT_Parallel::FillFeeds(BlockSlot& slot, std::span<const DirectFeed> feeds) const {
-    for (auto& [channel, own] : slot.feeds) {
-        own.used = false;
-        own.samples.clear();
+    for (std::uint32_t channel = 0; channel < slot.feeds.size(); ++channel) {
+        SlotFeed& own = slot.feeds[channel];
+        const bool isGoingOn = std::exchange(own.used, false);
+        for (const DirectFeed& feed : feeds) {
+            if (feed.channel != channel) continue;
+            if (!std::exchange(own.used, true)) {
+                own.samples.clear();
+                if (!isGoingOn) own.gain = feed.gain;
+            }
+            const bool isAlone = CountFeeds(feeds, channel) == 1;
+            AddFeed(feed, isAlone ? own.gain : feed.gain, own.samples.data, blockFrames);
+        }
     }
-    for (const DirectFeed& feed : feeds) {
-        SlotFeed& own = slot.feeds.try_emplace(feed.channel, blockFrames, feed.gain).first->second;
-        const bool isAlone = CountFeeds(feeds, feed.channel) == 1;
-        AddFeed(feed, isAlone ? own.gain : feed.gain, own.samples.data, blockFrames);
-        own.used = true;
-    }
-    std::erase_if(slot.feeds, [](const auto& entry) { return !entry.second.used; });
 }
 
 void TransformedPipeUPT_Parallel::HandOver(BlockSlot& slot, std::span<const DirectFeed> feeds) {
@@ -131,8 +135,8 @@ void TransformedPipeUPT_Parallel::DecodeBlocks() {
 
 void TransformedPipeUPT_Parallel::MixFeeds(const BlockSlot& slot) {
     ClearUsed(delayLines);
-    for (const auto& [channel, feed] : slot.feeds)
-        MixFeed(delayLines, transformer.startLatency, channel, feed.samples.data, output);
+    for (std::uint32_t channel = 0; channel < slot.feeds.size(); ++channel)
+        if (slot.feeds[channel].used) MixFeed(delayLines, channel, slot.feeds[channel].samples.data, output);
     DrainUnused(delayLines, output);
 }
 

@@ -12,8 +12,8 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
-#include <map>
 #include <span>
+#include <vector>
 
 #include "numeric/floattuplevector.h"
 #include "orb3core/decoder/delayline.h"
@@ -27,11 +27,8 @@ namespace orb3 {
 /// The feeds of one output channel in one slot.
 struct SlotFeed {
     hcml::FloatTupleVector samples;  ///< of the block, with the gain applied
-    float gain = 1;                  ///< that of the channel's first block in this slot
-    bool used = false;               ///< it had a feed in this block
-
-    /// Holds silence. Throws slib::OutOfMemoryException.
-    SlotFeed(std::uint32_t frames, float gain);
+    float gain = 1;     ///< that of the first of the blocks in a row in which the channel has a feed here
+    bool used = false;  ///< it had a feed in this block
 };
 
 /// A block on its way: the caller's until it posts `readySemaphore`, then the thread's until that posts
@@ -40,7 +37,7 @@ struct BlockSlot {
     slib::Semaphore freeSemaphore;
     slib::Semaphore readySemaphore;
     hcml::GenericMatrix<float, 1> input;  ///< blockFrames by input channels
-    std::map<std::uint32_t, SlotFeed> feeds;
+    std::vector<SlotFeed> feeds;          ///< by output channel
 };
 
 class TransformedPipeUPT_Parallel final : public TransformedPipeUPT, private slib::Thread {

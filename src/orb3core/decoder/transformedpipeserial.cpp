@@ -7,6 +7,7 @@ namespace orb3 {
 TransformedPipeUPT_Serial::TransformedPipeUPT_Serial(const strans::TimeDomainTransform<float, 1>& transform,
                                                      slib::Log* log, audiopipe::PipePtr pipe)
     : TransformedPipeUPT(transform, log, std::move(pipe), false),
+      delayLines(MakeDelayLines(transformer.outputCount, transformer.startLatency)),
       output(blockFrames, transformer.outputCount),
       feedSum(blockFrames) {}
 
@@ -42,7 +43,7 @@ void TransformedPipeUPT_Serial::MixFeeds(std::span<const DirectFeed> feeds) {
         feedSum.clear();
         for (const DirectFeed& feed : feeds.subspan(i))
             if (feed.channel == channel) AddFeed(feed, feed.gain, feedSum.data, blockFrames);
-        MixFeed(delayLines, transformer.startLatency, channel, feedSum.data, output);
+        MixFeed(delayLines, channel, feedSum.data, output);
     }
     DrainUnused(delayLines, output);
 }

@@ -144,7 +144,8 @@ std::uint64_t ImpulseEncoder::Plan(Values values) {
     plan[at] = choice;
     if (values.size() < shortestSplit) return whole;
     const std::size_t half = values.size() / 2;
-    const std::uint64_t halves = Plan(values.first(half)) + Plan(values.subspan(half));
+    std::uint64_t halves = Plan(values.first(half));  // first, for the plan has the choices in this order
+    halves += Plan(values.subspan(half));
     if (whole <= halves) {
         plan.resize(at + 1);
         return whole + 1;

@@ -26,6 +26,7 @@ public:
         if (conversion == orb3::SampleRateConversion::SincMedium)
             converter = std::make_unique<goal::SampleRateConverter>(goal::SincQuality::Medium);
         renderer = std::make_unique<goal::Renderer>(48000, configuration, 1, frames);
+        goal::BeginRun(snapshot, application, converter ? &converter->start : nullptr, renderer->Effects());
         output.spatial.resize(frames, static_cast<std::uint32_t>((order + 1) * (order + 1)));
         output.lowFrequency.resize(frames);
         output.dialogue.resize(frames);
@@ -40,20 +41,22 @@ public:
         source.queue.append(buffers.back().get());
         source.looping = true;
         source.state = goal::SourceState::Playing;
-        application.sources.append(source);
+        application.touched.Insert(application.sources.Take(source));
         return application.sources[application.sources.size - 1];
     }
 
     // A slot with that effect at its defaults. Its name is its place, from 1 on.
     void AddSlot(std::int32_t effectType) {
         application.slots.append({});
-        goal::fx::SetEffectType(application.slots[application.slots.size - 1].effect, effectType);
+        auto& slot = application.slots[application.slots.size - 1];
+        goal::fx::SetEffectType(slot.effect, effectType);
+        slot.dirty = true;
     }
 
     void Render() {
-        goal::CopyToSnapshot(snapshot, application, converter ? &converter->start : nullptr);
+        goal::CopyToSnapshot(snapshot, application, retired);
         renderer->renderBlock(snapshot, output);
-        goal::MergeProgress(snapshot, application);
+        goal::MergeProgress(snapshot, application, retired);
     }
 
     // `total` frames of the given channel.
@@ -88,9 +91,10 @@ public:
     const std::uint32_t frames;
     orb3::Configuration configuration;
     std::vector<std::unique_ptr<goal::Buffer>> buffers;
+    std::unique_ptr<goal::SampleRateConverter> converter;
+    slib::RetireList retired;
     goal::ApplicationState application;
     goal::RenderSnapshot snapshot;
-    std::unique_ptr<goal::SampleRateConverter> converter;
     std::unique_ptr<goal::Renderer> renderer;
     goal::RenderOutput output;
 };

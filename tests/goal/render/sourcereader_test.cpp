@@ -287,7 +287,7 @@ TEST(SourceReader, StepManyLapsLong_LandsWhereSingleStepsWould) {
 TEST(SourceReader, QueueOfAnotherChannelCount_IsAnIntegrityFailure) {
     for (const Quality quality : {Off, Linear, SincLow}) {
         Playing playing(AL_FORMAT_MONO8, {10}, false), stereo(AL_FORMAT_STEREO8, {10}, false);
-        playing.source.queue.data[0] = stereo.buffers[0].get();
+        playing.source.queue = stereo.source.queue;
         EXPECT_THROW(playing.Read(quality, 1, {1}), slib::IntegrityFailureException);
     }
 }
