@@ -346,9 +346,12 @@ inline constexpr auto foldbackCallback = [](Call& call) {
     return IsNull(call) ? nullptr : LPALFOLDBACKCALLBACK([](ALenum, ALsizei) {});
 };
 
-/// The one context or null.
+/// The one context, null, or a handle that never was one.
 inline constexpr auto contextOrNull = [](Call& call) {
-    return call.input.Byte() < 232 ? reinterpret_cast<ALCcontext*>(call.world.Context()) : nullptr;
+    const std::uint8_t choice = call.input.Byte();
+    const std::uintptr_t other = choice < 250 ? 0 : 0x1234567;
+    return choice < 232 ? reinterpret_cast<ALCcontext*>(call.world.Context())
+                        : reinterpret_cast<ALCcontext*>(other);
 };
 
 // ---- Operations ----

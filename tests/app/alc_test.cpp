@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <fstream>
 #include <functional>
 #include <string>
@@ -107,6 +108,22 @@ TEST_F(AlcCalls, DestroyContext_Twice_FreesItOnce) {
     EXPECT_EQ(alcGetError(device), ALC_INVALID_CONTEXT);
     alcDestroyContext(nullptr);
     EXPECT_EQ(alcGetError(device), ALC_NO_ERROR);
+}
+
+TEST_F(AlcCalls, AHandleOfNoContext_CountsAsNoneInEveryCall) {
+    ALCcontext* const gone = Create();
+    Destroy();
+    std::uintptr_t anything = 0x1234567;
+    for (ALCcontext* const handle : {gone, reinterpret_cast<ALCcontext*>(anything)}) {
+        ExpectAnswer<ALCboolean>(alcMakeContextCurrent(handle), ALC_TRUE, ALC_NO_ERROR);
+        alListenerf(AL_GAIN, 0.5F);
+        EXPECT_EQ(alGetError(), AL_INVALID_OPERATION);
+        alcSuspendContext(handle);
+        EXPECT_EQ(alcGetError(device), ALC_INVALID_CONTEXT);
+        alcProcessContext(handle);
+        EXPECT_EQ(alcGetError(device), ALC_INVALID_CONTEXT);
+    }
+    alcMakeContextCurrent(nullptr);
 }
 
 TEST_F(AlcCalls, CreateContext_HeedsTheAttributesThatItKnowsAndSkipsTheRest) {

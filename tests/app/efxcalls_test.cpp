@@ -175,6 +175,25 @@ TEST_F(EfxCalls, SlotValues_AreTakenInRangeReadBackAndCopied) {
     EXPECT_EQ(Read(alGetAuxiliaryEffectSlotfv, slot, gain), 0.5F);
 }
 
+TEST_F(EfxCalls, ASlotUnderTheNameOfADeletedOne_IsNotFedByTheSendsOfThat) {
+    const ALuint slot = NewSlot(), source = New(alGenSources);
+    const auto send = [&] { alSource3i(source, AL_AUXILIARY_SEND_FILTER, static_cast<ALint>(slot), 0, 0); };
+    SetBuffer(source, MakeBuffer(10));
+    alSourcePlay(source);
+    send();
+    const auto isFed = [&] {
+        Bind(slot, NewEffect(AL_EFFECT_ECHO));
+        Copy();
+        return Rendered(source).sends[0].slotSerial == RenderedSlot(slot).effect->slotSerial;
+    };
+    EXPECT_TRUE(isFed());
+    alDeleteAuxiliaryEffectSlots(1, &slot);
+    ASSERT_EQ(NewSlot(), slot);
+    EXPECT_FALSE(isFed());
+    send();
+    EXPECT_TRUE(isFed());
+}
+
 TEST_F(EfxCalls, OnlyOneReverb_LetsASecondSlotHaveAnythingElse) {
     const ALuint reverb = NewEffect(AL_EFFECT_REVERB), chorus = NewEffect(AL_EFFECT_CHORUS);
     const ALuint first = NewSlot(), second = NewSlot();

@@ -1,13 +1,18 @@
 // Calls of a game in a process that runs out of memory.
 
+#include <functional>
 #include <tuple>
+#include <utility>
+#include <vector>
 
 #include "tests/support/contextfixture.h"
 #include "tests/support/replacedallocation.h"
 
 namespace {
 
+using testing_support::allocations;
 using testing_support::allocationsLeft;
+using testing_support::frees;
 using testing_support::never;
 
 class FailingAllocation : public testing_support::ContextFixture {
@@ -86,6 +91,69 @@ TEST_F(FailingAllocation, BufferData_KeepsTheOldData) {
     const ALuint buffer = MakeBuffer(10);
     ExpectAllOrNothing([&] { alBufferData(buffer, AL_FORMAT_MONO8, &allocationsLeft, sizeof(long), 1000); },
                        [&] { return Stored(buffer)->size; });
+}
+
+// What the renderer needs was built by the call, and what it has done with waits for the next one.
+TEST_F(FailingAllocation, TheServersSteps_AllocateAndFreeNothingWhateverTheGameAsksFor) {
+    std::vector<ALuint> sources(300), slots(16), buffers(20);
+    const ALuint effect = New(alGenEffects);
+    const auto bindAll = [&](ALint type) {
+        alEffecti(effect, AL_EFFECT_TYPE, type);
+        for (const ALuint slot : slots)
+            alAuxiliaryEffectSloti(slot, AL_EFFECTSLOT_EFFECT, static_cast<ALint>(effect));
+    };
+    const auto queueAll = [&](ALenum format) {
+        for (ALuint& buffer : buffers)
+            buffer = MakeBuffer(96, 48000, format);
+        alSourceQueueBuffers(sources[1], 20, buffers.data());
+    };
+    const auto playAll = [&] { alSourcePlayv(300, sources.data()); };
+    const std::pair<const char*, std::function<void()>> steps[] = {
+        {"sources", [&] { alGenSources(300, sources.data()); }},
+        {"slots", [&] { alGenAuxiliaryEffectSlots(16, slots.data()); }},
+        {"effects", [&] { bindAll(AL_EFFECT_REVERB); }},
+        {"other effects", [&] { bindAll(AL_EFFECT_CHORUS); }},
+        {"no effects", [&] { bindAll(AL_EFFECT_NULL); }},
+        {"a queue", [&] { queueAll(AL_FORMAT_STEREO16); }},
+        {"buffers",
+         [&] {
+             for (const ALuint source : sources)
+                 if (source != sources[1]) SetBuffer(source, MakeBuffer(10));
+         }},
+        {"plays", playAll},
+        {"plays again", playAll},
+        {"sends", [&] { alSource3i(sources[0], AL_AUXILIARY_SEND_FILTER, 1, 5, 0); }},
+        {"a longer queue", [&] { queueAll(AL_FORMAT_STEREO16); }},
+        {"another kind of queue",
+         [&] {
+             Rendered(sources[1]).queueIndex = 40;
+             Merge();
+             alSourceUnqueueBuffers(sources[1], 40, std::vector<ALuint>(40).data());
+             queueAll(AL_FORMAT_51CHN16);
+         }},
+        {"stops", [&] { alSourceStopv(300, sources.data()); }},
+        {"buffers that go",
+         [&] {
+             alSourcei(sources[1], AL_BUFFER, 0);
+             alDeleteBuffers(20, buffers.data());
+         }},
+        {"a suspension",
+         [&] {
+             Suspend();
+             playAll();
+             bindAll(AL_EFFECT_EAXREVERB);
+             alSourcei(New(alGenSources), AL_LOOPING, AL_TRUE);
+             Resume();
+         }},
+        {"the end", [&] { alDeleteSources(300, sources.data()); }}};
+    for (const auto& [name, step] : steps) {
+        step();
+        const std::size_t before = allocations + frees;
+        Copy();
+        Merge();
+        EXPECT_EQ(allocations + frees, before) << name;
+        EXPECT_EQ(alGetError(), AL_NO_ERROR) << name;
+    }
 }
 
 }  // namespace

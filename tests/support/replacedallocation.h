@@ -1,7 +1,7 @@
 #pragma once
 
-// Replaces operator new for a whole program, in the one source of it that includes this: allocations are
-// counted, and fail when a test says so, each for its own thread.
+// Replaces operator new for a whole program, in the one source of it that includes this: allocations and
+// frees are counted, and allocations fail when a test says so, each for its own thread.
 
 #include <cstddef>
 #include <cstdlib>
@@ -12,6 +12,7 @@ namespace testing_support {
 
 inline constexpr long never = std::numeric_limits<long>::max();
 inline thread_local std::size_t allocations = 0;
+inline thread_local std::size_t frees = 0;
 inline thread_local long allocationsLeft = never;  ///< until one fails
 
 inline void* Allocate(std::size_t size, std::size_t alignment = __STDCPP_DEFAULT_NEW_ALIGNMENT__) noexcept {
@@ -23,6 +24,7 @@ inline void* Allocate(std::size_t size, std::size_t alignment = __STDCPP_DEFAULT
 
 // Out of line, for the compiler takes a visible free of what came from new for a mistake.
 [[gnu::noinline]] inline void Release(void* block) noexcept {
+    frees += block != nullptr;
     std::free(block);
 }
 

@@ -164,10 +164,10 @@ std::uint32_t ProduceTail(Converter& converter, float* const* channels, std::uin
     std::uint32_t toPush = 0, toProduce = 0;
     planBlock(converter, converter.taps / 2, wanted, toPush, toProduce);
     Push(converter, silence.data(), toPush);
-    // At a high ratio less than a step may be left, which is still to be heard.
-    const bool isLeft = (converter.readPosition >> converterFractionBits) + converter.preRoll + toPush <
-                        converter.writeIndex;
-    if (toProduce == 0 && wanted > 0 && isLeft) toProduce = 1;
+    // A step longer than the silence may have left frames before it that are still to be heard.
+    const bool isLongStep = converter.step >> converterFractionBits >= toPush;
+    const std::uint32_t middle = (converter.readPosition >> converterFractionBits) + converter.preRoll;
+    if (toProduce == 0 && wanted > 0 && isLongStep && middle + toPush < converter.writeIndex) toProduce = 1;
     Produce(converter, channels, first, toProduce);
     return toProduce;
 }
