@@ -71,7 +71,7 @@ void Reset(bool withPlatform) {
 
 void Restore() {
     RestoreKeptDocument();
-    std::cout << "The configuration that was kept is back. The one that it replaces is kept instead: another "
+    std::cout << "The configuration that was kept is back. One that it replaces is kept instead, and another "
                  "'restore' exchanges the two again.\n";
     try {
         ReadDocument();
