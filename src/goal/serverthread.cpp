@@ -273,9 +273,7 @@ void ServerThread::TakePendingConfiguration() {
         orb3::SharedConfiguration& shared = engine.configuration;
         const slib::Lock lock(shared.configurationMutex);
         if (!shared.isRestartRequested) return;
-        shared.configuration = shared.pendingConfiguration;
-        shared.isConfigurationLoaded = true;
-        shared.isRestartRequested = false;
+        shared.TakePending();
     }
     ChooseLog();
     mainLog->Write("Restarting because of configuration change.", false);

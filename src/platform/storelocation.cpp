@@ -7,10 +7,11 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
-#include <fstream>
 #include <sstream>
 #include <system_error>
 #include <vector>
+
+#include "slib/filestream.h"
 
 namespace platform {
 namespace {
@@ -18,6 +19,7 @@ namespace {
 using std::filesystem::path;
 
 constexpr const char* storeName = "store.conf";
+constexpr const char* logName = "log.conf";
 
 std::string Variable(const char* name) {
     const char* value = std::getenv(name);
@@ -54,7 +56,7 @@ std::vector<path> ConfigurationFolders() {
 // loader's own name of it may be relative to a folder that the process has left, or what a program was
 // called.
 path FileMappedAt(std::uintptr_t address) {
-    std::ifstream maps("/proc/self/maps");
+    slib::InputFile maps("/proc/self/maps");
     for (std::string line; std::getline(maps, line);) {
         std::istringstream fields(line);
         std::uintptr_t first = 0;
@@ -88,6 +90,11 @@ path UserStorePath(const std::string& root) {
         folder = home / ".config";
     }
     return folder / root / storeName;
+}
+
+path UserLogPath(const std::string& root) {
+    const path store = UserStorePath(root);
+    return store.empty() ? path() : store.parent_path() / logName;
 }
 
 path MachineStorePath(const std::string& root) {

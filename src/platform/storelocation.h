@@ -12,6 +12,9 @@ namespace platform {
 /// variable nor the user database names a home. `root` is one directory name.
 std::filesystem::path UserStorePath(const std::string& root);
 
+/// The file of the log, beside that of the user scope. Empty as that one.
+std::filesystem::path UserLogPath(const std::string& root);
+
 /// The file of the machine scope: the first `ROOT/store.conf` that exists along `$XDG_CONFIG_DIRS` (else
 /// `/etc/xdg`), then in `etc/xdg` of the tree that this library was loaded from. Where none exists, the last
 /// of these places.

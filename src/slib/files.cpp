@@ -25,6 +25,7 @@ using File = std::unique_ptr<std::FILE, CloseFile>;
     throw OperatingSystemErrnoException(std::string("Failed to ") + what + " '" + path + "'.");
 }
 
+// The "e" in each mode: a program that the game starts gets no copy of the descriptor.
 File OpenFile(const std::string& path, const char* mode) {
     File file(std::fopen(path.c_str(), mode));
     if (!file) Fail("open file", path);
@@ -79,23 +80,23 @@ void createDirectories(const std::string& path) {
 }
 
 void readFile(const std::string& path, std::string& bytes) {
-    ReadAll(path, "rb", bytes);
+    ReadAll(path, "rbe", bytes);
 }
 
 void writeFile(const std::string& path, std::string_view bytes) {
-    WriteAll(path, "wb", bytes);
+    WriteAll(path, "wbe", bytes);
 }
 
 void readTextFile(const std::string& path, std::string& text) {
-    ReadAll(path, "r", text);
+    ReadAll(path, "re", text);
 }
 
 void writeTextFile(const std::string& path, std::string_view text) {
-    WriteAll(path, "w", text);
+    WriteAll(path, "we", text);
 }
 
 std::uint64_t getFileSize(const std::string& path) {
-    const File file = OpenFile(path, "rb");
+    const File file = OpenFile(path, "rbe");
     const long size = std::fseek(file.get(), 0, SEEK_END) == 0 ? std::ftell(file.get()) : -1;
     if (size < 0) Fail("jump to end of file", path);
     return static_cast<std::uint64_t>(size);

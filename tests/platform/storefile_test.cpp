@@ -118,13 +118,13 @@ TEST_F(StoreFile, ChainOfLinks_StaysAndTheFileAtItsEndIsReplaced) {
 
 TEST_F(StoreFile, WhatIsTooMuchForTheDisk_CostsNothing) {
     ASSERT_TRUE(ReplaceStoreFile(file, "old"));
-    signal(SIGXFSZ, SIG_IGN);
-    rlimit before{};
-    getrlimit(RLIMIT_FSIZE, &before);
-    const rlimit full{16384, before.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &full);
-    EXPECT_FALSE(ReplaceStoreFile(file, std::string(100'000, 'x')));
-    setrlimit(RLIMIT_FSIZE, &before);
+    // The signal that comes with the limit would end the child.
+    EXPECT_EQ(RunInChild([&] {
+                  const rlimit full{16384, 16384};
+                  setrlimit(RLIMIT_FSIZE, &full);
+                  return ReplaceStoreFile(file, std::string(100'000, 'x')) ? 1 : 0;
+              }),
+              0);
     EXPECT_EQ(ReadStoreFile(file), "old");
     EXPECT_TRUE(IsAloneThere());
 }
@@ -140,6 +140,16 @@ TEST_F(StoreFile, LockOfAnotherProcess_IsGivenUpAfterFiveSecondsAndFreeAfterItsE
     const auto waited = std::chrono::steady_clock::now() - start;
     EXPECT_TRUE(waited > std::chrono::milliseconds(4900) && waited < std::chrono::seconds(15));
     EXPECT_TRUE(StoreFileLock(file).IsHeld());
+}
+
+TEST_F(StoreFile, LockOfAnotherHolder_TellsThatThePatienceIsOver) {
+    const StoreFileLock held(file);
+    EXPECT_FALSE(held.HasTimedOut());
+    const auto start = std::chrono::steady_clock::now();
+    const StoreFileLock other(file, std::chrono::milliseconds(30));
+    const auto waited = std::chrono::steady_clock::now() - start;
+    EXPECT_TRUE(!other.IsHeld() && other.HasTimedOut());
+    EXPECT_TRUE(waited >= std::chrono::milliseconds(30) && waited < std::chrono::seconds(1));
 }
 
 TEST_F(StoreFile, LockReleased_IsFreeThoughAForkedChildHasACopy) {

@@ -112,8 +112,23 @@ TEST_F(Tools, ADocumentThatCantBeUsed_StaysUntilItIsResetAndIsExportedAsItIs) {
     EXPECT_EQ(Config({"export"}).out, "<Configuration half\n");
     EXPECT_THAT(Config({"check"}).out, HasSubstr("E Configuration was not valid: "));
     EXPECT_EQ(Document(), "<Configuration half");
+    EXPECT_THAT(Config({"reset"}).out, HasSubstr("It is kept"));
+    EXPECT_EQ(Document(), "");
+    EXPECT_THAT(Config({"log"}).out, HasSubstr("'tessarune-config restore' puts it back."));
+    EXPECT_THAT(Config({"restore"}).out, HasSubstr("can't be used"));
+    EXPECT_EQ(Document(), "<Configuration half");
+    ExpectOutcome(Config({"restore"}), 1, "No configuration is kept.");
     Config({"reset"});
     EXPECT_EQ(Config({"set", "Order", "2"}).status, 0);
+}
+
+TEST_F(Tools, AStoreThatCantBeRead_IsLeftAsItIs) {
+    std::filesystem::remove(files.UserFile());
+    std::filesystem::create_directory(files.UserFile());
+    for (const Words& words : {Words{"set", "Order", "2"}, {"select", "Stereo"}, {"show"}, {"export"}})
+        ExpectOutcome(Config(words), 1, "can't be read: Is a directory.");
+    ExpectOutcome(Config({"reset"}), 1, "The change couldn't be stored");
+    EXPECT_TRUE(std::filesystem::is_directory(files.UserFile()));
 }
 
 TEST_F(Tools, Check_TellsWhatAStartWouldDoAndStoresNothing) {
@@ -157,6 +172,7 @@ TEST_F(Tools, Log_ShowsTheRingInOrderAndFollowsIt) {
     ggui::RegistryLog log(orb3::storeRoot, "Test");
     for (int i = 0; i < 130; ++i)
         log.Write("line " + std::to_string(i) + ".", false);
+    log.Flush();
     const std::string out = Config({"log"}).out;
     EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 100);
     EXPECT_THAT(out.substr(0, 60), HasSubstr(" line 30.\n"));
@@ -178,6 +194,7 @@ TEST_F(Tools, Log_ShowsTheRingInOrderAndFollowsIt) {
     const tool::LogRing before = tool::ReadLogRing();
     for (int i = 0; i < 100; ++i)
         log.Write("more.", false);
+    log.Flush();
     bool isSomeLost = false;
     EXPECT_EQ(tool::LinesSince(before, tool::ReadLogRing(), isSomeLost).size(), 100u);
     EXPECT_TRUE(isSomeLost);

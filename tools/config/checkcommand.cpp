@@ -59,10 +59,12 @@ struct Outcome {
     orb3::Configuration before, after;
     orb3::OutputRequest request;
     orb3::OutputSetUp output;
+    bool mayStore = true;             // the stored document could be used, or there is none
     int order = 1;                    // of the bus
     std::uint32_t blockFrames = 0;    // rendered at a time
     std::uint32_t decoderFrames = 0;  // by which the decoder lags
 
+    bool StoresLayout() const { return output.isConfigurationChanged && mayStore; }
     std::uint32_t LatencyFrames() const { return blockFrames + decoderFrames + output.pipe->GetLatency(); }
 };
 
@@ -72,6 +74,7 @@ Outcome TryStart(const FormatLibrary& library, const orb3::Frameworks& framework
     Outcome outcome;
     orb3::SharedConfiguration shared(&log);
     outcome.before = shared.Read([](const orb3::Configuration& configuration) { return configuration; });
+    outcome.mayStore = shared.MayStore();
     outcome.after = outcome.before;
     const orb3::GoalConfig& settings = outcome.after.goalConfig;
     outcome.request = orb3::RequestFor(settings, gameRate);
@@ -146,7 +149,7 @@ Json ToJson(const Outcome& outcome, const FormatLibrary& library, int gameRate) 
             {"outputs", pipe.GetPlaybackChannelCount()},
             {"layout", layout.format},
             {"layout_reason", WhyLayout(outcome)},
-            {"stores_layout", outcome.output.isConfigurationChanged},
+            {"stores_layout", outcome.StoresLayout()},
             {"method", outcome.output.methodName},
             {"order", outcome.order},
             {"order_reason", WhyOrder(outcome)},
@@ -183,9 +186,12 @@ void Check(int gameRate) {
         Print(outcome, library, gameRate);
         log.Print();
         CheckRate(outcome, frameworks);
-        std::cout << (outcome.output.isConfigurationChanged
+        std::cout << (outcome.StoresLayout()
                           ? "A start would work, and store the layout. Nothing was stored now.\n"
-                          : "A start would work.\n");
+                      : outcome.mayStore
+                          ? "A start would work.\n"
+                          : "A start would work, on the defaults, and store nothing in place of "
+                            "the configuration that can't be used.\n");
     } catch (const slib::StringException& failure) {
         log.Print();
         Fail(failure);

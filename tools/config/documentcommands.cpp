@@ -15,7 +15,8 @@ namespace {
 constexpr const char* examples = R"(Examples:
   tessarune-config export my-settings.xml
   tessarune-config import my-settings.xml
-  tessarune-config reset)";
+  tessarune-config reset
+  tessarune-config restore           what 'import' or 'reset' replaced because of a fault)";
 
 // A document that can't be parsed goes out as it stands, to be repaired.
 std::string ReadableText(const std::string& text) {
@@ -68,6 +69,17 @@ void Reset(bool withPlatform) {
     std::cout << "The configuration is removed. The next start of a game chooses one anew.\n";
 }
 
+void Restore() {
+    RestoreKeptDocument();
+    std::cout << "The configuration that was kept is back. One that it replaces is kept instead, and another "
+                 "'restore' exchanges the two again.\n";
+    try {
+        ReadDocument();
+    } catch (const slib::BadDataException& fault) {
+        std::cout << fault.what() << "\n";
+    }
+}
+
 }  // namespace
 
 void AddDocumentCommands(Program& program) {
@@ -87,7 +99,11 @@ void AddDocumentCommands(Program& program) {
     CLI::App* reset = program.add_subcommand("reset", "Remove the configuration document.");
     reset->add_flag("--all", options->isAll, "Also reset " + PlatformSettingNames());
     reset->callback([options] { Reset(options->isAll); });
-    for (CLI::App* command : {out, in, reset})
+
+    CLI::App* restore =
+        program.add_subcommand("restore", "Put back a configuration document that was replaced for a fault.");
+    restore->callback(Restore);
+    for (CLI::App* command : {out, in, reset, restore})
         command->footer(examples);
 }
 

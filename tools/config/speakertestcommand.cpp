@@ -183,8 +183,7 @@ private:
     static void Wait(std::chrono::duration<double> time) { std::this_thread::sleep_for(time); }
 
     [[noreturn]] void Fail(const std::string& sentence) const {
-        bool isSomeLost = false;
-        const std::string error = LastError(LinesSince(before, ReadLogRing(), isSomeLost));
+        const std::string error = LastError(AwaitLinesSince(before));
         throw slib::BadStateException(sentence +
                                       (error.empty() ? "" : " The last error in the log is: " + error) +
                                       " 'tessarune-config check' shows what a start finds.");

@@ -1,15 +1,18 @@
 #include "tools/config/storedvalues.h"
 
+#include <iostream>
+#include <utility>
+
+#include "orb3core/settings/documentchange.h"
 #include "orb3core/settings/sharedconfiguration.h"
 #include "orb3core/store/configstore.h"
+#include "orb3core/store/registrylog.h"
 #include "platform/storelocation.h"
 #include "slib/exception.h"
 #include "slib/sxml.h"
 
 namespace tool {
 namespace {
-
-constexpr const char* documentKey = "/Speakers/Configuration";
 
 orb3::ConfigStore UserStore() {
     return {orb3::storeRoot, orb3::ConfigStore::Scope::User};
@@ -34,6 +37,32 @@ orb3::Configuration ParseStored(const std::string& text) {
     }
 }
 
+orb3::StoredValue FindValue(const std::string& key) {
+    orb3::StoredValue value = UserStore().Find(key);
+    if (value.state != orb3::StoredValue::State::Unreadable) return value;
+    throw slib::BadStateException(value.text + " Make sure that you may read it. Nothing was changed.");
+}
+
+// Without a document there may be one in lines that can't be used: defaults must not take its place.
+bool HasDocument() {
+    const orb3::StoredValue value = FindValue(orb3::configurationKey);
+    if (value.state == orb3::StoredValue::State::Damaged)
+        throw slib::BadDataException("There may be a configuration that can't be read: " + value.text +
+                                     " Repair the file, or start afresh by 'tessarune-config reset', which "
+                                     "keeps the file as it is now "
+                                     "in '" +
+                                     StoreFile().string() + ".damaged'.");
+    return value.state == orb3::StoredValue::State::Present && !value.text.empty();
+}
+
+// What the store doesn't take isn't changed.
+void Update(const std::function<void(orb3::OpenStore&)>& change) {
+    if (UserStore().Update(change, orb3::ConfigStore::Patience::Person)) return;
+    throw slib::BadStateException(
+        "The change couldn't be stored in '" + StoreFile().string() +
+        "'. Make sure that you may write to this file and its folder, and that the disk isn't full.");
+}
+
 }  // namespace
 
 std::filesystem::path StoreFile() {
@@ -41,38 +70,26 @@ std::filesystem::path StoreFile() {
 }
 
 std::string ReadValue(const std::string& key) {
-    return UserStore().Read(key, "");
+    orb3::StoredValue value = FindValue(key);
+    return value.state == orb3::StoredValue::State::Present ? std::move(value.text) : "";
 }
 
-// The store says nothing of a write that failed, so it is read again.
 void ReplaceValue(const std::string& key, const std::function<std::string(const std::string&)>& change) {
-    std::string value;
-    bool hasRun = false;
-    UserStore().Update([&](orb3::OpenStore& store) {
-        value = change(store.Read(key, ""));
-        store.Write(key, value);
-        hasRun = true;
-    });
-    if (hasRun && ReadValue(key) == value) return;
-    throw slib::BadStateException(
-        "The change couldn't be stored in '" + StoreFile().string() +
-        "'. Make sure that you may write to this file and its folder, and that the disk isn't full.");
+    Update([&](orb3::OpenStore& store) { store.Write(key, change(store.Read(key, ""))); });
 }
 
 std::string ReadDocumentText() {
-    return ReadValue(documentKey);
+    return ReadValue(orb3::configurationKey);
 }
 
 orb3::Configuration ReadDocument() {
-    const std::string text = ReadDocumentText();
-    return text.empty() ? FirstDocument() : ParseStored(text);
+    return HasDocument() ? ParseStored(ReadDocumentText()) : FirstDocument();
 }
 
 void ChangeDocument(const std::function<void(orb3::Configuration&)>& change) {
     // The defaults are made outside of the step, since making them may use the store.
-    const bool isFirst = ReadDocumentText().empty();
-    const orb3::Configuration first = isFirst ? FirstDocument() : orb3::Configuration();
-    ReplaceValue(documentKey, [&](const std::string& text) {
+    const orb3::Configuration first = HasDocument() ? orb3::Configuration() : FirstDocument();
+    ReplaceValue(orb3::configurationKey, [&](const std::string& text) {
         orb3::Configuration configuration = text.empty() ? first : ParseStored(text);
         change(configuration);
         return DocumentText(configuration);
@@ -80,7 +97,20 @@ void ChangeDocument(const std::function<void(orb3::Configuration&)>& change) {
 }
 
 void StoreDocumentText(const std::string& text) {
-    ReplaceValue(documentKey, [&](const std::string&) { return text; });
+    bool isKept = false;
+    Update([&](orb3::OpenStore& store) { isKept = orb3::ReplaceDocument(store, text); });
+    if (!isKept) return;
+    ggui::RegistryLog(orb3::storeRoot, "tessarune-config").Write(orb3::keptText, false);
+    std::cout << orb3::keptText << "\n";
+}
+
+void RestoreKeptDocument() {
+    bool wasKept = false;
+    Update([&](orb3::OpenStore& store) { wasKept = orb3::RestoreDocument(store); });
+    if (!wasKept)
+        throw slib::BadStateException(
+            "No configuration is kept. One is kept when 'import', 'reset' or a game replaces one that can't "
+            "be used.");
 }
 
 std::string DocumentText(const orb3::Configuration& configuration) {

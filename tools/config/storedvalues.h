@@ -15,25 +15,30 @@ namespace tool {
 /// The file of the user's store, for messages.
 std::filesystem::path StoreFile();
 
-/// The text under `key`, empty when there is none.
+/// The text under `key`, empty when there is none. Throws slib::BadStateException when the store can't be
+/// read: what is there isn't taken for nothing.
 std::string ReadValue(const std::string& key);
 
 /// Puts what `change` makes of the text under `key` in its place. Throws slib::BadStateException when the
-/// store can't be written; passes on what `change` throws, and then nothing was changed.
+/// store can't be read or written; passes on what `change` throws, and then nothing was changed.
 void ReplaceValue(const std::string& key, const std::function<std::string(const std::string&)>& change);
 
-/// The document's text as it is stored, empty when there is none.
+/// The document's text as it is stored, empty when there is none. Throws as ReadValue.
 std::string ReadDocumentText();
 
 /// The document, or the defaults that a start would take where none is stored. Throws slib::BadDataException
-/// when the stored one can't be used.
+/// when the stored one can't be used, or may be in lines that can't, and as ReadValue.
 orb3::Configuration ReadDocument();
 
 /// Changes the document. Throws as ReadDocument and ReplaceValue.
 void ChangeDocument(const std::function<void(orb3::Configuration&)>& change);
 
-/// Puts `text` in the document's place; an empty text means that there is none.
+/// Puts `text` in the document's place; an empty text means that there is none. A document that couldn't be
+/// used is kept, and the log and standard output say so.
 void StoreDocumentText(const std::string& text);
+
+/// Exchanges the document and the one that was kept. Throws slib::BadStateException when none was.
+void RestoreKeptDocument();
 
 /// What documents look like in the store.
 std::string DocumentText(const orb3::Configuration& configuration);

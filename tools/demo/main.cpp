@@ -133,11 +133,6 @@ Output ChooseOutput(const Options& options) {
     return output;
 }
 
-std::vector<std::string> LinesSince(const tool::LogRing& before) {
-    bool isSomeLost = false;
-    return tool::LinesSince(before, tool::ReadLogRing(), isSomeLost);
-}
-
 void PrintLog(const std::vector<std::string>& lines) {
     std::cout << "\nWhat the library logged:\n";
     for (const std::string& line : lines)
@@ -155,13 +150,13 @@ demo::Played PlayAndShowLog(const Options& options) {
     const tool::LogRing before = tool::ReadLogRing();
     try {
         demo::Played played = PlayScene(options);
-        PrintLog(LinesSince(before));
+        PrintLog(tool::AwaitLinesSince(before));
         return played;
     } catch (const demo::Interrupted&) {
-        PrintLog(LinesSince(before));
+        PrintLog(tool::AwaitLinesSince(before));
         throw;
     } catch (const slib::StringException& failure) {
-        const std::vector<std::string> lines = LinesSince(before);
+        const std::vector<std::string> lines = tool::AwaitLinesSince(before);
         PrintLog(lines);
         const std::string error = tool::LastError(lines);
         throw slib::BadStateException(

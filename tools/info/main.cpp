@@ -155,7 +155,7 @@ int ShowAll(bool isJson) {
     ALCcontext* const context = alcCreateContext(device, nullptr);
     if (context == nullptr)
         return Fail(std::string("No context could be made: ") + alcGetString(device, alcGetError(device)),
-                    "The reason stands in the log, under [Log] in HollowbrookLabs/store.conf of your "
+                    "The reason stands in the log, in HollowbrookLabs/log.conf of your "
                     "configuration folder\n(usually ~/.config).\n");
     alcMakeContextCurrent(context);
     report.Add(FactsOfContext(device));

@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstddef>
 #include <cstdio>
+#include <thread>
+#include <utility>
 
 #include "orb3core/store/configstore.h"
 #include "slib/text.h"
@@ -69,6 +72,19 @@ std::vector<std::string> LinesSince(const LogRing& before, const LogRing& now, b
     }
     std::reverse(lines.begin(), lines.end());
     return lines;
+}
+
+std::vector<std::string> AwaitLinesSince(const LogRing& before) {
+    LogRing seen = before;
+    bool isQuiet = false;
+    for (int attempt = 0; attempt < 25 && !isQuiet; ++attempt) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        LogRing now = ReadLogRing();
+        isQuiet = now == seen && seen != before;
+        seen = std::move(now);
+    }
+    bool ignored = false;
+    return LinesSince(before, seen, ignored);
 }
 
 std::string LastError(const std::vector<std::string>& lines) {

@@ -29,6 +29,10 @@ std::vector<std::string> Lines(const LogRing& ring);
 /// holds, `isSomeLost` becomes true, and these are all that is left.
 std::vector<std::string> LinesSince(const LogRing& before, const LogRing& now, bool& isSomeLost);
 
+/// What was written since `before`, once the log is quiet, half a second later at most: the library in this
+/// process writes its lines on a thread of its own.
+std::vector<std::string> AwaitLinesSince(const LogRing& before);
+
 /// What the last error in `lines` says, without its mark and time; empty when there is none.
 std::string LastError(const std::vector<std::string>& lines);
 

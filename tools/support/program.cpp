@@ -38,8 +38,8 @@ bool HasCommands(const CLI::App& program) {
 std::vector<KnownFile> StoreFiles() {
     const std::string file = std::string(orb3::storeRoot) + "/store.conf";
     return {
-        {"$XDG_CONFIG_HOME/" + file,
-         "Your settings and the log, as text. Without the variable in the folder ~/.config."},
+        {"$XDG_CONFIG_HOME/" + file, "Your settings, as text. Without the variable in the folder ~/.config."},
+        {"$XDG_CONFIG_HOME/" + std::string(orb3::storeRoot) + "/log.conf", "The log of all games, as text."},
         {"/etc/xdg/" + file,
          "The machine's settings: the first such file along $XDG_CONFIG_DIRS, else here, else in the folder "
          "etc/xdg of the installed tree."}};

@@ -81,11 +81,14 @@ void Process::ShutDown() {
     apiLock.Release();
     DestroyContext(*this, context);
 
-    const slib::Lock secondApiLock(engine.apiMutex);
-    engine.device.bufferPool.Clear();
-    const slib::Lock configurationLock(engine.configuration.configurationMutex);
-    deviceList = std::string();
-    engine.configuration.Unload();
+    {
+        const slib::Lock secondApiLock(engine.apiMutex);
+        engine.device.bufferPool.Clear();
+        const slib::Lock configurationLock(engine.configuration.configurationMutex);
+        deviceList = std::string();
+        engine.configuration.Unload();
+    }
+    log.Close();
     orb3::CloseStores();
 }
 

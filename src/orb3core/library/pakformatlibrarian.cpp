@@ -4,7 +4,6 @@
 #include <array>
 #include <cerrno>
 #include <cstddef>
-#include <fstream>
 #include <istream>
 #include <string_view>
 #include <utility>
@@ -17,6 +16,7 @@
 #include "slib/digest.h"
 #include "slib/exception.h"
 #include "slib/files.h"
+#include "slib/filestream.h"
 
 namespace orb3::fl {
 namespace {
@@ -155,7 +155,7 @@ void PAKFormatLibrarian::ReadLibrary(const Use& use) const {
         std::istream stream(&memory);
         return use(stream);
     }
-    std::ifstream stream(path, std::ios::binary);
+    slib::InputFile stream(path);
     if (!stream)
         throw slib::OperatingSystemErrnoException("Failed to open format library file '" + path + "'");
     use(stream);

@@ -4,7 +4,9 @@
 #include <string>
 #include <utility>
 
+#include "orb3core/settings/documentchange.h"
 #include "orb3core/store/configstore.h"
+#include "slib/exception.h"
 #include "slib/sxml.h"
 
 namespace orb3 {
@@ -12,18 +14,25 @@ namespace orb3 {
 SharedConfiguration::SharedConfiguration(slib::Log* log, Autoselect autoselect)
     : log(log), autoselect(std::move(autoselect)) {}
 
+// Defaults are stored where there is nothing, and nowhere else.
 void SharedConfiguration::LoadConfiguration() {
     std::string text;
+    mayStore = true;
     try {
         text = ReadSpeakerConfiguration();
-    } catch (const std::exception&) {
-        // Usually a first run, which has nothing stored yet.
+    } catch (const slib::BadDataException&) {
+        // A first run, which has nothing stored yet.
+        return TakeDefaults();
+    } catch (const std::exception& exception) {
+        mayStore = false;
+        log->Write(std::string("Configuration could not be read: ") + exception.what(), true);
         return TakeDefaults();
     }
     try {
         configuration.Read(slib::SXMLNode(text));
         isConfigurationLoaded = true;
     } catch (const std::exception& exception) {
+        mayStore = false;
         log->Write(std::string("Configuration was not valid: ") + exception.what(), true);
         TakeDefaults();
     }
@@ -39,7 +48,24 @@ void SharedConfiguration::StoreConfiguration(const Configuration& newConfigurati
     const slib::Lock lock(configurationMutex);
     configuration = newConfiguration;
     isConfigurationLoaded = true;
-    WriteSpeakerConfiguration(configuration.CreateNode()->ToString(slib::SXMLNode::Style::Compact));
+    if (!mayStore) return;
+    const std::string text = configuration.CreateNode()->ToString(slib::SXMLNode::Style::Compact);
+    bool isKept = false;
+    const ConfigStore store(storeRoot, ConfigStore::Scope::User);
+    store.Update([&](OpenStore& open) { isKept = ReplaceDocument(open, text); });
+    if (isKept) log->Write(keptText, false);
+}
+
+bool SharedConfiguration::MayStore() {
+    const slib::Lock lock(configurationMutex);
+    return mayStore;
+}
+
+void SharedConfiguration::TakePending() {
+    configuration = pendingConfiguration;
+    isConfigurationLoaded = true;
+    isRestartRequested = false;
+    mayStore = true;
 }
 
 void SharedConfiguration::Unload() {

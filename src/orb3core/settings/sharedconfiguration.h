@@ -30,12 +30,20 @@ public:
     bool isRestartRequested SLIB_GUARDED_BY(configurationMutex) = false;
 
     /// Fills `configuration` from the store. Without a stored document it gets the defaults and the settings
-    /// that were chosen for the machine, which takes a second; a document that can't be used costs one line
-    /// in the log besides. Nothing is written back.
+    /// that were chosen for the machine, which takes a second; a document that can't be read or used costs
+    /// one line in the log besides. Nothing is written back.
     void LoadConfiguration() SLIB_REQUIRES(configurationMutex);
 
-    /// Takes `newConfiguration` as the one in force and stores its document. Takes configurationMutex itself.
+    /// Takes `newConfiguration` as the one in force and stores its document, unless that would replace one
+    /// that the last load couldn't read or use. One that became unusable since is kept, and the log says so.
+    /// Takes configurationMutex itself.
     void StoreConfiguration(const Configuration& newConfiguration);
+
+    /// True when StoreConfiguration would store. Takes configurationMutex.
+    bool MayStore();
+
+    /// Puts the pending configuration, which was read from the store, in force.
+    void TakePending() SLIB_REQUIRES(configurationMutex);
 
     /// Gives back the memory of both configurations; the next reader loads afresh.
     void Unload() SLIB_REQUIRES(configurationMutex);
@@ -51,6 +59,7 @@ public:
 private:
     void TakeDefaults() SLIB_REQUIRES(configurationMutex);
 
+    bool mayStore SLIB_GUARDED_BY(configurationMutex) = true;
     slib::Log* log;
     const Autoselect autoselect;
 };

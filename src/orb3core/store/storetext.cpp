@@ -187,6 +187,8 @@ public:
         return result;
     }
 
+    bool hasLost = false;  // a line that isn't blank and isn't in the result
+
 private:
     struct Group {
         std::string lines;           // with its header
@@ -199,8 +201,8 @@ private:
             Keep(line);
         else if (line.front() == '[')
             TakeHeader(line);
-        else if (!isSkipping)
-            TakeEntry(line);
+        else if (isSkipping || !TakeEntry(line))
+            hasLost = true;
     }
 
     // The entries of a group whose header is lost have no place any more.
@@ -209,6 +211,7 @@ private:
         const auto names =
             end == std::string_view::npos ? std::nullopt : NamesOf(Unescape(line.substr(1, end - 1)));
         isSkipping = !names.has_value();
+        hasLost |= isSkipping;
         if (isSkipping) return;
         const std::string path = Joined(*names);
         const auto [place, isNew] = placeOfPath.try_emplace(slib::toLower(path), groups.size());
@@ -218,12 +221,13 @@ private:
         Keep(std::string("[").append(Escape(path)).append("]"));
     }
 
-    void TakeEntry(std::string_view line) {
+    bool TakeEntry(std::string_view line) {
         const std::size_t end = FindUnescaped(line, '=');
-        if (end == std::string_view::npos) return;
+        if (end == std::string_view::npos) return false;
         const std::string key = KeyName(line.substr(0, end));
-        if (key.empty() || !groups[current].keys.insert(slib::toLower(key)).second) return;
+        if (key.empty() || !groups[current].keys.insert(slib::toLower(key)).second) return false;
         Keep(Escape(key) + "=" + RepairValue(TrimFront(line.substr(end + 1))));
+        return true;
     }
 
     void Keep(std::string_view line) { groups[current].lines.append(line).append("\n"); }
@@ -233,6 +237,20 @@ private:
     std::size_t current = 0;
     bool isSkipping = false;
 };
+
+// The lines of a repaired text that are in the group, or those that aren't.
+std::string SelectLines(std::string_view text, std::string_view group, bool isWanted) {
+    const std::string header = std::string("[").append(group).append("]");
+    std::string selected;
+    bool isInside = false;
+    while (!text.empty()) {
+        const std::string_view line = text.substr(0, text.find('\n') + 1);
+        if (line.front() == '[') isInside = IsSameName(line.substr(0, line.size() - 1), header);
+        if (isInside == isWanted) selected += line;
+        text.remove_prefix(line.size());
+    }
+    return selected;
+}
 
 // ---- Values ----
 
@@ -287,6 +305,25 @@ std::string RepairUtf8(std::string_view text) {
 
 std::string RepairStoreText(std::string_view text) {
     return Repairer().Repair(RepairUtf8(text));
+}
+
+bool LosesLines(std::string_view text) {
+    Repairer repairer;
+    repairer.Repair(RepairUtf8(text));
+    return repairer.hasLost;
+}
+
+std::string LinesOfGroup(std::string_view text, std::string_view group) {
+    return SelectLines(text, group, true);
+}
+
+std::string LinesBesideGroup(std::string_view text, std::string_view group) {
+    return SelectLines(text, group, false);
+}
+
+bool IsInGroup(const std::string& key, std::string_view group) {
+    const auto names = NamesOf(RepairUtf8(key));
+    return names && names->size() > 1 && IsSameName(names->front(), group);
 }
 
 StoreText::StoreText(std::string_view content) {

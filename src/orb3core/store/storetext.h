@@ -29,6 +29,16 @@ std::string RepairUtf8(std::string_view text);
 /// the same as repairing once.
 std::string RepairStoreText(std::string_view text);
 
+/// True when repairing takes something away that may have been an entry or a header.
+bool LosesLines(std::string_view text);
+
+/// Of a repaired text the lines of one group of the root, with its header, or all others.
+std::string LinesOfGroup(std::string_view text, std::string_view group);
+std::string LinesBesideGroup(std::string_view text, std::string_view group);
+
+/// True for the key of a value in that group of the root, or below.
+bool IsInGroup(const std::string& key, std::string_view group);
+
 /// One store's text, repaired, between its reading and its replacement. Keys are paths of "/"-separated names
 /// ("/Log/Index"); upper and lower case of ASCII letters are the same.
 class StoreText {

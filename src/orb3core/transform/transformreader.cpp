@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <fstream>
 #include <span>
 #include <utility>
 #include <vector>
@@ -14,6 +13,7 @@
 #include "orb3core/transform/transformcompression.h"
 #include "orb3core/transform/transformtext.h"
 #include "slib/exception.h"
+#include "slib/filestream.h"
 
 namespace orb3::strans {
 namespace {
@@ -185,7 +185,7 @@ void ReadFromStream(std::istream& stream, TimeDomainTransform<T, 1>& transform) 
 
 template <typename T>
 void ReadFromPath(const std::string& path, TimeDomainTransform<T, 1>& transform) {
-    std::ifstream stream(path, std::ios::binary);
+    slib::InputFile stream(path);
     if (!stream) throw slib::OperatingSystemErrnoException("Failed to open file '" + path + "'.");
     ReadFromStream(stream, transform);
 }

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
-#include <fstream>
 #include <limits>
 #include <vector>
 
@@ -12,6 +11,7 @@
 #include "orb3core/transform/transformcompression.h"
 #include "orb3core/transform/transformtext.h"
 #include "slib/exception.h"
+#include "slib/filestream.h"
 
 namespace orb3::strans {
 namespace {
@@ -154,7 +154,7 @@ void writeTransform(std::ostream& stream, const Transform& transform, TransformF
 
 void writeTransform(const std::string& path, const Transform& transform, TransformForm form) {
     CheckFits(transform, form);
-    std::ofstream stream(path, std::ios::binary);
+    slib::OutputFile stream(path);
     if (!stream) throw slib::OperatingSystemErrnoException("Failed to create file '" + path + "'.");
     errno = 0;
     WriteForm(stream, transform, form);

@@ -1,9 +1,11 @@
 #include "orb3core/settings/sharedconfiguration.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include "orb3core/store/configstore.h"
 #include "slib/sxml.h"
+#include "tests/support/process.h"
 #include "tests/support/recordinglog.h"
 #include "tests/support/temporaryfolder.h"
 
@@ -61,9 +63,47 @@ TEST_F(SharedConfiguration, BrokenDocument_IsAnErrorLineAtEachLoadAndTheDefaults
         EXPECT_EQ(Loaded(), Chosen());
         EXPECT_TRUE(shared.isConfigurationLoaded);
         EXPECT_TRUE(log.lines.starts_with("E:Configuration was not valid: ")) << log.lines;
+        shared.StoreConfiguration(Chosen());
         EXPECT_EQ(orb3::ReadSpeakerConfiguration(), document);  // it isn't overwritten
         shared.Unload();
     }
+}
+
+// What the system refuses for now: no descriptor is left at the reading.
+TEST_F(SharedConfiguration, UnreadableDocument_IsNotReplacedUntilWhatIsThereIsInForce) {
+    orb3::WriteSpeakerConfiguration(unusualDocument);
+    EXPECT_EQ(testing_support::RunInChild([&] {
+                  rlimit before{};
+                  getrlimit(RLIMIT_NOFILE, &before);
+                  const rlimit none{0, before.rlim_max};
+                  setrlimit(RLIMIT_NOFILE, &none);
+                  const bool isDefault = Loaded() == Chosen();
+                  setrlimit(RLIMIT_NOFILE, &before);
+                  shared.StoreConfiguration(Chosen());
+                  return isDefault && log.lines.starts_with("E:Configuration could not be read: ") ? 0 : 1;
+              }),
+              0);
+    EXPECT_EQ(orb3::ReadSpeakerConfiguration(), unusualDocument);
+    std::filesystem::rename(folder.UserFile(), folder.UserFile().string() + ".away");
+    std::filesystem::create_directory(folder.UserFile());
+    EXPECT_EQ(Loaded(), Chosen());
+    std::filesystem::remove(folder.UserFile());
+    shared.StoreConfiguration(Chosen());
+    EXPECT_FALSE(std::filesystem::exists(folder.UserFile()));
+    shared.pendingConfiguration = Unusual();
+    shared.TakePending();
+    shared.StoreConfiguration(Unusual());
+    EXPECT_EQ(orb3::ReadSpeakerConfiguration(), unusualDocument);
+}
+
+TEST_F(SharedConfiguration, DocumentBrokenWhileItIsInForce_IsKeptWithAWordInTheLog) {
+    EXPECT_EQ(Loaded(), Chosen());
+    orb3::WriteSpeakerConfiguration("<Configuration half");
+    shared.StoreConfiguration(Unusual());
+    EXPECT_EQ(orb3::ReadSpeakerConfiguration(), unusualDocument);
+    const orb3::ConfigStore store(orb3::storeRoot, orb3::ConfigStore::Scope::User);
+    EXPECT_EQ(store.Read(orb3::keptConfigurationKey, ""), "<Configuration half");
+    EXPECT_TRUE(log.lines.ends_with("'tessarune-config restore' puts it back.")) << log.lines;
 }
 
 }  // namespace

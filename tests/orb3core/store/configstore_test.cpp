@@ -7,11 +7,13 @@
 #include <set>
 #include <string>
 
+#include "orb3core/store/storetext.h"
 #include "tests/support/temporaryfolder.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using State = orb3::StoredValue::State;
 
 // A store of the user, in a process that must print nothing.
 class Store : public testing::Test {
@@ -35,18 +37,19 @@ protected:
 
 TEST_F(Store, MissingOrEmpty_ReadsAsDefaultsAndIsMadeByTheFirstWrite) {
     fs::remove(file.parent_path());
-    EXPECT_EQ(store.Read("/Log/Index", "0"), "0");
+    EXPECT_EQ(store.Read("/A/Index", "0"), "0");
+    EXPECT_EQ(store.Find("/A/Index").state, State::Absent);
     EXPECT_FALSE(fs::exists(file.parent_path()));  // reading leaves no trace
-    store.Write("/Log/Index", "5");
-    EXPECT_EQ(store.Read("/Log/Index", "0"), "5");
+    store.Write("/A/Index", "5");
+    EXPECT_EQ(store.Read("/A/Index", "0"), "5");
     Put("");
-    EXPECT_EQ(store.Read("/Log/Index", "0"), "0");
+    EXPECT_EQ(store.Read("/A/Index", "0"), "0");
 }
 
 // A store as the system writes it, and what else people may put into one.
 const std::map<std::string, std::string> values{
     {"/Speakers/Configuration", "<Configuration><Name>\"5.1\"</Name>\n</Configuration>"},
-    {"/Log/001", "I2012-03-04 05:06:07.89 Tessarune: Rendering started."},
+    {"/Lines/001", "I2012-03-04 05:06:07.89 Tessarune: Rendering started."},
     {"/top", ""},
     {"/Other Group/Deep/A key", "  blanks \t"},
     {"/A/a=b", "\"quoted\""},
@@ -86,14 +89,13 @@ TEST_F(Store, CutAtAnyByte_KeepsTheWholeLinesBefore) {
     for (std::size_t cut = 0; cut < whole.size(); ++cut) {
         Put(whole.substr(0, cut));
         store.Write("/New/Key", "new");
-        store.Update([&](orb3::OpenStore& open) {
-            EXPECT_EQ(open.Read("/New/Key", ""), "new") << cut;
-            for (const auto& [key, value] : values) {
-                const bool isThere = open.Read(key, "default") == value;
-                EXPECT_TRUE(isThere || !kept.contains(key)) << key << cut;
-                if (isThere && whole[cut] == '\n') kept.insert(key);
-            }
-        });
+        const orb3::StoreText now(testing_support::ReadFile(file));
+        EXPECT_EQ(now.Read("/New/Key", ""), "new") << cut;
+        for (const auto& [key, value] : values) {
+            const bool isThere = now.Read(key, "default") == value;
+            EXPECT_TRUE(isThere || !kept.contains(key)) << key << cut;
+            if (isThere && whole[cut] == '\n') kept.insert(key);
+        }
     }
     EXPECT_EQ(kept.size(), values.size());
 }
@@ -104,7 +106,31 @@ TEST_F(Store, InPlaceOfADirectory_LosesTheWriteAlone) {
     store.Write("/A/B", "lost");
     store.Update([](orb3::OpenStore&) { ADD_FAILURE(); });
     EXPECT_EQ(store.Read("/A/B", "default"), "default");
+    EXPECT_EQ(store.Find("/A/B").state, State::Unreadable);
     EXPECT_TRUE(fs::is_directory(file));
+}
+
+TEST_F(Store, Log_HasAFileOfItsOwnThatBeginsWithTheLinesOfAnOlderStore) {
+    const std::string settings = "[A]\nb=1\n[Z]\nc=2\n";
+    const std::string older = "[A]\nb=1\n[Log]\nIndex=1\n001=one\n[Z]\nc=2\n";
+    Put(older);
+    EXPECT_EQ(store.Read("/log/001", ""), "one");
+    store.Write("/Log/002", "two");
+    EXPECT_EQ(testing_support::ReadFile(file), older);
+    EXPECT_EQ(testing_support::ReadFile(file.parent_path() / "log.conf"),
+              "[Log]\nIndex=1\n001=one\n002=two\n");
+    store.Write("/A/b", "1");
+    EXPECT_EQ(testing_support::ReadFile(file), settings);
+    EXPECT_EQ(store.Read("/Log/001", ""), "one");
+}
+
+TEST_F(Store, LinesThatCantBeUsed_AreNoAbsenceAndStayBeside) {
+    const std::string typo = "[Speakers\nConfiguration=all\n";
+    Put(typo);
+    EXPECT_EQ(store.Find("/Speakers/Configuration").state, State::Damaged);
+    store.Write("/A/b", "1");
+    EXPECT_EQ(testing_support::ReadFile(file.string() + ".damaged"), typo);
+    EXPECT_EQ(store.Find("/Speakers/Configuration").state, State::Absent);
 }
 
 TEST_F(Store, FormatLibraryPath_IsTheFirstThatIsNotEmptyAndOfTheMachine) {

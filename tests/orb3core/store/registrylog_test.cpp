@@ -14,6 +14,9 @@
 #include <thread>
 
 #include "orb3core/store/configstore.h"
+#include "platform/storefile.h"
+#include "platform/storelocation.h"
+#include "tests/support/process.h"
 #include "tests/support/temporaryfolder.h"
 
 namespace {
@@ -42,6 +45,7 @@ TEST_F(RegistryLog, FirstLine_LandsInSlotOneWithTheLocalTime) {
     tzset();
     const time_t before = time(nullptr);
     log.Write("Rendering started.", false);
+    log.Flush();
     const time_t after = time(nullptr);
     unsetenv("TZ");
     tzset();
@@ -59,6 +63,7 @@ TEST_F(RegistryLog, NextLine_StandsInTheSlotBehindTheIndexAroundTheRing) {
     for (const auto& [index, slot] : next) {
         store.Write("/Log/Index", index);
         log.Write(index, false);
+        log.Flush();
         EXPECT_EQ(Read("/Log/Index"), std::to_string(slot));
         EXPECT_EQ(Masked(slot), "I" + stamp + "Tessarune: " + index);
     }
@@ -71,6 +76,7 @@ TEST_F(RegistryLog, Errors_StopWithAMarkerAfterTheTwentyFifthAndOthersGoOn) {
     }
     log.Write("after", false);
     log.Write("again", true);
+    log.Flush();
     EXPECT_EQ(Masked(11), "I" + stamp + "Tessarune: between");
     EXPECT_EQ(Masked(26), "E" + stamp + "Tessarune: error 25");
     EXPECT_EQ(Masked(27), "E" + stamp + "Tessarune: [Suppressing further errors.]");
@@ -78,7 +84,7 @@ TEST_F(RegistryLog, Errors_StopWithAMarkerAfterTheTwentyFifthAndOthersGoOn) {
     EXPECT_EQ(Read("/Log/Index"), "28");
 }
 
-// Another process, which writes into the store that many times. There are no threads that a fork would lose.
+// Another process, which calls that many times. There are no threads that a fork would lose.
 void StartWriter(int count, const std::function<void(int)>& write) {
     if (fork() != 0) return;
     for (int i = 0; i < count; ++i)
@@ -89,10 +95,14 @@ void StartWriter(int count, const std::function<void(int)>& write) {
 TEST_F(RegistryLog, TwoProcessesAtOnce_LoseNoLineWhileDocumentsStayWhole) {
     const std::string documents[] = {std::string(100, 'a'), std::string(5000, 'b')};
     orb3::WriteSpeakerConfiguration(documents[0]);
-    for (const char* name : {"One", "Two"}) {
-        ggui::RegistryLog own(orb3::storeRoot, name);
-        StartWriter(300, [&](int i) { own.Write(std::to_string(i), false); });
-    }
+    for (const char* name : {"One", "Two"})
+        StartWriter(1, [&](int) {
+            ggui::RegistryLog own(orb3::storeRoot, name);
+            for (int i = 0; i < 300; ++i) {
+                own.Write(std::to_string(i), false);
+                own.Flush(std::chrono::seconds(20));
+            }
+        });
     StartWriter(101, [&](int i) { orb3::WriteSpeakerConfiguration(documents[i % 2]); });
     std::map<std::string, int> seen;
     for (int running = 3; running > 0;) {
@@ -116,6 +126,60 @@ TEST_F(RegistryLog, TwoProcessesAtOnce_LoseNoLineWhileDocumentsStayWhole) {
     }
     EXPECT_EQ(next.size(), 2U);
     EXPECT_EQ(next["One"] + next["Two"], 500);
+}
+
+TEST_F(RegistryLog, LockOfAStoppedProcess_CostsNoCallerTimeAndLinesBeyondTheQueueAreCounted) {
+    {
+        const platform::StoreFileLock held(platform::UserLogPath(orb3::storeRoot));
+        const auto start = std::chrono::steady_clock::now();
+        for (int i = 1; i <= 1012; ++i)
+            log.Write(std::to_string(i), false);
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(100));
+        EXPECT_FALSE(log.Flush(std::chrono::milliseconds(100)));
+        ggui::RegistryLog(orb3::storeRoot, "Ending").Write("lost at the end", false);
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1500));
+    }
+    EXPECT_TRUE(log.Flush());
+    log.Write("next", false);
+    log.Flush();
+    EXPECT_EQ(Masked(0), "I" + stamp + "Tessarune: 1000");
+    EXPECT_EQ(Masked(1),
+              "I" + stamp + "Tessarune: [Lines left out here, since the log couldn't be written: 12.]");
+    EXPECT_EQ(Masked(2), "I" + stamp + "Tessarune: next");
+}
+
+TEST_F(RegistryLog, ThreadsRefused_KeepsTheLinesForTheNextOneOrTheEnd) {
+    testing_support::RefuseThreads(true);
+    ggui::RegistryLog(orb3::storeRoot, "Tessarune").Write("at the end", false);
+    EXPECT_EQ(Masked(1), "I" + stamp + "Tessarune: at the end");
+    log.Write("one", false);
+    EXPECT_EQ(Read("/Log/Index"), "1");
+    testing_support::RefuseThreads(false);
+    log.Write("two", false);
+    for (int i = 0; i < 500 && Read("/Log/Index") != "3"; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_EQ(Masked(2), "I" + stamp + "Tessarune: one");
+    EXPECT_EQ(Masked(3), "I" + stamp + "Tessarune: two");
+}
+
+// At the fork the writer is at work, or waits for it.
+TEST_F(RegistryLog, ForkedChild_WritesWithoutTheThreadAndEndsByItself) {
+    for (int i = 1; i <= 30; ++i) {
+        log.Write("parent", false);
+        EXPECT_EQ(testing_support::RunInChild([&] {
+                      alarm(20);
+                      log.Write("child", false);
+                      log.Flush();
+                      log.Close();
+                      return 0;
+                  }),
+                  0);
+    }
+    log.Flush();
+    std::map<std::string, int> seen;
+    for (int i = 1; i <= 60; ++i)
+        ++seen[Line(i).substr(35)];
+    EXPECT_EQ(seen, (std::map<std::string, int>{{"parent", 30}, {"child", 30}}));
 }
 
 }  // namespace
