@@ -1,6 +1,8 @@
 // Runs a fuzz target over files, so that a corpus also serves as an ordinary test, with any compiler.
-// Usage: <program> FOLDER   Exit code 1 when there was no file to run.
+// Usage: <program> FOLDER [SECONDS]   Exit code 1 when there was no file to run. With a time it goes on with
+// random inputs for so long, for sanitizers that the coverage-guided engine doesn't go with.
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <exception>
@@ -8,6 +10,8 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <random>
+#include <string>
 #include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
@@ -24,13 +28,25 @@ void Run(const fs::path& path) {
     LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
 }
 
+void RunRandomInputs(std::chrono::seconds duration) {
+    std::random_device random;
+    const auto end = std::chrono::steady_clock::now() + duration;
+    while (std::chrono::steady_clock::now() < end) {
+        std::vector<std::uint8_t> bytes(random() % 64);
+        for (std::uint8_t& byte : bytes)
+            byte = static_cast<std::uint8_t>(random());
+        LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     try {
         std::size_t count = 0;
-        for (const fs::directory_entry& entry : fs::directory_iterator(argc == 2 ? argv[1] : ""))
+        for (const fs::directory_entry& entry : fs::directory_iterator(argc > 1 ? argv[1] : ""))
             Run(entry.path()), ++count;
+        if (argc > 2) RunRandomInputs(std::chrono::seconds(std::stol(argv[2])));
         std::cout << count << " files run\n";
         return count == 0 ? 1 : 0;
     } catch (const std::exception& failure) {

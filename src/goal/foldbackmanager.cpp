@@ -99,9 +99,10 @@ void FoldbackManager::CopyFrames(const hcml::ac::Bus& bus, std::uint32_t frame, 
 }
 
 void FoldbackManager::EndRingBlock() {
-    Queue(AL_FOLDBACK_EVENT_BLOCK, blockIndex);
+    const std::uint32_t ended = blockIndex;
     blockIndex = (blockIndex + 1) % request.blockCount;
     frameIndex = 0;
+    Queue(AL_FOLDBACK_EVENT_BLOCK, ended);  // last, for it may fail
 }
 
 void FoldbackManager::Queue(std::int32_t event, std::uint32_t index) const {

@@ -1,19 +1,24 @@
 #include "goal/serverthread.h"
 
+#include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <exception>
 #include <memory>
 #include <optional>
 #include <sstream>
+#include <thread>
 #include <utility>
 
 #include "goal/context.h"
 #include "goal/machinery.h"
+#include "goal/render/silentrenderer.h"
 #include "goal/render/sourcereader.h"
 #include "goal/version.h"
 #include "numeric/ambisonicorder.h"
 #include "orb3core/decoder/transformedpipe.h"
 #include "orb3core/store/configstore.h"
+#include "pipe/pipeexception.h"
 #include "slib/exception.h"
 #include "slib/text.h"
 
@@ -39,6 +44,7 @@ std::string Plural(std::uint32_t count, const char* noun) {
 // What one run owns, in the order of construction; all of it is destroyed when the run ends, last first.
 struct ServerThread::Machine {
     orb3::Configuration configuration;
+    orb3::Configuration asked;  // as it was set up, for the next one should that not work
     FormatLibrary library;
     OutputSetUp outputSetUp;
     int order = 0;
@@ -46,6 +52,9 @@ struct ServerThread::Machine {
     std::unique_ptr<BlockRenderer> renderer;
     RenderOutput output;
     std::vector<orb3::DirectFeed> feeds;
+    std::uint32_t blocks = 0;        // rendered
+    std::uint32_t failedBlocks = 0;  // in a row
+    bool isWritten = false;          // the current block
 };
 
 // As long as it lives, what the game's records hold for the renderer is made for this run.
@@ -99,7 +108,9 @@ void ServerThread::Start(Context& owner, double frequency) {
     context = &owner;
     Thread::Start();
     startSignal.Wait();
-    if (!startFailure.empty()) throw slib::BadStateException("Failed to start: " + startFailure);
+    if (hasStartFailed)
+        throw slib::BadStateException("Failed to start: " +
+                                      (startFailure.empty() ? "Out of memory." : startFailure));
     LogInForce()->Write("Rendering started.", false);
 }
 
@@ -124,16 +135,70 @@ void ServerThread::Run() {
     SignalStart();
 }
 
-void ServerThread::Fail(const char* reason) {
-    mainLog->Write(std::string("Exception: ") + reason, true);
-    if (!startSignalled) startFailure = reason;
+void ServerThread::Fail(const char* reason) noexcept {
+    hasStartFailed = !startSignalled;
+    try {
+        if (hasStartFailed) startFailure = reason;
+        mainLog->Write(std::string("Exception: ") + reason, true);
+    } catch (const std::exception&) {  // no memory for the text
+    }
+}
+
+// The same failure again, as of a run that is tried anew, is no news.
+void ServerThread::ReportFailure(const char* reason) noexcept {
+    try {
+        if (std::exchange(lastFailure, reason) != reason)
+            mainLog->Write(std::string("Exception: ") + reason, true);
+    } catch (const std::exception&) {  // no memory for the text
+    }
 }
 
 void ServerThread::RunUntilStopped() {
     while (!IsStopRequested()) {
-        Machine run;
-        Perform(run);
+        try {
+            RunOnce();
+            continue;
+        } catch (const std::exception& exception) {
+            if (!startSignalled) throw;
+            ReportFailure(exception.what());
+        } catch (...) {
+            if (!startSignalled) throw;
+            ReportFailure("An unknown exception.");
+        }
+        ++failedRuns;
+        PassTime();
         if (!IsStopRequested()) TakePendingConfiguration();
+    }
+}
+
+void ServerThread::RunOnce() {
+    Machine run;
+    Perform(run);
+    if (!IsStopRequested()) TakePendingConfiguration();
+}
+
+// Until the next try: a pause that grows from a tenth of a second to five. Nothing is heard, but what plays
+// goes on, so that no game waits for ever for the end of a sound.
+void ServerThread::PassTime() {
+    using Clock = std::chrono::steady_clock;
+    constexpr std::uint32_t firstPause = 100, longestPause = 5000;  // milliseconds
+    const std::uint32_t pause =
+        failedRuns > 6 ? longestPause : std::min(firstPause << failedRuns, longestPause);
+    Clock::time_point last = Clock::now();
+    const Clock::time_point end = last + std::chrono::milliseconds(pause);
+    std::optional<SilentRenderer> renderer;
+    while (last < end && !IsLeaving()) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        const Clock::time_point now = Clock::now();
+        try {
+            if (!renderer) renderer.emplace();
+            TakeSnapshot();
+            renderer->Advance(context->snapshot, std::chrono::duration<double>(now - last).count());
+            const slib::Lock lock(context->stateMutex);
+            MergeProgress(context->snapshot, context->application, engine.retired);
+        } catch (const std::exception&) {  // no memory: the next step has another chance
+        }
+        last = now;
     }
 }
 
@@ -152,7 +217,9 @@ void ServerThread::Perform(Machine& run) {
 
 // Library and output.
 void ServerThread::SetUp(Machine& run) {
-    run.configuration = engine.configuration.Read([](const orb3::Configuration& c) { return c; });
+    const bool isRepair = failedRuns > 0 && lastWorked;
+    run.configuration =
+        isRepair ? *lastWorked : engine.configuration.Read([](const orb3::Configuration& c) { return c; });
     const orb3::GoalConfig& settings = run.configuration.goalConfig;
     const std::string path = orb3::ReadFormatLibraryPath();
     if (path.empty()) throw slib::BadDataException("No format library is configured.");
@@ -163,8 +230,9 @@ void ServerThread::SetUp(Machine& run) {
     run.outputSetUp = Explained("Have you run the configuration program? Failed to set up speakers: ", [&] {
         return engine.machinery->SetUp(request, activeLog, mainLog, run.configuration, run.library);
     });
-    if (run.outputSetUp.isConfigurationChanged) engine.configuration.StoreConfiguration(run.configuration);
-
+    if (run.outputSetUp.isConfigurationChanged && !isRepair)
+        engine.configuration.StoreConfiguration(run.configuration);
+    run.asked = run.configuration;
     sampleRate = run.outputSetUp.pipe->GetSampleRate();
 }
 
@@ -236,28 +304,73 @@ void ServerThread::SignalStart() {
 
 void ServerThread::RenderBlocks(Machine& run) {
     while (!IsLeaving()) {
-        TakeSnapshot();
-        run.renderer->renderBlock(context->snapshot, run.output);
-        {
-            const slib::Lock lock(context->stateMutex);
-            MergeProgress(context->snapshot, context->application, engine.retired);
+        try {
+            RenderBlock(run);
+            NoteBlock(run);
+        } catch (const std::exception& exception) {
+            LeaveBlockOut(run, exception);
         }
-        WriteBlock(run);
-        context->foldback.ProcessBlock(run.output);
     }
+}
+
+void ServerThread::RenderBlock(Machine& run) {
+    run.isWritten = false;
+    TakeSnapshot();
+    run.renderer->renderBlock(context->snapshot, run.output);
+    {
+        const slib::Lock lock(context->stateMutex);
+        MergeProgress(context->snapshot, context->application, engine.retired);
+    }
+    WriteBlock(run);
+    context->foldback.ProcessBlock(run.output);
+}
+
+// One failure costs a block; many in a row are one of the run.
+void ServerThread::LeaveBlockOut(Machine& run, const std::exception& failure) {
+    constexpr std::uint32_t mostFailures = 16;
+    run.renderer->Abandon(context->snapshot, run.output);
+    const bool isOfOutput = dynamic_cast<const audiopipe::PipeException*>(&failure) != nullptr;
+    if (isOfOutput || ++run.failedBlocks == mostFailures) throw;
+    ReportFailure(failure.what());
+    if (!run.isWritten) WriteBlock(run);
+}
+
+// A run that has rendered for a while is what to go back to.
+void ServerThread::NoteBlock(Machine& run) {
+    constexpr std::uint32_t enough = 64;
+    run.failedBlocks = 0;
+    if (run.blocks == enough) return;
+    if (++run.blocks == 1) lastWorked = std::move(run.asked);
+    if (run.blocks == enough) failedRuns = 0;
 }
 
 // The game's calls wait for the length of the copy at most. They never see half of the server's step, and the
 // server never sees half of a call.
 void ServerThread::TakeSnapshot() {
+    NoteSuspension();
     slib::Lock apiLock(engine.apiMutex);
+    suspendedBlocks = context->suspendCount > 0 ? suspendedBlocks + 1 : 0;
     MarkBufferUsage(*context);
     const slib::Lock stateLock(context->stateMutex);
     apiLock.Release();
     CopyToSnapshot(context->snapshot, context->application, engine.retired);
 }
 
+// What a game that forgets to end a suspension sounds like is silence, whose reason nobody sees.
+void ServerThread::NoteSuspension() {
+    constexpr double longest = 2;  // seconds
+    if (isSuspensionLogged || suspendedBlocks * static_cast<double>(blockFrames) < longest * sampleRate)
+        return;
+    isSuspensionLogged = true;
+    mainLog->Write(
+        "The game has suspended its context for over two seconds, and nothing that it changes is heard. If "
+        "it "
+        "never resumes it, set IsSuspendSupported to False.",
+        true);
+}
+
 void ServerThread::WriteBlock(Machine& run) {
+    run.isWritten = true;
     run.feeds.clear();
     if (run.output.lowFrequencyWritten)
         for (const DedicatedOutput& target : run.outputSetUp.bassOutputs)
@@ -275,6 +388,8 @@ void ServerThread::TakePendingConfiguration() {
         if (!shared.isRestartRequested) return;
         shared.TakePending();
     }
+    failedRuns = 0;
+    lastFailure.clear();
     ChooseLog();
     mainLog->Write("Restarting because of configuration change.", false);
 }

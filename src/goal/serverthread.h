@@ -5,19 +5,25 @@
 // run:
 //
 //     Constructed ──Start──> Setting up ──> Rendering ──stop──> Ended
-//                               ▲               │  │               ▲
-//                               └──Restarting <─┘  └──exception────┘
+//                               ▲               │  │
+//                               ├──Restarting <─┘  │
+//                               └──Passing time <──┘ exception
 //
-// The output is the only clock: the hand-over of a block waits until there is room for it.
+// The output is the only clock: the hand-over of a block waits until there is room for it. A failure before
+// the first block ends the thread. After it a block that fails is left out, and when one after the other
+// does, or what is built anew doesn't work, time passes without a sound, sources move on by the clock, and
+// the run is built anew after pauses that grow, on the last configuration that worked.
 
 #include <cstdint>
+#include <exception>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "goal/dsp/samplerateconverter.h"
 #include "goal/engine.h"
-#include "orb3core/settings/goalconfig.h"
+#include "orb3core/settings/configuration.h"
 #include "slib/log.h"
 #include "slib/mutex.h"
 #include "slib/thread.h"
@@ -51,9 +57,12 @@ private:
     class Equipped;
 
     void Run() override;
-    void Fail(const char* reason);
+    void Fail(const char* reason) noexcept;
+    void ReportFailure(const char* reason) noexcept;
     void RunUntilStopped();
+    void RunOnce();
     void Perform(Machine& run);
+    void PassTime();
     void SetUp(Machine& run);
     void BuildDecoder(Machine& run);
     void ChooseConverter(orb3::SampleRateConversion conversion, std::shared_ptr<const EffectBuilder> effects);
@@ -61,7 +70,11 @@ private:
     void PublishTiming();
     void SignalStart();
     void RenderBlocks(Machine& run);
+    void RenderBlock(Machine& run);
+    void LeaveBlockOut(Machine& run, const std::exception& failure);
+    void NoteBlock(Machine& run);
     void TakeSnapshot();
+    void NoteSuspension();
     void WriteBlock(Machine& run);
     bool IsLeaving();
     void TakePendingConfiguration();
@@ -77,11 +90,18 @@ private:
     Context* context = nullptr;
     slib::Semaphore startSignal;
     bool startSignalled = false;
-    std::string startFailure;                                  // written before startSignal is posted
+    bool hasStartFailed = false;  // written before startSignal is posted,
+    std::string startFailure;     // as is the reason, where there is memory for it
     std::unique_ptr<SampleRateConverter> sampleRateConverter;  // of the sinc qualities; outlives restarts
     double requestedFrequency = -1;
     double sampleRate = 0;          // Hz
     std::uint32_t blockFrames = 0;  // frames of a block
+
+    std::string lastFailure;                        // of those after the first block, as logged
+    std::uint32_t failedRuns = 0;                   // in a row
+    std::optional<orb3::Configuration> lastWorked;  // what a run rendered on
+    std::uint32_t suspendedBlocks = 0;              // in a row
+    bool isSuspensionLogged = false;
 };
 
 }  // namespace goal

@@ -3,9 +3,11 @@
 // The mark of the functions that the audio thread runs inside a block, from `Renderer::renderBlock` and the
 // decoder's `writeBus` down to the kernels. In such a function, and in whatever it calls,
 //
-//     - nothing is allocated or freed. A block after the scene has grown, or an effect has changed its type,
-//       finds the room for it first (`CopyToSnapshot`, `EffectStage::Sync`), as a source does whose channels
-//       changed (`SourceReader::ReadMultiChannel`); a steady scene allocates nothing;
+//     - nothing is allocated or freed. The threads that ask for more sources, effects or queues build what
+//     the
+//       renderer needs for them, the copy takes pointers, and what the renderer has done with is freed by the
+//       game (`slib::RetireList`). The one exception is an effect whose memory was spoilt by samples that
+//       aren't finite, which is renewed;
 //     - no lock is taken but those that docs/architecture.md names for the copy, the merge, foldback and the
 //       peak, each held for a moment by everybody;
 //     - no system call is made but the pipe's wait for room in the ring, its reading of the clock, and the

@@ -15,8 +15,10 @@
 #include <thread>
 #include <utility>
 
+#include "AL/al.h"
 #include "goal/context.h"
 #include "orb3core/store/configstore.h"
+#include "pipe/pipeexception.h"
 #include "tests/support/defaultdocument.h"
 #include "tests/support/failure.h"
 #include "tests/support/recordinglog.h"
@@ -231,16 +233,51 @@ TEST_F(ServerThreadTest, Start_WhenAStepFails_TellsWhichAndLeavesNothing) {
     EXPECT_FALSE(log.Has("Ran with"));
 }
 
-TEST_F(ServerThreadTest, Run_WhenABlockFails_EndsWithALineAndDoesNotHang) {
+TEST_F(ServerThreadTest, ABlockThatFails_IsLeftOutWithALine) {
     machinery.at = [this](const std::string&) {
-        if (machinery.blocks == 3) throw slib::BadStateException("The output went.");
+        if (machinery.blocks == 3 || machinery.blocks == 9) throw slib::BadStateException("It went.");
     };
-    auto context = StartContext();
-    while (!log.Has("E:Exception: The output went."))
+    const auto context = StartContext();
+    AwaitBlocks(20);
+    EXPECT_EQ(machinery.runs, 1);
+    EXPECT_EQ(log.lines.find("E:Exception: It went."), log.lines.rfind("E:Exception: It went."));
+    EXPECT_TRUE(log.Has("E:Exception: It went."));
+}
+
+// A restart that fails, and then an output that does.
+TEST_F(ServerThreadTest, ARunThatFails_IsBuiltAnewOnWhatWorkedWhileSourcesMoveOn) {
+    Configure([](orb3::GoalConfig& c) { c.order = 2; });
+    std::atomic<bool> isBroken{false};
+    machinery.at = [&](const std::string& step) {
+        if (step == "setup" && machinery.request.order == 4) throw slib::BadDataException("No such order.");
+        if (step == "write" && isBroken) throw audiopipe::PipeException("The output went.");
+    };
+    const auto context = StartContext();
+    AwaitBlocks(2);
+    RequestRestart([](orb3::GoalConfig& c) { c.order = 4; });
+    AwaitBlocks(5);
+    EXPECT_EQ(machinery.request.order, 2);
+    EXPECT_TRUE(
+        log.Has("E:Exception: Have you run the configuration program? Failed to set up speakers: No such"));
+
+    const Buffer buffer(1, AL_FORMAT_MONO8, 1000, "0123456789", 10, true);
+    isBroken = true;
+    const auto state = [&] {
+        const slib::Lock lock(context->stateMutex);
+        ApplicationState& application = context->application;
+        if (application.sources.size == 0) {
+            Source source;
+            source.queue.append(const_cast<Buffer*>(&buffer));
+            source.state = SourceState::Playing;
+            application.touched.Insert(application.sources.Take(source));
+        }
+        return application.sources[0].state;
+    };
+    while (state() == SourceState::Playing)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    context.reset();
-    EXPECT_EQ(machinery.blocks, 3);
-    EXPECT_FALSE(log.Has("Ran with"));
+    isBroken = false;
+    AwaitBlocks(5);
+    EXPECT_TRUE(log.Has("E:Exception: The output went."));
 }
 
 TEST_F(ServerThreadTest, Stop_DuringARestartOnTheLatestConfiguration_EndsWithTheReport) {

@@ -18,6 +18,12 @@ public:
     /// Makes the effects that the renderer can run; null for one that runs none.
     virtual std::shared_ptr<const EffectBuilder> Effects() const { return nullptr; }
     virtual void renderBlock(RenderSnapshot& snapshot, RenderOutput& output) SLIB_NONBLOCKING = 0;
+    /// After renderBlock threw: lets go of what of the snapshot was still to be worked on, and leaves a
+    /// silent `output`.
+    virtual void Abandon(RenderSnapshot& snapshot, RenderOutput& output) SLIB_NONBLOCKING {
+        static_cast<void>(snapshot);
+        output.Silence();
+    }
 };
 
 }  // namespace goal

@@ -84,6 +84,14 @@ void Renderer::renderBlock(RenderSnapshot& snapshot, RenderOutput& output) {
     FinishBlock(snapshot, output);
 }
 
+// What waits refers to the memories of sources, so it is worked off here, to be heard nowhere.
+void Renderer::Abandon(RenderSnapshot& snapshot, RenderOutput& output) {
+    batch.Flush(output.spatial);
+    snapshot.activeSlots.ForEach([&](std::uint32_t i) { sends.Gather(EffectOf(snapshot.slots[i])); });
+    arrays.MixInto(output.spatial);
+    output.Silence();
+}
+
 void Renderer::StartBlock(const RenderSnapshot& snapshot, RenderOutput& output) {
     listener = BuildBasis(snapshot.listenerAt, snapshot.listenerUp);
     effects.Renew(snapshot);

@@ -45,6 +45,7 @@ public:
     /// Fills `output`, whose spatial bus has (order+1)² channels of the block's frames. Moves the play
     /// positions of the snapshot's sources on and stops those that run out of data.
     void renderBlock(RenderSnapshot& snapshot, RenderOutput& output) SLIB_NONBLOCKING override;
+    void Abandon(RenderSnapshot& snapshot, RenderOutput& output) SLIB_NONBLOCKING override;
 
 private:
     void StartBlock(const RenderSnapshot& snapshot, RenderOutput& output);

@@ -17,6 +17,12 @@ struct RenderOutput {
     bool hasDialogue = false;          ///< the output has such a channel
     bool lowFrequencyWritten = false;  ///< cleared at the start of a block, set when an effect first writes
     bool dialogueWritten = false;      ///< as lowFrequencyWritten
+
+    /// Nothing is heard of the block.
+    void Silence() {
+        spatial.clear();
+        lowFrequencyWritten = dialogueWritten = false;
+    }
 };
 
 }  // namespace goal
