@@ -23,7 +23,8 @@ namespace platform {
 /// lives. The lock is a file beside it, "store.conf.lock", and ends with the process that held it.
 class StoreFileLock {
 public:
-    /// Makes missing folders. Waits at most five seconds for other holders, in turn.
+    /// Makes missing folders. Waits at most five seconds for other holders, in turn. A program with more
+    /// rights than its caller never gets it, and so writes nothing.
     explicit StoreFileLock(const std::filesystem::path& file);
     ~StoreFileLock();
     StoreFileLock(const StoreFileLock&) = delete;
