@@ -108,16 +108,6 @@ TEST(TaskQueue, RefusedThread_IsTheSendersExceptionAndTheNextTaskRuns) {
     Drain(queue);
 }
 
-TEST(TaskQueueOfTheProcess, TaskThatEndsTheProcess_EndsIt) {
-    if (!testing_support::IsAlone()) {
-        EXPECT_EQ(testing_support::RunThisTestAlone(), 7);
-        return;
-    }
-    alarm(60);  // for the case that it waits for itself
-    slib::TaskQueue::Add(std::make_unique<FunctionTask>([] { std::exit(7); }));
-    pause();
-}
-
 TEST(ThreadPool, TaskThatThrowsAnything_StaysItsSendersToo) {
     testing::internal::CaptureStderr();
     const slib::TaskPtr task(new FunctionTask([] { throw 1; }));
