@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <cerrno>
-#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <thread>
