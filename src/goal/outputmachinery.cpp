@@ -8,13 +8,14 @@
 #include "orb3core/settings/platformsettings.h"
 #include "orb3core/setup/outputsetup.h"
 #include "pipe/adaptivedirectsoundframework.h"
+#include "platform/privileges.h"
 
 namespace goal {
 namespace {
 
 struct OpenLibrary {
-    OpenLibrary(const std::string& path, slib::Log* log)
-        : librarian(orb3::fl::openFormatLibrary(path, factory, log, false, true)) {}
+    OpenLibrary(const std::string& path, slib::Log* log, bool isReadOnly)
+        : librarian(orb3::fl::openFormatLibrary(path, factory, log, isReadOnly, !isReadOnly)) {}
 
     const orb3::aspace::BasicAcousticFactory factory;
     const slib::SmartPtr<orb3::fl::ProcessingFormatLibrarian, slib::ThreadsafeCounter> librarian;
@@ -26,7 +27,7 @@ OutputMachinery::OutputMachinery(SoundSystemMaker makeSoundSystem)
     : makeSoundSystem(std::move(makeSoundSystem)) {}
 
 FormatLibrary OutputMachinery::OpenFormatLibrary(const std::string& path, slib::Log* log) {
-    const auto open = std::make_shared<const OpenLibrary>(path, log);
+    const auto open = std::make_shared<const OpenLibrary>(path, log, platform::HasMoreRightsThanItsCaller());
     return {open, open->librarian.Get()};
 }
 

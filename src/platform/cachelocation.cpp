@@ -7,7 +7,7 @@ namespace {
 
 // Relative entries are invalid by the standard, and skipped as it says.
 std::filesystem::path AbsoluteFrom(const char* variable) {
-    const char* value = std::getenv(variable);
+    const char* value = secure_getenv(variable);
     const std::filesystem::path path = value == nullptr ? "" : value;
     return path.is_absolute() ? path : std::filesystem::path();
 }

@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "platform/cubebdevice.h"
+#include "platform/privileges.h"
 #include "platform/silentdevice.h"
 #include "platform/speakersetting.h"
 #include "platform/wavefiledevice.h"
@@ -80,7 +81,8 @@ private:
         if (identifier != nullptr) return nullptr;
         const std::uint32_t speakers =
             SpeakerSettingOf(settings.speakerSetting.value_or(slib::StandardFormat::Stereo));
-        if (settings.output == PlatformSettings::Output::WaveFile)
+        // A program with more rights than its caller writes no file that the caller may have named.
+        if (settings.output == PlatformSettings::Output::WaveFile && !HasMoreRightsThanItsCaller())
             return MakeWaveFileDevice(speakers, settings.waveFile, log);
         if (settings.output == PlatformSettings::Output::Auto) {
             log->Write("No sound server and no sound card answers: the sound isn't heard.", true);

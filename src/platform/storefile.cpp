@@ -15,6 +15,8 @@
 #include <system_error>
 #include <thread>
 
+#include "platform/privileges.h"
+
 namespace platform {
 namespace {
 
@@ -181,7 +183,8 @@ bool SetDoor(int descriptor, short kind) {
 
 std::optional<std::string> ReadStoreFile(const path& file) {
     // A named pipe in the file's place must not block the game.
-    const Descriptor descriptor(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    const int following = HasMoreRightsThanItsCaller() ? O_NOFOLLOW : 0;
+    const Descriptor descriptor(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | following));
     if (descriptor.value < 0) {
         if (errno == ENOENT) return "";
         return std::nullopt;
@@ -218,6 +221,7 @@ bool ReplaceStoreFile(const path& file, const std::string& content, Durability d
 }
 
 StoreFileLock::StoreFileLock(const path& file, std::chrono::milliseconds patience) {
+    if (HasMoreRightsThanItsCaller()) return;
     const path target = FollowLink(file);
     MakeFolder(target.parent_path());
     const std::string name = target.string() + ".lock";

@@ -30,7 +30,8 @@ enum class Durability { Process, Machine };
 /// lives. The lock is a file beside it, "store.conf.lock", and ends with the process that held it.
 class StoreFileLock {
 public:
-    /// Makes missing folders. Waits for other holders, in turn, for at most `patience`.
+    /// Makes missing folders. Waits for other holders, in turn, for at most `patience`. A program with more
+    /// rights than its caller never gets it, and so writes nothing.
     explicit StoreFileLock(const std::filesystem::path& file,
                            std::chrono::milliseconds patience = std::chrono::seconds(5));
     ~StoreFileLock();

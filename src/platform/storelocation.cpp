@@ -21,8 +21,9 @@ using std::filesystem::path;
 constexpr const char* storeName = "store.conf";
 constexpr const char* logName = "log.conf";
 
+// Empty, too, in a program with more rights than its caller.
 std::string Variable(const char* name) {
-    const char* value = std::getenv(name);
+    const char* value = secure_getenv(name);
     return value == nullptr ? "" : value;
 }
 

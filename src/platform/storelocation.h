@@ -1,7 +1,8 @@
 #pragma once
 
 // Where the configuration store lives on this machine, after the XDG base directories. The environment is
-// read afresh at every call, from any thread.
+// read afresh at every call, from any thread; in a program with more rights than its caller
+// (platform/privileges.h) it isn't, as if it were empty.
 
 #include <filesystem>
 #include <string>

@@ -2,8 +2,10 @@
 
 #include <fcntl.h>
 #include <sndfile.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -22,7 +24,7 @@ constexpr std::uint64_t mostBytes = 0xFFFFFFFFU - 65536;  // of the samples, bes
 
 struct SoundFileLibrary {
     SoundFileLibrary() : library("libsndfile.so.1") {
-        library.Find("sf_open_fd", open);
+        library.Find("sf_open_virtual", open);
         library.Find("sf_close", close);
         library.Find("sf_command", command);
         library.Find("sf_writef_int", write);
@@ -30,7 +32,7 @@ struct SoundFileLibrary {
     }
 
     DynamicLibrary library;
-    decltype(sf_open_fd)* open = nullptr;
+    decltype(sf_open_virtual)* open = nullptr;
     decltype(sf_close)* close = nullptr;
     decltype(sf_command)* command = nullptr;
     decltype(sf_writef_int)* write = nullptr;
@@ -69,17 +71,87 @@ std::vector<int> ChannelMap(const RingShape& shape) {
 
 }  // namespace
 
+// A descriptor that a game may close, as a daemon closes all that it finds. The number may then be that of a
+// file of the game's, which stays untouched.
+class WaveFile::Target {
+public:
+    // Above the numbers of the standard streams, which a game that closed those writes to all the same.
+    explicit Target(const std::string& path) {
+        const int opened = ::open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+        if (opened < 0) return;
+        descriptor = fcntl(opened, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+        ::close(opened);
+        if (fstat(descriptor, &identity) != 0) descriptor = -1;
+    }
+    ~Target() {
+        if (IsOurs()) ::close(descriptor);
+    }
+    Target(const Target&) = delete;
+    Target& operator=(const Target&) = delete;
+
+    // In a child that the game forked it isn't, either.
+    bool IsOurs() const {
+        struct stat now {};
+        return owner == getpid() && descriptor >= 0 && fstat(descriptor, &now) == 0 &&
+               now.st_dev == identity.st_dev && now.st_ino == identity.st_ino;
+    }
+
+    static SF_VIRTUAL_IO Calls() {
+        return {.get_filelen = [](void* self) { return Of(self).length; },
+                .seek = Seek,
+                .read = [](void* bytes, sf_count_t count, void* self) -> sf_count_t {
+                    return Of(self).Advance([&](Target& target) {
+                        return pread64(target.descriptor, bytes, static_cast<std::size_t>(count),
+                                       target.position);
+                    });
+                },
+                .write = [](const void* bytes, sf_count_t count, void* self) -> sf_count_t {
+                    return Of(self).Advance([&](Target& target) {
+                        return pwrite64(target.descriptor, bytes, static_cast<std::size_t>(count),
+                                        target.position);
+                    });
+                },
+                .tell = [](void* self) -> sf_count_t { return Of(self).position; }};
+    }
+
+private:
+    static Target& Of(void* self) { return *static_cast<Target*>(self); }
+
+    static sf_count_t Seek(sf_count_t offset, int whence, void* self) {
+        Target& target = Of(self);
+        if (whence == SEEK_SET) target.position = offset;
+        if (whence == SEEK_CUR) target.position += offset;
+        if (whence == SEEK_END) target.position = target.length + offset;
+        return target.position;
+    }
+
+    template <typename Transfer>
+    sf_count_t Advance(const Transfer& transfer) {
+        if (!IsOurs()) return 0;
+        const ssize_t count = transfer(*this);
+        if (count <= 0) return 0;
+        position += count;
+        length = std::max(length, position);
+        return count;
+    }
+
+    const pid_t owner = getpid();
+    int descriptor = -1;
+    struct stat identity {};
+    sf_count_t position = 0;  // bytes
+    sf_count_t length = 0;    // bytes
+};
+
 struct WaveFile::Handle {
     SNDFILE* file;
 };
 
-WaveFile::WaveFile(const std::string& path, const RingShape& shape, std::string& error)
-    : shape(shape), owner(getpid()) {
+WaveFile::WaveFile(const std::string& path, const RingShape& shape, std::string& error) : shape(shape) {
     SoundFileLibrary& library = Library();
     error = library.library.problem;
     if (!error.empty()) return;
-    descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    if (descriptor < 0) {
+    target = std::make_unique<Target>(path);
+    if (!target->IsOurs()) {
         error = std::generic_category().message(errno);
         return;
     }
@@ -88,7 +160,8 @@ WaveFile::WaveFile(const std::string& path, const RingShape& shape, std::string&
     info.samplerate = static_cast<int>(shape.rate);
     info.channels = static_cast<int>(shape.channels);
     info.format = (shape.channels > 2 ? SF_FORMAT_WAVEX : SF_FORMAT_WAV) | SF_FORMAT_PCM_32;
-    SNDFILE* const file = library.open(descriptor, SFM_WRITE, &info, SF_FALSE);
+    SF_VIRTUAL_IO calls = Target::Calls();
+    SNDFILE* const file = library.open(&calls, SFM_WRITE, &info, target.get());
     if (file == nullptr) {
         error = library.explain(nullptr);
         return;
@@ -102,13 +175,11 @@ WaveFile::WaveFile(const std::string& path, const RingShape& shape, std::string&
 }
 
 WaveFile::~WaveFile() {
-    if (owner != getpid()) return;
     if (handle) Library().close(handle->file);
-    if (descriptor >= 0) close(descriptor);
 }
 
 bool WaveFile::Write(const std::int32_t* samples, std::uint32_t frames) {
-    if (!handle || owner != getpid()) return false;
+    if (!handle) return false;
     if (Library().write(handle->file, samples, frames) != frames) return false;
     written += frames;
     sinceHeader += frames;
@@ -117,6 +188,10 @@ bool WaveFile::Write(const std::int32_t* samples, std::uint32_t frames) {
         sinceHeader = 0;
     }
     return true;
+}
+
+bool WaveFile::IsLost() const {
+    return !target || !target->IsOurs();
 }
 
 bool WaveFile::IsFull(std::uint32_t frames) const {

@@ -2,8 +2,6 @@
 
 // A WAV file that is being written, readable at any time up to its last header. One thread at a time.
 
-#include <sys/types.h>
-
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -25,13 +23,16 @@ public:
     [[nodiscard]] bool Write(const std::int32_t* samples, std::uint32_t frames);
     /// True when the format has no room for another `frames`.
     bool IsFull(std::uint32_t frames) const;
+    /// True once the game has closed the file's descriptor, whatever it then opened; and in a child that it
+    /// forked. What was written stays, up to the last header, and no more is.
+    bool IsLost() const;
 
 private:
+    class Target;
     struct Handle;
 
     const RingShape shape;
-    const pid_t owner;  // the file's position is shared with every child: they leave it alone
-    int descriptor = -1;
+    std::unique_ptr<Target> target;
     std::unique_ptr<Handle> handle;
     std::uint64_t written = 0;      // frames
     std::uint32_t sinceHeader = 0;  // frames

@@ -82,7 +82,7 @@ private:
 
     // Writer's thread.
     void TakeTurn(std::uint32_t frames) {
-        if (file && file->IsFull(frames)) OpenNext();
+        if (file && (file->IsFull(frames) || file->IsLost())) OpenNext();
         bool isFine = file != nullptr;
         Take(frames, [&](const std::int32_t* taken, std::uint32_t count) {
             if (taken != nullptr) isFine = isFine && file->Write(taken, count);

@@ -13,8 +13,9 @@ namespace platform {
 
 /// Each ring made on the device writes a file of 32-bit integers. The first one of the process is `path` and
 /// replaces what is there; later ones, and those begun when a file comes near the 4 GiB that the format can
-/// hold, are named "path-2.wav", "path-3.wav" and so on. `speakerSetting` is one of the DSSPEAKER_ constants.
-/// `log` is borrowed and outlives the device; the reason is logged there when a file can't be made.
+/// hold, or when the game has closed its descriptor, are named "path-2.wav", "path-3.wav" and so on.
+/// `speakerSetting` is one of the DSSPEAKER_ constants. `log` is borrowed and outlives the device; the reason
+/// is logged there when a file can't be made.
 SoundDevicePtr MakeWaveFileDevice(std::uint32_t speakerSetting, const std::string& path, slib::Log* log);
 
 }  // namespace platform

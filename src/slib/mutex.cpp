@@ -35,11 +35,13 @@ Mutex::~Mutex() {
 }
 
 void Mutex::Lock() SLIB_UNCHECKED_LOCKS {  // this is the lock
+    if (AreGivenUp()) return;
     [[maybe_unused]] const int code = pthread_mutex_lock(&handle);
     assert(code == 0);
 }
 
 void Mutex::Unlock() SLIB_UNCHECKED_LOCKS {
+    if (AreGivenUp()) return;
     [[maybe_unused]] const int code = pthread_mutex_unlock(&handle);
     assert(code == 0);
 }
@@ -54,7 +56,7 @@ Semaphore::~Semaphore() {
 }
 
 void Semaphore::Wait() {
-    while (sem_wait(&handle) != 0) {
+    while (!Mutex::AreGivenUp() && sem_wait(&handle) != 0) {
         // Only a signal handler of the game can interrupt the wait.
         assert(errno == EINTR);
     }

@@ -6,6 +6,7 @@
 #include <pthread.h>
 #include <semaphore.h>
 
+#include <atomic>
 #include <cstdint>
 
 #include "slib/threadsafety.h"
@@ -28,7 +29,13 @@ public:
     /// Gives up one lock; the caller owns the mutex.
     void Unlock() SLIB_RELEASE();
 
+    /// For a forked child, in which nobody gives back what other threads held at the fork: from now on no
+    /// mutex of this process is locked, and no semaphore waits. Only one thread may use them from then on.
+    static void GiveUpAll() noexcept { areGivenUp.store(true, std::memory_order_relaxed); }
+    static bool AreGivenUp() noexcept { return areGivenUp.load(std::memory_order_relaxed); }
+
 private:
+    inline static std::atomic<bool> areGivenUp{false};
     pthread_mutex_t handle;
 };
 

@@ -2,7 +2,10 @@
 
 #include <exception>
 #include <iostream>
+#include <memory>
 #include <utility>
+
+#include "slib/nodestroy.h"
 
 namespace slib {
 
@@ -14,9 +17,25 @@ TaskQueue::~TaskQueue() {
     AwaitEnd();
 }
 
+// Never destroyed by the end of the process, which the thread may outlast.
 TaskQueue& TaskQueue::Instance() {
-    static TaskQueue queue;
-    return queue;
+    static NoDestroy<TaskQueue> queue;
+    return *queue;
+}
+
+void TaskQueue::DestroyInstance() {
+    std::destroy_at(&Instance());
+}
+
+void TaskQueue::RenewInstance() {
+    std::construct_at(&Instance());
+}
+
+bool TaskQueue::EndWithin(std::uint32_t milliseconds) {
+    if (!RequestStop()) return true;
+    LeaveToItself();
+    workAvailable.Post();
+    return AwaitEndFor(milliseconds);
 }
 
 void TaskQueue::Add(std::unique_ptr<Task> task) {

@@ -37,6 +37,14 @@ public:
 
     /// The queue of the process, built at the first call.
     static TaskQueue& Instance();
+    /// Destroys that for good, before the library's code goes.
+    static void DestroyInstance();
+    /// In a forked child, where its thread doesn't exist: puts a new one in its place. What waited isn't run.
+    static void RenewInstance();
+
+    /// Stops the thread after the task that is running. False when that lasts longer. For the end of the
+    /// process: allocates and frees nothing.
+    bool EndWithin(std::uint32_t milliseconds);
 
     /// Adds a task to this queue; as Add.
     void Append(std::unique_ptr<Task> task);

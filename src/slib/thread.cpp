@@ -5,7 +5,9 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cfenv>
 #include <exception>
 #include <iostream>
 #include <utility>
@@ -27,6 +29,27 @@ void WriteToStandardError(const char* prefix, const char* text) noexcept {
     } catch (...) {
     }
 }
+
+// What the game has set as the size of all stacks, where that is enough for our deepest calls, and no more
+// than it usually is.
+constexpr std::size_t leastStack = std::size_t{2} << 20;
+constexpr std::size_t greatestStack = std::size_t{8} << 20;
+
+class Attributes {
+public:
+    Attributes() {
+        if (pthread_getattr_default_np(&attributes) != 0) pthread_attr_init(&attributes);
+        std::size_t size = greatestStack;
+        pthread_attr_getstacksize(&attributes, &size);
+        pthread_attr_setstacksize(&attributes, std::clamp(size, leastStack, greatestStack));
+        pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_JOINABLE);
+    }
+    ~Attributes() { pthread_attr_destroy(&attributes); }
+    Attributes(const Attributes&) = delete;
+    Attributes& operator=(const Attributes&) = delete;
+
+    pthread_attr_t attributes;
+};
 
 // While this lives a thread that is created inherits a mask without the game's signals: its handlers run on
 // its own threads. Signals that a thread raises itself by a fault stay as they are.
@@ -100,6 +123,11 @@ void Thread::JoinEnded() {
     hasHandle = false;
 }
 
+void Thread::LeaveToItself() {
+    if (hasHandle) pthread_detach(handle);
+    hasHandle = false;
+}
+
 bool Thread::IsOfThisProcess() const {
     return starter == getpid();
 }
@@ -115,7 +143,8 @@ void Thread::Start() {
     int code = 0;
     {
         const SignalsHeldBack heldBack;
-        code = pthread_create(&handle, nullptr, &Thread::Enter, this);
+        const Attributes attributes;
+        code = pthread_create(&handle, &attributes.attributes, &Thread::Enter, this);
     }
     if (code != 0) {
         NoteEnd();
@@ -141,13 +170,19 @@ void Thread::AwaitEnd() {
     finishedSemaphore.Wait();
 }
 
+bool Thread::AwaitEndFor(std::uint32_t milliseconds) {
+    return finishedSemaphore.WaitFor(milliseconds);
+}
+
 void* Thread::Enter(void* self) {
     threadHere = static_cast<Thread*>(self);
     static_cast<Thread*>(self)->Body();
     return nullptr;
 }
 
+// A thread inherits the floating-point environment of the one that made it, a game's.
 void Thread::Body() {
+    std::fesetenv(FE_DFL_ENV);
     Name();
     if (!ApplyPriority()) WriteToStandardError("Failed to set thread priority.", "");
     startedSemaphore.Post();

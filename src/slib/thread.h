@@ -37,8 +37,9 @@ public:
 
     /// Starts the body and returns once the new thread has signalled that it is up. Throws
     /// OperatingSystemGetLastErrorException "A thread could not be created." when the system refuses, and the
-    /// object stays usable. A refused priority is a line on standard error, and the thread keeps its
-    /// priority. Throws BadStateException when the thread is running already.
+    /// object stays usable. Its stack has the size that is the process's default, between 2 and 8 MiB, and
+    /// its floating-point environment is the default one. A refused priority is a line on standard error, and
+    /// the thread keeps its priority. Throws BadStateException when the thread is running already.
     void Start();
 
     /// Asks for the end and waits for it; returns at once when the thread isn't running. Several callers may
@@ -58,13 +59,20 @@ protected:
     // one.
     [[nodiscard]] bool RequestStop();
     void AwaitEnd();
+    // As AwaitEnd, but false when the time is over first.
+    [[nodiscard]] bool AwaitEndFor(std::uint32_t milliseconds);
+
+    // Waits for the last instructions of a thread that has ended, before Start or the destructor do.
+    void JoinEnded();
+
+    // Nobody will join the running thread, which gives back its stack itself. For the end of the process.
+    void LeaveToItself();
 
 private:
     static void* Enter(void* self);
     void Body();
     void Name() const;
     [[nodiscard]] bool ApplyPriority() const;
-    void JoinEnded();
     void NoteEnd();
     bool IsOfThisProcess() const;
 

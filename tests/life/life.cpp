@@ -4,18 +4,32 @@
 //     life MODE LIBRARY      LIBRARY is the path of the shared library, opened as a game's loader does
 
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <malloc.h>
+#include <sched.h>
+#include <sys/auxv.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <array>
+#include <cfenv>
 #include <chrono>
+#include <cmath>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <string>
 #include <thread>
+#include <vector>
 
+#include "AL/al.h"
 #include "AL/alc.h"
 #include "tests/support/process.h"
 #include "tests/support/temporaryfolder.h"
@@ -51,7 +65,18 @@ struct Library {
     ALCcontext* Create() const {
         ALCcontext* const context = createContext(openDevice(nullptr), nullptr);
         Check(context != nullptr, "No context could be made.");
+        makeCurrent(context);
         return context;
+    }
+    // Every function of the public headers, with zeros for what it wants.
+    void CallAll() const {
+        for (const auto call : calls)
+            call(0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0);
+    }
+    void MakeAndDeleteSources() const {
+        ALuint sources[200];
+        genSources(200, sources);
+        deleteSources(200, sources);
     }
     void Close() const { Check(dlclose(handle) == 0, "The library could not be closed."); }
 
@@ -61,6 +86,22 @@ struct Library {
     const LPALCDESTROYCONTEXT destroyContext = Find<LPALCDESTROYCONTEXT>("alcDestroyContext");
     const LPALCGETINTEGERV getInteger = Find<LPALCGETINTEGERV>("alcGetIntegerv");
     const LPALCGETERROR getError = Find<LPALCGETERROR>("alcGetError");
+    const LPALCMAKECONTEXTCURRENT makeCurrent = Find<LPALCMAKECONTEXTCURRENT>("alcMakeContextCurrent");
+    const LPALGENSOURCES genSources = Find<LPALGENSOURCES>("alGenSources");
+    const LPALDELETESOURCES deleteSources = Find<LPALDELETESOURCES>("alDeleteSources");
+    const LPALSOURCEF sourcef = Find<LPALSOURCEF>("alSourcef");
+    const LPALSOURCE3I source3i = Find<LPALSOURCE3I>("alSource3i");
+
+    using AnyCall = void (*)(long, long, long, long, long, long, float, float, float, float, float, float);
+    const std::vector<AnyCall> calls = [this] {
+        std::vector<AnyCall> found;
+        std::ifstream exports(TESSARUNE_EXPORTS);
+        for (std::string word; exports >> word;)
+            if (word.starts_with("al") && word != "alcMakeContextCurrent;")
+                found.push_back(Find<AnyCall>(word.substr(0, word.size() - 1).c_str()));
+        Check(found.size() > 120, "Calls are missing.");
+        return found;
+    }();
 };
 
 std::ptrdiff_t CountEntries(const char* folder) {
@@ -175,18 +216,184 @@ void StartForTheFirstTime(const char* path) {
     Check(code == 0, "The first start failed.");
 }
 
-// A child that the game forks has none of our threads, and must end all the same.
-void ExitOfAForkedChild(const char* path) {
-    Library(path).Create();
-    Check(testing_support::RunInChild([]() -> int { std::exit(0); }) == 0,
-          "The child did not end by itself.");
+void ExitFromASignalHandler(const char* path) {
+    for (useconds_t delay = 15000; delay < 30000; delay += 1700) {
+        const int code = testing_support::RunInChild([=]() -> int {
+            const Library library(path);
+            library.Create();
+            std::signal(SIGUSR1, [](int) {
+                alarm(2);
+                std::exit(0);
+            });
+            std::thread([delay, main = pthread_self()] {
+                usleep(delay);
+                pthread_kill(main, SIGUSR1);
+            }).detach();
+            for (;;)
+                library.MakeAndDeleteSources();
+        });
+        Check(code == 0, "The process did not end by itself.");
+    }
+}
+
+// While other threads make calls. The child has none of our threads, and must end all the same.
+void CallsInAForkedChild(const char* path) {
+    static const Library library(path);  // the threads outlast this function
+    ALCcontext* const context = library.Create();
+    for (int i = 0; i < 2; ++i)
+        std::thread([] {
+            for (;;)
+                library.MakeAndDeleteSources();
+        }).detach();
+    for (int i = 0; i < 50; ++i) {
+        const int code = testing_support::RunInChild([&]() -> int {
+            alarm(5);
+            library.CallAll();
+            library.destroyContext(context);
+            const bool isRefused = library.createContext(library.openDevice(nullptr), nullptr) == nullptr &&
+                                   library.getError(nullptr) != ALC_NO_ERROR;
+            std::exit(isRefused && library.getError(nullptr) == ALC_NO_ERROR ? 0 : 1);
+        });
+        if (code != 0) Fail("The child ended with " + std::to_string(code));
+    }
+}
+
+// Whose parent has loaded the library, and even played.
+void ContextInADaemon(const char* path) {
+    const Library library(path);
+    library.destroyContext(library.Create());
+    std::filesystem::remove(store->UserFile());
+    store->ChooseSilence();
+    const int code = testing_support::RunInChild([&]() -> int {
+        library.Create();
+        std::exit(0);
+    });
+    const std::string log = testing_support::ReadFile(store->UserFile());
+    Check(code == 0 && log.find("Stopped Tessarune") != std::string::npos, "The context did not end.");
+}
+
+// On threads with small stacks, whose state is an unusual one: the whole life of a context, the first of
+// which measures the machine, and numbers that aren't any or don't fit where calls convert.
+std::function<void(const char*)> LiveInThreads(const std::vector<std::function<void()>>& states) {
+    return [=](const char* path) {
+        const Library library(path);
+        store->ChooseSilence();
+        pthread_attr_t smallStack;
+        pthread_attr_init(&smallStack);
+        pthread_attr_setstacksize(&smallStack, 65536);
+        pthread_setattr_default_np(&smallStack);
+        for (const auto& choose : states) {
+            bool isThrough = false;
+            std::thread([&] {
+                choose();
+                const std::array before{fegetround(), fegetexcept()};
+                ALCcontext* const context = library.Create();
+                ALuint source = 0;
+                library.genSources(1, &source);
+                for (const float number : {std::nanf(""), HUGE_VALF, -1e38F, 1e-40F, 0.1F})
+                    for (const ALenum name : {AL_GAIN, AL_PITCH, AL_SEC_OFFSET, AL_SAMPLE_OFFSET})
+                        library.sourcef(source, name, number);
+                library.source3i(source, AL_POSITION, 16777217, -2147483647, 1);
+                library.CallAll();
+                library.destroyContext(context);
+                isThrough = std::array{fegetround(), fegetexcept()} == before;
+            }).join();
+            Check(isThrough, "The thread ended in a call, or in another floating-point environment.");
+        }
+    };
+}
+
+std::function<void()> Trap(int exceptions) {
+    return [=] { feenableexcept(exceptions); };
+}
+std::function<void()> Round(int direction) {
+    return [=] { fesetround(direction); };
+}
+
+void ChooseWaveFile() {
+    std::ofstream(store->UserFile()) << "[Platform]\nOutput=WaveFile\nWaveFile="
+                                     << (store->folder.path / "sound.wav").string() << "\n";
+}
+
+// Closed before the context is made, and while it is there; then the game's own file has all the numbers.
+void ClosedDescriptors(const char* path) {
+    const Library library(path);
+    ChooseWaveFile();
+    const std::string own = store->folder.path / "own";
+    close_range(0, 1023, 0);
+    ALCcontext* const context = library.Create();
+    close_range(0, 1023, 0);
+    for (int i = 0; i < 64; ++i)
+        Check(open(own.c_str(), O_RDWR | O_CREAT, 0600) == i, "A descriptor has another number.");
+    std::this_thread::sleep_for(std::chrono::milliseconds(700));
+    library.destroyContext(context);
+    Check(std::filesystem::file_size(own) == 0, "The game's file was written to.");
+    Check(CountEntries("/proc/self/fd") == 65, "The game's file was closed.");
+    Check(std::filesystem::file_size(store->folder.path / "sound-2.wav") > 50000, "No sound was written.");
+}
+
+void FileSizeLimit(const char* path) {
+    const Library library(path);
+    ChooseWaveFile();
+    constexpr rlimit limit{150000, 150000};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    ALCcontext* const context = library.Create();
+    std::this_thread::sleep_for(std::chrono::milliseconds(900));
+    Check(std::filesystem::file_size(store->folder.path / "sound.wav") == limit.rlim_cur,
+          "The limit isn't met.");
+    library.destroyContext(context);
+}
+
+constexpr int skipped = 77;
+
+std::map<std::string, std::string> AllFiles() {
+    std::map<std::string, std::string> files;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(store->folder.path))
+        files[entry.path()] = entry.is_regular_file() ? testing_support::ReadFile(entry.path()) : "";
+    return files;
+}
+
+// The superuser's home is ours in this process, and a program of another group's makes the context.
+void SetGroupId(const char* path) {
+    const std::filesystem::path folder = store->folder.path;
+    const std::filesystem::path program = folder / "program";
+    const std::filesystem::path home = folder / ".config" / "HollowbrookLabs";
+    std::ofstream(folder / "passwd") << "root:x:0:0::" << folder.string() << ":/bin/sh\n";
+    if (unshare(CLONE_NEWNS) != 0 || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+        mount((folder / "passwd").c_str(), "/etc/passwd", nullptr, MS_BIND, nullptr) != 0)
+        std::exit(skipped);
+    std::filesystem::copy_file("/proc/self/exe", program);
+    Check(chown(program.c_str(), 0, 65534) == 0 && chmod(program.c_str(), 02755) == 0, "No such program.");
+    ChooseWaveFile();
+    std::filesystem::create_directories(home);
+    std::filesystem::rename(store->UserFile(), home / "store.conf");
+    std::ofstream(folder / "victim") << "[Platform]\nOutput=Silent\n";
+    std::filesystem::create_symlink(folder / "victim", store->UserFile());
+    std::ofstream(store->MachineFile()) << "[Formats]\nAFL=/nothing\n";
+    setenv("HOME", folder.c_str(), 1);
+    const auto before = AllFiles();
+    const int code =
+        testing_support::RunInChild([&] { return execl(program.c_str(), "life", "", path, nullptr); });
+    if (code == skipped) std::exit(skipped);
+    Check(code == 0, "The program failed.");
+    Check(AllFiles() == before, "Something was written.");
 }
 
 const std::map<std::string, std::function<void(const char*)>> modes{
+    {"exit_from_a_signal_handler", ExitFromASignalHandler},
+    {"calls_in_a_forked_child", CallsInAForkedChild},
+    {"context_in_a_daemon", ContextInADaemon},
+    {"small_stack", LiveInThreads({[] {}})},
+    {"cancelled_thread", LiveInThreads({[] { pthread_cancel(pthread_self()); }})},
+    {"odd_floating_point", LiveInThreads({Trap(FE_ALL_EXCEPT), Trap(FE_INVALID), Trap(FE_DIVBYZERO),
+                                          Trap(FE_OVERFLOW), Trap(FE_UNDERFLOW), Trap(FE_INEXACT),
+                                          Round(FE_DOWNWARD), Round(FE_UPWARD), Round(FE_TOWARDZERO)})},
+    {"closed_descriptors", ClosedDescriptors},
+    {"file_size_limit", FileSizeLimit},
+    {"set_group_id", SetGroupId},
     {"exit_from_main", ExitFromMain},
     {"exit_from_another_thread", ExitFromAnotherThread},
     {"exit_while_contexts_come_and_go", ExitWhileContextsComeAndGo},
-    {"exit_of_a_forked_child", ExitOfAForkedChild},
     {"close_with_a_live_context", CloseWithALiveContext},
     {"open_and_close_often", OpenAndCloseOften},
     {"make_contexts_often", MakeContextsOften}};
@@ -194,11 +401,18 @@ const std::map<std::string, std::function<void(const char*)>> modes{
 }  // namespace
 
 int main(int argumentCount, char** arguments) {
+    if (argumentCount == 3 && *arguments[1] == '\0') {  // what SetGroupId started
+        if (getauxval(AT_SECURE) == 0) return skipped;
+        Library(arguments[2]).Create();
+        return 0;
+    }
     Check(argumentCount == 3 && modes.contains(arguments[1]), "Usage: life MODE LIBRARY");
     store = new testing_support::TemporaryStore;
     store->ChooseSilence();
-    std::atexit(
-        [] { std::filesystem::remove_all(std::filesystem::path(getenv("XDG_CONFIG_DIRS")).parent_path()); });
+    static const pid_t self = getpid();
+    std::atexit([] {
+        if (getpid() == self) delete store;
+    });
     StartForTheFirstTime(arguments[2]);
     CheckNoThreadIsLeft();  // counts what there is without the library
     modes.at(arguments[1])(arguments[2]);

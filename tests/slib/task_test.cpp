@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <cerrno>
-#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <thread>
@@ -106,16 +105,6 @@ TEST(TaskQueue, RefusedThread_IsTheSendersExceptionAndTheNextTaskRuns) {
     }
     testing_support::RefuseThreads(false);
     Drain(queue);
-}
-
-TEST(TaskQueueOfTheProcess, TaskThatEndsTheProcess_EndsIt) {
-    if (!testing_support::IsAlone()) {
-        EXPECT_EQ(testing_support::RunThisTestAlone(), 7);
-        return;
-    }
-    alarm(60);  // for the case that it waits for itself
-    slib::TaskQueue::Add(std::make_unique<FunctionTask>([] { std::exit(7); }));
-    pause();
 }
 
 TEST(ThreadPool, TaskThatThrowsAnything_StaysItsSendersToo) {

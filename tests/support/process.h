@@ -46,11 +46,12 @@ inline int RunThisTestAlone(const char* name = "alone", const char* folder = "."
     });
 }
 
-/// While `refused` the system gives this process no new thread: none can have a stack of that size.
+/// While `refused` the system gives this process no new thread: none can have a guard of that size.
 inline void RefuseThreads(bool refused) {
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
-    pthread_attr_setstacksize(&attributes, std::size_t{1} << (refused ? 50 : 23));
+    pthread_attr_setstacksize(&attributes, std::size_t{1} << 23);
+    pthread_attr_setguardsize(&attributes, std::size_t{1} << (refused ? 50 : 12));
     pthread_setattr_default_np(&attributes);
     pthread_attr_destroy(&attributes);
 }

@@ -86,6 +86,7 @@ std::unique_ptr<Buffer> NewBuffer(ALuint name, ALenum format, const void* data, 
 // block, and a long copy would make it late.
 void SetData(ALuint name, ALenum format, const void* data, ALsizei size, ALsizei frequency,
              bool copyData) noexcept {
+    const CallFrame frame;
     bool isReplaceable = false;
     if (const int code = TestData(format, size, frequency); code != AL_NO_ERROR)
         return TheProcess().alError.Record(code);

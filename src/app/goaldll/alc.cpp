@@ -15,6 +15,7 @@
 #include "AL/tessarune.h"
 #include "app/goaldll/alcenums.h"
 #include "app/goaldll/alcprocs.h"
+#include "app/goaldll/callframe.h"
 #include "app/goaldll/extensions.h"
 #include "app/goaldll/process.h"
 #include "goal/version.h"
@@ -29,9 +30,15 @@ constexpr const char* deviceName = "Tessarune";
 // Runs the work of a call under apiMutex. An exception is a failed call, never the game's.
 template <typename Result, typename Work>
 Result Call(Result failure, const Work& work) {
+    const goal::CallFrame frame;
+    const goal::CancellationHeldOff heldOff;
     Process& process = goal::TheProcess();
+    if (goal::CallFrame::IsRefused()) {
+        process.alcError.Record(ALC_INVALID_VALUE);
+        return failure;
+    }
+    const goal::ApiLock lock(process);
     try {
-        const slib::Lock lock(process.engine.apiMutex);
         return std::invoke(work, process);  // clang takes `work` for the argument of its own annotation
     } catch (const std::exception& exception) {
         process.FailAlc(exception.what(), ALC_INVALID_VALUE);
@@ -101,11 +108,14 @@ Context* StartContext(Process& process, const Attributes& attributes) SLIB_REQUI
     std::unique_ptr<Context> context = AllocateContext(process);
     if (context == nullptr) return nullptr;
     context->filterOrderAttribute = attributes.filterOrder;
+    goal::NoteExit();
+    process.ending.Prepare();
     process.engine.device.context = context.get();
     try {
         context->server.Start(*context, attributes.frequency);
     } catch (...) {
         process.engine.device.context = nullptr;
+        process.ending.Cancel();
         throw;
     }
     return context.release();
@@ -364,6 +374,8 @@ ALC_API ALCboolean ALC_APIENTRY alcCloseDevice(ALCdevice* device) {
 }
 
 ALC_API ALCcontext* ALC_APIENTRY alcCreateContext(ALCdevice* device, const ALCint* attributes) {
+    const goal::CallFrame frame;
+    const goal::CancellationHeldOff heldOff;
     const slib::Lock lifetimeLock(goal::TheProcess().engine.contextLifetimeMutex);
     return Call<ALCcontext*>(nullptr, [&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) {
         return Handle(CreateContext(process, device, attributes));
@@ -373,6 +385,8 @@ ALC_API ALCcontext* ALC_APIENTRY alcCreateContext(ALCdevice* device, const ALCin
 ALC_API void ALC_APIENTRY alcDestroyContext(ALCcontext* handle) {
     Context* const context = ToContext(handle);
     if (context == nullptr) return;
+    const goal::CallFrame frame;
+    const goal::CancellationHeldOff heldOff;
     const slib::Lock lifetimeLock(goal::TheProcess().engine.contextLifetimeMutex);
     const bool isOurs = Call(false, [&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) {
         if (process.currentContext == context) process.currentContext = nullptr;
@@ -427,6 +441,7 @@ ALC_API void ALC_APIENTRY alcProcessContext(ALCcontext* handle) {
 }
 
 ALC_API ALCenum ALC_APIENTRY alcGetError(ALCdevice*) {
+    if (goal::CallFrame::IsRefused()) return goal::TheProcess().alcError.Take();
     return Call<ALCenum>(ALC_INVALID_VALUE, [](Process& process) { return process.alcError.Take(); });
 }
 

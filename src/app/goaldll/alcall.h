@@ -10,6 +10,7 @@
 #include <functional>
 
 #include "AL/tessarune.h"
+#include "app/goaldll/callframe.h"
 #include "app/goaldll/process.h"
 
 namespace goal {
@@ -29,10 +30,15 @@ enum class Access {
 /// Runs `work(process)` under apiMutex; no context is needed. `failure` is returned after an exception.
 template <typename Result, typename Work>
 Result AlCallFor(Result failure, const Work& work) noexcept {
+    const CallFrame frame;
     Process& process = TheProcess();
+    if (CallFrame::IsRefused()) {
+        process.alError.Record(AL_INVALID_OPERATION);
+        return failure;
+    }
     process.engine.retired.Empty();
+    const ApiLock lock(process);
     try {
-        const slib::Lock lock(process.engine.apiMutex);
         return std::invoke(work, process);  // clang takes `work` for the argument of its own annotation
     } catch (const std::exception& exception) {
         process.FailAl(exception.what(), AL_INVALID_OPERATION);

@@ -122,6 +122,7 @@ AL_API ALboolean AL_APIENTRY alIsEnabled(ALenum) {
 }
 
 AL_API ALenum AL_APIENTRY alGetError(void) {
+    if (goal::CallFrame::IsRefused()) return goal::TheProcess().alError.Take();
     return goal::AlCallFor<ALenum>(AL_NO_ERROR, [](Process& process) { return process.alError.Take(); });
 }
 

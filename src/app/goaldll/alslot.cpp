@@ -107,6 +107,7 @@ void Send(NewEffect& made, Context& context, std::uint32_t index) {
 // Gives the slot a copy of the effect as it is now. Later changes of the effect reach it when it is bound
 // again.
 void BindEffect(ALuint slotName, const ALint* value) noexcept {
+    const CallFrame frame;
     NewEffect made;
     const auto bind = [&](bool isLast) {
         bool isBound = false;

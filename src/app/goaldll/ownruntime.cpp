@@ -2,6 +2,8 @@
 // exceptions come when there is no memory left, and gives it back only when it is asked to: each unload would
 // lose 72 kB.
 
+#include "app/goaldll/process.h"
+
 namespace __gnu_cxx {  // NOLINT(bugprone-reserved-identifier): the runtime's own name
 void __freeres();      // NOLINT(bugprone-reserved-identifier)
 }
@@ -11,7 +13,7 @@ namespace {
 // The lowest priority that isn't the compiler's own runs last, when nothing of the library can throw any
 // more.
 [[gnu::destructor(101)]] void GiveBackThePool() {
-    __gnu_cxx::__freeres();
+    if (!goal::HasExitBegun()) __gnu_cxx::__freeres();
 }
 
 }  // namespace

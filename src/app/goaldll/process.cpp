@@ -1,7 +1,12 @@
 #include "app/goaldll/process.h"
 
+#include <pthread.h>
 #include <unistd.h>
 
+#include <cstdlib>
+#include <memory>
+
+#include "app/goaldll/callframe.h"
 #include "orb3core/store/configstore.h"
 #include "slib/nodestroy.h"
 #include "slib/task.h"
@@ -9,22 +14,47 @@
 namespace goal {
 namespace {
 
+// Both together less than a second.
+constexpr std::uint32_t longestEnding = 600;  // ms, of the context
+constexpr std::uint32_t longestTask = 200;    // ms, of a task that is running
+
+pid_t owner = 0;  // the process that our threads are in; another one is a child made behind our back
+
+// The one of the two that happened first. An unload runs the functions marked as destructors, then those
+// given to atexit and the destructors of objects, last registered first. `exit` runs what was given to atexit
+// since `main` began, then the same as an unload.
+enum class End { None, Unload, Exit };
+End begun = End::None;
+
+void Begin(End end) {
+    if (begun == End::None) begun = end;
+}
+
+[[gnu::destructor]] void NoteUnload() {
+    Begin(End::Unload);
+}
+
 // Brings the state of the process into being as the library is loaded, and shuts it down as the library is
 // unloaded or the process ends.
 class Loaded {
 public:
-    Loaded() : loader(getpid()) {
-        slib::TaskQueue::Instance();  // built before, so it is destroyed after
+    Loaded() {
+        owner = getpid();
+        slib::TaskQueue::Instance();
         TheProcess();
+        pthread_atfork(nullptr, nullptr, [] { TheProcess().ContinueInChild(); });
     }
     ~Loaded() {
-        if (getpid() == loader) TheProcess().ShutDown();
+        if (getpid() != owner) return;
+        if (begun != End::Exit) {
+            TheProcess().ShutDown();
+            slib::TaskQueue::DestroyInstance();
+        } else if (TheProcess().ending.RunWithin(longestEnding)) {
+            static_cast<void>(slib::TaskQueue::Instance().EndWithin(longestTask));
+        }
     }
     Loaded(const Loaded&) = delete;
     Loaded& operator=(const Loaded&) = delete;
-
-private:
-    const pid_t loader;
 };
 
 const Loaded loaded;
@@ -36,9 +66,19 @@ Process& TheProcess() {
     return *process;
 }
 
-Process::Process() : log(orb3::storeRoot, "Tessarune"), engine(&log, &machinery) {}
+void NoteExit() {
+    [[maybe_unused]] static const int code = std::atexit([] { Begin(End::Exit); });
+}
+
+bool HasExitBegun() {
+    return begun == End::Exit;
+}
+
+Process::Process()
+    : log(orb3::storeRoot, "Tessarune"), engine(&log, &machinery), ending([this] { ShutDown(); }) {}
 
 bool Process::LogCallFailure(const char* prefix, std::string_view text, bool always) noexcept {
+    const CancellationHeldOff heldOff;
     try {
         const bool isVerbose = engine.configuration.Read(
             [](const orb3::Configuration& c) { return c.goalConfig.isLoggingVerbose; });
@@ -62,7 +102,7 @@ void Process::FailAl(std::string_view text, int code) noexcept {
 void DestroyContext(Process& process, Context* context) {
     if (context == nullptr) return;
     context->End();
-    const slib::Lock apiLock(process.engine.apiMutex);
+    const ApiLock apiLock(process);
     process.engine.device.context = nullptr;
     // A game's thread may have made it current again meanwhile.
     if (process.currentContext == context) process.currentContext = nullptr;
@@ -70,6 +110,7 @@ void DestroyContext(Process& process, Context* context) {
     // No renderer reads the memory of static buffers any more.
     process.engine.device.bufferPool.MarkUsage();
     process.engine.retired.Empty();
+    process.ending.Cancel();
 }
 
 void Process::ShutDown() {
@@ -90,6 +131,20 @@ void Process::ShutDown() {
     }
     log.Close();
     orb3::CloseStores();
+}
+
+// The two mutexes may have had waiting threads, or one that had just taken it.
+void Process::ContinueInChild() noexcept SLIB_UNCHECKED_LOCKS {
+    if (callsUnderWay != 0 || engine.device.context != nullptr || slib::Mutex::AreGivenUp())
+        return slib::Mutex::GiveUpAll();
+    try {
+        std::construct_at(&engine.contextLifetimeMutex);
+        std::construct_at(&engine.apiMutex);
+        slib::TaskQueue::RenewInstance();
+        owner = getpid();
+    } catch (const std::exception&) {
+        slib::Mutex::GiveUpAll();
+    }
 }
 
 }  // namespace goal

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "app/goaldll/ending.h"
 #include "goal/context.h"
 #include "goal/engine.h"
 #include "goal/outputmachinery.h"
@@ -42,6 +43,8 @@ struct Process {
     /// Of alcGetString; built at the first query.
     std::string deviceList SLIB_GUARDED_BY(engine.configuration.configurationMutex);
     bool isUnloading SLIB_GUARDED_BY(engine.apiMutex) = false;  ///< no context comes into being any more
+    int callsUnderWay SLIB_GUARDED_BY(engine.apiMutex) = 0;
+    Ending ending;  ///< prepared while there is a context
 
     /// Records `code` in the slot of the ALC or the AL calls, and logs "Game ALC call failed: " or "Game AL
     /// call failed: " and `text` when logging is verbose. Never throws.
@@ -53,8 +56,14 @@ struct Process {
     bool LogCallFailure(const char* prefix, std::string_view text, bool always) noexcept;
 
     /// Ends the context, if there is one, and gives back all memory. What is called afterwards finds a device
-    /// that makes no context. Does nothing in a child that the game forked, where no thread of ours exists.
+    /// that makes no context.
     void ShutDown();
+
+    /// In a child that the game forked, before anything else runs there. No thread of ours exists in it.
+    /// Where there was neither a context nor a call under way all is as it was in the parent; otherwise the
+    /// memory may be in the middle of a change by a thread that is gone, and every call is refused from then
+    /// on.
+    void ContinueInChild() noexcept;
 };
 
 Process& TheProcess();
@@ -65,6 +74,12 @@ inline Context* CurrentContext(Process& process) SLIB_REQUIRES(process.engine.ap
     Context* const context = process.engine.device.context;
     return context == process.currentContext ? context : nullptr;
 }
+
+/// Before the first context: lets the end of the library know that it is the end of the process too.
+void NoteExit();
+
+/// True once `exit` was called after NoteExit: threads of ours may outlast the library's end then.
+bool HasExitBegun();
 
 /// Stops and frees the device's context, which isn't current any more; null does nothing. Until its server
 /// has ended it stays the device's, so that what the server may still read isn't freed by other calls. The
