@@ -55,8 +55,9 @@ protected:
         alSourcef(source, AL_PITCH, dice.Between(0.5F, 2));
         alSourcef(source, AL_GAIN, 0.05F);
         alSourcei(source, AL_DIRECT_FILTER, dice.OneIn(2));
-        alSource3i(source, AL_AUXILIARY_SEND_FILTER, static_cast<ALint>(1 + dice.Below(10)), 0,
-                   dice.OneIn(5));
+        // Braces are evaluated in order, which arguments are not on every processor.
+        const ALint send[] = {static_cast<ALint>(1 + dice.Below(10)), 0, dice.OneIn(5)};
+        alSourceiv(source, AL_AUXILIARY_SEND_FILTER, send);
         alSourcePlay(source);
     }
 
@@ -78,9 +79,10 @@ protected:
         testing_support::Dice dice(8);
         std::vector<float> bus;
         for (int block = 0; block < 40; ++block) {
-            for (ALuint source = 1; block % 4 == 0 && source <= 100; ++source)
-                alSource3f(source, AL_POSITION, dice.Between(-5, 5), dice.Between(-5, 5),
-                           dice.Between(-5, 5));
+            for (ALuint source = 1; block % 4 == 0 && source <= 100; ++source) {
+                const ALfloat place[] = {dice.Between(-5, 5), dice.Between(-5, 5), dice.Between(-5, 5)};
+                alSourcefv(source, AL_POSITION, place);
+            }
             Copy();
             renderer.renderBlock(context->snapshot, output);
             for (std::uint32_t channel = 0; channel < channels; ++channel)
