@@ -11,6 +11,12 @@
 
 namespace slib {
 
+/// What opening a file came to: a descriptor, or the reason why there is none.
+struct OpenedFile {
+    int descriptor;
+    int error;
+};
+
 /// Reads a file's bytes. The stream has failed from the start, with the reason in errno, when the file can't
 /// be opened.
 class InputFile : public std::istream {
@@ -18,6 +24,7 @@ public:
     explicit InputFile(const std::string& path);
 
 private:
+    explicit InputFile(const OpenedFile& file);
     __gnu_cxx::stdio_filebuf<char> buffer;
 };
 
@@ -28,6 +35,7 @@ public:
     explicit OutputFile(const std::string& path);
 
 private:
+    explicit OutputFile(const OpenedFile& file);
     __gnu_cxx::stdio_filebuf<char> buffer;
 };
 

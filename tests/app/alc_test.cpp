@@ -70,7 +70,8 @@ protected:
     }
 
     bool LogHas(const std::string& text) {
-        return testing_support::ReadFile(store.UserFile()).find(text) != std::string::npos;
+        process.log.Flush();
+        return testing_support::ReadFile(store.LogFile()).find(text) != std::string::npos;
     }
 
     testing_support::TemporaryStore store;

@@ -262,13 +262,12 @@ void CallsInAForkedChild(const char* path) {
 void ContextInADaemon(const char* path) {
     const Library library(path);
     library.destroyContext(library.Create());
-    std::filesystem::remove(store->UserFile());
-    store->ChooseSilence();
+    std::filesystem::remove(store->LogFile());
     const int code = testing_support::RunInChild([&]() -> int {
         library.Create();
         std::exit(0);
     });
-    const std::string log = testing_support::ReadFile(store->UserFile());
+    const std::string log = testing_support::ReadFile(store->LogFile());
     Check(code == 0 && log.find("Stopped Tessarune") != std::string::npos, "The context did not end.");
 }
 

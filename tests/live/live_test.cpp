@@ -73,7 +73,7 @@ protected:
         ASSERT_NE(context, nullptr) << Log();
         alcMakeContextCurrent(context);
     }
-    std::string Log() const { return testing_support::ReadFile(store.UserFile()); }
+    std::string Log() const { return testing_support::ReadFile(store.LogFile()); }
 
     // Changes the settings, and returns when the running game has taken them up.
     void ConfigureLive(const std::string& command) const {

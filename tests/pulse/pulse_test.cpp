@@ -134,7 +134,7 @@ protected:
     static void Set(const std::string& setting, const std::string& value) {
         testing_support::Configure("set " + setting + " '" + value + "'");
     }
-    std::string Log() const { return testing_support::ReadFile(store.UserFile()); }
+    std::string Log() const { return testing_support::ReadFile(store.LogFile()); }
 
     // With two outputs, "out" and "other", the first of which is the default.
     Program StartServer(const Speakers& speakers) const {

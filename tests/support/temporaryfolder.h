@@ -56,6 +56,7 @@ public:
     void ChooseSilence() const { Write(UserFile(), "[Platform]\nOutput=Silent\n"); }
 
     std::filesystem::path UserFile() const { return folder.path / "user" / "HollowbrookLabs" / "store.conf"; }
+    std::filesystem::path LogFile() const { return folder.path / "user" / "HollowbrookLabs" / "log.conf"; }
     std::filesystem::path MachineFile() const {
         return folder.path / "machine" / "HollowbrookLabs" / "store.conf";
     }
