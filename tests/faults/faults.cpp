@@ -2,7 +2,8 @@
 // of its start, play, effects, foldback and end. Whatever fails, nothing hangs, crashes or throws, the
 // settings are kept, sound that began goes on, and the next attempt works. Each case is a process of its own.
 //
-//     faults LIBRARY [SECONDS]      some cases of each kind; or random ones for so long
+//     faults LIBRARY [SECONDS | KIND N]      some cases of each kind; random ones for so long; or one in this
+//     process
 
 #include <dlfcn.h>
 #include <poll.h>
@@ -11,11 +12,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <iostream>
 #include <random>
 #include <string>
+#include <string_view>
 
 #include "AL/tessarune.h"
 #include "tests/faults/failingcalls.h"
@@ -204,6 +207,12 @@ void TryForSeconds(Machine& machine, std::chrono::seconds duration) {
 int main(int count, char** arguments) {
     if (count < 2) return 2;
     Machine machine(arguments[1]);
+    if (count > 3) {  // for a debugger
+        const auto kind =
+            std::find(std::begin(kindNames), std::end(kindNames), std::string_view(arguments[2]));
+        return RunGame(arguments[1], static_cast<CallKind>(kind - kindNames), std::stol(arguments[3]),
+                       STDOUT_FILENO);
+    }
     count > 2 ? TryForSeconds(machine, std::chrono::seconds(std::stol(arguments[2]))) : TrySome(machine);
     std::cout << machine.cases << " cases, " << machine.faults << " faults.\n";
     return machine.faults == 0 && machine.cases > 0 ? 0 : 1;
