@@ -35,6 +35,15 @@ auto Explained(const char* explanation, const Work& work) {
     }
 }
 
+// Runs what may lack the memory for a line of the log, which is no reason not to go on.
+template <typename Work>
+void UnlessMemoryLacks(const Work& work) noexcept {
+    try {
+        work();
+    } catch (const std::exception&) {
+    }
+}
+
 std::string Plural(std::uint32_t count, const char* noun) {
     return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }
@@ -111,15 +120,15 @@ void ServerThread::Start(Context& owner, double frequency) {
     if (hasStartFailed)
         throw slib::BadStateException("Failed to start: " +
                                       (startFailure.empty() ? "Out of memory." : startFailure));
-    LogInForce()->Write("Rendering started.", false);
+    UnlessMemoryLacks([&] { LogInForce()->Write("Rendering started.", false); });
 }
 
 void ServerThread::End() {
     if (context == nullptr) return;
-    LogInForce()->Write("Stopping Tessarune.", false);
+    UnlessMemoryLacks([&] { LogInForce()->Write("Stopping Tessarune.", false); });
     Thread::Stop();
     context = nullptr;
-    mainLog->Write("Stopped Tessarune.", false);
+    UnlessMemoryLacks([&] { mainLog->Write("Stopped Tessarune.", false); });
 }
 
 // Whatever happens, a thread that waits in Start is released.
@@ -137,20 +146,18 @@ void ServerThread::Run() {
 
 void ServerThread::Fail(const char* reason) noexcept {
     hasStartFailed = !startSignalled;
-    try {
+    UnlessMemoryLacks([&] {
         if (hasStartFailed) startFailure = reason;
         mainLog->Write(std::string("Exception: ") + reason, true);
-    } catch (const std::exception&) {  // no memory for the text
-    }
+    });
 }
 
 // The same failure again, as of a run that is tried anew, is no news.
 void ServerThread::ReportFailure(const char* reason) noexcept {
-    try {
+    UnlessMemoryLacks([&] {
         if (std::exchange(lastFailure, reason) != reason)
             mainLog->Write(std::string("Exception: ") + reason, true);
-    } catch (const std::exception&) {  // no memory for the text
-    }
+    });
 }
 
 void ServerThread::RunUntilStopped() {
@@ -348,7 +355,7 @@ void ServerThread::NoteBlock(Machine& run) {
 // server never sees half of a call.
 void ServerThread::TakeSnapshot() {
     NoteSuspension();
-    slib::Lock apiLock(engine.apiMutex);
+    slib::Lock apiLock(context->engine.apiMutex);
     suspendedBlocks = context->suspendCount > 0 ? suspendedBlocks + 1 : 0;
     MarkBufferUsage(*context);
     const slib::Lock stateLock(context->stateMutex);

@@ -13,12 +13,11 @@ namespace slib {
 class Retired {
 public:
     virtual ~Retired() = default;
+    Retired(const Retired&) = delete;
+    Retired& operator=(const Retired&) = delete;
 
 protected:
     Retired() = default;
-    // A copy is on no list.
-    Retired(const Retired&) {}
-    Retired& operator=(const Retired&) { return *this; }
 
 private:
     friend class RetireList;

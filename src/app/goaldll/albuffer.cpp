@@ -31,8 +31,8 @@ bool IsPlayedOn(const Context* context, const Buffer& buffer) {
     });
 }
 
-// Whether the name is valid, and its data may go. The name 0 is none, in a list to delete as elsewhere: a game
-// that passes it has lost a name, and is told.
+// Whether the name is valid, and its data may go. The name 0 is none, in a list to delete as elsewhere: a
+// game that passes it has lost a name, and is told.
 int TestReplaceable(const Device& device, ALuint name) {
     if (!device.bufferPool.IsValid(name)) return AL_INVALID_NAME;
     const Buffer* const buffer = device.bufferPool.slots[name - 1].buffer;

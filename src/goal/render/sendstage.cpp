@@ -32,10 +32,7 @@ SlotEffect* TargetOf(const SourceBaseParameters::AuxSend& send, const RenderSnap
 
 SendStage::SendStage(std::uint32_t frames, std::uint32_t spatialChannels, const FilterGainTables& tables,
                      int defaultFilterOrder)
-    : frames(frames),
-      spatialChannels(spatialChannels),
-      tables(tables),
-      defaultFilterOrder(defaultFilterOrder) {
+    : spatialChannels(spatialChannels), tables(tables), defaultFilterOrder(defaultFilterOrder) {
     mono.resize(frames);
 }
 

@@ -49,7 +49,6 @@ private:
     void AddMono(SlotEffect& slot, SourceFilterState& state, const SourceGeometry& geometry,
                  float scale) const;
 
-    const std::uint32_t frames;
     const std::uint32_t spatialChannels;
     const FilterGainTables& tables;
     const int defaultFilterOrder;

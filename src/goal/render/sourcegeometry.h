@@ -65,8 +65,8 @@ struct SendGains {
 SendGains ComputeSendGains(const SourceBaseParameters& source, const GlobalParameters& globals,
                            const SourceGeometry& geometry, const SendTarget& target) SLIB_NONBLOCKING;
 
-/// The bounds of what is mixed: +120 dB, and what lets a sound of a second pass within a sample. A greater pitch
-/// is held there.
+/// The bounds of what is mixed: +120 dB, and what lets a sound of a second pass within a sample. A greater
+/// pitch is held there.
 inline constexpr float largestGain = 1e6F;
 inline constexpr float largestPitch = 65536;
 

@@ -222,9 +222,6 @@ struct RenderSnapshot : GlobalParameters {
 
 /// Buffers that have no name any more, and go when no record refers to them.
 struct DeletedBuffers : slib::Retired {
-    DeletedBuffers() = default;
-    DeletedBuffers(const DeletedBuffers&) = delete;
-    DeletedBuffers& operator=(const DeletedBuffers&) = delete;
     ~DeletedBuffers() override;
 
     hcml::GenericVector<Buffer*, 1> buffers;  ///< owned

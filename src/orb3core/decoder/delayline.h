@@ -24,7 +24,8 @@ struct DelayLine {
 /// By output channel. A line stays open when its feed ends: first what it holds comes out, then silence.
 using DelayLines = std::vector<DelayLine>;
 
-/// Silent lines for `channels` outputs, of `delay` frames. Throws slib::OutOfMemoryException or std::bad_alloc.
+/// Silent lines for `channels` outputs, of `delay` frames. Throws slib::OutOfMemoryException or
+/// std::bad_alloc.
 DelayLines MakeDelayLines(std::uint32_t channels, std::uint32_t delay);
 
 /// Opens a block: no line has had its feed yet.

@@ -108,7 +108,8 @@ ConfigStore::ConfigStore(std::string root, Scope scope) : root(std::move(root)),
 
 std::string ConfigStore::Read(const std::string& key, const std::string& defaultValue) const {
     StoredValue value = Find(key);
-    return value.state == StoredValue::State::Present ? std::move(value.text) : defaultValue;
+    if (value.state != StoredValue::State::Present) return defaultValue;
+    return std::move(value.text);
 }
 
 StoredValue ConfigStore::Find(const std::string& key) const {
