@@ -30,13 +30,13 @@ private:
 #if defined(__SSE__)
         constexpr unsigned controls = 0xFFC0;  // all but the flags of what happened
         constexpr unsigned defaults = 0x1F80;
-        if ((_mm_getcsr() & controls) != defaults) return false;
+        const bool isDefault = (_mm_getcsr() & controls) == defaults;
 #if defined(__i386__)
         unsigned short control = 0;  // of the unit that returns numbers from functions
         __asm__ volatile("fnstcw %0" : "=m"(control));
-        return (control & 0x0F3FU) == 0x033FU;
+        return isDefault && (control & 0x0F3FU) == 0x033FU;
 #else
-        return true;
+        return isDefault;
 #endif
 #elif defined(__aarch64__)
         std::uint64_t control = 0;
