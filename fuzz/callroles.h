@@ -348,10 +348,10 @@ inline constexpr auto foldbackCallback = [](Call& call) {
 
 /// The one context, null, or a handle that never was one.
 inline constexpr auto contextOrNull = [](Call& call) {
+    static int other = 0;
     const std::uint8_t choice = call.input.Byte();
-    const std::uintptr_t other = choice < 250 ? 0 : 0x1234567;
-    return choice < 232 ? reinterpret_cast<ALCcontext*>(call.world.Context())
-                        : reinterpret_cast<ALCcontext*>(other);
+    if (choice >= 250) return reinterpret_cast<ALCcontext*>(&other);
+    return choice < 232 ? reinterpret_cast<ALCcontext*>(call.world.Context()) : nullptr;
 };
 
 // ---- Operations ----

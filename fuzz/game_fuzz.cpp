@@ -87,7 +87,8 @@ private:
     void Fill(ALuint buffer) {
         static const std::vector<std::int32_t> formats = AllFormats();
         const goal::BufferFormat& format = *goal::FindBufferFormat(dice.Of(formats));
-        std::vector<std::uint8_t> bytes(format.blockBytes * dice.Below(dice.OneIn(4) ? 3000 : 20));
+        std::vector<std::uint8_t> bytes(std::size_t{format.blockBytes} *
+                                        dice.Below(dice.OneIn(4) ? 3000 : 20));
         for (std::uint8_t& byte : bytes)
             byte = static_cast<std::uint8_t>(dice.Below(256));
         alBufferData(buffer, format.id, bytes.data(), static_cast<ALsizei>(bytes.size()),

@@ -38,7 +38,8 @@ public:
             frames = static_cast<ALsizei>(1 + dice.Below(4096));
             mode = AL_FOLDBACK_MODE_MONO + static_cast<ALenum>(dice.Below(2));
             const ALsizei channels = mode == AL_FOLDBACK_MODE_MONO ? 1 : 2;
-            samples.resize(static_cast<std::size_t>(blocks * frames * channels));
+            samples.resize(static_cast<std::size_t>(blocks) * static_cast<std::size_t>(frames) *
+                           static_cast<std::size_t>(channels));
         }
         alRequestFoldbackStart(mode, blocks, frames, samples.data(), Hear);
     }
