@@ -122,6 +122,7 @@ TEST_F(FailingAllocation, TheServersSteps_AllocateAndFreeNothingWhateverTheGameA
          }},
         {"plays", playAll},
         {"plays again", playAll},
+        {"a seek", [&] { alSourcei(sources[0], AL_SAMPLE_OFFSET, 5); }},
         {"sends", [&] { alSource3i(sources[0], AL_AUXILIARY_SEND_FILTER, 1, 5, 0); }},
         {"a longer queue", [&] { queueAll(AL_FORMAT_STEREO16); }},
         {"another kind of queue",

@@ -70,6 +70,8 @@ int SetOffset(const SourceAccess& source, ALenum unit, double value) {
     const std::optional<Place> place = FindPlace(queue, isBytes ? &Buffer::size : &Buffer::frames, *count);
     if (!place) return AL_INVALID_VALUE;
     const std::uint64_t frame = isBytes ? FrameOfByte(*queue[place->queueIndex], place->rest) : place->rest;
+    if (source.PlayState().state == SourceState::Playing)
+        source.PrepareToPlay();  // it begins with clean memory
     Source& target = source.ChangePlayState();
     target.queueIndex = place->queueIndex;
     target.position = frame << fractionBits;
