@@ -135,6 +135,7 @@ private:
         if (isPolar == isPoint)
             Fail("A speaker stands at an azimuth, elevation and distance, or at x, y and z.");
         if (isPolar) {
+            if (std::abs(at[Azimuth].value_or(0)) > 360) Fail("An azimuth is between -360 and 360 degrees.");
             if (std::abs(at[Elevation].value_or(0)) > 90) Fail("An elevation is between -90 and 90 degrees.");
             speaker.direction =
                 DirectionAt(at[Azimuth].value_or(0) * degree, at[Elevation].value_or(0) * degree);

@@ -11,14 +11,17 @@
 #include <utility>
 
 #include "goal/context.h"
+#include "goal/loadmeter.h"
 #include "goal/machinery.h"
 #include "goal/render/silentrenderer.h"
 #include "goal/render/sourcereader.h"
+#include "goal/state/comingeffect.h"
 #include "goal/version.h"
 #include "numeric/ambisonicorder.h"
 #include "orb3core/decoder/transformedpipe.h"
 #include "orb3core/store/configstore.h"
 #include "pipe/pipeexception.h"
+#include "platform/clock.h"
 #include "slib/exception.h"
 #include "slib/text.h"
 
@@ -64,13 +67,17 @@ struct ServerThread::Machine {
     std::uint32_t blocks = 0;        // rendered
     std::uint32_t failedBlocks = 0;  // in a row
     bool isWritten = false;          // the current block
+    std::optional<LoadMeter> load;   // where the output tells how long it is waited for
+    std::uint32_t overloads = 0;     // of its windows, in a row
+    bool isTooMuch = false;          // to be built anew with less
 };
 
 // As long as it lives, what the game's records hold for the renderer is made for this run.
 class ServerThread::Equipped {
 public:
     Equipped(ServerThread& server, const Machine& run) : context(*server.context) {
-        server.ChooseConverter(run.configuration.goalConfig.sampleRateConversion, run.renderer->Effects());
+        server.ChooseConverter(run.configuration.goalConfig.sampleRateConversion,
+                               server.relief.isWithoutEffects ? nullptr : run.renderer->Effects());
     }
     // From here on calls build nothing for the renderer, which goes.
     ~Equipped() {
@@ -215,6 +222,7 @@ void ServerThread::Perform(Machine& run) {
     BuildDecoder(run);
     BuildRenderer(run);
     const Equipped equipped(*this, run);
+    BuildEffects();
     if (IsLeaving()) return;
     PublishTiming();
     SignalStart();
@@ -233,13 +241,14 @@ void ServerThread::SetUp(Machine& run) {
     run.library =
         Explained("Unable to locate format library. You probably need to reinstall. The error was: ",
                   [&] { return engine.machinery->OpenFormatLibrary(path, mainLog); });
-    const OutputRequest request = orb3::RequestFor(settings, requestedFrequency);
+    const OutputRequest request = orb3::RequestFor(relief.Of(settings), requestedFrequency);
     run.outputSetUp = Explained("Have you run the configuration program? Failed to set up speakers: ", [&] {
         return engine.machinery->SetUp(request, activeLog, mainLog, run.configuration, run.library);
     });
     if (run.outputSetUp.isConfigurationChanged && !isRepair)
         engine.configuration.StoreConfiguration(run.configuration);
     run.asked = run.configuration;
+    run.configuration.goalConfig = relief.Of(settings);
     sampleRate = run.outputSetUp.pipe->GetSampleRate();
 }
 
@@ -256,6 +265,8 @@ void ServerThread::BuildDecoder(Machine& run) {
                                                   ? orb3::DecoderMode::Parallel
                                                   : orb3::DecoderMode::Serial);
     blockFrames = run.decoder->blockFrames;
+    if (run.outputSetUp.pipe->GetWaitedTime() >= 0) run.load.emplace(blockFrames / sampleRate);
+    SetUrgent(run, true);
     activeLog->Write("Decoder started (sample rate " + slib::FormatNumber(sampleRate * 0.001) + "kHz).",
                      false);
 }
@@ -271,7 +282,25 @@ void ServerThread::ChooseConverter(orb3::SampleRateConversion conversion,
     if (other != nullptr) std::swap(other, sampleRateConverter);
     BeginRun(context->snapshot, context->application, quality ? &sampleRateConverter->start : nullptr,
              std::move(effects));
-    PrepareTouched(context->snapshot, context->application);
+}
+
+// Those that the game's slots have by now. What it binds meanwhile it builds itself.
+void ServerThread::BuildEffects() {
+    ApplicationState& application = context->application;
+    for (std::uint32_t i = 0;; ++i) {
+        ComingEffect coming;
+        std::uint32_t serial = 0;
+        {
+            const slib::Lock lock(context->stateMutex);
+            if (i >= application.slots.size) return;
+            serial = application.slots[i].serial;
+            coming.Note(context->snapshot, application, i, application.slots[i]);
+        }
+        coming.Build();
+        const slib::Lock lock(context->stateMutex);
+        if (!IsServed(context->snapshot, application, i, application.slots[i]))
+            coming.Send(application, i, serial);
+    }
 }
 
 void ServerThread::BuildRenderer(Machine& run) {
@@ -310,10 +339,11 @@ void ServerThread::SignalStart() {
 }
 
 void ServerThread::RenderBlocks(Machine& run) {
-    while (!IsLeaving()) {
+    while (!IsLeaving() && !run.isTooMuch) {
         try {
             RenderBlock(run);
             NoteBlock(run);
+            NoteLoad(run);
         } catch (const std::exception& exception) {
             LeaveBlockOut(run, exception);
         }
@@ -349,6 +379,32 @@ void ServerThread::NoteBlock(Machine& run) {
     if (run.blocks == enough) return;
     if (++run.blocks == 1) lastWorked = std::move(run.asked);
     if (run.blocks == enough) failedRuns = 0;
+}
+
+// A thread that never waits leaves nothing to those below it, so it doesn't stay above them.
+void ServerThread::NoteLoad(Machine& run) {
+    constexpr std::uint32_t untilLogged = 2, untilRelieved = 6;  // windows
+    if (!run.load) return;
+    const double now = 1e-9 * static_cast<double>(platform::NowNanoseconds());
+    const std::optional<double> share = run.load->Note(now, run.outputSetUp.pipe->GetWaitedTime());
+    if (!share) return;
+    run.overloads = *share > 1 ? run.overloads + 1 : 0;
+    SetUrgent(run, run.overloads == 0);
+    if (run.overloads == untilLogged && !std::exchange(isOverloadLogged, true))
+        mainLog->Write("This machine can't keep up: what plays in a second takes " +
+                           slib::FormatNumber(std::ceil(*share * 100) * 0.01) + " seconds to render.",
+                       true);
+    if (run.overloads < untilRelieved) return;
+    run.overloads = 0;
+    const std::string line = relief.Increase(run.order, run.configuration.goalConfig);
+    run.isTooMuch = !line.empty();
+    if (run.isTooMuch) mainLog->Write(line, true);
+}
+
+void ServerThread::SetUrgent(const Machine& run, bool urgent) {
+    run.decoder->SetUrgent(urgent);
+    if (std::exchange(isUrgent, urgent) != urgent)
+        TakePriority(urgent ? Priority::TimeCritical : Priority::AboveNormal);
 }
 
 // The game's calls wait for the length of the copy at most. They never see half of the server's step, and the
@@ -396,6 +452,7 @@ void ServerThread::TakePendingConfiguration() {
         shared.TakePending();
     }
     failedRuns = 0;
+    relief = {};
     lastFailure.clear();
     ChooseLog();
     mainLog->Write("Restarting because of configuration change.", false);

@@ -12,7 +12,9 @@
 // The output is the only clock: the hand-over of a block waits until there is room for it. A failure before
 // the first block ends the thread. After it a block that fails is left out, and when one after the other
 // does, or what is built anew doesn't work, time passes without a sound, sources move on by the clock, and
-// the run is built anew after pauses that grow, on the last configuration that worked.
+// the run is built anew after pauses that grow, on the last configuration that worked. A run that the machine
+// doesn't keep up with is no real-time thread for that time, and after three seconds it is built anew with
+// less to do.
 
 #include <cstdint>
 #include <exception>
@@ -23,6 +25,7 @@
 
 #include "goal/dsp/samplerateconverter.h"
 #include "goal/engine.h"
+#include "goal/relief.h"
 #include "orb3core/settings/configuration.h"
 #include "slib/log.h"
 #include "slib/mutex.h"
@@ -66,6 +69,7 @@ private:
     void SetUp(Machine& run);
     void BuildDecoder(Machine& run);
     void ChooseConverter(orb3::SampleRateConversion conversion, std::shared_ptr<const EffectBuilder> effects);
+    void BuildEffects();
     void BuildRenderer(Machine& run);
     void PublishTiming();
     void SignalStart();
@@ -73,6 +77,8 @@ private:
     void RenderBlock(Machine& run);
     void LeaveBlockOut(Machine& run, const std::exception& failure);
     void NoteBlock(Machine& run);
+    void NoteLoad(Machine& run);
+    void SetUrgent(const Machine& run, bool urgent);
     void TakeSnapshot();
     void NoteSuspension();
     void WriteBlock(Machine& run);
@@ -100,7 +106,10 @@ private:
     std::string lastFailure;                        // of those after the first block, as logged
     std::uint32_t failedRuns = 0;                   // in a row
     std::optional<orb3::Configuration> lastWorked;  // what a run rendered on
-    std::uint32_t suspendedBlocks = 0;              // in a row
+    Relief relief;                                  // since the last change of the settings
+    bool isUrgent = true;                           // a real-time thread, where that may be had
+    bool isOverloadLogged = false;
+    std::uint32_t suspendedBlocks = 0;  // in a row
     bool isSuspensionLogged = false;
 };
 

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "pipe/directsoundexception.h"
+#include "platform/clock.h"
 #include "slib/exception.h"
 
 namespace audiopipe::directsound {
@@ -201,8 +202,14 @@ void AdaptiveDirectSoundPipe::WaitForRoom(bool shrink) {
         buffering.Measure(buffering.Follow(ReadCursors().play));
         const std::int32_t room = buffering.Room(shrink);
         if (room >= static_cast<std::int32_t>(buffering.blockBytes)) return;
+        const std::int64_t start = platform::NowNanoseconds();
         system->Sleep(buffering.Patience(room));
+        waited.fetch_add(platform::NowNanoseconds() - start, std::memory_order_relaxed);
     }
+}
+
+double AdaptiveDirectSoundPipe::GetWaitedTime() const {
+    return 1e-9 * static_cast<double>(waited.load(std::memory_order_relaxed));
 }
 
 void AdaptiveDirectSoundPipe::CopyBlock() {

@@ -4,6 +4,7 @@
 // room for it, writes it and adapts how far ahead it writes. One thread at a time drives a pipe; nothing in
 // it is locked, and Write allocates nothing and waits only in the platform's Sleep.
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -57,6 +58,7 @@ public:
     void Start() override;
     void Write(const float* playback, float* recording) SLIB_NONBLOCKING override;
     void Stop() override;
+    double GetWaitedTime() const override;
 
     /// How far ahead the pipe writes at present.
     const AdaptiveBuffering& Buffering() const { return buffering; }
@@ -84,6 +86,7 @@ private:
     hcml::GenericMatrix<std::int32_t, 1> mix;  // one block, frames by channels, as it goes to the device
     platform::SoundBufferPtr buffer;
     bool isPlaying = false;
+    std::atomic<std::int64_t> waited{0};  // ns
 };
 
 }  // namespace audiopipe::directsound

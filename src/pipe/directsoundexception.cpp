@@ -63,7 +63,8 @@ std::string TextOf(platform::Result result) {
 }  // namespace
 
 void CheckResult(platform::Result result) {
-    if (result != platform::DS_OK) throw DirectSoundException(TextOf(result));
+    if (result == platform::DS_OK) return;
+    throw DirectSoundException(TextOf(result), result == platform::DSERR_BADFORMAT);
 }
 
 }  // namespace audiopipe::directsound

@@ -39,6 +39,9 @@ public:
     virtual void Write(const float* playback, float* recording) SLIB_NONBLOCKING = 0;
     /// Stops the output.
     virtual void Stop() = 0;
+
+    /// Seconds that Write has waited for room so far; negative from an output that doesn't tell. Any thread.
+    virtual double GetWaitedTime() const { return -1; }
 };
 
 using PipePtr = slib::SmartPtr<Pipe, slib::ThreadsafeCounter>;

@@ -138,9 +138,9 @@ void ReturningBuffer::Adopt(Feed newFeed) {
     feed.outlet->Connect(this);
 }
 
+// A stream that doesn't start is one that went away.
 Result ReturningBuffer::StartTaking() {
-    const Result result = feed.stream ? CallOnStream(&OutputStream::Start) : DS_OK;
-    if (result != DS_OK) return result;
+    if (feed.stream && CallOnStream(&OutputStream::Start) != DS_OK) feed.outlet->NoteLoss();
     lossTime = nextAttempt = NowNanoseconds();
     taken = 0;
     attemptPause = firstPause;
@@ -151,7 +151,10 @@ Result ReturningBuffer::StartTaking() {
 
 Result ReturningBuffer::StopTaking() {
     keeper.reset();
-    return feed.stream ? CallOnStream(&OutputStream::Stop) : DS_OK;
+    if (!feed.stream) return DS_OK;
+    const Result result = CallOnStream(&OutputStream::Stop);
+    if (result == DSERR_BUFFERLOST) Fail(result);
+    return result;
 }
 
 // A server that hangs may hang forever.
@@ -161,11 +164,11 @@ Result ReturningBuffer::NoteStall() {
     return DS_OK;
 }
 
-// Calls that were given up leave the stream to the one that still waits.
+// A call that was given up still has the stream, whose destruction waits for it.
 Result ReturningBuffer::CallOnStream(Result (OutputStream::*function)()) {
     const auto result = std::make_shared<Result>(DSERR_BUFFERLOST);
-    const bool isOver = CallBounded([this, result, function] { *result = ((*feed.stream).*function)(); });
-    if (!isOver) Fail(DSERR_BUFFERLOST);
+    const bool isOver =
+        CallBounded([result, function, &stream = *feed.stream] { *result = (stream.*function)(); });
     return isOver ? *result : DSERR_BUFFERLOST;
 }
 

@@ -96,8 +96,17 @@ bool TakeRealTimeClass() {
     return allowed >= lowest && TakeRealTimeLevel(allowed);
 }
 
+// A nice level counts outside of the real-time classes only.
+void LeaveRealTimeClass() {
+    const int policy = sched_getscheduler(0) & ~SCHED_RESET_ON_FORK;
+    if (policy != SCHED_RR && policy != SCHED_FIFO) return;
+    const sched_param none{};
+    sched_setscheduler(0, SCHED_OTHER | SCHED_RESET_ON_FORK, &none);
+}
+
 // Here a nice level belongs to one thread, and 0 names the calling one.
 bool TakeNiceLevel(int level) {
+    LeaveRealTimeClass();
     if (setpriority(PRIO_PROCESS, 0, level) != 0) return false;
     if (level < 0) KeepFromChildren();
     return true;
@@ -184,7 +193,7 @@ void* Thread::Enter(void* self) {
 void Thread::Body() {
     std::fesetenv(FE_DFL_ENV);
     Name();
-    if (!ApplyPriority()) WriteToStandardError("Failed to set thread priority.", "");
+    if (!TakePriority(priority)) WriteToStandardError("Failed to set thread priority.", "");
     startedSemaphore.Post();
     try {
         Run();
@@ -214,7 +223,7 @@ void Thread::Name() const {
     pthread_setname_np(pthread_self(), shown.c_str());
 }
 
-bool Thread::ApplyPriority() const {
+bool Thread::TakePriority(Priority priority) {
     switch (priority) {
         case Priority::Normal:
             return true;

@@ -59,6 +59,10 @@ protected:
     // one.
     [[nodiscard]] bool RequestStop();
     void AwaitEnd();
+    // Gives the calling thread, one of ours, another priority than it was made with. False when the system
+    // refuses, and the thread has the nearest that it may have.
+    static bool TakePriority(Priority priority);
+
     // As AwaitEnd, but false when the time is over first.
     [[nodiscard]] bool AwaitEndFor(std::uint32_t milliseconds);
 
@@ -72,7 +76,6 @@ private:
     static void* Enter(void* self);
     void Body();
     void Name() const;
-    [[nodiscard]] bool ApplyPriority() const;
     void NoteEnd();
     bool IsOfThisProcess() const;
 

@@ -14,9 +14,11 @@
 #include <string>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "AL/al.h"
 #include "goal/context.h"
+#include "goal/loadmeter.h"
 #include "orb3core/store/configstore.h"
 #include "pipe/pipeexception.h"
 #include "tests/support/defaultdocument.h"
@@ -36,6 +38,7 @@ public:
 
     OutputRequest request;
     double rate = 48000;
+    std::atomic<double> waited{-1};  // s, as the pipe tells
     int filterOrder = 0;
     int renderedOrder = 0;
     std::array<float, 2> lastFrame{};
@@ -90,6 +93,7 @@ private:
             owner.at("write");
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
+        double GetWaitedTime() const override { return owner.waited; }
         ScriptedMachinery& owner;
         bool isAsked = false;
     };
@@ -278,6 +282,34 @@ TEST_F(ServerThreadTest, ARunThatFails_IsBuiltAnewOnWhatWorkedWhileSourcesMoveOn
     isBroken = false;
     AwaitBlocks(5);
     EXPECT_TRUE(log.Has("E:Exception: The output went."));
+}
+
+// Blocks play for a tenth of a millisecond and take ten times as long, until there are no effects.
+TEST_F(ServerThreadTest, ARunThatTheMachineIsTooSlowFor_GivesUpTheOrderThenEffects) {
+    Configure([](orb3::GoalConfig& c) { c.order = 2; });
+    machinery.waited = 0;
+    machinery.rate = 5'120'000;
+    const auto context = StartContext();
+    while (!log.Has("E:Restarting with no effects, since this machine can't keep up."))
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_TRUE(log.Has("E:This machine can't keep up: what plays in a second takes "));
+    EXPECT_TRUE(log.Has("E:Restarting with order 1, "));
+    EXPECT_TRUE(log.Has("E:Restarting with low effects quality, "));
+    AwaitBlocks(1);
+    EXPECT_EQ(machinery.renderedOrder, 1);
+    RequestRestart([](orb3::GoalConfig&) {});
+    AwaitBlocks(100);
+    EXPECT_EQ(machinery.renderedOrder, 2);
+}
+
+TEST(LoadMeter, TellsTheShareOfEachWindowButTheFirst) {
+    LoadMeter meter(0.01);
+    std::vector<double> shares;
+    for (int i = 0; i <= 150; ++i)
+        if (const auto share = meter.Note(9 + i * 0.012, 3 + i * 0.003)) shares.push_back(*share);
+    ASSERT_EQ(shares.size(), 2U);
+    for (const double share : shares)
+        EXPECT_NEAR(share, 0.9, 1e-6);
 }
 
 TEST_F(ServerThreadTest, Stop_DuringARestartOnTheLatestConfiguration_EndsWithTheReport) {

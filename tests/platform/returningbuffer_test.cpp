@@ -32,6 +32,7 @@ public:
         Stream(Server& server, StreamOutlet& outlet) : server(server), outlet(outlet) {}
         ~Stream() override { Stream::Stop(); }
         Result Start() override {
+            if (server.isRefusing) return DSERR_GENERIC;
             isRunning = true;
             thread = std::thread([this] {
                 for (std::vector<float> frames(chunk * 2); isRunning; std::this_thread::sleep_for(10ms)) {
@@ -65,7 +66,7 @@ public:
         return std::make_unique<Stream>(*this, outlet);
     }
 
-    std::atomic<bool> isGone{false}, isHanging{false};
+    std::atomic<bool> isGone{false}, isHanging{false}, isRefusing{false};
     std::atomic<int> questions{0};
     std::vector<float> heard;  // of one stream at a time
 };
@@ -144,6 +145,16 @@ TEST_F(Returning, OutputThatTakesNothingForTwoSeconds_IsGivenUp) {
     server.isHanging = false;
     Play(1000ms);
     ExpectRamp(HeardFrames(), 1);
+}
+
+TEST_F(Returning, OutputThatDoesNotStart_CountsAsOneThatWentAway) {
+    server.isRefusing = true;
+    Play(300ms);
+    EXPECT_TRUE(log.Lines().starts_with("E:The sound output went away")) << log.Lines();
+    server.isRefusing = false;
+    Play(1500ms);
+    EXPECT_TRUE(log.Lines().ends_with("I:The sound output is back.")) << log.Lines();
+    ExpectRamp(HeardFrames(), 0);
 }
 
 TEST_F(Returning, StopAndPlay_GoOnWhetherTheOutputIsThereOrNot) {

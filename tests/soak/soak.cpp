@@ -12,8 +12,8 @@
 #include <memory>
 
 #include "app/goaldll/process.h"
-#include "tests/soak/game.h"
 #include "tests/support/defaultdocument.h"
+#include "tests/support/randomgame.h"
 #include "tests/support/temporaryfolder.h"
 
 namespace soak {
@@ -71,7 +71,7 @@ private:
         ++world.contexts;
         SetHandle(context);
         alcMakeContextCurrent(context);
-        MakeObjects();
+        MakeObjects(world.cast);
         for (unsigned rest = dice.Below(8); rest > 0 && !IsLost(); --rest) {
             Wait(50 + dice.Below(1000));
             ChangeConfiguration();
@@ -99,42 +99,12 @@ private:
         }
     }
 
-    // In a new context, where all names are free. All effects are on slots, and all sources play.
-    void MakeObjects() {
-        std::array<ALuint, sources> names{};
-        alGenSources(sources, names.data());
-        alGenFilters(filters, names.data());
-        alGenAuxiliaryEffectSlots(slots, names.data());
-        alGenEffects(effects, names.data());
-        for (ALuint i = 0; i < effects; ++i) {
-            alEffecti(i + 1, AL_EFFECT_TYPE, EffectType(i % 16));
-            if (i < slots) alAuxiliaryEffectSloti(i + 1, AL_EFFECTSLOT_EFFECT, static_cast<ALint>(i + 1));
-        }
-        for (ALuint i = 1; i <= sources; ++i) {
-            alSourcei(i, AL_BUFFER, static_cast<ALint>(1 + i % buffers));
-            alSourcei(i, AL_LOOPING, AL_TRUE);
-            alSource3i(i, AL_AUXILIARY_SEND_FILTER, static_cast<ALint>(1 + i % slots), 0, AL_FILTER_NULL);
-            alSourcePlay(i);
-        }
-    }
-
     void ChangeConfiguration() {
-        constexpr int lengths[] = {64, 100, 256, 512, 1024, 2000};
         orb3::SharedConfiguration& shared = goal::TheProcess().engine.configuration;
         const slib::Lock lock(shared.configurationMutex);
         orb3::Configuration next = shared.configuration;
-        orb3::GoalConfig& goal = next.goalConfig;
-        goal.gain = dice.Between(0.1F, 2);
-        goal.order = static_cast<int>(1 + dice.Below(4));
-        goal.sampleRateConversion = static_cast<orb3::SampleRateConversion>(dice.Below(5));
-        goal.suggestedBufferLength = dice.Of(lengths);
-        goal.suggestedBufferCount = static_cast<int>(1 + dice.Below(6));
-        goal.defaultFilterOrder = static_cast<int>(1 + dice.Below(2));
-        for (bool* flag :
-             {&goal.useDirectionalEarlyReflections, &goal.useFullLateReflections, &goal.isLoggingVerbose,
-              &goal.isSuspendSupported, &goal.measureOutputPeak, &goal.useParallelDecoder,
-              &goal.onlyOneReverb, &goal.ignoreGameSampleRate, &next.useDirectSoundAutoselect})
-            *flag = dice.OneIn(2);
+        Vary(next.goalConfig, dice);
+        next.useDirectSoundAutoselect = dice.OneIn(2);
         if (!next.layouts.empty()) next.selectedName = dice.Of(next.layouts)->format;
         if (dice.OneIn(3)) return testing_support::StoreDocument(next);  // the monitor may see it
         shared.pendingConfiguration = std::move(next);
@@ -185,8 +155,8 @@ void Soak(World& world, std::chrono::seconds duration) {
     });
     process.engine.log = &witness;
     process.engine.machinery = &machinery;
-    std::array<ALuint, buffers> names{};
-    alGenBuffers(buffers, names.data());
+    std::vector<ALuint> names(world.cast.buffers);
+    alGenBuffers(static_cast<ALsizei>(names.size()), names.data());
     RunFor(world, duration);
     CheckEnd(world);
     std::cout << world.calls << " calls, " << world.contexts << " contexts, " << world.restarts

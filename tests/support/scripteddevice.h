@@ -43,6 +43,7 @@ public:
     std::vector<const char*> deviceNames{"Primary Sound Driver", "Speakers (USB Audio)"};
     platform::DSCAPS caps{96, platform::DSCAPS_CONTINUOUSRATE, 1000, 96000, {}};
     std::uint32_t speakerConfig = platform::DSSPEAKER_STEREO;
+    std::uint32_t onlyRate = 0;  ///< Hz, of the one format that isn't refused; 0: none is
     /// What the cursors report while the output is at frame `position`.
     std::function<ScriptedCursors(std::int64_t)> cursors = [](std::int64_t p) {
         return ScriptedCursors{p, p};
@@ -151,7 +152,8 @@ public:
         system.description = *description;
         system.format = *description->lpwfxFormat;
         system.ring.assign(description->dwBufferBytes / 4, 0);
-        const Result result = system.Do("CreateSoundBuffer");
+        const bool isRefused = system.onlyRate != 0 && system.onlyRate != system.format.Format.nSamplesPerSec;
+        const Result result = isRefused ? platform::DSERR_BADFORMAT : system.Do("CreateSoundBuffer");
         if (result == platform::DS_OK) *buffer = new ScriptedBuffer(system);
         return result;
     }

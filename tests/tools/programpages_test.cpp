@@ -77,7 +77,8 @@ struct Completion {
 TEST_F(Tools, BashCompletion_OffersWhatFits) {
     const std::vector<Completion> completions{
         {{"tessarune-config", "sp"}, "speakers\nspeaker-test\n"},
-        {{"tessarune-config", "speakers", "--layout", "Quad", "set", "--"}, "--help\n--output\n--gain\n"},
+        {{"tessarune-config", "speakers", "--layout", "Quad", "set", "--"},
+         "--help\n--output\n--gain\n--force\n"},
         {{"tessarune-config", "set", "EffectsQuality", ""}, "Low\nMedium\nHigh\n"},
         {{"tessarune-config", "set", "SpeakerSetting", "\"Surround 5"}, "Surround 5.1\nSurround 5.1 (ITU)\n"},
         {{"tessarune-demo", "--quick", "--room", "=", "concert"}, "concerthall\n"},

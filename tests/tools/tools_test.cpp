@@ -206,12 +206,16 @@ TEST_F(Tools, WrongUse_IsExplainedWithStatus2) {
         {{"sow"}, "There is no command 'sow'."},
         {{"set", "Gian", "1"}, "There is no setting 'Gian'."},
         {{"get", "gai"}, "Did you mean Gain or AudioRenderer.Gain?"},
+        {{"set", "Gain", "1e300"}, "A Gain of 1e+300 is above 100. Nothing was changed"},
+        {{"set", "SuggestedBufferCount", "9999"}, "would delay the sound by more than two seconds."},
         {{"select", "Stereo", "--device", "9"}, "PrimarySoundDriver"},
         {{"speakers"}, "No layout is in force yet."}};
     const std::string before = Document();
     for (const auto& [words, text] : cases)
         ExpectOutcome(Config(words), 2, text);
     EXPECT_EQ(Document(), before);
+    EXPECT_EQ(Config({"set", "Gain", "101", "--force"}).status, 0);
+    EXPECT_EQ(Config({"set", "Order", "2"}).status, 0);
     EXPECT_THAT(Config({"select", "--help"}).out, HasSubstr("Examples:"));
 }
 

@@ -6,6 +6,7 @@
 #include "slib/files.h"
 #include "slib/sxml.h"
 #include "tools/config/commands.h"
+#include "tools/config/sense.h"
 #include "tools/config/settings.h"
 #include "tools/config/storedvalues.h"
 
@@ -57,8 +58,10 @@ orb3::Configuration ReadFile(const std::string& file) {
     }
 }
 
-void Import(const std::string& file) {
-    StoreDocumentText(DocumentText(ReadFile(file)));
+void Import(const std::string& file, bool isForced) {
+    const orb3::Configuration configuration = ReadFile(file);
+    if (!isForced) CheckSense({}, configuration);
+    StoreDocumentText(DocumentText(configuration));
     std::cout << "The configuration of '" << file
               << "' is now in use. 'tessarune-config check' shows what a game's start would do with it.\n";
 }
@@ -86,6 +89,7 @@ void AddDocumentCommands(Program& program) {
     struct Options {
         std::string file;
         bool isAll = false;
+        bool isForced = false;
     };
     const auto options = std::make_shared<Options>();
     CLI::App* out = program.add_subcommand("export", "Write the configuration document to a file.");
@@ -94,7 +98,8 @@ void AddDocumentCommands(Program& program) {
 
     CLI::App* in = program.add_subcommand("import", "Load the configuration document from a file.");
     in->add_option("FILE", options->file, "A file that 'export' wrote")->required();
-    in->callback([options] { Import(options->file); });
+    in->add_flag("--force", options->isForced, "Even if it would spoil the sound");
+    in->callback([options] { Import(options->file, options->isForced); });
 
     CLI::App* reset = program.add_subcommand("reset", "Remove the configuration document.");
     reset->add_flag("--all", options->isAll, "Also reset " + PlatformSettingNames());

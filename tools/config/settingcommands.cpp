@@ -33,6 +33,7 @@ struct Options {
     std::string name, value;
     bool withRange = false;
     bool isPage = false;
+    bool isForced = false;
     bool isJson = false;
 };
 
@@ -76,7 +77,7 @@ void Get(const Options& options) {
 
 void Set(const Options& options) {
     const orb3::Setting& setting = FindSetting(options.name);
-    const std::string value = StoreSetting(setting, options.value);
+    const std::string value = StoreSetting(setting, options.value, options.isForced ? Force::Yes : Force::No);
     std::cout << setting.Name() << " is now " << (value.empty() ? "empty" : value) << ".\n";
 }
 
@@ -119,6 +120,7 @@ void AddSettingCommands(Program& program) {
     set->footer(std::string(setExamples) + Names());
     program.OfferFor(set->add_option("SETTING", options->name, "The setting")->required(), SettingNames());
     program.OfferFor(set->add_option("VALUE", options->value, "Its new value")->required(), SettingValues());
+    set->add_flag("--force", options->isForced, "Even if it would spoil the sound");
     set->callback([options] { Set(*options); });
 }
 

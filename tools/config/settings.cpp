@@ -8,7 +8,6 @@
 #include "slib/text.h"
 #include "tools/config/commands.h"
 #include "tools/config/range.h"
-#include "tools/config/storedvalues.h"
 
 namespace tool {
 namespace {
@@ -59,9 +58,9 @@ void StorePlatform(const Setting& setting, const std::string& value) {
                  [&](const std::string&) { return value == setting.Default() ? "" : value; });
 }
 
-void StoreInDocument(const Setting& setting, const std::string& value) {
+void StoreInDocument(const Setting& setting, const std::string& value, Force force) {
     ChangeDocument(
-        [&](orb3::Configuration& configuration) { orb3::TakeSetting(setting, value, configuration); });
+        [&](orb3::Configuration& configuration) { orb3::TakeSetting(setting, value, configuration); }, force);
 }
 
 std::vector<const Setting*> PlatformSettings() {
@@ -118,9 +117,12 @@ Offer SettingNames() {
     return offer;
 }
 
-std::string StoreSetting(const Setting& setting, const std::string& text) {
+std::string StoreSetting(const Setting& setting, const std::string& text, Force force) {
     std::string value = Checked(setting, text);
-    setting.GetPlace() == Place::Platform ? StorePlatform(setting, value) : StoreInDocument(setting, value);
+    if (setting.GetPlace() == Place::Platform)
+        StorePlatform(setting, value);
+    else
+        StoreInDocument(setting, value, force);
     return value;
 }
 

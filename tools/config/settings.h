@@ -8,6 +8,7 @@
 
 #include "orb3core/settings/configuration.h"
 #include "orb3core/settings/settingtable.h"
+#include "tools/config/storedvalues.h"
 #include "tools/support/program.h"
 #include "tools/support/table.h"
 
@@ -27,7 +28,7 @@ Offer SettingNames();
 
 /// Stores `text`, in the one way in which it is stored, and returns that. Throws WrongUse for what isn't in
 /// the range, and what the storing throws.
-std::string StoreSetting(const orb3::Setting& setting, const std::string& text);
+std::string StoreSetting(const orb3::Setting& setting, const std::string& text, Force force);
 
 /// Forgets the settings that are values of their own in the store. Throws what the storing throws.
 void ForgetPlatformSettings();

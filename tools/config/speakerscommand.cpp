@@ -34,6 +34,7 @@ a file, 'tessarune-library layout LIBRARY FILE' makes the decoder, 'tessarune-co
 struct Options {
     std::string layout, speaker, output, device, file, name;
     std::optional<double> gain;
+    bool isForced = false;
     std::vector<std::string> places;  // four for each speaker
     double distance = 1;
     bool isJson = false;
@@ -142,14 +143,16 @@ void Set(const Options& options) {
         throw WrongUse("--gain must be a number of 0 or more.");
     ErrorsToTerminal log;
     const orb3::Frameworks frameworks = MakeFrameworks(log);
-    ChangeDocument([&](orb3::Configuration& configuration) {
-        Layout& layout = FindLayoutToChange(configuration, options.layout);
-        CheckIsWhole(layout);
-        const std::size_t speaker = FindSpeaker(layout, options.speaker);
-        if (options.gain) layout.channels[speaker].gain = *options.gain;
-        if (!options.output.empty())
-            Connect(layout, speaker, FindOutputName(OutputsOf(layout, frameworks), options.output));
-    });
+    ChangeDocument(
+        [&](orb3::Configuration& configuration) {
+            Layout& layout = FindLayoutToChange(configuration, options.layout);
+            CheckIsWhole(layout);
+            const std::size_t speaker = FindSpeaker(layout, options.speaker);
+            if (options.gain) layout.channels[speaker].gain = *options.gain;
+            if (!options.output.empty())
+                Connect(layout, speaker, FindOutputName(OutputsOf(layout, frameworks), options.output));
+        },
+        options.isForced ? Force::Yes : Force::No);
     Show(options);
 }
 
@@ -171,11 +174,13 @@ void ConnectAll(const Options& options) {
     Show(options);
 }
 
-double Number(const std::string& text) {
+// In the ranges of the file that the place goes into.
+double Number(const std::string& text, double least, double greatest) {
     double number = 0;
-    if (CLI::detail::lexical_cast(text, number) && std::isfinite(number)) return number;
+    if (CLI::detail::lexical_cast(text, number) && number >= least && number <= greatest) return number;
     throw WrongUse(
-        "A place must be SPEAKER AZIMUTH ELEVATION DISTANCE, with numbers in degrees and metres, not '" +
+        "A place must be SPEAKER AZIMUTH ELEVATION DISTANCE, with numbers in degrees (azimuth -360 to 360, "
+        "elevation -90 to 90) and metres (0.1 to 100), not '" +
         text + "'.");
 }
 
@@ -183,7 +188,8 @@ std::vector<MeasuredSpeaker> Measured(const Layout& layout, const std::vector<st
     std::vector<MeasuredSpeaker> measured;
     for (std::size_t i = 0; i + 3 < words.size(); i += 4)
         measured.push_back({FindSpeaker(layout, words[i]),
-                            {Number(words[i + 1]), Number(words[i + 2]), Number(words[i + 3])}});
+                            {Number(words[i + 1], -360, 360), Number(words[i + 2], -90, 90),
+                             Number(words[i + 3], 0.1, 100)}});
     return measured;
 }
 
@@ -204,6 +210,7 @@ void AddSetCommand(CLI::App& speakers, const std::shared_ptr<Options>& options) 
     set->add_option("SPEAKER", options->speaker, "Its name, or its number in the list")->required();
     set->add_option("--output", options->output, "The device's output that plays it");
     set->add_option("--gain", options->gain, "Linear");
+    set->add_flag("--force", options->isForced, "Even if it would spoil the sound");
     set->callback([options] { Set(*options); });
 }
 

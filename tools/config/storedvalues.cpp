@@ -10,6 +10,7 @@
 #include "platform/storelocation.h"
 #include "slib/exception.h"
 #include "slib/sxml.h"
+#include "tools/config/sense.h"
 
 namespace tool {
 namespace {
@@ -86,12 +87,14 @@ orb3::Configuration ReadDocument() {
     return HasDocument() ? ParseStored(ReadDocumentText()) : FirstDocument();
 }
 
-void ChangeDocument(const std::function<void(orb3::Configuration&)>& change) {
+void ChangeDocument(const std::function<void(orb3::Configuration&)>& change, Force force) {
     // The defaults are made outside of the step, since making them may use the store.
     const orb3::Configuration first = HasDocument() ? orb3::Configuration() : FirstDocument();
     ReplaceValue(orb3::configurationKey, [&](const std::string& text) {
         orb3::Configuration configuration = text.empty() ? first : ParseStored(text);
+        const orb3::Configuration before = configuration;
         change(configuration);
+        if (force == Force::No) CheckSense(before, configuration);
         return DocumentText(configuration);
     });
 }

@@ -30,8 +30,11 @@ std::string ReadDocumentText();
 /// when the stored one can't be used, or may be in lines that can't, and as ReadValue.
 orb3::Configuration ReadDocument();
 
-/// Changes the document. Throws as ReadDocument and ReplaceValue.
-void ChangeDocument(const std::function<void(orb3::Configuration&)>& change);
+/// Whether a change may spoil the sound (CheckSense).
+enum class Force { No, Yes };
+
+/// Changes the document. Throws as ReadDocument, ReplaceValue and CheckSense.
+void ChangeDocument(const std::function<void(orb3::Configuration&)>& change, Force force = Force::No);
 
 /// Puts `text` in the document's place; an empty text means that there is none. A document that couldn't be
 /// used is kept, and the log and standard output say so.

@@ -190,7 +190,7 @@ const char* DeviceList(Process& process) {
     const slib::Lock lock(process.engine.configuration.configurationMutex);
     if (process.deviceList.empty()) {
         const auto settings =
-            process.engine.configuration.Read([](const orb3::Configuration& c) { return c.goalConfig; });
+            process.engine.configuration.Peek([](const orb3::Configuration& c) { return c.goalConfig; });
         std::vector<std::string_view> names{deviceName};
         if (settings.masqueradeAsGenericSoftware) names.emplace_back("Generic Software");
         if (settings.masqueradeAsGenericHardware) names.emplace_back("Generic Hardware");
@@ -239,7 +239,7 @@ Timing TimingOf(Process& process) SLIB_REQUIRES(process.engine.apiMutex) {
     Context* const context = process.engine.device.context;
     if (context == nullptr) {
         constexpr ALCint usualRefresh = 25;
-        return {process.engine.configuration.Read(
+        return {process.engine.configuration.Peek(
                     [](const orb3::Configuration& c) { return c.goalConfig.defaultSampleRate; }),
                 usualRefresh};
     }
@@ -251,7 +251,7 @@ ALCint FilterOrder(Process& process) SLIB_REQUIRES(process.engine.apiMutex) {
     const Context* const context = process.engine.device.context;
     if (context != nullptr && context->filterOrderAttribute != 0)
         return context->filterOrderAttribute == 1 ? 1 : 2;
-    return process.engine.configuration.Read(
+    return process.engine.configuration.Peek(
         [](const orb3::Configuration& c) { return c.goalConfig.defaultFilterOrder == 1 ? 1 : 2; });
 }
 

@@ -10,6 +10,7 @@
 #include "AL/efx.h"
 #include "app/goaldll/efxcall.h"
 #include "goal/fx/reverbparameters.h"
+#include "goal/state/comingeffect.h"
 
 namespace goal {
 namespace {
@@ -66,49 +67,30 @@ int FindEffect(Process& process, Context& context, const Slot& slot, ALuint name
     return isOneTooMany ? AL_INVALID_OPERATION : AL_NO_ERROR;
 }
 
-// A new effect for a slot, built outside all locks: the renderer takes them once a block, and some effects
-// take milliseconds.
-struct NewEffect {
-    EffectParametersPtr parameters;                // the call's own
-    std::shared_ptr<const EffectBuilder> builder;  // null where nothing is to be built
-    std::unique_ptr<RunningEffect> running;
-};
-
-// Notes what is to be built so that the renderer can run `effect` in the slot.
-void Note(NewEffect& made, Context& context, std::uint32_t index, const EffectParametersPtr& effect) {
-    if (!effect) return;
-    SharedState(context).comingEffects.Reserve(index + 1);
+void NoteWanted(ComingEffect& coming, Context& context, std::uint32_t index,
+                const EffectParametersPtr& effect) {
     AuxSlotParameters wanted;
     wanted.effect = effect;
     wanted.serial = Slots(context)[index].serial;
-    if (IsServed(context.snapshot, SharedState(context), index, wanted)) return;
-    AssignEffect(made.parameters, effect);
-    made.builder = SharedState(context).effectBuilder;
+    coming.Note(context.snapshot, SharedState(context), index, wanted);
 }
 
-void Build(NewEffect& made) noexcept {
-    if (made.builder == nullptr) return;
+// Whether there is an effect to send.
+bool Build(ComingEffect& coming) noexcept {
     try {
-        made.running = made.builder->Build(*made.parameters);
+        coming.Build();
+        return true;
     } catch (const std::exception& exception) {
         TheProcess().FailAl(exception.what(), AL_INVALID_OPERATION);
+        return false;
     }
-}
-
-// Hands what was built over to the renderer, unless that has begun another run meanwhile.
-void Send(NewEffect& made, Context& context, std::uint32_t index) {
-    ApplicationState& application = SharedState(context);
-    if (made.running == nullptr || made.builder != application.effectBuilder) return;
-    application.comingEffects.Reserve(index + 1);
-    made.running->slotSerial = Slots(context)[index].serial;
-    application.comingEffects[index] = std::move(made.running);
 }
 
 // Gives the slot a copy of the effect as it is now. Later changes of the effect reach it when it is bound
 // again.
 void BindEffect(ALuint slotName, const ALint* value) noexcept {
     const CallFrame frame;
-    NewEffect made;
+    ComingEffect coming;
     const auto bind = [&](bool isLast) {
         bool isBound = false;
         ContextCall(Access::WriteAll, ArePresent(value), [&](Process& process, Context& context) -> int {
@@ -117,18 +99,16 @@ void BindEffect(ALuint slotName, const ALint* value) noexcept {
             EffectParametersPtr effect;
             const int code = FindEffect(process, context, slot, static_cast<ALuint>(*value), effect);
             if (code != AL_NO_ERROR) return code;
-            if (!isLast) Note(made, context, slotName - 1, effect);
-            if (!isLast && made.builder != nullptr) return AL_NO_ERROR;
-            Send(made, context, slotName - 1);
+            if (!isLast) NoteWanted(coming, context, slotName - 1, effect);
+            if (!isLast && coming.IsToBeBuilt()) return AL_NO_ERROR;
+            coming.Send(SharedState(context), slotName - 1, slot.serial);
             AssignEffect(slot.effect, effect);
             isBound = slot.dirty = true;
             return AL_NO_ERROR;
         });
         return isBound;
     };
-    if (bind(false)) return;
-    Build(made);
-    if (made.running != nullptr) bind(true);
+    if (!bind(false) && coming.IsToBeBuilt() && Build(coming)) bind(true);
 }
 
 // ---- Parameters ----

@@ -80,7 +80,7 @@ Process::Process()
 bool Process::LogCallFailure(const char* prefix, std::string_view text, bool always) noexcept {
     const CancellationHeldOff heldOff;
     try {
-        const bool isVerbose = engine.configuration.Read(
+        const bool isVerbose = engine.configuration.Peek(
             [](const orb3::Configuration& c) { return c.goalConfig.isLoggingVerbose; });
         if (isVerbose || always) log.Write(prefix + std::string(text), true);
         return true;

@@ -250,7 +250,7 @@ struct ApplicationState : SuspendedState {
 };
 
 /// Begins a run: gives every voice clean memory for the converter whose cursor starts as `converterStart`,
-/// and lets go of the effects of the run before, for which PrepareTouched then builds others by `builder`.
+/// and lets go of the effects of the run before, for which others are to be built by `builder`.
 /// With stateMutex held, by the server; throws slib::OutOfMemoryException.
 void BeginRun(RenderSnapshot& snapshot, ApplicationState& application, const ConverterCursor* converterStart,
               std::shared_ptr<const EffectBuilder> builder);

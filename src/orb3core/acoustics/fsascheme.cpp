@@ -32,11 +32,15 @@ Harmonics HarmonicsUpTo(std::uint32_t order) {
     return harmonics;
 }
 
+// Up to it every harmonic has a norm; a file that names a greater one isn't to cost all memory.
+constexpr std::uint32_t highestReadOrder = 84;
+
 std::uint32_t ParseOrder(const std::string& text) {
     std::uint32_t order = 0;
     const char* end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, order);
-    if (error != std::errc() || stop != end || order == 0) throw slib::BadDataException("Invalid FSA Order.");
+    if (error != std::errc() || stop != end || order == 0 || order > highestReadOrder)
+        throw slib::BadDataException("Invalid FSA Order.");
     return order;
 }
 

@@ -22,7 +22,7 @@ public:
     explicit FSAScheme(std::uint32_t order);
 
     /// Reads an element "FSAScheme". Throws slib::BadXMLException for another label or without "Order", and
-    /// slib::BadDataException when that is not a number from 1 up.
+    /// slib::BadDataException when that is not a number from 1 to 84.
     explicit FSAScheme(const slib::SXMLNode& node);
 
     std::unique_ptr<slib::SXMLNode> createNode() const override;

@@ -43,6 +43,10 @@ public:
     /// Writes enough blocks of silence to play the transform's tail. Allocates.
     virtual void flush();
 
+    /// Whether a thread of the decoder's own, if it has one, may go before all that isn't real-time, as it
+    /// does at first. Any thread; takes effect with a later block.
+    virtual void SetUrgent(bool isUrgent) SLIB_NONBLOCKING { static_cast<void>(isUrgent); }
+
     /// Writes a line about the greatest sample so far, before limiting, to `log`; nothing after silence.
     void reportPeak(slib::Log* log);
 

@@ -122,10 +122,14 @@ void TransformedPipeUPT_Parallel::Run() {
 }
 
 void TransformedPipeUPT_Parallel::DecodeBlocks() {
+    bool wasUrgent = true;
     for (std::size_t i = 0; !IsStopRequested(); i ^= 1) {
         BlockSlot& slot = slots[i];
         slot.readySemaphore.Wait();
         if (IsStopRequested()) return;
+        const bool isUrgentNow = isUrgent.load(std::memory_order_relaxed);
+        if (std::exchange(wasUrgent, isUrgentNow) != isUrgentNow)
+            TakePriority(isUrgentNow ? Priority::TimeCritical : Priority::AboveNormal);
         transformer.process(slot.input, output);
         MixFeeds(slot);
         slot.freeSemaphore.Post();

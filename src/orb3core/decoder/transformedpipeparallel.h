@@ -51,6 +51,9 @@ public:
     void writeBus(const hcml::ac::Bus& bus, std::span<const DirectFeed> feeds) SLIB_NONBLOCKING override;
     void writeInterleaved(const hcml::GenericMatrix<float, 1>& block,
                           std::span<const DirectFeed> feeds) SLIB_NONBLOCKING override;
+    void SetUrgent(bool isUrgent) SLIB_NONBLOCKING override {
+        this->isUrgent.store(isUrgent, std::memory_order_relaxed);
+    }
 
 private:
     // The caller's side.
@@ -73,6 +76,7 @@ private:
 
     std::array<char, 512> failure{};     // why the thread ended; written before hasFailed
     std::atomic<bool> hasFailed{false};  // set before the caller is released
+    std::atomic<bool> isUrgent{true};
 };
 
 }  // namespace orb3

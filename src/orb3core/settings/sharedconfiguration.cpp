@@ -14,34 +14,39 @@ namespace orb3 {
 SharedConfiguration::SharedConfiguration(slib::Log* log, Autoselect autoselect)
     : log(log), autoselect(std::move(autoselect)) {}
 
-// Defaults are stored where there is nothing, and nowhere else.
 void SharedConfiguration::LoadConfiguration() {
+    if (!ReadDocument()) autoselect(configuration.goalConfig, log);
+    isConfigurationLoaded = true;
+}
+
+// False, with the defaults, where there is no document that can be used.
+bool SharedConfiguration::ReadDocument() {
+    mayStore = areDefaultsTaken = true;
     std::string text;
-    mayStore = true;
     try {
         text = ReadSpeakerConfiguration();
     } catch (const slib::BadDataException&) {
         // A first run, which has nothing stored yet.
-        return TakeDefaults();
+        configuration.Reset();
+        return false;
     } catch (const std::exception& exception) {
-        mayStore = false;
-        log->Write(std::string("Configuration could not be read: ") + exception.what(), true);
-        return TakeDefaults();
+        TakeDefaults(std::string("Configuration could not be read: ") + exception.what());
+        return false;
     }
     try {
         configuration.Read(slib::SXMLNode(text));
-        isConfigurationLoaded = true;
+        areDefaultsTaken = false;
     } catch (const std::exception& exception) {
-        mayStore = false;
-        log->Write(std::string("Configuration was not valid: ") + exception.what(), true);
-        TakeDefaults();
+        TakeDefaults(std::string("Configuration was not valid: ") + exception.what());
     }
+    return !areDefaultsTaken;
 }
 
-void SharedConfiguration::TakeDefaults() {
+// Defaults are stored where there is nothing, and nowhere else. The same problem again is no news.
+void SharedConfiguration::TakeDefaults(const std::string& problem) {
+    mayStore = false;
     configuration.Reset();
-    autoselect(configuration.goalConfig, log);
-    isConfigurationLoaded = true;
+    if (std::exchange(lastProblem, problem) != problem) log->Write(problem, true);
 }
 
 void SharedConfiguration::StoreConfiguration(const Configuration& newConfiguration) {
@@ -72,7 +77,8 @@ void SharedConfiguration::Unload() {
     // What was moved out of holds no memory, unlike the defaults.
     const Configuration spent = std::move(configuration);
     const Configuration spentPending = std::move(pendingConfiguration);
-    isConfigurationLoaded = false;
+    isConfigurationLoaded = areDefaultsTaken = false;
+    lastProblem.clear();
 }
 
 }  // namespace orb3

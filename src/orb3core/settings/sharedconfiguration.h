@@ -4,6 +4,7 @@
 // share.
 
 #include <functional>
+#include <string>
 
 #include "orb3core/settings/autoselectsettings.h"
 #include "orb3core/settings/configuration.h"
@@ -56,10 +57,22 @@ public:
         return read(static_cast<const Configuration&>(configuration));
     }
 
-private:
-    void TakeDefaults() SLIB_REQUIRES(configurationMutex);
+    /// The same of a setting that isn't chosen for the machine: without a usable stored document the defaults
+    /// are read, and the machine isn't measured. Takes configurationMutex.
+    template <typename Reader>
+    auto Peek(const Reader& read) {
+        const slib::Lock lock(configurationMutex);
+        if (!isConfigurationLoaded && !areDefaultsTaken) isConfigurationLoaded = ReadDocument();
+        return read(static_cast<const Configuration&>(configuration));
+    }
 
+private:
+    [[nodiscard]] bool ReadDocument() SLIB_REQUIRES(configurationMutex);
+    void TakeDefaults(const std::string& problem) SLIB_REQUIRES(configurationMutex);
+
+    bool areDefaultsTaken SLIB_GUARDED_BY(configurationMutex) = false;  // for want of a document
     bool mayStore SLIB_GUARDED_BY(configurationMutex) = true;
+    std::string lastProblem SLIB_GUARDED_BY(configurationMutex);  // as logged
     slib::Log* log;
     const Autoselect autoselect;
 };

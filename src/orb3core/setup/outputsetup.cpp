@@ -11,6 +11,7 @@
 #include "orb3core/library/conversionchoice.h"
 #include "orb3core/setup/layoutselection.h"
 #include "orb3core/setup/layoutvalidation.h"
+#include "pipe/pipeexception.h"
 #include "slib/exception.h"
 #include "slib/text.h"
 
@@ -129,9 +130,10 @@ std::string MethodName(const fl::FormatLibrarian& librarian, const std::string& 
     return method.name;
 }
 
-int LibraryRate(std::uint32_t sampleRate) {
-    if (sampleRate > 0 && std::in_range<int>(sampleRate)) return static_cast<int>(sampleRate);
-    throw slib::BadParameterException("There are no decoders at " + std::to_string(sampleRate) + "Hz.");
+int LibraryRate(double sampleRate) {
+    if (sampleRate >= 0.5 && sampleRate < std::numeric_limits<int>::max())
+        return static_cast<int>(sampleRate + 0.5);
+    throw slib::BadParameterException("There are no decoders at " + slib::FormatNumber(sampleRate) + "Hz.");
 }
 
 strans::TimeDomainTransform<float, 1> FetchTransform(const fl::FormatLibrarian& librarian,
@@ -166,13 +168,46 @@ void ApplyWiring(const spk::Layout& layout, const Wiring& wiring, double gain,
     stored = std::move(wired);
 }
 
+// The rate that is wanted and the usual ones, of these what the device has, nearest first; never none.
+std::vector<std::uint32_t> RatesToTry(audiopipe::Device& device, std::uint32_t wanted) {
+    std::vector<std::uint32_t> rates{wanted, 8000,  11025, 16000, 22050,  24000, 32000,
+                                     44100,  48000, 88200, 96000, 176400, 192000};
+    std::erase_if(rates, [&](std::uint32_t rate) { return !device.IsSampleRateSupported(rate); });
+    if (rates.empty()) rates.push_back(wanted);
+    const auto distance = [wanted](std::uint32_t rate) {
+        return std::max(rate, wanted) - std::min(rate, wanted);
+    };
+    std::stable_sort(rates.begin(), rates.end(),
+                     [&](std::uint32_t a, std::uint32_t b) { return distance(a) < distance(b); });
+    return rates;
+}
+
+audiopipe::PipePtr OpenAt(audiopipe::Device& device, const Wiring& wiring, const OutputRequest& request,
+                          std::uint32_t rate, slib::Log* log) {
+    const std::vector<bool> recording(device.GetRecordingChannelCount());
+    return audiopipe::PipePtr(
+        device
+            .OpenPipe(log, rate, request.bufferLength, request.bufferCount, wiring.deviceChannels, recording)
+            .release());
+}
+
+// At the nearest rate that the device takes.
 audiopipe::PipePtr OpenOutput(audiopipe::Device& device, const Wiring& wiring, const OutputRequest& request,
                               slib::Log* log) {
-    const std::vector<bool> recording(device.GetRecordingChannelCount());
-    return audiopipe::PipePtr(device
-                                  .OpenPipe(log, request.sampleRate, request.bufferLength,
-                                            request.bufferCount, wiring.deviceChannels, recording)
-                                  .release());
+    const std::vector<std::uint32_t> rates = RatesToTry(device, request.sampleRate);
+    for (const std::uint32_t rate : rates) {
+        try {
+            audiopipe::PipePtr pipe = OpenAt(device, wiring, request, rate, log);
+            if (rate != request.sampleRate)
+                log->Write("The output doesn't run at " + std::to_string(request.sampleRate) + "Hz. Using " +
+                               std::to_string(rate) + "Hz.",
+                           false);
+            return pipe;
+        } catch (const audiopipe::PipeException& refusal) {
+            if (!refusal.isOfFormat || rate == rates.back()) throw;
+        }
+    }
+    slib::ThrowUnreachable();
 }
 
 }  // namespace
@@ -192,7 +227,6 @@ OutputRequest RequestFor(const GoalConfig& settings, double gameRate) {
 OutputSetUp SetUp(slib::Log* activeLog, slib::Log* fullLog, Configuration& configuration,
                   Frameworks frameworks, const fl::FormatLibrarian& librarian, const OutputRequest& request) {
     OutputSetUp result;
-    const int rate = LibraryRate(request.sampleRate);
     result.isConfigurationChanged = ChooseLayout(activeLog, fullLog, configuration, frameworks, librarian);
     const Configuration::LayoutPtr layout = FindSelectedLayout(configuration);
     const audiopipe::DevicePtr device = FindDeviceOf(*layout, frameworks);
@@ -203,9 +237,11 @@ OutputSetUp SetUp(slib::Log* activeLog, slib::Log* fullLog, Configuration& confi
     result.methodName = MethodName(librarian, layout->method);
     const Wiring wiring = WireUp(*layout, *device);
     FindDedicatedOutputs(*layout, wiring, request.gain, result);
-    result.transform = FetchTransform(librarian, conversion, rate, activeLog);
-    ApplyWiring(*layout, wiring, request.gain, result.transform);
+    // The output first, so that nothing is generated for a rate that it refuses.
     result.pipe = OpenOutput(*device, wiring, request, activeLog);
+    result.transform =
+        FetchTransform(librarian, conversion, LibraryRate(result.pipe->GetSampleRate()), activeLog);
+    ApplyWiring(*layout, wiring, request.gain, result.transform);
     result.frameworks = std::move(frameworks);
     return result;
 }

@@ -4,8 +4,8 @@
 // and an open pipe. Called by the server, on its thread, at the start of each run, and by programs that show
 // what a start would do.
 //
-//     configuration -> layout -> device channels in use -> pipe
-//                            `-> conversion -> transform -> gains, columns in the pipe's order
+//     configuration -> layout -> device channels in use -> pipe, at the nearest rate that it takes
+//                            `-> conversion -> transform at that rate -> gains, columns in the pipe's order
 //
 // The pipe carries the device channels that the layout uses and no others; output c of the transform is
 // channel c of the pipe.

@@ -72,6 +72,7 @@ TEST(AcousticFactory, BadDocuments_AreRefusedWithTheReason) {
     const std::pair<std::string, std::string> cases[] = {
         {"<FSAScheme Order=\"0\"/>", "Invalid FSA Order."},
         {"<FSAScheme Order=\"2x\"/>", "Invalid FSA Order."},
+        {"<FSAScheme Order=\"85\"/>", "Invalid FSA Order."},
         {In("<Horn/>"), "Unknown acoustic type 'Horn'."},
         {In("<NullAcoustic/><Labels/>"),
          "A child count of 1 was expected in a 'Labels' node, but 0 was seen."},

@@ -69,6 +69,18 @@ TEST_F(SharedConfiguration, BrokenDocument_IsAnErrorLineAtEachLoadAndTheDefaults
     }
 }
 
+TEST_F(SharedConfiguration, Peek_MeasuresNothingAndRepeatsNoError) {
+    const auto order = [](const orb3::Configuration& c) { return c.goalConfig.order; };
+    EXPECT_EQ(shared.Peek(order), 3);
+    EXPECT_EQ(shared.Read(order), 4);
+    EXPECT_EQ(shared.Peek(order), 4);
+    shared.Unload();
+    orb3::WriteSpeakerConfiguration(" ");
+    EXPECT_EQ(shared.Peek(order), 3);
+    EXPECT_EQ(shared.Read(order), 4);
+    EXPECT_EQ(log.lines.find("E:"), log.lines.rfind("E:"));
+}
+
 // What the system refuses for now: no descriptor is left at the reading.
 TEST_F(SharedConfiguration, UnreadableDocument_IsNotReplacedUntilWhatIsThereIsInForce) {
     orb3::WriteSpeakerConfiguration(unusualDocument);

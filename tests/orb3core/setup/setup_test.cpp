@@ -10,6 +10,7 @@
 #include "orb3core/setup/layoutvalidation.h"
 #include "orb3core/setup/outputsetup.h"
 #include "pipe/adaptivedirectsoundframework.h"
+#include "pipe/pipeexception.h"
 #include "tests/support/failure.h"
 #include "tests/support/scripteddevice.h"
 #include "tests/support/temporaryfolder.h"
@@ -63,8 +64,8 @@ struct World : slib::Log {
     }
     audiopipe::DevicePtr Device() { return frameworks[0]->GetDevice(0); }
     bool Select(bool force) { return SelectLayout(frameworks, library, document, this, force); }
-    bool Run() {
-        results = SetUp(this, this, document, frameworks, library, {3, 48000, 256, 3, 0.5});
+    bool Run(std::uint32_t rate = 48000) {
+        results = SetUp(this, this, document, frameworks, library, {3, rate, 256, 3, 0.5});
         return results.isConfigurationChanged;
     }
 
@@ -265,6 +266,26 @@ TEST(SetUp, OfADocumentWithoutLayouts_RecoversOnTheDefaultDevice) {
               "layout is not valid: There are no layouts to select from.|Layout set to 'Stereo'.|Preparing "
               "decoder for first use.|");
     EXPECT_FALSE(w.Run());
+}
+
+// There is a transform at 48 kHz and at no other rate.
+TEST(SetUp, AtARateThatTheOutputRefuses_TakesTheNearestBeforeATransformIsFetched) {
+    World w(DSSPEAKER_STEREO);
+    w.AddFormat("Stereo", StandardFormat::Stereo, Roles(2));
+    w.AddDecoder("stereo", "basic", 1);
+    w.AddTransform("stereo", 2, 1, {true, false, false});
+    w.system->caps.dwMaxSecondarySampleRate = 60000;
+    w.Run(4'000'000);
+    EXPECT_EQ(w.results.pipe->GetSampleRate(), 48000);
+    EXPECT_TRUE(w.lines.ends_with("The output doesn't run at 4000000Hz. Using 48000Hz.|")) << w.lines;
+    w.results = {};
+    w.system->onlyRate = 48000;
+    w.Run(22050);
+    EXPECT_EQ(w.results.transform.sampleRate, w.results.pipe->GetSampleRate());
+    w.system->failures["CreateSoundBuffer"] = DSERR_ALLOCATED;
+    EXPECT_NE(Failure<audiopipe::PipeException>([&] { w.Run(); }), "");
+    w.system->onlyRate = 1;
+    EXPECT_NE(Failure<audiopipe::PipeException>([&] { w.Run(); }).find("wave format"), std::string::npos);
 }
 
 TEST(ResolveOrder, NeverExceedsTheTransform) {

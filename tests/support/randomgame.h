@@ -1,10 +1,16 @@
 #pragma once
 
-// The game of the soak: four threads at random calls, right ones and now and then wrong ones. Names are small
-// numbers that stay the same ones, whatever is deleted and made anew, since a new object gets the lowest.
+// The game of the soak and of the fuzz target `game`: threads at random calls, right ones and now and then
+// wrong ones. Names are small numbers that stay the same ones, whatever is deleted and made anew, since a new
+// object gets the lowest. A quarter of them are deleted at any time.
 
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <cstdint>
+#include <iostream>
 #include <limits>
 #include <mutex>
 #include <string>
@@ -13,6 +19,7 @@
 
 #include "AL/tessarune.h"
 #include "goal/sound/bufferformats.h"
+#include "orb3core/settings/goalconfig.h"
 #include "tests/support/foldbackring.h"
 #include "tests/support/misbehavingsystem.h"
 #include "tools/presets/reverbpresets.h"
@@ -21,12 +28,15 @@ namespace soak {
 
 using testing_support::Dice;
 
-// What each context has; the buffers outlive it.
-inline constexpr unsigned sources = 255, buffers = 96, slots = 16, effects = 32, filters = 8;
+/// How many names there are of each kind. The buffers outlive a context.
+struct Cast {
+    unsigned sources = 255, buffers = 96, slots = 16, effects = 32, filters = 8;
+};
 
 /// What all threads share.
 struct World {
     const unsigned seed;
+    const Cast cast{};
     std::atomic<bool> isOver{false};
     testing_support::Misbehaviour output{};
     std::atomic<std::uint64_t> calls{0}, contexts{0}, restarts{0}, faults{0};
@@ -51,6 +61,40 @@ inline ALint EffectType(unsigned number) {
     constexpr ALint far[] = {AL_EFFECT_EAXREVERB, AL_EFFECT_DEDICATED_LOW_FREQUENCY_EFFECT,
                              AL_EFFECT_DEDICATED_DIALOGUE};
     return number <= AL_EFFECT_EQUALIZER ? static_cast<ALint>(number) : far[number - AL_EFFECT_EQUALIZER - 1];
+}
+
+/// All objects of a new context, where all names are free. All effects are on slots, and all sources play.
+inline void MakeObjects(const Cast& cast) {
+    std::vector<ALuint> names(std::max(cast.sources, cast.effects));
+    alGenSources(static_cast<ALsizei>(cast.sources), names.data());
+    alGenFilters(static_cast<ALsizei>(cast.filters), names.data());
+    alGenAuxiliaryEffectSlots(static_cast<ALsizei>(cast.slots), names.data());
+    alGenEffects(static_cast<ALsizei>(cast.effects), names.data());
+    for (ALuint i = 0; i < cast.effects; ++i) {
+        alEffecti(i + 1, AL_EFFECT_TYPE, EffectType(i % 16));
+        if (i < cast.slots) alAuxiliaryEffectSloti(i + 1, AL_EFFECTSLOT_EFFECT, static_cast<ALint>(i + 1));
+    }
+    for (ALuint i = 1; i <= cast.sources; ++i) {
+        alSourcei(i, AL_BUFFER, static_cast<ALint>(1 + i % cast.buffers));
+        alSourcei(i, AL_LOOPING, AL_TRUE);
+        alSource3i(i, AL_AUXILIARY_SEND_FILTER, static_cast<ALint>(1 + i % cast.slots), 0, AL_FILTER_NULL);
+        alSourcePlay(i);
+    }
+}
+
+/// Other settings of the renderer.
+inline void Vary(orb3::GoalConfig& settings, Dice& dice) {
+    constexpr int lengths[] = {64, 100, 256, 512, 1024, 2000};
+    settings.gain = dice.Between(0.1F, 2);
+    settings.order = static_cast<int>(1 + dice.Below(4));
+    settings.sampleRateConversion = static_cast<orb3::SampleRateConversion>(dice.Below(5));
+    settings.suggestedBufferLength = dice.Of(lengths);
+    settings.suggestedBufferCount = static_cast<int>(1 + dice.Below(6));
+    settings.defaultFilterOrder = static_cast<int>(1 + dice.Below(2));
+    for (bool* flag : {&settings.useDirectionalEarlyReflections, &settings.useFullLateReflections,
+                       &settings.isLoggingVerbose, &settings.isSuspendSupported, &settings.measureOutputPeak,
+                       &settings.useParallelDecoder, &settings.onlyOneReverb, &settings.ignoreGameSampleRate})
+        *flag = dice.OneIn(2);
 }
 
 class Player {
@@ -86,7 +130,7 @@ private:
 
     // Three of four are this player's own.
     ALuint Source() {
-        const ALuint any = Name(sources);
+        const ALuint any = Name(world.cast.sources);
         return any % 4 == 0 ? any : any - any % 16 + 4 * index + any % 4;
     }
     const ALuint* Sources() {
@@ -95,13 +139,13 @@ private:
     }
     // Of one format for the most part, which a queue wants.
     const ALuint* Queue() {
-        names.fill(Name(buffers));
-        if (dice.OneIn(4)) names[1] = Name(buffers);
+        names.fill(Name(world.cast.buffers));
+        if (dice.OneIn(4)) names[1] = Name(world.cast.buffers);
         return names.data();
     }
     ALuint Name(unsigned count) { return 1 + dice.Below(count); }
-    ALuint Effect() { return Name(effects); }
-    ALuint Slot() { return Name(slots); }
+    ALuint Effect() { return Name(world.cast.effects); }
+    ALuint Slot() { return Name(world.cast.slots); }
     ALint Any(unsigned most) { return static_cast<ALint>(dice.Below(most + 1)); }  // a name or 0
     ALenum Parameter() {
         if (dice.OneIn(16)) return AL_SOURCE_RELATIVE;
@@ -121,13 +165,13 @@ private:
 
     void Restock(ALuint source) {
         alSourceStop(source);
-        alSourcei(source, AL_BUFFER, dice.OneIn(2) ? Any(buffers) : 0);
+        alSourcei(source, AL_BUFFER, dice.OneIn(2) ? Any(world.cast.buffers) : 0);
         alSourceQueueBuffers(source, Any(3), Queue());  // refused where there is a static one
         alSourcei(source, AL_LOOPING, Any(1));
         alSourcef(source, AL_GAIN, dice.Between(0, 2));
         alSourcef(source, AL_PITCH, dice.Between(0.1F, 4));
         alSource3f(source, AL_POSITION, Place(), Place(), Place());
-        alSource3i(source, AL_AUXILIARY_SEND_FILTER, Any(slots), Any(4), Any(filters));
+        alSource3i(source, AL_AUXILIARY_SEND_FILTER, Any(world.cast.slots), Any(4), Any(world.cast.filters));
         alSourcePlay(source);
     }
     void TurnQueue() {
@@ -140,7 +184,7 @@ private:
     }
     void Remake(void (*remove)(ALsizei, const ALuint*), void (*make)(ALsizei, ALuint*), ALuint name) {
         remove(1, &name);
-        make(1, &name);
+        if (!dice.OneIn(4)) make(1, &name);
     }
     // The two calls trust the handle, so it has to last.
     void Suspend() {
@@ -168,13 +212,14 @@ private:
     void Fill() {
         const goal::BufferFormat& format = *dice.Of(formats);
         const std::vector<std::uint8_t> bytes = Samples(format);
-        alBufferData(Name(buffers), format.id, bytes.data(), static_cast<ALsizei>(bytes.size()), Rate());
+        alBufferData(Name(world.cast.buffers), format.id, bytes.data(), static_cast<ALsizei>(bytes.size()),
+                     Rate());
     }
     void RemakeBuffer() {
         const std::lock_guard lock(world.namesMutex);
-        ALuint name = Name(buffers);
+        ALuint name = Name(world.cast.buffers);
         alDeleteBuffers(1, &name);
-        if (alIsBuffer(name) == AL_FALSE) alGenBuffers(1, &name);
+        if (alIsBuffer(name) == AL_FALSE && !dice.OneIn(4)) alGenBuffers(1, &name);
     }
     // Another player may have the name by now; but where it is free, nobody reads the data any more.
     bool DropStatic() {
@@ -218,7 +263,7 @@ inline void (*const Player::calls[36])(Player& p){
     [](Player& p) { alSource3f(p.Source(), p.Parameter(), p.Value(), p.Value(), -1); },
     [](Player& p) { alSource3f(p.Source(), AL_POSITION, p.Place(), 0, p.Place()); },
     [](Player& p) { alSourcefv(p.Source(), p.Parameter(), p.Values()); },
-    [](Player& p) { alSourcei(p.Source(), p.Parameter(), p.Any(filters)); },
+    [](Player& p) { alSourcei(p.Source(), p.Parameter(), p.Any(p.world.cast.filters)); },
     [](Player& p) { p.Remake(alDeleteSources, alGenSources, p.Source()); },
     [](Player& p) { p.Fill(); },
     [](Player& p) { p.RemakeStatic(); },
@@ -227,11 +272,11 @@ inline void (*const Player::calls[36])(Player& p){
     [](Player& p) { alEffecti(p.Effect(), p.Any(0x17), p.Any(400) - 200); },
     [](Player& p) { alEffectf(p.Effect(), p.Any(0x17), p.Value()); },
     [](Player& p) { ApplyReverbPreset(p.Effect(), p.dice.Of(presets::ReverbPresets())); },
-    [](Player& p) { alAuxiliaryEffectSloti(p.Slot(), AL_EFFECTSLOT_EFFECT, p.Any(effects)); },
+    [](Player& p) { alAuxiliaryEffectSloti(p.Slot(), AL_EFFECTSLOT_EFFECT, p.Any(p.world.cast.effects)); },
     [](Player& p) { alAuxiliaryEffectSloti(p.Slot(), p.Any(3), p.Any(2)); },
     [](Player& p) { p.Remake(alDeleteAuxiliaryEffectSlots, alGenAuxiliaryEffectSlots, p.Slot()); },
-    [](Player& p) { alFilteri(p.Name(filters), AL_FILTER_TYPE, p.Any(4)); },
-    [](Player& p) { alFilterf(p.Name(filters), p.Any(4), p.Value()); },
+    [](Player& p) { alFilteri(p.Name(p.world.cast.filters), AL_FILTER_TYPE, p.Any(4)); },
+    [](Player& p) { alFilterf(p.Name(p.world.cast.filters), p.Any(4), p.Value()); },
     [](Player& p) { alListenerf(AL_GAIN, p.dice.Between(0, 1)); },
     [](Player& p) { alListener3f(AL_POSITION, p.Place(), p.Place(), p.Value()); },
     [](Player& p) { alSpeedOfSound(p.Value()); },
