@@ -68,6 +68,8 @@ struct ServerThread::Machine {
     std::uint32_t failedBlocks = 0;  // in a row
     bool isWritten = false;          // the current block
     std::optional<LoadMeter> load;   // where the output tells how long it is waited for
+    double waited = -1;              // s, of the output so far
+    double lastWait = 0;             // s, when that last grew
     std::uint32_t overloads = 0;     // of its windows, in a row
     bool isTooMuch = false;          // to be built anew with less
 };
@@ -167,7 +169,9 @@ void ServerThread::ReportFailure(const char* reason) noexcept {
     });
 }
 
+// A real-time thread only while it renders: what is set up takes its time.
 void ServerThread::RunUntilStopped() {
+    BeUrgent(false);
     while (!IsStopRequested()) {
         try {
             RunOnce();
@@ -227,6 +231,7 @@ void ServerThread::Perform(Machine& run) {
     PublishTiming();
     SignalStart();
     RenderBlocks(run);
+    SetUrgent(run, false);
     if (run.configuration.goalConfig.measureOutputPeak) run.decoder->reportPeak(mainLog);
 }
 
@@ -266,7 +271,6 @@ void ServerThread::BuildDecoder(Machine& run) {
                                                   : orb3::DecoderMode::Serial);
     blockFrames = run.decoder->blockFrames;
     if (run.outputSetUp.pipe->GetWaitedTime() >= 0) run.load.emplace(blockFrames / sampleRate);
-    SetUrgent(run, true);
     activeLog->Write("Decoder started (sample rate " + slib::FormatNumber(sampleRate * 0.001) + "kHz).",
                      false);
 }
@@ -339,6 +343,7 @@ void ServerThread::SignalStart() {
 }
 
 void ServerThread::RenderBlocks(Machine& run) {
+    SetUrgent(run, true);
     while (!IsLeaving() && !run.isTooMuch) {
         try {
             RenderBlock(run);
@@ -352,6 +357,7 @@ void ServerThread::RenderBlocks(Machine& run) {
 
 void ServerThread::RenderBlock(Machine& run) {
     run.isWritten = false;
+    run.decoder->AwaitRoom();
     TakeSnapshot();
     run.renderer->renderBlock(context->snapshot, run.output);
     {
@@ -384,12 +390,18 @@ void ServerThread::NoteBlock(Machine& run) {
 // A thread that never waits leaves nothing to those below it, so it doesn't stay above them.
 void ServerThread::NoteLoad(Machine& run) {
     constexpr std::uint32_t untilLogged = 2, untilRelieved = 6;  // windows
+    constexpr double longestSpin = 0.05;                         // s
     if (!run.load) return;
     const double now = 1e-9 * static_cast<double>(platform::NowNanoseconds());
-    const std::optional<double> share = run.load->Note(now, run.outputSetUp.pipe->GetWaitedTime());
+    const double waited = run.outputSetUp.pipe->GetWaitedTime();
+    if (std::exchange(run.waited, waited) != waited)
+        run.lastWait = now;
+    else if (now - run.lastWait > longestSpin)
+        SetUrgent(run, false);
+    const std::optional<double> share = run.load->Note(now, waited);
     if (!share) return;
     run.overloads = *share > 1 ? run.overloads + 1 : 0;
-    SetUrgent(run, run.overloads == 0);
+    if (*share <= 1) SetUrgent(run, true);
     if (run.overloads == untilLogged && !std::exchange(isOverloadLogged, true))
         mainLog->Write("This machine can't keep up: what plays in a second takes " +
                            slib::FormatNumber(std::ceil(*share * 100) * 0.01) + " seconds to render.",
@@ -403,6 +415,10 @@ void ServerThread::NoteLoad(Machine& run) {
 
 void ServerThread::SetUrgent(const Machine& run, bool urgent) {
     run.decoder->SetUrgent(urgent);
+    BeUrgent(urgent);
+}
+
+void ServerThread::BeUrgent(bool urgent) {
     if (std::exchange(isUrgent, urgent) != urgent)
         TakePriority(urgent ? Priority::TimeCritical : Priority::AboveNormal);
 }

@@ -79,6 +79,7 @@ private:
     void NoteBlock(Machine& run);
     void NoteLoad(Machine& run);
     void SetUrgent(const Machine& run, bool urgent);
+    void BeUrgent(bool urgent);
     void TakeSnapshot();
     void NoteSuspension();
     void WriteBlock(Machine& run);
@@ -107,7 +108,7 @@ private:
     std::uint32_t failedRuns = 0;                   // in a row
     std::optional<orb3::Configuration> lastWorked;  // what a run rendered on
     Relief relief;                                  // since the last change of the settings
-    bool isUrgent = true;                           // a real-time thread, where that may be had
+    bool isUrgent = true;                           // is a real-time thread, where that may be had
     bool isOverloadLogged = false;
     std::uint32_t suspendedBlocks = 0;  // in a row
     bool isSuspensionLogged = false;

@@ -159,7 +159,7 @@ void AdaptiveDirectSoundPipe::Write(const float* playback, float*) {
     const bool shrink = std::exchange(buffering.shrinkRequested, false);
     // Before the wait, so that only a copy is left to do when there is room.
     Convert(playback);
-    WaitForRoom(shrink);
+    WaitForRoom(shrink, 1);
     CopyBlock();
     buffering.Advance();
     const Cursors cursors = ReadCursors();
@@ -197,10 +197,16 @@ void AdaptiveDirectSoundPipe::Convert(const float* samples) {
     }
 }
 
-void AdaptiveDirectSoundPipe::WaitForRoom(bool shrink) {
+void AdaptiveDirectSoundPipe::AwaitRoom(std::uint32_t blocks) {
+    if (isPlaying) WaitForRoom(buffering.shrinkRequested, std::clamp(blocks, 1U, buffering.bufferCount + 1));
+}
+
+void AdaptiveDirectSoundPipe::WaitForRoom(bool shrink, std::uint32_t blocks) {
     for (;;) {
         buffering.Measure(buffering.Follow(ReadCursors().play));
-        const std::int32_t room = buffering.Room(shrink);
+        // Of several blocks the last one.
+        const std::int32_t room =
+            buffering.Room(shrink) - static_cast<std::int32_t>((blocks - 1) * buffering.blockBytes);
         if (room >= static_cast<std::int32_t>(buffering.blockBytes)) return;
         const std::int64_t start = platform::NowNanoseconds();
         system->Sleep(buffering.Patience(room));

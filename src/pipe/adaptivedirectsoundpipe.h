@@ -58,6 +58,7 @@ public:
     void Start() override;
     void Write(const float* playback, float* recording) SLIB_NONBLOCKING override;
     void Stop() override;
+    void AwaitRoom(std::uint32_t blocks) SLIB_NONBLOCKING override;
     double GetWaitedTime() const override;
 
     /// How far ahead the pipe writes at present.
@@ -72,7 +73,7 @@ private:
     void CreateBuffer(platform::IDirectSound8& directSound, std::uint32_t channelMask);
     Cursors ReadCursors();
     void Convert(const float* samples);
-    void WaitForRoom(bool shrink);
+    void WaitForRoom(bool shrink, std::uint32_t blocks);
     void CopyBlock();
 
     slib::Log* const log;

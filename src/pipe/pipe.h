@@ -40,6 +40,10 @@ public:
     /// Stops the output.
     virtual void Stop() = 0;
 
+    /// Waits until so many blocks can be written without a wait, so that they can be made as late as
+    /// possible. The pipe runs. Allocates nothing.
+    virtual void AwaitRoom(std::uint32_t blocks) SLIB_NONBLOCKING { static_cast<void>(blocks); }
+
     /// Seconds that Write has waited for room so far; negative from an output that doesn't tell. Any thread.
     virtual double GetWaitedTime() const { return -1; }
 };

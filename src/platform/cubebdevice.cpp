@@ -30,6 +30,7 @@ struct CubebLibrary {
         library.Find("cubeb_stream_destroy", destroyStream);
         library.Find("cubeb_stream_start", startStream);
         library.Find("cubeb_stream_stop", stopStream);
+        library.Find("cubeb_stream_get_latency", streamLatency);
     }
 
     DynamicLibrary library;
@@ -43,6 +44,7 @@ struct CubebLibrary {
     decltype(cubeb_stream_destroy)* destroyStream = nullptr;
     decltype(cubeb_stream_start)* startStream = nullptr;
     decltype(cubeb_stream_stop)* stopStream = nullptr;
+    decltype(cubeb_stream_get_latency)* streamLatency = nullptr;
 };
 
 CubebLibrary& Library() {
@@ -104,9 +106,11 @@ cubeb_stream_params StreamParameters(const RingShape& shape) {
 }
 
 // Frames that a callback on a busy machine may be late by, and more with a longer ring, since that is what a
-// user asks for whose sound falters.
+// user asks for whose sound falters. They lie inside what the ring is written ahead, which is its length but
+// for 100 ms, and leave a part of that to the renderer.
 std::uint32_t ShortestLatency(const RingShape& shape) {
-    return std::max(shape.rate / 25, shape.frames / 3);
+    const std::uint32_t ahead = shape.frames - std::min(shape.frames, shape.rate / 10);
+    return std::max(shape.rate / 100, ahead / 4 * 3);
 }
 
 // Frames between the callback and the speakers: what the system calls safe, but not less than that.
@@ -152,9 +156,11 @@ private:
     }
 
     // Both on a thread of the library; the first one allocates nothing, locks nothing and never waits.
-    static long OnData(cubeb_stream*, void* self, const void*, void* output, long frames) {
-        static_cast<CubebStream*>(self)->outlet.Fill(static_cast<float*>(output),
-                                                     static_cast<std::uint32_t>(frames));
+    static long OnData(cubeb_stream* stream, void* self, const void*, void* output, long frames) {
+        auto& own = *static_cast<CubebStream*>(self);
+        std::uint32_t delay = 0;
+        if (Library().streamLatency(stream, &delay) == CUBEB_OK) own.lastDelay = delay;
+        own.outlet.Fill(static_cast<float*>(output), static_cast<std::uint32_t>(frames), own.lastDelay);
         return frames;
     }
 
@@ -166,6 +172,7 @@ private:
     const std::shared_ptr<Context> context;
     slib::Mutex mutex;  // guards the calls on the stream
     cubeb_stream* stream = nullptr;
+    std::uint32_t lastDelay = 0;  // frames; the data thread's
 };
 
 using Devices = std::vector<CubebConnection::Device>;

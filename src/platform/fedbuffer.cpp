@@ -1,5 +1,7 @@
 #include "platform/fedbuffer.h"
 
+#include <cmath>
+
 namespace platform {
 namespace {
 
@@ -11,16 +13,22 @@ constexpr std::int64_t longestLook = 100'000'000;  // ns
 
 }  // namespace
 
-FedBuffer::FedBuffer(const RingShape& shape, std::uint32_t chunk)
-    : RingBuffer(shape), expectedChunk(chunk), clock(shape.rate) {
-    clock.Begin(0, chunk, NowNanoseconds());
+FedBuffer::FedBuffer(const RingShape& shape, std::uint32_t reach)
+    : RingBuffer(shape),
+      expectedReach(reach),
+      clock(shape.rate),
+      fade(std::size_t{fadeFrames} * shape.channels) {
+    clock.Begin(0, reach, NowNanoseconds());
 }
 
 Result FedBuffer::StartOutput() {
     if (const Result result = failure.load(std::memory_order_relaxed); result != DS_OK) return result;
     const std::int64_t now = NowNanoseconds();
-    next = static_cast<std::uint32_t>(lastPlay % shape.frames);
-    clock.Begin(lastPlay, expectedChunk, now);
+    next = lastPlay;
+    isMuted = false;
+    writeEnd = -1;
+    written.store(lastPlay, std::memory_order_relaxed);
+    clock.Begin(lastPlay, expectedReach, now);
     holdEnd = now + longestHold;
     isHeld.store(true, std::memory_order_release);
     lastLook = now;
@@ -45,10 +53,12 @@ Result FedBuffer::ReadCursors(RingCursors& cursors) {
         }
         // A writer that keeps a whole ring ahead writes up to one of its pieces beyond the cursor it sees:
         // that far the output must have taken the ring already.
-        lastPlay = std::max(lastPlay, static_cast<std::int64_t>(reading.play) - longestWrite);
+        const auto heard = static_cast<std::int64_t>(std::floor(reading.play));
+        lastPlay = std::max(lastPlay, std::min(heard, reading.handed - longestWrite));
+        cursors.write = std::max(reading.handed, heard + reading.reach);
     }
     cursors.play = lastPlay;
-    cursors.write = std::max(reading.handed, lastPlay + longestWrite) + reading.chunk;
+    cursors.write = std::max(cursors.write, lastPlay + std::max<std::int64_t>(longestWrite, reading.reach));
     return DS_OK;
 }
 
@@ -60,14 +70,65 @@ bool FedBuffer::HasStalled(std::uint32_t count, std::int64_t now) {
 }
 
 // Writing goes on from where it began, so that what lies between the cursor and the end of a piece is
-// written.
+// written. A writer that was held up goes on behind the cursor, at most a ring: it takes a whole one for
+// none.
 void FedBuffer::NoteWritten(std::uint32_t offset, std::uint32_t frames) {
-    writes.fetch_add(1, std::memory_order_release);
     longestWrite = std::max<std::int64_t>(longestWrite, frames);
-    if (!isHeld.load(std::memory_order_relaxed)) return;
-    const auto start = static_cast<std::uint32_t>(lastPlay % shape.frames);
-    const std::uint32_t ahead = (offset + shape.frames - start) % shape.frames + frames;
-    if (ahead >= clock.Read(lastLook).chunk + longestWrite) isHeld.store(false, std::memory_order_release);
+    if (writeEnd < 0 || writeEnd % shape.frames != offset) {
+        const auto start = static_cast<std::uint32_t>(lastPlay % shape.frames);
+        writeEnd = lastPlay + (offset + shape.frames - start) % shape.frames;
+    }
+    writeEnd += frames;
+    const PlayClock::Reading reading = clock.Read(lastLook);
+    while (writeEnd + shape.frames <= lastPlay)
+        writeEnd += shape.frames;
+    written.store(writeEnd, std::memory_order_release);
+    if (isHeld.load(std::memory_order_relaxed) && writeEnd - lastPlay >= reading.reach + longestWrite)
+        isHeld.store(false, std::memory_order_release);
+}
+
+// How many of the next frames are written.
+std::uint32_t FedBuffer::Ready(std::uint32_t frames) const {
+    const std::int64_t ready = written.load(std::memory_order_acquire) - next;
+    return static_cast<std::uint32_t>(std::clamp<std::int64_t>(ready, 0, frames));
+}
+
+void FedBuffer::Skip(std::uint32_t frames) {
+    next += frames;
+}
+
+// The next frames, not more than fadeFrames.
+const std::int32_t* FedBuffer::FadeIn(std::uint32_t frames) {
+    for (std::uint32_t f = 0; f < frames; ++f)
+        for (std::uint32_t c = 0; c < shape.channels; ++c) {
+            const std::size_t from = static_cast<std::size_t>((next + f) % shape.frames) * shape.channels + c;
+            fade[std::size_t{f} * shape.channels + c] =
+                static_cast<std::int32_t>(std::int64_t{samples[from]} * f / fadeFrames);
+        }
+    return fade.data();
+}
+
+// fadeFrames of it.
+const std::int32_t* FedBuffer::Silence() {
+    std::fill(fade.begin(), fade.end(), 0);
+    return fade.data();
+}
+
+// As far as the ring can be written ahead; of a longer one the cursor knows a part.
+std::uint32_t FedBuffer::LongestDelay(std::uint32_t frames) const {
+    const std::uint32_t longest = shape.frames / 4 * 3;
+    return longest - std::min(longest, frames);
+}
+
+// From the frame before.
+const std::int32_t* FedBuffer::FadeOut(std::uint32_t frames) {
+    const std::size_t last =
+        static_cast<std::size_t>((next + shape.frames - 1) % shape.frames) * shape.channels;
+    for (std::uint32_t f = 0; f < frames; ++f)
+        for (std::uint32_t c = 0; c < shape.channels; ++c)
+            fade[std::size_t{f} * shape.channels + c] = static_cast<std::int32_t>(
+                std::int64_t{samples[last + c]} * (fadeFrames - 1 - f) / fadeFrames);
+    return fade.data();
 }
 
 bool FedBuffer::IsHeld(std::int64_t now) {

@@ -5,13 +5,18 @@
 //
 //     application's thread:  Lock, Unlock, GetCurrentPosition ...        output's thread:  Take, Take, ...
 //
-// Neither side locks or allocates. After a start the output is given silence, and the cursors don't move,
-// until the application has written as far ahead as the output is going to read, so that nothing of its
-// beginning is lost; but not longer than a quarter of a second.
+// The play cursor is what is heard, by what the output tells of its delay, and the write cursor what the
+// output may have taken by then: the output's own buffer lies between the two. Neither side locks or
+// allocates. After a start the output is given silence, and the cursors don't move, until the application has
+// written as far ahead as the output is going to read, so that nothing of its beginning is lost; but not
+// longer than a quarter of a second. What the application is late with is silence, with a fade before and
+// after it.
 
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
+#include <utility>
+#include <vector>
 
 #include "platform/clock.h"
 #include "platform/playclock.h"
@@ -21,13 +26,14 @@ namespace platform {
 
 class FedBuffer : public RingBuffer {
 public:
-    /// `chunk` is the number of frames that the output is expected to take at once, at most.
-    FedBuffer(const RingShape& shape, std::uint32_t chunk);
+    /// `reach` is the number of frames by which the output is expected to be ahead of what is heard, at most.
+    FedBuffer(const RingShape& shape, std::uint32_t reach);
 
-    /// Output's thread: passes the next `frames` frames to `consume(samples, count)` in pieces, with null in
-    /// place of the samples for silence.
+    /// Output's thread: passes the next `frames` frames, of which the first will be heard `delay` frames from
+    /// now, to `consume(samples, count)` in pieces. Before the application has begun there is null in place
+    /// of the samples.
     template <typename Consume>
-    void Take(std::uint32_t frames, const Consume& consume);
+    void Take(std::uint32_t frames, std::uint32_t delay, const Consume& consume);
     /// Output's thread, or any: the output has ended, and every operation returns `result` from now on.
     void Fail(Result result) { failure.store(result, std::memory_order_relaxed); }
 
@@ -46,42 +52,73 @@ protected:
     virtual Result NoteStall() { return DSERR_BUFFERLOST; }
 
 private:
+    static constexpr std::uint32_t fadeFrames = 64;
+
+    template <typename Consume>
+    void Pass(std::uint32_t frames, const Consume& consume);
+    const std::int32_t* FadeIn(std::uint32_t frames);
+    const std::int32_t* FadeOut(std::uint32_t frames);
+    const std::int32_t* Silence();
+    std::uint32_t LongestDelay(std::uint32_t frames) const;
+    std::uint32_t Ready(std::uint32_t frames) const;
+    void Skip(std::uint32_t frames);
     bool IsHeld(std::int64_t now);
     bool HasStalled(std::uint32_t count, std::int64_t now);
 
-    const std::uint32_t expectedChunk;
+    const std::uint32_t expectedReach;
     PlayClock clock;
     std::atomic<Result> failure{DS_OK};
     std::atomic<bool> isHeld{true};
-    std::atomic<std::uint32_t> writes{0};  // passes what was written to the output's thread
+    std::atomic<std::int64_t> written{0};  // frames; passes what was written to the output's thread
     std::int64_t holdEnd = 0;              // nanoseconds; stands while the output takes chunks
 
     // Output's thread; between a stop and a start the application's.
-    std::uint32_t next = 0;  // frame of the ring
+    std::int64_t next = 0;  // frame
+    bool isMuted = false;   // the last frame was silence, for want of another
+    std::vector<std::int32_t> fade;
 
     // Application's thread.
     std::int64_t lastPlay = 0;      // frames
     std::int64_t longestWrite = 0;  // frames
+    std::int64_t writeEnd = -1;     // frames; -1: nothing since the start
     std::uint32_t lastCount = 0;    // of the clock's readings
     std::int64_t lastLook = 0;      // nanoseconds
     std::int64_t waited = 0;        // nanoseconds since lastCount changed
 };
 
 template <typename Consume>
-void FedBuffer::Take(std::uint32_t frames, const Consume& consume) {
+void FedBuffer::Take(std::uint32_t frames, std::uint32_t delay, const Consume& consume) {
     const std::int64_t now = NowNanoseconds();
     if (IsHeld(now)) {
         consume(nullptr, frames);
-        return clock.Idle(frames, now);
+        return clock.Idle(frames, std::min(delay, LongestDelay(frames)), now);
     }
-    writes.load(std::memory_order_acquire);
-    for (std::uint32_t rest = frames; rest > 0;) {
-        const std::uint32_t piece = std::min(rest, shape.frames - next);
-        consume(samples.get() + std::size_t{next} * shape.channels, piece);
-        next = (next + piece) % shape.frames;
-        rest -= piece;
+    const std::uint32_t ready = Ready(frames);
+    std::uint32_t faded = ready > 0 && std::exchange(isMuted, false) ? std::min(ready, fadeFrames) : 0;
+    if (faded > 0) {
+        consume(FadeIn(faded), faded);
+        Skip(faded);
     }
-    clock.HandOver(frames, now);
+    Pass(ready - faded, consume);
+    std::uint32_t missing = frames - ready;
+    while (missing > 0) {
+        const std::uint32_t piece = std::min(missing, fadeFrames);
+        consume(std::exchange(isMuted, true) ? Silence() : FadeOut(piece), piece);
+        Skip(piece);
+        missing -= piece;
+    }
+    clock.HandOver(frames, std::min(delay, LongestDelay(frames)), now);
+}
+
+template <typename Consume>
+void FedBuffer::Pass(std::uint32_t frames, const Consume& consume) {
+    while (frames > 0) {
+        const auto start = static_cast<std::uint32_t>(next % shape.frames);
+        const std::uint32_t piece = std::min(frames, shape.frames - start);
+        consume(samples.get() + std::size_t{start} * shape.channels, piece);
+        Skip(piece);
+        frames -= piece;
+    }
 }
 
 }  // namespace platform

@@ -1,37 +1,42 @@
 #include "platform/playclock.h"
 
 #include <algorithm>
+#include <cmath>
+#include <utility>
 
 namespace platform {
 namespace {
 
-// The part of the way to the start of the chunk just taken that the cursor is moved at once. An output that
-// is faster than the clock pulls the cursor along by that; one that is slower holds it up at what was handed
-// over.
+// The part of the way to what the output says that the cursor is moved at once. An output that is faster than
+// the clock pulls the cursor along by that; one that is slower holds it up at what was handed over.
 constexpr double pull = 1.0 / 8;
+constexpr double longestPull = 0.1;  // s; from further away it jumps, for the sound went another way
 
-// A chunk longer than usual is forgotten over some hundreds of chunks.
+// A longer reach than usual is forgotten over some hundreds of chunks.
 std::uint32_t Longest(std::uint32_t before, std::uint32_t now) {
     return std::max(now, before - before / 256);
 }
 
 }  // namespace
 
-void PlayClock::Begin(std::int64_t position, std::uint32_t chunk, std::int64_t now) {
-    Publish({.play = static_cast<double>(position), .handed = position, .chunk = chunk}, now);
+void PlayClock::Begin(std::int64_t position, std::uint32_t reach, std::int64_t now) {
+    isFresh = true;
+    Publish({.play = static_cast<double>(position), .handed = position, .reach = reach}, now);
 }
 
-void PlayClock::HandOver(std::uint32_t frames, std::int64_t now) {
+void PlayClock::HandOver(std::uint32_t frames, std::uint32_t delay, std::int64_t now) {
     Reading next = At(newest.load(std::memory_order_relaxed), now);
-    next.play += (static_cast<double>(next.handed) - next.play) * pull;
+    const double heard = static_cast<double>(next.handed) - delay;
+    const bool isFar = std::abs(heard - next.play) > longestPull * rate;
+    next.play += (heard - next.play) * (std::exchange(isFresh, false) || isFar ? 1 : pull);
     next.handed += frames;
-    next.chunk = Longest(next.chunk, frames);
+    next.reach = Longest(next.reach, frames + delay);
     Publish(next, now);
 }
 
-void PlayClock::Idle(std::uint32_t frames, std::int64_t now) {
+void PlayClock::Idle(std::uint32_t frames, std::uint32_t delay, std::int64_t now) {
     Reading next = At(newest.load(std::memory_order_relaxed), now);
-    next.chunk = Longest(next.chunk, frames);
+    next.reach = Longest(next.reach, frames + delay);
     Publish(next, now);
 }
 
@@ -49,7 +54,7 @@ PlayClock::Reading PlayClock::At(std::uint32_t number, std::int64_t now) const {
     const Mark& mark = marks[number % marks.size()];
     Reading reading{.play = mark.play.load(std::memory_order_acquire),
                     .handed = mark.handed.load(std::memory_order_acquire),
-                    .chunk = mark.chunk.load(std::memory_order_acquire),
+                    .reach = mark.reach.load(std::memory_order_acquire),
                     .count = number};
     const std::int64_t passed = std::max<std::int64_t>(now - mark.time.load(std::memory_order_acquire), 0);
     reading.play = std::min(reading.play + static_cast<double>(passed) * rate / 1e9,
@@ -63,7 +68,7 @@ void PlayClock::Publish(const Reading& reading, std::int64_t now) {
     mark.handed.store(reading.handed, std::memory_order_release);
     mark.play.store(reading.play, std::memory_order_release);
     mark.time.store(now, std::memory_order_release);
-    mark.chunk.store(reading.chunk, std::memory_order_release);
+    mark.reach.store(reading.reach, std::memory_order_release);
     newest.store(number, std::memory_order_release);
 }
 

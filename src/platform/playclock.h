@@ -1,11 +1,12 @@
 #pragma once
 
-// The position of the play cursor of an output that takes frames in chunks. Between two chunks the cursor
-// moves at the rate of the output, by the monotonic clock, and never beyond what was handed over:
+// What is heard of an output that takes frames in chunks and plays them after a delay, as a sound server
+// does. Between two chunks the cursor moves at the rate of the output, by the monotonic clock, and never
+// beyond what was handed over:
 //
-//     frames       ┌────────── handed over            write cursor: handed over and the longest chunk of
-//              ┌───┘      ╱                           late, since the next may be taken at any moment
-//          ┌───┘      ╱  ← play cursor
+//     frames       ┌────────── handed over            reach: how far ahead of what is heard the output has
+//              ┌───┘      ╱                           taken frames of late, just after it took some
+//          ┌───┘      ╱  ← heard, late by the output's delay
 //      ────┘      ╱
 //
 // The thread that takes the chunks calls HandOver and Idle, another one Read; both run without a lock.
@@ -19,22 +20,22 @@ namespace platform {
 class PlayClock {
 public:
     struct Reading {
-        double play = 0;          ///< frames
+        double play = 0;          ///< frames; what is heard, before the start while nothing is yet
         std::int64_t handed = 0;  ///< frames
-        std::uint32_t chunk = 0;  ///< frames, the longest of the last while
+        std::uint32_t reach = 0;  ///< frames, the longest of the last while
         std::uint32_t count = 0;  ///< of chunks and idle turns; another one each time that the output asks
     };
 
     /// `rate` in Hz.
     explicit PlayClock(std::uint32_t rate) : rate(rate) {}
 
-    /// All cursors are at `position` (frames); `chunk` is the length that the output is expected to take at
-    /// most. While nobody takes chunks. `now` is of the monotonic clock (ns), as below.
-    void Begin(std::int64_t position, std::uint32_t chunk, std::int64_t now);
-    /// The output has taken `frames` more.
-    void HandOver(std::uint32_t frames, std::int64_t now);
+    /// All cursors are at `position` (frames); `reach` is what is expected. While nobody takes chunks. `now`
+    /// is of the monotonic clock (ns), as below.
+    void Begin(std::int64_t position, std::uint32_t reach, std::int64_t now);
+    /// The output has taken `frames` more, of which the first will be heard `delay` frames from now.
+    void HandOver(std::uint32_t frames, std::uint32_t delay, std::int64_t now);
     /// The output has asked for `frames` and was given none.
-    void Idle(std::uint32_t frames, std::int64_t now);
+    void Idle(std::uint32_t frames, std::uint32_t delay, std::int64_t now);
     Reading Read(std::int64_t now) const;
 
 private:
@@ -42,7 +43,7 @@ private:
         std::atomic<std::int64_t> handed{0};
         std::atomic<double> play{0};
         std::atomic<std::int64_t> time{0};
-        std::atomic<std::uint32_t> chunk{0};
+        std::atomic<std::uint32_t> reach{0};
     };
 
     Reading At(std::uint32_t number, std::int64_t now) const;
@@ -51,6 +52,7 @@ private:
     const std::uint32_t rate;
     std::array<Mark, 8> marks;             // the last ones, by number
     std::atomic<std::uint32_t> newest{0};  // number of the last one that is complete
+    bool isFresh = true;                   // nothing has been handed over since Begin
 };
 
 }  // namespace platform

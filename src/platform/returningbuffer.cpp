@@ -19,7 +19,7 @@ constexpr std::int64_t longestPause = 5'000'000'000;  // ns between two later on
 
 }  // namespace
 
-void StreamOutlet::Fill(float* output, std::uint32_t frames) {
+void StreamOutlet::Fill(float* output, std::uint32_t frames, std::uint32_t delay) {
     if (!hasRaisedThread) RaiseSoundThread();
     hasRaisedThread = true;
     const auto write = [&](const std::int32_t* samples, std::uint32_t count) {
@@ -34,7 +34,7 @@ void StreamOutlet::Fill(float* output, std::uint32_t frames) {
     };
     if (isBusy.test_and_set(std::memory_order_acquire)) return write(nullptr, frames);
     if (ring != nullptr)
-        ring->Take(frames, write);
+        ring->Take(frames, delay, write);
     else
         write(nullptr, frames);
     isBusy.clear(std::memory_order_release);
@@ -110,8 +110,8 @@ private:
     std::atomic<bool> isOver{false};
 };
 
-ReturningBuffer::ReturningBuffer(const RingShape& shape, std::uint32_t chunk, Opener reopen, slib::Log* log)
-    : FedBuffer(shape, chunk), reopen(std::move(reopen)), log(log) {}
+ReturningBuffer::ReturningBuffer(const RingShape& shape, std::uint32_t reach, Opener reopen, slib::Log* log)
+    : FedBuffer(shape, reach), reopen(std::move(reopen)), log(log) {}
 
 ReturningBuffer::~ReturningBuffer() = default;
 
@@ -195,7 +195,7 @@ void ReturningBuffer::TakeByClock(std::int64_t now) {
     const std::int64_t due = FramesIn(now - lossTime, shape.rate) - taken;
     if (due <= 0) return;
     // More than a ring at once can only follow a time in which the process stood still.
-    Take(static_cast<std::uint32_t>(std::min<std::int64_t>(due, shape.frames)),
+    Take(static_cast<std::uint32_t>(std::min<std::int64_t>(due, shape.frames)), 0,
          [](const std::int32_t*, std::uint32_t) {});
     taken += due;
 }

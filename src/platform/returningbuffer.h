@@ -28,8 +28,9 @@ public:
     StreamOutlet(const StreamOutlet&) = delete;
     StreamOutlet& operator=(const StreamOutlet&) = delete;
 
-    /// Writes the next `frames` frames, interleaved, full scale 1; silence while it is connected to no ring.
-    void Fill(float* output, std::uint32_t frames);
+    /// Writes the next `frames` frames, interleaved, full scale 1, of which the first will be heard `delay`
+    /// frames from now; silence while it is connected to no ring.
+    void Fill(float* output, std::uint32_t frames, std::uint32_t delay);
     /// The stream has ended by itself. Any thread.
     void NoteLoss();
 
@@ -66,9 +67,9 @@ public:
     /// may wait for a server. What it throws counts as null.
     using Opener = std::function<std::unique_ptr<OutputStream>(StreamOutlet&)>;
 
-    /// `chunk` as of FedBuffer. `log` is borrowed, outlives the buffer, and gets a line when the output goes
+    /// `reach` as of FedBuffer. `log` is borrowed, outlives the buffer, and gets a line when the output goes
     /// away and when it comes back.
-    ReturningBuffer(const RingShape& shape, std::uint32_t chunk, Opener reopen, slib::Log* log);
+    ReturningBuffer(const RingShape& shape, std::uint32_t reach, Opener reopen, slib::Log* log);
 
     /// Opens the first stream by `open`, which returns why it made none. Before the first Play; without this
     /// the buffer begins as one whose output went away.

@@ -8,7 +8,7 @@
 namespace platform {
 namespace {
 
-constexpr int wantedLevel = 11;  // just above the threads that fill the rings
+constexpr int wantedLevel = 4;  // just above the threads that fill the rings, below the sound server's
 constexpr int niceLevel = -15;
 
 // 0 is the calling thread, here and below.

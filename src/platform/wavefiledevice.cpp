@@ -84,7 +84,7 @@ private:
     void TakeTurn(std::uint32_t frames) {
         if (file && (file->IsFull(frames) || file->IsLost())) OpenNext();
         bool isFine = file != nullptr;
-        Take(frames, [&](const std::int32_t* taken, std::uint32_t count) {
+        Take(frames, 0, [&](const std::int32_t* taken, std::uint32_t count) {
             if (taken != nullptr) isFine = isFine && file->Write(taken, count);
         });
         if (!isFine) Fail(DSERR_GENERIC);

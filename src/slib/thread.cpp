@@ -84,11 +84,12 @@ void KeepFromChildren() {
         sched_setscheduler(0, policy | SCHED_RESET_ON_FORK, &parameters);
 }
 
-// The lowest tenth of the real-time range: above everything that isn't real-time, below the kernel's own
-// interrupt threads. A user who may have less than that gets what he may have.
+// Above everything that isn't real-time, below sound servers (5 and more), whose threads play other programs'
+// sound as well, and below our own thread that fills their buffers (platform::RaiseSoundThread). A user who
+// may have less than that gets what he may have.
 bool TakeRealTimeClass() {
+    constexpr int wanted = 3;
     const int lowest = sched_get_priority_min(SCHED_RR);
-    const int wanted = lowest + (sched_get_priority_max(SCHED_RR) - lowest) / 10;
     if (TakeRealTimeLevel(wanted)) return true;
     rlimit limit{};
     if (getrlimit(RLIMIT_RTPRIO, &limit) != 0 || limit.rlim_cur >= static_cast<rlim_t>(wanted)) return false;

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cmath>
@@ -41,7 +42,7 @@ public:
                         outlet.NoteLoss();
                         break;
                     }
-                    outlet.Fill(frames.data(), chunk);
+                    outlet.Fill(frames.data(), chunk, 0);
                     server.heard.insert(server.heard.end(), frames.begin(), frames.end());
                 }
             });
@@ -145,6 +146,29 @@ TEST_F(Returning, OutputThatTakesNothingForTwoSeconds_IsGivenUp) {
     server.isHanging = false;
     Play(1000ms);
     ExpectRamp(HeardFrames(), 1);
+}
+
+// A writer that is held up: not the ring's old sound again, and no click.
+TEST_F(Returning, WhatTheWriterIsLateWith_IsSilenceWithFades) {
+    Play(200ms);
+    std::this_thread::sleep_for(500ms);  // more than two rings
+    Play(200ms);
+    EXPECT_EQ(buffer->Stop(), DS_OK);
+    const auto first = std::find_if(server.heard.begin(), server.heard.end(), [](float v) { return v != 0; });
+    ASSERT_NE(first, server.heard.end());
+    const auto begin = static_cast<std::size_t>(first - server.heard.begin());
+    std::size_t silent = 0;
+    double greatestRise = 0, steepestFall = 0, greatest = 0;
+    for (std::size_t i = begin + 2; i < server.heard.size(); i += 2) {
+        silent += server.heard[i] == 0;
+        const double step = server.heard[i] - server.heard[i - 2];
+        greatest = std::max(greatest, double{server.heard[i]});
+        greatestRise = std::max(greatestRise, step);
+        steepestFall = std::min(steepestFall, step);
+    }
+    EXPECT_GT(silent, 0.3 * Ramp::rate);
+    EXPECT_LT(greatestRise, greatest / 16);
+    EXPECT_GT(steepestFall, -greatest / 16);
 }
 
 TEST_F(Returning, OutputThatDoesNotStart_CountsAsOneThatWentAway) {

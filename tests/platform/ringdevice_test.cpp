@@ -108,28 +108,36 @@ TEST(WaveFileDevice, PathThatCanNotBeWritten_IsRefusedWithItsReason) {
               "E:The sound can't be written to the file '/nowhere/a.wav': No such file or directory");
 }
 
-// An output that is faster or slower than the clock, and late by up to a chunk.
-class PlayClockAtAPace : public testing::TestWithParam<double> {};
-INSTANTIATE_TEST_SUITE_P(Paces, PlayClockAtAPace, testing::Values(0.97, 1.0, 1.03));
+// An output that is faster or slower than the clock, late by up to a chunk, and heard after a delay.
+class PlayClockAtAPace : public testing::TestWithParam<std::tuple<double, std::uint32_t>> {};
+INSTANTIATE_TEST_SUITE_P(Paces, PlayClockAtAPace,
+                         testing::Combine(testing::Values(0.97, 1.0, 1.03), testing::Values(0, 2000)));
 
-TEST_P(PlayClockAtAPace, Cursor_StaysCloseBehindWhatWasHandedOver) {
+TEST_P(PlayClockAtAPace, Cursor_StaysCloseToWhatIsHeard) {
     constexpr std::uint32_t chunk = 480;
+    const auto& [pace, delay] = GetParam();
+    const double framesPerNanosecond = rate * pace / 1e9;
     PlayClock clock(rate);
     clock.Begin(0, chunk, 0);
-    double play = 0;
+    double play = -1.0 * delay;
     std::int64_t time = 0;
     for (int turn = 0; turn < 3000; ++turn) {
-        const auto due = static_cast<std::int64_t>((turn + std::fmod(turn * 0.618, 1.0)) * 1e9 * chunk /
-                                                   rate / GetParam());
+        const double late = std::fmod(turn * 0.618, 1.0) * chunk;
+        const auto due = static_cast<std::int64_t>((turn * chunk + late) / framesPerNanosecond);
         for (; time < due; time += 700'000) {
             const PlayClock::Reading reading = clock.Read(time);
             ASSERT_LE(reading.play, static_cast<double>(reading.handed));
-            ASSERT_GE(reading.play, play);
-            ASSERT_LE(reading.play - play, 0.0007 * rate + 2 * chunk / 8.0);  // no jump
-            ASSERT_GE(reading.play, static_cast<double>(reading.handed) - 2.5 * chunk);
+            // No jump, and none back where nothing tells the delay.
+            ASSERT_GE(reading.play, play - (delay == 0 || turn == 0 ? 0 : chunk / 8.0));
+            ASSERT_LE(reading.play - play, (turn < 2 ? delay : 0) + 0.0007 * rate + 2 * chunk / 8.0);
+            ASSERT_GE(reading.play, static_cast<double>(reading.handed) - delay - 2.5 * chunk);
+            const double heard = static_cast<double>(time) * framesPerNanosecond - delay;
+            ASSERT_LT(std::abs(reading.play - heard),
+                      delay > 0 && turn > 100 ? chunk / 2 : delay + 2.5 * chunk);
             play = reading.play;
         }
-        clock.HandOver(chunk, due);
+        clock.HandOver(chunk, delay == 0 ? 0 : delay - static_cast<std::uint32_t>(late), due);
+        if (turn == 0) play = -1.0 * delay;
     }
 }
 

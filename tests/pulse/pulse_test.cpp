@@ -12,8 +12,10 @@
 #include <cmath>
 #include <complex>
 #include <cstdlib>
+#include <fstream>
 #include <functional>
 #include <numbers>
+#include <optional>
 #include <string>
 #include <thread>
 #include <utility>
@@ -113,6 +115,17 @@ public:
         Play(0, std::chrono::seconds(seconds));
         for (const auto& [channel, azimuth] : speakers.azimuths)
             Play(azimuth, 300ms);
+    }
+
+    // More sources than any machine renders in time.
+    void Overload() const {
+        std::vector<ALuint> sources(20000);
+        alGenSources(static_cast<ALsizei>(sources.size()), sources.data());
+        for (const ALuint each : sources) {
+            alSourcei(each, AL_BUFFER, static_cast<ALint>(buffer));
+            alSourcei(each, AL_LOOPING, AL_TRUE);
+            alSourcePlay(each);
+        }
     }
 
     ALCcontext* context = alcCreateContext(alcOpenDevice(nullptr), nullptr);
@@ -277,6 +290,42 @@ TEST_F(OnASoundServer, AChangedSetting_InterruptsTheSoundForLessThanASecond) {
     ASSERT_GE(sounds.size(), 2U) << Log();
     for (std::size_t i = 1; i < sounds.size(); ++i)
         EXPECT_LT(sounds[i].first - sounds[i - 1].second, std::size_t{rate});
+}
+
+// First starts measure the machine, and a scene of thousands of sources is more than it can render.
+TEST_F(OnASoundServer, AnotherProgramsTone_KeepsWholeBesideFirstStartsAndAnOverload) {
+    const Program server = StartServer(stereo);
+    const std::string file = store.folder.path / "tone";
+    {
+        std::vector<float> tone;
+        for (int i = 0; i < 12 * rate; ++i)
+            for (int channel = 0; channel < 2; ++channel)
+                tone.push_back(0.5F * static_cast<float>(std::sin(2 * std::numbers::pi * 441 * i / rate)));
+        std::ofstream(file, std::ios::binary)
+            .write(reinterpret_cast<const char*>(tone.data()), std::ssize(tone) * 4);
+    }
+    std::optional<Program> player;
+    const Recording heard = Record(
+        stereo,
+        [&] {
+            player.emplace(
+                "exec pacat --device=other --format=float32le --rate=48000 --channels=2 --raw "
+                "--latency-msec=100 " +
+                file + " 2> /dev/null");
+            std::this_thread::sleep_for(1s);
+            for (int i = 0; i < 2; ++i) {
+                testing_support::Configure("reset");
+                EXPECT_NE(Game().context, nullptr);
+            }
+            const Game game;
+            game.Overload();
+            std::this_thread::sleep_for(3s);
+        },
+        "other");
+    const auto sounds = SoundsOf(heard);
+    ASSERT_EQ(sounds.size(), 1U);
+    ExpectWholeTone(heard, sounds[0], 5);
+    EXPECT_NE(Log().find("This machine can't keep up"), std::string::npos) << Log();
 }
 
 // The user sends a running game to the other output.

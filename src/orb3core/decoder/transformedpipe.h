@@ -43,6 +43,10 @@ public:
     /// Writes enough blocks of silence to play the transform's tail. Allocates.
     virtual void flush();
 
+    /// Waits, in the caller's thread, until the output has room for a block, so that the next one can be made
+    /// as late as possible. A decoder with a thread of its own doesn't. Throws what the pipe throws.
+    virtual void AwaitRoom() SLIB_NONBLOCKING {}
+
     /// Whether a thread of the decoder's own, if it has one, may go before all that isn't real-time, as it
     /// does at first. Any thread; takes effect with a later block.
     virtual void SetUrgent(bool isUrgent) SLIB_NONBLOCKING { static_cast<void>(isUrgent); }

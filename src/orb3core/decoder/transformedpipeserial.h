@@ -22,6 +22,9 @@ public:
     void writeBus(const hcml::ac::Bus& bus, std::span<const DirectFeed> feeds) SLIB_NONBLOCKING override;
     void writeInterleaved(const hcml::GenericMatrix<float, 1>& block,
                           std::span<const DirectFeed> feeds) SLIB_NONBLOCKING override;
+    void AwaitRoom() SLIB_NONBLOCKING override {
+        if (started) pipe->AwaitRoom(pipeBlocksPerBlock);
+    }
 
 private:
     void MixFeeds(std::span<const DirectFeed> feeds);
