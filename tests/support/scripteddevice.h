@@ -67,7 +67,7 @@ public:
     }
     Result Do(const char* operation) {
         ++calls[operation];
-        return failures.count(operation) == 0 ? platform::DS_OK : failures[operation];
+        return failures.contains(operation) ? failures[operation] : platform::DS_OK;
     }
 
     Result DirectSoundEnumerateA(const platform::DeviceCallback& callback) override {
