@@ -136,11 +136,11 @@ public:
         Library().destroyStream(stream);
     }
 
-    Result Open(cubeb_devid device, const RingShape& shape) {
+    Result Open(cubeb_devid device, const RingShape& shape, std::uint32_t latency) {
         cubeb_stream_params parameters = StreamParameters(shape);
         const int code =
             Library().initStream(context->handle, &stream, "Output", nullptr, nullptr, device, &parameters,
-                                 Latency(*context, shape), &CubebStream::OnData, &CubebStream::OnState, this);
+                                 latency, &CubebStream::OnData, &CubebStream::OnState, this);
         if (code != CUBEB_OK) stream = nullptr;
         return ToResult(code);
     }
@@ -205,7 +205,7 @@ std::shared_ptr<Context> MakeContextNow() {
 
 // A stream on a connection of its own, to the output that has this identifier, empty for the default one.
 std::unique_ptr<OutputStream> OpenAnew(const std::string& identifier, const RingShape& shape,
-                                       StreamOutlet& outlet) {
+                                       StreamOutlet& outlet, std::uint32_t latency) {
     const std::shared_ptr<Context> context = MakeContextNow();
     if (!context) return nullptr;
     const Devices devices = ListDevices(*context);
@@ -214,7 +214,7 @@ std::unique_ptr<OutputStream> OpenAnew(const std::string& identifier, const Ring
     });
     if (device == devices.end()) return nullptr;
     auto stream = std::make_unique<CubebStream>(outlet, context);
-    if (stream->Open(identifier.empty() ? nullptr : device->handle, shape) != DS_OK) return nullptr;
+    if (stream->Open(identifier.empty() ? nullptr : device->handle, shape, latency) != DS_OK) return nullptr;
     return stream;
 }
 
@@ -239,12 +239,15 @@ protected:
         const auto made = std::make_shared<Made>();
         const bool isOver = CallBounded(
             [made, shape, context = context, device = device, identifier = identifier, log = log] {
+                const std::uint32_t latency = context ? Latency(*context, shape) : ShortestLatency(shape);
                 auto* const opened = new ReturningBuffer(
-                    shape, context ? Latency(*context, shape) : ShortestLatency(shape),
-                    [identifier, shape](StreamOutlet& outlet) { return OpenAnew(identifier, shape, outlet); },
+                    shape, latency,
+                    [identifier, shape](StreamOutlet& outlet, std::uint32_t wanted) {
+                        return OpenAnew(identifier, shape, outlet, wanted);
+                    },
                     log);
                 made->buffer.reset(opened);
-                made->result = context ? OpenFirst(*opened, context, device, shape) : DS_OK;
+                made->result = context ? OpenFirst(*opened, context, device, shape, latency) : DS_OK;
             });
         if (!isOver) return DSERR_NODRIVER;
         if (made->result == DS_OK) buffer = std::move(made->buffer);
@@ -253,10 +256,10 @@ protected:
 
 private:
     static Result OpenFirst(ReturningBuffer& buffer, const std::shared_ptr<Context>& context,
-                            cubeb_devid device, const RingShape& shape) {
+                            cubeb_devid device, const RingShape& shape, std::uint32_t latency) {
         return buffer.Open([&](StreamOutlet& outlet, std::unique_ptr<OutputStream>& stream) {
             auto opened = std::make_unique<CubebStream>(outlet, context);
-            const Result result = opened->Open(device, shape);
+            const Result result = opened->Open(device, shape, latency);
             stream = std::move(opened);
             return result;
         });

@@ -1,6 +1,7 @@
 #include "platform/fedbuffer.h"
 
 #include <cmath>
+#include <utility>
 
 namespace platform {
 namespace {
@@ -26,7 +27,10 @@ Result FedBuffer::StartOutput() {
     const std::int64_t now = NowNanoseconds();
     next = lastPlay;
     isMuted = false;
-    writeEnd = -1;
+    mutedFrames = 0;
+    interruptions = {};
+    hasWritten = false;
+    writeEnd = lastPlay;
     written.store(lastPlay, std::memory_order_relaxed);
     clock.Begin(lastPlay, expectedReach, now);
     holdEnd = now + longestHold;
@@ -54,7 +58,10 @@ Result FedBuffer::ReadCursors(RingCursors& cursors) {
         // A writer that keeps a whole ring ahead writes up to one of its pieces beyond the cursor it sees:
         // that far the output must have taken the ring already.
         const auto heard = static_cast<std::int64_t>(std::floor(reading.play));
+        const std::int64_t before = lastPlay;
         lastPlay = std::max(lastPlay, std::min(heard, reading.handed - longestWrite));
+        // A reader of the cursor doesn't see whole rounds, and goes on a round further.
+        writeEnd += (lastPlay - before) / shape.frames * shape.frames;
         cursors.write = std::max(reading.handed, heard + reading.reach);
     }
     cursors.play = lastPlay;
@@ -70,17 +77,17 @@ bool FedBuffer::HasStalled(std::uint32_t count, std::int64_t now) {
 }
 
 // Writing goes on from where it began, so that what lies between the cursor and the end of a piece is
-// written. A writer that was held up goes on behind the cursor, at most a ring: it takes a whole one for
-// none.
+// written. A writer that was held up goes on behind the cursor, at most a round.
 void FedBuffer::NoteWritten(std::uint32_t offset, std::uint32_t frames) {
     longestWrite = std::max<std::int64_t>(longestWrite, frames);
-    if (writeEnd < 0 || writeEnd % shape.frames != offset) {
+    if (!hasWritten || writeEnd % shape.frames != offset) {
         const auto start = static_cast<std::uint32_t>(lastPlay % shape.frames);
         writeEnd = lastPlay + (offset + shape.frames - start) % shape.frames;
     }
+    hasWritten = true;
     writeEnd += frames;
     const PlayClock::Reading reading = clock.Read(lastLook);
-    while (writeEnd + shape.frames <= lastPlay)
+    while (writeEnd + shape.frames < lastPlay)
         writeEnd += shape.frames;
     written.store(writeEnd, std::memory_order_release);
     if (isHeld.load(std::memory_order_relaxed) && writeEnd - lastPlay >= reading.reach + longestWrite)
@@ -95,6 +102,11 @@ std::uint32_t FedBuffer::Ready(std::uint32_t frames) const {
 
 void FedBuffer::Skip(std::uint32_t frames) {
     next += frames;
+}
+
+void FedBuffer::NoteInterruption() {
+    ++interruptions.count;
+    interruptions.longest = std::max(interruptions.longest, std::exchange(mutedFrames, 0));
 }
 
 // The next frames, not more than fadeFrames.

@@ -48,6 +48,14 @@ protected:
     /// Starts and ends the calls of Take.
     [[nodiscard]] virtual Result StartTaking() = 0;
     virtual Result StopTaking() = 0;
+    /// What the application was late with since the start, where sound came after it.
+    struct Interruptions {
+        std::uint32_t count = 0;
+        std::uint32_t longest = 0;  ///< frames
+    };
+    /// While nobody takes frames.
+    const Interruptions& Lateness() const { return interruptions; }
+
     /// The output has taken nothing for two seconds. Application's thread; the result is what its call gets.
     virtual Result NoteStall() { return DSERR_BUFFERLOST; }
 
@@ -56,6 +64,7 @@ private:
 
     template <typename Consume>
     void Pass(std::uint32_t frames, const Consume& consume);
+    void NoteInterruption();
     const std::int32_t* FadeIn(std::uint32_t frames);
     const std::int32_t* FadeOut(std::uint32_t frames);
     const std::int32_t* Silence();
@@ -75,12 +84,15 @@ private:
     // Output's thread; between a stop and a start the application's.
     std::int64_t next = 0;  // frame
     bool isMuted = false;   // the last frame was silence, for want of another
+    std::uint32_t mutedFrames = 0;
+    Interruptions interruptions;
     std::vector<std::int32_t> fade;
 
     // Application's thread.
     std::int64_t lastPlay = 0;      // frames
     std::int64_t longestWrite = 0;  // frames
-    std::int64_t writeEnd = -1;     // frames; -1: nothing since the start
+    std::int64_t writeEnd = 0;      // frames
+    bool hasWritten = false;        // since the start
     std::uint32_t lastCount = 0;    // of the clock's readings
     std::int64_t lastLook = 0;      // nanoseconds
     std::int64_t waited = 0;        // nanoseconds since lastCount changed
@@ -96,11 +108,13 @@ void FedBuffer::Take(std::uint32_t frames, std::uint32_t delay, const Consume& c
     const std::uint32_t ready = Ready(frames);
     std::uint32_t faded = ready > 0 && std::exchange(isMuted, false) ? std::min(ready, fadeFrames) : 0;
     if (faded > 0) {
+        NoteInterruption();
         consume(FadeIn(faded), faded);
         Skip(faded);
     }
     Pass(ready - faded, consume);
     std::uint32_t missing = frames - ready;
+    mutedFrames += missing;
     while (missing > 0) {
         const std::uint32_t piece = std::min(missing, fadeFrames);
         consume(std::exchange(isMuted, true) ? Silence() : FadeOut(piece), piece);

@@ -22,6 +22,7 @@ constexpr std::int64_t longestPause = 5'000'000'000;  // ns between two later on
 void StreamOutlet::Fill(float* output, std::uint32_t frames, std::uint32_t delay) {
     if (!hasRaisedThread) RaiseSoundThread();
     hasRaisedThread = true;
+    NoteRequest(frames);
     const auto write = [&](const std::int32_t* samples, std::uint32_t count) {
         const std::size_t size = std::size_t{count} * channels;
         constexpr float scale = 1.0F / 2147483648.0F;
@@ -38,6 +39,22 @@ void StreamOutlet::Fill(float* output, std::uint32_t frames, std::uint32_t delay
     else
         write(nullptr, frames);
     isBusy.clear(std::memory_order_release);
+}
+
+// A request for most of the buffer finds it nearly empty, and the next one may come too late.
+void StreamOutlet::NoteRequest(std::uint32_t frames) {
+    constexpr std::uint32_t mostLate = 3;       // in a window
+    constexpr std::uint32_t windowSeconds = 5;  // and half a second to begin with
+    windowFrames += frames;
+    if (hasSettled && frames > capacity / 4 * 3) {
+        ++lateRequests;
+        nearlyEmpty.fetch_add(1, std::memory_order_relaxed);
+    }
+    if (lateRequests == mostLate && !isTooSmall.exchange(true, std::memory_order_relaxed))
+        keeperSignal.Post();
+    if (windowFrames < (hasSettled ? rate * windowSeconds : rate / 2)) return;
+    hasSettled = true;
+    windowFrames = lateRequests = 0;
 }
 
 void StreamOutlet::NoteLoss() {
@@ -98,7 +115,7 @@ private:
         lost.stream.reset();  // before its outlet
         try {
             Feed feed = buffer.MakeFeed();
-            feed.stream = buffer.reopen(*feed.outlet);
+            feed.stream = buffer.reopen(*feed.outlet, feed.outlet->capacity);
             if (feed.stream && feed.stream->Start() == DS_OK) found = std::move(feed);
         } catch (const std::exception&) {  // the next one may fare better
         }
@@ -110,8 +127,13 @@ private:
     std::atomic<bool> isOver{false};
 };
 
-ReturningBuffer::ReturningBuffer(const RingShape& shape, std::uint32_t reach, Opener reopen, slib::Log* log)
-    : FedBuffer(shape, reach), reopen(std::move(reopen)), log(log) {}
+ReturningBuffer::ReturningBuffer(const RingShape& shape, std::uint32_t capacity, Opener reopen,
+                                 slib::Log* log)
+    : FedBuffer(shape, capacity),
+      reopen(std::move(reopen)),
+      log(log),
+      firstCapacity(capacity),
+      capacity(capacity) {}
 
 ReturningBuffer::~ReturningBuffer() = default;
 
@@ -121,7 +143,7 @@ void ReturningBuffer::Release() {
 
 ReturningBuffer::Feed ReturningBuffer::MakeFeed() {
     Feed made;
-    made.outlet = std::make_unique<StreamOutlet>(shape.channels, signal);
+    made.outlet = std::make_unique<StreamOutlet>(shape, capacity, signal);
     return made;
 }
 
@@ -151,10 +173,24 @@ Result ReturningBuffer::StartTaking() {
 
 Result ReturningBuffer::StopTaking() {
     keeper.reset();
-    if (!feed.stream) return DS_OK;
-    const Result result = CallOnStream(&OutputStream::Stop);
+    Result result = DS_OK;
+    if (feed.stream) result = CallOnStream(&OutputStream::Stop);
     if (result == DSERR_BUFFERLOST) Fail(result);
+    if (result == DS_OK) ReportLateness();
     return result;
+}
+
+void ReturningBuffer::ReportLateness() {
+    nearlyEmptyCount += feed.outlet ? feed.outlet->nearlyEmpty.exchange(0) : 0;
+    const Interruptions& late = Lateness();
+    if (late.count == 0 && nearlyEmptyCount == 0) return;
+    log->Write("The sound was interrupted " + std::to_string(late.count) + " times, for " +
+                   std::to_string(late.longest * 1000 / shape.rate) +
+                   " ms at most, and the sound server's buffer was nearly empty " +
+                   std::to_string(nearlyEmptyCount) +
+                   " times. Real-time rights or a greater SuggestedBufferCount prevent it.",
+               false);
+    nearlyEmptyCount = 0;
 }
 
 // A server that hangs may hang forever.
@@ -174,21 +210,45 @@ Result ReturningBuffer::CallOnStream(Result (OutputStream::*function)()) {
 
 // One turn of the keeper.
 void ReturningBuffer::Keep() {
-    if (feed.stream && !feed.outlet->IsLost() && !hasStalled.exchange(false)) return;
+    const bool isStalled = hasStalled.exchange(false);
+    if (feed.stream && (isStalled || feed.outlet->IsLost()))
+        Lose();
+    else if (feed.stream && feed.outlet->IsTooSmall())
+        Replace();
+    if (feed.stream) return;
     const std::int64_t now = NowNanoseconds();
-    if (feed.stream) Lose();
     TakeByClock(now);
     Seek(now);
 }
 
 void ReturningBuffer::Lose() {
+    capacity = firstCapacity;
+    isBeingReplaced = false;
+    Leave();
+    log->Write("The sound output went away: the sound isn't heard until it is back.", true);
+}
+
+// By one with half as much again, up to an eighth of a second.
+void ReturningBuffer::Replace() {
+    const std::uint32_t longest = shape.rate / 8;
+    feed.outlet->isTooSmall = false;
+    if (capacity >= longest) return;
+    capacity = std::min(capacity + capacity / 2, longest);
+    isBeingReplaced = true;
+    Leave();
+    log->Write("The sound server's buffer was nearly empty time and again, so it is now " +
+                   std::to_string(capacity * 1000 / shape.rate) + " ms long.",
+               false);
+}
+
+void ReturningBuffer::Leave() {
     feed.outlet->Connect(nullptr);
+    nearlyEmptyCount += feed.outlet->nearlyEmpty;
     lossTime = nextAttempt = NowNanoseconds();
     taken = 0;
     attemptPause = firstPause;
     attempt = std::make_unique<Attempt>(std::move(feed), *this);
     feed = {};
-    log->Write("The sound output went away: the sound isn't heard until it is back.", true);
 }
 
 void ReturningBuffer::TakeByClock(std::int64_t now) {
@@ -212,7 +272,7 @@ void ReturningBuffer::Seek(std::int64_t now) {
     attemptPause = std::min(attemptPause * 3 / 2, longestPause);
     if (!found.stream) return;
     Adopt(std::move(found));
-    log->Write("The sound output is back.", false);
+    if (!std::exchange(isBeingReplaced, false)) log->Write("The sound output is back.", false);
 }
 
 }  // namespace platform

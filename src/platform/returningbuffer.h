@@ -22,9 +22,10 @@ class ReturningBuffer;
 /// The end that a stream takes frames from. The stream's thread calls, and never waits.
 class StreamOutlet {
 public:
-    /// `keeperSignal` is posted when the stream is lost, and outlives this object.
-    StreamOutlet(std::uint32_t channels, slib::Semaphore& keeperSignal)
-        : channels(channels), keeperSignal(keeperSignal) {}
+    /// `capacity` is the number of frames that the stream's buffer holds. `keeperSignal` is posted when the
+    /// stream is lost or its buffer too small, and outlives this object.
+    StreamOutlet(const RingShape& shape, std::uint32_t capacity, slib::Semaphore& keeperSignal)
+        : channels(shape.channels), rate(shape.rate), capacity(capacity), keeperSignal(keeperSignal) {}
     StreamOutlet(const StreamOutlet&) = delete;
     StreamOutlet& operator=(const StreamOutlet&) = delete;
 
@@ -39,13 +40,24 @@ private:
 
     void Connect(FedBuffer* newRing);  // null for none; no Fill reads the old one any more
     bool IsLost() const { return isLost.load(std::memory_order_relaxed); }
+    bool IsTooSmall() const { return isTooSmall.load(std::memory_order_relaxed); }
+    void NoteRequest(std::uint32_t frames);
 
     const std::uint32_t channels;
+    const std::uint32_t rate;  // Hz
+    const std::uint32_t capacity;
     slib::Semaphore& keeperSignal;
     std::atomic_flag isBusy;    // who has set it may use `ring`
     FedBuffer* ring = nullptr;  // borrowed
     std::atomic<bool> isLost{false};
-    bool hasRaisedThread = false;  // the stream's thread's
+    std::atomic<bool> isTooSmall{false};
+    std::atomic<std::uint32_t> nearlyEmpty{0};  // requests that found the buffer so
+
+    // The stream's thread's.
+    bool hasRaisedThread = false;
+    std::uint32_t lateRequests = 0;  // of this window of time
+    std::uint64_t windowFrames = 0;  // that were asked for in it
+    bool hasSettled = false;         // the first window, in which the buffer is filled, is over
 };
 
 /// What carries an outlet's frames to where they are heard, until it is destroyed.
@@ -63,13 +75,14 @@ public:
 
 class ReturningBuffer : public FedBuffer {
 public:
-    /// Makes a stream, not started, or null when there is no output. Called on threads of the buffer's own;
-    /// may wait for a server. What it throws counts as null.
-    using Opener = std::function<std::unique_ptr<OutputStream>(StreamOutlet&)>;
+    /// Makes a stream with a buffer of `capacity` frames, not started, or null when there is no output.
+    /// Called on threads of the buffer's own; may wait for a server. What it throws counts as null.
+    using Opener = std::function<std::unique_ptr<OutputStream>(StreamOutlet&, std::uint32_t capacity)>;
 
-    /// `reach` as of FedBuffer. `log` is borrowed, outlives the buffer, and gets a line when the output goes
-    /// away and when it comes back.
-    ReturningBuffer(const RingShape& shape, std::uint32_t reach, Opener reopen, slib::Log* log);
+    /// `capacity` is the number of frames that the first stream's buffer is to hold; one that is nearly empty
+    /// time and again is replaced by a larger one. `log` is borrowed, outlives the buffer, and gets a line
+    /// when the output goes away, when it comes back, and when its buffer is replaced.
+    ReturningBuffer(const RingShape& shape, std::uint32_t capacity, Opener reopen, slib::Log* log);
 
     /// Opens the first stream by `open`, which returns why it made none. Before the first Play; without this
     /// the buffer begins as one whose output went away.
@@ -98,6 +111,9 @@ private:
     Feed MakeFeed();
     void Keep();
     void Lose();
+    void Replace();
+    void Leave();
+    void ReportLateness();
     void TakeByClock(std::int64_t now);
     void Seek(std::int64_t now);
     void Adopt(Feed newFeed);
@@ -105,16 +121,20 @@ private:
 
     const Opener reopen;
     slib::Log* const log;
-    slib::Semaphore signal;  // wakes the keeper
+    const std::uint32_t firstCapacity;  // frames
+    slib::Semaphore signal;             // wakes the keeper
     std::atomic<bool> hasStalled{false};
 
     // The keeper's while it runs, else the application's thread's.
-    Feed feed;                         // without a stream while the output is away
-    std::unique_ptr<Attempt> attempt;  // null for none under way
-    std::int64_t lossTime = 0;         // ns
-    std::int64_t taken = 0;            // frames since then
-    std::int64_t nextAttempt = 0;      // ns
-    std::int64_t attemptPause = 0;     // ns
+    std::uint32_t capacity;              // frames, of the stream's buffer
+    std::uint32_t nearlyEmptyCount = 0;  // since the start, but for the present stream
+    bool isBeingReplaced = false;        // the stream; nobody is told
+    Feed feed;                           // without a stream while the output is away
+    std::unique_ptr<Attempt> attempt;    // null for none under way
+    std::int64_t lossTime = 0;           // ns
+    std::int64_t taken = 0;              // frames since then
+    std::int64_t nextAttempt = 0;        // ns
+    std::int64_t attemptPause = 0;       // ns
     std::unique_ptr<Keeper> keeper;
 };
 

@@ -36,14 +36,15 @@ public:
             if (server.isRefusing) return DSERR_GENERIC;
             isRunning = true;
             thread = std::thread([this] {
-                for (std::vector<float> frames(chunk * 2); isRunning; std::this_thread::sleep_for(10ms)) {
+                for (std::vector<float> frames(chunk * 8); isRunning; std::this_thread::sleep_for(10ms)) {
                     if (server.isHanging) continue;
                     if (server.isGone) {
                         outlet.NoteLoss();
                         break;
                     }
                     outlet.Fill(frames.data(), chunk, 0);
-                    server.heard.insert(server.heard.end(), frames.begin(), frames.end());
+                    if (server.isShort) outlet.Fill(frames.data(), chunk * 7 / 2, 0);
+                    server.heard.insert(server.heard.end(), frames.begin(), frames.begin() + chunk * 2);
                 }
             });
             return DS_OK;
@@ -67,7 +68,8 @@ public:
         return std::make_unique<Stream>(*this, outlet);
     }
 
-    std::atomic<bool> isGone{false}, isHanging{false}, isRefusing{false};
+    std::atomic<bool> isGone{false}, isHanging{false}, isRefusing{false}, isShort{false};
+    std::atomic<std::uint32_t> capacity{0};  // of the last stream, where it isn't the first
     std::atomic<int> questions{0};
     std::vector<float> heard;  // of one stream at a time
 };
@@ -97,7 +99,12 @@ protected:
     Server server;
     testing_support::RecordingLog log;
     ReturningBuffer* const ring = new ReturningBuffer(
-        shape, chunk, [this](StreamOutlet& outlet) { return server.Open(outlet); }, &log);
+        shape, 4 * chunk,
+        [this](StreamOutlet& outlet, std::uint32_t capacity) {
+            server.capacity = capacity;
+            return server.Open(outlet);
+        },
+        &log);
     SoundBufferPtr buffer{ring};
     Ramp ramp{*buffer};
 };
@@ -169,6 +176,18 @@ TEST_F(Returning, WhatTheWriterIsLateWith_IsSilenceWithFades) {
     EXPECT_GT(silent, 0.3 * Ramp::rate);
     EXPECT_LT(greatestRise, greatest / 16);
     EXPECT_GT(steepestFall, -greatest / 16);
+    EXPECT_TRUE(log.Lines().starts_with("I:The sound was interrupted 1 times, for ")) << log.Lines();
+}
+
+TEST_F(Returning, ABufferThatIsNearlyEmptyTimeAndAgain_IsReplacedByALargerOne) {
+    Play(700ms);
+    server.isShort = true;
+    Play(60ms);
+    server.isShort = false;
+    Play(400ms);
+    EXPECT_EQ(server.capacity, 6 * chunk);
+    EXPECT_EQ(log.Lines(),
+              "I:The sound server's buffer was nearly empty time and again, so it is now 60 ms long.");
 }
 
 TEST_F(Returning, OutputThatDoesNotStart_CountsAsOneThatWentAway) {
@@ -198,7 +217,7 @@ TEST_F(Returning, Release_WhileAnAttemptHangs_TakesTwoSecondsAtMost) {
     slib::Semaphore reached, goOn, gone;
     SoundBufferPtr hanging(new ReturningBuffer(
         shape, chunk,
-        [&](StreamOutlet&) -> std::unique_ptr<OutputStream> {
+        [&](StreamOutlet&, std::uint32_t) -> std::unique_ptr<OutputStream> {
             reached.Post();
             goOn.Wait();
             gone.Post();
