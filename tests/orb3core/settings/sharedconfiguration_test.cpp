@@ -83,6 +83,9 @@ TEST_F(SharedConfiguration, Peek_MeasuresNothingAndRepeatsNoError) {
 
 // What the system refuses for now: no descriptor is left at the reading.
 TEST_F(SharedConfiguration, UnreadableDocument_IsNotReplacedUntilWhatIsThereIsInForce) {
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "The check of objects' types needs descriptors of its own.";
+#endif
     orb3::WriteSpeakerConfiguration(unusualDocument);
     EXPECT_EQ(testing_support::RunInChild([&] {
                   rlimit before{};
