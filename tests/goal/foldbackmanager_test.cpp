@@ -52,6 +52,12 @@ protected:
         output.dialogue.resize(frames);
     }
 
+    // What the end tells has been told.
+    ~Foldback() override {
+        manager.reset();
+        Events();
+    }
+
     void StartFoldback(std::int32_t mode, std::uint32_t blockCount, std::uint32_t blockFrames,
                        FoldbackRequest::Callback callback = Tell) {
         ring.assign(std::size_t{blockCount} * blockFrames * 2, before);
