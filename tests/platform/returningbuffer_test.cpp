@@ -176,11 +176,11 @@ TEST_F(Returning, WhatTheWriterIsLateWith_IsSilenceWithFades) {
     EXPECT_GT(silent, 0.3 * Ramp::rate);
     EXPECT_LT(greatestRise, greatest / 16);
     EXPECT_GT(steepestFall, -greatest / 16);
-    EXPECT_TRUE(log.Lines().starts_with("I:The sound was interrupted 1 times, for ")) << log.Lines();
+    EXPECT_TRUE(log.Lines().starts_with("I:The sound was interrupted ")) << log.Lines();
 }
 
 TEST_F(Returning, ABufferThatIsNearlyEmptyTimeAndAgain_IsReplacedByALargerOne) {
-    Play(700ms);
+    Play(1500ms);
     server.isShort = true;
     Play(60ms);
     server.isShort = false;
