@@ -49,9 +49,9 @@ void StreamOutlet::NoteRequest(std::uint32_t frames) {
     if (hasSettled && frames > capacity / 4 * 3) {
         ++lateRequests;
         nearlyEmpty.fetch_add(1, std::memory_order_relaxed);
+        if (lateRequests == mostLate && !isTooSmall.exchange(true, std::memory_order_relaxed))
+            keeperSignal.Post();
     }
-    if (lateRequests == mostLate && !isTooSmall.exchange(true, std::memory_order_relaxed))
-        keeperSignal.Post();
     if (windowFrames < (hasSettled ? rate * windowSeconds : rate / 2)) return;
     hasSettled = true;
     windowFrames = lateRequests = 0;

@@ -83,10 +83,8 @@ TEST_F(SharedConfiguration, Peek_MeasuresNothingAndRepeatsNoError) {
 
 // What the system refuses for now: no descriptor is left at the reading.
 TEST_F(SharedConfiguration, UnreadableDocument_IsNotReplacedUntilWhatIsThereIsInForce) {
-#ifdef __SANITIZE_ADDRESS__
-    GTEST_SKIP() << "The check of objects' types needs descriptors of its own.";
-#endif
     orb3::WriteSpeakerConfiguration(unusualDocument);
+#ifndef __SANITIZE_ADDRESS__  // whose check of objects' types needs descriptors of its own
     EXPECT_EQ(testing_support::RunInChild([&] {
                   rlimit before{};
                   getrlimit(RLIMIT_NOFILE, &before);
@@ -98,6 +96,7 @@ TEST_F(SharedConfiguration, UnreadableDocument_IsNotReplacedUntilWhatIsThereIsIn
                   return isDefault && log.lines.starts_with("E:Configuration could not be read: ") ? 0 : 1;
               }),
               0);
+#endif
     EXPECT_EQ(orb3::ReadSpeakerConfiguration(), unusualDocument);
     std::filesystem::rename(folder.UserFile(), folder.UserFile().string() + ".away");
     std::filesystem::create_directory(folder.UserFile());
