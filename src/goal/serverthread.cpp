@@ -344,7 +344,7 @@ void ServerThread::SignalStart() {
 
 void ServerThread::RenderBlocks(Machine& run) {
     SetUrgent(run, true);
-    while (!IsLeaving() && !run.isTooMuch) {
+    while (!IsLeaving() && !run.isTooMuch && !NoteOutput(run)) {
         try {
             RenderBlock(run);
             NoteBlock(run);
@@ -353,6 +353,13 @@ void ServerThread::RenderBlocks(Machine& run) {
             LeaveBlockOut(run, exception);
         }
     }
+}
+
+// True when the output is to be opened anew.
+bool ServerThread::NoteOutput(const Machine& run) {
+    if (!run.outputSetUp.pipe->HasOutputChanged()) return false;
+    mainLog->Write("Restarting because the sound output has changed.", false);
+    return true;
 }
 
 void ServerThread::RenderBlock(Machine& run) {

@@ -74,6 +74,7 @@ private:
     void PublishTiming();
     void SignalStart();
     void RenderBlocks(Machine& run);
+    bool NoteOutput(const Machine& run);
     void RenderBlock(Machine& run);
     void LeaveBlockOut(Machine& run, const std::exception& failure);
     void NoteBlock(Machine& run);

@@ -58,6 +58,15 @@ void AdaptiveBuffering::FitCapacity(slib::Log& log, std::uint32_t channelCount) 
 void AdaptiveBuffering::Start(std::uint32_t play) {
     lastPlay = playTotal = static_cast<std::int32_t>(play);
     writeTotal = playTotal + static_cast<std::int32_t>((bufferCount + 1) * blockBytes);
+    ForgetMeasures();
+}
+
+void AdaptiveBuffering::StartAfresh() {
+    extraBuffers = 0;
+    ForgetMeasures();
+}
+
+void AdaptiveBuffering::ForgetMeasures() {
     smallestStep = 0;
     calmBlocks = periodBlocks = calmPeriods = 0;
     hadUnderrun = shrinkRequested = false;

@@ -29,6 +29,8 @@ struct AdaptiveBuffering {
 
     /// The output is about to start with its play cursor at `play` (bytes). What was added stays.
     void Start(std::uint32_t play);
+    /// The output went away and is back: what was added was for another one.
+    void StartAfresh() SLIB_NONBLOCKING;
     /// The play cursor is at `play` (bytes) now. The bytes that it went forward.
     std::int32_t Follow(std::uint32_t play) SLIB_NONBLOCKING;
     /// Takes an advance of the cursor (bytes) seen while waiting for a measure of its step; one of 20 ms or
@@ -67,6 +69,7 @@ struct AdaptiveBuffering {
     bool shrinkRequested = false;    ///< the next block takes one away
 
 private:
+    void ForgetMeasures();
     void FitCapacity(slib::Log& log, std::uint32_t channelCount);
     std::int32_t NeededExtra(std::int32_t safety) const;
     void Extend(std::int32_t needed);

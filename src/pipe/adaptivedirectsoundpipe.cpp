@@ -70,7 +70,8 @@ AdaptiveDirectSoundPipe::AdaptiveDirectSoundPipe(slib::Log* log, const OpenedDev
       enabledCount(static_cast<std::uint32_t>(std::count(this->enabled.begin(), this->enabled.end(), true))),
       buffering(*log, CheckRate(sampleRate), static_cast<std::uint32_t>(channelNames.size()), wantedLength,
                 wantedCount),
-      mix(buffering.bufferLength, static_cast<std::uint32_t>(channelNames.size())) {
+      mix(buffering.bufferLength, static_cast<std::uint32_t>(channelNames.size())),
+      returns(system->news->returns) {
     mix.fill(0);
     CreateBuffer(*device.directSound, device.channelMask);
 }
@@ -156,6 +157,8 @@ void AdaptiveDirectSoundPipe::Start() {
 
 void AdaptiveDirectSoundPipe::Write(const float* playback, float*) {
     if (!isPlaying) throw DirectSoundException("The output pipe '" + id + "' hasn't been started.");
+    if (const std::uint32_t now = system->news->returns; std::exchange(returns, now) != now)
+        buffering.StartAfresh();
     const bool shrink = std::exchange(buffering.shrinkRequested, false);
     // Before the wait, so that only a copy is left to do when there is room.
     Convert(playback);
@@ -216,6 +219,10 @@ void AdaptiveDirectSoundPipe::WaitForRoom(bool shrink, std::uint32_t blocks) {
 
 double AdaptiveDirectSoundPipe::GetWaitedTime() const {
     return 1e-9 * static_cast<double>(waited.load(std::memory_order_relaxed));
+}
+
+bool AdaptiveDirectSoundPipe::HasOutputChanged() const {
+    return system->news->hasChanged.load(std::memory_order_relaxed);
 }
 
 void AdaptiveDirectSoundPipe::CopyBlock() {

@@ -60,6 +60,7 @@ public:
     void Stop() override;
     void AwaitRoom(std::uint32_t blocks) SLIB_NONBLOCKING override;
     double GetWaitedTime() const override;
+    bool HasOutputChanged() const override;
 
     /// How far ahead the pipe writes at present.
     const AdaptiveBuffering& Buffering() const { return buffering; }
@@ -87,6 +88,7 @@ private:
     hcml::GenericMatrix<std::int32_t, 1> mix;  // one block, frames by channels, as it goes to the device
     platform::SoundBufferPtr buffer;
     bool isPlaying = false;
+    std::uint32_t returns = 0;            // of the output, as far as the buffering knows of them
     std::atomic<std::int64_t> waited{0};  // ns
 };
 

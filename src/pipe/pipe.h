@@ -46,6 +46,10 @@ public:
 
     /// Seconds that Write has waited for room so far; negative from an output that doesn't tell. Any thread.
     virtual double GetWaitedTime() const { return -1; }
+
+    /// True once the output would be opened differently: it has other speakers now, or another one is the
+    /// user's default. Any thread.
+    virtual bool HasOutputChanged() const { return false; }
 };
 
 using PipePtr = slib::SmartPtr<Pipe, slib::ThreadsafeCounter>;

@@ -12,9 +12,12 @@ namespace platform {
 
 struct PlatformSettings {
     enum class Output {
-        Auto,      ///< what the machine has, else as Silent
-        Silent,    ///< nowhere, at the pace of the clock
-        WaveFile,  ///< into a WAV file, at the pace of the clock
+        Auto,        ///< what the machine has, else as Silent
+        Silent,      ///< nowhere, at the pace of the clock
+        WaveFile,    ///< into a WAV file, at the pace of the clock
+        PulseAudio,  ///< to a PulseAudio server, or PipeWire's in its place; unheard while there is none
+        JACK,        ///< to a JACK server, as well
+        ALSA,        ///< to the sound card, as well
     };
 
     Output output = Output::Auto;

@@ -46,15 +46,33 @@ void StreamOutlet::NoteRequest(std::uint32_t frames) {
     constexpr std::uint32_t mostLate = 3;       // in a window
     constexpr std::uint32_t windowSeconds = 5;  // and half a second to begin with
     windowFrames += frames;
-    if (hasSettled && frames > capacity / 4 * 3) {
-        ++lateRequests;
-        nearlyEmpty.fetch_add(1, std::memory_order_relaxed);
-        if (lateRequests == mostLate && !isTooSmall.exchange(true, std::memory_order_relaxed))
-            keeperSignal.Post();
+    const bool isSettled = hasSettled.load(std::memory_order_relaxed);
+    if (isSettled) {
+        if (frames > greatestRequest.load(std::memory_order_relaxed))
+            greatestRequest.store(frames, std::memory_order_relaxed);
+        if (frames > capacity.load(std::memory_order_relaxed) / 4 * 3) NoteNearlyEmpty(mostLate);
     }
-    if (windowFrames < (hasSettled ? rate * windowSeconds : rate / 2)) return;
-    hasSettled = true;
+    if (windowFrames < (isSettled ? rate * windowSeconds : rate / 2)) return;
+    hasSettled.store(true, std::memory_order_relaxed);
     windowFrames = lateRequests = 0;
+}
+
+void StreamOutlet::NoteNearlyEmpty(std::uint32_t mostLate) {
+    ++lateRequests;
+    nearlyEmpty.fetch_add(1, std::memory_order_relaxed);
+    if (lateRequests >= mostLate && !isTooSmall.exchange(true, std::memory_order_relaxed))
+        keeperSignal.Post();
+}
+
+void StreamOutlet::NoteUnderflow() {
+    if (hasSettled.load(std::memory_order_relaxed)) NoteNearlyEmpty(1);
+}
+
+// After the buffer was given another size, which the next request fills or waits for.
+void StreamOutlet::BeginWindow() {
+    isTooSmall.store(false, std::memory_order_relaxed);
+    hasSettled.store(false, std::memory_order_relaxed);
+    greatestRequest.store(0, std::memory_order_relaxed);
 }
 
 void StreamOutlet::NoteLoss() {
@@ -115,7 +133,7 @@ private:
         lost.stream.reset();  // before its outlet
         try {
             Feed feed = buffer.MakeFeed();
-            feed.stream = buffer.reopen(*feed.outlet, feed.outlet->capacity);
+            feed.stream = buffer.reopen(*feed.outlet, buffer.capacity);
             if (feed.stream && feed.stream->Start() == DS_OK) found = std::move(feed);
         } catch (const std::exception&) {  // the next one may fare better
         }
@@ -128,9 +146,10 @@ private:
 };
 
 ReturningBuffer::ReturningBuffer(const RingShape& shape, std::uint32_t capacity, Opener reopen,
-                                 slib::Log* log)
+                                 std::shared_ptr<OutputNews> news, slib::Log* log)
     : FedBuffer(shape, capacity),
       reopen(std::move(reopen)),
+      news(std::move(news)),
       log(log),
       firstCapacity(capacity),
       capacity(capacity) {}
@@ -167,6 +186,7 @@ Result ReturningBuffer::StartTaking() {
     taken = 0;
     attemptPause = firstPause;
     hasStalled = false;
+    calmSince = NowNanoseconds();
     keeper = std::make_unique<Keeper>(*this);
     return DS_OK;
 }
@@ -214,7 +234,9 @@ void ReturningBuffer::Keep() {
     if (feed.stream && (isStalled || feed.outlet->IsLost()))
         Lose();
     else if (feed.stream && feed.outlet->IsTooSmall())
-        Replace();
+        Grow();
+    else if (feed.stream)
+        Shrink();
     if (feed.stream) return;
     const std::int64_t now = NowNanoseconds();
     TakeByClock(now);
@@ -228,17 +250,33 @@ void ReturningBuffer::Lose() {
     log->Write("The sound output went away: the sound isn't heard until it is back.", true);
 }
 
-// By one with half as much again, up to an eighth of a second.
-void ReturningBuffer::Replace() {
+// By half as much again, up to an eighth of a second; in place, or by another stream.
+void ReturningBuffer::Grow() {
     const std::uint32_t longest = shape.rate / 8;
-    feed.outlet->isTooSmall = false;
+    calmSince = NowNanoseconds();
+    feed.outlet->BeginWindow();
     if (capacity >= longest) return;
     capacity = std::min(capacity + capacity / 2, longest);
-    isBeingReplaced = true;
-    Leave();
+    if (!feed.stream->Resize(capacity)) {
+        isBeingReplaced = true;
+        Leave();
+    }
     log->Write("The sound server's buffer was nearly empty time and again, so it is now " +
                    std::to_string(capacity * 1000 / shape.rate) + " ms long.",
                false);
+}
+
+// By a quarter after a minute in which half of the buffer would have done.
+void ReturningBuffer::Shrink() {
+    const std::int64_t now = NowNanoseconds();
+    if (now - calmSince < std::int64_t{longWait} * 1'000'000) return;
+    calmSince = now;
+    const std::uint32_t greatest = feed.outlet->greatestRequest.exchange(0, std::memory_order_relaxed);
+    if (capacity <= firstCapacity || greatest > feed.outlet->capacity / 2) return;
+    const std::uint32_t shorter = std::max(capacity / 4 * 3, firstCapacity);
+    if (!feed.stream->Resize(shorter)) return;
+    capacity = shorter;
+    feed.outlet->BeginWindow();
 }
 
 void ReturningBuffer::Leave() {
@@ -272,7 +310,10 @@ void ReturningBuffer::Seek(std::int64_t now) {
     attemptPause = std::min(attemptPause * 3 / 2, longestPause);
     if (!found.stream) return;
     Adopt(std::move(found));
-    if (!std::exchange(isBeingReplaced, false)) log->Write("The sound output is back.", false);
+    calmSince = now;
+    if (std::exchange(isBeingReplaced, false)) return;
+    ++news->returns;
+    log->Write("The sound output is back.", false);
 }
 
 }  // namespace platform

@@ -12,6 +12,7 @@
 #include <memory>
 
 #include "platform/fedbuffer.h"
+#include "platform/outputnews.h"
 #include "slib/log.h"
 #include "slib/mutex.h"
 
@@ -34,6 +35,10 @@ public:
     void Fill(float* output, std::uint32_t frames, std::uint32_t delay);
     /// The stream has ended by itself. Any thread.
     void NoteLoss();
+    /// The stream's buffer holds `frames` frames from now on. Any thread.
+    void SetCapacity(std::uint32_t frames) { capacity.store(frames, std::memory_order_relaxed); }
+    /// The stream's buffer ran dry. The stream's thread.
+    void NoteUnderflow();
 
 private:
     friend class ReturningBuffer;
@@ -42,22 +47,25 @@ private:
     bool IsLost() const { return isLost.load(std::memory_order_relaxed); }
     bool IsTooSmall() const { return isTooSmall.load(std::memory_order_relaxed); }
     void NoteRequest(std::uint32_t frames);
+    void NoteNearlyEmpty(std::uint32_t mostLate);
+    void BeginWindow();
 
     const std::uint32_t channels;
     const std::uint32_t rate;  // Hz
-    const std::uint32_t capacity;
+    std::atomic<std::uint32_t> capacity;
     slib::Semaphore& keeperSignal;
     std::atomic_flag isBusy;    // who has set it may use `ring`
     FedBuffer* ring = nullptr;  // borrowed
     std::atomic<bool> isLost{false};
     std::atomic<bool> isTooSmall{false};
-    std::atomic<std::uint32_t> nearlyEmpty{0};  // requests that found the buffer so
+    std::atomic<std::uint32_t> nearlyEmpty{0};      // requests that found the buffer so
+    std::atomic<std::uint32_t> greatestRequest{0};  // frames, since the keeper last looked
 
     // The stream's thread's.
     bool hasRaisedThread = false;
-    std::uint32_t lateRequests = 0;  // of this window of time
-    std::uint64_t windowFrames = 0;  // that were asked for in it
-    bool hasSettled = false;         // the first window, in which the buffer is filled, is over
+    std::uint32_t lateRequests = 0;       // of this window of time
+    std::uint64_t windowFrames = 0;       // that were asked for in it
+    std::atomic<bool> hasSettled{false};  // the window in which the buffer is filled is over
 };
 
 /// What carries an outlet's frames to where they are heard, until it is destroyed.
@@ -71,6 +79,12 @@ public:
     /// Start and end the calls of StreamOutlet::Fill. May wait for a server.
     [[nodiscard]] virtual Result Start() = 0;
     virtual Result Stop() = 0;
+    /// Gives the stream a buffer of `capacity` frames while it plays. False from one that has to be replaced
+    /// for that.
+    virtual bool Resize(std::uint32_t capacity) {
+        static_cast<void>(capacity);
+        return false;
+    }
 };
 
 class ReturningBuffer : public FedBuffer {
@@ -80,9 +94,11 @@ public:
     using Opener = std::function<std::unique_ptr<OutputStream>(StreamOutlet&, std::uint32_t capacity)>;
 
     /// `capacity` is the number of frames that the first stream's buffer is to hold; one that is nearly empty
-    /// time and again is replaced by a larger one. `log` is borrowed, outlives the buffer, and gets a line
-    /// when the output goes away, when it comes back, and when its buffer is replaced.
-    ReturningBuffer(const RingShape& shape, std::uint32_t capacity, Opener reopen, slib::Log* log);
+    /// time and again grows, and shrinks again over calm minutes, where the stream can do that. `news` is
+    /// told of returns. `log` is borrowed, outlives the buffer, and gets a line when the output goes away,
+    /// when it comes back, and when its buffer grows.
+    ReturningBuffer(const RingShape& shape, std::uint32_t capacity, Opener reopen,
+                    std::shared_ptr<OutputNews> news, slib::Log* log);
 
     /// Opens the first stream by `open`, which returns why it made none. Before the first Play; without this
     /// the buffer begins as one whose output went away.
@@ -111,7 +127,8 @@ private:
     Feed MakeFeed();
     void Keep();
     void Lose();
-    void Replace();
+    void Grow();
+    void Shrink();
     void Leave();
     void ReportLateness();
     void TakeByClock(std::int64_t now);
@@ -120,6 +137,7 @@ private:
     Result CallOnStream(Result (OutputStream::*function)());
 
     const Opener reopen;
+    const std::shared_ptr<OutputNews> news;
     slib::Log* const log;
     const std::uint32_t firstCapacity;  // frames
     slib::Semaphore signal;             // wakes the keeper
@@ -129,6 +147,7 @@ private:
     std::uint32_t capacity;              // frames, of the stream's buffer
     std::uint32_t nearlyEmptyCount = 0;  // since the start, but for the present stream
     bool isBeingReplaced = false;        // the stream; nobody is told
+    std::int64_t calmSince = 0;          // ns
     Feed feed;                           // without a stream while the output is away
     std::unique_ptr<Attempt> attempt;    // null for none under way
     std::int64_t lossTime = 0;           // ns

@@ -5,8 +5,11 @@
 #include <new>
 #include <thread>
 
-#include "platform/cubebdevice.h"
+#include "platform/boundedcall.h"
+#include "platform/cubebconnection.h"
 #include "platform/privileges.h"
+#include "platform/pulseconnection.h"
+#include "platform/serverdevice.h"
 #include "platform/silentdevice.h"
 #include "platform/speakersetting.h"
 #include "platform/wavefiledevice.h"
@@ -17,6 +20,32 @@ namespace {
 
 constexpr const char* primaryName = "Primary Sound Driver";
 
+using Output = PlatformSettings::Output;
+
+// May wait for a server.
+ServerConnectionPtr Connect(Output output) {
+    ServerConnectionPtr found;
+    if (output == Output::Auto || output == Output::PulseAudio) found = ConnectPulse();
+    if (output == Output::Auto && !found) found = ConnectCubeb(nullptr);
+    if (output == Output::JACK) found = ConnectCubeb("jack");
+    if (output == Output::ALSA) found = ConnectCubeb("alsa");
+    return found;
+}
+
+// A server that hangs is one that doesn't answer.
+ServerConnectionPtr ConnectBounded(Output output) {
+    const auto found = std::make_shared<ServerConnectionPtr>();
+    const bool isOver = CallBounded([=] { *found = Connect(output); });
+    return isOver ? *found : nullptr;
+}
+
+std::vector<ServerOutput> ListBounded(const ServerConnectionPtr& connection) {
+    if (!connection || !connection->IsHere()) return {};
+    const auto found = std::make_shared<std::vector<ServerOutput>>();
+    const bool isOver = CallBounded([=] { *found = connection->Outputs(); });
+    return isOver ? *found : std::vector<ServerOutput>();
+}
+
 // The sound servers of this machine know nothing of windows, so there is no list of them, and the desktop
 // represents all.
 class Machine : public SoundSystem {
@@ -25,10 +54,10 @@ public:
 
     Result DirectSoundEnumerateA(const DeviceCallback& callback) override {
         const slib::Lock lock(mutex);
-        const std::vector<CubebConnection::Device> devices = Devices();
+        const std::vector<ServerOutput> outputs = Devices();
         if (!callback(nullptr, primaryName, "")) return DS_OK;
-        for (const CubebConnection::Device& device : devices)
-            if (!callback(device.identifier.c_str(), device.description.c_str(),
+        for (const ServerOutput& output : outputs)
+            if (!callback(output.identifier.c_str(), output.description.c_str(),
                           connection->Module().c_str()))
                 break;
         return DS_OK;
@@ -58,57 +87,66 @@ public:
     }
 
 private:
+    bool IsServed() const { return settings.output != Output::Silent && settings.output != Output::WaveFile; }
+
     // The real outputs. A connection that was lost since the last call is made again, once.
-    std::vector<CubebConnection::Device> Devices() SLIB_REQUIRES(mutex) {
-        if (settings.output != PlatformSettings::Output::Auto) return {};
-        std::vector<CubebConnection::Device> devices;
-        if (connection) devices = connection->Devices();
-        if (!devices.empty()) return devices;
+    std::vector<ServerOutput> Devices() SLIB_REQUIRES(mutex) {
+        if (!IsServed()) return {};
+        std::vector<ServerOutput> outputs = ListBounded(connection);
+        if (!outputs.empty()) return outputs;
         connection.reset();
-        connection = ConnectCubeb(log);
-        if (connection) devices = connection->Devices();
-        if (devices.empty()) connection.reset();
-        return devices;
+        connection = ConnectBounded(settings.output);
+        outputs = ListBounded(connection);
+        if (outputs.empty()) connection.reset();
+        return outputs;
     }
 
     SoundDevicePtr Open(const char* identifier) SLIB_REQUIRES(mutex) {
-        const std::vector<CubebConnection::Device> devices = Devices();
-        if (!devices.empty()) {
-            const CubebConnection::Device* const device = Find(devices, identifier);
-            if (device == nullptr) return nullptr;
-            return connection->Open(identifier == nullptr ? nullptr : device, Speakers(*device), log);
+        const std::vector<ServerOutput> outputs = Devices();
+        OutputWatch watch{
+            .identifier = identifier == nullptr ? "" : identifier, .speakers = {}, .news = news};
+        if (!outputs.empty()) {
+            const ServerOutput* const output = Find(outputs, identifier);
+            if (output == nullptr) return nullptr;
+            return OpenServed(connection, std::move(watch), output->Speakers());
         }
         if (identifier != nullptr) return nullptr;
+        if (IsServed()) {
+            if (const std::string problem = CubebProblem(); !problem.empty())
+                log->Write("The sound library can't be loaded: " + problem, true);
+            log->Write("No sound server and no sound card answers: the sound isn't heard.", true);
+            return OpenServed(nullptr, std::move(watch), DSSPEAKER_STEREO);
+        }
         const std::uint32_t speakers =
             SpeakerSettingOf(settings.speakerSetting.value_or(slib::StandardFormat::Stereo));
         // A program with more rights than its caller writes no file that the caller may have named.
-        if (settings.output == PlatformSettings::Output::WaveFile && !HasMoreRightsThanItsCaller())
+        if (settings.output == Output::WaveFile && !HasMoreRightsThanItsCaller())
             return MakeWaveFileDevice(speakers, settings.waveFile, log);
-        if (settings.output == PlatformSettings::Output::Auto) {
-            log->Write("No sound server and no sound card answers: the sound isn't heard.", true);
-            if (SoundDevicePtr awaited = AwaitCubebDevice(speakers, log)) return awaited;
-        }
         return MakeSilentDevice(speakers);
     }
 
-    static const CubebConnection::Device* Find(const std::vector<CubebConnection::Device>& devices,
-                                               const char* identifier) {
-        for (const CubebConnection::Device& device : devices)
-            if (identifier == nullptr ? device.isDefault : device.identifier == identifier) return &device;
-        return identifier == nullptr ? &devices.front() : nullptr;
+    // `speakers` are those of the output, where no setting says what they are.
+    SoundDevicePtr OpenServed(ServerConnectionPtr served, OutputWatch watch, std::uint32_t speakers) {
+        if (settings.speakerSetting)
+            speakers = SpeakerSettingOf(*settings.speakerSetting);
+        else
+            watch.speakers = speakers;
+        return MakeServerDevice(
+            speakers, std::move(served), std::move(watch), [kind = settings.output] { return Connect(kind); },
+            log);
     }
 
-    std::uint32_t Speakers(const CubebConnection::Device& device) const {
-        return settings.speakerSetting ? SpeakerSettingOf(*settings.speakerSetting)
-                                       : GuessSpeakerSetting(device.channels, device.description);
+    static const ServerOutput* Find(const std::vector<ServerOutput>& outputs, const char* identifier) {
+        for (const ServerOutput& output : outputs)
+            if (identifier == nullptr ? output.isDefault : output.identifier == identifier) return &output;
+        return identifier == nullptr ? &outputs.front() : nullptr;
     }
 
     const PlatformSettings settings;
     slib::Log* const log;
 
     slib::Mutex mutex;
-    std::shared_ptr<CubebConnection> connection
-        SLIB_GUARDED_BY(mutex);  // null until needed, and when nothing answers
+    ServerConnectionPtr connection SLIB_GUARDED_BY(mutex);  // null until needed, and when nothing answers
 };
 
 }  // namespace

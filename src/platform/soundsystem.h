@@ -9,6 +9,7 @@
 #include <memory>
 
 #include "platform/directsound.h"
+#include "platform/outputnews.h"
 #include "platform/platformsettings.h"
 #include "slib/log.h"
 
@@ -38,6 +39,9 @@ public:
 
     /// Holds the calling thread up for that long.
     virtual void Sleep(std::uint32_t milliseconds) = 0;
+
+    /// Of the outputs that were opened here.
+    const std::shared_ptr<OutputNews> news = std::make_shared<OutputNews>();
 };
 
 /// This machine, with the output that the settings choose. "Auto" is the sound server or the sound cards, and

@@ -54,6 +54,12 @@ public:
             if (thread.joinable()) thread.join();
             return DS_OK;
         }
+        bool Resize(std::uint32_t capacity) override {
+            if (!server.canResize) return false;
+            server.capacity = capacity;
+            outlet.SetCapacity(capacity);
+            return true;
+        }
 
     private:
         Server& server;
@@ -68,7 +74,7 @@ public:
         return std::make_unique<Stream>(*this, outlet);
     }
 
-    std::atomic<bool> isGone{false}, isHanging{false}, isRefusing{false}, isShort{false};
+    std::atomic<bool> isGone{false}, isHanging{false}, isRefusing{false}, isShort{false}, canResize{false};
     std::atomic<std::uint32_t> capacity{0};  // of the last stream, where it isn't the first
     std::atomic<int> questions{0};
     std::vector<float> heard;  // of one stream at a time
@@ -97,6 +103,7 @@ protected:
     }
 
     Server server;
+    const std::shared_ptr<OutputNews> news = std::make_shared<OutputNews>();
     testing_support::RecordingLog log;
     ReturningBuffer* const ring = new ReturningBuffer(
         shape, 4 * chunk,
@@ -104,7 +111,7 @@ protected:
             server.capacity = capacity;
             return server.Open(outlet);
         },
-        &log);
+        news, &log);
     SoundBufferPtr buffer{ring};
     Ramp ramp{*buffer};
 };
@@ -137,6 +144,7 @@ TEST_F(Returning, OutputThatGoesAway_IsAskedForUntilItIsBack) {
     EXPECT_EQ(log.Lines(),
               "E:The sound output went away: the sound isn't heard until it is back."
               "I:The sound output is back.");
+    EXPECT_EQ(news->returns, 1U);
     const std::vector<std::int64_t> heard = HeardFrames();
     ExpectRamp(heard, 1);
     EXPECT_EQ(heard[0], 1);
@@ -179,15 +187,22 @@ TEST_F(Returning, WhatTheWriterIsLateWith_IsSilenceWithFades) {
     EXPECT_TRUE(log.Lines().starts_with("I:The sound was interrupted ")) << log.Lines();
 }
 
-TEST_F(Returning, ABufferThatIsNearlyEmptyTimeAndAgain_IsReplacedByALargerOne) {
-    Play(1500ms);
-    server.isShort = true;
-    Play(60ms);
-    server.isShort = false;
-    Play(400ms);
-    EXPECT_EQ(server.capacity, 6 * chunk);
+// By another stream, or in place.
+TEST_F(Returning, ABufferThatIsNearlyEmptyTimeAndAgain_Grows) {
+    for (const bool canResize : {false, true}) {
+        server.canResize = canResize;
+        Play(1500ms);
+        server.isShort = true;
+        Play(60ms);
+        server.isShort = false;
+        Play(400ms);
+        EXPECT_EQ(server.capacity, (canResize ? 9 : 6) * chunk);
+        EXPECT_EQ(server.questions, 2);
+    }
     EXPECT_EQ(log.Lines(),
-              "I:The sound server's buffer was nearly empty time and again, so it is now 60 ms long.");
+              "I:The sound server's buffer was nearly empty time and again, so it is now 60 ms long."
+              "I:The sound server's buffer was nearly empty time and again, so it is now 90 ms long.");
+    EXPECT_EQ(news->returns, 0U);
 }
 
 TEST_F(Returning, OutputThatDoesNotStart_CountsAsOneThatWentAway) {
@@ -223,7 +238,7 @@ TEST_F(Returning, Release_WhileAnAttemptHangs_TakesTwoSecondsAtMost) {
             gone.Post();
             return nullptr;
         },
-        &log));
+        news, &log));
     ASSERT_EQ(hanging->Play(0, 0, DSBPLAY_LOOPING), DS_OK);
     reached.Wait();
     const auto start = std::chrono::steady_clock::now();

@@ -1,17 +1,22 @@
-// Games on a real sound server: one of its own for each test, in a folder of its own, with an output into
-// nothing whose monitor is recorded. The game's calls are the exported ones.
+// Games on a real sound server, PulseAudio or PipeWire: one of its own for each test, in a folder of its own,
+// with an output into nothing whose monitor is recorded. The game's calls are the exported ones.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/prctl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cmath>
 #include <complex>
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <functional>
 #include <numbers>
@@ -33,6 +38,8 @@ using testing_support::Sound;
 constexpr int rate = 48000;
 constexpr float toneLevel = 0.25F;
 constexpr double degree = std::numbers::pi / 180;
+
+enum class Kind { PulseAudio, PipeWire };
 
 // A kind of speakers: its standard format, the server's names of its channels, and the azimuths of those that
 // have one, in degrees to the left.
@@ -74,6 +81,11 @@ public:
 private:
     pid_t id;
 };
+
+// Seconds.
+double Now() {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
 
 // Stretches of at least 0.1 s of silence stand between two sounds.
 std::vector<Sound> SoundsOf(const Recording& recording) {
@@ -138,7 +150,8 @@ private:
 class OnASoundServer : public testing::Test {
 protected:
     OnASoundServer() {
-        for (const char* name : {"XDG_RUNTIME_DIR", "PULSE_RUNTIME_PATH", "PULSE_STATE_PATH", "HOME"})
+        for (const char* name :
+             {"XDG_RUNTIME_DIR", "XDG_STATE_HOME", "PULSE_RUNTIME_PATH", "PULSE_STATE_PATH", "HOME"})
             setenv(name, store.folder.path.c_str(), 1);
         setenv("PULSE_SERVER", ("unix:" + Socket()).c_str(), 1);  // and no client starts one of its own
     }
@@ -149,22 +162,40 @@ protected:
     }
     std::string Log() const { return testing_support::ReadFile(store.LogFile()); }
 
-    // With two outputs, "out" and "other", the first of which is the default.
-    Program StartServer(const Speakers& speakers) const {
+    // With two outputs, "out" and "other", the first of which is the default. At real-time priority, where
+    // that is allowed, as a desktop has its server.
+    Program StartServer(const Speakers& speakers, Kind kind = Kind::PulseAudio) const {
         unlink(Socket().c_str());
-        // At real-time priority, where that is allowed, as a desktop has its server.
-        std::string line =
-            "exec > /dev/null 2>&1; chrt --rr 5 true && chrt='chrt --rr 5'; exec $chrt pulseaudio -n "
-            "--daemonize=no --exit-idle-time=-1 --use-pid-file=no --disable-shm=yes "
-            "--load='module-native-protocol-unix auth-anonymous=1 socket=" +
-            Socket() + "'";
-        for (const std::string name : {"out", "other"})
-            line += " --load='module-null-sink sink_name=" + name +
-                    " rate=48000 format=float32le channels=" + std::to_string(speakers.channels) +
-                    " channel_map=" + speakers.channelMap + " sink_properties=device.description=" + name +
-                    "'";
+        std::string line = "exec > /dev/null 2>&1; chrt --rr 5 true && chrt='chrt --rr 5'; ";
+        if (kind == Kind::PulseAudio)
+            line +=
+                "exec $chrt pulseaudio -n --daemonize=no --exit-idle-time=-1 --use-pid-file=no "
+                "--disable-shm=yes "
+                "--load='module-native-protocol-unix auth-anonymous=1 socket=" +
+                Socket() + "'";
+        else
+            line +=
+                "export DBUS_SESSION_BUS_ADDRESS=unix:path=$HOME/bus; own='setpriv --pdeathsig KILL'; "
+                "$own dbus-daemon --session --nofork --address=$DBUS_SESSION_BUS_ADDRESS & "
+                "$own $chrt pipewire & until test -S $HOME/bus -a -S $HOME/pipewire-0; do sleep 0.05; done; "
+                "$own wireplumber & $own $chrt pipewire-pulse & "
+                "until pactl info; do sleep 0.05; done; ln -s pulse/native $HOME/native; ";
+        for (const std::string name : {"out", "other"}) {
+            const std::string properties = name == "other" ? otherProperties : "device.description=" + name;
+            const std::string sink = "module-null-sink sink_name=" + name +
+                                     " rate=48000 channels=" + std::to_string(speakers.channels) +
+                                     " channel_map=" + speakers.channelMap + " sink_properties=\"" +
+                                     properties + "\"";
+            if (kind == Kind::PulseAudio)
+                line += " --load='" + sink + " format=float32le'";
+            else
+                line += "pactl load-module " + sink + "; ";
+        }
+        if (kind == Kind::PipeWire) line += "pactl set-default-sink out; touch $HOME/ready; wait";
         Program server(line);
-        for (int i = 0; i < 1000 && access(Socket().c_str(), F_OK) != 0; ++i)
+        const std::string ready =
+            kind == Kind::PulseAudio ? Socket() : std::string(store.folder.path / "ready");
+        for (int i = 0; i < 1000 && access(ready.c_str(), F_OK) != 0; ++i)
             std::this_thread::sleep_for(10ms);
         return server;
     }
@@ -189,6 +220,7 @@ protected:
     }
 
     testing_support::TemporaryStore store;
+    std::string otherProperties = "device.description=other";  // of that output
 };
 
 class Tone : public OnASoundServer, public testing::WithParamInterface<const Speakers*> {};
@@ -328,16 +360,125 @@ TEST_F(OnASoundServer, AnotherProgramsTone_KeepsWholeBesideFirstStartsAndAnOverl
     EXPECT_NE(Log().find("This machine can't keep up"), std::string::npos) << Log();
 }
 
-// The user sends a running game to the other output.
+// The user sends a running game to the other one of two outputs that are named the same.
 TEST_F(OnASoundServer, AnotherDevice_GetsTheSoundOfARunningGame) {
+    otherProperties = "device.description=out";
     const Program server = StartServer(stereo);
     const Game game;
     ASSERT_NE(game.context, nullptr) << Log();
-    testing_support::Configure("select Stereo --device other");
+    testing_support::Configure("select Stereo --device 'out (other)'");
     std::this_thread::sleep_for(4s);
     const auto play = [&] { game.Play(0, 300ms); };
     EXPECT_EQ(SoundsOf(Record(stereo, play, "other")).size(), 1U) << Log();
     EXPECT_EQ(SoundsOf(Record(stereo, play, "out")).size(), 0U) << Log();
 }
+
+class OnEither : public OnASoundServer, public testing::WithParamInterface<Kind> {
+protected:
+    static void Pactl(const std::string& arguments) {
+        EXPECT_EQ(std::system(("pactl " + arguments + " > /dev/null 2>&1").c_str()), 0) << arguments;
+    }
+    int Restarts() const {
+        const std::string line = "Restarting because the sound output has changed.", log = Log();
+        int count = 0;
+        for (std::size_t at = log.find(line); at != std::string::npos; at = log.find(line, at + 1))
+            ++count;
+        return count;
+    }
+    // The game restarts for `change`, once, and plays for headphones on the other output.
+    void ExpectHeadphonesAfter(const std::function<void()>& change) {
+        otherProperties = "device.description=other device.form_factor=headphone";
+        const Program server = StartServer(stereo, GetParam());
+        Pactl("set-default-sink out");
+        const Game game;
+        ASSERT_NE(game.context, nullptr) << Log();
+        game.Play(0, 300ms);
+        change();
+        for (int i = 0; i < 100 && Log().find("Layout set to 'Headphone Stereo'.") == std::string::npos; ++i)
+            std::this_thread::sleep_for(100ms);
+        const auto play = [&] { game.Play(0, 300ms); };
+        EXPECT_EQ(SoundsOf(Record(stereo, play, "other")).size(), 1U) << Log();
+        EXPECT_EQ(SoundsOf(Record(stereo, play, "out")).size(), 0U) << Log();
+        EXPECT_EQ(Restarts(), 1) << Log();
+        EXPECT_NE(Log().find("Layout set to 'Headphone Stereo'."), std::string::npos) << Log();
+    }
+};
+
+TEST_P(OnEither, AToneFromEachSpeaker_ArrivesInItsPlace) {
+    const Program server = StartServer(surround, GetParam());
+    const Recording heard = Record(surround, [&] {
+        const Game game;
+        ASSERT_NE(game.context, nullptr) << Log();
+        game.PlayScene(surround, 1);
+    });
+    ExpectEachSoundFromItsSpeaker(heard, surround);
+}
+
+TEST_P(OnEither, AnotherDefaultOutput_GetsTheSoundInItsLayout) {
+    ExpectHeadphonesAfter([] { Pactl("set-default-sink other"); });
+}
+
+// In the server's mixer, for the one program.
+TEST_P(OnEither, AnOutputThatTheUserSendsTheGameTo_KeepsTheSoundInItsLayout) {
+    ExpectHeadphonesAfter(
+        [] { Pactl("move-sink-input $(pactl list short sink-inputs | cut -f 1 | tail -n 1) other"); });
+}
+
+// From the call to the output's monitor. The bound is that of a machine that does other things as well; what
+// an idle one reaches is printed.
+TEST_P(OnEither, APlay_IsHeardSoon) {
+    constexpr int plays = 20;
+    const Program server = StartServer(stereo, GetParam());
+    const std::string fifo = store.folder.path / "fifo";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    Program recorder(
+        "exec parec --device=out.monitor --format=float32le --rate=48000 --raw --channels=1 "
+        "--latency-msec=4 2> /dev/null > " +
+        fifo);
+    // When each frame would have come, had it come at once. A stream that joins may cost a server some.
+    std::vector<float> samples;
+    double clock = 1e9;  // s, of the first frame
+    std::atomic<bool> hasSettled{false};
+    std::thread reader([&] {
+        const int end = open(fifo.c_str(), O_RDONLY | O_CLOEXEC);
+        std::vector<char> bytes(1 << 16);
+        std::size_t kept = 0;
+        for (ssize_t got = 0; (got = read(end, bytes.data() + kept, bytes.size() - kept)) > 0;) {
+            kept += static_cast<std::size_t>(got);
+            const std::size_t count = kept / sizeof(float), before = samples.size();
+            samples.resize(before + count);
+            std::memcpy(samples.data() + before, bytes.data(), count * sizeof(float));
+            if (hasSettled) clock = std::min(clock, Now() - static_cast<double>(samples.size()) / rate);
+            kept %= sizeof(float);
+            std::memmove(bytes.data(), bytes.data() + count * sizeof(float), kept);
+        }
+        close(end);
+    });
+    std::vector<double> calls;
+    {
+        const Game game;
+        std::this_thread::sleep_for(1s);
+        hasSettled = true;
+        for (int i = 0; i < plays; ++i)
+            game.Play(0, 50ms, [&] { calls.push_back(Now()); });
+    }
+    recorder.End(SIGTERM);
+    reader.join();
+    std::vector<double> delays;
+    for (const double call : calls) {
+        const auto from = samples.begin() + std::lround((call - clock) * rate);
+        const auto heard = std::find_if(from, samples.end(), [](float v) { return std::fabs(v) > 0.01F; });
+        delays.push_back(static_cast<double>(heard - from) * 1000 / rate);
+    }
+    std::ranges::sort(delays);
+    std::printf("median %.1f ms, worst %.1f ms\n", delays[plays / 2], delays.back());
+    EXPECT_LT(delays[plays / 2], 80);
+}
+
+#ifdef TESSARUNE_HAS_PIPEWIRE
+INSTANTIATE_TEST_SUITE_P(Servers, OnEither, testing::Values(Kind::PulseAudio, Kind::PipeWire));
+#else
+INSTANTIATE_TEST_SUITE_P(Servers, OnEither, testing::Values(Kind::PulseAudio));
+#endif
 
 }  // namespace

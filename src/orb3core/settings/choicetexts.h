@@ -23,6 +23,7 @@ inline constexpr auto choiceTexts<EffectsQuality> = slib::MakeEnumTexts<EffectsQ
 
 template <>
 inline constexpr auto choiceTexts<platform::PlatformSettings::Output> =
-    slib::MakeEnumTexts<platform::PlatformSettings::Output>("Auto", "Silent", "WaveFile");
+    slib::MakeEnumTexts<platform::PlatformSettings::Output>("Auto", "Silent", "WaveFile", "PulseAudio",
+                                                            "JACK", "ALSA");
 
 }  // namespace orb3

@@ -17,7 +17,7 @@ Output ReadOutput(const std::string& text, const std::string& waveFile, slib::Lo
     const std::optional<Output> output = text.empty() ? Output::Auto : choiceTexts<Output>.Find(text);
     if (!output)
         log.Write("The setting '/Platform/Output' is '" + text +
-                      "', which is none of 'Auto', 'Silent' and 'WaveFile'.",
+                      "', which is none of 'Auto', 'Silent', 'WaveFile', 'PulseAudio', 'JACK' and 'ALSA'.",
                   true);
     else if (*output == Output::WaveFile && waveFile.empty())
         log.Write("The sound can't be written to a file, since the setting '/Platform/WaveFile' names none.",

@@ -8,7 +8,7 @@
 
 namespace orb3 {
 
-/// What is stored in the user's scope under "/Platform": "Output" ("Auto", "Silent" or "WaveFile"),
+/// What is stored in the user's scope under "/Platform": "Output" (a text of choiceTexts),
 /// "WaveFile" (a path) and "SpeakerSetting" (the text of a standard format). What is missing or empty has its
 /// default. A value that isn't one of these, or a WAV file without a path, is an error in `log` and counts as
 /// missing.

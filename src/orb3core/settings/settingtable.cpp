@@ -246,6 +246,7 @@ constexpr std::array settings{
     Setting{"Output", Optional, StoredChoice(ChoicesOf<platform::PlatformSettings::Output>),
         "where the sound goes", "output",
         "Auto uses the sound server or a sound card, and silence while none answers, so that a game runs on. "
+        "PulseAudio (PipeWire answers it as well), JACK and ALSA use that one and no other. "
         "Silent plays nowhere, at the pace of the clock. WaveFile records into the file that WaveFile names: 32 "
         "bits, at the pace of the clock, complete at any moment even when the game is killed."},
     Setting{"WaveFile", Optional, StoredPath(),

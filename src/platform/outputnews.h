@@ -1,0 +1,15 @@
+#pragma once
+
+// What a program that plays may want to know of its output. Any thread; no lock.
+
+#include <atomic>
+#include <cstdint>
+
+namespace platform {
+
+struct OutputNews {
+    std::atomic<bool> hasChanged{false};    ///< the output would be opened differently now
+    std::atomic<std::uint32_t> returns{0};  ///< of one that had gone away
+};
+
+}  // namespace platform
