@@ -27,8 +27,7 @@ struct Device {
 struct Engine {
     /// `log` and `machinery` are borrowed and outlive the engine. `autoselect` chooses the settings of a
     /// first start.
-    Engine(slib::Log* log, Machinery* machinery,
-           orb3::SharedConfiguration::Autoselect autoselect = orb3::AutoselectSettings)
+    Engine(slib::Log* log, Machinery* machinery, orb3::Autoselect autoselect = {})
         : log(log), machinery(machinery), configuration(log, std::move(autoselect)) {}
 
     slib::Log* log;

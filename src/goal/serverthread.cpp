@@ -1,6 +1,7 @@
 #include "goal/serverthread.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cmath>
 #include <exception>
@@ -56,7 +57,10 @@ std::string Plural(std::uint32_t count, const char* noun) {
 // What one run owns, in the order of construction; all of it is destroyed when the run ends, last first.
 struct ServerThread::Machine {
     orb3::Configuration configuration;
-    orb3::Configuration asked;  // as it was set up, for the next one should that not work
+    double sampleRate = 0;  // Hz
+    std::uint32_t blockFrames = 0;
+    std::atomic<bool> isPromising{false};  // what refuses a start has been looked at, but for the output
+    orb3::Configuration asked;             // as it was set up, for the next one should that not work
     FormatLibrary library;
     OutputSetUp outputSetUp;
     int order = 0;
@@ -93,6 +97,63 @@ private:
     Context& context;
 };
 
+// The set-up of the first run, which may have to wait for a sound server.
+class ServerThread::Preparation : public slib::Thread {
+public:
+    Preparation(ServerThread& server, Machine& run)
+        : Thread("Setup", Priority::Normal), server(server), machine(run) {
+        Start();
+    }
+    ~Preparation() override { Stop(); }
+
+    bool IsOver() const { return isOver.load(std::memory_order_acquire); }
+    // Waits for the end, which it tells the outcome of.
+    void Finish() {
+        Stop();
+        if (failure) std::rethrow_exception(failure);
+    }
+
+    slib::Semaphore over;  // posted at the end
+
+private:
+    void Run() override {
+        try {
+            server.Prepare(machine);
+        } catch (...) {
+            failure = std::current_exception();
+        }
+        isOver.store(true, std::memory_order_release);
+        over.Post();
+    }
+
+    ServerThread& server;
+    Machine& machine;
+    std::exception_ptr failure;
+    std::atomic<bool> isOver{false};
+};
+
+// Chooses the settings of a first start beside the run that has begun on what most machines carry.
+class ServerThread::Measurement : public slib::Thread {
+public:
+    explicit Measurement(orb3::SharedConfiguration& configuration)
+        : Thread("Measurement", Priority::Normal), configuration(configuration) {
+        Start();
+    }
+    ~Measurement() override { Stop(); }
+
+private:
+    void Run() override {
+        try {
+            configuration.CompleteChoice();
+        } catch (const std::exception&) {  // no memory, no thread: the next start chooses
+        }
+    }
+
+    orb3::SharedConfiguration& configuration;
+};
+
+ServerThread::~ServerThread() = default;
+
 ServerThread::ServerThread(Engine& engine)
     : Thread("Renderer", Priority::TimeCritical),
       engine(engine),
@@ -104,7 +165,7 @@ ServerThread::ServerThread(Engine& engine)
 
 slib::Log* ServerThread::LogInForce() {
     const bool isVerbose =
-        engine.configuration.Read([](const orb3::Configuration& c) { return c.goalConfig.isLoggingVerbose; });
+        engine.configuration.Peek([](const orb3::Configuration& c) { return c.goalConfig.isLoggingVerbose; });
     return isVerbose ? mainLog : static_cast<slib::Log*>(&errorLog);
 }
 
@@ -114,7 +175,7 @@ void ServerThread::ChooseLog() {
 }
 
 bool ServerThread::IsSuspendSupported() {
-    return engine.configuration.Read(
+    return engine.configuration.Peek(
         [](const orb3::Configuration& c) { return c.goalConfig.isSuspendSupported; });
 }
 
@@ -136,6 +197,7 @@ void ServerThread::End() {
     if (context == nullptr) return;
     UnlessMemoryLacks([&] { LogInForce()->Write("Stopping Tessarune.", false); });
     Thread::Stop();
+    measurement.reset();
     context = nullptr;
     UnlessMemoryLacks([&] { mainLog->Write("Stopped Tessarune.", false); });
 }
@@ -195,17 +257,22 @@ void ServerThread::RunOnce() {
     if (!IsStopRequested()) TakePendingConfiguration();
 }
 
-// Until the next try: a pause that grows from a tenth of a second to five. Nothing is heard, but what plays
-// goes on, so that no game waits for ever for the end of a sound.
+// Until the next try: a pause that grows from a tenth of a second to five.
 void ServerThread::PassTime() {
-    using Clock = std::chrono::steady_clock;
     constexpr std::uint32_t firstPause = 100, longestPause = 5000;  // milliseconds
     const std::uint32_t pause =
         failedRuns > 6 ? longestPause : std::min(firstPause << failedRuns, longestPause);
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(pause);
+    PassTimeUntil([&] { return std::chrono::steady_clock::now() >= end || IsLeaving(); });
+}
+
+// Nothing is heard, but what plays goes on, so that no game waits for ever for the end of a sound.
+template <typename IsOver>
+void ServerThread::PassTimeUntil(const IsOver& isOver) {
+    using Clock = std::chrono::steady_clock;
     Clock::time_point last = Clock::now();
-    const Clock::time_point end = last + std::chrono::milliseconds(pause);
     std::optional<SilentRenderer> renderer;
-    while (last < end && !IsLeaving()) {
+    while (!isOver()) {
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
         const Clock::time_point now = Clock::now();
         try {
@@ -222,39 +289,74 @@ void ServerThread::PassTime() {
 
 // One run, from the set-up to the last block.
 void ServerThread::Perform(Machine& run) {
-    SetUp(run);
-    BuildDecoder(run);
-    BuildRenderer(run);
+    if (startSignalled)
+        Prepare(run);
+    else
+        PrepareFirst(run);
     const Equipped equipped(*this, run);
     BuildEffects();
     if (IsLeaving()) return;
-    PublishTiming();
+    PublishTiming(run.sampleRate, run.blockFrames);
     SignalStart();
+    if (!measurement && engine.configuration.IsChoiceOpen())
+        measurement = std::make_unique<Measurement>(engine.configuration);
     RenderBlocks(run);
     SetUrgent(run, false);
     if (run.configuration.goalConfig.measureOutputPeak) run.decoder->reportPeak(mainLog);
 }
 
-// Library and output.
-void ServerThread::SetUp(Machine& run) {
-    const bool isRepair = failedRuns > 0 && lastWorked;
-    run.configuration =
-        isRepair ? *lastWorked : engine.configuration.Read([](const orb3::Configuration& c) { return c; });
-    const orb3::GoalConfig& settings = run.configuration.goalConfig;
+// The game goes on before a server that keeps it waiting has answered: its sound joins in. What refuses a
+// start does so quickly, or later on as a failed run.
+void ServerThread::PrepareFirst(Machine& run) {
+    constexpr std::uint32_t step = 10, usual = 70, ofOutput = 40;  // ms
+    Preparation preparation(*this, run);
+    std::uint32_t passed = 0, promising = 0;
+    while (!preparation.IsOver() && (passed < usual || promising < ofOutput)) {
+        static_cast<void>(preparation.over.WaitFor(step));
+        passed += step;
+        if (run.isPromising) promising += step;
+    }
+    if (!preparation.IsOver()) {
+        PublishExpectedTiming();
+        SignalStart();
+        PassTimeUntil([&] { return preparation.IsOver(); });
+    }
+    preparation.Finish();
+}
+
+void ServerThread::Prepare(Machine& run) {
+    OpenLibrary(run);
+    SetUp(run);
+    BuildDecoder(run);
+    BuildRenderer(run);
+}
+
+// On what worked before, after a run that failed.
+bool ServerThread::IsRepair() const {
+    return failedRuns > 0 && lastWorked;
+}
+
+void ServerThread::OpenLibrary(Machine& run) {
+    run.configuration = IsRepair() ? *lastWorked : engine.configuration.ReadForStart();
     const std::string path = orb3::ReadFormatLibraryPath();
     if (path.empty()) throw slib::BadDataException("No format library is configured.");
     run.library =
         Explained("Unable to locate format library. You probably need to reinstall. The error was: ",
                   [&] { return engine.machinery->OpenFormatLibrary(path, mainLog); });
+}
+
+void ServerThread::SetUp(Machine& run) {
+    const orb3::GoalConfig settings = run.configuration.goalConfig;
     const OutputRequest request = orb3::RequestFor(relief.Of(settings), requestedFrequency);
+    run.isPromising = true;
     run.outputSetUp = Explained("Have you run the configuration program? Failed to set up speakers: ", [&] {
         return engine.machinery->SetUp(request, activeLog, mainLog, run.configuration, run.library);
     });
-    if (run.outputSetUp.isConfigurationChanged && !isRepair)
+    if (run.outputSetUp.isConfigurationChanged && !IsRepair())
         engine.configuration.StoreConfiguration(run.configuration);
     run.asked = run.configuration;
     run.configuration.goalConfig = relief.Of(settings);
-    sampleRate = run.outputSetUp.pipe->GetSampleRate();
+    run.sampleRate = run.outputSetUp.pipe->GetSampleRate();
 }
 
 // The order of the bus is that of the decoder, whose inputs become those of the bus.
@@ -269,9 +371,9 @@ void ServerThread::BuildDecoder(Machine& run) {
                                               run.configuration.goalConfig.useParallelDecoder
                                                   ? orb3::DecoderMode::Parallel
                                                   : orb3::DecoderMode::Serial);
-    blockFrames = run.decoder->blockFrames;
-    if (run.outputSetUp.pipe->GetWaitedTime() >= 0) run.load.emplace(blockFrames / sampleRate);
-    activeLog->Write("Decoder started (sample rate " + slib::FormatNumber(sampleRate * 0.001) + "kHz).",
+    run.blockFrames = run.decoder->blockFrames;
+    if (run.outputSetUp.pipe->GetWaitedTime() >= 0) run.load.emplace(run.blockFrames / run.sampleRate);
+    activeLog->Write("Decoder started (sample rate " + slib::FormatNumber(run.sampleRate * 0.001) + "kHz).",
                      false);
 }
 
@@ -310,17 +412,17 @@ void ServerThread::BuildEffects() {
 void ServerThread::BuildRenderer(Machine& run) {
     int filterOrder = context->filterOrderAttribute;
     if (filterOrder == 0) filterOrder = run.configuration.goalConfig.defaultFilterOrder == 2 ? 2 : 1;
-    run.renderer =
-        engine.machinery->CreateRenderer(sampleRate, run.configuration, filterOrder, blockFrames, activeLog);
-    run.output.spatial.resize(blockFrames, hcml::ChannelsOfOrder(static_cast<unsigned>(run.order)));
-    run.output.lowFrequency.resize(blockFrames);
-    run.output.dialogue.resize(blockFrames);
+    run.renderer = engine.machinery->CreateRenderer(run.sampleRate, run.configuration, filterOrder,
+                                                    run.blockFrames, activeLog);
+    run.output.spatial.resize(run.blockFrames, hcml::ChannelsOfOrder(static_cast<unsigned>(run.order)));
+    run.output.lowFrequency.resize(run.blockFrames);
+    run.output.dialogue.resize(run.blockFrames);
     run.output.hasLowFrequency = !run.outputSetUp.bassOutputs.empty();
     run.output.hasDialogue = !run.outputSetUp.centreOutputs.empty();
     run.feeds.reserve(run.outputSetUp.bassOutputs.size() + run.outputSetUp.centreOutputs.size());
-    const double refreshRate = std::floor(10 * sampleRate / blockFrames + 0.5) * 0.1;
+    const double refreshRate = std::floor(10 * run.sampleRate / run.blockFrames + 0.5) * 0.1;
     activeLog->Write("Renderer started (refresh rate " + slib::FormatNumber(refreshRate) + "Hz, block size " +
-                         std::to_string(blockFrames) + ")" +
+                         std::to_string(run.blockFrames) + ")" +
                          (IsSuspendSupported() ? "" : ", suspend/process is disabled") + ".",
                      false);
 }
@@ -331,11 +433,20 @@ bool ServerThread::IsLeaving() {
     return engine.configuration.isRestartRequested;
 }
 
-void ServerThread::PublishTiming() {
+void ServerThread::PublishTiming(double rate, std::uint32_t frames) {
+    sampleRate = rate;
+    blockFrames = frames;
     const slib::Lock lock(context->timingMutex);
-    context->sampleRate = sampleRate;
-    context->refreshRate = static_cast<float>(sampleRate / blockFrames);
-    context->blockFrames = blockFrames;
+    context->sampleRate = rate;
+    context->refreshRate = static_cast<float>(rate / frames);
+    context->blockFrames = frames;
+}
+
+// While the output hasn't told.
+void ServerThread::PublishExpectedTiming() {
+    const OutputRequest expected = engine.configuration.Peek(
+        [&](const orb3::Configuration& c) { return orb3::RequestFor(c.goalConfig, requestedFrequency); });
+    PublishTiming(expected.sampleRate, std::max(expected.bufferLength, 1U));
 }
 
 void ServerThread::SignalStart() {

@@ -9,6 +9,10 @@
 //                               ├──Restarting <─┘  │
 //                               └──Passing time <──┘ exception
 //
+// The game doesn't wait for long: a first set-up that takes more than a tenth of a second, as that of an
+// output that doesn't answer, goes on while time passes without a sound, and a first start measures the
+// machine beside a run on the usual settings.
+//
 // The output is the only clock: the hand-over of a block waits until there is room for it. A failure before
 // the first block ends the thread. After it a block that fails is left out, and when one after the other
 // does, or what is built anew doesn't work, time passes without a sound, sources move on by the clock, and
@@ -43,7 +47,7 @@ public:
     /// Nothing runs yet. `engine` outlives this object.
     explicit ServerThread(Engine& engine);
     /// End must have been called.
-    ~ServerThread() override = default;
+    ~ServerThread() override;
 
     /// Starts rendering `context`, which holds this object, and returns when its first block is about to be
     /// rendered. `frequency` is the rate in Hz that the game asked for, -1 when it named none. Called once,
@@ -58,6 +62,8 @@ public:
 private:
     struct Machine;
     class Equipped;
+    class Preparation;
+    class Measurement;
 
     void Run() override;
     void Fail(const char* reason) noexcept;
@@ -66,12 +72,19 @@ private:
     void RunOnce();
     void Perform(Machine& run);
     void PassTime();
+    template <typename IsOver>
+    void PassTimeUntil(const IsOver& isOver);
+    void PrepareFirst(Machine& run);
+    void Prepare(Machine& run);
+    bool IsRepair() const;
+    void OpenLibrary(Machine& run);
     void SetUp(Machine& run);
     void BuildDecoder(Machine& run);
     void ChooseConverter(orb3::SampleRateConversion conversion, std::shared_ptr<const EffectBuilder> effects);
     void BuildEffects();
     void BuildRenderer(Machine& run);
-    void PublishTiming();
+    void PublishTiming(double rate, std::uint32_t frames);
+    void PublishExpectedTiming();
     void SignalStart();
     void RenderBlocks(Machine& run);
     bool NoteOutput(const Machine& run);
@@ -104,6 +117,8 @@ private:
     double requestedFrequency = -1;
     double sampleRate = 0;          // Hz
     std::uint32_t blockFrames = 0;  // frames of a block
+
+    std::unique_ptr<Measurement> measurement;  // of the machine, at a first start
 
     std::string lastFailure;                        // of those after the first block, as logged
     std::uint32_t failedRuns = 0;                   // in a row

@@ -36,7 +36,7 @@ protected:
 
     const testing_support::TemporaryStore store;
     testing_support::RecordingLog log;
-    orb3::SharedConfiguration shared{&log, testing_support::KeepDefaults};
+    orb3::SharedConfiguration shared{&log, testing_support::keepDefaults};
 };
 
 TEST_F(Monitor, ADifference_IsHandedToTheServerAndTheLatestWins) {

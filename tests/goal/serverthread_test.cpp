@@ -145,7 +145,7 @@ protected:
     testing_support::TemporaryStore store;
     testing_support::RecordingLog log;
     ScriptedMachinery machinery;
-    Engine engine{&log, &machinery, testing_support::KeepDefaults};
+    Engine engine{&log, &machinery, testing_support::keepDefaults};
 };
 
 TEST_F(ServerThreadTest, Start_OnAUsableMachine_RendersAndReportsInTheLog) {
@@ -235,6 +235,27 @@ TEST_F(ServerThreadTest, Start_WhenAStepFails_TellsWhichAndLeavesNothing) {
     std::ofstream(store.MachineFile()) << "[Other]\nx=1\n";
     EXPECT_EQ(StartFailure(), "Failed to start: No format library is configured.");
     EXPECT_FALSE(log.Has("Ran with"));
+}
+
+// As of a server that doesn't answer at first, and then perhaps refuses.
+TEST_F(ServerThreadTest, AnOutputThatIsSlow_KeepsNobodyWaiting) {
+    for (const bool isRefused : {false, true}) {
+        std::atomic<int> setUps{0};
+        machinery.at = [&](const std::string& step) {
+            if (step != "setup" || setUps++ > 0) return;
+            std::this_thread::sleep_for(std::chrono::milliseconds(600));
+            if (isRefused) throw slib::BadDataException("Nobody there.");
+        };
+        const auto start = std::chrono::steady_clock::now();
+        const auto context = StartContext(32000);
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(400));
+        EXPECT_EQ(context->sampleRate, 32000);
+        EXPECT_EQ(machinery.blocks, 0);
+        AwaitBlocks(3);
+        EXPECT_EQ(context->sampleRate, 48000);
+        EXPECT_EQ(log.Has("Nobody there."), isRefused);
+        machinery.blocks = 0;
+    }
 }
 
 TEST_F(ServerThreadTest, ABlockThatFails_IsLeftOutWithALine) {

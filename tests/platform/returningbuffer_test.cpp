@@ -36,14 +36,14 @@ public:
             if (server.isRefusing) return DSERR_GENERIC;
             isRunning = true;
             thread = std::thread([this] {
-                for (std::vector<float> frames(chunk * 8); isRunning; std::this_thread::sleep_for(10ms)) {
+                for (std::vector<float> frames(std::size_t{chunk} * 32); isRunning; std::this_thread::sleep_for(10ms)) {
                     if (server.isHanging) continue;
                     if (server.isGone) {
                         outlet.NoteLoss();
                         break;
                     }
                     outlet.Fill(frames.data(), chunk, 0);
-                    if (server.isShort) outlet.Fill(frames.data(), chunk * 7 / 2, 0);
+                    if (server.isShort) outlet.Fill(frames.data(), server.capacity / 8 * 7, 0);
                     server.heard.insert(server.heard.end(), frames.begin(), frames.begin() + chunk * 2);
                 }
             });
@@ -75,7 +75,7 @@ public:
     }
 
     std::atomic<bool> isGone{false}, isHanging{false}, isRefusing{false}, isShort{false}, canResize{false};
-    std::atomic<std::uint32_t> capacity{0};  // of the last stream, where it isn't the first
+    std::atomic<std::uint32_t> capacity{4 * chunk};
     std::atomic<int> questions{0};
     std::vector<float> heard;  // of one stream at a time
 };
@@ -191,12 +191,14 @@ TEST_F(Returning, WhatTheWriterIsLateWith_IsSilenceWithFades) {
 TEST_F(Returning, ABufferThatIsNearlyEmptyTimeAndAgain_Grows) {
     for (const bool canResize : {false, true}) {
         server.canResize = canResize;
+        const std::uint32_t wanted = (canResize ? 9 : 6) * chunk;
         Play(1500ms);
         server.isShort = true;
-        Play(60ms);
+        for (int i = 0; i < 100 && server.capacity != wanted; ++i)
+            Play(20ms);
         server.isShort = false;
-        Play(400ms);
-        EXPECT_EQ(server.capacity, (canResize ? 9 : 6) * chunk);
+        Play(200ms);
+        EXPECT_EQ(server.capacity, wanted);
         EXPECT_EQ(server.questions, 2);
     }
     EXPECT_EQ(log.Lines(),

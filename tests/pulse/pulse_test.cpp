@@ -438,7 +438,7 @@ TEST_P(OnEither, APlay_IsHeardSoon) {
     // When each frame would have come, had it come at once. A stream that joins may cost a server some.
     std::vector<float> samples;
     double clock = 1e9;  // s, of the first frame
-    std::atomic<bool> hasSettled{false};
+    std::atomic<bool> hasBegun{false}, hasSettled{false};
     std::thread reader([&] {
         const int end = open(fifo.c_str(), O_RDONLY | O_CLOEXEC);
         std::vector<char> bytes(1 << 16);
@@ -446,6 +446,7 @@ TEST_P(OnEither, APlay_IsHeardSoon) {
         for (ssize_t got = 0; (got = read(end, bytes.data() + kept, bytes.size() - kept)) > 0;) {
             kept += static_cast<std::size_t>(got);
             const std::size_t count = kept / sizeof(float), before = samples.size();
+            hasBegun = true;
             samples.resize(before + count);
             std::memcpy(samples.data() + before, bytes.data(), count * sizeof(float));
             if (hasSettled) clock = std::min(clock, Now() - static_cast<double>(samples.size()) / rate);
@@ -454,6 +455,8 @@ TEST_P(OnEither, APlay_IsHeardSoon) {
         }
         close(end);
     });
+    for (int i = 0; i < 1000 && !hasBegun; ++i)
+        std::this_thread::sleep_for(10ms);
     std::vector<double> calls;
     {
         const Game game;
@@ -466,7 +469,9 @@ TEST_P(OnEither, APlay_IsHeardSoon) {
     reader.join();
     std::vector<double> delays;
     for (const double call : calls) {
-        const auto from = samples.begin() + std::lround((call - clock) * rate);
+        const auto index = std::lround((call - clock) * rate);
+        ASSERT_TRUE(index >= 0 && index < std::ssize(samples)) << index << " of " << samples.size();
+        const auto from = samples.begin() + index;
         const auto heard = std::find_if(from, samples.end(), [](float v) { return std::fabs(v) > 0.01F; });
         delays.push_back(static_cast<double>(heard - from) * 1000 / rate);
     }

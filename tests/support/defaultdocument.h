@@ -3,6 +3,7 @@
 // A stored configuration, for tests that are no first start: that measures the machine for a second.
 
 #include "orb3core/settings/configuration.h"
+#include "orb3core/settings/sharedconfiguration.h"
 #include "orb3core/store/configstore.h"
 #include "slib/log.h"
 #include "slib/sxml.h"
@@ -15,6 +16,6 @@ inline void StoreDocument(const orb3::Configuration& document = {}) {
 }
 
 /// In place of the choice of settings for the machine: leaves the defaults.
-inline void KeepDefaults(orb3::GoalConfig&, slib::Log*) {}
+inline const orb3::Autoselect keepDefaults{[](orb3::GoalConfig&) {}, [](orb3::GoalConfig&, slib::Log*) {}};
 
 }  // namespace testing_support

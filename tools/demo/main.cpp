@@ -100,6 +100,9 @@ std::string WhyUnheard(const Options& options, const PlatformSettings& settings,
         case PlatformSettings::Output::WaveFile:
             return "Your setting 'Output' is 'WaveFile'.";
         case PlatformSettings::Output::Auto:
+        case PlatformSettings::Output::PulseAudio:
+        case PlatformSettings::Output::JACK:
+        case PlatformSettings::Output::ALSA:
             return tool::DoesOutputAnswer(log) ? "" : "No sound server and no sound card answers.";
     }
     return {};

@@ -44,13 +44,7 @@ const Row& RowOf(double power) {
     return rows.back();
 }
 
-}  // namespace
-
-void SelectSettings(GoalConfig& goalConfig, unsigned processors, double rating, slib::Log* log) {
-    log->Write("Autoselecting game settings using performance rating " + std::to_string(processors) + "@" +
-                   std::to_string(static_cast<long long>(rating * 100 + 0.5)) + ".",
-               false);
-    const Row& row = RowOf(processors * rating);
+void Apply(const Row& row, GoalConfig& goalConfig) {
     goalConfig = GoalConfig();
     goalConfig.order = row.order;
     SetEffectsQuality(goalConfig, row.effects.quality);
@@ -58,6 +52,19 @@ void SelectSettings(GoalConfig& goalConfig, unsigned processors, double rating, 
     goalConfig.sampleRateConversion = row.effects.sampleRateConversion;
     goalConfig.suggestedBufferLength = 256;
     goalConfig.suggestedBufferCount = row.bufferCount;
+}
+
+}  // namespace
+
+void SelectSettings(GoalConfig& goalConfig, unsigned processors, double rating, slib::Log* log) {
+    log->Write("Autoselecting game settings using performance rating " + std::to_string(processors) + "@" +
+                   std::to_string(static_cast<long long>(rating * 100 + 0.5)) + ".",
+               false);
+    Apply(RowOf(processors * rating), goalConfig);
+}
+
+void SelectProvisionalSettings(GoalConfig& goalConfig) {
+    Apply(rows.back(), goalConfig);
 }
 
 void AutoselectSettings(GoalConfig& goalConfig, slib::Log* log) {

@@ -12,6 +12,9 @@ namespace orb3 {
 /// too small or too great.
 void SelectSettings(GoalConfig& goalConfig, unsigned processors, double rating, slib::Log* log);
 
+/// What a start runs on until the machine is measured: what most of them carry, so that most go on with it.
+void SelectProvisionalSettings(GoalConfig& goalConfig);
+
 /// Measures the machine, which takes a second, and selects settings by it. Throws what slib::Thread::Start
 /// throws.
 void AutoselectSettings(GoalConfig& goalConfig, slib::Log* log);

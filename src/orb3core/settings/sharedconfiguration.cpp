@@ -10,13 +10,55 @@
 #include "slib/sxml.h"
 
 namespace orb3 {
+namespace {
+
+bool HasReadableDocument() {
+    try {
+        Configuration().Read(slib::SXMLNode(ReadSpeakerConfiguration()));
+        return true;
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+
+}  // namespace
 
 SharedConfiguration::SharedConfiguration(slib::Log* log, Autoselect autoselect)
     : log(log), autoselect(std::move(autoselect)) {}
 
 void SharedConfiguration::LoadConfiguration() {
-    if (!ReadDocument()) autoselect(configuration.goalConfig, log);
+    if (!ReadDocument()) autoselect.atLast(configuration.goalConfig, log);
     isConfigurationLoaded = true;
+}
+
+Configuration SharedConfiguration::ReadForStart() {
+    const slib::Lock lock(configurationMutex);
+    if (!isConfigurationLoaded) {
+        isChoiceOpen = !ReadDocument();
+        if (isChoiceOpen) autoselect.atFirst(configuration.goalConfig);
+        isConfigurationLoaded = true;
+    }
+    return configuration;
+}
+
+bool SharedConfiguration::IsChoiceOpen() {
+    const slib::Lock lock(configurationMutex);
+    return isChoiceOpen;
+}
+
+void SharedConfiguration::CompleteChoice() {
+    GoalConfig chosen;
+    autoselect.atLast(chosen, log);
+    const slib::Lock lock(configurationMutex);
+    const bool isStored = std::exchange(isStorePending, false);
+    if (!std::exchange(isChoiceOpen, false) || isRestartRequested || HasReadableDocument()) return;
+    const Configuration before = configuration;
+    configuration.goalConfig = chosen;
+    if (isStored) StoreInForce();
+    if (configuration == before) return;
+    pendingConfiguration = configuration;
+    configuration = before;
+    isRestartRequested = true;
 }
 
 // False, with the defaults, where there is no document that can be used.
@@ -53,6 +95,11 @@ void SharedConfiguration::StoreConfiguration(const Configuration& newConfigurati
     const slib::Lock lock(configurationMutex);
     configuration = newConfiguration;
     isConfigurationLoaded = true;
+    isStorePending = isChoiceOpen;
+    if (!isChoiceOpen) StoreInForce();
+}
+
+void SharedConfiguration::StoreInForce() {
     if (!mayStore) return;
     const std::string text = configuration.CreateNode()->ToString(slib::SXMLNode::Style::Compact);
     bool isKept = false;
@@ -69,7 +116,7 @@ bool SharedConfiguration::MayStore() {
 void SharedConfiguration::TakePending() {
     configuration = pendingConfiguration;
     isConfigurationLoaded = true;
-    isRestartRequested = false;
+    isRestartRequested = isChoiceOpen = false;
     mayStore = true;
 }
 
@@ -77,7 +124,7 @@ void SharedConfiguration::Unload() {
     // What was moved out of holds no memory, unlike the defaults.
     const Configuration spent = std::move(configuration);
     const Configuration spentPending = std::move(pendingConfiguration);
-    isConfigurationLoaded = areDefaultsTaken = false;
+    isConfigurationLoaded = areDefaultsTaken = isChoiceOpen = false;
     lastProblem.clear();
 }
 

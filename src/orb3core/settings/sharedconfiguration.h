@@ -13,15 +13,19 @@
 
 namespace orb3 {
 
+/// How the settings of a start without a usable stored document are chosen.
+struct Autoselect {
+    std::function<void(GoalConfig& goalConfig)> atFirst = SelectProvisionalSettings;
+    /// May measure the machine.
+    std::function<void(GoalConfig& goalConfig, slib::Log* log)> atLast = AutoselectSettings;
+};
+
 /// Everything public is guarded by configurationMutex. Lock order: configurationMutex, then the log's mutex,
 /// then the store's; nothing above configurationMutex is taken while it is held.
 class SharedConfiguration {
 public:
-    /// Chooses the settings of a start without a usable stored document.
-    using Autoselect = std::function<void(GoalConfig& goalConfig, slib::Log* log)>;
-
     /// `log` is borrowed and outlives this object. Nothing is loaded yet.
-    explicit SharedConfiguration(slib::Log* log, Autoselect autoselect = AutoselectSettings);
+    explicit SharedConfiguration(slib::Log* log, Autoselect autoselect = {});
 
     slib::Mutex configurationMutex;
     Configuration configuration SLIB_GUARDED_BY(configurationMutex);
@@ -42,6 +46,21 @@ public:
 
     /// True when StoreConfiguration would store. Takes configurationMutex.
     bool MayStore();
+
+    /// The configuration for a start that doesn't wait for the measuring of the machine: without a usable
+    /// stored document the first choice is in force, and nothing is stored, until CompleteChoice. Takes
+    /// configurationMutex.
+    Configuration ReadForStart();
+
+    /// True between ReadForStart and CompleteChoice where the machine is to be measured. Takes
+    /// configurationMutex.
+    bool IsChoiceOpen();
+
+    /// Measures the machine where that was put off, which takes a second without the mutex, and stores what a
+    /// start has asked to store meanwhile, with the settings chosen; they become pending when they differ
+    /// from those in force. A document that another process has stored by then is left to the watch on the
+    /// store.
+    void CompleteChoice();
 
     /// Puts the pending configuration, which was read from the store, in force.
     void TakePending() SLIB_REQUIRES(configurationMutex);
@@ -69,7 +88,10 @@ public:
 private:
     [[nodiscard]] bool ReadDocument() SLIB_REQUIRES(configurationMutex);
     void TakeDefaults(const std::string& problem) SLIB_REQUIRES(configurationMutex);
+    void StoreInForce() SLIB_REQUIRES(configurationMutex);
 
+    bool isChoiceOpen SLIB_GUARDED_BY(configurationMutex) = false;
+    bool isStorePending SLIB_GUARDED_BY(configurationMutex) = false;    // until the choice is complete
     bool areDefaultsTaken SLIB_GUARDED_BY(configurationMutex) = false;  // for want of a document
     bool mayStore SLIB_GUARDED_BY(configurationMutex) = true;
     std::string lastProblem SLIB_GUARDED_BY(configurationMutex);  // as logged

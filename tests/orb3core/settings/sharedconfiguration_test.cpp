@@ -38,7 +38,7 @@ protected:
 
     const testing_support::TemporaryStore folder;
     testing_support::RecordingLog log;
-    orb3::SharedConfiguration shared{&log, ChooseOrderFour};
+    orb3::SharedConfiguration shared{&log, {[](orb3::GoalConfig& c) { c.order = 2; }, ChooseOrderFour}};
 };
 
 TEST_F(SharedConfiguration, StoredByAnother_ReplacesTheDefaultsAfterAnUnloadWithoutAWord) {
@@ -79,6 +79,31 @@ TEST_F(SharedConfiguration, Peek_MeasuresNothingAndRepeatsNoError) {
     EXPECT_EQ(shared.Peek(order), 3);
     EXPECT_EQ(shared.Read(order), 4);
     EXPECT_EQ(log.lines.find("E:"), log.lines.rfind("E:"));
+}
+
+// A start doesn't wait for the choice: what it stores meanwhile is stored with what was chosen.
+TEST_F(SharedConfiguration, AChoiceThatIsPutOff_IsStoredAndPendingOnceItIsMade) {
+    EXPECT_EQ(shared.ReadForStart().goalConfig.order, 2);
+    EXPECT_TRUE(shared.IsChoiceOpen());
+    orb3::Configuration found = Unusual();
+    found.goalConfig.order = 2;
+    shared.StoreConfiguration(found);
+    EXPECT_FALSE(std::filesystem::exists(folder.UserFile()));
+    shared.CompleteChoice();
+    EXPECT_FALSE(shared.IsChoiceOpen());
+    EXPECT_EQ(Loaded(), found);
+    EXPECT_TRUE(shared.isRestartRequested);
+    found.goalConfig.order = 4;
+    EXPECT_EQ(shared.pendingConfiguration, found);
+    EXPECT_EQ(orb3::ReadSpeakerConfiguration(), found.CreateNode()->ToString(slib::SXMLNode::Style::Compact));
+}
+
+TEST_F(SharedConfiguration, AChoiceThatIsPutOff_GivesWayToADocumentStoredMeanwhile) {
+    EXPECT_EQ(shared.ReadForStart().goalConfig.order, 2);
+    orb3::WriteSpeakerConfiguration(unusualDocument);
+    shared.CompleteChoice();
+    EXPECT_FALSE(shared.isRestartRequested);
+    EXPECT_EQ(orb3::ReadSpeakerConfiguration(), unusualDocument);
 }
 
 // What the system refuses for now: no descriptor is left at the reading.
