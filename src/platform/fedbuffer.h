@@ -48,6 +48,9 @@ protected:
     /// Starts and ends the calls of Take.
     [[nodiscard]] virtual Result StartTaking() = 0;
     virtual Result StopTaking() = 0;
+    /// Another output takes from now on, which is expected to be ahead by `reach` frames. On the thread that
+    /// took so far.
+    void ExpectReach(std::uint32_t reach) { clock.Expect(reach, NowNanoseconds()); }
     /// What the application was late with since the start, where sound came after it.
     struct Interruptions {
         std::uint32_t count = 0;

@@ -9,7 +9,7 @@ namespace platform {
 
 struct OutputNews {
     std::atomic<bool> hasChanged{false};    ///< the output would be opened differently now
-    std::atomic<std::uint32_t> returns{0};  ///< of one that had gone away
+    std::atomic<std::uint32_t> returns{0};  ///< of one that had gone away, or was replaced
 };
 
 }  // namespace platform

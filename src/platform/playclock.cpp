@@ -40,6 +40,12 @@ void PlayClock::Idle(std::uint32_t frames, std::uint32_t delay, std::int64_t now
     Publish(next, now);
 }
 
+void PlayClock::Expect(std::uint32_t reach, std::int64_t now) {
+    Reading next = At(newest.load(std::memory_order_relaxed), now);
+    next.reach = reach;
+    Publish(next, now);
+}
+
 PlayClock::Reading PlayClock::Read(std::int64_t now) const {
     for (;;) {
         const std::uint32_t number = newest.load(std::memory_order_acquire);

@@ -36,6 +36,9 @@ public:
     void HandOver(std::uint32_t frames, std::uint32_t delay, std::int64_t now);
     /// The output has asked for `frames` and was given none.
     void Idle(std::uint32_t frames, std::uint32_t delay, std::int64_t now);
+    /// Another output takes the frames from now on, of which `reach` is expected. On the thread of the old
+    /// one.
+    void Expect(std::uint32_t reach, std::int64_t now);
     Reading Read(std::int64_t now) const;
 
 private:

@@ -138,6 +138,7 @@ private:
         } catch (const std::exception&) {  // the next one may fare better
         }
         isOver.store(true, std::memory_order_release);
+        buffer.signal.Post();
     }
 
     Feed lost;
@@ -309,11 +310,11 @@ void ReturningBuffer::Seek(std::int64_t now) {
     nextAttempt = now + attemptPause;
     attemptPause = std::min(attemptPause * 3 / 2, longestPause);
     if (!found.stream) return;
+    ExpectReach(capacity);
     Adopt(std::move(found));
     calmSince = now;
-    if (std::exchange(isBeingReplaced, false)) return;
     ++news->returns;
-    log->Write("The sound output is back.", false);
+    if (!std::exchange(isBeingReplaced, false)) log->Write("The sound output is back.", false);
 }
 
 }  // namespace platform

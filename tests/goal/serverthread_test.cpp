@@ -42,7 +42,8 @@ public:
     int filterOrder = 0;
     int renderedOrder = 0;
     std::array<float, 2> lastFrame{};
-    std::atomic<int> blocks{0}, runs{0};
+    std::atomic<int> blocks{0}, runs{0}, hastyBlocks{0};
+    bool isRoomAwaited = false;  // since the last block
     std::string destroyed;
 
     FormatLibrary OpenFormatLibrary(const std::string&, slib::Log*) override {
@@ -93,6 +94,7 @@ private:
             owner.at("write");
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
+        void AwaitRoom(std::uint32_t) override { owner.isRoomAwaited = true; }
         double GetWaitedTime() const override { return owner.waited; }
         ScriptedMachinery& owner;
         bool isAsked = false;
@@ -102,6 +104,7 @@ private:
         explicit Renderer(ScriptedMachinery& owner) : owner(owner) {}
         ~Renderer() override { owner.destroyed += "renderer "; }
         void renderBlock(RenderSnapshot&, RenderOutput& output) override {
+            if (!std::exchange(owner.isRoomAwaited, false)) ++owner.hastyBlocks;
             std::fill_n(output.spatial.channels[0], output.spatial.frames, 1.0F);
             output.lowFrequencyWritten = output.hasLowFrequency;
             std::fill_n(output.lowFrequency.data, output.lowFrequency.size, 0.5F);
@@ -173,6 +176,13 @@ TEST_F(ServerThreadTest, Start_OnAUsableMachine_RendersAndReportsInTheLog) {
               "I:Ran with 0 sources and 0 effect slots. Suspend/process was not used."
               "I:Stopped Tessarune.");
     EXPECT_EQ(machinery.destroyed, "renderer pipe library renderer pipe library ");
+}
+
+// What the game does while the output is full is still in it.
+TEST_F(ServerThreadTest, ABlock_IsRenderedWhenThereIsRoomForIt) {
+    const auto context = StartContext();
+    AwaitBlocks(20);
+    EXPECT_EQ(machinery.hastyBlocks, 0);
 }
 
 TEST_F(ServerThreadTest, SettingsAndTheGamesRateUnlessTold_ReachTheMachinery) {
