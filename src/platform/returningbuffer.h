@@ -12,8 +12,10 @@
 #include <memory>
 
 #include "platform/fedbuffer.h"
+#include "platform/urgentthread.h"
 #include "slib/log.h"
 #include "slib/mutex.h"
+#include "slib/priority.h"
 
 namespace platform {
 
@@ -53,8 +55,9 @@ private:
     std::atomic<bool> isTooSmall{false};
     std::atomic<std::uint32_t> nearlyEmpty{0};  // requests that found the buffer so
 
+    UrgentThread urgency{slib::soundThreadLevel};  // of the stream's thread
+
     // The stream's thread's.
-    bool hasRaisedThread = false;
     std::uint32_t lateRequests = 0;  // of this window of time
     std::uint64_t windowFrames = 0;  // that were asked for in it
     bool hasSettled = false;         // the first window, in which the buffer is filled, is over
