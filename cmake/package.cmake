@@ -19,7 +19,7 @@ set(version ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME tessarune)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS "libpulse0, libcubeb0")
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS "alsa-utils")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS "alsa-utils, libdbus-1-3, rtkit")
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "3D audio renderer for games that use OpenAL
  The library that a game loads in place of its OpenAL library, and that renders
  its sound over headphones or any set of speakers; programs to start games with

@@ -24,6 +24,7 @@
 #include "pipe/pipeexception.h"
 #include "platform/clock.h"
 #include "slib/exception.h"
+#include "slib/priority.h"
 #include "slib/text.h"
 
 namespace goal {
@@ -155,7 +156,7 @@ private:
 ServerThread::~ServerThread() = default;
 
 ServerThread::ServerThread(Engine& engine)
-    : Thread("Renderer", Priority::TimeCritical),
+    : Thread("Renderer", Priority::Normal),
       engine(engine),
       mainLog(engine.log),
       activeLog(&errorLog),
@@ -205,6 +206,7 @@ void ServerThread::End() {
 // Whatever happens, a thread that waits in Start is released.
 void ServerThread::Run() {
     try {
+        urgency.emplace(slib::rendererLevel);
         RunUntilStopped();
         ReportRun();
     } catch (const std::exception& exception) {
@@ -212,6 +214,7 @@ void ServerThread::Run() {
     } catch (...) {
         Fail("An unknown exception.");
     }
+    urgency.reset();
     SignalStart();
 }
 
@@ -233,8 +236,8 @@ void ServerThread::ReportFailure(const char* reason) noexcept {
 
 // A real-time thread only while it renders: what is set up takes its time.
 void ServerThread::RunUntilStopped() {
-    BeUrgent(false);
     while (!IsStopRequested()) {
+        urgency->SetUrgent(false);
         try {
             RunOnce();
             continue;
@@ -246,6 +249,7 @@ void ServerThread::RunUntilStopped() {
             ReportFailure("An unknown exception.");
         }
         ++failedRuns;
+        urgency->SetUrgent(false);
         PassTime();
         if (!IsStopRequested()) TakePendingConfiguration();
     }
@@ -301,6 +305,7 @@ void ServerThread::Perform(Machine& run) {
     if (!measurement && engine.configuration.IsChoiceOpen())
         measurement = std::make_unique<Measurement>(engine.configuration);
     RenderBlocks(run);
+    ReportRights();
     SetUrgent(run, false);
     if (run.configuration.goalConfig.measureOutputPeak) run.decoder->reportPeak(mainLog);
 }
@@ -533,12 +538,7 @@ void ServerThread::NoteLoad(Machine& run) {
 
 void ServerThread::SetUrgent(const Machine& run, bool urgent) {
     run.decoder->SetUrgent(urgent);
-    BeUrgent(urgent);
-}
-
-void ServerThread::BeUrgent(bool urgent) {
-    if (std::exchange(isUrgent, urgent) != urgent)
-        TakePriority(urgent ? Priority::TimeCritical : Priority::AboveNormal);
+    urgency->SetUrgent(urgent);
 }
 
 // The game's calls wait for the length of the copy at most. They never see half of the server's step, and the
@@ -590,6 +590,17 @@ void ServerThread::TakePendingConfiguration() {
     lastFailure.clear();
     ChooseLog();
     mainLog->Write("Restarting because of configuration change.", false);
+}
+
+// Once a process.
+void ServerThread::ReportRights() {
+    static std::atomic_flag isReported;
+    if (urgency->IsRefused() && activeLog == mainLog && !isReported.test_and_set())
+        mainLog->Write(
+            "The renderer had no real-time rights, so the sound may falter while other programs are busy. "
+            "The "
+            "user guide says how to allow them.",
+            false);
 }
 
 void ServerThread::ReportRun() {

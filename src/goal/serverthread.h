@@ -31,6 +31,7 @@
 #include "goal/engine.h"
 #include "goal/relief.h"
 #include "orb3core/settings/configuration.h"
+#include "platform/urgentthread.h"
 #include "slib/log.h"
 #include "slib/mutex.h"
 #include "slib/thread.h"
@@ -93,7 +94,6 @@ private:
     void NoteBlock(Machine& run);
     void NoteLoad(Machine& run);
     void SetUrgent(const Machine& run, bool urgent);
-    void BeUrgent(bool urgent);
     void TakeSnapshot();
     void NoteSuspension();
     void WriteBlock(Machine& run);
@@ -101,6 +101,7 @@ private:
     void TakePendingConfiguration();
     slib::Log* LogInForce();
     void ChooseLog();
+    void ReportRights();
     void ReportRun();
     bool IsSuspendSupported();
 
@@ -124,7 +125,7 @@ private:
     std::uint32_t failedRuns = 0;                   // in a row
     std::optional<orb3::Configuration> lastWorked;  // what a run rendered on
     Relief relief;                                  // since the last change of the settings
-    bool isUrgent = true;                           // is a real-time thread, where that may be had
+    std::optional<platform::UrgentThread> urgency;  // while it runs
     bool isOverloadLogged = false;
     std::uint32_t suspendedBlocks = 0;  // in a row
     bool isSuspensionLogged = false;

@@ -40,13 +40,15 @@ void Pass() {
 }  // namespace
 
 // Not at a real-time level, where a second of it would cut a hole into other programs' sound.
-TestPowerThread::TestPowerThread() : Thread("PerformanceTest", Priority::Highest) {}
+TestPowerThread::TestPowerThread() : Thread("PerformanceTest", Priority::Normal) {}
 
 TestPowerThread::~TestPowerThread() {
     Stop();
 }
 
+// Where the priority is refused the machine counts for what it has left.
 void TestPowerThread::Run() {
+    static_cast<void>(TakePriority(Priority::Highest));
     const Clock::time_point start = Clock::now();
     double count = 0;
     while (Clock::now() - start < duration) {

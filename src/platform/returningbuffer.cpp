@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "platform/boundedcall.h"
-#include "platform/threadpriority.h"
 #include "slib/thread.h"
 
 namespace platform {
@@ -20,8 +19,7 @@ constexpr std::int64_t longestPause = 5'000'000'000;  // ns between two later on
 }  // namespace
 
 void StreamOutlet::Fill(float* output, std::uint32_t frames, std::uint32_t delay) {
-    if (!hasRaisedThread) RaiseSoundThread();
-    hasRaisedThread = true;
+    urgency.SetUrgent(true);
     NoteRequest(frames);
     const auto write = [&](const std::int32_t* samples, std::uint32_t count) {
         const std::size_t size = std::size_t{count} * channels;
@@ -90,7 +88,7 @@ void StreamOutlet::Connect(FedBuffer* newRing) {
 class ReturningBuffer::Keeper : public slib::Thread {
 public:
     explicit Keeper(ReturningBuffer& buffer)
-        : Thread("SoundKeeper", slib::Thread::Priority::AboveNormal), buffer(buffer) {
+        : Thread("SoundKeeper", slib::Thread::Priority::Normal), buffer(buffer) {
         Start();
     }
     ~Keeper() override {
@@ -100,7 +98,9 @@ public:
     }
 
 private:
+    // It can do without the priority, where the system refuses it.
     void Run() override {
+        static_cast<void>(TakePriority(Priority::AboveNormal));
         while (!IsStopRequested()) {
             // Woken or not, there may be something to do.
             static_cast<void>(buffer.signal.WaitFor(buffer.feed.stream ? longWait : turn));

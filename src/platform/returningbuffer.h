@@ -13,8 +13,10 @@
 
 #include "platform/fedbuffer.h"
 #include "platform/outputnews.h"
+#include "platform/urgentthread.h"
 #include "slib/log.h"
 #include "slib/mutex.h"
+#include "slib/priority.h"
 
 namespace platform {
 
@@ -61,8 +63,9 @@ private:
     std::atomic<std::uint32_t> nearlyEmpty{0};      // requests that found the buffer so
     std::atomic<std::uint32_t> greatestRequest{0};  // frames, since the keeper last looked
 
+    UrgentThread urgency{slib::soundThreadLevel};  // of the stream's thread
+
     // The stream's thread's.
-    bool hasRaisedThread = false;
     std::uint32_t lateRequests = 0;       // of this window of time
     std::uint64_t windowFrames = 0;       // that were asked for in it
     std::atomic<bool> hasSettled{false};  // the window in which the buffer is filled is over

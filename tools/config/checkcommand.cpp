@@ -65,7 +65,13 @@ struct Outcome {
     std::uint32_t decoderFrames = 0;  // by which the decoder lags
 
     bool StoresLayout() const { return output.isConfigurationChanged && mayStore; }
-    std::uint32_t LatencyFrames() const { return blockFrames + decoderFrames + output.pipe->GetLatency(); }
+    // A block is rendered as soon as there is room for it.
+    std::uint32_t AheadFrames() const {
+        const std::uint32_t lead = output.pipe->GetLatency() + 2 * output.pipe->GetBufferLength();
+        return lead - std::min(lead, blockFrames);
+    }
+    // From the call to the speaker, on average.
+    std::uint32_t LatencyFrames() const { return blockFrames / 2 + decoderFrames + AheadFrames(); }
 };
 
 // All that a start does but to open the device and to store what it found.
@@ -134,10 +140,11 @@ void Print(const Outcome& outcome, const FormatLibrary& library, int gameRate) {
     table.AddRow({"Order", outcome.order, WhyOrder(outcome)});
     table.AddRow({"Rate", rate, WhyRate(outcome, gameRate)});
     table.AddRow({"Block", Frames(outcome.blockFrames, outcome), ""});
-    table.AddRow({"Latency", Frames(outcome.LatencyFrames(), outcome),
-                  "a block, the decoder's " + std::to_string(outcome.decoderFrames) + ", and " +
-                      std::to_string(pipe.GetBufferCount()) +
-                      " blocks of the output; a sound server's own buffer comes on top"});
+    table.AddRow(
+        {"Latency", Frames(outcome.LatencyFrames(), outcome),
+         "from a call to the speaker, from the start on: half a block, the decoder's " +
+             std::to_string(outcome.decoderFrames) + ", and " + std::to_string(outcome.AheadFrames()) +
+             " ahead of what is heard, the sound server's buffer among them; more where that needs it"});
     table.PrintAligned(std::cout, "", false);
 }
 
@@ -158,6 +165,7 @@ Json ToJson(const Outcome& outcome, const FormatLibrary& library, int gameRate) 
             {"block_frames", outcome.blockFrames},
             {"decoder_frames", outcome.decoderFrames},
             {"output_blocks", pipe.GetBufferCount()},
+            {"ahead_frames", outcome.AheadFrames()},
             {"latency_frames", outcome.LatencyFrames()},
             {"latency_seconds", outcome.LatencyFrames() / pipe.GetSampleRate()}};
 }

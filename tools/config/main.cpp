@@ -29,6 +29,7 @@ std::string Footer() {
 }  // namespace
 
 int main(int count, char** arguments) {
+    tool::HideRefusedPriority();
     tool::Program program("tessarune-config", "Shows and changes the settings of Tessarune.");
     program.require_subcommand(1);
     program.footer(Footer());

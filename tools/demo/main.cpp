@@ -209,6 +209,7 @@ void AddOptions(tool::Program& program, Options& options) {
 }  // namespace
 
 int main(int count, char** arguments) {
+    tool::HideRefusedPriority();
     tool::Program program(
         "tessarune-demo",
         "Plays voices around you, an engine that flies past, and a room, as a game would. Where nothing can "

@@ -170,6 +170,7 @@ int ShowAll(bool isJson) {
 }  // namespace
 
 int main(int count, char** arguments) {
+    tool::HideRefusedPriority();
     tool::Program program("tessarune-info",
                           "Makes a context as a game does, and prints what the library answers to every "
                           "question about itself.");

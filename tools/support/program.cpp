@@ -1,5 +1,7 @@
 #include "tools/support/program.h"
 
+#include <stdlib.h>
+
 #include <exception>
 #include <iostream>
 #include <utility>
@@ -94,6 +96,10 @@ std::string Program::Fault(const CLI::ParseError& error, const char* command) co
 int Program::Explain(const std::string& sentence, int status) const {
     std::cerr << get_name() << ": " << sentence << "\n";
     return status;
+}
+
+void HideRefusedPriority() {
+    setenv("TESSARUNE_QUIET", "1", 1);  // slib/priority.h
 }
 
 std::string Version() {

@@ -71,6 +71,10 @@ private:
     std::map<const CLI::Option*, Offer> offers;
 };
 
+/// Keeps the library from saying on standard error that it was refused a priority, which is nothing to the
+/// person before this program. Not for what it starts. Before a context is made.
+void HideRefusedPriority();
+
 /// The project's version: "2.5.1".
 std::string Version();
 

@@ -6,6 +6,8 @@
 #include <utility>
 
 #include "pipe/pipeexception.h"
+#include "platform/urgentthread.h"
+#include "slib/priority.h"
 
 namespace orb3 {
 namespace {
@@ -29,7 +31,7 @@ void Interleave(const hcml::ac::Bus& bus, hcml::GenericMatrix<float, 1>& matrix)
 TransformedPipeUPT_Parallel::TransformedPipeUPT_Parallel(
     const strans::TimeDomainTransform<float, 1>& transform, slib::Log* log, audiopipe::PipePtr pipe)
     : TransformedPipeUPT(transform, log, std::move(pipe), true),
-      Thread("Decoder", Priority::TimeCritical),
+      Thread("Decoder", Priority::Normal),
       delayLines(MakeDelayLines(transformer.outputCount, transformer.startLatency)),
       output(blockFrames, transformer.outputCount) {
     for (BlockSlot& slot : slots) {
@@ -122,14 +124,12 @@ void TransformedPipeUPT_Parallel::Run() {
 }
 
 void TransformedPipeUPT_Parallel::DecodeBlocks() {
-    bool wasUrgent = true;
+    platform::UrgentThread urgency(slib::rendererLevel);
     for (std::size_t i = 0; !IsStopRequested(); i ^= 1) {
         BlockSlot& slot = slots[i];
         slot.readySemaphore.Wait();
         if (IsStopRequested()) return;
-        const bool isUrgentNow = isUrgent.load(std::memory_order_relaxed);
-        if (std::exchange(wasUrgent, isUrgentNow) != isUrgentNow)
-            TakePriority(isUrgentNow ? Priority::TimeCritical : Priority::AboveNormal);
+        urgency.SetUrgent(isUrgent.load(std::memory_order_relaxed));
         transformer.process(slot.input, output);
         MixFeeds(slot);
         slot.freeSemaphore.Post();
