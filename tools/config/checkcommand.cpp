@@ -144,7 +144,8 @@ void Print(const Outcome& outcome, const FormatLibrary& library, int gameRate) {
         {"Latency", Frames(outcome.LatencyFrames(), outcome),
          "from a call to the speaker, from the start on: half a block, the decoder's " +
              std::to_string(outcome.decoderFrames) + ", and " + std::to_string(outcome.AheadFrames()) +
-             " ahead of what is heard, the sound server's buffer among them; more where that needs it"});
+             " ahead of what is heard, with " + std::to_string(pipe.GetBufferCount()) +
+             " blocks of the output; more where the sound server's buffer, which lies within, needs it"});
     table.PrintAligned(std::cout, "", false);
 }
 
