@@ -128,6 +128,11 @@ protected:
         return context;
     }
 
+    static double RateOf(Context& context) {
+        const slib::Lock lock(context.timingMutex);
+        return context.sampleRate;
+    }
+
     std::string StartFailure() {
         return testing_support::Failure<slib::BadStateException>([this] { StartContext(); });
     }
@@ -259,10 +264,10 @@ TEST_F(ServerThreadTest, AnOutputThatIsSlow_KeepsNobodyWaiting) {
         const auto start = std::chrono::steady_clock::now();
         const auto context = StartContext(32000);
         EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(400));
-        EXPECT_EQ(context->sampleRate, 32000);
+        EXPECT_EQ(RateOf(*context), 32000);
         EXPECT_EQ(machinery.blocks, 0);
         AwaitBlocks(3);
-        EXPECT_EQ(context->sampleRate, 48000);
+        EXPECT_EQ(RateOf(*context), 48000);
         EXPECT_EQ(log.Has("Nobody there."), isRefused);
         machinery.blocks = 0;
     }
