@@ -22,6 +22,9 @@ inline constexpr auto choiceTexts<EffectsQuality> = slib::MakeEnumTexts<EffectsQ
                                                                                         "High");
 
 template <>
+inline constexpr auto choiceTexts<Sound> = slib::MakeEnumTexts<Sound>("Refined", "Classic");
+
+template <>
 inline constexpr auto choiceTexts<platform::PlatformSettings::Output> =
     slib::MakeEnumTexts<platform::PlatformSettings::Output>("Auto", "Silent", "WaveFile", "PulseAudio",
                                                             "JACK", "ALSA");

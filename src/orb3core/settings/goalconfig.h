@@ -16,6 +16,12 @@ enum class SampleRateConversion { Off, Linear, SincLow, SincMedium, SincHigh };
 /// Quality of the reverb; stored by name, and kept as two fields.
 enum class EffectsQuality { Low, Medium, High };
 
+/// Which of the two renders; stored by name.
+enum class Sound {
+    Refined,  ///< what the ear asks for beyond the formulas: no click, no step, no clipping
+    Classic,  ///< the plain formulas, exactly
+};
+
 struct GoalConfig {
     double gain = 1.0;  ///< Overall output gain, linear, finite and not negative.
     int order = 3;      ///< Spherical-harmonic order of the rendering bus, 1 to 4.
@@ -33,6 +39,7 @@ struct GoalConfig {
     int defaultSampleRate = 48000;    ///< Rate in Hz where a context names none, at least 1.
     int suggestedBufferLength = 512;  ///< Frames per output buffer, at least 64.
     int suggestedBufferCount = 4;     ///< Output buffers in the ring, at least 1.
+    Sound sound = Sound::Refined;
     bool masqueradeAsGenericSoftware = false;  ///< The device list also has "Generic Software".
     bool masqueradeAsGenericHardware = false;  ///< The device list also has "Generic Hardware".
 

@@ -204,6 +204,10 @@ constexpr std::array settings{
         "Off takes the nearest frame, Linear interpolates between two, and SincLow, SincMedium and SincHigh use "
         "4, 8 and 16 taps. Lower it on a slow machine; raise it when high tones sound rough. The first start "
         "chooses it."},
+    Setting{"Sound", UnlessDefault, Choice<At<&GoalConfig::sound>>(),
+        "the way of rendering", "sources, decoder",
+        "Refined has no clicks, steps or clipping where the formulas of Classic leave some. Set Classic to "
+        "compare, or for a result that other writings of the formulas reproduce."},
     Setting{"IsLoggingVerbose", Required, Flag<At<&GoalConfig::isLoggingVerbose>>(),
         "log each step, and each call that fails", "log",
         "Set it while you look for the cause of a problem."},
