@@ -88,8 +88,8 @@ void Decoder(benchmark::State& state) {
     for (auto _ : state) {
         orb3::strans::TimeDomainTransform<float, 1> transform = output.transform;
         orb3::convertTransformToBusBasis(transform);
-        benchmark::DoNotOptimize(
-            orb3::createTransformedPipe(transform, &log, output.pipe, orb3::DecoderMode::Serial));
+        benchmark::DoNotOptimize(orb3::createTransformedPipe(
+            transform, &log, output.pipe, orb3::DecoderMode::Serial, orb3::Limiting::Refined));
     }
 }
 BENCHMARK(Decoder)->Unit(benchmark::kMicrosecond);

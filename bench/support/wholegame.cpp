@@ -41,7 +41,8 @@ Transform ReadHeadphones() {
 std::unique_ptr<orb3::TransformedPipeUPT> MakeHeadphoneDecoder(TakingPipe* pipe) {
     const audiopipe::PipePtr owner(pipe);
     static const Transform headphones = ReadHeadphones();
-    return orb3::createTransformedPipe(headphones, Log(), owner, orb3::DecoderMode::Serial);
+    return orb3::createTransformedPipe(headphones, Log(), owner, orb3::DecoderMode::Serial,
+                                       orb3::Limiting::Refined);
 }
 
 void Shape(goal::RenderOutput& output) {

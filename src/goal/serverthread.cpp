@@ -372,10 +372,11 @@ void ServerThread::BuildDecoder(Machine& run) {
     activeLog->Write("Using decoder of order " + std::to_string(run.order) + " for '" +
                          run.outputSetUp.formatName + "', method '" + run.outputSetUp.methodName + "'.",
                      false);
-    run.decoder = orb3::createTransformedPipe(transform, activeLog, run.outputSetUp.pipe,
-                                              run.configuration.goalConfig.useParallelDecoder
-                                                  ? orb3::DecoderMode::Parallel
-                                                  : orb3::DecoderMode::Serial);
+    const orb3::GoalConfig& settings = run.configuration.goalConfig;
+    run.decoder = orb3::createTransformedPipe(
+        transform, activeLog, run.outputSetUp.pipe,
+        settings.useParallelDecoder ? orb3::DecoderMode::Parallel : orb3::DecoderMode::Serial,
+        settings.sound == orb3::Sound::Classic ? orb3::Limiting::Plain : orb3::Limiting::Refined);
     run.blockFrames = run.decoder->blockFrames;
     if (run.outputSetUp.pipe->GetWaitedTime() >= 0) run.load.emplace(run.blockFrames / run.sampleRate);
     activeLog->Write("Decoder started (sample rate " + slib::FormatNumber(run.sampleRate * 0.001) + "kHz).",

@@ -89,7 +89,8 @@ Outcome TryStart(const FormatLibrary& library, const orb3::Frameworks& framework
     outcome.order = orb3::FitToBus(outcome.output.transform, settings.order);
     const auto decoder = orb3::createTransformedPipe(
         outcome.output.transform, &log, outcome.output.pipe,
-        settings.useParallelDecoder ? orb3::DecoderMode::Parallel : orb3::DecoderMode::Serial);
+        settings.useParallelDecoder ? orb3::DecoderMode::Parallel : orb3::DecoderMode::Serial,
+        orb3::Limiting::Refined);
     outcome.blockFrames = decoder->blockFrames;
     outcome.decoderFrames = decoder->LatencyFrames();
     return outcome;

@@ -47,7 +47,17 @@ double CutoffDistance(double gain) {
 SecondOrderRow Butterworth(double k, double numerator) {
     const double d = 1 + k * (std::numbers::sqrt2 + k);
     return {static_cast<float>(numerator / d), static_cast<float>(4 * k * k / d),
-            static_cast<float>((1 - k * (std::numbers::sqrt2 + 3 * k)) / d)};
+            static_cast<float>((1 - k * (std::numbers::sqrt2 + 3 * k)) / d), static_cast<float>(k)};
+}
+
+// The bilinear transform bends frequencies; with the tangent the cut-off stays where it is to be.
+SecondOrderRow HighBentSecondOrder(double gain, double angle) {
+    const double k = angle / 2 / CutoffDistance(gain);
+    return Butterworth(k, k * k);
+}
+
+SecondOrderRow LowBentSecondOrder(double gain, double angle) {
+    return Butterworth(angle / 2 * CutoffDistance(gain), 1);
 }
 
 SecondOrderRow HighSecondOrder(double gain, double angle) {
@@ -79,7 +89,8 @@ Index FilterRowIndex(float gain) {
     return gain < 1 ? static_cast<Index>(openRow * std::sqrt(gain)) : openRow;
 }
 
-void buildFilterTables(FilterGainTables& tables, double sampleRate, bool firstOrderOnly) {
+void buildFilterTables(FilterGainTables& tables, double sampleRate, bool firstOrderOnly, bool isRefined) {
+    tables.isRefined = isRefined;
     static_cast<GainSlew&>(tables) = MakeGainSlew(sampleRate);
     setHFReference(tables, 5000, firstOrderOnly, sampleRate);
     setLFReference(tables, 250, firstOrderOnly, sampleRate);
@@ -89,14 +100,18 @@ void setHFReference(FilterGainTables& tables, double frequency, bool firstOrderO
     const double angle = ReferenceAngle(frequency, sampleRate);
     tables.hfReference = frequency;
     Fill(tables.hfFirstOrder, {0, 0}, {1, 0}, HighFirstOrder, angle);
-    if (!firstOrderOnly) Fill(tables.hfSecondOrder, {0, 1, -1}, {1, 1, -1}, HighSecondOrder, angle);
+    if (!firstOrderOnly)
+        Fill(tables.hfSecondOrder, {0, 1, -1}, {1, 1, -1},
+             tables.isRefined ? HighSecondOrder : HighBentSecondOrder, angle);
 }
 
 void setLFReference(FilterGainTables& tables, double frequency, bool firstOrderOnly, double sampleRate) {
     const double angle = ReferenceAngle(frequency, sampleRate);
     tables.lfReference = frequency;
     Fill(tables.lfFirstOrder, {1, 0}, {0, 0}, LowFirstOrder, angle);
-    if (!firstOrderOnly) Fill(tables.lfSecondOrder, {0, 1, -1}, {1, 1, -1}, LowSecondOrder, angle);
+    if (!firstOrderOnly)
+        Fill(tables.lfSecondOrder, {0, 1, -1}, {1, 1, -1},
+             tables.isRefined ? LowSecondOrder : LowBentSecondOrder, angle);
 }
 
 }  // namespace goal

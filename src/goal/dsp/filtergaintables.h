@@ -21,11 +21,13 @@ struct FirstOrderRow {
 /// The second-order Butterworth filter with w = x - b1*y1 - b2*y2 and the output a*(w + 2*y1 + y2) in the
 /// high section, a*(w - 2*y1 + y2) in the low one. It is held as the delta operator needs it (Middleton and
 /// Goodwin, 1986): far below the sample rate 1 + b1 + b2 is all that determines the cut-off, and the rounding
-/// of b1 and b2 to floats would drown it.
+/// of b1 and b2 to floats would drown it. A refined stage runs the same filter by `k`, as two integrators,
+/// whose state is of the signal and not of the row.
 struct SecondOrderRow {
     float a = 0;
     float sum = 0;    ///< 1 + b1 + b2
     float slope = 0;  ///< -1 - b1
+    float k = 0;      ///< the tangent of half the angle of the cut-off
 };
 
 /// Tables over the square root of the gain in 1024 steps: row i is for the gain ((i + 0.5) / 1024)² at the
@@ -35,6 +37,10 @@ struct FilterGainTables : GainSlew {
     template <typename Row>
     using Table = std::array<Row, openRow + 1>;
 
+    /// What a filter stage with these tables does beyond the formulas: a path that wakes starts with its
+    /// shelves at their targets, a section that begins to close knows what came before, one that opens dies
+    /// away, and the second order has its cut-off exactly where it is to be.
+    bool isRefined = true;
     double hfReference = 5000;  ///< Hz
     double lfReference = 250;   ///< Hz
     Table<FirstOrderRow> hfFirstOrder;
@@ -51,7 +57,8 @@ std::uint32_t FilterRowIndex(float gain);
 
 /// Fills everything, with references of 5000 Hz and 250 Hz. With `firstOrderOnly` the second-order tables
 /// keep what they hold. `sampleRate` in Hz, above 0.
-void buildFilterTables(FilterGainTables& tables, double sampleRate, bool firstOrderOnly);
+void buildFilterTables(FilterGainTables& tables, double sampleRate, bool firstOrderOnly,
+                       bool isRefined = true);
 
 /// Rebuilds the high tables for a reference frequency in Hz, above 0. A reference beyond 0.49 of the rate
 /// works as that one.

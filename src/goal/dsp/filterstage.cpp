@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <numbers>
 
 #include "goal/dsp/antidenormal.h"
 #include "numeric/kernels/gainkernel.h"
@@ -43,7 +44,7 @@ struct Work {
 };
 
 // A section's memory on one channel. The first order keeps y1 and zero, the second y2 and y1 - y2, which is
-// the small difference of two large numbers at low frequencies.
+// the small difference of two large numbers at low frequencies, or the states of two integrators.
 struct SectionMemory {
     float& first;
     float& second;
@@ -114,6 +115,57 @@ void RunSecondOrder(const float* input, std::size_t count, SecondOrderRow row, S
     memory.second = KeptInMemory(difference);
 }
 
+// The second order as two trapezoidal integrators (Zavalishin, 2012), whose cut-off may move without a jump:
+// emit(i, x, band, low) of which the band is that of the first one.
+template <typename Input, typename Emit>
+void RunIntegrators(Input input, std::size_t count, float k, SectionMemory memory, Emit emit) {
+    constexpr auto damping = std::numbers::sqrt2_v<float>;
+    const float a1 = 1 / (1 + k * (k + damping));
+    const float a2 = k * a1;
+    const float a3 = k * a2;
+    float low = memory.first;
+    float band = memory.second;
+    for (std::size_t i = 0; i < count; ++i) {
+        const float x = input(i);
+        const float rest = x - low;
+        const float v1 = a1 * band + a2 * rest;
+        const float v2 = low + a2 * band + a3 * rest;
+        band = 2 * v1 - band;
+        low = 2 * v2 - low;
+        emit(i, x, v1, v2);
+    }
+    memory.first = KeptInMemory(low);
+    memory.second = KeptInMemory(band);
+}
+
+// The high section of the second order, times `gain`.
+void RunHighSecondOrder(const FilterGainTables& tables, std::uint32_t row, const float* input, float* output,
+                        std::size_t count, float gain, SectionMemory memory) {
+    const SecondOrderRow& at = tables.hfSecondOrder[row];
+    if (tables.isRefined)
+        return RunIntegrators([=](std::size_t i) { return input[i]; }, count, at.k, memory,
+                              [=](std::size_t i, float, float, float low) { output[i] = gain * low; });
+    const float scale = gain * at.a;
+    RunSecondOrder(input, count, at, memory, [=](std::size_t i, float older, float difference, float next) {
+        output[i] = scale * ((4 * older + 3 * difference) + next);
+    });
+}
+
+// The low section of the second order, in place.
+void RunLowSecondOrder(const FilterGainTables& tables, std::uint32_t row, float* samples, std::size_t count,
+                       SectionMemory memory) {
+    const SecondOrderRow& at = tables.lfSecondOrder[row];
+    if (tables.isRefined)
+        return RunIntegrators([=](std::size_t i) { return samples[i]; }, count, at.k, memory,
+                              [=](std::size_t i, float x, float band, float low) {
+                                  samples[i] = x - std::numbers::sqrt2_v<float> * band - low;
+                              });
+    const float a = at.a;
+    RunSecondOrder(samples, count, at, memory, [=](std::size_t i, float, float difference, float next) {
+        samples[i] = a * (next - difference);
+    });
+}
+
 void Scale(const float* input, float* output, std::size_t count, float gain) {
     if (gain == 0) {
         std::fill_n(output, count, 0.0F);
@@ -130,7 +182,36 @@ std::size_t WholeGroups(const Work& work, std::uint32_t from, std::uint32_t coun
     return (std::size_t{work.frames} + 3) / 4 * 4 - from;
 }
 
-// The gain and the high section on a range of frames of all channels, at the gains of the state.
+// By a gain that moves in a line.
+void ScaleAlong(const float* input, float* output, std::size_t count, float first, float last) {
+    const float slope = (last - first) / static_cast<float>(count);
+    for (std::size_t i = 0; i < count; ++i)
+        output[i] = input[i] * (first + slope * static_cast<float>(i + 1));
+}
+
+// The gain and the high section on a range of frames of all channels, at the gains of the state, or on the
+// way to them: the gain was `gainBefore`. What it acts on first is what the memory is of.
+void RunHighAlong(const Work& work, std::uint32_t from, std::uint32_t count, float gainBefore) {
+    const std::uint32_t row = FilterRowIndex(work.state.gainHF);
+    for (std::uint32_t c = 0; c < work.channels; ++c) {
+        const float* input = work.input[c] + from;
+        float* output = work.output[c] + from;
+        const SectionMemory memory = HighMemory(work, c);
+        if (IsOpen(row) || !work.secondOrder) ScaleAlong(input, output, count, gainBefore, work.state.gain);
+        if (IsOpen(row)) {
+            memory.Clear();
+        } else if (work.secondOrder) {
+            RunHighSecondOrder(work.tables, row, input, output, count, 1, memory);
+            ScaleAlong(output, output, count, gainBefore, work.state.gain);
+        } else {
+            const FirstOrderRow& at = work.tables.hfFirstOrder[row];
+            RunFirstOrder(output, count, at.a, at.b, memory,
+                          [=](std::size_t i, float, float y) { output[i] = y; });
+        }
+    }
+}
+
+// The same at the gains of the state.
 void RunHigh(const Work& work, std::uint32_t from, std::uint32_t count) {
     const float gain = work.state.gain;
     const std::uint32_t row = FilterRowIndex(work.state.gainHF);
@@ -142,12 +223,7 @@ void RunHigh(const Work& work, std::uint32_t from, std::uint32_t count) {
             Scale(input, output, WholeGroups(work, from, count), gain);
             memory.Clear();
         } else if (work.secondOrder) {
-            const SecondOrderRow& at = work.tables.hfSecondOrder[row];
-            const float scale = gain * at.a;
-            RunSecondOrder(input, count, at, memory,
-                           [=](std::size_t i, float older, float difference, float next) {
-                               output[i] = scale * ((4 * older + 3 * difference) + next);
-                           });
+            RunHighSecondOrder(work.tables, row, input, output, count, gain, memory);
         } else {
             const FirstOrderRow& at = work.tables.hfFirstOrder[row];
             RunFirstOrder(input, count, gain * at.a, at.b, memory,
@@ -159,27 +235,56 @@ void RunHigh(const Work& work, std::uint32_t from, std::uint32_t count) {
 // Gives the high section the memory of an input that was always as it is at frame `from`: an open section
 // keeps none, and one that began to close with an empty memory would click.
 void PrimeHigh(const Work& work, std::uint32_t from) {
-    const std::uint32_t row = FilterRowIndex(work.state.gainHF);
-    const float scale = work.secondOrder ? 1 / work.tables.hfSecondOrder[row].sum : work.state.gain;
+    const float scale = work.secondOrder ? 1 : work.state.gain;
     for (std::uint32_t c = 0; c < work.channels; ++c)
         HighMemory(work, c).first = KeptInMemory(work.input[c][from] * scale);
+}
+
+// What the low section takes off dies away by itself once it is open: at first order what its low-pass
+// remembers, at second order its answer to silence. `from` as below.
+void DieAway(const Work& work, std::uint32_t from, std::uint32_t count) {
+    constexpr float inaudible = 1e-6F;
+    constexpr std::uint32_t longRun =
+        32;  // frames; the second order's answer may cross zero in a shorter one
+    float greatest = 0;
+    for (std::uint32_t c = 0; c < work.channels; ++c) {
+        float* samples = work.output[c] + from;
+        const SectionMemory memory = LowMemory(work, c);
+        if (work.secondOrder) {
+            const float k = work.tables.lfSecondOrder[work.state.lowTail].k;
+            RunIntegrators([](std::size_t) { return 0.0F; }, count, k, memory,
+                           [&](std::size_t i, float, float band, float low) {
+                               const float rest = std::numbers::sqrt2_v<float> * band + low;
+                               samples[i] -= rest;
+                               greatest = std::max(greatest, std::fabs(rest));
+                           });
+        } else {
+            const float b = work.tables.lfFirstOrder[work.state.lowTail].b;
+            for (std::uint32_t i = 0; i < count; ++i) {
+                memory.first *= b;
+                samples[i] -= memory.first;
+            }
+            greatest = std::max(greatest, std::fabs(memory.first));
+        }
+    }
+    if (count < longRun || greatest > inaudible) return;
+    for (std::uint32_t c = 0; c < work.channels; ++c)
+        LowMemory(work, c).Clear();
+    work.state.lowTail = 0;
 }
 
 // The low section in place on a range of frames of all channels, at the gain of the state.
 void RunLow(const Work& work, std::uint32_t from, std::uint32_t count) {
     const std::uint32_t row = FilterRowIndex(work.state.gainLF);
+    if (IsOpen(row) && work.state.lowTail != 0) return DieAway(work, from, count);
+    work.state.lowTail = 0;
     for (std::uint32_t c = 0; c < work.channels; ++c) {
         float* samples = work.output[c] + from;
         const SectionMemory memory = LowMemory(work, c);
         if (IsOpen(row)) {
             memory.Clear();
         } else if (work.secondOrder) {
-            const SecondOrderRow& at = work.tables.lfSecondOrder[row];
-            const float a = at.a;
-            RunSecondOrder(samples, count, at, memory,
-                           [=](std::size_t i, float, float difference, float next) {
-                               samples[i] = a * (next - difference);
-                           });
+            RunLowSecondOrder(work.tables, row, samples, count, memory);
         } else {
             const FirstOrderRow& at = work.tables.lfFirstOrder[row];
             RunFirstOrder(samples, count, at.a, at.b, memory,
@@ -201,10 +306,14 @@ std::uint32_t WalkHigh(const Work& work, const Targets& targets) {
     std::uint32_t position = 0;
     while ((state.gain != targets.gain || state.gainHF != targets.gainHF) && work.frames - position >= step) {
         const bool wasOpen = IsOpenAt(state.gainHF);
+        const float gainBefore = state.gain;
         state.gain = work.tables.Step(state.gain, targets.gain, work.floorScale);
         state.gainHF = work.tables.Step(state.gainHF, targets.gainHF, work.floorScale);
-        if (wasOpen && !IsOpenAt(state.gainHF)) PrimeHigh(work, position);
-        RunHigh(work, position, step);
+        if (work.tables.isRefined && wasOpen && !IsOpenAt(state.gainHF)) PrimeHigh(work, position);
+        if (work.tables.isRefined && gainBefore != state.gain)
+            RunHighAlong(work, position, step, gainBefore);
+        else
+            RunHigh(work, position, step);
         position += step;
     }
     return position;
@@ -224,7 +333,9 @@ void PassLow(const Work& work, const Targets& targets) {
     const std::uint32_t step = work.Step();
     std::uint32_t position = 0;
     while (state.gainLF != targets.gainLF && work.frames - position >= step) {
+        const std::uint32_t before = FilterRowIndex(state.gainLF);
         state.gainLF = work.tables.Step(state.gainLF, targets.gainLF, work.floorScale);
+        if (work.tables.isRefined && !IsOpen(before) && IsOpenAt(state.gainLF)) state.lowTail = before;
         RunLow(work, position, step);
         position += step;
     }
@@ -244,6 +355,11 @@ bool IsSilent(const SourceFilterState& state, const Targets& targets) {
            (state.gainLF == 0 && targets.gainLF == 0);
 }
 
+// As a path that was silent is left.
+bool IsAsleep(const SourceFilterState& state) {
+    return state.gain == 0 && state.gainHF == 0 && state.gainLF == 0;
+}
+
 // What comes before the passes.
 bool PrepareOrFindSilent(const Work& work, const Targets& targets) {
     SourceFilterState& state = work.state;
@@ -251,11 +367,16 @@ bool PrepareOrFindSilent(const Work& work, const Targets& targets) {
     const auto channelCount = static_cast<std::int32_t>(work.channels);
     if (state.channelCount != channelCount) {
         state.memory = {};
+        state.lowTail = 0;
         state.channelCount = channelCount;
         SetGains(state, targets);
     }
-    if (!IsSilent(state, targets)) return false;
+    if (!IsSilent(state, targets)) {
+        if (work.tables.isRefined && IsAsleep(state)) SetGains(state, {0, targets.gainHF, targets.gainLF});
+        return false;
+    }
     state.memory = {};
+    state.lowTail = 0;
     SetGains(state, {0, 0, 0});
     return true;
 }
@@ -272,7 +393,7 @@ bool Filter(const Work& work, const Targets& targets) {
 bool IsOneSection(const Work& work, const Targets& targets) {
     const SourceFilterState& state = work.state;
     return !work.secondOrder && !IsOpenAt(state.gainHF) && IsOpenAt(state.gainLF) &&
-           IsOpenAt(targets.gainLF) && !IsHighNearSilence(work);
+           IsOpenAt(targets.gainLF) && state.lowTail == 0 && !IsHighNearSilence(work);
 }
 
 // The section from `position` on, in place, so that the input may change before it runs.
@@ -354,6 +475,7 @@ bool FilterOneLater(const FilterParameters& record, SourceFilterState& state,
 
 void reset(SourceFilterState& state) {
     state.memory = {};
+    state.lowTail = 0;
     state.channelCount = -1;
     SetGains(state, {1, 1, 1});
 }

@@ -21,16 +21,16 @@ GainSlew MakeGainSlew(double sampleRate) {
     GainSlew slew;
     slew.stepFrames = std::max(1U, static_cast<std::uint32_t>(sampleRate / 10000 + 0.5));
     const double up = std::pow(1e10, 10.0 * slew.stepFrames / sampleRate);
-    slew.upFactor = static_cast<float>(up);
-    slew.downFactor = static_cast<float>(1 / up);
+    slew.upFactor = up;
+    slew.downFactor = 1 / up;
     return slew;
 }
 
 float GainSlew::Step(float value, float target, float floorScale) const {
     const float lowest = std::max(lowestGain, floor * floorScale);
-    if (value < target) return std::min(target, value < lowest ? lowest : value * upFactor);
+    if (value < target) return std::min(target, value < lowest ? lowest : static_cast<float>(value * upFactor));
     if (value > target) {
-        const float lower = value * downFactor;
+        const auto lower = static_cast<float>(value * downFactor);
         return lower < lowest || lower <= target ? target : lower;
     }
     return target;

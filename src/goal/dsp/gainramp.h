@@ -15,8 +15,8 @@ namespace goal {
 /// The constants of the slope, for one sample rate. A gain moves once per `stepFrames`.
 struct GainSlew {
     std::uint32_t stepFrames = 1;  ///< about 0.1 ms
-    float upFactor = 1;            ///< of a rising gain, per step
-    float downFactor = 1;          ///< 1 / upFactor
+    double upFactor = 1;           ///< of a rising gain, per step
+    double downFactor = 1;         ///< 1 / upFactor
     float floor = 0.001F;          ///< linear; a rising gain starts here, a falling gain ends here
 
     /// The value after one step toward `target`, with the floor times `floorScale` for the floor. Both gains

@@ -56,6 +56,7 @@ struct RenderContext {
     bool useDirectionalEarlyReflections = true;  ///< and then a reverb's input has four channels
     std::uint32_t blockFrames = 0;
     const Basis* listenerBasis = nullptr;  ///< of the current block: the renderer keeps it up to date
+    bool isRefined = true;                 ///< beyond the plain formulas
 };
 
 class EffectProcessorState {

@@ -61,7 +61,7 @@ ReverbState_v2::ReverbState_v2(const ReverbParameters& parameters, const RenderC
       lineOutputs(context.blockFrames, sides),
       output(context.blockFrames, 4),
       fading(GlideFrames(sampleRate, context.blockFrames), 4) {
-    buildFilterTables(filterTables, sampleRate, true);
+    buildFilterTables(filterTables, sampleRate, true, context.isRefined);
     outputFilter.type = FilterType::BandPass;
     outputFilter.order = 1;
 }

@@ -68,10 +68,11 @@ Renderer::Renderer(double sampleRate, const orb3::Configuration& configuration, 
                .useFullLateReflections = settings.useFullLateReflections,
                .useDirectionalEarlyReflections = settings.useDirectionalEarlyReflections,
                .blockFrames = blockFrames,
-               .listenerBasis = &listener},
+               .listenerBasis = &listener,
+               .isRefined = settings.sound == orb3::Sound::Refined},
               spatialChannels),
       batch(blockFrames, spatialChannels) {
-    buildFilterTables(*filterTables, sampleRate, false);
+    buildFilterTables(*filterTables, sampleRate, false, settings.sound == orb3::Sound::Refined);
     spatialGain = lowFrequencyGain = dialogueGain = GainRamp(*filterTables);
 }
 

@@ -28,6 +28,8 @@ struct SourceFilterState {
     float gain = 1;                  ///< the gains reached so far
     float gainHF = 1;
     float gainLF = 1;
+    /// The row at which the low section was opened, whose memory still dies away; 0 for none.
+    std::uint32_t lowTail = 0;
     /// Per channel two values of the high and two of the low section, as the filter stage keeps them.
     std::array<std::array<float, 4>, 8> memory{};
     std::array<float, hcml::mostBusChannels> coefficients{};  ///< the gains last used per spatial channel

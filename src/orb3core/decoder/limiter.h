@@ -1,17 +1,17 @@
 #pragma once
 
 // Keeps the output from clipping: a gain that falls fast and rises slowly, in steps of about a tenth of a
-// millisecond, toward the one that holds a block's peak at 0.9. The decoder runs it over each block before
-// the pipe gets it, on the thread that decodes. Allocates nothing.
+// millisecond, toward the one that holds a block's peak at 0.9.
 
 #include <cstdint>
 
+#include "orb3core/decoder/blocklimiter.h"
 #include "slib/realtime.h"
 
 namespace orb3 {
 
 /// The state from block to block; owned by one thread.
-struct Limiter {
+struct Limiter : BlockLimiter {
     float gain = 1;               ///< linear, of the sample before
     std::int32_t stepFrames = 1;  ///< frames of one step
     float riseFactor = 1;         ///< of the gain in one step, above 1: 40 dB a second
@@ -22,11 +22,8 @@ struct Limiter {
     /// For a rate in Hz, above 0.
     explicit Limiter(double sampleRate);
 
-    /// Limits `frames` frames of `channels` interleaved samples in place, and returns their greatest
-    /// magnitude before that. It looks at the whole block and no further: where the level jumps up the gain
-    /// takes its time to fall, and the first steps may stay above 1. Samples that aren't finite become 0 and
-    /// don't count.
-    float limit(float* block, std::uint32_t frames, std::uint32_t channels) SLIB_NONBLOCKING;
+    /// Where the level jumps up the gain takes its time to fall, and the first steps may stay above 1.
+    float limit(float* block, std::uint32_t frames, std::uint32_t channels) SLIB_NONBLOCKING override;
 };
 
 }  // namespace orb3

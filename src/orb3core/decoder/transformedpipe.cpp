@@ -7,6 +7,8 @@
 #include <string>
 #include <utility>
 
+#include "orb3core/decoder/limiter.h"
+#include "orb3core/decoder/limiter_v2.h"
 #include "orb3core/decoder/transformedpipeparallel.h"
 #include "orb3core/decoder/transformedpipeserial.h"
 #include "slib/exception.h"
@@ -34,6 +36,11 @@ double CheckedSampleRate(audiopipe::Pipe& pipe) {
     return rate;
 }
 
+std::unique_ptr<BlockLimiter> MakeLimiter(double sampleRate, Limiting limiting) {
+    if (limiting == Limiting::Plain) return std::make_unique<Limiter>(sampleRate);
+    return std::make_unique<Limiter_v2>(sampleRate);
+}
+
 // Halves an even block until it is short enough; what is odd stays.
 std::uint32_t PartitionLength(std::uint32_t frames) {
     while (frames > longestPartition && frames % 2 == 0)
@@ -58,12 +65,12 @@ const char* Advice(float peak) {
 }  // namespace
 
 TransformedPipeUPT::TransformedPipeUPT(const strans::TimeDomainTransform<float, 1>& transform, slib::Log* log,
-                                       audiopipe::PipePtr pipe, bool isParallel)
+                                       audiopipe::PipePtr pipe, bool isParallel, Limiting limiting)
     : pipe(std::move(pipe)),
       pipeFrames(CheckedBufferLength(*this->pipe)),
       isParallel(isParallel),
       log(log),
-      limiter(CheckedSampleRate(*this->pipe)) {
+      limiter(MakeLimiter(CheckedSampleRate(*this->pipe), limiting)) {
     Configure(transform);
     LogSetUp(transform.width != 1);
 }
@@ -120,7 +127,7 @@ void TransformedPipeUPT::CheckBlock(std::uint32_t frames, std::uint32_t channels
 }
 
 void TransformedPipeUPT::LimitAndWrite(hcml::GenericMatrix<float, 1>& output) {
-    NotePeak(limiter.limit(output.data, output.rows, output.columns));
+    NotePeak(limiter->limit(output.data, output.rows, output.columns));
     const std::size_t samplesPerPipeBlock = std::size_t{pipeFrames} * output.columns;
     for (std::uint32_t block = 0; block < pipeBlocksPerBlock; ++block)
         pipe->Write(output.data + block * samplesPerPipeBlock, nullptr);
@@ -144,13 +151,13 @@ void TransformedPipeUPT::StopPipe() noexcept {
 
 std::unique_ptr<TransformedPipeUPT> createTransformedPipe(
     const strans::TimeDomainTransform<float, 1>& transform, slib::Log* log, const audiopipe::PipePtr& pipe,
-    DecoderMode mode) {
+    DecoderMode mode, Limiting limiting) {
     try {
         switch (mode) {
             case DecoderMode::Serial:
-                return std::make_unique<TransformedPipeUPT_Serial>(transform, log, pipe);
+                return std::make_unique<TransformedPipeUPT_Serial>(transform, log, pipe, limiting);
             case DecoderMode::Parallel:
-                return std::make_unique<TransformedPipeUPT_Parallel>(transform, log, pipe);
+                return std::make_unique<TransformedPipeUPT_Parallel>(transform, log, pipe, limiting);
         }
     } catch (const std::bad_alloc&) {
         throw slib::OutOfMemoryException();

@@ -13,8 +13,8 @@
 
 #include "numeric/bus.h"
 #include "numeric/genericmatrix.h"
+#include "orb3core/decoder/blocklimiter.h"
 #include "orb3core/decoder/directfeed.h"
-#include "orb3core/decoder/limiter.h"
 #include "orb3core/decoder/partitionedtransformer.h"
 #include "orb3core/transform/timedomaintransform.h"
 #include "pipe/pipe.h"
@@ -23,6 +23,18 @@
 #include "slib/realtime.h"
 
 namespace orb3 {
+
+/// The thread that a decoder works in.
+enum class DecoderMode {
+    Serial,    ///< the caller's
+    Parallel,  ///< one of its own, beside the caller's next block
+};
+
+/// How a decoder keeps its output from clipping.
+enum class Limiting {
+    Plain,    ///< Limiter
+    Refined,  ///< Limiter_v2
+};
 
 class TransformedPipeUPT {
 public:
@@ -58,7 +70,7 @@ protected:
     /// Sets the transformer up and writes a line about it to `log`, which is borrowed. Throws
     /// slib::BadParameterException for a pipe without blocks or rate, and what the transformer throws.
     TransformedPipeUPT(const strans::TimeDomainTransform<float, 1>& transform, slib::Log* log,
-                       audiopipe::PipePtr pipe, bool isParallel);
+                       audiopipe::PipePtr pipe, bool isParallel, Limiting limiting);
 
     void CheckBlock(std::uint32_t frames, std::uint32_t channels, std::span<const DirectFeed> feeds) const;
     /// Limits `output` (blockFrames by output channels), notes its peak and passes it to the pipe.
@@ -80,28 +92,20 @@ public:
     /// block.
     std::uint32_t LatencyFrames() const { return transformer.startLatency + (isParallel ? blockFrames : 0); }
 
-protected:
-    Limiter limiter;
-
 private:
     void Configure(const strans::TimeDomainTransform<float, 1>& transform);
     void LogSetUp(bool isFrequencyDomain) const;
     void NotePeak(float blockPeak);
 
+    const std::unique_ptr<BlockLimiter> limiter;
     slib::Mutex peakMutex;
     float peak SLIB_GUARDED_BY(peakMutex) = 0;
-};
-
-/// The thread that a decoder works in.
-enum class DecoderMode {
-    Serial,    ///< the caller's
-    Parallel,  ///< one of its own, beside the caller's next block
 };
 
 /// The decoder that runs `transform`, which is read and not kept, and writes to `pipe`. `log` is borrowed
 /// and outlives the decoder. Throws slib::OutOfMemoryException, and what the pipe and the transformer throw.
 [[nodiscard]] std::unique_ptr<TransformedPipeUPT> createTransformedPipe(
     const strans::TimeDomainTransform<float, 1>& transform, slib::Log* log, const audiopipe::PipePtr& pipe,
-    DecoderMode mode);
+    DecoderMode mode, Limiting limiting);
 
 }  // namespace orb3

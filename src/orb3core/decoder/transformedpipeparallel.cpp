@@ -29,8 +29,9 @@ void Interleave(const hcml::ac::Bus& bus, hcml::GenericMatrix<float, 1>& matrix)
 }  // namespace
 
 TransformedPipeUPT_Parallel::TransformedPipeUPT_Parallel(
-    const strans::TimeDomainTransform<float, 1>& transform, slib::Log* log, audiopipe::PipePtr pipe)
-    : TransformedPipeUPT(transform, log, std::move(pipe), true),
+    const strans::TimeDomainTransform<float, 1>& transform, slib::Log* log, audiopipe::PipePtr pipe,
+    Limiting limiting)
+    : TransformedPipeUPT(transform, log, std::move(pipe), true, limiting),
       Thread("Decoder", Priority::Normal),
       delayLines(MakeDelayLines(transformer.outputCount, transformer.startLatency)),
       output(blockFrames, transformer.outputCount) {

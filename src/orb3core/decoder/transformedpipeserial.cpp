@@ -5,8 +5,9 @@
 namespace orb3 {
 
 TransformedPipeUPT_Serial::TransformedPipeUPT_Serial(const strans::TimeDomainTransform<float, 1>& transform,
-                                                     slib::Log* log, audiopipe::PipePtr pipe)
-    : TransformedPipeUPT(transform, log, std::move(pipe), false),
+                                                     slib::Log* log, audiopipe::PipePtr pipe,
+                                                     Limiting limiting)
+    : TransformedPipeUPT(transform, log, std::move(pipe), false, limiting),
       delayLines(MakeDelayLines(transformer.outputCount, transformer.startLatency)),
       output(blockFrames, transformer.outputCount),
       feedSum(blockFrames) {}

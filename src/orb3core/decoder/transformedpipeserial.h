@@ -16,7 +16,7 @@ class TransformedPipeUPT_Serial final : public TransformedPipeUPT {
 public:
     /// As createTransformedPipe. The pipe starts with the first block.
     TransformedPipeUPT_Serial(const strans::TimeDomainTransform<float, 1>& transform, slib::Log* log,
-                              audiopipe::PipePtr pipe);
+                              audiopipe::PipePtr pipe, Limiting limiting);
     ~TransformedPipeUPT_Serial() override;
 
     void writeBus(const hcml::ac::Bus& bus, std::span<const DirectFeed> feeds) SLIB_NONBLOCKING override;

@@ -2,9 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <numbers>
+#include <span>
+#include <utility>
+#include <vector>
 
 #include "slib/exception.h"
 #include "tests/support/signals.h"
@@ -144,8 +149,9 @@ TEST(FilterStage, ScaledFloor_MovesAScaledGainByTheSameSteps) {
     Path risen{.settings = {.floorScale = scale}};
     risen.Run(Filter(0), Signal(5, 1));
     risen.Run(Filter(1), Signal(5, 1));
-    for (const float gain : {risen.state.gain, risen.state.gainHF, risen.state.gainLF})
-        EXPECT_EQ(gain, 0.001F * scale);
+    EXPECT_EQ(risen.state.gain, 0.001F * scale);
+    for (const float shelf : {risen.state.gainHF, risen.state.gainLF})
+        EXPECT_EQ(shelf, 1);  // a path that wakes has its shelves at once
 }
 
 TEST(FilterStage, ChannelsInPlaceInAnyPartitionIntoWholeSteps_AreThePathOfOneChannel) {
@@ -238,6 +244,154 @@ TEST(FilterStage, MemoryOfSamplesNotFiniteOrOfTheOtherOrder_IsNotTakenOver) {
                 ASSERT_LT(std::abs(y), 2) << before << ", order " << order;
         }
     }
+}
+
+// The formulas of the plain stage in double precision: one channel, two sections, three gains that slew.
+class PlainStage {
+public:
+    void Run(const FilterParameters& filter, std::span<const float> input, std::vector<double>& output) {
+        const std::array<double, 3> targets{filter.gain, filter.gainHF, filter.gainLF};
+        if (!std::exchange(isUsed, true)) gains = targets;
+        const bool isSecond = filter.order == 2;
+        for (int i = 0; i < 3; ++i)
+            if (gains[i] == 0 && targets[i] == 0) {
+                gains = {}, high = low = {};
+                output.insert(output.end(), input.size(), 0);
+                return;
+            }
+        const std::size_t start = output.size();
+        output.insert(output.end(), input.begin(), input.end());
+        const std::span<double> samples(&output[start], input.size());
+        Walk(samples, {0, 1}, targets, [&](std::span<double> run) { RunHigh(run, isSecond); });
+        Walk(samples, {2}, targets, [&](std::span<double> run) { RunLow(run, isSecond); });
+    }
+
+private:
+    static constexpr std::size_t step = 5;  // frames at 48 kHz
+    static constexpr double rate = 48000;
+    std::array<double, 3> gains{};
+    std::array<double, 2> high{}, low{};
+    bool isUsed = false;
+
+    static double Slewed(double value, double target) {
+        static const double factor = std::pow(10, 100.0 * step / rate), floor = 0.001;
+        if (value < target) return std::min(value < floor ? floor : value * factor, target);
+        const double next = value / factor;
+        return next < floor || next <= target ? target : next;
+    }
+    template <typename Section>
+    void Walk(std::span<double> samples, std::vector<std::size_t> which, const std::array<double, 3>& targets,
+              const Section& run) {
+        const auto differs = [&](std::size_t i) { return gains[i] != targets[i]; };
+        while (std::ranges::any_of(which, differs) && samples.size() >= step) {
+            for (const std::size_t i : which)
+                if (differs(i)) gains[i] = Slewed(gains[i], targets[i]);
+            run(samples.first(step));
+            samples = samples.subspan(step);
+        }
+        run(samples);
+    }
+    // The gain that a row of the tables stands for.
+    static double RowGain(double gain) {
+        const double root = (std::floor(1024 * std::sqrt(gain)) + 0.5) / 1024;
+        return root * root;
+    }
+    static double Distance(double h) {
+        const double q = std::pow(1 / (h * h) - 1, 0.25), t = (1 - h) * 33.333333333333336;
+        return t < 1 ? q * (0.8 * t + 0.2) : q;
+    }
+    static std::array<double, 3> Second(double k, bool isHigh) {
+        const double d = 1 + k * (std::numbers::sqrt2 + k);
+        return {(isHigh ? k * k : 1) / d, (2 * k * k - 2) / d, (1 + k * (k - std::numbers::sqrt2)) / d};
+    }
+    void RunHigh(std::span<double> samples, bool isSecond) {
+        const double gain = gains[0], h = RowGain(gains[1]), c = std::cos(pi2 * 5000 / rate);
+        if (gains[1] == 1) high = {};
+        const double root = std::sqrt(h * h * (c * c - 1) + 2 * (1 - c));
+        const double b = ((1 - c * h * h) - h * root) / (1 - h * h);
+        const auto row = Second(std::numbers::pi * 5000 / Distance(h) / rate, true);
+        for (double& x : samples) {
+            if (gains[1] == 1) {
+                x *= gain;
+            } else if (isSecond) {
+                const double w = x - row[1] * high[0] - row[2] * high[1];
+                x = gain * row[0] * (w + 2 * high[0] + high[1]);
+                high = {w, high[0]};
+            } else {
+                x = high[0] = gain * (1 - b) * x + b * high[0];
+            }
+        }
+    }
+    void RunLow(std::span<double> samples, bool isSecond) {
+        const double h = RowGain(gains[2]), c = std::cos(pi2 * 250 / rate);
+        if (gains[2] == 1) low = {};
+        const double root = std::sqrt(h * h * (c * c - 1) + 2 * (1 - c));
+        const double b = (h * root - c * h * h) / (2 - 2 * c - h * h);
+        const auto row = Second(std::numbers::pi * 250 * Distance(h) / rate, false);
+        for (double& x : samples) {
+            if (gains[2] == 1) continue;
+            if (isSecond) {
+                const double w = x - row[1] * low[0] - row[2] * low[1];
+                x = row[0] * (w - 2 * low[0] + low[1]);
+                low = {w, low[0]};
+            } else {
+                low[0] = (1 - b) * x + b * low[0];
+                x -= low[0];
+            }
+        }
+    }
+};
+
+TEST(FilterStage, Plain_IsTheFormulas) {
+    FilterGainTables plain;
+    buildFilterTables(plain, 48000, false, false);
+    for (const int order : {1, 2}) {
+        Path path{.tables = plain};
+        PlainStage formulas;
+        Signal result;
+        std::vector<double> expected;
+        for (const FilterParameters& filter :
+             {Filter(1, 1, 1, order), Filter(0.5F, 0.3F, 1, order), Filter(0.5F, 0.3F, 0.2F, order),
+              Filter(1, 1, 0.7F, order), Filter(0, 1, 1, order), Filter(0, 1, 1, order),
+              Filter(0.8F, 0.9F, 0.9F, order), Filter(1, 1, 1, order)}) {
+            const Signal input = Noise(2048, static_cast<unsigned>(result.size()) + 1);
+            const Signal part = path.Run(filter, input);
+            result.insert(result.end(), part.begin(), part.end());
+            for (std::size_t i = 0; i < input.size(); i += 512)
+                formulas.Run(filter, std::span(input).subspan(i, 512), expected);
+        }
+        for (std::size_t i = 0; i < result.size(); ++i)
+            ASSERT_NEAR(result[i], expected[i], 1e-6) << "order " << order << ", frame " << i;
+    }
+}
+
+// The greatest step from sample to sample beyond what the tone itself does there, at most.
+double GreatestJump(const Signal& signal, double angle) {
+    double greatest = 0;
+    for (std::size_t i = 1; i < signal.size(); ++i)
+        greatest = std::max(greatest, std::fabs(double{signal[i]} - signal[i - 1]) - angle);
+    return greatest;
+}
+
+TEST(FilterStage, Refined_WakesAndOpensWithoutAJump) {
+    for (const double frequency : {50.0, 70.0, 100.0})
+        for (const int order : {1, 2})
+            for (const bool isBand : {false, true}) {
+                SCOPED_TRACE(testing::Message() << frequency << " Hz, order " << order << ", " << isBand);
+                const double angle = pi2 * frequency / 48000;
+                const Signal tone = Sine(24000, angle, 0.4);
+                Path waking;
+                waking.Run(Filter(0), tone);
+                EXPECT_LT(GreatestJump(waking.Run(Filter(1, 1, 1, order), tone), angle), 0.01);
+                Path opening;
+                Signal opened = opening.Run(Filter(1, isBand ? 0.1F : 1, 0.01F, order), tone);
+                const Signal after = opening.Run(Filter(1, 1, 1, order), tone);
+                opened.insert(opened.end(), after.begin(), after.end());
+                opened.erase(opened.begin(), opened.begin() + 12000);  // the beginning of the tone itself
+                EXPECT_LT(GreatestJump(opened, angle), 0.01);
+                EXPECT_THAT(Signal(after.end() - 4800, after.end()),
+                            IsNear(1e-5F, Signal(tone.end() - 4800, tone.end())));
+            }
 }
 
 }  // namespace

@@ -44,7 +44,8 @@ struct Rig {
     explicit Rig(const Setting& setting) : test(new TestPipe(setting.length)), pipe(test) {
         decoder = orb3::createTransformedPipe(
             Copying(setting.width, setting.latency), &log, pipe,
-            setting.isParallel ? orb3::DecoderMode::Parallel : orb3::DecoderMode::Serial);
+            setting.isParallel ? orb3::DecoderMode::Parallel : orb3::DecoderMode::Serial,
+            orb3::Limiting::Plain);
         bus.resize(decoder->blockFrames, 2);
     }
     TestPipe* const test;
