@@ -217,8 +217,9 @@ std::optional<SincQuality> SincQualityOf(orb3::SampleRateConversion conversion) 
     slib::ThrowUnreachable();
 }
 
-SourceReader::SourceReader(orb3::SampleRateConversion quality)
+SourceReader::SourceReader(orb3::SampleRateConversion quality, orb3::Sound sound)
     : quality(quality),
+      isPlain(sound == orb3::Sound::Classic),
       raw(hcml::AllocateAlignedFloats(std::uint64_t{chunkFrames} * maxChannels)),
       planar(hcml::AllocateAlignedFloats(chunkFrames)) {
     if (quality < orb3::SampleRateConversion::Off || quality > orb3::SampleRateConversion::SincHigh)
@@ -254,7 +255,7 @@ float SourceReader::ReadStepped(Source& source, PreviousFrame& previousFrame, Re
     const std::uint64_t step = StepOf(*ratio);
     const float scale = source.queue[0]->scale;
     const auto pass = [&](const Buffer& passed) {
-        if (isLinear) CopyLastRawFrame(passed, previousFrame.data());
+        if (isLinear) CopyLastRawFrame(passed, isPlain, previousFrame.data());
     };
     QueueWalk walk(source);
     for (std::uint32_t done = 0; done < target.frames;) {

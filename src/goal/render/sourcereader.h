@@ -41,8 +41,10 @@ using PreviousFrame = std::array<float, 8>;
 /// counts as a very high one.
 class SourceReader {
 public:
-    /// Throws slib::OutOfMemoryException; a value outside the enumeration is an integrity failure.
-    explicit SourceReader(orb3::SampleRateConversion quality);
+    /// `sound` says what the linear reader takes before the first frame of a buffer that follows one of IMA
+    /// ADPCM: its last frame, or silence for Classic. Throws slib::OutOfMemoryException; a value outside the
+    /// enumeration is an integrity failure.
+    explicit SourceReader(orb3::SampleRateConversion quality, orb3::Sound sound = orb3::Sound::Refined);
 
     /// Writes `frames` floats to `target`, from a source of one channel. Moves position, current buffer and,
     /// at the end of data, the state of `source`. `previousFrame` and `converter` keep what the next block
@@ -73,6 +75,7 @@ private:
     float ReadSinc(Source& source, Converter& converter, ReadRate rate, const Target& target);
 
     const orb3::SampleRateConversion quality;
+    const bool isPlain;
     hcml::AlignedFloats raw;     ///< decoded frames, interleaved
     hcml::AlignedFloats planar;  ///< one channel of them
 };

@@ -221,9 +221,9 @@ void PickRawFrames(const Buffer& buffer, const FramePicks& picks, float* target)
     }
 }
 
-void CopyLastRawFrame(const Buffer& buffer, float* frame) {
+void CopyLastRawFrame(const Buffer& buffer, bool isPlain, float* frame) {
     if (buffer.frames == 0) return;
-    if (EncodingOf(buffer) == SampleEncoding::Ima4) {
+    if (isPlain && EncodingOf(buffer) == SampleEncoding::Ima4) {
         std::fill_n(frame, buffer.channels, 0.0F);
         return;
     }

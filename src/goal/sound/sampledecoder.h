@@ -34,8 +34,9 @@ const float* RawFrames(const Buffer& buffer, std::uint32_t first, std::uint32_t 
 /// picks (of IMA ADPCM, their blocks), however great the step; all of them must be frames of the buffer.
 void PickRawFrames(const Buffer& buffer, const FramePicks& picks, float* target) SLIB_NONBLOCKING;
 
-/// The last frame of the buffer as the one that came before the next buffer: `channels` raw values. Zeros for
-/// IMA ADPCM, of which the last frame isn't decoded for that. Keeps `frame` for a buffer of 0 frames.
-void CopyLastRawFrame(const Buffer& buffer, float* frame) SLIB_NONBLOCKING;
+/// The last frame of the buffer as the one that came before the next buffer: `channels` raw values. Keeps
+/// `frame` for a buffer of 0 frames. With `isPlain` zeros for IMA ADPCM, of which the last frame isn't
+/// decoded.
+void CopyLastRawFrame(const Buffer& buffer, bool isPlain, float* frame) SLIB_NONBLOCKING;
 
 }  // namespace goal
