@@ -102,12 +102,15 @@ void NoteMove(const std::string& from, const std::string& to) {
 
 // What the default output is for this process, when it is `name` for all.
 std::string DefaultHere(const std::string& name, const std::vector<ServerOutput>& outputs) {
-    Move& move = UsersMove();
-    const slib::Lock lock(move.mutex);
-    const bool isThere = std::any_of(outputs.begin(), outputs.end(), [&](const ServerOutput& output) {
-        return output.identifier == move.to;
-    });
-    return isThere && move.from == name ? move.to : name;
+    std::string to;
+    {
+        Move& move = UsersMove();
+        const slib::Lock lock(move.mutex);
+        if (move.from == name) to = move.to;
+    }
+    const bool isThere = std::any_of(outputs.begin(), outputs.end(),
+                                     [&](const ServerOutput& output) { return output.identifier == to; });
+    return isThere ? to : name;
 }
 
 class PulseStream;
