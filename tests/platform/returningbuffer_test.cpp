@@ -36,7 +36,8 @@ public:
             if (server.isRefusing) return DSERR_GENERIC;
             isRunning = true;
             thread = std::thread([this] {
-                for (std::vector<float> frames(std::size_t{chunk} * 32); isRunning; std::this_thread::sleep_for(10ms)) {
+                for (std::vector<float> frames(std::size_t{chunk} * 32); isRunning;
+                     std::this_thread::sleep_for(10ms)) {
                     if (server.isHanging) continue;
                     if (server.isGone) {
                         outlet.NoteLoss();

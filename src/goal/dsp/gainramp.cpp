@@ -28,7 +28,8 @@ GainSlew MakeGainSlew(double sampleRate) {
 
 float GainSlew::Step(float value, float target, float floorScale) const {
     const float lowest = std::max(lowestGain, floor * floorScale);
-    if (value < target) return std::min(target, value < lowest ? lowest : static_cast<float>(value * upFactor));
+    if (value < target)
+        return std::min(target, value < lowest ? lowest : static_cast<float>(value * upFactor));
     if (value > target) {
         const auto lower = static_cast<float>(value * downFactor);
         return lower < lowest || lower <= target ? target : lower;
