@@ -31,7 +31,8 @@ const std::vector<SettingCase> settings{
     {"EffectsQuality", "high", "High", "Best", "EffectsQuality must be Low, Medium or High, not 'Best'."},
     {"IgnoreGameSampleRate", "yes", "True", "2", "must be True or False, not '2'."},
     {"UseDirectSoundAutoselect", "no", "False", "Tru", "must be True or False, not 'Tru'."},
-    {"Output", "auto", "", "Loud", "Output must be Auto, Silent, WaveFile, PulseAudio, JACK or ALSA, not 'Loud'."},
+    {"Output", "auto", "", "Loud",
+     "Output must be Auto, Silent, WaveFile, PulseAudio, JACK or ALSA, not 'Loud'."},
     {"WaveFile", "/usr/../usr/a b.wav", "/usr/a b.wav", "/no/such/folder/a.wav", "a folder that exists"},
     {"SpeakerSetting", "surround 5.1 (itu)", "Surround 5.1 (ITU)", "Unknown", "or Surround 7.1 (Wide)"},
     {"AudioRenderer.SuggestedBufferLength", "2147483647", "2147483647", "2147483648", "must be 64 or more"}};
