@@ -154,6 +154,19 @@ void Sinc(benchmark::State& state) {
 }
 BENCHMARK(Sinc)->ArgName("taps")->Arg(4)->Arg(8)->Arg(16);
 
+// A step of one frame stays on two rows; the other, of 44.1 to 48 kHz, goes through all of them.
+void BlendedSinc(benchmark::State& state) {
+    const auto taps = static_cast<std::uint32_t>(state.range(0));
+    const auto step = static_cast<std::uint32_t>(state.range(1));
+    std::vector<float> rows(257 * taps), input(frames + taps), output(frames);
+    FillWithNoise(rows.data(), rows.size(), 1);
+    FillWithNoise(input.data(), input.size(), 1);
+    for (auto _ : state)
+        hcml::ProduceBlendedSinc(output.data(), frames, input.data(), {rows.data(), taps, 8}, {12345, step});
+    Report(state, frames, frames * (4.0 * taps + 2), 0);
+}
+BENCHMARK(BlendedSinc)->ArgNames({"taps", "step"})->ArgsProduct({{48, 64, 144}, {481690, 524288}});
+
 void FirstOrder(benchmark::State& state) {
     const Bus rows(frames, static_cast<std::uint32_t>(state.range(0)));
     std::vector<hcml::FirstOrderSection> sections;

@@ -19,6 +19,7 @@
 #include "numeric/kernels/firstorderkernel.h"
 #include "numeric/kernels/gainkernel.h"
 #include "numeric/kernels/mixkernel.h"
+#include "numeric/kernels/sinckernel.h"
 #include "tests/support/vectortargets.h"
 
 namespace hcml {
@@ -178,6 +179,44 @@ TEST(Kernels, AddCascades_EqualsTheSectionsOneAfterTheOther) {
 }
 
 // Samples at the ends of what is finite, wherever one that isn't may stand, and behind the row.
+// Two dot products in sixteen lanes, a line between them, and the lanes folded.
+float BlendedByTheLoop(const float* input, BlendedSincFilter filter, std::uint32_t position) {
+    const std::uint32_t rowBits = 19 - filter.phasesLog2;
+    const float* row = filter.rows + std::size_t{filter.taps} * (position % (1 << 19) >> rowBits);
+    const float* window = input + (position >> 19);
+    float part = static_cast<float>(position % (1U << rowBits)) / static_cast<float>(1U << rowBits);
+    float sums[2][16]{};
+    for (std::uint32_t t = 0; t < filter.taps; ++t)
+        for (std::uint32_t r = 0; r < 2; ++r)
+            sums[r][t % 16] += row[r * filter.taps + t] * window[t];
+    for (std::uint32_t i = 0; i < 16; ++i)
+        sums[0][i] += part * (sums[1][i] - sums[0][i]);
+    for (std::uint32_t half = 8; half > 0; half /= 2)
+        for (std::uint32_t i = 0; i < half; ++i)
+            sums[0][i] += sums[0][i + half];
+    return sums[0][0];
+}
+
+TEST(Kernels, ProduceBlendedSinc_EqualsTheLoop) {
+    OnEveryTarget([] {
+        for (const auto& [taps, phasesLog2] : {std::pair{16U, 0U}, {64U, 8U}, {96U, 7U}, {256U, 6U}}) {
+            const Row rows(((std::size_t{1} << phasesLog2) + 1) * taps);
+            const BlendedSincFilter filter{rows.data(), taps, phasesLog2};
+            for (const std::uint32_t step : {1U, 481690U, 524288U, 1234567U}) {
+                for (const std::uint32_t count : {1U, 3U, 4U, 37U}) {
+                    const std::uint32_t last = 524287 + (count - 1) * step;
+                    const Row input((last >> 19) + taps);
+                    Row output(count);
+                    ProduceBlendedSinc(output.data(), count, input.data(), filter, {524287, step});
+                    for (std::uint32_t k = 0; k < count; ++k)
+                        ASSERT_EQ(output.data()[k], BlendedByTheLoop(input.data(), filter, 524287 + k * step))
+                            << taps << " taps, step " << step << ", output " << k << " of " << count;
+                }
+            }
+        }
+    });
+}
+
 TEST(Kernels, IsFiniteRow_FindsWhatIsNotWhereverItStands) {
     using Limits = std::numeric_limits<float>;
     const float fit[] = {Limits::max(), Limits::lowest(), Limits::denorm_min(), -0.0F};

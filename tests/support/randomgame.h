@@ -87,7 +87,7 @@ inline void Vary(orb3::GoalConfig& settings, Dice& dice) {
     constexpr int lengths[] = {64, 100, 256, 512, 1024, 2000};
     settings.gain = dice.Between(0.1F, 2);
     settings.order = static_cast<int>(1 + dice.Below(4));
-    settings.sampleRateConversion = static_cast<orb3::SampleRateConversion>(dice.Below(5));
+    settings.sampleRateConversion = static_cast<orb3::SampleRateConversion>(dice.Below(6));
     settings.suggestedBufferLength = dice.Of(lengths);
     settings.suggestedBufferCount = static_cast<int>(1 + dice.Below(6));
     settings.defaultFilterOrder = static_cast<int>(1 + dice.Below(2));

@@ -53,5 +53,7 @@ BENCHMARK_CAPTURE(Read, sincmedium_float, Quality::SincMedium, AL_FORMAT_MONO_FL
 BENCHMARK_CAPTURE(Read, sincmedium_16bit, Quality::SincMedium, AL_FORMAT_MONO16);
 BENCHMARK_CAPTURE(Read, sinchigh_float, Quality::SincHigh, AL_FORMAT_MONO_FLOAT32);
 BENCHMARK_CAPTURE(Read, sinchigh_16bit, Quality::SincHigh, AL_FORMAT_MONO16);
+BENCHMARK_CAPTURE(Read, sincbest_float, Quality::SincBest, AL_FORMAT_MONO_FLOAT32);
+BENCHMARK_CAPTURE(Read, sincbest_16bit, Quality::SincBest, AL_FORMAT_MONO16);
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
 #include <numbers>
 #include <utility>
@@ -14,7 +15,7 @@ namespace {
 
 constexpr std::uint32_t phasesLog2OfAll = 6;
 constexpr std::uint32_t ringMask = converterRingFrames - 1;
-constexpr std::uint32_t maximumTaps = 16;
+constexpr std::uint32_t mostPlainTaps = 16;
 
 // The window from one filter of the series on: 1 - sum of terms[k] * (1 - cos((k + 1) * pi * x / half)) at x
 // frames from its middle, and the factor that corrects the nominal cut-off.
@@ -54,7 +55,7 @@ double Sinc(double cutoff, double x) {
 void FillRow(float* row, std::uint32_t taps, double phase, const WindowPoint& point, double cutoff,
              double sum) {
     const double half = taps * 0.5;
-    std::array<double, maximumTaps> values{};
+    std::array<double, mostPlainTaps> values{};
     double total = 0;
     for (std::uint32_t tap = 0; tap < taps; ++tap) {
         const double x = tap - (half - 1) - phase;
@@ -110,26 +111,23 @@ const SampleRateConverter::Design& SampleRateConverter::DesignOf(SincQuality qua
     slib::ThrowUnreachable();
 }
 
-SampleRateConverter::SampleRateConverter(SincQuality quality)
-    : SampleRateConverter(DesignOf(quality),
-                          hcml::AllocateAlignedFloats(std::uint64_t{DesignOf(quality).filterCount}
-                                                      << (DesignOf(quality).tapsLog2 + phasesLog2OfAll))) {}
+struct SampleRateConverter::Tables {
+    SincQuality quality;
+    std::uint32_t tapsLog2, phasesLog2, filterCount;
+    float ratioScale;
+    hcml::AlignedFloats floats;
+    std::optional<BlendedSincSeries> series;
+};
 
-SampleRateConverter::SampleRateConverter(const Design& design, hcml::AlignedFloats floats)
-    : quality(design.quality),
-      tapsLog2(design.tapsLog2),
-      phasesLog2(phasesLog2OfAll),
-      filterCount(design.filterCount),
-      ratioScale(design.ratioScale),
-      coefficients(floats.get()),
-      start(Start()),
-      table(std::move(floats)) {
-    const std::uint32_t phases = 1U << phasesLog2;
-    const std::uint32_t taps = 1U << tapsLog2;
-    float* row = table.get();
-    for (std::uint32_t filter = 0; filter < filterCount; ++filter) {
+SampleRateConverter::Tables SampleRateConverter::PlainTables(const Design& design) {
+    const std::uint32_t phases = 1U << phasesLog2OfAll;
+    const std::uint32_t taps = 1U << design.tapsLog2;
+    hcml::AlignedFloats floats =
+        hcml::AllocateAlignedFloats(std::uint64_t{design.filterCount} * phases * taps);
+    float* row = floats.get();
+    for (std::uint32_t filter = 0; filter < design.filterCount; ++filter) {
         const WindowPoint point = Interpolate(design.points, filter);
-        const double logRatio = filter / static_cast<double>(ratioScale);
+        const double logRatio = filter / static_cast<double>(design.ratioScale);
         const double cutoff = point.cutoffFactor * std::exp(-logRatio);
         // A little over 1, and more so for a narrow filter: that gives back some of what its slope takes off
         // the top of the band.
@@ -137,7 +135,36 @@ SampleRateConverter::SampleRateConverter(const Design& design, hcml::AlignedFloa
         for (std::uint32_t phase = 0; phase < phases; ++phase, row += taps)
             FillRow(row, taps, static_cast<double>(phase) / phases, point, cutoff, sum);
     }
+    return {design.quality,    design.tapsLog2,   phasesLog2OfAll, design.filterCount,
+            design.ratioScale, std::move(floats), std::nullopt};
 }
+
+SampleRateConverter::Tables SampleRateConverter::BestTables() {
+    BlendedSincSeries series;
+    const hcml::BlendedSincFilter& first = series.filters[0];
+    const float scale = BlendedSincSeries::filtersPerOctave / std::numbers::ln2_v<float>;
+    return {SincQuality::Best,
+            static_cast<std::uint32_t>(std::countr_zero(first.taps)),
+            first.phasesLog2,
+            static_cast<std::uint32_t>(series.filters.size()),
+            scale,
+            nullptr,
+            std::move(series)};
+}
+
+SampleRateConverter::SampleRateConverter(SincQuality quality)
+    : SampleRateConverter(quality == SincQuality::Best ? BestTables() : PlainTables(DesignOf(quality))) {}
+
+SampleRateConverter::SampleRateConverter(Tables tables)
+    : quality(tables.quality),
+      tapsLog2(tables.tapsLog2),
+      phasesLog2(tables.phasesLog2),
+      filterCount(tables.filterCount),
+      ratioScale(tables.ratioScale),
+      coefficients(tables.series ? tables.series->floats.get() : tables.floats.get()),
+      series(std::move(tables.series)),
+      start(Start()),
+      table(std::move(tables.floats)) {}
 
 ConverterCursor SampleRateConverter::Start() const {
     ConverterCursor cursor;
@@ -145,15 +172,33 @@ ConverterCursor SampleRateConverter::Start() const {
     cursor.tapsLog2 = tapsLog2;
     cursor.phasesLog2 = phasesLog2;
     cursor.filterCount = filterCount;
-    cursor.phaseShift = converterFractionBits - phasesLog2;
-    cursor.phaseMask = (1U << phasesLog2) - 1;
     cursor.taps = 1U << tapsLog2;
-    cursor.preRoll = cursor.taps / 2 - 1;
+    cursor.preRoll = (series ? BlendedSincSeries::mostTaps : cursor.taps) / 2 - 1;
     cursor.ratioScale = ratioScale;
     cursor.filterShift = tapsLog2 + phasesLog2;
+    if (series) cursor.series = series->filters.data();
     setRatio(cursor, 1);
     return cursor;
 }
+
+namespace {
+
+// Of the filters for ratios below and above, the nearer one. Its window has the same two frames in the middle
+// as that of the filter before.
+void ChooseBlended(ConverterCursor& state, double ratio) {
+    double index = 0;
+    if (ratio > 1)
+        index = std::min(std::log(ratio) * static_cast<double>(state.ratioScale) + 0.5,
+                         static_cast<double>(state.filterCount - 1));
+    const hcml::BlendedSincFilter& chosen = state.series[static_cast<std::size_t>(index)];
+    // Unsigned, and so right for a longer window too.
+    state.readPosition += (state.taps / 2 - chosen.taps / 2) << converterFractionBits;
+    state.taps = chosen.taps;
+    state.phasesLog2 = chosen.phasesLog2;
+    state.filter = chosen.rows;
+}
+
+}  // namespace
 
 void setRatio(ConverterCursor& state, double ratio) {
     constexpr double one = 1U << converterFractionBits;
@@ -163,6 +208,7 @@ void setRatio(ConverterCursor& state, double ratio) {
         state.step = 1;
     else
         state.step = step > top ? top : static_cast<std::uint32_t>(step);
+    if (state.series != nullptr) return ChooseBlended(state, ratio);
     state.filter = state.coefficients;
     if (!(ratio > 1)) return;
     const double index = std::min(std::log(ratio) * static_cast<double>(state.ratioScale),
@@ -173,7 +219,10 @@ void setRatio(ConverterCursor& state, double ratio) {
 void planBlock(ConverterCursor& state, std::uint32_t available, std::uint32_t wanted, std::uint32_t& toPush,
                std::uint32_t& toProduce) {
     constexpr std::uint32_t ring = converterRingFrames << converterFractionBits;
-    if (state.writeIndex >= converterRingFrames && state.readPosition >= ring) {
+    // A longer filter finds the frames before the window.
+    const std::uint32_t history = historyOf(state);
+    if (state.writeIndex >= converterRingFrames &&
+        state.readPosition >= ring + (history << converterFractionBits)) {
         state.writeIndex -= converterRingFrames;
         state.readPosition -= ring;
     }
@@ -181,7 +230,7 @@ void planBlock(ConverterCursor& state, std::uint32_t available, std::uint32_t wa
     const auto frames = [](std::uint64_t count) { return count << converterFractionBits; };
     const std::uint64_t written = frames(state.writeIndex);
     const std::uint64_t read = state.readPosition;
-    const std::uint64_t ringEnd = frames((read >> converterFractionBits) + converterRingFrames);
+    const std::uint64_t ringEnd = frames((read >> converterFractionBits) + converterRingFrames - history);
     const std::uint64_t limit = std::min(ringEnd, written + frames(available));
     const std::uint64_t lastTap = read + frames(state.taps - 1);
     const std::uint64_t possible = limit > lastTap ? (limit - lastTap) / state.step : 0;
@@ -197,99 +246,67 @@ void planBlock(ConverterCursor& state, std::uint32_t available, std::uint32_t wa
 
 namespace {
 
-// The outputs of one pass of the loops below: their four partial sums each, then the rest of the sums.
-constexpr std::uint32_t passOutputs = 64;
-using PartialSums = std::array<float, std::size_t{4} * passOutputs>;
+constexpr std::uint32_t fractionMask = (1U << converterFractionBits) - 1;
 
-// Sums `taps` products by halves, down to four.
-template <std::uint32_t taps>
-void SumToFour(const float* row, const float* window, float* sums) {
-    for (std::uint32_t lane = 0; lane < 4; ++lane) {
-        if constexpr (taps == 16)
-            sums[lane] = (row[lane] * window[lane] + row[lane + 8] * window[lane + 8]) +
-                         (row[lane + 4] * window[lane + 4] + row[lane + 12] * window[lane + 12]);
-        else if constexpr (taps == 8)
-            sums[lane] = row[lane] * window[lane] + row[lane + 4] * window[lane + 4];
-        else
-            sums[lane] = row[lane] * window[lane];
-    }
-}
-
-// Sums by halves from four to one. Apart from the sums to four, so that both loops run in vectors.
-void SumToOne(const PartialSums& sums, float* target, std::uint32_t count) {
-    const float* four = sums.data();
-    for (std::uint32_t i = 0; i < count; ++i, four += 4)
-        target[i] = (four[0] + four[2]) + (four[1] + four[3]);
-}
-
-const float* Row(const ConverterCursor& state, std::uint32_t position, std::uint32_t taps) {
-    return state.filter + static_cast<std::size_t>((position >> state.phaseShift) & state.phaseMask) * taps;
-}
-
-// Copies `taps` samples of one channel from the ring, across its end where it must.
-template <std::uint32_t taps>
-void Gather(const float* ring, std::uint32_t channels, std::uint32_t start,
-            std::array<float, maximumTaps>& window) {
-    for (std::uint32_t tap = 0; tap < taps; ++tap)
-        window[tap] = ring[std::size_t{(start + tap) & ringMask} * channels];
-}
-
-// The sums to four of one channel at `count` positions, at most passOutputs.
-template <std::uint32_t taps>
-void Filter(const ConverterCursor& state, const float* ring, std::uint32_t channels, PartialSums& sums,
-            std::uint32_t count) {
-    std::array<float, maximumTaps> window;
-    std::uint32_t position = state.readPosition;
-    for (std::uint32_t i = 0; i < count; ++i, position += state.step) {
-        const std::uint32_t start = (position >> converterFractionBits) & ringMask;
-        const float* row = Row(state, position, taps);
-        if (channels == 1 && start <= converterRingFrames - taps) {
-            SumToFour<taps>(row, ring + start, &sums[std::size_t{4} * i]);
-        } else {
-            Gather<taps>(ring, channels, start, window);
-            SumToFour<taps>(row, window.data(), &sums[std::size_t{4} * i]);
-        }
-    }
-}
-
-// Outputs of a run of windows that starts at `position` before the windows start at frame `end`.
+// Outputs whose windows start before frame `end`, the first at `position`.
 std::uint32_t OutputsBefore(std::uint32_t end, std::uint32_t position, std::uint32_t step) {
     return ((end << converterFractionBits) - position - 1) / step + 1;
+}
+
+// Windows that lie one after the other in `input`, the first of them at `position`.
+void Filter(const ConverterCursor& state, float* target, std::uint32_t count, const float* input,
+            std::uint32_t position) {
+    const hcml::SincWalk walk{position, state.step};
+    if (state.series != nullptr)
+        hcml::ProduceBlendedSinc(target, count, input, {state.filter, state.taps, state.phasesLog2}, walk);
+    else
+        hcml::ProduceSinc(target, count, input, {state.filter, state.taps}, walk);
 }
 
 // One run of windows that lie in the ring as they are, or, where they reach around its end, in a copy.
 // Returns the outputs made.
 std::uint32_t ProduceRun(const ConverterState& state, float* target, std::uint32_t count) {
-    constexpr std::uint32_t mostTaps = 16;
-    const hcml::SincFilter filter{state.filter, state.taps};
     const std::uint32_t firstAround = converterRingFrames + 1 - state.taps;
     const std::uint32_t position = state.readPosition & ((converterRingFrames << converterFractionBits) - 1);
     if (position >> converterFractionBits < firstAround) {
         count = std::min(count, OutputsBefore(firstAround, position, state.step));
-        hcml::ProduceSinc(target, count, state.ring.data, filter, {position, state.step});
+        Filter(state, target, count, state.ring.data, position);
         return count;
     }
-    std::array<float, std::size_t{2} * mostTaps> around{};
+    std::array<float, std::size_t{2} * BlendedSincSeries::mostTaps> around;
     for (std::uint32_t i = 0; i < 2 * (state.taps - 1); ++i)
-        around[i] = state.ring.data[(firstAround + i) & (converterRingFrames - 1)];
+        around[i] = state.ring.data[(firstAround + i) & ringMask];
     count = std::min(count, OutputsBefore(converterRingFrames, position, state.step));
-    hcml::ProduceSinc(target, count, around.data(), filter,
-                      {position - (firstAround << converterFractionBits), state.step});
+    Filter(state, target, count, around.data(), position - (firstAround << converterFractionBits));
     return count;
 }
 
-template <std::uint32_t taps>
-void ProduceMany(MultiChannelConverterState& state, float* const* targets, std::uint32_t offset,
-                 std::uint32_t count) {
-    PartialSums sums;
-    for (std::uint32_t done = 0; done < count; done += passOutputs) {
-        const std::uint32_t part = std::min(count - done, passOutputs);
-        for (std::uint32_t channel = 0; channel < state.channels; ++channel) {
-            Filter<taps>(state, state.ring.data + channel, state.channels, sums, part);
-            SumToOne(sums, targets[channel] + offset + done, part);
-        }
-        state.readPosition += part * state.step;
+// Frames of one channel from the ring, from frame `first` on, across its end where it must.
+void CopyChannel(const MultiChannelConverterState& state, std::uint32_t channel, std::uint32_t first,
+                 std::uint32_t frames, float* target) {
+    first &= ringMask;
+    const std::uint32_t untilEnd = std::min(frames, converterRingFrames - first);
+    const float* from = state.ring.data + std::size_t{first} * state.channels + channel;
+    for (std::uint32_t i = 0; i < untilEnd; ++i)
+        target[i] = from[std::size_t{i} * state.channels];
+    from = state.ring.data + channel;
+    for (std::uint32_t i = untilEnd; i < frames; ++i)
+        target[i] = from[std::size_t{i - untilEnd} * state.channels];
+}
+
+// One run of windows that reach over no more than a ring. Returns the outputs made.
+std::uint32_t ProduceRun(const MultiChannelConverterState& state, float* const* targets, std::uint32_t offset,
+                         std::uint32_t count) {
+    const std::uint32_t position = state.readPosition & fractionMask;
+    count = std::min(count, OutputsBefore(converterRingFrames + 1 - state.taps, position, state.step));
+    const std::uint32_t frames =
+        ((position + (count - 1) * state.step) >> converterFractionBits) + state.taps;
+    std::array<float, converterRingFrames> row;
+    for (std::uint32_t channel = 0; channel < state.channels; ++channel) {
+        CopyChannel(state, channel, state.readPosition >> converterFractionBits, frames, row.data());
+        Filter(state, targets[channel] + offset, count, row.data(), position);
     }
+    return count;
 }
 
 }  // namespace
@@ -311,9 +328,12 @@ void produce(ConverterState& state, float* target, std::uint32_t count) {
 
 void produce(MultiChannelConverterState& state, float* const* targets, std::uint32_t offset,
              std::uint32_t count) {
-    if (state.taps == 4) return ProduceMany<4>(state, targets, offset, count);
-    if (state.taps == 8) return ProduceMany<8>(state, targets, offset, count);
-    ProduceMany<16>(state, targets, offset, count);
+    while (count > 0) {
+        const std::uint32_t made = ProduceRun(state, targets, offset, count);
+        state.readPosition += made * state.step;
+        offset += made;
+        count -= made;
+    }
 }
 
 }  // namespace goal

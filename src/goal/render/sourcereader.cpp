@@ -14,7 +14,7 @@ namespace goal {
 namespace {
 
 constexpr std::uint32_t maxChannels = 8;
-constexpr std::uint32_t maxTaps = 16;
+constexpr std::uint32_t maxTaps = BlendedSincSeries::mostTaps;
 constexpr std::uint32_t chunkFrames = 1024;  // raw frames decoded at once; a push of the converter fits
 constexpr std::uint64_t oneFrame = std::uint64_t{1} << 16;
 constexpr std::uint64_t fractionMask = oneFrame - 1;
@@ -161,15 +161,29 @@ template <typename Converter>
 std::uint32_t ProduceTail(Converter& converter, float* const* channels, std::uint32_t first,
                           std::uint32_t wanted) {
     static constexpr std::array<float, std::size_t{maxTaps} / 2 * maxChannels> silence{};
+    const std::uint32_t left = converter.taps / 2 - std::min(converter.silence, converter.taps / 2);
     std::uint32_t toPush = 0, toProduce = 0;
-    planBlock(converter, converter.taps / 2, wanted, toPush, toProduce);
+    planBlock(converter, left, wanted, toPush, toProduce);
     Push(converter, silence.data(), toPush);
-    // A step longer than the silence may have left frames before it that are still to be heard.
-    const bool isLongStep = converter.step >> converterFractionBits >= toPush;
-    const std::uint32_t middle = (converter.readPosition >> converterFractionBits) + converter.preRoll;
-    if (toProduce == 0 && wanted > 0 && isLongStep && middle + toPush < converter.writeIndex) toProduce = 1;
+    converter.silence += toPush;
+    // A step longer than the silence may have left frames before it that are still to be heard. SincBest
+    // plays them at any step, or it would depend on the length of the blocks which it plays.
+    const bool isLongStep = converter.series != nullptr ? converter.silence >= converter.taps / 2
+                                                        : converter.step >> converterFractionBits >= toPush;
+    const std::uint32_t middle =
+        (converter.readPosition >> converterFractionBits) + converter.taps / 2 - 1 + converter.silence;
+    if (toProduce == 0 && wanted > 0 && isLongStep && middle < converter.writeIndex) toProduce = 1;
     Produce(converter, channels, first, toProduce);
     return toProduce;
+}
+
+// SincBest's tail is long enough to be heard: where the block is too short for it, the source stays at the
+// end of its last buffer, and goes on in the next block with the tail, or with what is queued by then.
+bool HoldsForTail(const ConverterCursor& converter, Source& source, bool isBlockFull) {
+    if (converter.series == nullptr || !isBlockFull) return false;
+    source.queueIndex = source.queue.size - 1;
+    source.position = std::uint64_t{source.queue[source.queueIndex]->frames} << 16;
+    return true;
 }
 
 }  // namespace
@@ -213,6 +227,8 @@ std::optional<SincQuality> SincQualityOf(orb3::SampleRateConversion conversion) 
             return SincQuality::Medium;
         case orb3::SampleRateConversion::SincHigh:
             return SincQuality::High;
+        case orb3::SampleRateConversion::SincBest:
+            return SincQuality::Best;
     }
     slib::ThrowUnreachable();
 }
@@ -222,7 +238,7 @@ SourceReader::SourceReader(orb3::SampleRateConversion quality, orb3::Sound sound
       isPlain(sound == orb3::Sound::Classic),
       raw(hcml::AllocateAlignedFloats(std::uint64_t{chunkFrames} * maxChannels)),
       planar(hcml::AllocateAlignedFloats(chunkFrames)) {
-    if (quality < orb3::SampleRateConversion::Off || quality > orb3::SampleRateConversion::SincHigh)
+    if (quality < orb3::SampleRateConversion::Off || quality > orb3::SampleRateConversion::SincBest)
         slib::ThrowUnreachable();
 }
 
@@ -347,9 +363,13 @@ float SourceReader::ReadSinc(Source& source, Converter& converter, ReadRate rate
                 target.ClearFrom(done);
                 return 0;
             }
-            Stop(source);
-            done += ProduceTail(converter, target.channels, done, target.frames - done);
+            std::uint32_t made = 0;
+            do {
+                made = ProduceTail(converter, target.channels, done, target.frames - done);
+                done += made;
+            } while (converter.series != nullptr && made > 0);
             target.ClearFrom(done);
+            if (!HoldsForTail(converter, source, done == target.frames)) Stop(source);
             return scale;
         }
         if (buffer->channels != target.channelCount) slib::ThrowUnreachable();
@@ -358,6 +378,7 @@ float SourceReader::ReadSinc(Source& source, Converter& converter, ReadRate rate
         const std::uint32_t available = std::min(buffer->frames - first, chunkFrames);
         planBlock(converter, available, target.frames - done, toPush, toProduce);
         Push(converter, RawFrames(*buffer, first, toPush, raw.get()), toPush);
+        converter.silence = 0;
         Produce(converter, target.channels, done, toProduce);
         source.position = std::uint64_t{first + toPush} << 16;
         done += toProduce;

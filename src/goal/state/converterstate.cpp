@@ -1,25 +1,31 @@
 #include "goal/state/converterstate.h"
 
 namespace goal {
+namespace {
+
+void Rewind(ConverterCursor& cursor) {
+    cursor.writeIndex = cursor.preRoll;
+    cursor.readPosition = historyOf(cursor) << converterFractionBits;
+    cursor.silence = 0;
+}
+
+}  // namespace
 
 void MultiChannelConverterState::resize(std::uint32_t newChannels) {
     if (newChannels == channels) return;
     ring.resize(converterRingFrames * newChannels);
     channels = newChannels;
-    writeIndex = preRoll;
-    readPosition = 0;
+    Rewind(*this);
 }
 
 void reset(ConverterState& state) {
     state.ring.clear();
-    state.writeIndex = state.preRoll;
-    state.readPosition = 0;
+    Rewind(state);
 }
 
 void reset(MultiChannelConverterState& state) {
     state.ring.clear();
-    state.writeIndex = state.preRoll;
-    state.readPosition = 0;
+    Rewind(state);
 }
 
 void initialise(ConverterState& state, const ConverterCursor& start) {

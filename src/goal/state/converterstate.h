@@ -12,6 +12,10 @@
 
 #include "numeric/floattuplevector.h"
 
+namespace hcml {
+struct BlendedSincFilter;
+}
+
 namespace goal {
 
 /// Length of every ring in frames, a power of two.
@@ -20,25 +24,31 @@ inline constexpr std::uint32_t converterRingFrames = 1024;
 /// Bits of fraction in `readPosition` and `step`.
 inline constexpr std::uint32_t converterFractionBits = 19;
 
-/// All but the ring. The first group is a copy of the table's shape, which doesn't change from block to
-/// block.
+/// All but the ring. The first group is a copy of the table's shape, which doesn't change from block to block
+/// but for SincBest: there taps, phases and the filter in use follow the ratio, and the window stays around
+/// the same frame.
 struct ConverterCursor {
     const float* coefficients = nullptr;  ///< start of the table; owned by the SampleRateConverter
     std::uint32_t tapsLog2 = 0;
     std::uint32_t phasesLog2 = 0;
     std::uint32_t filterCount = 0;
-    std::uint32_t phaseShift = 0;   ///< brings the top of the fraction down to the phase
-    std::uint32_t phaseMask = 0;    ///< phases - 1
-    std::uint32_t taps = 0;         ///< length of the filter in frames: 4, 8 or 16
-    std::uint32_t preRoll = 0;      ///< frames of silence before the first one: taps / 2 - 1
+    std::uint32_t taps = 0;         ///< length of the filter in frames: 4, 8 or 16; of SincBest 64 to 256
+    std::uint32_t preRoll = 0;      ///< frames of silence before the first one: taps / 2 - 1 of the longest
     float ratioScale = 0;           ///< filters per unit of ln(ratio)
     std::uint32_t filterShift = 0;  ///< log2 of the floats of one filter
+    const hcml::BlendedSincFilter* series = nullptr;  ///< of SincBest, the converter's; null for the others
 
     std::uint32_t writeIndex = 0;    ///< frames pushed, silence of the start included
     std::uint32_t readPosition = 0;  ///< start of the filter's window in frames, 13.19 fixed point
     std::uint32_t step = 0;          ///< input frames per output frame, 13.19 fixed point, at least 1
+    std::uint32_t silence = 0;       ///< frames pushed after the end of the data, while that is coming out
     const float* filter = nullptr;   ///< the filter in use, within the table
 };
+
+/// Frames before the window which the longest filter would reach to.
+inline std::uint32_t historyOf(const ConverterCursor& cursor) {
+    return cursor.preRoll + 1 - cursor.taps / 2;
+}
 
 /// Of a source of one channel.
 struct ConverterState : ConverterCursor {

@@ -15,6 +15,15 @@ HWY_INLINE const float* Row(const float* rows, std::uint32_t position) {
     return rows + std::size_t{taps} * ((position >> 13) % 64);
 }
 
+// Folds 2^n products to one.
+template <std::uint32_t count>
+HWY_INLINE float Fold(float (&products)[count]) {
+    for (std::uint32_t half = count / 2; half > 0; half /= 2)
+        for (std::uint32_t t = 0; t < half; ++t)
+            products[t] += products[t + half];
+    return products[0];
+}
+
 template <std::uint32_t taps>
 HWY_INLINE float ProduceOne(const float* input, const float* rows, std::uint32_t position) {
     const float* row = Row<taps>(rows, position);
@@ -22,16 +31,47 @@ HWY_INLINE float ProduceOne(const float* input, const float* rows, std::uint32_t
     float products[taps];
     for (std::uint32_t t = 0; t < taps; ++t)
         products[t] = row[t] * window[t];
-    for (std::uint32_t half = taps / 2; half > 0; half /= 2)
-        for (std::uint32_t t = 0; t < half; ++t)
-            products[t] += products[t + half];
-    return products[0];
+    return Fold(products);
+}
+
+// Where an output's window and the row below its position are, and how far on to the next row it lies.
+struct BlendedPlace {
+    const float* row;
+    const float* window;
+    float part;
+};
+
+HWY_INLINE BlendedPlace PlaceOf(const float* input, const BlendedSincFilter& filter, std::uint32_t position) {
+    const std::uint32_t scaled = position % (1U << 19) << filter.phasesLog2;
+    return {filter.rows + std::size_t{filter.taps} * (scaled >> 19), input + (position >> 19),
+            static_cast<float>(static_cast<std::int32_t>(scaled % (1U << 19))) * 0x1p-19F};
+}
+
+HWY_INLINE float ProduceOneBlended(const BlendedPlace& place, std::uint32_t taps) {
+    float lower[16], upper[16];
+    for (std::uint32_t i = 0; i < 16; ++i) {
+        lower[i] = place.row[i] * place.window[i];
+        upper[i] = place.row[taps + i] * place.window[i];
+    }
+    for (std::uint32_t t = 16; t < taps; ++t) {
+        lower[t % 16] += place.row[t] * place.window[t];
+        upper[t % 16] += place.row[taps + t] * place.window[t];
+    }
+    for (std::uint32_t i = 0; i < 16; ++i)
+        lower[i] += place.part * (upper[i] - lower[i]);
+    return Fold(lower);
 }
 
 #if HWY_TARGET == HWY_SCALAR
 
 template <std::uint32_t taps>
 HWY_INLINE std::uint32_t ProduceVectors(float*, std::uint32_t, const float*, const float*, SincWalk) {
+    return 0;
+}
+
+template <std::uint32_t>
+HWY_INLINE std::uint32_t ProduceBlendedVectors(float*, std::uint32_t, const float*, const BlendedSincFilter&,
+                                               SincWalk) {
     return 0;
 }
 
@@ -88,6 +128,63 @@ HWY_INLINE std::uint32_t ProduceVectors(float* output, std::uint32_t count, cons
     return done;
 }
 
+// Adds the upper half of a vector to the lower until four values are left.
+template <class D>
+HWY_INLINE auto FoldToFour(D /*d*/, hn::Vec<D> v) {
+    if constexpr (hn::MaxLanes(D()) == 4) {
+        return v;
+    } else {
+        const hn::Half<D> half;
+        return FoldToFour(half, hn::Add(hn::LowerHalf(half, v), hn::UpperHalf(half, v)));
+    }
+}
+
+// The blended products of one output, folded to four values. `fixedTaps` is the taps, or 0 for any.
+template <std::uint32_t fixedTaps, class D>
+HWY_INLINE auto BlendedProducts(D d, const BlendedPlace& place, std::size_t taps) {
+    constexpr std::size_t lanes = hn::MaxLanes(D()), vectors = 16 / lanes;
+    if constexpr (fixedTaps > 0) taps = fixedTaps;
+    const float* nextRow = place.row + taps;
+    hn::Vec<D> lower[vectors], upper[vectors];
+    for (std::size_t v = 0; v < vectors; ++v) {
+        const auto window = hn::LoadU(d, place.window + v * lanes);
+        lower[v] = hn::Mul(window, hn::LoadU(d, place.row + v * lanes));
+        upper[v] = hn::Mul(window, hn::LoadU(d, nextRow + v * lanes));
+    }
+    for (std::size_t t = 16; t < taps; t += 16) {
+        for (std::size_t v = 0; v < vectors; ++v) {
+            const auto window = hn::LoadU(d, place.window + t + v * lanes);
+            lower[v] = hn::Add(lower[v], hn::Mul(window, hn::LoadU(d, place.row + t + v * lanes)));
+            upper[v] = hn::Add(upper[v], hn::Mul(window, hn::LoadU(d, nextRow + t + v * lanes)));
+        }
+    }
+    const auto part = hn::Set(d, place.part);
+    for (std::size_t v = 0; v < vectors; ++v)
+        lower[v] = hn::Add(lower[v], hn::Mul(part, hn::Sub(upper[v], lower[v])));
+    for (std::size_t half = vectors / 2; half > 0; half /= 2)
+        for (std::size_t v = 0; v < half; ++v)
+            lower[v] = hn::Add(lower[v], lower[v + half]);
+    return FoldToFour(d, lower[0]);
+}
+
+// Returns how many outputs it wrote.
+template <std::uint32_t fixedTaps>
+HWY_INLINE std::uint32_t ProduceBlendedVectors(float* output, std::uint32_t count, const float* input,
+                                               const BlendedSincFilter& filter, SincWalk walk) {
+    const hn::CappedTag<float, 16> d;
+    const hn::CappedTag<float, 4> four;
+    std::uint32_t done = 0;
+    for (; count - done >= 4; done += 4) {
+        hn::Vec<decltype(four)> p[4];
+        for (auto& products : p) {
+            products = BlendedProducts<fixedTaps>(d, PlaceOf(input, filter, walk.position), filter.taps);
+            walk.position += walk.step;
+        }
+        hn::StoreU(FoldFour(four, p[0], p[1], p[2], p[3]), four, output + done);
+    }
+    return done;
+}
+
 #endif
 
 template <std::uint32_t taps>
@@ -108,6 +205,16 @@ void Produce(float* output, std::uint32_t count, const float* input, SincFilter 
     }
 }
 
+void ProduceBlended(float* output, std::uint32_t count, const float* input, BlendedSincFilter filter,
+                    SincWalk walk) {
+    // Most sources play at ratios up to 1, which need no more than 64.
+    std::uint32_t done = filter.taps == 64 ? ProduceBlendedVectors<64>(output, count, input, filter, walk)
+                                           : ProduceBlendedVectors<0>(output, count, input, filter, walk);
+    for (; done < count; ++done)
+        output[done] =
+            ProduceOneBlended(PlaceOf(input, filter, walk.position + done * walk.step), filter.taps);
+}
+
 }  // namespace hcml::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
@@ -115,9 +222,15 @@ HWY_AFTER_NAMESPACE();
 namespace hcml {
 
 HWY_EXPORT(Produce);
+HWY_EXPORT(ProduceBlended);
 
 void ProduceSinc(float* output, std::uint32_t count, const float* input, SincFilter filter, SincWalk walk) {
     HWY_DYNAMIC_DISPATCH(Produce)(output, count, input, filter, walk);
+}
+
+void ProduceBlendedSinc(float* output, std::uint32_t count, const float* input, BlendedSincFilter filter,
+                        SincWalk walk) {
+    HWY_DYNAMIC_DISPATCH(ProduceBlended)(output, count, input, filter, walk);
 }
 
 }  // namespace hcml

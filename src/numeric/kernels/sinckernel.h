@@ -34,4 +34,22 @@ struct SincWalk {
 void ProduceSinc(float* output, std::uint32_t count, const float* input, SincFilter filter,
                  SincWalk walk) SLIB_NONBLOCKING;
 
+/// One filter of 2^phasesLog2 phases whose rows are blended: the row of phase p is at rows[p * taps], and the
+/// last, of phase 1, is the first a tap later.
+struct BlendedSincFilter {
+    const float* rows;         ///< (2^phasesLog2 + 1) * taps floats, the caller's
+    std::uint32_t taps;        ///< a multiple of 16
+    std::uint32_t phasesLog2;  ///< 0 to 12
+};
+
+/// As ProduceSinc, with a line between the two rows around the position. With row a of the phase below it,
+/// b of the phase above, and t, 0 to 1, the place between the two,
+///
+///     A[i] = sum over c of a[16c + i] * input[(r >> 19) + 16c + i], from c = 0 up, i from 0 to 15
+///     B[i] = the same of b
+///     P[i] = A[i] + t * (B[i] - A[i])
+///     output[k] = the sum of P, folded as above
+void ProduceBlendedSinc(float* output, std::uint32_t count, const float* input, BlendedSincFilter filter,
+                        SincWalk walk) SLIB_NONBLOCKING;
+
 }  // namespace hcml

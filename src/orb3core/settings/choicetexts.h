@@ -14,8 +14,8 @@ template <typename Enum>
 inline constexpr auto choiceTexts = slib::MakeEnumTexts<Enum>();
 
 template <>
-inline constexpr auto choiceTexts<SampleRateConversion> =
-    slib::MakeEnumTexts<SampleRateConversion>("Off", "Linear", "SincLow", "SincMedium", "SincHigh");
+inline constexpr auto choiceTexts<SampleRateConversion> = slib::MakeEnumTexts<SampleRateConversion>(
+    "Off", "Linear", "SincLow", "SincMedium", "SincHigh", "SincBest");
 
 template <>
 inline constexpr auto choiceTexts<EffectsQuality> = slib::MakeEnumTexts<EffectsQuality>("Low", "Medium",

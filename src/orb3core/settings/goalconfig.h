@@ -11,7 +11,7 @@
 namespace orb3 {
 
 /// Quality of the source sample rate converter; stored by name.
-enum class SampleRateConversion { Off, Linear, SincLow, SincMedium, SincHigh };
+enum class SampleRateConversion { Off, Linear, SincLow, SincMedium, SincHigh, SincBest };
 
 /// Quality of the reverb; stored by name, and kept as two fields.
 enum class EffectsQuality { Low, Medium, High };

@@ -202,8 +202,8 @@ constexpr std::array settings{
     Setting{"SRC", Required, Choice<At<&GoalConfig::sampleRateConversion>>(),
         "sample rate conversion of the sources", "sources",
         "Off takes the nearest frame, Linear interpolates between two, and SincLow, SincMedium and SincHigh use "
-        "4, 8 and 16 taps. Lower it on a slow machine; raise it when high tones sound rough. The first start "
-        "chooses it."},
+        "4, 8 and 16 taps; SincBest uses 64 and keeps its noise below -100 dB. Lower it on a slow machine; raise "
+        "it when high tones sound rough. The first start chooses it."},
     Setting{"Sound", UnlessDefault, Choice<At<&GoalConfig::sound>>(),
         "the way of rendering", "sources, decoder",
         "Refined has no clicks, steps or clipping where the formulas of Classic leave some. Set Classic to "

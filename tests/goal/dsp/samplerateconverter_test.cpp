@@ -53,38 +53,61 @@ TEST_P(EveryQuality, Rows_SumToALittleOverOne) {
     }
 }
 
-/// Power of the sine of `frequency` (radians a frame) over the rest, in dB, both under a Hann window.
-double SignalToNoise(const std::vector<float>& signal, double frequency) {
-    const auto size = static_cast<double>(signal.size());
-    const auto window = [&](double i) { return 1 - std::cos(2 * std::numbers::pi * i / size); };
-    std::complex<double> sine = 0;
-    for (double i = 0; i < size; ++i)
-        sine += window(i) * signal[static_cast<std::size_t>(i)] * std::polar(2 / size, -frequency * i);
-    double noise = 0;
-    for (double i = 0; i < size; ++i) {
-        const double fitted = (sine * std::polar(1.0, frequency * i)).real();
-        noise += window(i) * std::pow(signal[static_cast<std::size_t>(i)] - fitted, 2) / size;
+/// A second of a sine of amplitude 1 in frames at the rate `from`, converted to `to`; without its start.
+struct Converted {
+    Converted(const SampleRateConverter& converter, double hertz, double from, double to) {
+        ConverterState state;
+        initialise(state, converter.start);
+        setRatio(state, from / to);
+        const double angle = 2 * std::numbers::pi * hertz / from;
+        frequency = angle * state.step / 524288;
+        std::vector<float> output(20256);
+        for (std::uint32_t pushed = 0; float& value : output) {
+            std::uint32_t toPush = 0;
+            std::uint32_t one = 0;
+            while (one == 0) {
+                planBlock(state, 100, 1, toPush, one);
+                for (; toPush > 0; --toPush)
+                    push(state, static_cast<float>(std::sin(angle * pushed++)));
+            }
+            value = produce(state);
+        }
+        signal.assign(output.begin() + 256, output.end());
     }
-    return 10 * std::log10(std::norm(sine) / 2 / noise);
+
+    std::vector<float> signal;
+    double frequency;  ///< of the sine, in radians a frame
+};
+
+/// The power of a signal's sine, and of the rest, both under a Hann window; a sine of amplitude 1 has 1.
+struct Powers {
+    explicit Powers(const Converted& converted) {
+        const std::vector<float>& signal = converted.signal;
+        const auto size = static_cast<double>(signal.size());
+        const auto window = [&](double i) { return 1 - std::cos(2 * std::numbers::pi * i / size); };
+        std::complex<double> amplitude = 0;
+        for (double i = 0; i < size; ++i)
+            amplitude += window(i) * signal[static_cast<std::size_t>(i)] *
+                         std::polar(2 / size, -converted.frequency * i);
+        sine = std::norm(amplitude);
+        for (double i = 0; i < size; ++i) {
+            const double fitted = (amplitude * std::polar(1.0, converted.frequency * i)).real();
+            rest += 2 * window(i) * std::pow(signal[static_cast<std::size_t>(i)] - fitted, 2) / size;
+        }
+    }
+
+    double sine;
+    double rest = 0;
+};
+
+double Decibels(double power) {
+    return 10 * std::log10(power);
 }
 
 TEST_P(EveryQuality, SineFrom44100To48000_KeepsItsSignalToNoiseRatio) {
     for (const auto& [hertz, floor] : {std::pair{1000.0, shape.snr1kHz}, {10000.0, shape.snr10kHz}}) {
-        ConverterState state;
-        initialise(state, converter.start);
-        setRatio(state, 44100.0 / 48000);
-        std::vector<float> output(20000);
-        for (std::uint32_t pushed = 0; float& value : output) {
-            const double angle = 2 * std::numbers::pi * hertz / 44100;
-            std::uint32_t toPush = 0;
-            std::uint32_t one = 0;
-            planBlock(state, 100, 1, toPush, one);
-            for (; toPush > 0; --toPush)
-                push(state, static_cast<float>(std::sin(angle * pushed++)));
-            value = produce(state);
-        }
-        EXPECT_GT(SignalToNoise(output, 2 * std::numbers::pi * hertz / 44100 * state.step / 524288), floor)
-            << hertz;
+        const Powers powers(Converted(converter, hertz, 44100, 48000));
+        EXPECT_GT(Decibels(powers.sine / powers.rest), floor) << hertz;
     }
 }
 
@@ -93,8 +116,35 @@ INSTANTIATE_TEST_SUITE_P(Qualities, EveryQuality,
                                          Shape{SincQuality::Medium, 8, 32, 62, 42},
                                          Shape{SincQuality::High, 16, 64, 60, 43}));
 
+TEST(SincBest, SineFrom44100To48000_StaysPureAndIsFlatTo20kHz) {
+    const SampleRateConverter converter(SincQuality::Best);
+    for (const auto& [hertz, floor] : {std::pair{1000.0, 110.0}, {10000.0, 105.0}, {15000.0, 100.0}}) {
+        const Powers powers(Converted(converter, hertz, 44100, 48000));
+        EXPECT_GT(Decibels(powers.sine / powers.rest), floor) << hertz;
+    }
+    for (const double hertz : {20.0, 5000.0, 15000.0, 18000.0, 19000.0, 20000.0})
+        EXPECT_NEAR(Decibels(Powers(Converted(converter, hertz, 44100, 48000)).sine), 0, 0.3) << hertz;
+}
+
+TEST(SincBest, ToneAboveHalfTheOutputRate_IsGoneAndWhatLiesBelowStays) {
+    const SampleRateConverter converter(SincQuality::Best);
+    for (const auto& [from, to] : {std::pair{48000.0, 44100.0},
+                                   {88200.0, 48000.0},
+                                   {96000.0, 48000.0},
+                                   {192000.0, 48000.0},
+                                   {384000.0, 48000.0}}) {
+        for (double hertz = to * 0.502; hertz < from / 2; hertz *= 1.07) {
+            const Powers powers(Converted(converter, hertz, from, to));
+            EXPECT_LT(Decibels(powers.sine + powers.rest), -90) << hertz << " Hz of " << from << " to " << to;
+        }
+        // The longest filter gets narrower above a ratio of 4.
+        const double top = from / to > 4 ? 0.3 : 0.4;
+        EXPECT_NEAR(Decibels(Powers(Converted(converter, to * top, from, to)).sine), 0, 0.3) << from;
+    }
+}
+
 TEST(SampleRateConverter, OtherQualities_AreRefused) {
-    for (const std::int32_t quality : {-1, 0, 1, 5})
+    for (const std::int32_t quality : {-1, 0, 1, 6})
         EXPECT_THROW(SampleRateConverter{static_cast<SincQuality>(quality)}, slib::IntegrityFailureException);
 }
 

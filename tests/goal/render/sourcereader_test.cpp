@@ -6,6 +6,7 @@
 #include <cmath>
 #include <limits>
 #include <memory>
+#include <numbers>
 #include <random>
 #include <tuple>
 #include <vector>
@@ -40,9 +41,9 @@ std::vector<std::uint8_t> Noise(const BufferFormat& format, std::uint32_t frames
 }
 
 const SampleRateConverter& ConverterOf(Quality quality) {
-    static const SampleRateConverter converters[]{SampleRateConverter(SincQuality::Low),
-                                                  SampleRateConverter(SincQuality::Medium),
-                                                  SampleRateConverter(SincQuality::High)};
+    static const SampleRateConverter converters[]{
+        SampleRateConverter(SincQuality::Low), SampleRateConverter(SincQuality::Medium),
+        SampleRateConverter(SincQuality::High), SampleRateConverter(SincQuality::Best)};
     return converters[static_cast<std::size_t>(quality) - 2];
 }
 
@@ -167,9 +168,33 @@ std::int64_t SincStep(double ratio) {
     return std::max<std::int64_t>(1, std::llround(std::min(ratio, 512.0) * (1 << 19)));
 }
 
+// The filter of SincBest that a ratio takes.
+const hcml::BlendedSincFilter& BlendedFilter(const SampleRateConverter& converter, double ratio) {
+    const double index = std::floor(std::log2(std::max(ratio, 1.0)) * 16 + 0.5);
+    return converter.series->filters[static_cast<std::size_t>(std::min(index, 48.0))];
+}
+
+std::int64_t TapsOf(const SampleRateConverter& converter, double ratio) {
+    return converter.series ? BlendedFilter(converter, ratio).taps : 1 << converter.tapsLog2;
+}
+
+// The same with a line between the rows around the position.
+double BlendedSinc(const hcml::BlendedSincFilter& filter, double ratio, const Signal& signal, std::int64_t k,
+                   std::uint32_t channel) {
+    const std::int64_t taps = filter.taps, position = k * SincStep(ratio);
+    const double phase = std::ldexp(static_cast<double>(position % (1 << 19)), filter.phasesLog2 - 19);
+    const float* row = filter.rows + static_cast<std::int64_t>(phase) * taps;
+    double sum = 0;
+    for (std::int64_t t = 0; t < taps; ++t)
+        sum += std::lerp(row[t], row[t + taps], phase - std::floor(phase)) *
+               signal.At((position >> 19) + t - taps / 2 + 1, channel);
+    return sum;
+}
+
 // The sum over the window that the converter's table gives, at the positions and phases of its fixed point.
 double Sinc(const SampleRateConverter& converter, double ratio, const Signal& signal, std::int64_t k,
             std::uint32_t channel) {
+    if (converter.series) return BlendedSinc(BlendedFilter(converter, ratio), ratio, signal, k, channel);
     const std::int64_t taps = 1 << converter.tapsLog2;
     const std::int64_t position = k * SincStep(ratio);
     const double filter = std::min(std::floor(std::log(std::max(ratio, 1.0)) * converter.ratioScale),
@@ -184,15 +209,18 @@ double Sinc(const SampleRateConverter& converter, double ratio, const Signal& si
 
 void TestSinc(std::int32_t format, bool looping) {
     for (const double pitch : {1e-9, 0.37, 1.0, 1.59, 2.6, 41.7, 600.0}) {
-        for (const Quality quality : {SincLow, SincMedium, SincHigh}) {
+        for (const Quality quality : {SincLow, SincMedium, SincHigh, SincBest}) {
             SCOPED_TRACE(testing::Message() << "pitch " << pitch << " quality " << static_cast<int>(quality));
             Playing whole(format, queue, looping), parts = whole;
             const Signal signal(whole);
             const SampleRateConverter& converter = ConverterOf(quality);
-            const std::int64_t step = SincStep(pitch), taps = 1 << converter.tapsLog2;
-            const std::int64_t tail = looping ? 2048 : ((signal.Size() - taps / 2) << 19) / step;
-            // A step longer than half the filter plays what is left of less than a step, too.
-            const std::int64_t begun = step >> 19 >= taps / 2 ? step - 1 : 0;
+            const std::int64_t step = SincStep(pitch), taps = TapsOf(converter, pitch);
+            // What of the tail doesn't fit into a block is lost, but for SincBest.
+            const bool isWhole = looping || quality == SincBest;
+            const std::int64_t tail = isWhole ? 2048 : ((signal.Size() - taps / 2) << 19) / step;
+            // A step longer than half the filter, and SincBest, play what is left of less than a step, too.
+            const bool playsAll = quality == SincBest || step >> 19 >= taps / 2;
+            const std::int64_t begun = playsAll ? step - 1 : 0;
             const std::int64_t end = looping ? 2048 : ((signal.Size() << 19) + begun) / step;
             const Block block = whole.Read(quality, pitch, oneBlock),
                         pieces = parts.Read(quality, pitch, manyBlocks);
@@ -276,7 +304,49 @@ TEST_P(ReaderOfEveryQuality, AnyPitch_ReadsNothingButTheBuffersAndEndsAQueueThat
 }
 
 INSTANTIATE_TEST_SUITE_P(Qualities, ReaderOfEveryQuality,
-                         testing::Values(Off, Linear, SincLow, SincMedium, SincHigh));
+                         testing::Values(Off, Linear, SincLow, SincMedium, SincHigh, SincBest));
+
+// Through filters of every length, and back; the closed form is the sine at the position that was reached.
+TEST(SincBestReader, PitchThatChangesFromBlockToBlock_GoesOnInTheSameWaveAcrossSeams) {
+    constexpr double angle = 2 * std::numbers::pi / 480;
+    Playing playing(AL_FORMAT_MONO_FLOAT32, {4800, 480, 960}, true);
+    playing.source.queue = {};
+    for (auto& buffer : playing.buffers) {
+        std::vector<float> frames(buffer->frames);
+        for (std::size_t i = 0; i < frames.size(); ++i)
+            frames[i] = static_cast<float>(std::sin(angle * static_cast<double>(i)));
+        buffer = std::make_shared<Buffer>(1, AL_FORMAT_MONO_FLOAT32, 48000.0F, frames.data(),
+                                          static_cast<std::uint32_t>(frames.size() * sizeof(float)), true);
+        playing.source.queue.append(buffer.get());
+    }
+    std::mt19937 random(7);
+    double position = 0;
+    for (int block = 0; block < 400; ++block) {
+        const double pitch = std::exp2(static_cast<double>(random() % 900) / 100 - 5);
+        const Lengths length{static_cast<std::uint32_t>(1 + random() % 300)};
+        const Block read = playing.Read(SincBest, pitch, length);
+        for (std::size_t k = block == 0 ? 300 : 0; k < read[0].size(); ++k)
+            ASSERT_NEAR(
+                read[0][k] * playing.scale,
+                std::sin(angle * (position + static_cast<double>(k) *
+                                                 std::ldexp(static_cast<double>(SincStep(pitch)), -19))),
+                3e-5)
+                << "output " << k << " of block " << block << " at pitch " << pitch;
+        position += static_cast<double>(length[0]) * std::ldexp(static_cast<double>(SincStep(pitch)), -19);
+    }
+}
+
+// The tail of 32 frames lies in a block of its own.
+TEST(SincBestReader, EndOfDataAtTheEndOfABlock_IsHeardInTheNext) {
+    Playing parts(AL_FORMAT_MONO16, {512}, false), whole = parts;
+    const Block block = whole.Read(SincBest, 1, {1024});
+    const Block first = parts.Read(SincBest, 1, {500});
+    EXPECT_EQ(parts.source.state, SourceState::Playing);
+    const Block second = parts.Read(SincBest, 1, {524});
+    EXPECT_EQ(parts.source.state, SourceState::Stopped);
+    ASSERT_TRUE(std::any_of(second[0].begin(), second[0].begin() + 12, [](double v) { return v != 0; }));
+    EXPECT_TRUE(std::equal(second[0].begin(), second[0].end(), block[0].begin() + 500));
+}
 
 TEST(SourceReader, StepManyLapsLong_LandsWhereSingleStepsWould) {
     // 2^40 and a bit: the remainder over a lap of 5 frames decides.

@@ -79,6 +79,7 @@ TEST(GoalConfig, ValuesOutOfRange_AreCorrectedInSilence) {
                                 {"SRC", "off", "Linear"},
                                 {"SRC", "Off", "Off"},
                                 {"SRC", "SincHigh", "SincHigh"},
+                                {"SRC", "SincBest", "SincBest"},
                                 {"EffectsQuality", "Low", "Low"},
                                 {"EffectsQuality", "high", "Medium"},
                                 {"UseFullLateReflections", "no bool", "True"}})
