@@ -19,32 +19,20 @@ namespace platform {
 namespace {
 
 struct CubebLibrary {
-    CubebLibrary() : library("libcubeb.so.0") {
-        library.Find("cubeb_init", init);
-        library.Find("cubeb_destroy", destroy);
-        library.Find("cubeb_get_backend_id", backendId);
-        library.Find("cubeb_get_min_latency", minimumLatency);
-        library.Find("cubeb_enumerate_devices", enumerateDevices);
-        library.Find("cubeb_device_collection_destroy", destroyCollection);
-        library.Find("cubeb_stream_init", initStream);
-        library.Find("cubeb_stream_destroy", destroyStream);
-        library.Find("cubeb_stream_start", startStream);
-        library.Find("cubeb_stream_stop", stopStream);
-        library.Find("cubeb_stream_get_latency", streamLatency);
-    }
+    DynamicLibrary library{"libcubeb.so.0"};
 
-    DynamicLibrary library;
-    decltype(cubeb_init)* init = nullptr;
-    decltype(cubeb_destroy)* destroy = nullptr;
-    decltype(cubeb_get_backend_id)* backendId = nullptr;
-    decltype(cubeb_get_min_latency)* minimumLatency = nullptr;
-    decltype(cubeb_enumerate_devices)* enumerateDevices = nullptr;
-    decltype(cubeb_device_collection_destroy)* destroyCollection = nullptr;
-    decltype(cubeb_stream_init)* initStream = nullptr;
-    decltype(cubeb_stream_destroy)* destroyStream = nullptr;
-    decltype(cubeb_stream_start)* startStream = nullptr;
-    decltype(cubeb_stream_stop)* stopStream = nullptr;
-    decltype(cubeb_stream_get_latency)* streamLatency = nullptr;
+    Imported<decltype(cubeb_init)> init{library, "cubeb_init"};
+    Imported<decltype(cubeb_destroy)> destroy{library, "cubeb_destroy"};
+    Imported<decltype(cubeb_get_backend_id)> backendId{library, "cubeb_get_backend_id"};
+    Imported<decltype(cubeb_get_min_latency)> minimumLatency{library, "cubeb_get_min_latency"};
+    Imported<decltype(cubeb_enumerate_devices)> enumerateDevices{library, "cubeb_enumerate_devices"};
+    Imported<decltype(cubeb_device_collection_destroy)> destroyCollection{library,
+                                                                          "cubeb_device_collection_destroy"};
+    Imported<decltype(cubeb_stream_init)> initStream{library, "cubeb_stream_init"};
+    Imported<decltype(cubeb_stream_destroy)> destroyStream{library, "cubeb_stream_destroy"};
+    Imported<decltype(cubeb_stream_start)> startStream{library, "cubeb_stream_start"};
+    Imported<decltype(cubeb_stream_stop)> stopStream{library, "cubeb_stream_stop"};
+    Imported<decltype(cubeb_stream_get_latency)> streamLatency{library, "cubeb_stream_get_latency"};
 };
 
 CubebLibrary& Library() {

@@ -28,4 +28,17 @@ private:
     void* handle = nullptr;
 };
 
+/// A function of a library: called, or taken as a pointer, as if it were linked. `Function` is its type. Null
+/// where the library has a problem.
+template <typename Function>
+class Imported {
+public:
+    Imported(DynamicLibrary& library, const char* name) { library.Find(name, function); }
+
+    operator Function*() const { return function; }  // NOLINT(google-explicit-constructor): as a linked one
+
+private:
+    Function* function = nullptr;
+};
+
 }  // namespace platform

@@ -5,27 +5,10 @@
 
 #include <pulse/pulseaudio.h>
 
-#include <utility>
-
 #include "platform/dynamiclibrary.h"
 #include "slib/nodestroy.h"
 
 namespace platform {
-
-/// A function of a library that may be missing. `Function` is its type.
-template <typename Function>
-class Imported {
-public:
-    Imported(DynamicLibrary& library, const char* name) { library.Find(name, function); }
-
-    template <typename... Arguments>
-    auto operator()(Arguments&&... arguments) const {
-        return function(std::forward<Arguments>(arguments)...);
-    }
-
-private:
-    Function* function = nullptr;
-};
 
 /// Without a problem all functions are there.
 struct PulseLibrary {

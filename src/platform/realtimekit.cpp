@@ -28,49 +28,30 @@ constexpr int typeInvalid = 0, typeString = 's', typeVariant = 'v', typeInt32 = 
               typeInt64 = 'x', typeUint64 = 't';
 
 struct DBusLibrary {
-    DBusLibrary() : library("libdbus-1.so.3") {
-        library.Find("dbus_connection_set_change_sigpipe", setChangeSigpipe);
-        library.Find("dbus_connection_open_private", open);
-        library.Find("dbus_connection_set_exit_on_disconnect", setExitOnDisconnect);
-        library.Find("dbus_connection_close", close);
-        library.Find("dbus_connection_unref", release);
-        library.Find("dbus_connection_send_with_reply", send);
-        library.Find("dbus_connection_read_write_dispatch", work);
-        library.Find("dbus_message_new_method_call", makeCall);
-        library.Find("dbus_message_append_args", append);
-        library.Find("dbus_message_get_type", messageType);
-        library.Find("dbus_message_iter_init", readArguments);
-        library.Find("dbus_message_iter_get_arg_type", argumentType);
-        library.Find("dbus_message_iter_recurse", enter);
-        library.Find("dbus_message_iter_get_basic", read);
-        library.Find("dbus_message_unref", releaseMessage);
-        library.Find("dbus_pending_call_get_completed", isCompleted);
-        library.Find("dbus_pending_call_steal_reply", takeReply);
-        library.Find("dbus_pending_call_cancel", cancel);
-        library.Find("dbus_pending_call_unref", releasePending);
-    }
+    DynamicLibrary library{"libdbus-1.so.3"};
 
-    DynamicLibrary library;
-    void (*setChangeSigpipe)(Boolean) = nullptr;
-    DBusConnection* (*open)(const char* address, void* error) = nullptr;
-    void (*setExitOnDisconnect)(DBusConnection*, Boolean) = nullptr;
-    void (*close)(DBusConnection*) = nullptr;
-    void (*release)(DBusConnection*) = nullptr;
-    Boolean (*send)(DBusConnection*, DBusMessage*, DBusPendingCall**, int milliseconds) = nullptr;
-    Boolean (*work)(DBusConnection*, int milliseconds) = nullptr;
-    DBusMessage* (*makeCall)(const char* name, const char* path, const char* interface,
-                             const char* method) = nullptr;
-    Boolean (*append)(DBusMessage*, int firstType, ...) = nullptr;
-    int (*messageType)(DBusMessage*) = nullptr;
-    Boolean (*readArguments)(DBusMessage*, DBusMessageIter*) = nullptr;
-    int (*argumentType)(DBusMessageIter*) = nullptr;
-    void (*enter)(DBusMessageIter*, DBusMessageIter* inner) = nullptr;
-    void (*read)(DBusMessageIter*, void* value) = nullptr;
-    void (*releaseMessage)(DBusMessage*) = nullptr;
-    Boolean (*isCompleted)(DBusPendingCall*) = nullptr;
-    DBusMessage* (*takeReply)(DBusPendingCall*) = nullptr;
-    void (*cancel)(DBusPendingCall*) = nullptr;
-    void (*releasePending)(DBusPendingCall*) = nullptr;
+    Imported<void(Boolean)> setChangeSigpipe{library, "dbus_connection_set_change_sigpipe"};
+    Imported<DBusConnection*(const char* address, void* error)> open{library, "dbus_connection_open_private"};
+    Imported<void(DBusConnection*, Boolean)> setExitOnDisconnect{library,
+                                                                 "dbus_connection_set_exit_on_disconnect"};
+    Imported<void(DBusConnection*)> close{library, "dbus_connection_close"};
+    Imported<void(DBusConnection*)> release{library, "dbus_connection_unref"};
+    Imported<Boolean(DBusConnection*, DBusMessage*, DBusPendingCall**, int milliseconds)> send{
+        library, "dbus_connection_send_with_reply"};
+    Imported<Boolean(DBusConnection*, int milliseconds)> work{library, "dbus_connection_read_write_dispatch"};
+    Imported<DBusMessage*(const char* name, const char* path, const char* interface, const char* method)>
+        makeCall{library, "dbus_message_new_method_call"};
+    Imported<Boolean(DBusMessage*, int firstType, ...)> append{library, "dbus_message_append_args"};
+    Imported<int(DBusMessage*)> messageType{library, "dbus_message_get_type"};
+    Imported<Boolean(DBusMessage*, DBusMessageIter*)> readArguments{library, "dbus_message_iter_init"};
+    Imported<int(DBusMessageIter*)> argumentType{library, "dbus_message_iter_get_arg_type"};
+    Imported<void(DBusMessageIter*, DBusMessageIter* inner)> enter{library, "dbus_message_iter_recurse"};
+    Imported<void(DBusMessageIter*, void* value)> read{library, "dbus_message_iter_get_basic"};
+    Imported<void(DBusMessage*)> releaseMessage{library, "dbus_message_unref"};
+    Imported<Boolean(DBusPendingCall*)> isCompleted{library, "dbus_pending_call_get_completed"};
+    Imported<DBusMessage*(DBusPendingCall*)> takeReply{library, "dbus_pending_call_steal_reply"};
+    Imported<void(DBusPendingCall*)> cancel{library, "dbus_pending_call_cancel"};
+    Imported<void(DBusPendingCall*)> releasePending{library, "dbus_pending_call_unref"};
 };
 
 DBusLibrary& Library() {

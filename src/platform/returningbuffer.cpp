@@ -43,16 +43,17 @@ void StreamOutlet::Fill(float* output, std::uint32_t frames, std::uint32_t delay
 void StreamOutlet::NoteRequest(std::uint32_t frames) {
     constexpr std::uint32_t mostLate = 3;       // in a window
     constexpr std::uint32_t windowSeconds = 5;  // and half a second to begin with
-    windowFrames += frames;
+    windowFrames.fetch_add(frames, std::memory_order_relaxed);
     const bool isSettled = hasSettled.load(std::memory_order_relaxed);
     if (isSettled) {
         if (frames > greatestRequest.load(std::memory_order_relaxed))
             greatestRequest.store(frames, std::memory_order_relaxed);
         if (frames > capacity.load(std::memory_order_relaxed) / 4 * 3) NoteNearlyEmpty(mostLate);
     }
-    if (windowFrames < (isSettled ? rate * windowSeconds : rate / 2)) return;
+    if (windowFrames.load(std::memory_order_relaxed) < (isSettled ? rate * windowSeconds : rate / 2)) return;
     hasSettled.store(true, std::memory_order_relaxed);
-    windowFrames = lateRequests = 0;
+    windowFrames.store(0, std::memory_order_relaxed);
+    lateRequests = 0;
 }
 
 void StreamOutlet::NoteNearlyEmpty(std::uint32_t mostLate) {
@@ -69,6 +70,7 @@ void StreamOutlet::NoteUnderflow() {
 // After the buffer was given another size, which the next request fills or waits for.
 void StreamOutlet::BeginWindow() {
     isTooSmall.store(false, std::memory_order_relaxed);
+    windowFrames.store(0, std::memory_order_relaxed);
     hasSettled.store(false, std::memory_order_relaxed);
     greatestRequest.store(0, std::memory_order_relaxed);
 }

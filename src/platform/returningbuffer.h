@@ -66,9 +66,9 @@ private:
     UrgentThread urgency{slib::soundThreadLevel};  // of the stream's thread
 
     // The stream's thread's.
-    std::uint32_t lateRequests = 0;       // of this window of time
-    std::uint64_t windowFrames = 0;       // that were asked for in it
-    std::atomic<bool> hasSettled{false};  // the window in which the buffer is filled is over
+    std::uint32_t lateRequests = 0;              // of this window of time
+    std::atomic<std::uint32_t> windowFrames{0};  // that were asked for in it
+    std::atomic<bool> hasSettled{false};         // the window in which the buffer is filled is over
 };
 
 /// What carries an outlet's frames to where they are heard, until it is destroyed.

@@ -23,20 +23,13 @@ namespace {
 constexpr std::uint64_t mostBytes = 0xFFFFFFFFU - 65536;  // of the samples, beside the headers
 
 struct SoundFileLibrary {
-    SoundFileLibrary() : library("libsndfile.so.1") {
-        library.Find("sf_open_virtual", open);
-        library.Find("sf_close", close);
-        library.Find("sf_command", command);
-        library.Find("sf_writef_int", write);
-        library.Find("sf_strerror", explain);
-    }
+    DynamicLibrary library{"libsndfile.so.1"};
 
-    DynamicLibrary library;
-    decltype(sf_open_virtual)* open = nullptr;
-    decltype(sf_close)* close = nullptr;
-    decltype(sf_command)* command = nullptr;
-    decltype(sf_writef_int)* write = nullptr;
-    decltype(sf_strerror)* explain = nullptr;
+    Imported<decltype(sf_open_virtual)> open{library, "sf_open_virtual"};
+    Imported<decltype(sf_close)> close{library, "sf_close"};
+    Imported<decltype(sf_command)> command{library, "sf_command"};
+    Imported<decltype(sf_writef_int)> write{library, "sf_writef_int"};
+    Imported<decltype(sf_strerror)> explain{library, "sf_strerror"};
 };
 
 SoundFileLibrary& Library() {
