@@ -35,7 +35,7 @@ class Imported {
 public:
     Imported(DynamicLibrary& library, const char* name) { library.Find(name, function); }
 
-    operator Function*() const { return function; }  // NOLINT(google-explicit-constructor): as a linked one
+    operator Function*() const { return function; }
 
 private:
     Function* function = nullptr;
