@@ -27,7 +27,11 @@ Context::~Context() {
 void MarkBufferUsage(Context& context) {
     BufferPool& pool = context.engine.device.bufferPool;
     pool.MarkUsage();
-    if (context.suspendCount == 0 || !pool.HasBorrowed()) return;
+    if (!pool.HasBorrowed()) return;
+    // What stops now is played until it has faded out.
+    if (context.snapshot.fadeBlocks > 0)
+        ForEachBorrowed(context.snapshot, [](Buffer& buffer) { ++buffer.renderUseCount; });
+    if (context.suspendCount == 0) return;
     // What a game takes out of a queue while the context is suspended is played until the next block after
     // the suspension, and the use counts don't show it: those queues count too.
     for (const Source& source : SharedState(context).sources) {

@@ -84,7 +84,8 @@ class ServerThread::Equipped {
 public:
     Equipped(ServerThread& server, const Machine& run) : context(*server.context) {
         server.ChooseConverter(run.configuration.goalConfig.sampleRateConversion,
-                               server.relief.isWithoutEffects ? nullptr : run.renderer->Effects());
+                               server.relief.isWithoutEffects ? nullptr : run.renderer->Effects(),
+                               run.renderer->FadeBlocks());
     }
     // From here on calls build nothing for the renderer, which goes.
     ~Equipped() {
@@ -385,7 +386,7 @@ void ServerThread::BuildDecoder(Machine& run) {
 
 // The tables are rebuilt only for another quality.
 void ServerThread::ChooseConverter(orb3::SampleRateConversion conversion,
-                                   std::shared_ptr<const EffectBuilder> effects) {
+                                   std::shared_ptr<const EffectBuilder> effects, std::uint32_t fadeBlocks) {
     const std::optional<SincQuality> quality = SincQualityOf(conversion);
     std::unique_ptr<SampleRateConverter> other;  // and then the one before, which goes after the lock
     if (quality && (sampleRateConverter == nullptr || sampleRateConverter->quality != *quality))
@@ -393,7 +394,7 @@ void ServerThread::ChooseConverter(orb3::SampleRateConversion conversion,
     const slib::Lock lock(context->stateMutex);
     if (other != nullptr) std::swap(other, sampleRateConverter);
     BeginRun(context->snapshot, context->application, quality ? &sampleRateConverter->start : nullptr,
-             std::move(effects));
+             std::move(effects), fadeBlocks);
 }
 
 // Those that the game's slots have by now. What it binds meanwhile it builds itself.

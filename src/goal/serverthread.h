@@ -81,7 +81,8 @@ private:
     void OpenLibrary(Machine& run);
     void SetUp(Machine& run);
     void BuildDecoder(Machine& run);
-    void ChooseConverter(orb3::SampleRateConversion conversion, std::shared_ptr<const EffectBuilder> effects);
+    void ChooseConverter(orb3::SampleRateConversion conversion, std::shared_ptr<const EffectBuilder> effects,
+                         std::uint32_t fadeBlocks);
     void BuildEffects();
     void BuildRenderer(Machine& run);
     void PublishTiming(double rate, std::uint32_t frames);

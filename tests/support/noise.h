@@ -6,8 +6,11 @@
 #include <cstdint>
 #include <random>
 #include <type_traits>
+#include <vector>
 
 namespace testing_support {
+
+using Signal = std::vector<float>;
 
 /// Takes the samples from `generator`, a standard one, as it stands.
 template <typename Samples, typename Generator>

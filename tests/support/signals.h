@@ -14,7 +14,6 @@
 
 namespace testing_support {
 
-using Signal = std::vector<float>;
 using Channels = std::vector<Signal>;  ///< all of one length
 
 inline Signal Noise(std::size_t frames, unsigned seed = 5) {

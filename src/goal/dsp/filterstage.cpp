@@ -473,6 +473,19 @@ bool FilterOneLater(const FilterParameters& record, SourceFilterState& state,
     return false;
 }
 
+bool PassesAsItIs(const FilterParameters& record, SourceFilterState& state,
+                  const FilterStageSettings& settings) {
+    const Targets targets = TargetsFor(record, settings);
+    if (targets.gain != 1 || targets.gainHF != 1 || targets.gainLF != 1) return false;
+    const bool isUsed = state.channelCount == 1;
+    if (isUsed && (state.gain != 1 || state.gainHF != 1 || state.gainLF != 1 || state.lowTail != 0))
+        return false;
+    state.memory[0] = {};
+    state.channelCount = 1;
+    SetGains(state, targets);
+    return true;
+}
+
 void reset(SourceFilterState& state) {
     state.memory = {};
     state.lowTail = 0;

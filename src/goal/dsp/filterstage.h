@@ -64,6 +64,11 @@ struct FilterStageSettings {
     return FilterOneLater(record, state, samples, samples, tables, settings, waiting);
 }
 
+/// True where the stage would pass a path of one channel on as it is: all gains are and were 1. Such a path
+/// may leave it out in this block; its memory is then as the stage would leave it.
+[[nodiscard]] bool PassesAsItIs(const FilterParameters& record, SourceFilterState& state,
+                                const FilterStageSettings& settings) SLIB_NONBLOCKING;
+
 /// As for a path that was never used: clean memory, all gains 1. The gains of the mix stay as they are.
 void reset(SourceFilterState& state);
 

@@ -2,7 +2,7 @@
 
 // Runs the effects of the auxiliary slots, each once a block, in the order of the slots, after all sources:
 //
-//     slot's input (SendStage) ── EffectProcessorState::process ──> wet ──┬──> spatial bus
+//     slot's input (its sends) ── EffectProcessorState::process ──> wet ──┬──> spatial bus
 //                                                                         ├──> bus of an arrangement
 //                                                                         └──> dedicated output
 //
@@ -17,7 +17,6 @@
 #include "goal/fx/effectprocessorstate.h"
 #include "goal/render/arraybuses.h"
 #include "goal/render/renderoutput.h"
-#include "goal/render/sendstage.h"
 #include "goal/render/sloteffect.h"
 #include "goal/state/enginestate.h"
 #include "numeric/bus.h"
@@ -37,19 +36,22 @@ public:
     /// Gives the effects that the last block spoilt clean memory. Throws slib::OutOfMemoryException.
     void Renew(const RenderSnapshot& snapshot) const;
 
-    /// Adds the block of each effect to where it goes. `sends` has been synced to the same snapshot. What an
+    /// Adds the block of each effect to where it goes. The inputs have what was sent to them in this block.
+    /// An effect that has left its slot goes on without an input, and fades out in a tenth of a second, or at
+    /// once where the next one is waiting to leave. What an
     /// effect makes of samples or settings that aren't finite is left out, and its memory renewed for the
     /// next block, so that nothing of it remains. Throws slib::IntegrityFailureException for an unknown
     /// output kind.
-    void Run(const RenderSnapshot& snapshot, SendStage& sends, ArrayBuses& arrays,
-             RenderOutput& output) SLIB_NONBLOCKING;
+    void Run(const RenderSnapshot& snapshot, ArrayBuses& arrays, RenderOutput& output) SLIB_NONBLOCKING;
 
 private:
-    void Process(SlotEffect& effect, float slotGain, const GlobalParameters& globals,
-                 std::uint32_t channelCount);
+    void RunEffect(SlotEffect& effect, float tailGain, const GlobalParameters& globals, ArrayBuses& arrays,
+                   RenderOutput& output);
+    void Process(SlotEffect& effect, const GlobalParameters& globals, std::uint32_t channelCount);
 
     const std::shared_ptr<const SlotEffectBuilder> builder;
-    hcml::ac::Bus wet;  // the output of the current effect, in as many channels as it has
+    const float tailStep;  // what a tail's gain falls in a block
+    hcml::ac::Bus wet;     // the output of the current effect, in as many channels as it has
 };
 
 }  // namespace goal

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "numeric/kernels/finitekernel.h"
+#include "numeric/kernels/gainkernel.h"
 #include "numeric/kernels/mixkernel.h"
 
 namespace goal {
@@ -46,42 +47,54 @@ void AddMovingHeads(const hcml::FloatTupleVector& row, float* weights, const flo
 }
 
 MixBatch::MixBatch(std::uint32_t frames, std::uint32_t channelCount, std::uint32_t rowCount)
-    : frames(frames), channelCount(channelCount), rows(rowCount), waiting(frames) {
+    : frames(frames), channelCount(channelCount), rowCount(rowCount), rows(rowCount + 1), waiting(frames) {
     for (hcml::FloatTupleVector& row : rows)
         row.resize(frames);
 }
 
 void MixBatch::Add(const float* weights, hcml::ac::Bus& bus) {
-    Append(weights, {}, bus);
+    Append(weights, {});
+    if (count >= rowCount) Flush(bus);
 }
 
 void MixBatch::AddMoving(const float* weights, SourceFilterState& path, float step, hcml::ac::Bus& bus) {
     if (!std::exchange(path.coefficientsValid, true))
         std::copy_n(weights, channelCount, path.coefficients.begin());
-    Append(weights, {path.coefficients.data(), step}, bus);
+    Append(weights, {.previous = path.coefficients.data(), .step = step});
+    if (count >= rowCount) Flush(bus);
 }
 
-void MixBatch::Append(const float* weights, Movement movement, hcml::ac::Bus& bus) {
+void MixBatch::AddAlong(const float* from, const float* to, const float* course, hcml::ac::Bus& bus) {
+    Append(from, {.course = course});
+    std::array<float, hcml::mostBusChannels> way;
+    for (std::uint32_t c = 0; c < channelCount; ++c)
+        way[c] = to[c] - from[c];
+    Append(way.data(), {});
+    if (count >= rowCount) Flush(bus);
+}
+
+void MixBatch::Append(const float* weights, Movement movement) {
     std::copy_n(weights, channelCount, coefficients[count].begin());
     movements[count] = movement;
-    if (++count == rows.size()) Flush(bus);
+    ++count;
 }
 
 // A row that can't be mixed becomes one that adds nothing.
 void MixBatch::Settle(std::uint32_t row, hcml::ac::Bus& bus) {
-    if (!hcml::IsFiniteRow(rows[row].data, frames)) {
-        rows[row].clear();
-        return;
-    }
-    const auto [previous, step] = movements[row];
-    if (previous != nullptr) AddMovingHeads(rows[row], previous, coefficients[row].data(), step, bus);
+    const auto [previous, step, course] = movements[row];
+    const bool isFinite = hcml::IsFiniteRow(rows[row].data, frames);
+    if (!isFinite) rows[row].clear();
+    if (course != nullptr)
+        hcml::MultiplyRows(rows[row + 1].data, rows[row].data, course, rows[row].tuples);
+    else if (previous != nullptr && isFinite)
+        AddMovingHeads(rows[row], previous, coefficients[row].data(), step, bus);
 }
 
 void MixBatch::Flush(hcml::ac::Bus& bus) {
     waiting.Run();
-    for (std::uint32_t row = 0; row < count; ++row)
+    for (std::uint32_t row = 0; row < count; row += movements[row].course != nullptr ? 2 : 1)
         Settle(row, bus);
-    std::array<const float*, mostRows> sources{};
+    std::array<const float*, mostRows + 1> sources{};
     for (std::uint32_t s = 0; s < count; ++s)
         sources[s] = rows[s].data;
     hcml::MixSources({.channels = bus.channels,

@@ -45,6 +45,12 @@ public:
     void AddMoving(const float* weights, SourceFilterState& path, float step,
                    hcml::ac::Bus& bus) SLIB_NONBLOCKING;
 
+    /// The same, with weights that go from `from` to `to` along `course`: `from` + course[i] * (`to` -
+    /// `from`) in frame i. That is two rows of the product. `course` has the frames of a block, in whole
+    /// groups of four, and stays where it is until the Flush.
+    void AddAlong(const float* from, const float* to, const float* course,
+                  hcml::ac::Bus& bus) SLIB_NONBLOCKING;
+
     /// Adds all rows gathered to the bus.
     void Flush(hcml::ac::Bus& bus) SLIB_NONBLOCKING;
 
@@ -53,16 +59,18 @@ private:
     struct Movement {
         float* previous = nullptr;
         float step = 0;
+        const float* course = nullptr;  // the next row is this one along it
     };
 
-    void Append(const float* weights, Movement movement, hcml::ac::Bus& bus);
+    void Append(const float* weights, Movement movement);
     void Settle(std::uint32_t row, hcml::ac::Bus& bus);
 
     const std::uint32_t frames;
     const std::uint32_t channelCount;
+    const std::uint32_t rowCount;  // one more has room, for the last that goes along a course
     std::vector<hcml::FloatTupleVector> rows;
-    std::array<std::array<float, hcml::mostBusChannels>, mostRows> coefficients{};
-    std::array<Movement, mostRows> movements{};
+    std::array<std::array<float, hcml::mostBusChannels>, mostRows + 1> coefficients{};
+    std::array<Movement, mostRows + 1> movements{};
     SectionBatch waiting;
     std::uint32_t count = 0;
 };

@@ -14,15 +14,13 @@
 #include <memory>
 
 #include "goal/dsp/filtergaintables.h"
-#include "goal/dsp/gainramp.h"
 #include "goal/render/arraybuses.h"
 #include "goal/render/blockrenderer.h"
 #include "goal/render/effectstage.h"
 #include "goal/render/mixbatch.h"
-#include "goal/render/sendstage.h"
-#include "goal/render/sourcegeometry.h"
 #include "goal/render/sourceradiustable.h"
 #include "goal/render/sourcereader.h"
+#include "goal/render/voicerenderer.h"
 #include "numeric/bus.h"
 #include "numeric/floattuplevector.h"
 #include "orb3core/settings/configuration.h"
@@ -41,6 +39,7 @@ public:
     Renderer& operator=(const Renderer&) = delete;
 
     std::shared_ptr<const EffectBuilder> Effects() const override { return effects.Builder(); }
+    std::uint32_t FadeBlocks() const override { return voices->FadeBlocks(); }
 
     /// Fills `output`, whose spatial bus has (order+1)² channels of the block's frames. Moves the play
     /// positions of the snapshot's sources on and stops those that run out of data.
@@ -48,18 +47,9 @@ public:
     void Abandon(RenderSnapshot& snapshot, RenderOutput& output) SLIB_NONBLOCKING override;
 
 private:
+    std::unique_ptr<VoiceRenderer> MakeVoiceRenderer();
     void StartBlock(const RenderSnapshot& snapshot, RenderOutput& output);
     void RenderSources(RenderSnapshot& snapshot, RenderOutput& output);
-    void FinishBlock(const RenderSnapshot& snapshot, RenderOutput& output);
-
-    void RenderMonoSource(Source& source, SourceRendererState& state, const RenderSnapshot& snapshot,
-                          hcml::ac::Bus& spatial);
-    void RenderMultiChannelSource(Source& source, SourceRendererState& state, const RenderSnapshot& snapshot,
-                                  hcml::ac::Bus& spatial);
-    void AddMono(SourceRendererState& state, const SourceGeometry& geometry, float scale,
-                 hcml::ac::Bus& spatial);
-    void Rotate(const Source& source, Arrangement key, ArrayBus& bus) const;
-    void Pan(const Source& source, const ArrayBus& bus, hcml::ac::Bus& spatial);
 
     const orb3::GoalConfig settings;
     const double sampleRate;  // Hz
@@ -72,13 +62,10 @@ private:
     SourceRadiusTable radiusTable;
     std::unique_ptr<FilterGainTables> filterTables;
     ArrayBuses arrays;
-    SendStage sends;
     EffectStage effects;
     MixBatch batch;
     Basis listener;  // of the current block
-    GainRamp spatialGain;
-    GainRamp lowFrequencyGain;
-    GainRamp dialogueGain;
+    const std::unique_ptr<VoiceRenderer> voices;
 };
 
 }  // namespace goal

@@ -2,7 +2,6 @@
 
 #include <array>
 
-#include "goal/dsp/antidenormal.h"
 #include "goal/dsp/filterstage.h"
 #include "numeric/ambisonicorder.h"
 #include "numeric/kernels/gainkernel.h"
@@ -19,31 +18,12 @@ void Forget(SourceFilterState& state) {
     state.coefficientsValid = false;
 }
 
-// What the send goes to. A name beyond the table, of a slot without an effect, or that another slot has taken
-// since, has no target.
-SlotEffect* TargetOf(const SourceBaseParameters::AuxSend& send, const RenderSnapshot& snapshot) {
-    const std::uint32_t index = send.slotName - 1;
-    if (send.slotName == 0 || !snapshot.activeSlots.Contains(index)) return nullptr;
-    SlotEffect& effect = EffectOf(snapshot.slots[index]);
-    return effect.slotSerial == send.slotSerial ? &effect : nullptr;
-}
-
 }  // namespace
 
 SendStage::SendStage(std::uint32_t frames, std::uint32_t spatialChannels, const FilterGainTables& tables,
                      int defaultFilterOrder)
     : spatialChannels(spatialChannels), tables(tables), defaultFilterOrder(defaultFilterOrder) {
     mono.resize(frames);
-}
-
-void SendStage::Sync(const RenderSnapshot& snapshot) {
-    snapshot.activeSlots.ForEach([&](std::uint32_t i) {
-        SlotEffect& effect = EffectOf(snapshot.slots[i]);
-        effect.target.auxiliarySendAuto = snapshot.slots[i].auxiliarySendAuto;
-        effect.target.room = effect.parameters->SendRoom();
-        effect.input.clear();
-        ApplyAntiDenormalPattern(effect.input);
-    });
 }
 
 // Writes into the next row. False when there is nothing to add.

@@ -1,7 +1,7 @@
 #pragma once
 
 // The auxiliary sends: what each source adds to the inputs of the effect slots, through a filter of its own
-// per send. The renderer syncs the inputs at the start of a block and calls the stage for each source; the
+// per send. The renderer clears the inputs at the start of a block and calls the stage for each source; the
 // slots' effects read the inputs afterwards (EffectStage). In between a slot's sends are gathered, to be
 // filtered side by side and added at once. On the server's thread; allocates nothing after construction.
 
@@ -24,13 +24,6 @@ public:
     /// `defaultFilterOrder` is 1 or 2.
     SendStage(std::uint32_t frames, std::uint32_t spatialChannels, const FilterGainTables& tables,
               int defaultFilterOrder);
-
-    /// Clears the inputs of the effects of a snapshot, and notes what the slots are for this block.
-    void Sync(const RenderSnapshot& snapshot) SLIB_NONBLOCKING;
-
-    /// Brings all that was sent to the effect into its input. Call it for each effect in each block, for
-    /// until then its sends may wait, and with them the memories of their filters.
-    void Gather(SlotEffect& effect) const SLIB_NONBLOCKING { effect.sends->Flush(effect.input); }
 
     /// All sends of a one-channel source. `samples` is its block before any filter, `scale` brings that to
     /// full scale.

@@ -12,6 +12,7 @@
 #include "goal/render/sourcegeometry.h"
 #include "goal/state/enginestate.h"
 #include "numeric/bus.h"
+#include "slib/realtime.h"
 
 namespace goal {
 
@@ -20,11 +21,26 @@ struct SlotEffect final : RunningEffect {
     hcml::ac::Bus input;                          ///< one channel, those of the axes, or of the spatial bus
     std::unique_ptr<MixBatch> sends;              ///< that aren't in the input yet
     SendTarget target;                            ///< as of the current block
+    float slotGain = 1;                           ///< of its last block in the slot
 };
 
 /// The running effect of a slot in a snapshot of this renderer's run.
 inline SlotEffect& EffectOf(const RenderedSlot& slot) {
     return static_cast<SlotEffect&>(*slot.effect);
+}
+
+/// Clears the inputs of the effects of a snapshot, and notes what the slots are for this block.
+void ClearInputs(const RenderSnapshot& snapshot) SLIB_NONBLOCKING;
+
+/// What the send goes to. A name beyond the table, of a slot without an effect or with one that is leaving,
+/// or that another slot has taken since, has no target: null.
+SlotEffect* TargetOf(const SourceBaseParameters::AuxSend& send,
+                     const RenderSnapshot& snapshot) SLIB_NONBLOCKING;
+
+/// Brings all that was sent to the effect into its input. To be called for each effect in each block, for
+/// until then its sends may wait, and with them the memories of their filters.
+inline void Gather(SlotEffect& effect) SLIB_NONBLOCKING {
+    effect.sends->Flush(effect.input);
 }
 
 class SlotEffectBuilder final : public EffectBuilder {

@@ -40,11 +40,7 @@ float Dot(const Vector3& a, const Vector3& b) {
 
 // Sets `distance` and returns the unit vector from the listener to the source, in the axes of the scene. It
 // is zero for a source at the listener.
-Vector3 DirectionOf(const SourceBaseParameters& source, const GlobalParameters& globals, float& distance) {
-    Vector3 p = source.position;
-    if (!source.relative)
-        for (std::size_t i = 0; i < 3; ++i)
-            p[i] -= globals.listenerPosition[i];
+Vector3 DirectionOf(const Vector3& p, float& distance) {
     distance = std::sqrt(Dot(p, p)) + 1e-20F;
     return {p[0] / distance, p[1] / distance, p[2] / distance};
 }
@@ -56,15 +52,18 @@ float ConeGain(const SourceGeometry& g, float outerGain) {
     return 1 + (outerGain - 1) * (g.angle - g.innerHalfAngle) / (g.outerHalfAngle - g.innerHalfAngle);
 }
 
-void SetCone(SourceGeometry& g, const SourceBaseParameters& source, const Vector3& u) {
-    const float cosine = std::clamp(Dot(u, source.direction), -1.0F, 1.0F);
-    g.angle = std::acos(-cosine);
+// No angle is beyond a cone that fills the sphere.
+void SetCone(SourceGeometry& g, const SourceBaseParameters& source, const Vector3& direction,
+             const Vector3& u) {
     g.innerHalfAngle = std::min(source.coneInnerHalfAngle, source.coneOuterHalfAngle);
     g.outerHalfAngle = source.coneOuterHalfAngle;
+    const float cosine = std::clamp(Dot(u, direction), -1.0F, 1.0F);
+    if (g.innerHalfAngle >= pi && !std::isnan(cosine)) return;
+    g.angle = std::acos(-cosine);
 }
 
 void SetDirectGains(SourceGeometry& g, const SourceBaseParameters& source, const GlobalParameters& globals) {
-    const float sourceGain = source.gain * ConeGain(g, source.coneOuterGain);
+    const float sourceGain = g.sourceGain * ConeGain(g, source.coneOuterGain);
     const float byDistance = distanceGain(globals.distanceModel, source.referenceDistance, source.maxDistance,
                                           source.rolloffFactor, g.distance);
     const float gain = sourceGain * byDistance;
@@ -74,9 +73,10 @@ void SetDirectGains(SourceGeometry& g, const SourceBaseParameters& source, const
 }
 
 // The shift by the velocities along u. Where neither matters it is 1, even for a speed of sound of 0.
-float DopplerShift(const SourceBaseParameters& source, const GlobalParameters& globals, const Vector3& u) {
-    const float listenerSpeed = source.relative ? 0 : -Dot(globals.listenerVelocity, u);
-    const float sourceSpeed = -Dot(source.velocity, u);
+float DopplerShift(bool isRelative, const SourcePlace& place, const GlobalParameters& globals,
+                   const Vector3& u) {
+    const float listenerSpeed = isRelative ? 0 : -Dot(place.listenerVelocity, u);
+    const float sourceSpeed = -Dot(place.velocity, u);
     const float c = globals.speedOfSound * globals.dopplerVelocity;
     const float heard = c - globals.dopplerFactor * listenerSpeed;
     const float sent = c - globals.dopplerFactor * sourceSpeed;
@@ -127,15 +127,31 @@ Basis BuildBasis(const Vector3& at, const Vector3& up) {
     return {Narrow(right), Narrow(Cross(back, right)), Narrow(back)};
 }
 
+SourcePlace PlaceOf(const SourceBaseParameters& source, const GlobalParameters& globals) {
+    SourcePlace place{source.position, source.direction, source.velocity, globals.listenerVelocity,
+                      source.gain};
+    if (!source.relative)
+        for (std::size_t i = 0; i < 3; ++i)
+            place.offset[i] -= globals.listenerPosition[i];
+    return place;
+}
+
 SourceGeometry LocateSource(const SourceBaseParameters& source, const GlobalParameters& globals,
                             const Basis& listener, const SourceRadiusTable& radiusTable, unsigned order) {
+    return LocateSource(source, PlaceOf(source, globals), globals, listener, radiusTable, order);
+}
+
+SourceGeometry LocateSource(const SourceBaseParameters& source, const SourcePlace& place,
+                            const GlobalParameters& globals, const Basis& listener,
+                            const SourceRadiusTable& radiusTable, unsigned order) {
     if (order < 1 || order > hcml::highestOrder) slib::ThrowUnreachable();
     SourceGeometry g;
-    const Vector3 u = DirectionOf(source, globals, g.distance);
+    const Vector3 u = DirectionOf(place.offset, g.distance);
     g.airDistance = g.distance * globals.metersPerUnit * source.airAbsorptionFactor;
-    SetCone(g, source, u);
+    g.sourceGain = place.gain;
+    SetCone(g, source, place.direction, u);
     SetDirectGains(g, source, globals);
-    g.pitch = std::min(DopplerShift(source, globals, u) * source.pitch, largestPitch);
+    g.pitch = std::min(DopplerShift(source.relative, place, globals, u) * source.pitch, largestPitch);
     g.direction = EncodeDirection(u, source.relative, listener);
     SetEncode(g, source.radius, radiusTable, order);
     return g;
@@ -144,7 +160,7 @@ SourceGeometry LocateSource(const SourceBaseParameters& source, const GlobalPara
 SendGains ComputeSendGains(const SourceBaseParameters& source, const GlobalParameters& globals,
                            const SourceGeometry& geometry, const SendTarget& target) {
     if (!target.auxiliarySendAuto) return {geometry.gain, 1};
-    SendGains result{source.gain, 1};
+    SendGains result{geometry.sourceGain, 1};
     // Within rounding of half a turn there is no cone.
     if (geometry.innerHalfAngle < 3.141561269760132F) {
         const float inside = ConeShare(geometry);

@@ -28,17 +28,31 @@ namespace goal {
 /// `at`, as (0, 1, 0), or (0, 0, 1) where `at` is on that axis. So the result is always a rotation.
 Basis BuildBasis(const Vector3& at, const Vector3& up) SLIB_NONBLOCKING;
 
+/// Where a source is heard. What a game sets, or on the way to it.
+struct SourcePlace {
+    Vector3 offset{};     ///< from the listener, in the axes of the scene; of a relative source in its own
+    Vector3 direction{};  ///< of the cone
+    Vector3 velocity{};   ///< units per second
+    Vector3 listenerVelocity{};  ///< the same
+    float gain = 1;              ///< AL_GAIN
+};
+
+/// As the game has set it.
+SourcePlace PlaceOf(const SourceBaseParameters& source, const GlobalParameters& globals) SLIB_NONBLOCKING;
+
 /// What LocateSource makes of a source. Gains are linear, angles in radians.
 struct SourceGeometry {
     float distance = 0;        ///< from the listener, in units
     float airDistance = 0;     ///< metres, times the source's air absorption factor
     float innerHalfAngle = 0;  ///< of the cone, never above the outer one
     float outerHalfAngle = 0;
-    float angle = 0;      ///< between the source's direction and the way from it to the listener
-    float pitch = 1;      ///< AL_PITCH with the Doppler shift; not above 0 when a wave never arrives
-    float gain = 1;       ///< of the direct path, but for its filter
-    float gainHF = 1;     ///< of the direct path at high frequencies, 0 to 1: cone and air
-    Vector3 direction{};  ///< towards the source as the listener has it: X forward, Y left, Z up
+    float angle = 0;       ///< between the source's direction and the way from it to the listener; 0 where
+                           ///< that matters nothing
+    float sourceGain = 1;  ///< AL_GAIN
+    float pitch = 1;       ///< AL_PITCH with the Doppler shift; not above 0 when a wave never arrives
+    float gain = 1;        ///< of the direct path, but for its filter
+    float gainHF = 1;      ///< of the direct path at high frequencies, 0 to 1: cone and air
+    Vector3 direction{};   ///< towards the source as the listener has it: X forward, Y left, Z up
     std::array<float, hcml::mostBusChannels> encode{};  ///< weights of the spatial bus; 0 beyond the order
 };
 
@@ -47,6 +61,11 @@ struct SourceGeometry {
 SourceGeometry LocateSource(const SourceBaseParameters& source, const GlobalParameters& globals,
                             const Basis& listener, const SourceRadiusTable& radiusTable,
                             unsigned order) SLIB_NONBLOCKING;
+
+/// The same for a source that is heard at `place`.
+SourceGeometry LocateSource(const SourceBaseParameters& source, const SourcePlace& place,
+                            const GlobalParameters& globals, const Basis& listener,
+                            const SourceRadiusTable& radiusTable, unsigned order) SLIB_NONBLOCKING;
 
 /// What decides about a send at the slot's end. The two last values are those of a reverb.
 struct SendTarget {

@@ -45,6 +45,8 @@ void TakeOverMemory(Voice& voice, Voice& old) {
     SourceRendererState& memory = voice.memory;
     memory.direct = old.memory.direct;
     memory.previousFrame = old.memory.previousFrame;
+    memory.motion = old.memory.motion;
+    memory.keepsAttack = old.memory.keepsAttack;
     std::swap(memory.converter, old.memory.converter);
     if (voice.channels == old.channels)
         std::swap(memory.multiChannelConverter, old.memory.multiChannelConverter);
@@ -52,10 +54,34 @@ void TakeOverMemory(Voice& voice, Voice& old) {
                 memory.sends.begin());
 }
 
+// The voice has left its source.
+void End(RenderSnapshot& snapshot, std::unique_ptr<Voice> voice, slib::RetireList& retired) {
+    if (voice == nullptr || snapshot.fadeBlocks == 0) return retired.Push(std::move(voice));
+    voice->isEnding = true;
+    voice->blocksToFade = snapshot.fadeBlocks;
+    snapshot.endings.Push(std::move(voice));
+}
+
 void Silence(RenderSnapshot& snapshot, std::uint32_t index, slib::RetireList& retired) {
     if (!snapshot.playing.Contains(index)) return;
     snapshot.playing.Erase(index);
-    retired.Push(std::move(snapshot.voices[index]));
+    End(snapshot, std::move(snapshot.voices[index]), retired);
+}
+
+// What has faded out in the blocks since, and the buffers that it may have read.
+void LetEndingsGo(RenderSnapshot& snapshot, slib::RetireList& retired) {
+    const auto retire = [&](std::unique_ptr<slib::Retired> object) { retired.Push(std::move(object)); };
+    snapshot.endings.TakeIf(
+        [](Voice& voice) { return --voice.blocksToFade == 0 || voice.source.state != SourceState::Playing; },
+        retire);
+    snapshot.heldBuffers.TakeIf([](DeletedBuffers& buffers) { return --buffers.blocksToHold == 0; }, retire);
+}
+
+void LetBuffersGo(RenderSnapshot& snapshot, std::unique_ptr<DeletedBuffers> buffers,
+                  slib::RetireList& retired) {
+    if (buffers == nullptr || snapshot.fadeBlocks == 0) return retired.Push(std::move(buffers));
+    buffers->blocksToHold = snapshot.fadeBlocks;
+    snapshot.heldBuffers.Push(std::move(buffers));
 }
 
 // Whether the renderer needs another voice than it has.
@@ -77,10 +103,15 @@ void ReplaceVoice(RenderSnapshot& snapshot, ApplicationState& application, std::
                   slib::RetireList& retired) {
     std::unique_ptr<Voice>& voice = snapshot.voices[index];
     std::unique_ptr<Voice> old = std::exchange(voice, std::move(application.comingVoices[index]));
-    if (old && voice->continues && !application.sources[index].stateChanged) TakeOverMemory(*voice, *old);
-    retired.Push(std::move(old));
-    snapshot.playing.Insert(index);
     Source& source = application.sources[index];
+    if (old && voice->continues && !source.stateChanged) {
+        TakeOverMemory(*voice, *old);
+        retired.Push(std::move(old));
+    } else {
+        voice->memory.keepsAttack = source.position == 0 && source.queueIndex == 0;
+        End(snapshot, std::move(old), retired);
+    }
+    snapshot.playing.Insert(index);
     source.parametersDirty = source.queueDirty = true;
 }
 
@@ -129,6 +160,25 @@ void PrepareEffectFor(const RenderSnapshot& snapshot, ApplicationState& applicat
     coming->slotSerial = slot.serial;
 }
 
+// Empties the slot, or says that it takes a while: first what is sent to the effect fades out, and then the
+// tail of the one before may have to end.
+bool LetEffectGo(const RenderSnapshot& snapshot, RenderedSlot& slot, slib::RetireList& retired) {
+    if (!slot.effect) return true;
+    if (snapshot.fadeBlocks == 0) {
+        retired.Push(std::move(slot.effect));
+        return true;
+    }
+    std::uint32_t& blocksToLeave = slot.effect->blocksToLeave;
+    if (!std::exchange(slot.effect->isLeaving, true))
+        blocksToLeave = snapshot.fadeBlocks;
+    else if (blocksToLeave > 0)
+        --blocksToLeave;
+    slot.isTailInTheWay = slot.tail != nullptr;
+    if (blocksToLeave > 0 || slot.tail) return false;
+    slot.tail = std::move(slot.effect);
+    return true;
+}
+
 void CopySlot(RenderSnapshot& snapshot, ApplicationState& application, std::uint32_t index,
               slib::RetireList& retired) {
     auto& source = application.slots[index];
@@ -136,20 +186,30 @@ void CopySlot(RenderSnapshot& snapshot, ApplicationState& application, std::uint
     PrepareEffectFor(snapshot, application, index);
     application.comingEffects.Reserve(index + 1);
     std::unique_ptr<RunningEffect>& coming = application.comingEffects[index];
-    if (!Serves(target.effect.get(), source)) {
-        retired.Push(std::move(target.effect));
+    if (Serves(target.effect.get(), source)) {
+        target.effect->isLeaving = false;
+    } else {
+        if (!LetEffectGo(snapshot, target, retired)) return;
         if (Serves(coming.get(), source)) target.effect = std::move(coming);
     }
     retired.Push(std::move(coming));
     target.gain = source.gain;
     target.auxiliarySendAuto = source.auxiliarySendAuto;
-    if (target.effect) {
-        target.effect->parameters->assign(*source.effect);
+    if (target.effect) target.effect->parameters->assign(*source.effect);
+    if (target.effect || target.tail)
         snapshot.activeSlots.Insert(index);
-    } else {
+    else
         snapshot.activeSlots.Erase(index);
-    }
     source.dirty = false;
+}
+
+void LetTailsGo(RenderSnapshot& snapshot, slib::RetireList& retired) {
+    snapshot.activeSlots.ForEach([&](std::uint32_t i) {
+        RenderedSlot& slot = snapshot.slots[i];
+        if (!slot.tail || slot.tail->tailGain > 0) return;
+        retired.Push(std::move(slot.tail));
+        if (!slot.effect) snapshot.activeSlots.Erase(i);
+    });
 }
 
 // ---- Suspension ----
@@ -207,9 +267,11 @@ void MergeDeletedBuffers(std::unique_ptr<DeletedBuffers>& from, std::unique_ptr<
 
 void SourceRendererState::Prepare(const ConverterCursor* converterStart, std::uint32_t channels) {
     direct = SourceFilterState();
-    for (SourceFilterState& send : sends)
-        send = SourceFilterState();
+    for (SendState& send : sends)
+        send = SendState();
     previousFrame.fill(0);
+    motion = SourceMotion();
+    keepsAttack = true;
     if (converterStart == nullptr) return;
     if (channels == 1) return initialise(converter, *converterStart);
     multiChannelConverter.resize(channels);
@@ -244,7 +306,9 @@ bool IsServed(const RenderSnapshot& snapshot, const ApplicationState& applicatio
 }
 
 void BeginRun(RenderSnapshot& snapshot, ApplicationState& application, const ConverterCursor* converterStart,
-              std::shared_ptr<const EffectBuilder> builder) {
+              std::shared_ptr<const EffectBuilder> builder, std::uint32_t fadeBlocks) {
+    snapshot.fadeBlocks = fadeBlocks;
+    snapshot.endings.Clear();
     application.converterStart = converterStart;
     application.effectBuilder = std::move(builder);
     ReserveRoom(snapshot, application, application.sources.size, application.slots.size);
@@ -253,6 +317,7 @@ void BeginRun(RenderSnapshot& snapshot, ApplicationState& application, const Con
             if (voice != nullptr) voice->memory.Prepare(converterStart, voice->channels);
     for (std::uint32_t i = 0; i < application.slots.size; ++i) {
         snapshot.slots[i].effect.reset();
+        snapshot.slots[i].tail.reset();
         snapshot.activeSlots.Erase(i);
         application.comingEffects[i].reset();
         application.slots[i].dirty = true;
@@ -303,6 +368,8 @@ void PrepareTouched(const RenderSnapshot& snapshot, ApplicationState& applicatio
 
 void CopyToSnapshot(RenderSnapshot& snapshot, ApplicationState& application, slib::RetireList& retired) {
     CopyGlobals(snapshot, application);
+    LetEndingsGo(snapshot, retired);
+    LetTailsGo(snapshot, retired);
     ReserveRoom(snapshot, application, application.sources.size, application.slots.size);
     application.touched.ForEach([&](std::uint32_t i) { CopySource(snapshot, application, i, retired); });
     application.touched.Clear();
@@ -311,7 +378,7 @@ void CopyToSnapshot(RenderSnapshot& snapshot, ApplicationState& application, sli
     snapshot.sourceCount = application.sources.size;
     snapshot.slotCount = application.slots.size;
     // Last, for the game may free them at once.
-    retired.Push(std::move(application.deletedBuffers));
+    LetBuffersGo(snapshot, std::move(application.deletedBuffers), retired);
 }
 
 void MergeProgress(RenderSnapshot& snapshot, ApplicationState& application, slib::RetireList& retired) {
@@ -325,7 +392,9 @@ void MergeProgress(RenderSnapshot& snapshot, ApplicationState& application, slib
             source.queueIndex = rendered.queueIndex - std::min(rendered.queueIndex, source.unqueuedCount);
             if (hasStopped) source.state = SourceState::Stopped;
         }
-        if (hasStopped) Silence(snapshot, i, retired);
+        if (!hasStopped) return;
+        snapshot.playing.Erase(i);
+        retired.Push(std::move(snapshot.voices[i]));
     });
 }
 

@@ -24,9 +24,11 @@
 #include "goal/state/effectprocessorparameters.h"
 #include "goal/state/entrytable.h"
 #include "goal/state/filterstate.h"
+#include "goal/state/updateline.h"
 #include "numeric/genericvector.h"
 #include "numeric/indexset.h"
 #include "numeric/segmentedvector.h"
+#include "slib/chain.h"
 #include "slib/realtime.h"
 #include "slib/retirelist.h"
 #include "slib/smartptr.h"
@@ -163,13 +165,35 @@ struct EffectParameters {
 // what it has done with goes on a RetireList. Where nobody built what the copy needs, as in a test without a
 // game, the copy does.
 
+/// What the renderer keeps about a send.
+struct SendState : SourceFilterState {
+    std::uint64_t effect = 0;  ///< the effect that it was sent to in the last block, 0 for none
+    std::uint32_t slot = 0;    ///< the index of that effect's slot
+    bool isLeaving = false;    ///< it fades out of that effect
+};
+
+/// Where a source is heard, which follows what the game sets (UpdateLine). Kept while it plays.
+struct SourceMotion {
+    UpdateLine<3> offset;     ///< from the listener
+    UpdateLine<3> direction;  ///< of the cone
+    UpdateLine<3> velocity;   ///< units per second
+    UpdateLine<1> gain;
+    float pitch = 0;         ///< of the last block; 0 before the first
+    bool hasJumped = false;  ///< in this block
+
+    /// Of a source of several channels: the rotation of B-format, or the weights of the two stereo sides.
+    std::array<PathWeights, 2> turn;
+};
+
 /// What the renderer keeps about a source from block to block.
 struct SourceRendererState {
     SourceFilterState direct;
-    hcml::GenericVector<SourceFilterState, 0> sends;  ///< as many as the source has
-    ConverterState converter;                         ///< of one-channel sources, for the sinc qualities
+    hcml::GenericVector<SendState, 0> sends;  ///< as many as the source has
+    ConverterState converter;                 ///< of one-channel sources, for the sinc qualities
     MultiChannelConverterState multiChannelConverter;
     std::array<float, 8> previousFrame{};  ///< of the linear reader
+    SourceMotion motion;
+    bool keepsAttack = true;  ///< it starts in the coming block, at once and not by a fade
 
     /// Clean memory on every path, as for a source of `channels` that begins to play on the converter whose
     /// cursor starts as `converterStart`, which outlives it; null for the qualities that have none. Throws
@@ -181,15 +205,25 @@ struct SourceRendererState {
 struct Voice : slib::Retired {
     Source source;  ///< as the renderer has it
     SourceRendererState memory;
-    std::uint32_t channels = 1;  ///< that the memory is for
-    bool continues = false;      ///< takes over the memory of the voice that it replaces
+    std::uint32_t channels = 1;      ///< that the memory is for
+    bool continues = false;          ///< takes over the memory of the voice that it replaces
+    bool isEnding = false;           ///< it has left the source, and fades out
+    std::uint32_t blocksToFade = 0;  ///< of one that is ending
+    std::unique_ptr<Voice> next;     ///< of those that are ending
 };
 
 /// An effect as it runs in a slot; the renderer's own class of it is built by its EffectBuilder.
+///
+///     in the slot ──(no longer what the slot is to have)──> leaving: what is sent to it fades out ──> tail
+///     ──> gone
 class RunningEffect : public slib::Retired {
 public:
     EffectParametersPtr parameters;  ///< the renderer's own copy, never null
     std::uint32_t slotSerial = 0;
+    std::uint64_t id = 0;  ///< never 0, and of no other effect
+    bool isLeaving = false;
+    std::uint32_t blocksToLeave = 0;  ///< of one that is leaving
+    float tailGain = 1;               ///< of one whose tail fades out
 };
 
 /// Makes the running effects of one run of the server. Any thread.
@@ -204,8 +238,19 @@ public:
 /// A slot as the renderer has it.
 struct RenderedSlot {
     std::unique_ptr<RunningEffect> effect;  ///< null for none
+    std::unique_ptr<RunningEffect> tail;    ///< the effect before, as it dies away; null for none
+    bool isTailInTheWay = false;            ///< of the effect that is leaving: it is to end soon
     float gain = 1;                         ///< linear
     bool auxiliarySendAuto = true;
+};
+
+/// Buffers that have no name any more, and go when no record refers to them.
+struct DeletedBuffers : slib::Retired {
+    ~DeletedBuffers() override;
+
+    hcml::GenericVector<Buffer*, 1> buffers;  ///< owned
+    std::uint32_t blocksToHold = 0;           ///< in which a voice may still read them
+    std::unique_ptr<DeletedBuffers> next;     ///< of those that are held
 };
 
 /// What the server renders from. Only the server's thread touches it, but that the game's threads make room
@@ -215,16 +260,13 @@ struct RenderSnapshot : GlobalParameters {
     IndexSet playing;  ///< the sources that were AL_PLAYING at the copy: all that a block can move
     hcml::SegmentedVector<std::unique_ptr<Voice>> voices;  ///< by source: of those that play, else null
     hcml::SegmentedVector<RenderedSlot> slots;
-    IndexSet activeSlots;           ///< those with an effect
+    IndexSet activeSlots;           ///< those with an effect or a tail
     std::uint32_t sourceCount = 0;  ///< of the application's table at the copy, deleted entries too
     std::uint32_t slotCount = 0;
-};
 
-/// Buffers that have no name any more, and go when no record refers to them.
-struct DeletedBuffers : slib::Retired {
-    ~DeletedBuffers() override;
-
-    hcml::GenericVector<Buffer*, 1> buffers;  ///< owned
+    std::uint32_t fadeBlocks = 0;             ///< in which what ends fades out; 0: it ends at once
+    slib::Chain<Voice> endings;               ///< that fade out
+    slib::Chain<DeletedBuffers> heldBuffers;  ///< that these may read
 };
 
 /// What al* calls write while the context is suspended.
@@ -250,10 +292,10 @@ struct ApplicationState : SuspendedState {
 };
 
 /// Begins a run: gives every voice clean memory for the converter whose cursor starts as `converterStart`,
-/// and lets go of the effects of the run before, for which others are to be built by `builder`.
-/// With stateMutex held, by the server; throws slib::OutOfMemoryException.
+/// and lets go of the effects of the run before, for which others are to be built by `builder`. What ends in
+/// the run fades out in `fadeBlocks`. With stateMutex held, by the server; throws slib::OutOfMemoryException.
 void BeginRun(RenderSnapshot& snapshot, ApplicationState& application, const ConverterCursor* converterStart,
-              std::shared_ptr<const EffectBuilder> builder);
+              std::shared_ptr<const EffectBuilder> builder, std::uint32_t fadeBlocks = 0);
 
 /// Makes room in the snapshot for so many sources and slots. With stateMutex held; throws
 /// slib::OutOfMemoryException.
@@ -284,6 +326,18 @@ bool IsServed(const RenderSnapshot& snapshot, const ApplicationState& applicatio
 /// slib::OutOfMemoryException where the copy has to build.
 void CopyToSnapshot(RenderSnapshot& snapshot, ApplicationState& application,
                     slib::RetireList& retired) SLIB_NONBLOCKING;
+
+/// Calls `use` with every buffer of the game's own memory that the queues of the renderer refer to, once for
+/// each place.
+template <typename Use>
+void ForEachBorrowed(const RenderSnapshot& snapshot, Use use) {
+    const auto visit = [&](const Voice& voice) {
+        for (Buffer* buffer : voice.source.queue)
+            if (!buffer->ownsData) use(*buffer);
+    };
+    snapshot.playing.ForEach([&](std::uint32_t i) { visit(*snapshot.voices[i]); });
+    snapshot.endings.ForEach(visit);
+}
 
 /// Brings back what the block moved: positions, current buffers and stops. Where the game changed something
 /// since the copy, the game's value stays. The server, with stateMutex held.

@@ -22,8 +22,17 @@ struct FilterParameters {
     float gainLF = 1;
 };
 
+/// The weights of one path in the mix, as they were at the end of the last block, and how they move.
+struct PathWeights {
+    std::array<float, hcml::mostBusChannels> coefficients{};  ///< the gains last used per channel of the bus
+    bool coefficientsValid = false;  ///< false: the next mix takes the new gains at once
+    bool isMoving = false;           ///< they moved in the last block
+    bool isFading = false;           ///< they are in a fade, of which
+    std::uint32_t fadeBlock = 0;     ///< this block comes next
+};
+
 /// What the renderer keeps about one path of a source, direct or send, from block to block.
-struct SourceFilterState {
+struct SourceFilterState : PathWeights {
     std::int32_t channelCount = -1;  ///< -1: not used yet
     float gain = 1;                  ///< the gains reached so far
     float gainHF = 1;
@@ -32,8 +41,6 @@ struct SourceFilterState {
     std::uint32_t lowTail = 0;
     /// Per channel two values of the high and two of the low section, as the filter stage keeps them.
     std::array<std::array<float, 4>, 8> memory{};
-    std::array<float, hcml::mostBusChannels> coefficients{};  ///< the gains last used per spatial channel
-    bool coefficientsValid = false;  ///< false: the next mix takes the new gains at once
 };
 
 }  // namespace goal

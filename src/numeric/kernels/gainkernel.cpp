@@ -25,6 +25,20 @@ struct MultiplyTile {
     float gain;
 };
 
+struct MultiplyRowsTile {
+    template <class D, class Count>
+    HWY_INLINE void operator()(D d, Count count, std::size_t first) const {
+        for (std::size_t v = 0; v < count; ++v) {
+            const std::size_t i = first + v * hn::Lanes(d);
+            hn::StoreU(hn::Mul(hn::LoadU(d, source + i), hn::LoadU(d, gains + i)), d, target + i);
+        }
+    }
+
+    float* target;
+    const float* source;
+    const float* gains;
+};
+
 struct MultiplyAddTile {
     template <class D, class Count>
     HWY_INLINE void operator()(D d, Count count, std::size_t first) const {
@@ -44,6 +58,10 @@ void Multiply(float* target, const float* source, float gain, std::uint32_t vect
     ForEachTile<vectorsPerTile>(vectors, MultiplyTile{target, source, gain});
 }
 
+void MultiplyBoth(float* target, const float* source, const float* gains, std::uint32_t vectors) {
+    ForEachTile<vectorsPerTile>(vectors, MultiplyRowsTile{target, source, gains});
+}
+
 void MultiplyAdd(float* target, const float* source, float gain, std::uint32_t vectors) {
     ForEachTile<vectorsPerTile>(vectors, MultiplyAddTile{target, source, gain});
 }
@@ -55,10 +73,15 @@ HWY_AFTER_NAMESPACE();
 namespace hcml {
 
 HWY_EXPORT(Multiply);
+HWY_EXPORT(MultiplyBoth);
 HWY_EXPORT(MultiplyAdd);
 
 void MultiplyRow(float* target, const float* source, float gain, std::uint32_t vectors) {
     HWY_DYNAMIC_DISPATCH(Multiply)(target, source, gain, vectors);
+}
+
+void MultiplyRows(float* target, const float* source, const float* gains, std::uint32_t vectors) {
+    HWY_DYNAMIC_DISPATCH(MultiplyBoth)(target, source, gains, vectors);
 }
 
 void MultiplyAddRow(float* target, const float* source, float gain, std::uint32_t vectors) {

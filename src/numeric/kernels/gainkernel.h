@@ -16,6 +16,10 @@ namespace hcml {
 /// target[i] = source[i] * gain, with a linear gain. The two rows are the same or don't overlap.
 void MultiplyRow(float* target, const float* source, float gain, std::uint32_t vectors) SLIB_NONBLOCKING;
 
+/// target[i] = source[i] * gains[i]. `target` is one of the others or overlaps none.
+void MultiplyRows(float* target, const float* source, const float* gains,
+                  std::uint32_t vectors) SLIB_NONBLOCKING;
+
 /// target[i] += source[i] * gain: a product, rounded, and then a sum. The two rows are the same or don't
 /// overlap.
 void MultiplyAddRow(float* target, const float* source, float gain, std::uint32_t vectors) SLIB_NONBLOCKING;

@@ -11,7 +11,8 @@
 
 #include "goal/fx/effecttypes.h"
 #include "goal/state/parametertable.h"
-#include "tests/goal/render/scene.h"
+#include "tests/support/scene.h"
+#include "tests/support/signals.h"
 
 namespace goal {
 namespace {
@@ -64,7 +65,7 @@ class EffectStageTest : public testing::Test {
 protected:
     // The reader of the linear quality leaves a part of the scale to the mix.
     explicit EffectStageTest(orb3::SampleRateConversion conversion = orb3::SampleRateConversion::Linear)
-        : scene(128, conversion, 4, true) {
+        : scene(128, conversion, 4, true, orb3::Sound::Classic) {
         scene.application.slots.append({});
         Source& source = scene.Add({1, 1});
         source.directFilter.gain = 0;

@@ -11,8 +11,9 @@
 #include <vector>
 
 #include "AL/tessarune.h"
-#include "tests/goal/render/scene.h"
 #include "tests/support/allocationcounter.h"
+#include "tests/support/scene.h"
+#include "tests/support/signals.h"
 
 namespace goal {
 namespace {
@@ -45,8 +46,8 @@ TEST(Renderer, AOneChannelSource_StandsOnTheBusByItsDirection) {
     EXPECT_THAT(scene.LastOf(10), IsNear(1e-6F, expected));
 }
 
-TEST(Renderer, ASourceThatMoves_RampsItsWeightsAtTheHeadOfTheBlock) {
-    Scene scene(512);
+TEST(Renderer, ASourceThatMovesInTheClassicSound_RampsItsWeightsAtTheHeadOfTheBlock) {
+    Scene scene(512, orb3::SampleRateConversion::Off, 4, false, orb3::Sound::Classic);
     Place(scene.Add({1}), {0, 0.1F, -0.9F});
     scene.Render();
     const Signal before = scene.LastOf(25);

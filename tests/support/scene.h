@@ -10,7 +10,7 @@
 #include "goal/dsp/samplerateconverter.h"
 #include "goal/fx/effecttypes.h"
 #include "goal/render/renderer.h"
-#include "tests/support/signals.h"
+#include "tests/support/noise.h"
 
 namespace testing_support {
 
@@ -18,15 +18,17 @@ class Scene {
 public:
     explicit Scene(std::uint32_t frames,
                    orb3::SampleRateConversion conversion = orb3::SampleRateConversion::Off, int order = 4,
-                   bool isDirectional = false)
+                   bool isDirectional = false, orb3::Sound sound = orb3::Sound::Refined)
         : frames(frames) {
+        configuration.goalConfig.sound = sound;
         configuration.goalConfig.order = order;
         configuration.goalConfig.useDirectionalEarlyReflections = isDirectional;
         configuration.goalConfig.sampleRateConversion = conversion;
         if (conversion == orb3::SampleRateConversion::SincMedium)
             converter = std::make_unique<goal::SampleRateConverter>(goal::SincQuality::Medium);
         renderer = std::make_unique<goal::Renderer>(48000, configuration, 1, frames);
-        goal::BeginRun(snapshot, application, converter ? &converter->start : nullptr, renderer->Effects());
+        goal::BeginRun(snapshot, application, converter ? &converter->start : nullptr, renderer->Effects(),
+                       renderer->FadeBlocks());
         output.spatial.resize(frames, static_cast<std::uint32_t>((order + 1) * (order + 1)));
         output.lowFrequency.resize(frames);
         output.dialogue.resize(frames);

@@ -1,0 +1,127 @@
+#pragma once
+
+// What is heard of a change besides the change itself, in whole blocks of the renderer: the click of one at a
+// bad moment, and the steps of many.
+
+#include <algorithm>
+#include <cmath>
+#include <complex>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <numbers>
+#include <vector>
+
+#include "tests/support/scene.h"
+
+namespace testing_support {
+
+inline constexpr double sceneRate = 48000;
+inline constexpr double pi2 = 2 * std::numbers::pi;
+
+/// A tone of `frequency` Hz in whole periods, for a loop.
+inline Signal Tone(double frequency, std::size_t frames) {
+    Signal tone(frames);
+    for (std::size_t i = 0; i < frames; ++i)
+        tone[i] = static_cast<float>(std::sin(pi2 * frequency * static_cast<double>(i) / sceneRate));
+    return tone;
+}
+
+/// The greatest sample of what is above 3 kHz, after the first 25 ms, by a Butterworth high-pass of order 8
+/// as a cascade of biquads.
+inline double PeakAboveTheTone(const Signal& signal) {
+    std::vector<double> samples(signal.begin(), signal.end());
+    const double k = std::tan(std::numbers::pi * 3000 / sceneRate);
+    for (int section = 0; section < 4; ++section) {
+        const double damping = 2 * std::cos(std::numbers::pi * (2 * section + 1) / 16);
+        const double norm = 1 / (1 + damping * k + k * k);
+        const double a1 = 2 * (k * k - 1) * norm, a2 = (1 - damping * k + k * k) * norm;
+        double x1 = samples[0], x2 = x1, y1 = 0, y2 = 0;
+        for (double& sample : samples) {
+            const double x = sample, y = (x - 2 * x1 + x2) * norm - a1 * y1 - a2 * y2;
+            x2 = x1, x1 = x, y2 = y1, y1 = y;
+            sample = y;
+        }
+    }
+    // The beginning is the filter's own.
+    double peak = 0;
+    for (std::size_t i = 1200; i < samples.size(); ++i)
+        peak = std::max(peak, std::fabs(samples[i]));
+    return peak;
+}
+
+/// A change to a scene whose first source is a tone of 200 Hz ahead of the listener, of amplitude 1.
+using Change = std::function<void(Scene&)>;
+
+/// The click of `change`, in dB of the tone, at the worst of many moments of a period. `prepare` makes the
+/// scene what it is before.
+inline double ClickOf(orb3::Sound sound, std::uint32_t frames, const Change& prepare, const Change& change) {
+    double worst = 0;
+    for (int moment = 0; moment < 6; ++moment) {
+        Scene scene(frames, orb3::SampleRateConversion::Linear, 4, true, sound);
+        Place(scene.Add(Tone(200, 240 * 200)), {0, 0, -1});
+        // Where it starts in its period decides where the change finds it.
+        scene.application.sources[0].position = std::uint64_t(20 + 37 * moment) << 16;
+        prepare(scene);
+        const auto listen = [&](std::uint32_t blocks, Signal& heard) {
+            for (std::uint32_t block = 0; block < blocks; ++block) {
+                scene.Render();
+                for (std::uint32_t i = 0; i < frames; ++i)
+                    heard.push_back(
+                        (scene.output.spatial.channels[0][i] + scene.output.spatial.channels[1][i]) / 2);
+            }
+        };
+        Signal heard;
+        listen(24000 / frames, heard);
+        heard.clear();
+        listen(2400 / frames, heard);
+        change(scene);
+        listen(9600 / frames, heard);
+        worst = std::max(worst, PeakAboveTheTone(heard));
+    }
+    return 20 * std::log10(worst + 1e-9);
+}
+
+/// The power beyond 30 Hz on both sides of a tone of 1 kHz to that within, in dB, over all channels of the
+/// bus. `move` is called sixty times a second with the seconds since the start.
+inline double StepsOf(orb3::Sound sound, std::uint32_t frames,
+                      const std::function<void(Scene&, double)>& move) {
+    constexpr std::size_t length = 96000;
+    Scene scene(frames, orb3::SampleRateConversion::Linear, 4, false, sound);
+    scene.Add(Tone(1000, 48000));
+    move(scene, 0);
+    std::vector<Signal> heard(25);
+    double nextUpdate = 0;
+    for (std::size_t done = 0; done < length + 48000; done += frames) {
+        for (; nextUpdate <= static_cast<double>(done); nextUpdate += sceneRate / 60)
+            move(scene, nextUpdate / sceneRate);
+        scene.Render();
+        for (std::uint32_t c = 0; c < 25; ++c)
+            heard[c].insert(heard[c].end(), scene.output.spatial.channels[c],
+                            scene.output.spatial.channels[c] + frames);
+    }
+    // Bins of half a hertz, in a window whose side lobes lie below -92 dB (Harris, 1978).
+    double tone = 0, all = 0;
+    for (const Signal& channel : heard) {
+        std::vector<double> windowed(length);
+        for (std::size_t i = 0; i < length; ++i) {
+            const double x = pi2 * static_cast<double>(i) / length;
+            const double window =
+                0.35875 - 0.48829 * std::cos(x) + 0.14128 * std::cos(2 * x) - 0.01168 * std::cos(3 * x);
+            windowed[i] = window * channel[i + 48000];
+            all += windowed[i] * windowed[i] * length / 2;
+        }
+        for (int bin = 2 * 970; bin <= 2 * 1030; ++bin) {
+            std::complex<double> sum = 0, turn = 1;
+            const std::complex<double> step = std::polar(1.0, -pi2 * bin / length);
+            for (const double sample : windowed) {
+                sum += sample * turn;
+                turn *= step;
+            }
+            tone += std::norm(sum);
+        }
+    }
+    return 10 * std::log10(std::max(all - tone, 1e-12 * all) / tone);
+}
+
+}  // namespace testing_support
