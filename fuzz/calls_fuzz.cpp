@@ -74,6 +74,7 @@ void RenderStep(World& world) {
         world.isMerged = false;
         if (source.queueIndex < source.queue.size) Advance(world.input, source);
     });
+    context->snapshot.endings.ForEach([](goal::Voice& voice) { ReadSamples(voice.source); });
 }
 
 void BlockStep(World& world) {
@@ -92,7 +93,7 @@ void CreateContext(World& world) {
     static const goal::Basis listener;
     const goal::RenderContext run{.sampleRate = 48000, .blockFrames = 64, .listenerBasis = &listener};
     goal::BeginRun(world.Context()->snapshot, world.Context()->application, &converter.start,
-                   std::make_shared<goal::SlotEffectBuilder>(run, 4));
+                   std::make_shared<goal::SlotEffectBuilder>(run, 4), 3);
 }
 
 // One of the two switches of the configuration that calls look at.

@@ -3,15 +3,14 @@
 #include <algorithm>
 #include <numeric>
 #include <stdexcept>
+#include <utility>
 
 #include "goal/dsp/antidenormal.h"
-#include "goal/dsp/filterstage.h"
 
 namespace {
 
 constexpr std::uint32_t frames = GameScene::frames;
 constexpr std::uint32_t channels = GameScene::channels;
-constexpr float directStep = 0.05F;  // of the weights per sample, as in the renderer
 
 std::unique_ptr<goal::FilterGainTables> MakeTables() {
     auto tables = std::make_unique<goal::FilterGainTables>();
@@ -45,24 +44,29 @@ StagedGame::StagedGame(const GameSettings& settings)
       reader(settings.conversion),
       radiusTable(GameScene::order),
       arrays(scene.configuration.arraySet, frames, channels),
-      sends(frames, channels, *tables, 1),
       effects({.sampleRate = GameScene::sampleRate,
                .order = GameScene::order,
                .blockFrames = frames,
                .listenerBasis = &listener},
               channels),
       batch(frames, channels),
-      spatialGain(*tables),
+      renderer({.reader = reader,
+                .radiusTable = radiusTable,
+                .tables = *tables,
+                .arrays = arrays,
+                .batch = batch,
+                .listener = listener,
+                .sampleRate = GameScene::sampleRate,
+                .order = GameScene::order,
+                .blockFrames = frames,
+                .defaultFilterOrder = 1}),
       pipe(new TimedPipe(clock)),
       decoder(MakeHeadphoneDecoder(pipe)) {
     Shape(output);
     goal::BeginRun(scene.snapshot, scene.application, scene.converter ? &scene.converter->start : nullptr,
-                   effects.Builder());
-    const std::array<float, channels> silence{};
-    for (hcml::FloatTupleVector*& row : rows) {
-        row = &batch.Row();
-        batch.Add(silence.data(), output.spatial);
-    }
+                   effects.Builder(), renderer.FadeBlocks());
+    for (hcml::FloatTupleVector& row : rows)
+        row.resize(frames);
 }
 
 void StagedGame::Block() {
@@ -80,10 +84,10 @@ void StagedGame::Block() {
 }
 
 void StagedGame::StartBlock() {
-    listener = goal::BuildBasis(scene.snapshot.listenerAt, scene.snapshot.listenerUp);
+    listener = renderer.Listen(scene.snapshot);
     clock.Mark(Stage::Geometry);
     effects.Renew(scene.snapshot);
-    sends.Sync(scene.snapshot);
+    goal::ClearInputs(scene.snapshot);
     clock.Mark(Stage::Sends);
     output.spatial.clear();
     goal::ApplyAntiDenormalPattern(output.spatial);
@@ -105,46 +109,34 @@ void StagedGame::RunGroup(std::uint32_t first, std::uint32_t count) {
 }
 
 void StagedGame::Locate(std::uint32_t first, std::uint32_t count) {
-    for (std::uint32_t k = 0; k < count; ++k) {
-        places[k] =
-            goal::LocateSource(Source(first + k), scene.snapshot, listener, radiusTable, GameScene::order);
-        if (!goal::IsFinite(places[k])) throw std::runtime_error("A source of the scene is nowhere.");
-    }
+    for (std::uint32_t k = 0; k < count; ++k)
+        if (!renderer.Locate(Voice(first + k), scene.snapshot, places[k]))
+            throw std::runtime_error("A source of the scene is nowhere.");
 }
 
 void StagedGame::Read(std::uint32_t first, std::uint32_t count) {
-    for (std::uint32_t k = 0; k < count; ++k) {
-        goal::SourceRendererState& state = State(first + k);
-        hcml::FloatTupleVector& row = Row(first + k);
-        scales[k] = reader.ReadMono(Source(first + k), state.previousFrame, state.converter,
-                                    {places[k].pitch, GameScene::sampleRate}, row.data, row.size);
-        goal::ApplyAntiDenormalPattern(row);
-    }
+    for (std::uint32_t k = 0; k < count; ++k)
+        scales[k] = renderer.Read(Voice(first + k), places[k], rows[k]);
 }
 
 void StagedGame::Send(std::uint32_t first, std::uint32_t count) {
     for (std::uint32_t k = 0; k < count; ++k)
-        sends.SendMono(Source(first + k), State(first + k), scene.snapshot, places[k], Row(first + k),
-                       scales[k]);
+        renderer.Send(Voice(first + k), scene.snapshot, places[k], rows[k], scales[k]);
 }
 
 void StagedGame::Filter(std::uint32_t first, std::uint32_t count) {
-    for (std::uint32_t k = 0; k < count; ++k) {
-        const goal::FilterStageSettings path{
-            .gainFactor = places[k].gain, .hfFactor = places[k].gainHF, .defaultOrder = 1};
-        if (goal::FilterOneLater(Source(first + k).directFilter, State(first + k).direct, Row(first + k),
-                                 *tables, path, batch.Waiting()))
+    for (std::uint32_t k = 0; k < count; ++k)
+        if (!renderer.FilterDirect(Voice(first + k), places[k], rows[k]))
             throw std::runtime_error("A source of the scene is silent.");
-    }
     batch.Waiting().Run();
 }
 
 void StagedGame::Add(std::uint32_t first, std::uint32_t count) {
     for (std::uint32_t k = 0; k < count; ++k) {
-        std::array<float, channels> weights{};
-        for (std::uint32_t c = 0; c < channels; ++c)
-            weights[c] = places[k].encode[c] * scales[k];
-        batch.AddMoving(weights.data(), State(first + k).direct, directStep, output.spatial);
+        std::swap(rows[k], batch.Row());
+        goal::Voice& voice = Voice(first + k);
+        renderer.AddDirect(voice, places[k], scales[k], output.spatial);
+        voice.memory.keepsAttack = false;
     }
 }
 
@@ -152,11 +144,11 @@ void StagedGame::FinishBlock() {
     batch.Flush(output.spatial);
     clock.Mark(Stage::Mix);
     for (std::uint32_t slot = 0; slot < scene.snapshot.slotCount; ++slot)
-        sends.Gather(goal::EffectOf(scene.snapshot.slots[slot]));
+        goal::Gather(goal::EffectOf(scene.snapshot.slots[slot]));
     clock.Mark(Stage::Sends);
-    effects.Run(scene.snapshot, sends, arrays, output);
+    effects.Run(scene.snapshot, arrays, output);
     arrays.MixInto(output.spatial);
     clock.Mark(Stage::Effects);
-    spatialGain.Apply(scene.snapshot.listenerGain, output.spatial);
+    renderer.Finish(scene.snapshot, output);
     clock.Mark(Stage::Mix);
 }

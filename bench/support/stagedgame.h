@@ -17,8 +17,8 @@
 #include "goal/render/arraybuses.h"
 #include "goal/render/effectstage.h"
 #include "goal/render/mixbatch.h"
-#include "goal/render/sendstage.h"
 #include "goal/render/sourcereader.h"
+#include "goal/render/sourcerenderer_v2.h"
 
 struct Stage {
     enum Name : std::size_t {
@@ -76,7 +76,6 @@ public:
 
 private:
     static constexpr std::uint32_t groupSize = 16;
-    static constexpr std::uint32_t batchSize = 64;  // rows of a MixBatch
 
     void StartBlock();
     void RunGroup(std::uint32_t first, std::uint32_t count);
@@ -87,25 +86,22 @@ private:
     void Add(std::uint32_t first, std::uint32_t count);
     void FinishBlock();
 
-    goal::Source& Source(std::uint32_t source) { return scene.snapshot.voices[source]->source; }
-    goal::SourceRendererState& State(std::uint32_t source) { return scene.snapshot.voices[source]->memory; }
-    hcml::FloatTupleVector& Row(std::uint32_t source) { return *rows[source % batchSize]; }
+    goal::Voice& Voice(std::uint32_t source) { return *scene.snapshot.voices[source]; }
 
     const std::unique_ptr<goal::FilterGainTables> tables;
     goal::Basis listener;
     goal::SourceReader reader;
     goal::SourceRadiusTable radiusTable;
     goal::ArrayBuses arrays;
-    goal::SendStage sends;
     goal::EffectStage effects;
     goal::MixBatch batch;
-    std::array<hcml::FloatTupleVector*, batchSize> rows{};  // the batch's, in its order
-    goal::GainRamp spatialGain;
+    goal::SourceRenderer_v2 renderer;
     goal::RenderOutput output;
     TakingPipe* const pipe;  // the decoder's
     const std::unique_ptr<orb3::TransformedPipeUPT> decoder;
 
     // Of the group in hand.
+    std::array<hcml::FloatTupleVector, groupSize> rows;
     std::array<goal::SourceGeometry, groupSize> places;
     std::array<float, groupSize> scales{};
 };

@@ -58,7 +58,7 @@ WholeGame::WholeGame(const GameSettings& settings)
       renderer(GameScene::sampleRate, scene.configuration, 1, GameScene::frames) {
     Shape(output);
     goal::BeginRun(scene.snapshot, scene.application, scene.converter ? &scene.converter->start : nullptr,
-                   renderer.Effects());
+                   renderer.Effects(), renderer.FadeBlocks());
 }
 
 void WholeGame::Block() {

@@ -73,7 +73,7 @@ protected:
         const bool isSinc = conversion == orb3::SampleRateConversion::SincMedium;
         context->snapshot = {};  // so that all begins afresh
         goal::BeginRun(context->snapshot, context->application, isSinc ? &converter.start : nullptr,
-                       renderer.Effects());
+                       renderer.Effects(), renderer.FadeBlocks());
         for (std::uint32_t i = 0; i < context->application.sources.size; ++i)
             context->application.touched.Insert(i);
         testing_support::Dice dice(8);

@@ -31,7 +31,7 @@ protected:
         alcGetError(nullptr);
         const goal::RenderContext run{.sampleRate = 48000, .blockFrames = 64, .listenerBasis = &listener};
         goal::BeginRun(context->snapshot, context->application, &converter.start,
-                       std::make_shared<goal::SlotEffectBuilder>(run, 4));
+                       std::make_shared<goal::SlotEffectBuilder>(run, 4), 3);
     }
 
     ~ContextFixture() override {

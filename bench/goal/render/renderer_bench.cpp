@@ -33,7 +33,8 @@ public:
             samples[i] = std::sin(static_cast<float>(i) * 0.05F);
         buffer = std::make_unique<goal::Buffer>(1, AL_FORMAT_MONO_FLOAT32, 44100.0F, samples.data(),
                                                 static_cast<std::uint32_t>(samples.size() * 4), true);
-        goal::BeginRun(snapshot, application, converter ? &converter->start : nullptr, renderer->Effects());
+        goal::BeginRun(snapshot, application, converter ? &converter->start : nullptr, renderer->Effects(),
+                       renderer->FadeBlocks());
         for (std::int64_t i = 0; i < sources; ++i)
             Add(i);
         Render(false);

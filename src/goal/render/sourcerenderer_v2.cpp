@@ -111,9 +111,10 @@ void SourceRenderer_v2::Render(Voice& voice, const RenderSnapshot& snapshot, hcm
 void SourceRenderer_v2::RenderMono(Voice& voice, const RenderSnapshot& snapshot, hcml::ac::Bus& spatial) {
     SourceGeometry geometry;
     if (!Locate(voice, snapshot, geometry)) return;
-    const float scale = Read(voice, geometry, stages.batch.Row());
-    Send(voice, snapshot, geometry, stages.batch.Row(), scale);
-    if (FilterDirect(voice, geometry)) AddDirect(voice, geometry, scale, spatial);
+    hcml::FloatTupleVector& row = stages.batch.Row();
+    const float scale = Read(voice, geometry, row);
+    Send(voice, snapshot, geometry, row, scale);
+    if (FilterDirect(voice, geometry, row)) AddDirect(voice, geometry, scale, spatial);
 }
 
 bool SourceRenderer_v2::Locate(Voice& voice, const RenderSnapshot& snapshot, SourceGeometry& geometry) {
@@ -155,7 +156,8 @@ void SourceRenderer_v2::Send(Voice& voice, const RenderSnapshot& snapshot, const
     sends.SendMono(voice, snapshot, geometry, row, scale);
 }
 
-bool SourceRenderer_v2::FilterDirect(Voice& voice, const SourceGeometry& geometry) {
+bool SourceRenderer_v2::FilterDirect(Voice& voice, const SourceGeometry& geometry,
+                                     hcml::FloatTupleVector& row) {
     SourceFilterState& path = voice.memory.direct;
     if (geometry.gain == 0 && IsAtZero(path)) {
         reset(path);
@@ -166,8 +168,7 @@ bool SourceRenderer_v2::FilterDirect(Voice& voice, const SourceGeometry& geometr
     const FilterStageSettings settings{.hfFactor = geometry.gainHF,
                                        .defaultOrder = stages.defaultFilterOrder};
     if (PassesAsItIs(shelves, path, settings)) return true;
-    if (!FilterOneLater(shelves, path, stages.batch.Row(), stages.tables, settings, stages.batch.Waiting()))
-        return true;
+    if (!FilterOneLater(shelves, path, row, stages.tables, settings, stages.batch.Waiting())) return true;
     path.coefficientsValid = false;
     return false;
 }

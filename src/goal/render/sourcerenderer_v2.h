@@ -38,8 +38,10 @@ public:
     /// To its slots; the row is unfiltered.
     void Send(Voice& voice, const RenderSnapshot& snapshot, const SourceGeometry& geometry,
               const hcml::FloatTupleVector& row, float scale) SLIB_NONBLOCKING;
-    /// The shelves of the direct path, on the batch's row. False where nothing comes through.
-    bool FilterDirect(Voice& voice, const SourceGeometry& geometry) SLIB_NONBLOCKING;
+    /// The shelves of the direct path, which may run as late as at the batch's Flush. False where nothing
+    /// comes through.
+    bool FilterDirect(Voice& voice, const SourceGeometry& geometry,
+                      hcml::FloatTupleVector& row) SLIB_NONBLOCKING;
     /// Adds the batch's row.
     void AddDirect(Voice& voice, const SourceGeometry& geometry, float scale,
                    hcml::ac::Bus& spatial) SLIB_NONBLOCKING;

@@ -295,7 +295,7 @@ struct ApplicationState : SuspendedState {
 /// and lets go of the effects of the run before, for which others are to be built by `builder`. What ends in
 /// the run fades out in `fadeBlocks`. With stateMutex held, by the server; throws slib::OutOfMemoryException.
 void BeginRun(RenderSnapshot& snapshot, ApplicationState& application, const ConverterCursor* converterStart,
-              std::shared_ptr<const EffectBuilder> builder, std::uint32_t fadeBlocks = 0);
+              std::shared_ptr<const EffectBuilder> builder, std::uint32_t fadeBlocks);
 
 /// Makes room in the snapshot for so many sources and slots. With stateMutex held; throws
 /// slib::OutOfMemoryException.
