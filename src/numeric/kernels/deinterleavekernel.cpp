@@ -1,5 +1,6 @@
 #include "numeric/kernels/deinterleavekernel.h"
 
+#include <algorithm>
 #include <cstddef>
 
 #undef HWY_TARGET_INCLUDE
@@ -76,7 +77,7 @@ HWY_INLINE void TakeTwo(float* const* rows, const float* frames, std::uint32_t c
 }
 
 void TakeApart(float* const* rows, const float* frames, std::uint32_t channels, std::uint32_t count) {
-    if (count < lanes || channels == 1 || channels == 3) return TakeApartEach(rows, frames, channels, count);
+    if (count < lanes || channels == 3) return TakeApartEach(rows, frames, channels, count);
     if (channels == 2) return TakeTwo(rows, frames, count);
     for (std::uint32_t c = 0; c + 4 < channels; c += 4)
         TakeFour(rows + c, frames + c, channels, count);
@@ -95,6 +96,10 @@ namespace hcml {
 HWY_EXPORT(TakeApart);
 
 void Deinterleave(float* const* rows, const float* frames, std::uint32_t channels, std::uint32_t count) {
+    if (channels == 1) {
+        std::copy_n(frames, count, rows[0]);
+        return;
+    }
     HWY_DYNAMIC_DISPATCH(TakeApart)(rows, frames, channels, count);
 }
 
