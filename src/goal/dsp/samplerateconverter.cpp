@@ -270,6 +270,10 @@ struct ChannelInput {
     std::uint32_t count;
 };
 
+// So many more windows than begin in the ring are filtered with those that do: a kernel is quicker with whole
+// vectors.
+constexpr std::uint32_t windowsBeyondRing = 16;
+
 // A run of windows that begin in the ring, the first at `position`, in a copy of it with the first of the
 // frames that follow. Returns the outputs made.
 std::uint32_t FilterFromRing(const ConverterCursor& state, std::uint32_t position, const ChannelInput& input,
@@ -280,11 +284,10 @@ std::uint32_t FilterFromRing(const ConverterCursor& state, std::uint32_t positio
     const std::uint32_t old = std::min(state.writeIndex - first, room);
     for (std::uint32_t i = 0; i < old; ++i)
         windows[i] = input.ring[(first + i) & ringMask];
-    const std::uint32_t fresh = std::min({input.count, state.taps - 1, room - old});
+    const std::uint32_t fresh = std::min({input.count, state.taps - 1 + windowsBeyondRing, room - old});
     std::copy_n(input.frames, fresh, windows.begin() + old);
-    const std::uint32_t starts = std::min(old, old + fresh + 1 - state.taps);
     position &= fractionMask;
-    count = std::min(count, OutputsBefore(starts, position, state.step));
+    count = std::min(count, OutputsBefore(old + fresh + 1 - state.taps, position, state.step));
     Filter(state, target, count, windows.data(), position);
     return count;
 }
