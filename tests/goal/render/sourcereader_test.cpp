@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <memory>
 #include <numbers>
@@ -346,6 +347,62 @@ TEST(SincBestReader, EndOfDataAtTheEndOfABlock_IsHeardInTheNext) {
     EXPECT_EQ(parts.source.state, SourceState::Stopped);
     ASSERT_TRUE(std::any_of(second[0].begin(), second[0].begin() + 12, [](double v) { return v != 0; }));
     EXPECT_TRUE(std::equal(second[0].begin(), second[0].end(), block[0].begin() + 500));
+}
+
+/// A queue of buffers of a few frames and of many, of one format after the other: floats of full scale 1 as
+/// 16-bit values have it, so that all count alike. Those of the game's own memory lie at odd addresses.
+struct MixedQueue : Playing {
+    explicit MixedQueue(bool looping) : Playing(AL_FORMAT_MONO16, {1}, looping), bytes(14) {
+        source.queue = {};
+        buffers.clear();
+        std::mt19937 random(11);
+        std::uint32_t name = 0;
+        for (const std::uint32_t frames : {3U, 1U, 400U, 1U, 2U, 1U, 7U, 300U, 5U, 1U, 1U, 900U, 2U, 33U}) {
+            const std::int32_t format = formats[name % std::size(formats)];
+            const BufferFormat& description = *FindBufferFormat(format);
+            std::vector<std::uint8_t>& own = bytes[name++];
+            own.resize(1 + std::size_t{frames} * description.blockBytes);
+            for (std::uint32_t i = 0; i < frames; ++i) {
+                const auto value = static_cast<std::int16_t>(random());
+                const auto real = static_cast<float>(value);
+                const bool isFloat = description.encoding == SampleEncoding::Float32;
+                std::memcpy(own.data() + 1 + std::size_t{i} * description.blockBytes,
+                            isFloat ? static_cast<const void*>(&real) : &value, description.blockBytes);
+            }
+            buffers.push_back(std::make_shared<Buffer>(name, format, 48000.0F, own.data() + 1,
+                                                       static_cast<std::uint32_t>(own.size() - 1),
+                                                       name % 2 == 0));
+            source.queue.append(buffers.back().get());
+        }
+    }
+
+    static constexpr std::int32_t formats[]{AL_FORMAT_MONO16, AL_FORMAT_MONO_FLOAT32, AL_FORMAT_MONO_FLOAT32,
+                                            AL_FORMAT_MONO_MULAW, AL_FORMAT_MONO_FLOAT32};
+    std::vector<std::vector<std::uint8_t>> bytes;
+};
+
+TEST(SourceReader, ShortBuffersOfManyFormats_AreOneSignalAcrossTheirSeams) {
+    testing_support::OnEveryTarget([] {
+        for (const bool looping : {false, true}) {
+            for (const double pitch : {1.0, 44.1 / 48, 2.6}) {
+                for (const Quality quality : {Off, Linear, SincLow, SincMedium, SincHigh, SincBest}) {
+                    SCOPED_TRACE(testing::Message() << pitch << " " << static_cast<int>(quality));
+                    MixedQueue playing(looping);
+                    const Signal signal(playing);
+                    // To some frames before the end where it isn't a loop.
+                    const auto last = static_cast<std::uint32_t>(1550 / pitch);
+                    const Block block = playing.Read(quality, pitch, {last % 512, 1, 15, last - last % 512});
+                    const auto step = std::llround(pitch * 65536);
+                    const double unit = quality == Linear ? 65536 : 1;
+                    ExpectNear(block, unit / 32, [&](auto k, auto c) {
+                        return quality == Off      ? signal.At(k * step >> 16, c)
+                               : quality == Linear ? signal.Linear(k * step, c)
+                                                   : Sinc(ConverterOf(quality), pitch, signal, k, c);
+                    });
+                }
+            }
+        }
+    });
 }
 
 TEST(SourceReader, StepManyLapsLong_LandsWhereSingleStepsWould) {
