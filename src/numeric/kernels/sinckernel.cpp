@@ -1,5 +1,8 @@
 #include "numeric/kernels/sinckernel.h"
 
+#include <bit>
+#include <cstddef>
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "numeric/kernels/sinckernel.cpp"
 #include "hwy/foreach_target.h"
@@ -14,7 +17,7 @@ constexpr std::uint32_t oneFrame = 1U << 19;
 
 template <std::uint32_t taps>
 HWY_INLINE const float* Row(const float* rows, std::uint32_t position) {
-    return rows + std::size_t{taps} * ((position >> 13) % 64);
+    return rows + ((position >> (13 - std::countr_zero(taps))) & (63 * taps));
 }
 
 // Folds 2^n products to one.
