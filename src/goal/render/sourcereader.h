@@ -28,6 +28,7 @@ struct ReadRate {
     double output;  ///< sample rate of the block in Hz
 };
 
+/// Of a source.
 inline constexpr std::uint32_t maxChannels = 8;
 
 /// The linear reader's last input frame, raw, a value for each channel: what lies before the next buffer.
