@@ -1,7 +1,7 @@
 // Each kernel against the loop that says what it computes, bit for bit, on every vector target of this
 // machine. Blocks have exactly the floats that a kernel may touch, so that the address sanitizer sees any
 // other. The Fourier kernel and the products of spectra are tested with the partitioned transformer, which is
-// nothing but kernels, and the converters of the sample rate with the readers of sources.
+// nothing but kernels, and what takes channels apart with the readers of sources.
 
 #include <gtest/gtest.h>
 
@@ -18,6 +18,7 @@
 #include "numeric/kernels/finitekernel.h"
 #include "numeric/kernels/firstorderkernel.h"
 #include "numeric/kernels/gainkernel.h"
+#include "numeric/kernels/linearkernel.h"
 #include "numeric/kernels/mixkernel.h"
 #include "numeric/kernels/sinckernel.h"
 #include "tests/support/vectortargets.h"
@@ -211,6 +212,47 @@ TEST(Kernels, ProduceBlendedSinc_EqualsTheLoop) {
                     for (std::uint32_t k = 0; k < count; ++k)
                         ASSERT_EQ(output.data()[k], BlendedByTheLoop(input.data(), filter, 524287 + k * step))
                             << taps << " taps, step " << step << ", output " << k << " of " << count;
+                }
+            }
+        }
+    });
+}
+
+// Counts around every vector's length; a step of one frame, and others.
+TEST(Kernels, ProduceSinc_EqualsTheLoop) {
+    OnEveryTarget([] {
+        for (const std::uint32_t taps : {4U, 8U, 16U}) {
+            for (std::uint32_t count = 1; count < 40; ++count) {
+                for (const std::uint32_t step : {481690U, 524288U, 1234567U}) {
+                    const Row rows(std::size_t{64} * taps), output(count);
+                    const Row input(((400000 + (count - 1) * step) >> 19) + taps);
+                    ProduceSinc(output.data(), count, input.data(), {rows.data(), taps}, {400000, step});
+                    for (std::uint32_t k = 0, at = 400000; k < count; ++k, at += step) {
+                        float sums[16];
+                        for (std::uint32_t t = 0; t < taps; ++t)
+                            sums[t] = rows.data()[(at >> 13) % 64 * taps + t] * input.data()[(at >> 19) + t];
+                        for (std::uint32_t half = taps / 2; half > 0; half /= 2)
+                            for (std::uint32_t t = 0; t < half; ++t)
+                                sums[t] += sums[t + half];
+                        ASSERT_EQ(output.data()[k], sums[0]) << taps << " " << step << " " << k;
+                    }
+                }
+            }
+        }
+    });
+}
+
+TEST(Kernels, InterpolateLinear_EqualsTheLoop) {
+    OnEveryTarget([] {
+        for (std::uint32_t count = 1; count < 70; ++count) {
+            for (const std::uint32_t step : {60211U, 65536U, 65537U, 200000U}) {
+                const Row input(((40000 + (count - 1) * step) >> 16) + 2), output(count);
+                InterpolateLinear(output.data(), count, input.data() + 1, {40000, step});
+                for (std::uint32_t k = 0, at = 40000; k < count; ++k, at += step) {
+                    const float* pair = input.data() + (at >> 16);
+                    const auto part = static_cast<float>(at % 65536);
+                    ASSERT_EQ(output.data()[k], (65536 - part) * pair[0] + part * pair[1])
+                        << step << " " << k;
                 }
             }
         }

@@ -263,50 +263,93 @@ void Filter(const ConverterCursor& state, float* target, std::uint32_t count, co
         hcml::ProduceSinc(target, count, input, {state.filter, state.taps}, walk);
 }
 
-// One run of windows that lie in the ring as they are, or, where they reach around its end, in a copy.
-// Returns the outputs made.
-std::uint32_t ProduceRun(const ConverterState& state, float* target, std::uint32_t count) {
-    const std::uint32_t firstAround = converterRingFrames + 1 - state.taps;
-    const std::uint32_t position = state.readPosition & ((converterRingFrames << converterFractionBits) - 1);
-    if (position >> converterFractionBits < firstAround) {
-        count = std::min(count, OutputsBefore(firstAround, position, state.step));
-        Filter(state, target, count, state.ring.data, position);
-        return count;
-    }
-    std::array<float, std::size_t{2} * BlendedSincSeries::mostTaps> around;
-    for (std::uint32_t i = 0; i < 2 * (state.taps - 1); ++i)
-        around[i] = state.ring.data[(firstAround + i) & ringMask];
-    count = std::min(count, OutputsBefore(converterRingFrames, position, state.step));
-    Filter(state, target, count, around.data(), position - (firstAround << converterFractionBits));
+// One channel: what its ring holds, and the frames that follow.
+struct ChannelInput {
+    const float* ring;
+    const float* frames;
+    std::uint32_t count;
+};
+
+// So many more windows than begin in the ring are filtered with those that do: a kernel is quicker with whole
+// vectors.
+constexpr std::uint32_t windowsBeyondRing = 16;
+
+// A run of windows that begin in the ring, the first at `position`, in a copy of it with the first of the
+// frames that follow. Returns the outputs made.
+std::uint32_t FilterFromRing(const ConverterCursor& state, std::uint32_t position, const ChannelInput& input,
+                             float* target, std::uint32_t count) {
+    std::array<float, std::size_t{2} * BlendedSincSeries::mostTaps> windows;
+    const std::uint32_t first = position >> converterFractionBits;
+    const auto room = static_cast<std::uint32_t>(windows.size());
+    const std::uint32_t old = std::min(state.writeIndex - first, room);
+    for (std::uint32_t i = 0; i < old; ++i)
+        windows[i] = input.ring[(first + i) & ringMask];
+    const std::uint32_t fresh = std::min({input.count, state.taps - 1 + windowsBeyondRing, room - old});
+    std::copy_n(input.frames, fresh, windows.begin() + old);
+    position &= fractionMask;
+    count = std::min(count, OutputsBefore(old + fresh + 1 - state.taps, position, state.step));
+    Filter(state, target, count, windows.data(), position);
     return count;
 }
 
-// Frames of one channel from the ring, from frame `first` on, across its end where it must.
-void CopyChannel(const MultiChannelConverterState& state, std::uint32_t channel, std::uint32_t first,
-                 std::uint32_t frames, float* target) {
-    first &= ringMask;
-    const std::uint32_t untilEnd = std::min(frames, converterRingFrames - first);
-    const float* from = state.ring.data + std::size_t{first} * state.channels + channel;
-    for (std::uint32_t i = 0; i < untilEnd; ++i)
-        target[i] = from[std::size_t{i} * state.channels];
-    from = state.ring.data + channel;
-    for (std::uint32_t i = untilEnd; i < frames; ++i)
-        target[i] = from[std::size_t{i - untilEnd} * state.channels];
+void ConvertChannel(const ConverterCursor& state, const ChannelInput& input, float* target,
+                    std::uint32_t count) {
+    std::uint32_t position = state.readPosition;
+    while (count > 0 && position >> converterFractionBits < state.writeIndex) {
+        const std::uint32_t made = FilterFromRing(state, position, input, target, count);
+        position += made * state.step;
+        target += made;
+        count -= made;
+    }
+    if (count == 0) return;
+    position -= state.writeIndex << converterFractionBits;
+    Filter(state, target, count, input.frames, position);
 }
 
-// One run of windows that reach over no more than a ring. Returns the outputs made.
-std::uint32_t ProduceRun(const MultiChannelConverterState& state, float* const* targets, std::uint32_t offset,
-                         std::uint32_t count) {
-    const std::uint32_t position = state.readPosition & fractionMask;
-    count = std::min(count, OutputsBefore(converterRingFrames + 1 - state.taps, position, state.step));
-    const std::uint32_t frames =
-        ((position + (count - 1) * state.step) >> converterFractionBits) + state.taps;
-    std::array<float, converterRingFrames> row;
-    for (std::uint32_t channel = 0; channel < state.channels; ++channel) {
-        CopyChannel(state, channel, state.readPosition >> converterFractionBits, frames, row.data());
-        Filter(state, targets[channel] + offset, count, row.data(), position);
+// Adds frames to a ring that holds some up to `end`, in one piece up to its own end and one from its start.
+void Append(float* ring, std::uint32_t end, const float* frames, std::uint32_t count) {
+    while (count > 0) {
+        const std::uint32_t place = end & ringMask;
+        const std::uint32_t run = std::min(count, converterRingFrames - place);
+        std::copy_n(frames, run, ring + place);
+        end += run;
+        frames += run;
+        count -= run;
     }
-    return count;
+}
+
+// Moves on by some outputs. Where no later window reaches back to what is in the ring, that begins anew, at
+// its start. Returns how many of the `count` frames that follow it no window reaches back to, either.
+std::uint32_t Advance(ConverterCursor& state, std::uint32_t count, std::uint32_t outputs) {
+    state.readPosition += outputs * state.step;
+    const std::uint32_t needed = (state.readPosition >> converterFractionBits) - historyOf(state);
+    if (needed < state.writeIndex) return 0;
+    const std::uint32_t passed = std::min(needed - state.writeIndex, count);
+    state.readPosition -= (state.writeIndex + passed) << converterFractionBits;
+    state.writeIndex = 0;
+    return passed;
+}
+
+std::uint32_t ChannelsOf(const ConverterState&) {
+    return 1;
+}
+
+std::uint32_t ChannelsOf(const MultiChannelConverterState& state) {
+    return state.channels;
+}
+
+template <typename State>
+void Convert(State& state, const ConverterInput& input, const ConverterOutput& output) {
+    const std::uint32_t channels = ChannelsOf(state);
+    const auto ringOf = [&](std::size_t c) { return state.ring.data + c * converterRingStride; };
+    for (std::uint32_t c = 0; c < channels; ++c)
+        ConvertChannel(state, {ringOf(c), input.channels[c], input.count}, output.channels[c] + output.offset,
+                       output.count);
+    const std::uint32_t passed = Advance(state, input.count, output.count);
+    const std::uint32_t kept = input.count - passed;
+    for (std::uint32_t c = 0; c < channels; ++c)
+        Append(ringOf(c), state.writeIndex, input.channels[c] + passed, kept);
+    state.writeIndex += kept;
 }
 
 }  // namespace
@@ -318,22 +361,16 @@ float produce(ConverterState& state) {
 }
 
 void produce(ConverterState& state, float* target, std::uint32_t count) {
-    while (count > 0) {
-        const std::uint32_t made = ProduceRun(state, target, count);
-        state.readPosition += made * state.step;
-        target += made;
-        count -= made;
-    }
+    const float* nothing = nullptr;
+    Convert(state, {&nothing, 0}, {&target, 0, count});
 }
 
-void produce(MultiChannelConverterState& state, float* const* targets, std::uint32_t offset,
-             std::uint32_t count) {
-    while (count > 0) {
-        const std::uint32_t made = ProduceRun(state, targets, offset, count);
-        state.readPosition += made * state.step;
-        offset += made;
-        count -= made;
-    }
+void convert(ConverterState& state, const ConverterInput& input, const ConverterOutput& output) {
+    Convert(state, input, output);
+}
+
+void convert(MultiChannelConverterState& state, const ConverterInput& input, const ConverterOutput& output) {
+    Convert(state, input, output);
 }
 
 }  // namespace goal

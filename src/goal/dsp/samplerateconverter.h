@@ -7,8 +7,9 @@
 // the tables and is read-only once built; the readers of sources run the functions below on the states in
 // goal/state/converterstate.h. All on the server's thread; nothing but the constructor allocates or throws.
 //
-// For each stretch of a buffer a reader calls planBlock, pushes the frames that it returns, and then takes
-// the output frames that it returns.
+// For each stretch of a buffer a reader calls planBlock, and then `convert` for as many frames of input and
+// output as that returns. The windows lie in the caller's frames, but for the first ones, which begin in the
+// ring with what the block before has left there.
 
 #include <cstddef>
 #include <cstdint>
@@ -80,15 +81,6 @@ inline void push(ConverterState& state, float value) {
     ++state.writeIndex;
 }
 
-/// Adds one input frame of `channels` samples.
-inline void push(MultiChannelConverterState& state, const float* frame) {
-    float* place =
-        state.ring.data + std::size_t{state.writeIndex & (converterRingFrames - 1)} * state.channels;
-    for (std::uint32_t channel = 0; channel < state.channels; ++channel)
-        place[channel] = frame[channel];
-    ++state.writeIndex;
-}
-
 /// One output sample. The products are summed by halves: those of the upper half of the taps onto those of
 /// the lower half, and so on down to one, which is the same order at every vector width.
 float produce(ConverterState& state) SLIB_NONBLOCKING;
@@ -96,8 +88,24 @@ float produce(ConverterState& state) SLIB_NONBLOCKING;
 /// `count` output samples.
 void produce(ConverterState& state, float* target, std::uint32_t count) SLIB_NONBLOCKING;
 
-/// `count` output frames, channel c into targets[c][offset] and on, each summed in the order above.
-void produce(MultiChannelConverterState& state, float* const* targets, std::uint32_t offset,
-             std::uint32_t count) SLIB_NONBLOCKING;
+/// Input of `convert`: `count` frames, a row of floats for each channel.
+struct ConverterInput {
+    const float* const* channels;
+    std::uint32_t count;
+};
+
+/// Output of `convert`: `count` frames, those of channel c from channels[c][offset] on.
+struct ConverterOutput {
+    float* const* channels;
+    std::uint32_t offset;
+    std::uint32_t count;
+};
+
+/// The same as pushing all the input and then producing the output, as much of both as planBlock has
+/// returned, without a copy of more than the ends of the input. The two must not overlap.
+void convert(ConverterState& state, const ConverterInput& input,
+             const ConverterOutput& output) SLIB_NONBLOCKING;
+void convert(MultiChannelConverterState& state, const ConverterInput& input,
+             const ConverterOutput& output) SLIB_NONBLOCKING;
 
 }  // namespace goal

@@ -7,15 +7,16 @@
 
 #include "goal/dsp/samplerateconverter.h"
 #include "goal/sound/sampledecoder.h"
+#include "numeric/kernels/deinterleavekernel.h"
 #include "numeric/kernels/linearkernel.h"
 #include "slib/exception.h"
 
 namespace goal {
 namespace {
 
-constexpr std::uint32_t maxChannels = 8;
 constexpr std::uint32_t maxTaps = BlendedSincSeries::mostTaps;
 constexpr std::uint32_t chunkFrames = 1024;  // raw frames decoded at once; a push of the converter fits
+constexpr std::uint32_t planarStride = chunkFrames + 32;  // not a multiple of 2 KiB: see converterRingStride
 constexpr std::uint64_t oneFrame = std::uint64_t{1} << 16;
 constexpr std::uint64_t fractionMask = oneFrame - 1;
 // Above this step the linear reader picks the two frames of each output, instead of decoding all between.
@@ -108,15 +109,6 @@ void InterpolatePairs(const float* raw, std::uint64_t position, std::uint64_t st
     }
 }
 
-// One channel of interleaved frames: they themselves when there is no other, else a copy in `planar`.
-const float* ChannelOf(const float* frames, std::uint32_t channel, std::uint32_t channels,
-                       std::uint32_t count, float* planar) {
-    if (channels == 1) return frames;
-    for (std::uint32_t i = 0; i < count; ++i)
-        planar[i] = frames[std::size_t{i} * channels + channel];
-    return planar;
-}
-
 // The end of data.
 void Stop(Source& source) {
     source.queueIndex = 0;
@@ -124,47 +116,17 @@ void Stop(Source& source) {
     source.state = SourceState::Stopped;
 }
 
-std::uint32_t ChannelsOf(const ConverterState&) {
-    return 1;
-}
-
-std::uint32_t ChannelsOf(const MultiChannelConverterState& converter) {
-    return converter.channels;
-}
-
-// Adds interleaved frames to the ring, in one piece up to its end and one from its start.
-template <typename Converter>
-void Push(Converter& converter, const float* frames, std::uint32_t count) {
-    const std::size_t channels = ChannelsOf(converter);
-    while (count > 0) {
-        const std::uint32_t place = converter.writeIndex % converterRingFrames;
-        const std::uint32_t run = std::min(count, converterRingFrames - place);
-        std::copy_n(frames, run * channels, converter.ring.data + place * channels);
-        converter.writeIndex += run;
-        frames += run * channels;
-        count -= run;
-    }
-}
-
-void Produce(ConverterState& converter, float* const* targets, std::uint32_t offset, std::uint32_t count) {
-    produce(converter, targets[0] + offset, count);
-}
-
-void Produce(MultiChannelConverterState& converter, float* const* targets, std::uint32_t offset,
-             std::uint32_t count) {
-    produce(converter, targets, offset, count);
-}
-
 // Half a filter of silence after the last frame: what is left in the filter comes out, at most `wanted`
 // frames, written from `first` on. Returns how many.
 template <typename Converter>
 std::uint32_t ProduceTail(Converter& converter, float* const* channels, std::uint32_t first,
                           std::uint32_t wanted) {
-    static constexpr std::array<float, std::size_t{maxTaps} / 2 * maxChannels> silence{};
+    static constexpr std::array<float, std::size_t{maxTaps} / 2> silence{};
+    std::array<const float*, maxChannels> rows;
+    rows.fill(silence.data());
     const std::uint32_t left = converter.taps / 2 - std::min(converter.silence, converter.taps / 2);
     std::uint32_t toPush = 0, toProduce = 0;
     planBlock(converter, left, wanted, toPush, toProduce);
-    Push(converter, silence.data(), toPush);
     converter.silence += toPush;
     // A step longer than the silence may have left frames before it that are still to be heard. SincBest
     // plays them at any step, or it would depend on the length of the blocks which it plays.
@@ -172,8 +134,8 @@ std::uint32_t ProduceTail(Converter& converter, float* const* channels, std::uin
                                                         : converter.step >> converterFractionBits >= toPush;
     const std::uint32_t middle =
         (converter.readPosition >> converterFractionBits) + converter.taps / 2 - 1 + converter.silence;
-    if (toProduce == 0 && wanted > 0 && isLongStep && middle < converter.writeIndex) toProduce = 1;
-    Produce(converter, channels, first, toProduce);
+    if (toProduce == 0 && wanted > 0 && isLongStep && middle < converter.writeIndex + toPush) toProduce = 1;
+    convert(converter, {rows.data(), toPush}, {channels, first, toProduce});
     return toProduce;
 }
 
@@ -237,7 +199,9 @@ SourceReader::SourceReader(orb3::SampleRateConversion quality, orb3::Sound sound
     : quality(quality),
       isPlain(sound == orb3::Sound::Classic),
       raw(hcml::AllocateAlignedFloats(std::uint64_t{chunkFrames} * maxChannels)),
-      planar(hcml::AllocateAlignedFloats(chunkFrames)) {
+      planar(hcml::AllocateAlignedFloats(std::uint64_t{planarStride} * maxChannels)) {
+    for (std::size_t c = 0; c < maxChannels; ++c)
+        planarRows[c] = planar.get() + c * planarStride;
     if (quality < orb3::SampleRateConversion::Off || quality > orb3::SampleRateConversion::SincBest)
         slib::ThrowUnreachable();
 }
@@ -293,13 +257,33 @@ float SourceReader::ReadStepped(Source& source, PreviousFrame& previousFrame, Re
     return isLinear ? scale / static_cast<float>(oneFrame) : scale;
 }
 
+// The channels of interleaved frames: they themselves when there is just one, else copies.
+const float* const* SourceReader::Planar(const float* frames, std::uint32_t channelCount,
+                                         std::uint32_t count) {
+    if (channelCount == 1) {
+        rows[0] = frames;
+    } else {
+        hcml::Deinterleave(planarRows.data(), frames, channelCount, count);
+        std::copy_n(planarRows.data(), channelCount, rows.data());
+    }
+    return rows.data();
+}
+
 void SourceReader::TakeNearest(Stretch stretch, const Target& target) {
     while (stretch.count > 0) {
         const std::uint32_t count = std::min(stretch.count, chunkFrames);
-        PickRawFrames(stretch.buffer, {stretch.position, stretch.step, count, 1}, raw.get());
+        // What has to be decoded goes straight into a single channel.
+        float* const own = target.channelCount == 1 ? target.channels[0] + stretch.first : raw.get();
+        const float* frames = own;
+        if (stretch.step == oneFrame)
+            frames =
+                RawFrames(stretch.buffer, static_cast<std::uint32_t>(stretch.position >> 16), count, own);
+        else
+            PickRawFrames(stretch.buffer, {stretch.position, stretch.step, count, 1}, own);
+        std::array<float*, maxChannels> outputs;
         for (std::uint32_t c = 0; c < target.channelCount; ++c)
-            std::copy_n(ChannelOf(raw.get(), c, target.channelCount, count, planar.get()), count,
-                        target.channels[c] + stretch.first);
+            outputs[c] = target.channels[c] + stretch.first;
+        if (frames != outputs[0]) hcml::Deinterleave(outputs.data(), frames, target.channelCount, count);
         stretch.Advance(count);
     }
 }
@@ -329,9 +313,9 @@ std::uint32_t SourceReader::InterpolateDense(const Stretch& stretch, const Targe
     const auto first = static_cast<std::uint32_t>((stretch.position >> 16) - 1);
     const auto frames = static_cast<std::uint32_t>(((fraction + (count - 1) * stretch.step) >> 16) + 2);
     const float* interleaved = RawFrames(stretch.buffer, first, frames, raw.get());
+    const float* const* channels = Planar(interleaved, target.channelCount, frames);
     for (std::uint32_t c = 0; c < target.channelCount; ++c)
-        InterpolateRun(ChannelOf(interleaved, c, target.channelCount, frames, planar.get()), fraction,
-                       stretch.step, count, target.channels[c] + stretch.first);
+        InterpolateRun(channels[c], fraction, stretch.step, count, target.channels[c] + stretch.first);
     return count;
 }
 
@@ -339,9 +323,10 @@ std::uint32_t SourceReader::InterpolateDense(const Stretch& stretch, const Targe
 std::uint32_t SourceReader::InterpolateSparse(const Stretch& stretch, const Target& target) {
     const std::uint32_t count = std::min(stretch.count, chunkFrames / 2);
     PickRawFrames(stretch.buffer, {stretch.position, stretch.step, count, 2}, raw.get());
+    const float* const* channels = Planar(raw.get(), target.channelCount, 2 * count);
     for (std::uint32_t c = 0; c < target.channelCount; ++c)
-        InterpolatePairs(ChannelOf(raw.get(), c, target.channelCount, 2 * count, planar.get()),
-                         stretch.position, stretch.step, count, target.channels[c] + stretch.first);
+        InterpolatePairs(channels[c], stretch.position, stretch.step, count,
+                         target.channels[c] + stretch.first);
     return count;
 }
 
@@ -377,9 +362,10 @@ float SourceReader::ReadSinc(Source& source, Converter& converter, ReadRate rate
         std::uint32_t toPush = 0, toProduce = 0;
         const std::uint32_t available = std::min(buffer->frames - first, chunkFrames);
         planBlock(converter, available, target.frames - done, toPush, toProduce);
-        Push(converter, RawFrames(*buffer, first, toPush, raw.get()), toPush);
+        const float* frames = RawFrames(*buffer, first, toPush, raw.get());
+        convert(converter, {Planar(frames, target.channelCount, toPush), toPush},
+                {target.channels, done, toProduce});
         converter.silence = 0;
-        Produce(converter, target.channels, done, toProduce);
         source.position = std::uint64_t{first + toPush} << 16;
         done += toProduce;
     }

@@ -28,8 +28,11 @@ struct ReadRate {
     double output;  ///< sample rate of the block in Hz
 };
 
+/// Of a source.
+inline constexpr std::uint32_t maxChannels = 8;
+
 /// The linear reader's last input frame, raw, a value for each channel: what lies before the next buffer.
-using PreviousFrame = std::array<float, 8>;
+using PreviousFrame = std::array<float, maxChannels>;
 
 /// The quality of the converter which a setting asks for; none for Off and Linear. A value outside the
 /// enumeration is an integrity failure.
@@ -66,6 +69,7 @@ private:
     struct Stretch;
 
     float ReadStepped(Source& source, PreviousFrame& previousFrame, ReadRate rate, const Target& target);
+    const float* const* Planar(const float* frames, std::uint32_t channelCount, std::uint32_t count);
     void TakeNearest(Stretch stretch, const Target& target);
     void Interpolate(Stretch stretch, const PreviousFrame& previousFrame, const Target& target);
     std::uint32_t InterpolateDense(const Stretch& stretch, const Target& target);
@@ -77,7 +81,9 @@ private:
     const orb3::SampleRateConversion quality;
     const bool isPlain;
     hcml::AlignedFloats raw;     ///< decoded frames, interleaved
-    hcml::AlignedFloats planar;  ///< one channel of them
+    hcml::AlignedFloats planar;  ///< the same, a row for each channel
+    std::array<float*, maxChannels> planarRows{};
+    std::array<const float*, maxChannels> rows{};  ///< where each channel of the frames at hand is
 };
 
 }  // namespace goal

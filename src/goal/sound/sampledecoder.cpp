@@ -64,6 +64,11 @@ void Pick(const Buffer& buffer, const FramePicks& picks, float* target) {
     const std::size_t frameBytes = buffer.channels * Sample::bytes;
     const std::size_t values = std::size_t{picks.width} * buffer.channels;
     std::uint64_t position = picks.position;
+    if (values == 1) {
+        for (std::uint32_t pick = 0; pick < picks.count; ++pick, position += picks.step)
+            target[pick] = Sample::Raw(buffer.data + (position >> 16) * Sample::bytes);
+        return;
+    }
     for (std::uint32_t pick = 0; pick < picks.count; ++pick, position += picks.step, target += values)
         Decode<Sample>(buffer.data + ((position >> 16) + 1 - picks.width) * frameBytes, values, target);
 }

@@ -13,7 +13,7 @@ void Rewind(ConverterCursor& cursor) {
 
 void MultiChannelConverterState::resize(std::uint32_t newChannels) {
     if (newChannels == channels) return;
-    ring.resize(converterRingFrames * newChannels);
+    ring.resize(converterRingStride * newChannels);
     channels = newChannels;
     Rewind(*this);
 }
@@ -35,7 +35,7 @@ void initialise(ConverterState& state, const ConverterCursor& start) {
 }
 
 void initialise(MultiChannelConverterState& state, const ConverterCursor& start) {
-    state.ring.resize(converterRingFrames * state.channels);
+    state.ring.resize(converterRingStride * state.channels);
     static_cast<ConverterCursor&>(state) = start;
     reset(state);
 }

@@ -1,12 +1,16 @@
 #pragma once
 
 // What the sample rate converter keeps about one source: its position, the filter in use, and a ring of the
-// most recent input. One-channel sources use ConverterState, all others MultiChannelConverterState. Plain
-// data on the server's thread, moved by the operations of goal/dsp/samplerateconverter.h. A state without a
-// ring costs a few bytes, so that sources of a renderer without the converter have no ring.
+// input that the next block still needs. One-channel sources use ConverterState, all others
+// MultiChannelConverterState. Plain data on the server's thread, moved by the operations of
+// goal/dsp/samplerateconverter.h. A state without a ring costs a few bytes, so that sources of a renderer
+// without the converter have no ring.
 //
 //     ring:   ... | taps frames under the filter | pushed, not yet reached | free ...
 //                  ^ readPosition (13.19)                                   ^ writeIndex
+//
+// A few frames are left there from block to block, mostly at its start, so that only a line or two of a
+// source's ring has to be near.
 
 #include <cstdint>
 
@@ -20,6 +24,10 @@ namespace goal {
 
 /// Length of every ring in frames, a power of two.
 inline constexpr std::uint32_t converterRingFrames = 1024;
+
+/// Floats from one channel of a ring to the next. Not a multiple of 2 KiB, at which all channels would
+/// compete for the same cache sets.
+inline constexpr std::uint32_t converterRingStride = converterRingFrames + 32;
 
 /// Bits of fraction in `readPosition` and `step`.
 inline constexpr std::uint32_t converterFractionBits = 19;
@@ -38,7 +46,7 @@ struct ConverterCursor {
     std::uint32_t filterShift = 0;  ///< log2 of the floats of one filter
     const hcml::BlendedSincFilter* series = nullptr;  ///< of SincBest, the converter's; null for the others
 
-    std::uint32_t writeIndex = 0;    ///< frames pushed, silence of the start included
+    std::uint32_t writeIndex = 0;    ///< end of what is in the ring, in frames of the same count
     std::uint32_t readPosition = 0;  ///< start of the filter's window in frames, 13.19 fixed point
     std::uint32_t step = 0;          ///< input frames per output frame, 13.19 fixed point, at least 1
     std::uint32_t silence = 0;       ///< frames pushed after the end of the data, while that is coming out
@@ -58,7 +66,7 @@ struct ConverterState : ConverterCursor {
 /// Of a source of several channels.
 struct MultiChannelConverterState : ConverterCursor {
     std::uint32_t channels = 2;
-    hcml::FloatTupleVector ring;  ///< 1024 frames of `channels` samples, interleaved; or none, as above
+    hcml::FloatTupleVector ring;  ///< 1024 samples of each channel, a stride apart; or none, as above
 
     /// Another count brings a ring of that shape and the state of a source that starts; the same count keeps
     /// everything and allocates nothing. Throws slib::OutOfMemoryException and then changes nothing.

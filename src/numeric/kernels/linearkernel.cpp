@@ -109,8 +109,26 @@ void InterpolateInWindows(float* output, std::uint32_t count, const float* input
     if (done < count) InterpolateRest<windows>(output + done, count - done, input, walk);
 }
 
+// At a step of one frame the factors are the same for all, and the inputs lie as the outputs do.
+void InterpolateEven(float* output, std::uint32_t count, const float* input, LinearWalk walk) {
+    if (count < lanes) return InterpolateEach(output, count, input, walk);
+    const Floats d;
+    const float* at = input + (walk.position >> 16);
+    const auto fraction = static_cast<float>(static_cast<std::int32_t>(walk.position % oneFrame));
+    const auto before = hn::Set(d, 65536.0f - fraction), after = hn::Set(d, fraction);
+    const auto interpolate = [&](std::size_t k) {
+        hn::StoreU(hn::Add(hn::Mul(before, hn::LoadU(d, at + k - 1)), hn::Mul(after, hn::LoadU(d, at + k))),
+                   d, output + k);
+    };
+    for (std::size_t k = 0; k < count - lanes; k += lanes)
+        interpolate(k);
+    interpolate(count - lanes);
+}
+
 void Interpolate(float* output, std::uint32_t count, const float* input, LinearWalk walk) {
-    if (walk.step <= oneFrame)
+    if (walk.step == oneFrame)
+        InterpolateEven(output, count, input, walk);
+    else if (walk.step < oneFrame)
         InterpolateInWindows<1>(output, count, input, walk);
     else if (walk.step <= 2 * oneFrame)
         InterpolateInWindows<2>(output, count, input, walk);

@@ -1,5 +1,8 @@
 #include "numeric/kernels/sinckernel.h"
 
+#include <bit>
+#include <cstddef>
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "numeric/kernels/sinckernel.cpp"
 #include "hwy/foreach_target.h"
@@ -10,9 +13,11 @@ namespace hcml::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
+constexpr std::uint32_t oneFrame = 1U << 19;
+
 template <std::uint32_t taps>
 HWY_INLINE const float* Row(const float* rows, std::uint32_t position) {
-    return rows + std::size_t{taps} * ((position >> 13) % 64);
+    return rows + ((position >> (13 - std::countr_zero(taps))) & (63 * taps));
 }
 
 // Folds 2^n products to one.
@@ -69,6 +74,11 @@ HWY_INLINE std::uint32_t ProduceVectors(float*, std::uint32_t, const float*, con
     return 0;
 }
 
+template <std::uint32_t taps>
+HWY_INLINE std::uint32_t ProduceEven(float*, std::uint32_t, const float*, const float*, std::uint32_t) {
+    return 0;
+}
+
 template <std::uint32_t>
 HWY_INLINE std::uint32_t ProduceBlendedVectors(float*, std::uint32_t, const float*, const BlendedSincFilter&,
                                                SincWalk) {
@@ -115,17 +125,52 @@ HWY_INLINE hn::Vec<D> ProduceVector(D d, const float* input, const float* rows, 
     return FoldFour(d, p[0], p[1], p[2], p[3]);
 }
 
-// Returns how many outputs it wrote.
+// Returns how many outputs it wrote: all, unless they are fewer than a vector. The last vector may make some
+// a second time.
 template <std::uint32_t taps>
 HWY_INLINE std::uint32_t ProduceVectors(float* output, std::uint32_t count, const float* input,
                                         const float* rows, SincWalk walk) {
     // Wider vectors would spend on folding what they save in products.
     const hn::CappedTag<float, taps == 4 ? 4 : 8> d;
     constexpr std::uint32_t lanes = hn::MaxLanes(d);
-    std::uint32_t done = 0;
-    for (; count - done >= lanes; done += lanes, walk.position += lanes * walk.step)
-        hn::StoreU(ProduceVector<taps>(d, input, rows, walk), d, output + done);
-    return done;
+    if (count < lanes) return 0;
+    const auto produce = [&](std::uint32_t k) {
+        const SincWalk at{walk.position + k * walk.step, walk.step};
+        hn::StoreU(ProduceVector<taps>(d, input, rows, at), d, output + k);
+    };
+    for (std::uint32_t k = 0; k < count - lanes; k += lanes)
+        produce(k);
+    produce(count - lanes);
+    return count;
+}
+
+// The products of a vector of outputs one frame apart, of every `stride`-th tap from `first` on, folded.
+template <std::uint32_t taps, std::uint32_t first, std::uint32_t stride, class D>
+HWY_INLINE hn::Vec<D> FoldedEven(D d, const float* windows, const hn::Vec<D>* row) {
+    if constexpr (stride == taps)
+        return hn::Mul(row[first], hn::LoadU(d, windows + first));
+    else
+        return hn::Add(FoldedEven<taps, first, 2 * stride>(d, windows, row),
+                       FoldedEven<taps, first + stride, 2 * stride>(d, windows, row));
+}
+
+// As ProduceVectors for a step of one frame, at which all outputs take the same row. Lane by lane that is the
+// same sum, and nothing has to be folded across a vector.
+template <std::uint32_t taps>
+HWY_INLINE std::uint32_t ProduceEven(float* output, std::uint32_t count, const float* input,
+                                     const float* rows, std::uint32_t position) {
+    const hn::CappedTag<float, 16> d;
+    constexpr std::uint32_t lanes = hn::MaxLanes(d);
+    if (count < lanes) return 0;
+    const float* weights = Row<taps>(rows, position);
+    hn::Vec<decltype(d)> row[taps];
+    for (std::uint32_t t = 0; t < taps; ++t)
+        row[t] = hn::Set(d, weights[t]);
+    const float* windows = input + (position >> 19);
+    for (std::uint32_t k = 0; k < count - lanes; k += lanes)
+        hn::StoreU(FoldedEven<taps, 0, 1>(d, windows + k, row), d, output + k);
+    hn::StoreU(FoldedEven<taps, 0, 1>(d, windows + (count - lanes), row), d, output + (count - lanes));
+    return count;
 }
 
 // Adds the upper half of a vector to the lower until four values are left.
@@ -167,29 +212,35 @@ HWY_INLINE auto BlendedProducts(D d, const BlendedPlace& place, std::size_t taps
     return FoldToFour(d, lower[0]);
 }
 
-// Returns how many outputs it wrote.
+// Returns how many outputs it wrote, as ProduceVectors does.
 template <std::uint32_t fixedTaps>
 HWY_INLINE std::uint32_t ProduceBlendedVectors(float* output, std::uint32_t count, const float* input,
                                                const BlendedSincFilter& filter, SincWalk walk) {
     const hn::CappedTag<float, 16> d;
     const hn::CappedTag<float, 4> four;
-    std::uint32_t done = 0;
-    for (; count - done >= 4; done += 4) {
+    if (count < 4) return 0;
+    const auto produce = [&](std::uint32_t k) {
+        std::uint32_t position = walk.position + k * walk.step;
         hn::Vec<decltype(four)> p[4];
         for (auto& products : p) {
-            products = BlendedProducts<fixedTaps>(d, PlaceOf(input, filter, walk.position), filter.taps);
-            walk.position += walk.step;
+            products = BlendedProducts<fixedTaps>(d, PlaceOf(input, filter, position), filter.taps);
+            position += walk.step;
         }
-        hn::StoreU(FoldFour(four, p[0], p[1], p[2], p[3]), four, output + done);
-    }
-    return done;
+        hn::StoreU(FoldFour(four, p[0], p[1], p[2], p[3]), four, output + k);
+    };
+    for (std::uint32_t k = 0; k < count - 4; k += 4)
+        produce(k);
+    produce(count - 4);
+    return count;
 }
 
 #endif
 
 template <std::uint32_t taps>
 void ProduceRun(float* output, std::uint32_t count, const float* input, const float* rows, SincWalk walk) {
-    std::uint32_t done = ProduceVectors<taps>(output, count, input, rows, walk);
+    std::uint32_t done = 0;
+    if (walk.step == oneFrame) done = ProduceEven<taps>(output, count, input, rows, walk.position);
+    if (done == 0) done = ProduceVectors<taps>(output, count, input, rows, walk);
     for (; done < count; ++done)
         output[done] = ProduceOne<taps>(input, rows, walk.position + done * walk.step);
 }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <memory>
 #include <numbers>
@@ -346,6 +347,54 @@ TEST(SincBestReader, EndOfDataAtTheEndOfABlock_IsHeardInTheNext) {
     EXPECT_EQ(parts.source.state, SourceState::Stopped);
     ASSERT_TRUE(std::any_of(second[0].begin(), second[0].begin() + 12, [](double v) { return v != 0; }));
     EXPECT_TRUE(std::equal(second[0].begin(), second[0].end(), block[0].begin() + 500));
+}
+
+/// Buffers of a few frames and of many, of one format after the other, at odd addresses of the game's memory
+/// or copied. Floats are as great as values of 16 bits, so that all count alike.
+struct MixedQueue : Playing {
+    explicit MixedQueue(bool looping) : Playing(AL_FORMAT_MONO16, {1}, looping) {
+        source.queue = {};
+        buffers.clear();
+        std::minstd_rand random(11);
+        for (const std::uint32_t frames : {3, 1, 400, 1, 2, 1, 7, 300, 5, 1, 1, 900, 2, 33}) {
+            const std::size_t kind =
+                buffers.size() % 4;  // at first 16 bits, whose scale is that of the queue
+            const std::uint32_t size = frames * (kind == 0 ? 2 : kind == 1 ? 1 : 4);
+            bytes.emplace_back(1 + size);
+            for (std::uint8_t* at = &bytes.back()[1]; at < &bytes.back()[1] + size; ++at)
+                *at = static_cast<std::uint8_t>(random());
+            for (std::uint32_t i = 0; kind > 1 && i < size; i += 4) {
+                const auto value = static_cast<float>(static_cast<std::int16_t>(random()));
+                std::memcpy(&bytes.back()[1 + i], &value, 4);
+            }
+            constexpr std::int32_t formats[]{AL_FORMAT_MONO16, AL_FORMAT_MONO_MULAW, AL_FORMAT_MONO_FLOAT32,
+                                             AL_FORMAT_MONO_FLOAT32};
+            buffers.push_back(
+                std::make_shared<Buffer>(1, formats[kind], 48000.0F, &bytes.back()[1], size, kind == 3));
+            source.queue.append(buffers.back().get());
+        }
+    }
+
+    std::vector<std::vector<std::uint8_t>> bytes;
+};
+
+TEST(SourceReader, ShortBuffersOfManyFormats_AreOneSignalAcrossTheirSeams) {
+    for (const Quality quality : {Off, Linear, SincLow, SincMedium, SincHigh, SincBest}) {
+        for (const double pitch : {1.0, 44.1 / 48, 2.6}) {
+            SCOPED_TRACE(testing::Message() << pitch << " " << static_cast<int>(quality));
+            MixedQueue playing(quality != SincBest);
+            const Signal signal(playing);
+            // To some frames before the end where it isn't a loop.
+            const auto frames = static_cast<std::uint32_t>(1000 / pitch);
+            const Block block = playing.Read(quality, pitch, {frames / 2, 1, 15, frames});
+            const auto step = std::llround(pitch * 65536);
+            ExpectNear(block, quality == Linear ? 65536 / 32.0 : 1 / 32.0, [&](auto k, auto c) {
+                if (quality == Off) return signal.At(k * step >> 16, c);
+                return quality == Linear ? signal.Linear(k * step, c)
+                                         : Sinc(ConverterOf(quality), pitch, signal, k, c);
+            });
+        }
+    }
 }
 
 TEST(SourceReader, StepManyLapsLong_LandsWhereSingleStepsWould) {
