@@ -80,7 +80,7 @@ private:
         Nap(dice.Below(200));  // of a game that doesn't know yet
         SetHandle(nullptr);
         alcDestroyContext(context);
-        world.foldback.HearAll();
+        testing_support::WaitForTasks();
         if (world.foldback.IsRunning()) world.Fault("Foldback never told its end.");
     }
 
