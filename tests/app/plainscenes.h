@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -84,7 +85,7 @@ inline std::vector<unsigned char> Bytes(const Sound& sound) {
 
 /// A sound, and what the game sets before it starts and then, if it loops, while it plays.
 struct Row {
-    const char* name;
+    std::string name;
     Sound sound;
     std::vector<Scene> stages;
 };
@@ -157,7 +158,7 @@ inline const std::vector<Row> filters = {
     {"high-pass that changes", loop, {{.gainLF = 0.5F}, {.gainLF = 0.1F}, {.gain = 0.5F, .gainLF = 0.9F}}},
     {"high-pass that closes", loop, {{}, {.gainLF = 0.4F}}},
     {"stereo, filtered", stereo, {{.gain = 0.7F, .filterGain = 0.8F, .gainHF = 0.3F, .gainLF = 0.6F}}},
-    {"stereo that is muffled", Looping(stereo), {{.gainHF = 0.3F}, {.gainHF = 0, .gainLF = 0.6F}}},
+    {"stereo that is muffled", Looping(stereo), {{.gain = 0.5F, .gainHF = 0.3F}, {.gain = 0.5F, .gainHF = 0, .gainLF = 0.6F}}},
 };
 
 inline const std::vector<Row> openings = {
@@ -172,7 +173,7 @@ inline std::vector<Row> Distances() {
         for (const auto& [name, model] : {std::pair{"inverse", AL_INVERSE_DISTANCE}, {"inverse clamped", AL_INVERSE_DISTANCE_CLAMPED},
                                           {"linear", AL_LINEAR_DISTANCE}, {"linear clamped", AL_LINEAR_DISTANCE_CLAMPED},
                                           {"exponent", AL_EXPONENT_DISTANCE}, {"exponent clamped", AL_EXPONENT_DISTANCE_CLAMPED}})
-            rows.push_back({name, Mono(48000, 600), {{.gain = 0.5F, .model = model, .reference = 2, .maxDistance = 20, .rolloff = 0.7F, .position = {distance, 0, 0}}}});
+            rows.push_back({std::string(name).append(" at ").append(std::to_string(static_cast<int>(distance))), Mono(48000, 600), {{.gain = 0.5F, .model = model, .reference = 2, .maxDistance = 20, .rolloff = 0.7F, .position = {distance, 0, 0}}}});
     return rows;
 }
 inline const std::vector<Row> distances = Distances();
