@@ -157,6 +157,7 @@ protected:
     }
     ~PlainSound() override {
         alcDestroyContext(context);
+        testing_support::WaitForTasks();  // the ear hears them
         goal::TheProcess().engine.device.bufferPool.Clear();
         alcCloseDevice(device);
         ForgetConfiguration();
