@@ -14,6 +14,7 @@
 #include "app/goaldll/process.h"
 #include "tests/support/defaultdocument.h"
 #include "tests/support/randomgame.h"
+#include "tests/support/tasks.h"
 #include "tests/support/temporaryfolder.h"
 
 namespace soak {
