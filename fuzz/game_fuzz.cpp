@@ -14,6 +14,7 @@
 #include "fuzz/check.h"
 #include "tests/support/defaultdocument.h"
 #include "tests/support/randomgame.h"
+#include "tests/support/tasks.h"
 #include "tests/support/temporaryfolder.h"
 
 namespace {
@@ -68,7 +69,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         secondThread.join();
         alcDestroyContext(world.context);
     }
-    world.foldback.HearAll();
+    testing_support::WaitForTasks();
     Check(!world.foldback.IsRunning());
     Check(world.faults == 0);
     return 0;

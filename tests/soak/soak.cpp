@@ -14,6 +14,7 @@
 #include "app/goaldll/process.h"
 #include "tests/support/defaultdocument.h"
 #include "tests/support/randomgame.h"
+#include "tests/support/tasks.h"
 #include "tests/support/temporaryfolder.h"
 
 namespace soak {
@@ -80,7 +81,7 @@ private:
         Nap(dice.Below(200));  // of a game that doesn't know yet
         SetHandle(nullptr);
         alcDestroyContext(context);
-        world.foldback.HearAll();
+        testing_support::WaitForTasks();
         if (world.foldback.IsRunning()) world.Fault("Foldback never told its end.");
     }
 

@@ -12,9 +12,8 @@
 #include <vector>
 
 #include "AL/tessarune.h"
-#include "slib/mutex.h"
-#include "slib/task.h"
 #include "tests/support/dice.h"
+#include "tests/support/tasks.h"
 
 namespace testing_support {
 
@@ -30,7 +29,7 @@ public:
     /// Requests foldback into a ring of any shape. Nothing while it runs; a request that was refused, of
     /// which no event tells, is made again.
     void Start(Dice& dice) {
-        HearAll();
+        WaitForTasks();
         const std::lock_guard lock(mutex);
         if (isRunning) return;
         if (samples.empty()) {
@@ -44,12 +43,6 @@ public:
         alRequestFoldbackStart(mode, blocks, frames, samples.data(), Hear);
     }
 
-    /// Waits until all events have been heard that were sent before.
-    void HearAll() {
-        slib::TaskQueue::Add(std::make_unique<Mark>(allHeard));
-        allHeard.Wait();
-    }
-
     /// The start was told, and the end wasn't.
     bool IsRunning() {
         const std::lock_guard lock(mutex);
@@ -57,12 +50,6 @@ public:
     }
 
 private:
-    struct Mark : slib::Task {
-        explicit Mark(slib::Semaphore& passed) : passed(passed) {}
-        void Run() override { passed.Post(); }
-        slib::Semaphore& passed;
-    };
-
     static void AL_APIENTRY Hear(ALenum event, ALsizei block) { only->Take(event, block); }
 
     void Take(ALenum event, ALsizei block) {
@@ -77,7 +64,6 @@ private:
 
     static inline FoldbackRing* only = nullptr;
     const std::function<void()> fault;
-    slib::Semaphore allHeard;
     std::mutex mutex;
     std::vector<ALfloat> samples;
     ALenum mode = AL_FOLDBACK_MODE_MONO;

@@ -20,6 +20,7 @@ constexpr EffectsTier least{EffectsQuality::Low, true, SampleRateConversion::Lin
 constexpr EffectsTier low{EffectsQuality::Medium, false, SampleRateConversion::Linear};
 constexpr EffectsTier middle{EffectsQuality::High, false, SampleRateConversion::SincLow};
 constexpr EffectsTier most{EffectsQuality::High, false, SampleRateConversion::SincMedium};
+constexpr EffectsTier best{EffectsQuality::High, false, SampleRateConversion::SincBest};
 
 struct Row {
     double bound;  // of the power, which lies below it
@@ -38,14 +39,19 @@ constexpr std::array<Row, 7> rows{{
     {std::numeric_limits<double>::infinity(), most, 4, 3},
 }};
 
-const Row& RowOf(double power) {
+// On top of them, from that power on.
+constexpr double refinedPower = 20;
+constexpr Row refinedRow{std::numeric_limits<double>::infinity(), best, 4, 3};
+
+const Row& RowOf(double power, Sound sound) {
+    if (sound == Sound::Refined && power >= refinedPower) return refinedRow;
     for (const Row& row : rows)
         if (power < row.bound) return row;
     return rows.back();
 }
 
 void Apply(const Row& row, GoalConfig& goalConfig) {
-    goalConfig = GoalConfig();
+    goalConfig = GoalConfig{.sound = goalConfig.sound};
     goalConfig.order = row.order;
     SetEffectsQuality(goalConfig, row.effects.quality);
     goalConfig.onlyOneReverb = row.effects.onlyOneReverb;
@@ -60,7 +66,7 @@ void SelectSettings(GoalConfig& goalConfig, unsigned processors, double rating, 
     log->Write("Autoselecting game settings using performance rating " + std::to_string(processors) + "@" +
                    std::to_string(static_cast<long long>(rating * 100 + 0.5)) + ".",
                false);
-    Apply(RowOf(processors * rating), goalConfig);
+    Apply(RowOf(processors * rating, goalConfig.sound), goalConfig);
 }
 
 void SelectProvisionalSettings(GoalConfig& goalConfig) {

@@ -48,6 +48,10 @@ bool SharedConfiguration::IsChoiceOpen() {
 
 void SharedConfiguration::CompleteChoice() {
     GoalConfig chosen;
+    {
+        const slib::Lock lock(configurationMutex);
+        chosen.sound = configuration.goalConfig.sound;
+    }
     autoselect.atLast(chosen, log);
     const slib::Lock lock(configurationMutex);
     const bool isStored = std::exchange(isStorePending, false);

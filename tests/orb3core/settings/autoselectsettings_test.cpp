@@ -13,10 +13,11 @@ namespace {
 
 using orb3::GoalConfig;
 
-GoalConfig SelectedAt(double power) {
+GoalConfig SelectedAt(double power, orb3::Sound sound = orb3::Sound::Refined) {
     testing_support::RecordingLog log;
     GoalConfig settings;
     settings.gain = 0.5;
+    settings.sound = sound;
     orb3::SelectSettings(settings, 2, power / 2, &log);
     EXPECT_EQ(log.lines, "I:Autoselecting game settings using performance rating 2@" +
                              std::to_string(std::lround(power * 50)) + ".");
@@ -39,6 +40,12 @@ TEST(Autoselect, Power_SelectsWhatTheMachineCarriesAndElseTheDefaults) {
     EXPECT_EQ(SelectedAt(1.19), weak);
     EXPECT_EQ(SelectedAt(2.3).order, 2);
     EXPECT_EQ(SelectedAt(4.7), strong);
+    EXPECT_EQ(SelectedAt(19.9), strong);
+    strong.sound = orb3::Sound::Classic;
+    EXPECT_EQ(SelectedAt(20, orb3::Sound::Classic), strong);
+    strong.sound = orb3::Sound::Refined;
+    strong.sampleRateConversion = orb3::SampleRateConversion::SincBest;
+    EXPECT_EQ(SelectedAt(20), strong);
 }
 
 TEST(Autoselect, Measurement_TakesASecondAndCountsItsPasses) {

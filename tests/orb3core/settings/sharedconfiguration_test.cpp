@@ -87,6 +87,7 @@ TEST_F(SharedConfiguration, AChoiceThatIsPutOff_IsStoredAndPendingOnceItIsMade) 
     EXPECT_TRUE(shared.IsChoiceOpen());
     orb3::Configuration found = Unusual();
     found.goalConfig.order = 2;
+    found.goalConfig.sound = orb3::Sound::Classic;
     shared.StoreConfiguration(found);
     EXPECT_FALSE(std::filesystem::exists(folder.UserFile()));
     shared.CompleteChoice();
