@@ -211,15 +211,16 @@ void RunHighAlong(const Work& work, std::uint32_t from, std::uint32_t count, flo
     }
 }
 
-// The same at the gains of the state.
-void RunHigh(const Work& work, std::uint32_t from, std::uint32_t count) {
+// The same at the gains of the state. `opens` says that they get to be open here: the plain stage has the
+// last row of its tables act on what the section still holds.
+void RunHigh(const Work& work, std::uint32_t from, std::uint32_t count, bool opens = false) {
     const float gain = work.state.gain;
     const std::uint32_t row = FilterRowIndex(work.state.gainHF);
     for (std::uint32_t c = 0; c < work.channels; ++c) {
         const float* input = work.input[c] + from;
         float* output = work.output[c] + from;
         const SectionMemory memory = HighMemory(work, c);
-        if (IsOpen(row)) {
+        if (IsOpen(row) && !opens) {
             Scale(input, output, WholeGroups(work, from, count), gain);
             memory.Clear();
         } else if (work.secondOrder) {
@@ -273,15 +274,15 @@ void DieAway(const Work& work, std::uint32_t from, std::uint32_t count) {
     work.state.lowTail = 0;
 }
 
-// The low section in place on a range of frames of all channels, at the gain of the state.
-void RunLow(const Work& work, std::uint32_t from, std::uint32_t count) {
+// The low section in place on a range of frames of all channels, at the gain of the state. `opens` as above.
+void RunLow(const Work& work, std::uint32_t from, std::uint32_t count, bool opens = false) {
     const std::uint32_t row = FilterRowIndex(work.state.gainLF);
     if (IsOpen(row) && work.state.lowTail != 0) return DieAway(work, from, count);
     work.state.lowTail = 0;
     for (std::uint32_t c = 0; c < work.channels; ++c) {
         float* samples = work.output[c] + from;
         const SectionMemory memory = LowMemory(work, c);
-        if (IsOpen(row)) {
+        if (IsOpen(row) && !opens) {
             memory.Clear();
         } else if (work.secondOrder) {
             RunLowSecondOrder(work.tables, row, samples, count, memory);
@@ -306,6 +307,7 @@ std::uint32_t WalkHigh(const Work& work, const Targets& targets) {
     std::uint32_t position = 0;
     while ((state.gain != targets.gain || state.gainHF != targets.gainHF) && work.frames - position >= step) {
         const bool wasOpen = IsOpenAt(state.gainHF);
+        const bool opens = !work.tables.isRefined && state.gainHF != targets.gainHF;
         const float gainBefore = state.gain;
         state.gain = work.tables.Step(state.gain, targets.gain, work.floorScale);
         state.gainHF = work.tables.Step(state.gainHF, targets.gainHF, work.floorScale);
@@ -313,7 +315,7 @@ std::uint32_t WalkHigh(const Work& work, const Targets& targets) {
         if (work.tables.isRefined && gainBefore != state.gain)
             RunHighAlong(work, position, step, gainBefore);
         else
-            RunHigh(work, position, step);
+            RunHigh(work, position, step, opens);
         position += step;
     }
     return position;
@@ -336,7 +338,7 @@ void PassLow(const Work& work, const Targets& targets) {
         const std::uint32_t before = FilterRowIndex(state.gainLF);
         state.gainLF = work.tables.Step(state.gainLF, targets.gainLF, work.floorScale);
         if (work.tables.isRefined && !IsOpen(before) && IsOpenAt(state.gainLF)) state.lowTail = before;
-        RunLow(work, position, step);
+        RunLow(work, position, step, !work.tables.isRefined);
         position += step;
     }
     RunLow(work, position, work.frames - position);
