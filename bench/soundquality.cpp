@@ -18,9 +18,6 @@
 
 namespace {
 
-using testing_support::Change;
-using testing_support::Place;
-using testing_support::Scene;
 using testing_support::Signal;
 
 constexpr double rate = 48000;
@@ -106,105 +103,6 @@ orb3::Sound SoundOf(bool isRefined) {
     return isRefined ? orb3::Sound::Refined : orb3::Sound::Classic;
 }
 
-struct Click {
-    const char* what;
-    Change change;
-    Change prepare = [](Scene&) {};
-};
-
-void SetState(Scene& scene, goal::SourceState state) {
-    goal::Source& source = scene.Change();
-    source.state = state;
-    source.stateChanged = true;
-}
-
-void Seek(Scene& scene, std::uint64_t frame) {
-    SetState(scene, goal::SourceState::Playing);
-    scene.application.sources[0].position = frame << 16;
-}
-
-// A send of the source, which isn't heard itself, into an effect that passes it on.
-void SendTo(Scene& scene, std::int32_t effectType) {
-    scene.AddSlot(effectType);
-    scene.AddSlot(effectType);
-    goal::Source& source = scene.Change();
-    source.directFilter.gain = 0;
-    source.sends.append({1, 0, {}});
-}
-
-void SendIntoTheRoom(Scene& scene) {
-    SendTo(scene, AL_EFFECT_EAXREVERB);
-}
-
-void SendToTheEqualizer(Scene& scene) {
-    SendTo(scene, AL_EFFECT_EQUALIZER);
-}
-
-void TouchSlot(Scene& scene, const std::function<void(goal::AuxSlotParameters&)>& change) {
-    change(scene.application.slots[0]);
-    scene.application.slots[0].dirty = true;
-}
-
-void Turn(Scene& scene) {
-    scene.application.listenerAt = {-1, 0, 0};
-}
-
-const std::vector<Click> clicks{
-    {"a source is stopped", [](Scene& scene) { SetState(scene, goal::SourceState::Stopped); }},
-    {"a source is paused", [](Scene& scene) { scene.Change().state = goal::SourceState::Paused; }},
-    {"a source goes on after a pause", [](Scene& scene) { SetState(scene, goal::SourceState::Playing); },
-     [](Scene& scene) { scene.Change().state = goal::SourceState::Paused; }},
-    {"a source is sent to another place of its buffer", [](Scene& scene) { Seek(scene, 12345); }},
-    {"a source gets a buffer of silence",
-     [](Scene& scene) {
-         scene.Add(Signal(240));
-         scene.application.sources[1].state = goal::SourceState::Initial;
-         Seek(scene, 0);
-         scene.application.sources[0].queue = scene.application.sources[1].queue;
-         scene.application.sources[0].queueDirty = true;
-     }},
-    {"a source is deleted",
-     [](Scene& scene) {
-         SetState(scene, goal::SourceState::Stopped);
-         scene.application.sources[0].deleted = true;
-     }},
-    {"a source jumps to the other side",
-     [](Scene& scene) {
-         Place(scene.Change(), {0, 0, 1});
-     }},
-    {"a source's gain goes to 0", [](Scene& scene) { scene.Change().gain = 0; }},
-    {"the listener turns by 90 degrees", Turn},
-    {"the listener's gain is halved", [](Scene& scene) { scene.application.listenerGain = 0.5F; }},
-    {"a send into a room gets a filter", [](Scene& scene) { scene.Change().sends[0].filter.gain = 0.2F; },
-     SendIntoTheRoom},
-    {"a send goes to another slot", [](Scene& scene) { scene.Change().sends[0].slotName = 2; },
-     SendToTheEqualizer},
-    {"a send is taken off", [](Scene& scene) { scene.Change().sends[0].slotName = 0; }, SendToTheEqualizer},
-    {"a slot is deleted", [](Scene& scene) { TouchSlot(scene, [](auto& slot) { slot.deleted = true; }); },
-     SendToTheEqualizer},
-    {"a slot gets another effect",
-     [](Scene& scene) {
-         TouchSlot(scene, [](auto& slot) { goal::fx::SetEffectType(slot.effect, AL_EFFECT_COMPRESSOR); });
-     },
-     SendToTheEqualizer},
-    {"the listener turns by 90 degrees in a room", Turn, SendIntoTheRoom}};
-
-// A circle of 5 metres in four seconds.
-void Orbit(Scene& scene, double seconds) {
-    const double angle = pi2 * seconds / 4;
-    Place(scene.Change(),
-          {static_cast<float>(5 * std::sin(angle)), 0, static_cast<float>(-5 * std::cos(angle))});
-}
-
-// Past the listener at 10 metres a second, 5 metres away.
-void PassBy(Scene& scene, double seconds) {
-    Place(scene.Change(), {static_cast<float>(10 * (seconds - 2)), 0, -5});
-}
-
-void Tremble(Scene& scene, double seconds) {
-    scene.Change().gain = static_cast<float>(0.6 + 0.3 * std::sin(pi2 * 2 * seconds));
-}
-
 void Print(const std::string& what, const char* format, const std::function<double(bool)>& measure) {
     std::printf("| %s | ", what.c_str());
     std::printf(format, measure(false));
@@ -231,18 +129,15 @@ int main() {
                         frequency);
                 });
     }
-    for (const Click& click : clicks)
+    for (const testing_support::Click& click : testing_support::Clicks())
         Print(std::string("click when ") + click.what, "%.0f dB", [&](bool isRefined) {
             return testing_support::ClickOf(SoundOf(isRefined), blockFrames, click.prepare, click.change);
         });
-    const auto steps = [](const std::string& what, void (*move)(Scene&, double)) {
-        Print("steps of " + what + ", set 60 times a second", "%.0f dB", [&](bool isRefined) {
-            return testing_support::StepsOf(SoundOf(isRefined), blockFrames, move);
-        });
-    };
-    steps("a source on a circle, a round in 4 s", Orbit);
-    steps("a source that passes by at 10 m/s, 5 m away", PassBy);
-    steps("a gain of 0.6 +- 0.3, twice a second", Tremble);
+    for (const testing_support::Movement& movement : testing_support::Movements())
+        Print(std::string("steps of ") + movement.what + ", set 60 times a second", "%.0f dB",
+              [&](bool isRefined) {
+                  return testing_support::StepsOf(SoundOf(isRefined), blockFrames, movement.move);
+              });
     for (const double gain : {2.0, 4.0, 8.0})
         Print("frames above full scale at an onset of " + std::to_string(static_cast<int>(gain)) +
                   " times the ceiling",

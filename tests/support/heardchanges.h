@@ -12,6 +12,7 @@
 #include <numbers>
 #include <vector>
 
+#include "AL/efx.h"
 #include "tests/support/scene.h"
 
 namespace testing_support {
@@ -122,6 +123,121 @@ inline double StepsOf(orb3::Sound sound, std::uint32_t frames,
         }
     }
     return 10 * std::log10(std::max(all - tone, 1e-12 * all) / tone);
+}
+
+struct Click {
+    const char* what;
+    Change change;
+    Change prepare = [](Scene&) {};  ///< what the scene is before
+};
+
+inline void SetState(Scene& scene, goal::SourceState state) {
+    goal::Source& source = scene.Change();
+    source.state = state;
+    source.stateChanged = true;
+}
+
+inline void Seek(Scene& scene, std::uint64_t frame) {
+    SetState(scene, goal::SourceState::Playing);
+    scene.application.sources[0].position = frame << 16;
+}
+
+// A send of the source, which isn't heard itself, into an effect that passes it on.
+inline void SendTo(Scene& scene, std::int32_t effectType) {
+    scene.AddSlot(effectType);
+    scene.AddSlot(effectType);
+    goal::Source& source = scene.Change();
+    source.directFilter.gain = 0;
+    source.sends.append({1, 0, {}});
+}
+
+inline void SendIntoTheRoom(Scene& scene) {
+    SendTo(scene, AL_EFFECT_EAXREVERB);
+}
+
+inline void SendToTheEqualizer(Scene& scene) {
+    SendTo(scene, AL_EFFECT_EQUALIZER);
+}
+
+inline void TouchSlot(Scene& scene, const std::function<void(goal::AuxSlotParameters&)>& change) {
+    change(scene.application.slots[0]);
+    scene.application.slots[0].dirty = true;
+}
+
+inline void Turn(Scene& scene) {
+    scene.application.listenerAt = {-1, 0, 0};
+}
+
+/// All that a game may do to a source that sounds, to its sends and slots, and to the listener.
+inline std::vector<Click> Clicks() {
+    return {
+        {"a source is stopped", [](Scene& scene) { SetState(scene, goal::SourceState::Stopped); }},
+        {"a source is paused", [](Scene& scene) { scene.Change().state = goal::SourceState::Paused; }},
+        {"a source goes on after a pause", [](Scene& scene) { SetState(scene, goal::SourceState::Playing); },
+         [](Scene& scene) { scene.Change().state = goal::SourceState::Paused; }},
+        {"a source is sent to another place of its buffer", [](Scene& scene) { Seek(scene, 12345); }},
+        {"a source gets a buffer of silence",
+         [](Scene& scene) {
+             scene.Add(Signal(240));
+             scene.application.sources[1].state = goal::SourceState::Initial;
+             Seek(scene, 0);
+             scene.application.sources[0].queue = scene.application.sources[1].queue;
+             scene.application.sources[0].queueDirty = true;
+         }},
+        {"a source is deleted",
+         [](Scene& scene) {
+             SetState(scene, goal::SourceState::Stopped);
+             scene.application.sources[0].deleted = true;
+         }},
+        {"a source jumps to the other side",
+         [](Scene& scene) {
+             Place(scene.Change(), {0, 0, 1});
+         }},
+        {"a source's gain goes to 0", [](Scene& scene) { scene.Change().gain = 0; }},
+        {"the listener turns by 90 degrees", Turn},
+        {"the listener's gain is halved", [](Scene& scene) { scene.application.listenerGain = 0.5F; }},
+        {"a send into a room gets a filter", [](Scene& scene) { scene.Change().sends[0].filter.gain = 0.2F; },
+         SendIntoTheRoom},
+        {"a send goes to another slot", [](Scene& scene) { scene.Change().sends[0].slotName = 2; },
+         SendToTheEqualizer},
+        {"a send is taken off", [](Scene& scene) { scene.Change().sends[0].slotName = 0; },
+         SendToTheEqualizer},
+        {"a slot is deleted", [](Scene& scene) { TouchSlot(scene, [](auto& slot) { slot.deleted = true; }); },
+         SendToTheEqualizer},
+        {"a slot gets another effect",
+         [](Scene& scene) {
+             TouchSlot(scene, [](auto& slot) { goal::fx::SetEffectType(slot.effect, AL_EFFECT_COMPRESSOR); });
+         },
+         SendToTheEqualizer},
+        {"the listener turns by 90 degrees in a room", Turn, SendIntoTheRoom}};
+}
+
+// A circle of 5 metres in four seconds.
+inline void Orbit(Scene& scene, double seconds) {
+    const double angle = pi2 * seconds / 4;
+    Place(scene.Change(),
+          {static_cast<float>(5 * std::sin(angle)), 0, static_cast<float>(-5 * std::cos(angle))});
+}
+
+// Past the listener at 10 metres a second, 5 metres away.
+inline void PassBy(Scene& scene, double seconds) {
+    Place(scene.Change(), {static_cast<float>(10 * (seconds - 2)), 0, -5});
+}
+
+inline void Tremble(Scene& scene, double seconds) {
+    scene.Change().gain = static_cast<float>(0.6 + 0.3 * std::sin(pi2 * 2 * seconds));
+}
+
+struct Movement {
+    const char* what;
+    void (*move)(Scene&, double);
+    double limit;  ///< of its steps in the refined sound, in dB
+};
+
+inline std::vector<Movement> Movements() {
+    return {{"a source on a circle, a round in 4 s", Orbit, -70},
+            {"a source that passes by at 10 m/s, 5 m away", PassBy, -65},
+            {"a gain of 0.6 +- 0.3, twice a second", Tremble, -70}};
 }
 
 }  // namespace testing_support

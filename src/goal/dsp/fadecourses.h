@@ -11,7 +11,7 @@
 
 namespace goal {
 
-/// One block of a course, which rises from 0 before the first frame to 1 at the last.
+/// One block of a fade, which rises from 0 before the first frame to 1 at the last.
 struct CoursePart {
     const float* course;  ///< one factor for each frame of the block, in whole groups of four
     float share;          ///< of the way that is left, what the block goes of it
@@ -22,7 +22,8 @@ public:
     /// For blocks of `blockFrames` at `sampleRate` Hz. Throws slib::OutOfMemoryException.
     FadeCourses(double sampleRate, std::uint32_t blockFrames);
 
-    CoursePart Line() const { return {line.data, 1}; }
+    /// Of the same kind as the course of a fade, and to be gone all the way.
+    const float* Line() const { return line.data; }
 
     /// Of a fade of 4 ms its blocks, of which the last gets there.
     std::uint32_t FadeBlocks() const { return static_cast<std::uint32_t>(fade.size()); }

@@ -47,64 +47,103 @@ void AddMovingHeads(const hcml::FloatTupleVector& row, float* weights, const flo
 }
 
 MixBatch::MixBatch(std::uint32_t frames, std::uint32_t channelCount, std::uint32_t rowCount)
-    : frames(frames), channelCount(channelCount), rowCount(rowCount), rows(rowCount + 1), waiting(frames) {
+    : frames(frames),
+      channelCount(channelCount),
+      rowCount(rowCount),
+      rows(rowCount + 1),
+      waiting(frames),
+      slopes(frames, channelCount),
+      line(frames) {
+    for (std::uint32_t i = 0; i < frames; ++i)
+        line.data[i] = static_cast<float>((i + 1.0) / frames);
     for (hcml::FloatTupleVector& row : rows)
         row.resize(frames);
 }
 
 void MixBatch::Add(const float* weights, hcml::ac::Bus& bus) {
-    Append(weights, {});
-    if (count >= rowCount) Flush(bus);
+    std::copy_n(weights, channelCount, Append({}));
+    FlushIfFull(bus);
 }
 
 void MixBatch::AddMoving(const float* weights, SourceFilterState& path, float step, hcml::ac::Bus& bus) {
     if (!std::exchange(path.coefficientsValid, true))
         std::copy_n(weights, channelCount, path.coefficients.begin());
-    Append(weights, {.previous = path.coefficients.data(), .step = step});
-    if (count >= rowCount) Flush(bus);
+    float* const targets = Append({.previous = path.coefficients.data(), .step = step});
+    std::copy_n(weights, channelCount, targets);
+    movements[count - 1].targets = targets;
+    FlushIfFull(bus);
 }
 
 void MixBatch::AddAlong(const float* from, const float* to, const float* course, hcml::ac::Bus& bus) {
-    Append(from, {.course = course});
-    std::array<float, hcml::mostBusChannels> way;
+    std::copy_n(from, channelCount, Append({.course = course}));
+    float* const way = Append({});
     for (std::uint32_t c = 0; c < channelCount; ++c)
         way[c] = to[c] - from[c];
-    Append(way.data(), {});
-    if (count >= rowCount) Flush(bus);
+    FlushIfFull(bus);
 }
 
-void MixBatch::Append(const float* weights, Movement movement) {
-    std::copy_n(weights, channelCount, coefficients[count].begin());
+void MixBatch::AddInLine(const float* from, const float* to, float scale, hcml::ac::Bus& bus) {
+    movements[count] = {};
+    float* const weights = inLine.Append(rows[count++].data);
+    for (std::uint32_t c = 0; c < channelCount; ++c) {
+        weights[c] = from[c] * scale;
+        weights[channelCount + c] = (to[c] - from[c]) * scale;
+    }
+    FlushIfFull(bus);
+}
+
+// The row's weights are to be written to the result.
+float* MixBatch::Append(const Movement& movement) {
     movements[count] = movement;
-    ++count;
+    return steady.Append(rows[count++].data);
+}
+
+void MixBatch::FlushIfFull(hcml::ac::Bus& bus) {
+    if (count >= rowCount) Flush(bus);
 }
 
 // A row that can't be mixed becomes one that adds nothing.
 void MixBatch::Settle(std::uint32_t row, hcml::ac::Bus& bus) {
-    const auto [previous, step, course] = movements[row];
+    const Movement& movement = movements[row];
     const bool isFinite = hcml::IsFiniteRow(rows[row].data, frames);
     if (!isFinite) rows[row].clear();
-    if (course != nullptr)
-        hcml::MultiplyRows(rows[row + 1].data, rows[row].data, course, rows[row].tuples);
-    else if (previous != nullptr && isFinite)
-        AddMovingHeads(rows[row], previous, coefficients[row].data(), step, bus);
+    if (movement.course != nullptr)
+        hcml::MultiplyRows(rows[row + 1].data, rows[row].data, movement.course, rows[row].tuples);
+    else if (movement.previous != nullptr && isFinite)
+        AddMovingHeads(rows[row], movement.previous, movement.targets, movement.step, bus);
 }
 
 void MixBatch::Flush(hcml::ac::Bus& bus) {
     waiting.Run();
     for (std::uint32_t row = 0; row < count; row += movements[row].course != nullptr ? 2 : 1)
         Settle(row, bus);
-    std::array<const float*, mostRows + 1> sources{};
-    for (std::uint32_t s = 0; s < count; ++s)
-        sources[s] = rows[s].data;
-    hcml::MixSources({.channels = bus.channels,
-                      .channelCount = channelCount,
-                      .sources = sources.data(),
-                      .sourceCount = count,
-                      .coefficients = coefficients.front().data(),
-                      .coefficientStride = hcml::mostBusChannels,
-                      .vectors = bus.vectors});
     count = 0;
+    const auto mix = [&](float* const* channels, std::uint32_t channelsOfGroup, auto& group) {
+        hcml::MixSources({.channels = channels,
+                          .channelCount = channelsOfGroup,
+                          .sources = group.rows.data(),
+                          .sourceCount = std::exchange(group.count, 0),
+                          .coefficients = group.coefficients.front().data(),
+                          .coefficientStride = static_cast<std::uint32_t>(group.coefficients.front().size()),
+                          .vectors = bus.vectors});
+    };
+    if (steady.count > 0) mix(bus.channels, channelCount, steady);
+    if (inLine.count == 0) return;
+    hasSlopes = true;
+    std::array<float*, std::size_t{2} * hcml::mostBusChannels> both;
+    std::copy_n(bus.channels, channelCount, both.begin());
+    std::copy_n(slopes.channels, channelCount, both.begin() + channelCount);
+    mix(both.data(), 2 * channelCount, inLine);
+}
+
+void MixBatch::Finish(hcml::ac::Bus& bus) {
+    Flush(bus);
+    if (!std::exchange(hasSlopes, false)) return;
+    for (std::uint32_t c = 0; c < channelCount; ++c) {
+        hcml::MultiplyRows(slopes.channels[c], slopes.channels[c], line.data, bus.vectors);
+        hcml::MultiplyAddRow(bus.channels[c], slopes.channels[c], 1, bus.vectors);
+    }
+    slopes.clear();
 }
 
 }  // namespace goal

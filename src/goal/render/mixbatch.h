@@ -51,28 +51,54 @@ public:
     void AddAlong(const float* from, const float* to, const float* course,
                   hcml::ac::Bus& bus) SLIB_NONBLOCKING;
 
+    /// The same in a line over the block, for a row whose samples times `scale` are at full scale 1. All rows
+    /// of a block that move so have their slopes summed in a bus of its own, which Finish adds along the line.
+    void AddInLine(const float* from, const float* to, float scale, hcml::ac::Bus& bus) SLIB_NONBLOCKING;
+
     /// Adds all rows gathered to the bus.
     void Flush(hcml::ac::Bus& bus) SLIB_NONBLOCKING;
 
+    /// The same, and what was added in a line in this block.
+    void Finish(hcml::ac::Bus& bus) SLIB_NONBLOCKING;
+
 private:
-    // What the weights of a row were; null when they don't change.
+    // What else happens to a row at the Flush.
     struct Movement {
-        float* previous = nullptr;
+        float* previous = nullptr;       // weights that move to its targets sample by sample; null for none
+        const float* targets = nullptr;  // of these
         float step = 0;
-        const float* course = nullptr;  // the next row is this one along it
+        const float* course = nullptr;  // the next row is this one along it; null for none
     };
 
-    void Append(const float* weights, Movement movement);
+    // Rows whose products have as many channels.
+    template <std::uint32_t mostChannels>
+    struct Group {
+        std::array<const float*, mostRows + 1> rows;
+        std::array<std::array<float, mostChannels>, mostRows + 1> coefficients;
+        std::uint32_t count = 0;
+
+        float* Append(const float* row) {
+            rows[count] = row;
+            return coefficients[count++].data();
+        }
+    };
+
+    float* Append(const Movement& movement);
     void Settle(std::uint32_t row, hcml::ac::Bus& bus);
+    void FlushIfFull(hcml::ac::Bus& bus);
 
     const std::uint32_t frames;
     const std::uint32_t channelCount;
     const std::uint32_t rowCount;  // one more has room, for the last that goes along a course
     std::vector<hcml::FloatTupleVector> rows;
-    std::array<std::array<float, hcml::mostBusChannels>, mostRows + 1> coefficients{};
     std::array<Movement, mostRows + 1> movements{};
     SectionBatch waiting;
     std::uint32_t count = 0;
+    Group<hcml::mostBusChannels> steady;
+    Group<2 * hcml::mostBusChannels> inLine;  // with the slopes of the weights after them
+    hcml::ac::Bus slopes;                     // the sum of the rows times these
+    bool hasSlopes = false;
+    hcml::FloatTupleVector line;  // from 0 before the first frame to 1 at the last
 };
 
 }  // namespace goal

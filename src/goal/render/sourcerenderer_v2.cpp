@@ -26,7 +26,7 @@ float Length(const Vector3& v) {
 // True where the line jumped. What isn't finite is no movement.
 template <std::size_t size>
 bool Follow(UpdateLine<size>& line, const std::array<float, size>& wanted, float limit,
-            const UpdatePace& pace, const std::array<float, size>& velocity = {}) {
+            const UpdatePace& pace) {
     if (!line.IsNews(wanted)) return false;
     const bool isFirst = !line.HasValue();
     float square = 0;
@@ -34,7 +34,7 @@ bool Follow(UpdateLine<size>& line, const std::array<float, size>& wanted, float
     for (std::size_t i = 0; i < size; ++i)
         square += (wanted[i] - expected[i]) * (wanted[i] - expected[i]);
     if (!isFirst && limit <= anything && std::sqrt(square) <= limit) {
-        line.Aim(wanted, pace, velocity);
+        line.Aim(wanted, pace);
         return false;
     }
     line.Jump(wanted);
@@ -46,7 +46,7 @@ std::uint32_t PitchParts(float from, float to, std::uint32_t frames) {
     if (from == to || !(from > 0) || !(to > 0)) return 1;
     const float change = std::fabs(to - from) / to;
     return static_cast<std::uint32_t>(
-        std::clamp(std::ceil(std::sqrt(16 * change * static_cast<float>(frames))), 1.0F, 8.0F));
+        std::clamp(std::round(std::sqrt(8 * change * static_cast<float>(frames))), 1.0F, 8.0F));
 }
 
 FilterParameters ShelvesOf(const FilterParameters& filter) {
@@ -74,30 +74,44 @@ Basis SourceRenderer_v2::Listen(const RenderSnapshot& snapshot) {
     return BuildBasis({heard[0], heard[1], heard[2]}, {heard[3], heard[4], heard[5]});
 }
 
-void SourceRenderer_v2::FollowGain(UpdateLine<1>& line, float wanted) {
-    Follow(line, {wanted}, greatestGainStep, pace);
-}
-
 // True where the source has jumped.
 bool SourceRenderer_v2::FollowPlace(const Source& source, const RenderSnapshot& snapshot,
                                     SourceMotion& motion, SourcePlace& place) {
     const SourcePlace wanted = PlaceOf(source, snapshot);
-    bool hasJumped = hasListenerJumped;
-    if (motion.offset.IsNews(wanted.offset)) {
-        Vector3 velocity;
-        for (std::size_t i = 0; i < 3; ++i)
-            velocity[i] = (wanted.velocity[i] - (source.relative ? 0 : wanted.listenerVelocity[i])) /
-                          static_cast<float>(stages.sampleRate);
-        const float distance = std::min(Length(wanted.offset), Length(motion.offset.Last()));
-        const float limit = std::max(greatestTurn * distance, 0.5F * motion.offset.LastStep());
-        hasJumped |= Follow(motion.offset, wanted.offset, limit, pace, velocity);
-    }
+    const bool hasJumped = FollowOffset(source, wanted, motion.place);
     Follow(motion.direction, wanted.direction, anything, pace);
-    Follow(motion.velocity, wanted.velocity, anything, pace);
-    FollowGain(motion.gain, wanted.gain);
-    place = {motion.offset.Advance(pace), motion.direction.Advance(pace), motion.velocity.Advance(pace),
-             heardListenerVelocity, motion.gain.Advance(pace)[0]};
-    return hasJumped;
+    const PlaceLine::Value& heard = motion.place.Advance(pace);
+    place = {{heard[0], heard[1], heard[2]},
+             motion.direction.Advance(pace),
+             {heard[4], heard[5], heard[6]},
+             heardListenerVelocity,
+             heard[gainOfPlace]};
+    return hasJumped || hasListenerJumped;
+}
+
+bool SourceRenderer_v2::FollowOffset(const Source& source, const SourcePlace& wanted, PlaceLine& line) const {
+    const Vector3 &to = wanted.offset, &along = wanted.velocity;
+    const PlaceLine::Value value{to[0], to[1], to[2], wanted.gain, along[0], along[1], along[2]};
+    if (!line.IsNews(value)) return false;
+    const bool isFirst = !line.HasValue();
+    const PlaceLine::Value &last = line.Last(), expected = line.Expected(), step = line.LastStep();
+    const float distance = std::min(Length(to), Length({last[0], last[1], last[2]}));
+    const float limit = std::max(greatestTurn * distance, 0.5F * Length({step[0], step[1], step[2]}));
+    const float off = Length({to[0] - expected[0], to[1] - expected[1], to[2] - expected[2]});
+    // What isn't finite is no movement.
+    if (isFirst ||
+        !(limit <= anything && off <= limit && std::isfinite(wanted.gain) && std::isfinite(Length(along)))) {
+        line.Jump(value);
+        return !isFirst;
+    }
+    const float perFrame = 1 / static_cast<float>(stages.sampleRate);
+    PlaceLine::Value velocity{};
+    for (std::size_t i = 0; i < 3; ++i)
+        velocity[i] = perFrame * (along[i] - (source.relative ? 0 : wanted.listenerVelocity[i]));
+    const bool isGainJump = std::fabs(wanted.gain - expected[gainOfPlace]) > greatestGainStep;
+    line.Aim(value, pace, velocity, 3);
+    if (isGainJump) line.JumpComponent(gainOfPlace, wanted.gain);
+    return isGainJump;
 }
 
 void SourceRenderer_v2::Render(Voice& voice, const RenderSnapshot& snapshot, hcml::ac::Bus& spatial) {
@@ -187,8 +201,9 @@ void SourceRenderer_v2::RenderMultiChannel(Voice& voice, const RenderSnapshot& s
                                            hcml::ac::Bus& spatial) {
     Source& source = voice.source;
     SourceRendererState& state = voice.memory;
-    FollowGain(state.motion.gain, source.gain);
-    const float sourceGain = state.motion.gain.Advance(pace)[0];
+    SourcePlace place;
+    FollowPlace(source, snapshot, state.motion, place);
+    const float sourceGain = place.gain;
     const float pitch = std::min(source.pitch, largestPitch);
     if (!IsFinite(sourceGain, pitch)) return;
     const Arrangement key = source.queue[0]->arrangementKey;

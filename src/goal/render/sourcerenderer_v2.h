@@ -47,9 +47,12 @@ public:
                    hcml::ac::Bus& spatial) SLIB_NONBLOCKING;
 
 private:
+    using PlaceLine = UpdateLine<8>;
+    static constexpr std::size_t gainOfPlace = 3;
+
+    bool FollowOffset(const Source& source, const SourcePlace& wanted, PlaceLine& line) const;
     bool FollowPlace(const Source& source, const RenderSnapshot& snapshot, SourceMotion& motion,
                      SourcePlace& place);
-    void FollowGain(UpdateLine<1>& line, float wanted);
     void RenderMono(Voice& voice, const RenderSnapshot& snapshot, hcml::ac::Bus& spatial);
     void RenderMultiChannel(Voice& voice, const RenderSnapshot& snapshot, hcml::ac::Bus& spatial);
     void Rotate(Voice& voice, Arrangement key, ArrayBus& bus);

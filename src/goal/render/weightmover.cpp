@@ -14,6 +14,17 @@ constexpr float greatestStep = 0.15F;
 
 }  // namespace
 
+// Whether a fade has to begin.
+bool WeightMover::IsJump(const PathWeights& path, const float* targets, std::uint32_t count) {
+    if (path.isFading || path.isMoving) return false;
+    float change = 0, greatest = 0;
+    for (std::uint32_t c = 0; c < count; ++c) {
+        change = std::max(change, std::fabs(targets[c] - path.coefficients[c]));
+        greatest = std::max(greatest, std::max(std::fabs(targets[c]), std::fabs(path.coefficients[c])));
+    }
+    return change > greatestStep * greatest;
+}
+
 WeightMove WeightMover::Move(PathWeights& path, const float* targets, std::uint32_t count, bool jumps) const {
     WeightMove move;
     std::array<float, hcml::mostBusChannels>& now = path.coefficients;
@@ -23,37 +34,34 @@ WeightMove WeightMover::Move(PathWeights& path, const float* targets, std::uint3
         std::copy_n(targets, count, now.begin());
         return move;
     }
-    float change = 0, greatest = 0;
-    for (std::uint32_t c = 0; c < count; ++c) {
-        change = std::max(change, std::fabs(targets[c] - now[c]));
-        greatest = std::max(greatest, std::max(std::fabs(targets[c]), std::fabs(now[c])));
+    if (std::equal(targets, targets + count, now.begin())) {
+        path.isMoving = path.isFading = false;
+        return move;
     }
-    if (change > 0 && (jumps || (!path.isFading && !path.isMoving && change > greatestStep * greatest))) {
+    if (jumps || IsJump(path, targets, count)) {
         path.isFading = true;
         path.fadeBlock = 0;
     }
-    path.isMoving = change > 0;
-    if (change == 0) {
-        path.isFading = false;
-        return move;
-    }
-    const CoursePart part = path.isFading ? courses.FadePart(path.fadeBlock) : courses.Line();
+    path.isMoving = true;
     move.from = now;
-    move.course = part.course;
-    if (part.share == 1) {
+    if (!path.isFading) {
+        move.course = courses.Line();
         std::copy_n(targets, count, now.begin());
-        path.isFading = false;
         return move;
     }
+    const CoursePart part = courses.FadePart(path.fadeBlock++);
+    move.course = part.course;
+    path.isFading = part.share < 1;
     for (std::uint32_t c = 0; c < count; ++c)
-        now[c] += part.share * (targets[c] - now[c]);
-    ++path.fadeBlock;
+        now[c] = part.share < 1 ? now[c] + part.share * (targets[c] - now[c]) : targets[c];
     return move;
 }
 
 void WeightMover::Add(PathWeights& path, const float* targets, bool jumps, float scale, MixBatch& batch,
                       hcml::ac::Bus& bus) const {
     WeightMove move = Move(path, targets, bus.channelCount, jumps);
+    if (move.course == courses.Line())
+        return batch.AddInLine(move.from.data(), path.coefficients.data(), scale, bus);
     std::array<float, hcml::mostBusChannels> to;
     for (std::uint32_t c = 0; c < bus.channelCount; ++c)
         to[c] = path.coefficients[c] * scale;

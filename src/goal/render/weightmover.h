@@ -36,6 +36,9 @@ public:
              hcml::ac::Bus& bus) const SLIB_NONBLOCKING;
 
     const FadeCourses courses;
+
+private:
+    static bool IsJump(const PathWeights& path, const float* targets, std::uint32_t count);
 };
 
 /// Applies a gain to a row of whole groups of four: from `from` to `to` along `course`, or `to` where that is

@@ -174,12 +174,10 @@ struct SendState : SourceFilterState {
 
 /// Where a source is heard, which follows what the game sets (UpdateLine). Kept while it plays.
 struct SourceMotion {
-    UpdateLine<3> offset;     ///< from the listener
+    UpdateLine<8> place;      ///< offset from the listener, gain, velocity in units per second, and nothing
     UpdateLine<3> direction;  ///< of the cone
-    UpdateLine<3> velocity;   ///< units per second
-    UpdateLine<1> gain;
-    float pitch = 0;         ///< of the last block; 0 before the first
-    bool hasJumped = false;  ///< in this block
+    float pitch = 0;          ///< of the last block; 0 before the first
+    bool hasJumped = false;   ///< in this block
 
     /// Of a source of several channels: the rotation of B-format, or the weights of the two stereo sides.
     std::array<PathWeights, 2> turn;

@@ -78,8 +78,8 @@ public:
     /// Where the next value would be if it went on as between the last two.
     Value Expected() const { return IsMoving() ? Sum(last, step, 1) : last; }
 
-    /// The length of the last step, 0 where the value stood.
-    float LastStep() const { return IsMoving() ? Length(step) : 0; }
+    /// The last step, 0 where the value stood.
+    Value LastStep() const { return IsMoving() ? step : Value{}; }
 
     bool HasValue() const { return hasValue; }
     const Value& Last() const { return last; }
@@ -93,27 +93,37 @@ public:
         clock.since = since;
     }
 
-    /// Goes to `wanted`, which is finite. `velocity` is what the game says about the way on, per frame: if
-    /// the last step agrees with it, the line goes to where the value will be by then, and on.
-    void Aim(const Value& wanted, const UpdatePace& pace, const Value& velocity) {
+    /// The same for one component; the others go on.
+    void JumpComponent(std::size_t i, float wanted) {
+        last[i] = value[i] = from[i] = target[i] = wanted;
+        step[i] = slopes[0][i] = slopes[1][i] = drift[i] = 0;
+    }
+
+    /// Goes to `wanted`, which is finite. `velocity` is what the game says about the way on of the first
+    /// `carried` components, per frame: if the last step agrees with it, they go to where they will be by
+    /// then, and on.
+    void Aim(const Value& wanted, const UpdatePace& pace, const Value& velocity = {},
+             std::size_t carried = 0) {
         const bool wasMoving = IsMoving();
         const Value present = Slope();
         clock.Note(pace);
-        const Value before = std::exchange(step, Difference(wanted, last));
+        const Value before = std::exchange(step, Sum(wanted, last, -1));
         last = wanted;
         drift = {};
-        Value lead{};
-        if (wasMoving && Agrees(velocity)) {
-            drift = lead = velocity;
-        } else if (wasMoving) {
+        Value to = wanted;
+        if (wasMoving) {
+            const float share = 1 / clock.period;
             for (std::size_t i = 0; i < size; ++i)
-                drift[i] = (1.5F * step[i] - 0.5F * before[i]) / clock.period;
+                drift[i] = (1.5F * step[i] - 0.5F * before[i]) * share;
         }
-        isCarried = lead != Value{};
-        Head(present, Sum(wanted, lead, clock.Lead(pace)));
+        isCarried = wasMoving && Agrees(velocity, carried);
+        if (isCarried) {
+            std::copy_n(velocity.begin(), carried, drift.begin());
+            for (std::size_t i = 0; i < carried; ++i)
+                to[i] += drift[i] * clock.Lead(pace);
+        }
+        Head(present, to);
     }
-
-    void Aim(const Value& wanted, const UpdatePace& pace) { Aim(wanted, pace, Value{}); }
 
     /// The value at the end of the block.
     const Value& Advance(const UpdatePace& pace) {
@@ -127,7 +137,7 @@ public:
             Arrive(pace.block - std::max(clock.remaining, 0.0F));
         clock.Advance(pace);
         // It goes on until the next update should have come, or longer where the game has said so.
-        if (drift != Value{} && clock.since > (isCarried ? 2 : 1) * clock.period + pace.block) ComeBack();
+        if (drift != Value{} && clock.since > (isCarried ? 1.5F : 1) * clock.period + pace.block) ComeBack();
         return value;
     }
 
@@ -139,39 +149,35 @@ private:
         return sum;
     }
 
-    static Value Difference(const Value& a, const Value& b) { return Sum(a, b, -1); }
-
-    static float Length(const Value& v) {
-        float square = 0;
-        for (const float component : v)
-            square += component * component;
-        return std::sqrt(square);
-    }
-
     bool IsMoving() const { return clock.since <= 4 * clock.period; }
 
-    bool Agrees(const Value& velocity) const {
-        if (velocity == Value{}) return false;
-        return Length(Sum(step, velocity, -clock.period)) <= 0.25F * Length(step);
+    bool Agrees(const Value& velocity, std::size_t count) const {
+        float off = 0, whole = 0;
+        for (std::size_t i = 0; i < count; ++i) {
+            const float difference = step[i] - velocity[i] * clock.period;
+            off += difference * difference;
+            whole += step[i] * step[i];
+        }
+        return whole > 0 && off <= whole / 16;
     }
 
     // The spline from `from` to `target` at the share `t` of its length.
     Value At(float t) const {
         const float left = 1 - t, rise = t * t * (3 - 2 * t);
+        const float begin = t * left * left * length, end = t * t * left * length;
         Value at;
         for (std::size_t i = 0; i < size; ++i)
-            at[i] = from[i] + rise * (target[i] - from[i]) +
-                    t * left * length * (left * slopes[0][i] - t * slopes[1][i]);
+            at[i] = from[i] + rise * (target[i] - from[i]) + (begin * slopes[0][i] - end * slopes[1][i]);
         return at;
     }
 
     // How it moves there, per frame.
     Value SlopeAt(float t) const {
         const float left = 1 - t;
+        const float way = 6 * t * left / length, begin = left * (1 - 3 * t), end = t * (3 * t - 2);
         Value at;
         for (std::size_t i = 0; i < size; ++i)
-            at[i] = 6 * t * left * (target[i] - from[i]) / length + left * (1 - 3 * t) * slopes[0][i] +
-                    t * (3 * t - 2) * slopes[1][i];
+            at[i] = way * (target[i] - from[i]) + begin * slopes[0][i] + end * slopes[1][i];
         return at;
     }
 
