@@ -87,7 +87,7 @@ inline double ClickOf(orb3::Sound sound, std::uint32_t frames, const Change& pre
 /// bus. `move` is called sixty times a second with the seconds since the start.
 inline double StepsOf(orb3::Sound sound, std::uint32_t frames,
                       const std::function<void(Scene&, double)>& move) {
-    constexpr std::size_t length = 96000;
+    constexpr std::size_t length = 48000;
     Scene scene(frames, orb3::SampleRateConversion::Linear, 4, false, sound);
     scene.Add(Tone(1000, 48000));
     move(scene, 0);
@@ -101,7 +101,7 @@ inline double StepsOf(orb3::Sound sound, std::uint32_t frames,
             heard[c].insert(heard[c].end(), scene.output.spatial.channels[c],
                             scene.output.spatial.channels[c] + frames);
     }
-    // Bins of half a hertz, in a window whose side lobes lie below -92 dB (Harris, 1978).
+    // Bins of a hertz, in a window whose side lobes lie below -92 dB (Harris, 1978).
     double tone = 0, all = 0;
     for (const Signal& channel : heard) {
         std::vector<double> windowed(length);
@@ -112,7 +112,7 @@ inline double StepsOf(orb3::Sound sound, std::uint32_t frames,
             windowed[i] = window * channel[i + 48000];
             all += windowed[i] * windowed[i] * length / 2;
         }
-        for (int bin = 2 * 970; bin <= 2 * 1030; ++bin) {
+        for (int bin = 970; bin <= 1030; ++bin) {
             std::complex<double> sum = 0, turn = 1;
             const std::complex<double> step = std::polar(1.0, -pi2 * bin / length);
             for (const double sample : windowed) {

@@ -1,38 +1,55 @@
-// Whole blocks of a scene: 512 frames at 48 kHz into a bus of order 4, float data at 44.1 kHz. `core_share`
-// is the part of one core that rendering in real time takes.
+// Whole blocks of a scene: 512 frames at 48 kHz, sources that loop 64 sounds of a second. `core_share` is the
+// part of one core that rendering in real time takes.
+//
+//     Game     as most games have them: float data at 44.1 kHz, air absorption, a bus of order 4
+//     Plain    what costs least to read: float data at 48 kHz and pitch 1, no filter
 
 #include "goal/render/renderer.h"
 
 #include <benchmark/benchmark.h>
 
+#include <array>
 #include <cmath>
 #include <memory>
 #include <vector>
 
 #include "AL/tessarune.h"
 #include "goal/dsp/samplerateconverter.h"
+#include "goal/render/sourcereader.h"
 
 namespace {
 
 constexpr std::uint32_t frames = 512;
 constexpr double sampleRate = 48000;
 
+using Conversion = orb3::SampleRateConversion;
+
+struct SceneSettings {
+    Conversion conversion = Conversion::Linear;
+    float rate = 44100;  // Hz, of the sounds
+    int order = 4;
+    bool isFiltered = true;
+    orb3::Sound sound = orb3::Sound::Refined;
+};
+
 class Scene {
 public:
-    Scene(std::int64_t sources, orb3::SampleRateConversion conversion)
-        : converter(conversion == orb3::SampleRateConversion::SincMedium
-                        ? std::make_unique<goal::SampleRateConverter>(goal::SincQuality::Medium)
-                        : nullptr) {
-        configuration.goalConfig.order = 4;
-        configuration.goalConfig.sampleRateConversion = conversion;
+    Scene(std::int64_t sources, const SceneSettings& settings) : isFiltered(settings.isFiltered) {
+        if (const auto quality = goal::SincQualityOf(settings.conversion))
+            converter = std::make_unique<goal::SampleRateConverter>(*quality);
+        configuration.goalConfig.order = settings.order;
+        configuration.goalConfig.sampleRateConversion = settings.conversion;
+        configuration.goalConfig.sound = settings.sound;
         renderer = std::make_unique<goal::Renderer>(sampleRate, configuration, 1, frames);
-        output.spatial.resize(frames, 25);
+        output.spatial.resize(frames,
+                              static_cast<std::uint32_t>((settings.order + 1) * (settings.order + 1)));
         output.lowFrequency.resize(frames);
         output.dialogue.resize(frames);
         for (std::size_t i = 0; i < samples.size(); ++i)
             samples[i] = std::sin(static_cast<float>(i) * 0.05F);
-        buffer = std::make_unique<goal::Buffer>(1, AL_FORMAT_MONO_FLOAT32, 44100.0F, samples.data(),
-                                                static_cast<std::uint32_t>(samples.size() * 4), true);
+        for (auto& buffer : buffers)
+            buffer = std::make_unique<goal::Buffer>(1, AL_FORMAT_MONO_FLOAT32, settings.rate, samples.data(),
+                                                    static_cast<std::uint32_t>(samples.size() * 4), true);
         goal::BeginRun(snapshot, application, converter ? &converter->start : nullptr, renderer->Effects(),
                        renderer->FadeBlocks());
         for (std::int64_t i = 0; i < sources; ++i)
@@ -50,11 +67,11 @@ public:
 private:
     void Add(std::int64_t i) {
         goal::Source source;
-        source.queue.append(buffer.get());
+        source.queue.append(buffers[static_cast<std::size_t>(i) % buffers.size()].get());
         source.looping = true;
         source.state = goal::SourceState::Playing;
-        source.position = static_cast<std::uint64_t>(i * 37) << 16;
-        source.airAbsorptionFactor = 1;  // so that every source is filtered
+        source.position = static_cast<std::uint64_t>(i * 977 % 40000) << 16;
+        source.airAbsorptionFactor = isFiltered ? 1 : 0;
         Place(source, static_cast<float>(i));
         application.touched.Insert(application.sources.Take(source));
     }
@@ -73,9 +90,10 @@ private:
         }
     }
 
+    const bool isFiltered;
     orb3::Configuration configuration;
     std::vector<float> samples = std::vector<float>(48000);
-    std::unique_ptr<goal::Buffer> buffer;
+    std::array<std::unique_ptr<goal::Buffer>, 64> buffers;
     goal::ApplicationState application;
     goal::RenderSnapshot snapshot;
     slib::RetireList retired;
@@ -85,8 +103,8 @@ private:
     float time = 0;
 };
 
-void Measure(benchmark::State& state, orb3::SampleRateConversion conversion, bool isMoving) {
-    Scene scene(state.range(0), conversion);
+void Measure(benchmark::State& state, const SceneSettings& settings, bool isMoving) {
+    Scene scene(state.range(0), settings);
     for (auto _ : state)
         scene.Render(isMoving);
     state.counters["core_share"] =
@@ -94,22 +112,36 @@ void Measure(benchmark::State& state, orb3::SampleRateConversion conversion, boo
                            benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
-void StillLinear(benchmark::State& state) {
-    Measure(state, orb3::SampleRateConversion::Linear, false);
+void Still(benchmark::State& state, const SceneSettings& settings) {
+    Measure(state, settings, false);
 }
-void MovingLinear(benchmark::State& state) {
-    Measure(state, orb3::SampleRateConversion::Linear, true);
-}
-void StillSincMedium(benchmark::State& state) {
-    Measure(state, orb3::SampleRateConversion::SincMedium, false);
-}
-void MovingSincMedium(benchmark::State& state) {
-    Measure(state, orb3::SampleRateConversion::SincMedium, true);
+void Moving(benchmark::State& state, const SceneSettings& settings) {
+    Measure(state, settings, true);
 }
 
-BENCHMARK(StillLinear)->Arg(1)->Arg(16)->Arg(255)->Arg(1024)->Arg(4096)->Unit(benchmark::kMicrosecond);
-BENCHMARK(MovingLinear)->Arg(255)->Unit(benchmark::kMicrosecond);
-BENCHMARK(StillSincMedium)->Arg(255)->Unit(benchmark::kMicrosecond);
-BENCHMARK(MovingSincMedium)->Arg(255)->Unit(benchmark::kMicrosecond);
+SceneSettings Plain(Conversion conversion, int order = 4, orb3::Sound sound = orb3::Sound::Refined) {
+    return {.conversion = conversion, .rate = 48000, .order = order, .isFiltered = false, .sound = sound};
+}
+
+constexpr auto classic = orb3::Sound::Classic;
+const SceneSettings linear{}, sincMedium{.conversion = Conversion::SincMedium};
+
+void Alone(benchmark::internal::Benchmark* benchmark) {
+    benchmark->Arg(255)->Unit(benchmark::kMicrosecond);
+}
+BENCHMARK_CAPTURE(Still, game_linear, linear)->Apply(Alone)->Arg(1)->Arg(16)->Arg(1024)->Arg(4096);
+BENCHMARK_CAPTURE(Moving, game_linear, linear)->Apply(Alone);
+BENCHMARK_CAPTURE(Moving, game_linear_classic, SceneSettings{.sound = classic})->Apply(Alone);
+BENCHMARK_CAPTURE(Still, game_sinc_medium, sincMedium)->Apply(Alone);
+BENCHMARK_CAPTURE(Moving, game_sinc_medium, sincMedium)->Apply(Alone);
+BENCHMARK_CAPTURE(Moving, game_sinc_best, SceneSettings{.conversion = Conversion::SincBest})->Apply(Alone);
+BENCHMARK_CAPTURE(Moving, plain_linear_order_3, Plain(Conversion::Linear, 3))->Apply(Alone);
+BENCHMARK_CAPTURE(Moving, plain_linear_order_3_classic, Plain(Conversion::Linear, 3, classic))->Apply(Alone);
+BENCHMARK_CAPTURE(Still, plain_linear, Plain(Conversion::Linear))->Apply(Alone);
+BENCHMARK_CAPTURE(Moving, plain_linear, Plain(Conversion::Linear))->Apply(Alone);
+BENCHMARK_CAPTURE(Moving, plain_linear_classic, Plain(Conversion::Linear, 4, classic))->Apply(Alone);
+BENCHMARK_CAPTURE(Moving, plain_sinc_medium, Plain(Conversion::SincMedium))->Apply(Alone);
+BENCHMARK_CAPTURE(Moving, plain_sinc_high, Plain(Conversion::SincHigh))->Apply(Alone);
+BENCHMARK_CAPTURE(Moving, plain_off, Plain(Conversion::Off))->Apply(Alone);
 
 }  // namespace

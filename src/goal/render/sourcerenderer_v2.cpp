@@ -79,13 +79,16 @@ bool SourceRenderer_v2::FollowPlace(const Source& source, const RenderSnapshot& 
                                     SourceMotion& motion, SourcePlace& place) {
     const SourcePlace wanted = PlaceOf(source, snapshot);
     const bool hasJumped = FollowOffset(source, wanted, motion.place);
-    Follow(motion.direction, wanted.direction, anything, pace);
     const PlaceLine::Value& heard = motion.place.Advance(pace);
     place = {{heard[0], heard[1], heard[2]},
-             motion.direction.Advance(pace),
+             wanted.direction,
              {heard[4], heard[5], heard[6]},
              heardListenerVelocity,
              heard[gainOfPlace]};
+    if (source.coneInnerHalfAngle < pi) {
+        Follow(motion.direction, wanted.direction, anything, pace);
+        place.direction = motion.direction.Advance(pace);
+    }
     return hasJumped || hasListenerJumped;
 }
 

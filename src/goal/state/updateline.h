@@ -211,18 +211,19 @@ private:
         Head(present, last);
     }
 
+    // First what a value that stands needs.
     bool hasValue = false;
     bool isUnderWay = false;
-    Value value{};                  // heard
+    bool isCarried = false;  // the drift is the game's
+    UpdateClock clock;
     Value last{};                   // set by the game
+    Value value{};                  // heard
     Value step{};                   // between the last two
     Value from{};                   // of the spline
     Value target{};                 // to be heard at the arrival
     std::array<Value, 2> slopes{};  // of the spline at both ends, per frame
-    float length = 1;               // of the spline, in frames
     Value drift{};                  // per frame, after it
-    bool isCarried = false;         // the drift is the game's
-    UpdateClock clock;
+    float length = 1;               // of the spline, in frames
 };
 
 }  // namespace goal
