@@ -168,6 +168,28 @@ inline void Turn(Scene& scene) {
     scene.application.listenerAt = {-1, 0, 0};
 }
 
+// Another source in place of the tone, of which every channel is one, but for the first and second of
+// B-format.
+inline void PlayInstead(Scene& scene, std::int32_t format, std::uint32_t channels) {
+    scene.Change().gain = 0;
+    const Signal tone = Tone(200, 240 * 200);
+    Signal frames(tone.size() * channels);
+    for (std::size_t i = 0; i < tone.size(); ++i)
+        for (std::uint32_t c = 0; c < std::min(channels, 2U); ++c)
+            frames[i * channels + c] = tone[i] / 2;
+    scene.Add(frames, format).position = scene.application.sources[0].position;
+}
+
+inline void PlayStereo(Scene& scene) {
+    PlayInstead(scene, AL_FORMAT_STEREO_FLOAT32, 2);
+}
+
+inline void StopTheOther(Scene& scene) {
+    scene.application.sources[1].state = goal::SourceState::Stopped;
+    scene.application.sources[1].stateChanged = true;
+    scene.application.touched.Insert(1);
+}
+
 /// All that a game may do to a source that sounds, to its sends and slots, and to the listener.
 inline std::vector<Click> Clicks() {
     return {
@@ -209,7 +231,21 @@ inline std::vector<Click> Clicks() {
              TouchSlot(scene, [](auto& slot) { goal::fx::SetEffectType(slot.effect, AL_EFFECT_COMPRESSOR); });
          },
          SendToTheEqualizer},
-        {"the listener turns by 90 degrees in a room", Turn, SendIntoTheRoom}};
+        {"the listener turns by 90 degrees in a room", Turn, SendIntoTheRoom},
+        {"a stereo source is stopped", StopTheOther, PlayStereo},
+        {"a stereo source with angles is turned by 90 degrees",
+         [](Scene& scene) {
+             scene.application.sources[1].stereoAngles = {-1.5F, -2};
+             scene.application.sources[1].parametersDirty = true;
+             scene.application.touched.Insert(1);
+         },
+         [](Scene& scene) {
+             PlayStereo(scene);
+             scene.application.sources[1].stereoAngles = {0.5F, -0.5F};
+             scene.application.sources[1].hasStereoAngles = true;
+         }},
+        {"the listener turns by 90 degrees in B-format", Turn,
+         [](Scene& scene) { PlayInstead(scene, AL_FORMAT_BFORMAT3D_FLOAT32, 4); }}};
 }
 
 // A circle of 5 metres in four seconds.

@@ -24,7 +24,9 @@ FadeCourses::FadeCourses(double sampleRate, std::uint32_t blockFrames) {
         line.data[i] = static_cast<float>((i + 1.0) / blockFrames);
 
     const double length = std::max(std::round(sampleRate * fadeSeconds), 1.0);
-    for (double first = 0; first < length; first += blockFrames) {
+    const auto blocks = static_cast<std::uint32_t>(std::ceil(length / blockFrames));
+    for (std::uint32_t block = 0; block < blocks; ++block) {
+        const double first = static_cast<double>(blockFrames) * block;
         const double before = FadeAt(first, length), after = FadeAt(first + blockFrames, length);
         Part part{hcml::FloatTupleVector(blockFrames), static_cast<float>((after - before) / (1 - before))};
         part.course.clear();

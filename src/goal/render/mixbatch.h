@@ -52,7 +52,8 @@ public:
                   hcml::ac::Bus& bus) SLIB_NONBLOCKING;
 
     /// The same in a line over the block, for a row whose samples times `scale` are at full scale 1. All rows
-    /// of a block that move so have their slopes summed in a bus of its own, which Finish adds along the line.
+    /// of a block that move so have their slopes summed in a bus of its own, which Finish adds along the
+    /// line.
     void AddInLine(const float* from, const float* to, float scale, hcml::ac::Bus& bus) SLIB_NONBLOCKING;
 
     /// Adds all rows gathered to the bus.

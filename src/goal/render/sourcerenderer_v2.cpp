@@ -49,6 +49,11 @@ std::uint32_t PitchParts(float from, float to, std::uint32_t frames) {
         std::clamp(std::round(std::sqrt(8 * change * static_cast<float>(frames))), 1.0F, 8.0F));
 }
 
+// What the direct path of a source at `gain` is to have.
+float DirectGain(const Voice& voice, float gain) {
+    return voice.isEnding ? 0 : UsableGain(voice.source.directFilter.gain * gain);
+}
+
 FilterParameters ShelvesOf(const FilterParameters& filter) {
     FilterParameters shelves = filter;
     shelves.gain = 1;
@@ -176,7 +181,7 @@ void SourceRenderer_v2::Send(Voice& voice, const RenderSnapshot& snapshot, const
 bool SourceRenderer_v2::FilterDirect(Voice& voice, const SourceGeometry& geometry,
                                      hcml::FloatTupleVector& row) {
     SourceFilterState& path = voice.memory.direct;
-    if (geometry.gain == 0 && IsAtZero(path)) {
+    if (IsAtZero(path) && DirectGain(voice, geometry.gain) == 0) {
         reset(path);
         return false;
     }
@@ -192,7 +197,7 @@ bool SourceRenderer_v2::FilterDirect(Voice& voice, const SourceGeometry& geometr
 
 void SourceRenderer_v2::AddDirect(Voice& voice, const SourceGeometry& geometry, float scale,
                                   hcml::ac::Bus& spatial) {
-    const float gain = voice.isEnding ? 0 : UsableGain(voice.source.directFilter.gain * geometry.gain);
+    const float gain = DirectGain(voice, geometry.gain);
     std::array<float, hcml::mostBusChannels> weights;
     for (std::uint32_t c = 0; c < spatial.channelCount; ++c)
         weights[c] = geometry.encode[c] * gain;
@@ -217,7 +222,7 @@ void SourceRenderer_v2::RenderMultiChannel(Voice& voice, const RenderSnapshot& s
     ApplyAntiDenormalPattern(bus.input);
     sends.SendMultiChannel(voice, snapshot, bus.input, IsBFormat(key), sourceGain, scale);
     if (IsBFormat(key)) Rotate(voice, key, bus);
-    const float gain = voice.isEnding ? 0 : UsableGain(source.directFilter.gain * sourceGain);
+    const float gain = DirectGain(voice, sourceGain);
     if (!FilterChannels(voice, key, bus, gain, scale)) return;
     if (key == Arrangement::Stereo && source.hasStereoAngles)
         Pan(voice, bus, spatial);
