@@ -274,8 +274,11 @@ inline void CheckCopied(const goal::Context& context, bool isMerged) {
         Require(source.queue.size == 0 || source.queue[0]->channels == voice.channels,
                 "a voice is for another number of channels");
     }
-    for (const auto& slot : application.slots)
-        Require(!slot.dirty, "the copy left the mark of a slot");
+    for (std::uint32_t i = 0; i < application.slots.size; ++i) {
+        const goal::RunningEffect* const effect = snapshot.slots[i].effect.get();
+        const bool isWaiting = effect != nullptr && effect->isLeaving;
+        Require(application.slots[i].dirty == isWaiting, "the copy left the mark of a slot");
+    }
     CheckMarks(context);
 }
 
