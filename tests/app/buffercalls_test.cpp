@@ -55,6 +55,25 @@ TEST_F(BufferCalls, BufferData_WithSeveralFaults_ReportsTheFirstOfTheOrder) {
                  {AL_NO_ERROR, [&] { alBufferData(good, mono, nullptr, 0, 44100); }}});
 }
 
+TEST_F(BufferCalls, TheGamesMemory_IsInUseUntilItsSourceHasFadedOut) {
+    const ALuint buffer = MakeStaticBuffer(), source = New(alGenSources);
+    alSourcei(source, AL_BUFFER, static_cast<ALint>(buffer));
+    alSourcePlay(source);
+    Copy();
+    alSourceStop(source);
+    alSourcei(source, AL_BUFFER, 0);
+    // The block that may be under way, and those of the fade.
+    const auto blocks = context->snapshot.fadeBlocks + 1;
+    for (std::uint32_t block = 0; block < blocks; ++block) {
+        alDeleteBuffers(1, &buffer);
+        EXPECT_EQ(alGetError(), AL_INVALID_OPERATION) << block;
+        Copy();
+    }
+    Copy();
+    alDeleteBuffers(1, &buffer);
+    EXPECT_EQ(alGetError(), AL_NO_ERROR);
+}
+
 TEST_F(BufferCalls, BufferData_CopiesWhileTheStaticFormRefers) {
     const ALuint copied = New(alGenBuffers), referred = MakeStaticBuffer();
     alBufferData(copied, AL_FORMAT_MONO16, samples.data(), 8, 44100);
