@@ -23,11 +23,10 @@ SlotEffect* EffectOfState(const SendState& state, const RenderSnapshot& snapshot
 
 // A reverb takes one channel, or the axes as well.
 void SetWeights(Weights& weights, const SlotEffect& effect, const SourceGeometry& geometry, float gain) {
-    weights[0] = gain;
+    const bool isField = effect.target.inputKind == EffectInput::Field;
+    weights[0] = isField ? gain * geometry.encode[0] : gain;
     for (std::uint32_t c = 1; c < effect.input.channelCount; ++c)
-        weights[c] = gain * (effect.target.inputKind == EffectInput::Field ? geometry.encode[c]
-                                                                           : geometry.direction[c - 1]);
-    if (effect.target.inputKind == EffectInput::Field) weights[0] = gain * geometry.encode[0];
+        weights[c] = gain * (isField ? geometry.encode[c] : geometry.direction[c - 1]);
 }
 
 }  // namespace
