@@ -93,15 +93,16 @@ void SetListener(const Scene& s) {
 }
 
 void SetFilter(const Scene& s, ALuint source) {
-    const bool isLow = s.gainLF == 1, isHigh = !isLow && s.gainHF == 1;
     const ALuint filter = New(alGenFilters);
-    alFilteri(filter, AL_FILTER_TYPE,
-              isLow    ? AL_FILTER_LOWPASS
-              : isHigh ? AL_FILTER_HIGHPASS
-                       : AL_FILTER_BANDPASS);
-    alFilterf(filter, AL_LOWPASS_GAIN, s.filterGain);  // the same numbers in all three
-    alFilterf(filter, AL_LOWPASS_GAINHF, isLow ? s.gainHF : s.gainLF);
-    if (!isLow && !isHigh) alFilterf(filter, AL_BANDPASS_GAINHF, s.gainHF);
+    const ALint type = s.gainLF == 1   ? AL_FILTER_LOWPASS
+                       : s.gainHF == 1 ? AL_FILTER_HIGHPASS
+                                       : AL_FILTER_BANDPASS;
+    alFilteri(filter, AL_FILTER_TYPE, type);
+    alFilterf(filter, AL_BANDPASS_GAIN, s.filterGain);  // the same number in all three
+    if (type != AL_FILTER_LOWPASS)
+        alFilterf(filter, AL_BANDPASS_GAINLF, s.gainLF);  // that of a high-pass as well
+    if (type != AL_FILTER_HIGHPASS)
+        alFilterf(filter, type == AL_FILTER_LOWPASS ? AL_LOWPASS_GAINHF : AL_BANDPASS_GAINHF, s.gainHF);
     alSourcei(source, AL_DIRECT_FILTER, static_cast<ALint>(filter));
     alDeleteFilters(1, &filter);
 }
@@ -120,6 +121,7 @@ void SetScene(const Scene& s, ALuint source) {
     for (const auto& [name, value] : values)
         alSourcef(source, name, value);
     alSourcei(source, AL_SOURCE_RELATIVE, s.isRelative);
+    alSourcei(source, AL_DIRECT_FILTER_GAINHF_AUTO, s.isHighByCone);
     alSourcefv(source, AL_POSITION, s.position.data());
     alSourcefv(source, AL_VELOCITY, s.velocity.data());
     alSourcefv(source, AL_DIRECTION, s.direction.data());
@@ -222,11 +224,8 @@ protected:
 
     // The greatest difference of a row. The stages follow one another in the blocks that fit them best.
     double Compare(const Row& row, const std::vector<float>& heard) const {
-        const plain::Reader reader = converter ? plain::Reader::Sinc
-                                     : GetParam().conversion == orb3::SampleRateConversion::Off
-                                         ? plain::Reader::Nearest
-                                         : plain::Reader::Linear;
-        plain::Player player(row.sound, reader, converter ? &*converter : nullptr, GetParam().filterOrder);
+        plain::Player player(row.sound, GetParam().conversion, converter ? &*converter : nullptr,
+                             GetParam().filterOrder);
         std::size_t stage = 0;
         double greatest = 0;
         for (std::size_t at = 0; at < heard.size(); at += blockFrames * ear.width) {
