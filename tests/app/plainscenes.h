@@ -146,7 +146,7 @@ inline const std::vector<Row> filters = {
     {"nothing high", mono, {{.gainHF = 0.001F, .gainLF = 0.995F}}},
     {"gain that changes", loop, {{.gain = 0.9F}, {.gain = 0.2F}, {.gain = 0.65F}}},
     {"gain to nothing and back", loop, {{.gain = 0.5F}, {.gain = 0}, {.gain = 0.8F}}},
-    {"listener's gain that changes", loop, {{}, {.listenerGain = 0.13F}, {.listenerGain = 0}, {.listenerGain = 1}}},
+    {"listener's gain that changes", loop, {{.position = aside}, {.position = aside, .listenerGain = 0.13F}, {.position = aside, .listenerGain = 0}, {.position = aside}}},
     {"low-pass that changes", loop, {{.gainHF = 0.5F}, {.gainHF = 0.1F}, {.gain = 0.5F, .gainHF = 0.9F}}},
     {"low-pass that closes", loop, {{}, {.gainHF = 0.4F}}},
     {"high-pass that changes", loop, {{.gainLF = 0.5F}, {.gainLF = 0.1F}, {.gain = 0.5F, .gainLF = 0.9F}}},

@@ -201,7 +201,8 @@ protected:
             alcProcessContext(context);
         }
         if (row.sound.isLooping) ear.Wait(10);
-        for (ALint state = AL_PLAYING; state == AL_PLAYING && !row.sound.isLooping; ear.Wait(2))
+        ALint state = row.sound.isLooping ? AL_STOPPED : AL_PLAYING;
+        for (int waits = 0; state == AL_PLAYING && waits < 50; ++waits, ear.Wait(2))
             alGetSourcei(source, AL_SOURCE_STATE, &state);
         std::vector<float> heard = ear.From(begin);
         alDeleteSources(1, &source);

@@ -77,6 +77,26 @@ TEST(FilterStage, SecondOrder_StaysStableAtTheLowestGainAndAHighRate) {
     EXPECT_NEAR(output.back(), 1, 0.001);
 }
 
+TEST(FilterStage, WithAnyGainAtNothing_EndsInSilenceWithCleanMemory) {
+    for (const FilterParameters& closed : {Filter(0, 0.5F, 0.5F), Filter(1, 0, 0.5F), Filter(1, 0.5F, 0)}) {
+        Path path;
+        path.Run(Filter(1, 0.5F, 0.5F), Signal(512, 1));
+        path.Run(closed, Signal(4096, 1));
+        EXPECT_TRUE(path.silent);
+        EXPECT_EQ(path.state.memory[0], (std::array<float, 4>{}));
+        EXPECT_EQ(path.state.gain + path.state.gainHF + path.state.gainLF, 0);
+    }
+}
+
+TEST(FilterStage, ScaledFloor_IsWhereARisingGainBegins) {
+    constexpr float scale = 1.0F / 32768;
+    Path path{.settings = {.floorScale = scale}};
+    path.Run(Filter(0), Signal(5, 1));
+    path.Run(Filter(1), Signal(5, 1));
+    EXPECT_EQ(path.state.gain, 0.001F * scale);
+    EXPECT_EQ(path.state.gainHF + path.state.gainLF, 2);  // a path that wakes has its shelves at once
+}
+
 TEST(FilterStage, ChannelsInPlaceInAnyPartitionIntoWholeSteps_AreThePathOfOneChannel) {
     const Signal sine = Sine(1200, pi2 / 48, 0.3);
     for (const int order : {1, 2}) {
@@ -177,7 +197,7 @@ double GreatestJump(const Signal& signal, double angle) {
     return greatest;
 }
 
-TEST(FilterStage, Refined_WakesAndOpensWithoutAJump) {
+TEST(FilterStage, Refined_WakesOpensAndClosesWithoutAJump) {
     for (const double frequency : {50.0, 70.0, 100.0})
         for (const int order : {1, 2})
             for (const bool isBand : {false, true}) {
@@ -195,6 +215,12 @@ TEST(FilterStage, Refined_WakesAndOpensWithoutAJump) {
                 EXPECT_LT(GreatestJump(opened, angle), 0.01);
                 EXPECT_THAT(Signal(after.end() - 4800, after.end()),
                             IsNear(1e-5F, Signal(tone.end() - 4800, tone.end())));
+                Path closing;
+                Signal closed = closing.Run(Filter(0.5F, 1, 1, order), tone);
+                const Signal muffled = closing.Run(Filter(0.5F, 0.1F, 1, order), tone);
+                closed.insert(closed.end(), muffled.begin(), muffled.end());
+                closed.erase(closed.begin(), closed.begin() + 12000);
+                EXPECT_LT(GreatestJump(closed, angle), 0.01);
             }
 }
 

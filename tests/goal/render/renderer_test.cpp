@@ -8,7 +8,6 @@
 #include <cmath>
 #include <functional>
 #include <limits>
-#include <utility>
 #include <vector>
 
 #include "AL/tessarune.h"
@@ -39,42 +38,36 @@ TEST(Renderer, AOneChannelSource_StandsOnTheBusByItsDirection) {
         1, x, y, z, x * y, x * x - y * y, x * z, y * z, z * z, x * x * x - 3 * x * y * y};
     constexpr int orders[] = {0, 1, 1, 1, 2, 2, 2, 2, 2, 3};
     float shares[5] = {1, 1, 1, 1, 1};
-    for (const float radius : {0.0F, 2.0F}) {
+    for (const bool isRelative : {false, true}) {
         Scene scene(512);
         scene.application.listenerAt = {1, 0, 0};
         scene.application.listenerUp = {0, 0, 1};
         Source& source = scene.Add({1, 1, 1});
-        Place(source, {2, 1, 2});  // ahead, left and above of a listener who looks along x and stands along z
+        source.relative = isRelative;
+        Place(source, isRelative ? Vector3{-1, 2, -2} : Vector3{2, 1, 2});  // ahead, left and above
         source.gain = 0.5F;
-        source.radius = radius;
-        if (radius > 0) SourceRadiusTable(4).lookupRadiusGains(3 / radius, shares);
+        source.radius = isRelative ? 2.0F : 0.0F;
+        if (isRelative) SourceRadiusTable(4).lookupRadiusGains(1.5F, shares);
         scene.Render();
         Signal expected;
         for (std::size_t i = 0; i < 10; ++i)
             expected.push_back(static_cast<float>(0.5 / 3 * polynomials[i] * shares[orders[i]]));
-        EXPECT_THAT(scene.LastOf(10), IsNear(1e-6F, expected)) << radius;
+        EXPECT_THAT(scene.LastOf(10), IsNear(1e-6F, expected)) << isRelative;
     }
 }
 
 TEST(Renderer, StereoAngles_WeighTheHorizontalChannelsByTheirMultiples) {
     Scene scene(512);
-    constexpr double a = 0.25;
+    constexpr float a = 0.25F;
     Source& source = scene.Add({1, 0}, AL_FORMAT_STEREO_FLOAT32);
     source.stereoAngles = {a, 0};
     source.hasStereoAngles = true;
     scene.Render();
     Signal expected(25);
-    const std::pair<int, double> weights[] = {{0, 1},
-                                              {1, std::cos(a)},
-                                              {2, std::sin(a)},
-                                              {4, std::sin(2 * a) / 2},
-                                              {5, std::cos(2 * a)},
-                                              {9, std::cos(3 * a)},
-                                              {10, std::sin(3 * a)},
-                                              {16, std::sin(4 * a) / 4},
-                                              {17, std::cos(4 * a)}};
-    for (const auto& [channel, weight] : weights)
-        expected[static_cast<std::size_t>(channel)] = static_cast<float>(weight);
+    expected[0] = 1, expected[1] = std::cos(a), expected[2] = std::sin(a);
+    expected[4] = std::sin(2 * a) / 2, expected[5] = std::cos(2 * a);
+    expected[9] = std::cos(3 * a), expected[10] = std::sin(3 * a);
+    expected[16] = std::sin(4 * a) / 4, expected[17] = std::cos(4 * a);
     EXPECT_THAT(scene.LastOf(25), IsNear(2e-6F, expected));
 }
 
