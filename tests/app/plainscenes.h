@@ -145,7 +145,6 @@ inline const std::vector<Row> filters = {
     {"band-pass", mono, {{.filterGain = 0.8F, .gainHF = 0.9F, .gainLF = 0.01F}}},
     {"nothing high", mono, {{.gainHF = 0.001F, .gainLF = 0.995F}}},
     {"gain that changes", loop, {{.gain = 0.9F}, {.gain = 0.2F}, {.gain = 0.65F}}},
-    {"gain to nothing and back", loop, {{.gain = 0.5F}, {.gain = 0}, {.gain = 0.8F}}},
     {"listener's gain that changes", loop, {{.position = aside}, {.position = aside, .listenerGain = 0.13F}, {.position = aside, .listenerGain = 0}, {.position = aside}}},
     {"low-pass that changes", loop, {{.gainHF = 0.5F}, {.gainHF = 0.1F}, {.gain = 0.5F, .gainHF = 0.9F}}},
     {"low-pass that closes", loop, {{}, {.gainHF = 0.4F}}},
@@ -153,6 +152,13 @@ inline const std::vector<Row> filters = {
     {"high-pass that closes", loop, {{}, {.gainLF = 0.4F}}},
     {"stereo, filtered", stereo, {{.gain = 0.7F, .filterGain = 0.8F, .gainHF = 0.3F, .gainLF = 0.6F}}},
     {"stereo that is muffled", Looping(stereo), {{.gain = 0.5F, .gainHF = 0.3F}, {.gain = 0.5F, .gainHF = 0, .gainLF = 0.6F}}},
+};
+
+// Long enough for the path to fall silent.
+inline const std::vector<Row> silences = {
+    {"gain to nothing and back", loop, {{.gain = 0.02F, .gainHF = 0.5F}, {.gain = 0, .gainHF = 0.5F}, {.gain = 0.8F, .gainHF = 0.5F}}},
+    {"stereo to nothing and back", Looping(stereo), {{.gain = 0.02F}, {.gain = 0}, {.gain = 0.8F}}},
+    {"high-pass that lets nothing through", loop, {{.gainLF = 0.01F}, {.gainLF = 0}, {.gainLF = 0.5F}}},
 };
 
 inline const std::vector<Row> openings = {

@@ -223,27 +223,34 @@ protected:
         return greatest;
     }
 
-    // The greatest difference of a row. The stages follow one another in the blocks that fit them best.
-    double Compare(const Row& row, const std::vector<float>& heard) const {
-        plain::Player player(row.sound, GetParam().conversion, converter ? &*converter : nullptr,
-                             GetParam().filterOrder);
+    // How the blocks so far may have come about, and the greatest difference from that.
+    struct Course {
+        plain::Player player;
         std::size_t stage = 0;
-        double greatest = 0;
+        double difference = 0;
+    };
+
+    // The greatest difference of a row. The next stage may begin with any block; where both fit, as in
+    // silence, both are followed.
+    double Compare(const Row& row, const std::vector<float>& heard) const {
+        std::vector<Course> courses{
+            {{row.sound, GetParam().conversion, converter ? &*converter : nullptr, GetParam().filterOrder}}};
         for (std::size_t at = 0; at < heard.size(); at += blockFrames * ear.width) {
-            plain::Player next = player;
-            double difference = Difference(player.Render(row.stages[stage]), &heard[at]);
-            if (difference > row.tolerance && stage + 1 < row.stages.size()) {
-                const double changed = Difference(next.Render(row.stages[stage + 1]), &heard[at]);
-                if (changed < difference) {
-                    difference = changed;
-                    player = next;
-                    ++stage;
+            std::vector<Course> next;
+            for (const Course& course : courses)
+                for (std::size_t stage = course.stage; stage < std::min(course.stage + 2, row.stages.size());
+                     ++stage) {
+                    Course& after = next.emplace_back(course.player, stage);
+                    after.difference = std::max(
+                        course.difference, Difference(after.player.Render(row.stages[stage]), &heard[at]));
                 }
-            }
-            greatest = std::max(greatest, difference);
+            std::ranges::sort(next, {}, &Course::difference);
+            while (next.size() > 1 && next.back().difference > row.tolerance)
+                next.pop_back();
+            courses = std::move(next);
         }
-        EXPECT_EQ(stage + 1, row.stages.size());
-        return greatest;
+        std::erase_if(courses, [&](const Course& course) { return course.stage + 1 < row.stages.size(); });
+        return courses.empty() ? HUGE_VAL : courses[0].difference;
     }
 
     const testing_support::TemporaryStore store;
@@ -270,7 +277,7 @@ using enum orb3::SampleRateConversion;
 INSTANTIATE_TEST_SUITE_P(Scenes, PlainSound,
                          testing::Values(Run{"Linear",
                                              {&plain::readers, &plain::places, &plain::distances,
-                                              &plain::filters, &plain::openings}},
+                                              &plain::filters, &plain::openings, &plain::silences}},
                                          Run{"Mono", {&plain::places}, Linear, 1, AL_FOLDBACK_MODE_MONO},
                                          Run{"SecondOrder", {&plain::filters, &plain::openings}, Linear, 2},
                                          Run{"Off", {&plain::readers}, Off},
