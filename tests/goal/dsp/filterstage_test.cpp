@@ -77,26 +77,6 @@ TEST(FilterStage, SecondOrder_StaysStableAtTheLowestGainAndAHighRate) {
     EXPECT_NEAR(output.back(), 1, 0.001);
 }
 
-TEST(FilterStage, WithAnyGainAtNothing_EndsInSilenceWithCleanMemory) {
-    for (const FilterParameters& closed : {Filter(0, 0.5F, 0.5F), Filter(1, 0, 0.5F), Filter(1, 0.5F, 0)}) {
-        Path path;
-        path.Run(Filter(1, 0.5F, 0.5F), Signal(512, 1));
-        path.Run(closed, Signal(4096, 1));
-        EXPECT_TRUE(path.silent);
-        EXPECT_EQ(path.state.memory[0], (std::array<float, 4>{}));
-        EXPECT_EQ(path.state.gain + path.state.gainHF + path.state.gainLF, 0);
-    }
-}
-
-TEST(FilterStage, ScaledFloor_IsWhereARisingGainBegins) {
-    constexpr float scale = 1.0F / 32768;
-    Path path{.settings = {.floorScale = scale}};
-    path.Run(Filter(0), Signal(5, 1));
-    path.Run(Filter(1), Signal(5, 1));
-    EXPECT_EQ(path.state.gain, 0.001F * scale);
-    EXPECT_EQ(path.state.gainHF + path.state.gainLF, 2);  // a path that wakes has its shelves at once
-}
-
 TEST(FilterStage, ChannelsInPlaceInAnyPartitionIntoWholeSteps_AreThePathOfOneChannel) {
     const Signal sine = Sine(1200, pi2 / 48, 0.3);
     for (const int order : {1, 2}) {
