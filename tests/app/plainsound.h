@@ -17,6 +17,7 @@
 #include "AL/tessarune.h"
 #include "goal/dsp/samplerateconverter.h"
 #include "goal/render/sourceradiustable.h"
+#include "orb3core/settings/goalconfig.h"
 
 namespace plain {
 
@@ -34,7 +35,7 @@ struct Scene {
     float innerAngle = 360, outerAngle = 360, outerGain = 0, outerGainHF = 1;
     float radius = 0, airAbsorption = 0, metersPerUnit = 1;
     float filterGain = 1, gainHF = 1, gainLF = 1;
-    bool isRelative = false;
+    bool isRelative = false, isHighByCone = true;
     Floats3 position{}, velocity{}, direction{}, at{0, 0, -1}, up{0, 1, 0};
     std::optional<std::array<float, 2>> stereoAngles = {};
     float dopplerFactor = 1, dopplerVelocity = 1, speedOfSound = 343.3F;
@@ -142,7 +143,7 @@ inline Place Locate(const Scene& s) {
     const double x = s.isRelative ? -u[2] : -Dot(ear.back, u), y = s.isRelative ? -u[0] : -Dot(ear.right, u);
     return {doppler * s.pitch,
             std::min(std::max(gain, double{s.minGain}), double{s.maxGain}),
-            (air > 0 ? std::pow(0.994, air) : 1) * ConeGain(s, angle, s.outerGainHF),
+            (air > 0 ? std::pow(0.994, air) : 1) * (s.isHighByCone ? ConeGain(s, angle, s.outerGainHF) : 1),
             {1, shape * x, shape * y}};
 }
 
@@ -260,56 +261,17 @@ private:
     Section high{order, true}, low{order, false};
 };
 
-// ---- IMA ADPCM (Interactive Multimedia Association, 1992) ----
-
-/// The frames of mono blocks of 36 bytes.
-inline std::vector<double> DecodeIma(const std::vector<unsigned char>& bytes) {
-    constexpr int steps[] = {
-        7,    8,     9,     10,    11,    12,    13,    14,    16,    17,    19,    21,    23,    25,   28,
-        31,   34,    37,    41,    45,    50,    55,    60,    66,    73,    80,    88,    97,    107,  118,
-        130,  143,   157,   173,   190,   209,   230,   253,   279,   307,   337,   371,   408,   449,  494,
-        544,  598,   658,   724,   796,   876,   963,   1060,  1166,  1282,  1411,  1552,  1707,  1878, 2066,
-        2272, 2499,  2749,  3024,  3327,  3660,  4026,  4428,  4871,  5358,  5894,  6484,  7132,  7845, 8630,
-        9493, 10442, 11487, 12635, 13899, 15289, 16818, 18500, 20350, 22385, 24623, 27086, 29794, 32767};
-    constexpr int moves[] = {-1, -1, -1, -1, 2, 4, 6, 8};
-    std::vector<double> frames;
-    for (std::size_t block = 0; block < bytes.size(); block += 36) {
-        int value = static_cast<std::int16_t>(bytes[block] | bytes[block + 1] << 8), index = bytes[block + 2];
-        frames.push_back(value);
-        for (std::size_t i = 0; i < 64; ++i) {
-            const int code = bytes[block + 4 + i / 2] >> (i % 2 * 4) & 15, size = 2 * (code & 7) + 1;
-            value += steps[index] * (code < 8 ? size : -size) / 8;
-            value = std::clamp(value, -32768, 32767);
-            index = std::clamp(index + moves[code & 7], 0, 88);
-            frames.push_back(value);
-        }
-    }
-    return frames;
-}
-
 // ---- The source ----
 
-enum class Reader { Nearest, Linear, Sinc };
-
-/// The weights of the converter, which are data.
-struct Kernels {
-    explicit Kernels(const goal::SampleRateConverter* converter) : table(converter) {}
-    const float* Row(double ratio, std::uint64_t position) const {
-        std::uint32_t filter = 0;
-        if (ratio > 1)
-            filter = std::min(static_cast<std::uint32_t>(std::log(ratio) * table->ratioScale),
-                              table->filterCount - 1);
-        return table->coefficients + ((filter * 64 + (position >> 13 & 63)) << table->tapsLog2);
-    }
-    std::int64_t Taps() const { return std::int64_t{1} << table->tapsLog2; }
-    const goal::SampleRateConverter* table;
-};
+using orb3::SampleRateConversion;
 
 /// One source from its start on. It is copied to look at what a block would be.
 class Player {
 public:
-    Player(const Sound& sound, Reader reader, const goal::SampleRateConverter* converter, int filterOrder)
-        : sound(&sound), reader(reader), kernels(converter), paths(sound.raw.size(), Path(filterOrder)) {}
+    /// With a converter, whose weights are data, for the qualities that have one.
+    Player(const Sound& sound, SampleRateConversion quality, const goal::SampleRateConverter* converter,
+           int filterOrder)
+        : sound(&sound), quality(quality), converter(converter), paths(sound.raw.size(), Path(filterOrder)) {}
 
     /// The next block of W, X and Y.
     std::array<Block, 3> Render(const Scene& s) {
@@ -328,7 +290,9 @@ public:
 
 private:
     // Of the mix, which the linear reader leaves to it.
-    double BufferScale() const { return reader == Reader::Linear ? sound->scale / 65536 : sound->scale; }
+    double BufferScale() const {
+        return quality == SampleRateConversion::Linear ? sound->scale / 65536 : sound->scale;
+    }
 
     void RenderMono(const Scene& s, std::array<Block, 3>& field) {
         const Place place = Locate(s);
@@ -377,7 +341,7 @@ private:
 
     std::vector<Block> Read(double pitch) {
         const double ratio = pitch * sound->rate / outputRate;
-        const bool isSinc = reader == Reader::Sinc;
+        const bool isSinc = converter != nullptr;
         const auto step = static_cast<std::uint64_t>(ratio * (isSinc ? 524288 : 65536) + 0.5);
         std::vector<Block> samples(sound->raw.size(), Block{});
         for (std::size_t i = 0; i < blockFrames; ++i, position += step) {
@@ -394,8 +358,8 @@ private:
     bool HasEnded(std::uint64_t step) {
         const std::uint64_t frames = sound->raw[0].size();
         if (sound->isLooping) return false;
-        if (reader != Reader::Sinc) return hasStopped = position >= frames << 16;
-        hasStopped = position + step + (static_cast<std::uint64_t>(kernels.Taps() / 2) << 19) > frames << 19;
+        if (converter == nullptr) return hasStopped = position >= frames << 16;
+        hasStopped = position + step + (static_cast<std::uint64_t>(Taps() / 2) << 19) > frames << 19;
         return position + step > frames << 19;
     }
 
@@ -404,24 +368,27 @@ private:
         const double share = static_cast<double>(position & 65535) / 65536;
         const double before = IsAfterSilence(frame) ? 0 : sound->At(channel, frame - 1),
                      at = sound->At(channel, frame);
-        return reader == Reader::Nearest ? at : (1 - share) * before + share * at;
+        return quality == SampleRateConversion::Off ? at : (1 - share) * before + share * at;
     }
     // The last frame of a compressed buffer isn't kept for what follows it.
     bool IsAfterSilence(std::int64_t frame) const {
         return sound->format == AL_FORMAT_MONO_IMA4 && frame % std::ssize(sound->raw[0]) == 0;
     }
     double Convolve(std::size_t channel, double ratio) const {
-        const float* const row = kernels.Row(ratio, position);
-        const std::int64_t first = static_cast<std::int64_t>(position >> 19) - (kernels.Taps() / 2 - 1);
+        const auto band = static_cast<std::uint32_t>(std::log(std::max(ratio, 1.0)) * converter->ratioScale);
+        const std::uint64_t row = std::min(band, converter->filterCount - 1) * 64 + (position >> 13 & 63);
+        const float* const weights = converter->coefficients + (row << converter->tapsLog2);
+        const std::int64_t first = static_cast<std::int64_t>(position >> 19) - (Taps() / 2 - 1);
         double sum = 0;
-        for (std::int64_t tap = 0; tap < kernels.Taps(); ++tap)
-            sum += double{row[tap]} * sound->At(channel, first + tap);
+        for (std::int64_t tap = 0; tap < Taps(); ++tap)
+            sum += double{weights[tap]} * sound->At(channel, first + tap);
         return sum;
     }
+    std::int64_t Taps() const { return std::int64_t{1} << converter->tapsLog2; }
 
     const Sound* sound;
-    Reader reader;
-    Kernels kernels;
+    SampleRateConversion quality;
+    const goal::SampleRateConverter* converter;
     std::vector<Path> paths;
     std::uint64_t position = 0;  // of 16 fraction bits, with the converter 19
     bool hasStopped = false, areWeightsKnown = false;

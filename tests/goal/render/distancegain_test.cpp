@@ -17,33 +17,20 @@ struct Case {
     double reference = 1, max = 10, rolloff = 1, distance, gain;
 };
 
+// Divisions by 0, gains below 0 and beyond floats. What sources that have a gain are heard at is tested by
+// the calls of a game.
 const Case cases[] = {
     {.model = AL_NONE, .reference = nan, .max = nan, .rolloff = nan, .distance = nan, .gain = 1},
-    {.model = AL_INVERSE_DISTANCE, .reference = 2, .rolloff = 0.5, .distance = 7, .gain = 2 / 4.5},
-    {.model = AL_INVERSE_DISTANCE, .reference = 2, .rolloff = 0.5, .distance = 100, .gain = 2 / 51.0},
-    {.model = AL_INVERSE_DISTANCE, .distance = 0.5, .gain = 2},
     {.model = AL_INVERSE_DISTANCE, .distance = inf, .gain = 0},
     {.model = AL_INVERSE_DISTANCE, .reference = 0, .rolloff = 0, .distance = 5, .gain = 1},
     {.model = AL_INVERSE_DISTANCE, .rolloff = 2, .distance = 0.5, .gain = 1},
     {.model = AL_INVERSE_DISTANCE, .rolloff = 2, .distance = 0.25, .gain = 1},
-    {.model = AL_INVERSE_DISTANCE_CLAMPED, .reference = 2, .distance = 7, .gain = 2 / 7.0},
-    {.model = AL_INVERSE_DISTANCE_CLAMPED, .reference = 2, .distance = 1, .gain = 1},
-    {.model = AL_INVERSE_DISTANCE_CLAMPED, .reference = 2, .distance = 100, .gain = 2 / 10.0},
     {.model = AL_INVERSE_DISTANCE_CLAMPED, .reference = 2, .max = 1, .distance = 5, .gain = 2},
-    {.model = AL_LINEAR_DISTANCE, .max = 11, .rolloff = 0.5, .distance = 6, .gain = 0.75},
-    {.model = AL_LINEAR_DISTANCE, .max = 11, .distance = 100, .gain = 0},
-    {.model = AL_LINEAR_DISTANCE, .reference = 5, .distance = 0, .gain = 2},
     {.model = AL_LINEAR_DISTANCE, .reference = 3, .max = 3, .distance = 5, .gain = 1},
-    {.model = AL_LINEAR_DISTANCE_CLAMPED, .max = 11, .rolloff = 0.5, .distance = 6, .gain = 0.75},
-    {.model = AL_LINEAR_DISTANCE_CLAMPED, .reference = 5, .distance = 0, .gain = 1},
     {.model = AL_LINEAR_DISTANCE_CLAMPED, .max = 11, .rolloff = 1.5, .distance = 50, .gain = 1},
-    {.model = AL_EXPONENT_DISTANCE, .reference = 2, .rolloff = 1.5, .distance = 50, .gain = 0.008},
-    {.model = AL_EXPONENT_DISTANCE, .rolloff = 2, .distance = 0.1, .gain = 100},
-    {.model = AL_EXPONENT_DISTANCE, .rolloff = 100, .distance = 0.1, .gain = 1},
-    {.model = AL_EXPONENT_DISTANCE_CLAMPED, .reference = 2, .max = 8, .distance = 50, .gain = 0.25},
-    {.model = AL_EXPONENT_DISTANCE_CLAMPED, .reference = 2, .distance = 1, .gain = 1}};
+    {.model = AL_EXPONENT_DISTANCE, .rolloff = 100, .distance = 0.1, .gain = 1}};
 
-TEST(DistanceGain, OfEachModel_IsItsClosedFormOr1WhereThatFails) {
+TEST(DistanceGain, WhereTheFormulaFails_Is1) {
     for (const Case& c : cases) {
         const float gain = goal::distanceGain(goal::DistanceModel{c.model}, float(c.reference), float(c.max),
                                               float(c.rolloff), float(c.distance));

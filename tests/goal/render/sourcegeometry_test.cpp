@@ -6,9 +6,6 @@
 #include <cmath>
 #include <functional>
 #include <limits>
-#include <random>
-
-#include "numeric/directionpolynomials.h"
 
 namespace {
 
@@ -40,40 +37,6 @@ Scene WithCone(double angle) {
     return scene;
 }
 
-TEST(LocateSource, AroundATurnedListener_EncodesTheDirectionItHears) {
-    std::mt19937 random(4);
-    std::normal_distribution<double> normal;
-    for (int round = 0; round < 1000; ++round) {
-        // Heard at (X, Y, Z) by a listener at (1, 2, -3) who turned left by yaw, then looked up by pitch.
-        const double yaw = 3 * normal(random), pitch = std::atan(normal(random)),
-                     far = std::exp(normal(random));
-        double X = normal(random), Y = normal(random), Z = normal(random);
-        const double length = std::hypot(X, Y, Z);
-        X /= length, Y /= length, Z /= length;
-        const double forward = std::cos(pitch) * X - std::sin(pitch) * Z;
-        const double above = std::sin(pitch) * X + std::cos(pitch) * Z;
-        const double left = std::cos(yaw) * Y + std::sin(yaw) * forward;
-        const double ahead = std::cos(yaw) * forward - std::sin(yaw) * Y;
-        Scene scene;
-        scene.globals.listenerPosition = {1, 2, -3};
-        scene.globals.listenerAt = {float(-std::sin(yaw)), float(std::tan(pitch)), float(-std::cos(yaw))};
-        scene.source.radius = round % 2 == 0 ? 0.0F : 1.5F;
-        scene.source.position = {float(1 - far * left), float(2 + far * above), float(-3 - far * ahead)};
-        const auto turned = scene.Locate().encode;
-        scene.source.relative = true;
-        scene.source.position = {float(-Y * far), float(Z * far), float(-X * far)};
-        const auto relative = scene.Locate().encode;
-        float expected[25], gains[5];
-        hcml::directionPolynomials(X, Y, Z, 4, expected);
-        table.lookupRadiusGains(scene.source.radius > 0 ? float(far / 1.5) : 1e30F, gains);
-        for (std::size_t i = 0; i < 25; ++i) {
-            const float weight = expected[i] * gains[int(std::sqrt(double(i)))];
-            ASSERT_NEAR(turned[i], weight, 3e-5) << i;
-            ASSERT_NEAR(relative[i], weight, 3e-6) << i;
-        }
-    }
-}
-
 TEST(LocateSource, AtTheListener_IsEverywhereAlike) {
     const goal::SourceGeometry g = Scene{}.Locate();
     EXPECT_EQ(g.encode[0], 1);
@@ -94,49 +57,14 @@ TEST(BuildBasis, UnfitOrientations_StillGiveARotation) {
         }
 }
 
-TEST(LocateSource, AcrossTheCone_RampsGainAndHighFrequencies) {
-    for (double angle = 0; angle < 3.1; angle += 0.1) {
-        const double share = std::clamp(angle - 0.5, 0.0, 1.0), air = std::pow(0.994, 30);
-        Scene scene = WithCone(angle);
-        EXPECT_NEAR(scene.Locate().gain, 0.5 * (1 - 0.8 * share), 1e-6) << angle;
-        EXPECT_NEAR(scene.Locate().gainHF, air * (1 - 0.6 * share), 1e-6) << angle;
-        scene.source.directFilterGainHFAuto = false;
-        scene.source.minGain = 0.3F;
-        scene.source.maxGain = 0.4F;
-        EXPECT_NEAR(scene.Locate().gain, std::clamp(0.5 * (1 - 0.8 * share), 0.3, 0.4), 1e-6) << angle;
-        EXPECT_NEAR(scene.Locate().gainHF, air, 1e-6) << angle;
-    }
-}
-
-struct Movement {
-    float listener = 0, source = 0;  // speeds towards each other
-    float factor = 1, velocity = 1, sound = 300;
-    bool relative = false;
-    double pitch;
-};
-
-const Movement movements[] = {{.listener = 30, .pitch = 1.1},
-                              {.source = 60, .pitch = 1.25},
-                              {.listener = -30, .source = -20, .pitch = 27 / 32.0},
-                              {.listener = 30, .source = 60, .factor = 2, .pitch = 2},
-                              {.listener = 30, .source = 60, .velocity = 3, .sound = 100, .pitch = 33 / 24.0},
-                              {.listener = 30, .source = 60, .relative = true, .pitch = 1.25},
-                              {.source = 600, .pitch = -1},
-                              {.sound = 0, .pitch = 1}};
-
-TEST(LocateSource, MovingAlongTheLine_ShiftsThePitchByDoppler) {
-    for (const Movement& m : movements) {
-        Scene scene;
-        scene.source.position = {4, 0, -3};
-        scene.source.velocity = {m.source * -0.8F, 0, m.source * 0.6F};
-        scene.source.relative = m.relative;
-        scene.source.pitch = 0.5F;
-        scene.globals.listenerVelocity = {m.listener * 0.8F, 0, m.listener * -0.6F};
-        scene.globals.dopplerFactor = m.factor;
-        scene.globals.dopplerVelocity = m.velocity;
-        scene.globals.speedOfSound = m.sound;
-        EXPECT_NEAR(scene.Locate().pitch, 0.5 * m.pitch, 1e-6) << "row " << &m - movements;
-    }
+TEST(LocateSource, AtTheSpeedOfSoundAndBeyond_HasAPitchAllTheSame) {
+    Scene scene;
+    scene.source.position = {0, 0, -1};
+    scene.globals.speedOfSound = 0;
+    EXPECT_EQ(scene.Locate().pitch, 1);
+    scene.globals.speedOfSound = 300;
+    scene.source.velocity = {0, 0, 600};
+    EXPECT_EQ(scene.Locate().pitch, -1);
 }
 
 // The shares of the sphere that the cones fill, and a reverb's air over 30 m.

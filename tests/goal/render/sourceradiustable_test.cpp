@@ -36,23 +36,4 @@ TEST(SourceRadiusTable, FarAway_FallsOffWithTheSquareOfTheDistance) {
             EXPECT_NEAR(1 - At(r, c), 0.45 * c * (c + 1) / 2 / (X(r) * X(r)), 0.023 * (1 - At(r, c)) + 5e-6);
 }
 
-TEST(SourceRadiusTable, Lookup_BlendsRowsByTheLogarithmAndHoldsTheEnds) {
-    const goal::SourceRadiusTable third(3);
-    ASSERT_EQ(third.columnCount, 4U);
-    std::array<float, 5> out;
-    for (double position : {-400.0, 0.9, 1.0, 77.25, 160.0, 200.5, 321.75, 322.5, 2000.0}) {
-        out.fill(-9);
-        third.lookupRadiusGains(float(X(position)), out.data());
-        const double low = std::floor(position), share = position - low;
-        for (unsigned c = 0; c < 4; ++c) {
-            const double expected =
-                position < 1      ? At(0, c)
-                : position >= 322 ? 1
-                                  : (1 - share) * At(unsigned(low), c) + share * At(unsigned(low) + 1, c);
-            EXPECT_NEAR(out[c], expected, position == 1 ? 1.3e-5 : 2e-6) << position << " " << c;
-        }
-        EXPECT_EQ(out[4], -9);
-    }
-}
-
 }  // namespace
