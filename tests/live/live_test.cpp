@@ -244,7 +244,8 @@ TEST_F(Live, ManyChangesOfTheSettings_LoseNoSourceAndNoFrameOfAStream) {
     crowd.Stop(loops, streams);
     ASSERT_EQ(loops.size(), 1U) << "The loops have come apart.";
     ASSERT_EQ(streams.size(), 1U) << "The streams have come apart.";
-    EXPECT_EQ(*loops.begin(), *streams.begin() % Crowd::loopFrames);
+    // At the end of a block a loop may be at its end, as well as at its start.
+    EXPECT_EQ(*loops.begin() % Crowd::loopFrames, *streams.begin() % Crowd::loopFrames);
     std::this_thread::sleep_for(1s);
     foldback.Stop();
     EXPECT_EQ(Log().find("Exception"), std::string::npos) << Log();
