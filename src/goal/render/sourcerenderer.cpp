@@ -75,14 +75,10 @@ void SourceRenderer::AddMono(SourceRendererState& state, const SourceGeometry& g
 
 void SourceRenderer::RenderMultiChannel(Source& source, SourceRendererState& state,
                                         const RenderSnapshot& snapshot, hcml::ac::Bus& spatial) {
-    const float pitch = std::min(source.pitch, largestPitch);
-    if (!IsFinite(source.gain, pitch)) return;
+    if (!IsFinite(source.gain, std::min(source.pitch, largestPitch))) return;
     const Arrangement key = source.queue[0]->arrangementKey;
     ArrayBus& bus = stages.arrays[key];
-    const ReadRate rate{static_cast<double>(pitch), stages.sampleRate};
-    const float scale = stages.reader.ReadMultiChannel(source, state.previousFrame,
-                                                       state.multiChannelConverter, rate, bus.input);
-    ApplyAntiDenormalPattern(bus.input);
+    const float scale = ReadChannels(stages, source, state, bus);
     sends.SendMultiChannel(source, state, snapshot, bus.input, IsBFormat(key), scale);
     if (IsBFormat(key)) Rotate(source, key, bus);
     const FilterStageSettings path{

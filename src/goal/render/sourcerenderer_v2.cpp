@@ -212,14 +212,10 @@ void SourceRenderer_v2::RenderMultiChannel(Voice& voice, const RenderSnapshot& s
     SourcePlace place;
     FollowPlace(source, snapshot, state.motion, place);
     const float sourceGain = place.gain;
-    const float pitch = std::min(source.pitch, largestPitch);
-    if (!IsFinite(sourceGain, pitch)) return;
+    if (!IsFinite(sourceGain, std::min(source.pitch, largestPitch))) return;
     const Arrangement key = source.queue[0]->arrangementKey;
     ArrayBus& bus = stages.arrays[key];
-    const ReadRate rate{static_cast<double>(pitch), stages.sampleRate};
-    const float scale = stages.reader.ReadMultiChannel(source, state.previousFrame,
-                                                       state.multiChannelConverter, rate, bus.input);
-    ApplyAntiDenormalPattern(bus.input);
+    const float scale = ReadChannels(stages, source, state, bus);
     sends.SendMultiChannel(voice, snapshot, bus.input, IsBFormat(key), sourceGain, scale);
     if (IsBFormat(key)) Rotate(voice, key, bus);
     const float gain = DirectGain(voice, sourceGain);

@@ -1,11 +1,22 @@
 #include "goal/render/voicerenderer.h"
 
+#include <algorithm>
 #include <utility>
 
+#include "goal/dsp/antidenormal.h"
+#include "goal/render/sourcegeometry.h"
 #include "goal/render/stereopan.h"
 #include "numeric/kernels/finitekernel.h"
 
 namespace goal {
+
+float ReadChannels(const RenderStages& stages, Source& source, SourceRendererState& state, ArrayBus& bus) {
+    const ReadRate rate{static_cast<double>(std::min(source.pitch, largestPitch)), stages.sampleRate};
+    const float scale = stages.reader.ReadMultiChannel(source, state.previousFrame,
+                                                       state.multiChannelConverter, rate, bus.input);
+    ApplyAntiDenormalPattern(bus.input);
+    return scale;
+}
 
 void AddToArray(const hcml::ac::Bus& source, ArrayBus& bus) {
     for (std::uint32_t c = 0; c < source.channelCount; ++c)

@@ -50,6 +50,11 @@ public:
     virtual std::uint32_t FadeBlocks() const { return 0; }
 };
 
+/// Reads a block of a source of several channels at its pitch into the input of its arrangement's bus.
+/// Returns the factor that brings it to full scale 1.
+float ReadChannels(const RenderStages& stages, Source& source, SourceRendererState& state,
+                   ArrayBus& bus) SLIB_NONBLOCKING;
+
 /// What a source of several channels without angles, `source`, adds to the bus of its arrangement. A source
 /// with a sample that isn't finite is left out, since no later stage would get rid of it.
 void AddToArray(const hcml::ac::Bus& source, ArrayBus& bus) SLIB_NONBLOCKING;
