@@ -52,6 +52,14 @@ TEST(RefinedSound, AMovement_ArrivesWithin25Milliseconds) {
     }
 }
 
+TEST(RefinedSound, AJump_IsThereAtTheEndOfItsBlock) {
+    Constant scene(256);
+    scene.Play(4800, 0);
+    Place(scene.Change(), {0, 0, 1});
+    scene.Render();
+    EXPECT_NEAR(scene.Last(1), -1, 1e-5);
+}
+
 TEST(RefinedSound, AMovementWhoseVelocityIsKnown_IsHeardWhereItIs) {
     constexpr std::uint32_t frames = 200;
     constexpr double speed = 0.5;  // a second, on a line to the left
