@@ -356,6 +356,14 @@ protected:
     static void Pactl(const std::string& arguments) {
         EXPECT_EQ(std::system(("pactl " + arguments + " > /dev/null 2>&1").c_str()), 0) << arguments;
     }
+    // The one program that plays.
+    static bool IsOn(const std::string& output) {
+        return std::system(
+                   ("test $(pactl list short sink-inputs | cut -f 2 | tail -n 1) = $(pactl list short "
+                    "sinks | grep -w " +
+                    output + " | cut -f 1)")
+                       .c_str()) == 0;
+    }
     int Restarts() const {
         const std::string line = "Restarting because the sound output has changed.", log = Log();
         int count = 0;
@@ -399,10 +407,15 @@ TEST_P(OnEither, AnotherDefaultOutput_GetsTheSoundInItsLayout) {
     ExpectHeadphonesAfter([] { Pactl("set-default-sink other"); });
 }
 
-// In the server's mixer, for the one program.
+// In the server's mixer, for the one program. A PipeWire that has only just started loses such a request now
+// and then: the user asks again.
 TEST_P(OnEither, AnOutputThatTheUserSendsTheGameTo_KeepsTheSoundInItsLayout) {
-    ExpectHeadphonesAfter(
-        [] { Pactl("move-sink-input $(pactl list short sink-inputs | cut -f 1 | tail -n 1) other"); });
+    ExpectHeadphonesAfter([] {
+        for (int i = 0; i < 5 && !IsOn("other"); ++i) {
+            Pactl("move-sink-input $(pactl list short sink-inputs | cut -f 1 | tail -n 1) other");
+            std::this_thread::sleep_for(1s);
+        }
+    });
 }
 
 // From the call to the output's monitor. The bound is that of a machine that does other things as well; what
