@@ -141,7 +141,7 @@ void StagedGame::Add(std::uint32_t first, std::uint32_t count) {
 }
 
 void StagedGame::FinishBlock() {
-    batch.Finish(output.spatial);
+    batch.Flush(output.spatial);
     clock.Mark(Stage::Mix);
     for (std::uint32_t slot = 0; slot < scene.snapshot.slotCount; ++slot)
         goal::Gather(goal::EffectOf(scene.snapshot.slots[slot]));

@@ -5,7 +5,6 @@
 
 #include "numeric/kernels/finitekernel.h"
 #include "numeric/kernels/gainkernel.h"
-#include "numeric/kernels/mixkernel.h"
 
 namespace goal {
 namespace {
@@ -47,15 +46,7 @@ void AddMovingHeads(const hcml::FloatTupleVector& row, float* weights, const flo
 }
 
 MixBatch::MixBatch(std::uint32_t frames, std::uint32_t channelCount, std::uint32_t rowCount)
-    : frames(frames),
-      channelCount(channelCount),
-      rowCount(rowCount),
-      rows(rowCount + 1),
-      waiting(frames),
-      slopes(frames, channelCount),
-      line(frames) {
-    for (std::uint32_t i = 0; i < frames; ++i)
-        line.data[i] = static_cast<float>((i + 1.0) / frames);
+    : frames(frames), channelCount(channelCount), rowCount(rowCount), rows(rowCount + 1), waiting(frames) {
     for (hcml::FloatTupleVector& row : rows)
         row.resize(frames);
 }
@@ -82,12 +73,16 @@ void MixBatch::AddAlong(const float* from, const float* to, const float* course,
     FlushIfFull(bus);
 }
 
-void MixBatch::AddInLine(const float* from, const float* to, float scale, hcml::ac::Bus& bus) {
+void MixBatch::AddInSteps(const float* from, const float* to, hcml::ac::Bus& bus) {
+    // Of the way, in a step, and to the middle of the first one, which is there in the line after its frame.
+    const float step = hcml::framesPerStep / static_cast<float>(frames);
+    const float begin = (hcml::framesPerStep + 1) / (2 * static_cast<float>(frames));
     movements[count] = {};
-    float* const weights = inLine.Append(rows[count++].data);
+    float* const weights = inSteps.Append(rows[count++].data);
     for (std::uint32_t c = 0; c < channelCount; ++c) {
-        weights[c] = from[c] * scale;
-        weights[channelCount + c] = (to[c] - from[c]) * scale;
+        const float way = to[c] - from[c];
+        weights[c] = from[c] + begin * way;
+        weights[hcml::gainsPerRow + c] = step * way;
     }
     FlushIfFull(bus);
 }
@@ -118,32 +113,18 @@ void MixBatch::Flush(hcml::ac::Bus& bus) {
     for (std::uint32_t row = 0; row < count; row += movements[row].course != nullptr ? 2 : 1)
         Settle(row, bus);
     count = 0;
-    const auto mix = [&](float* const* channels, std::uint32_t channelsOfGroup, auto& group) {
-        hcml::MixSources({.channels = channels,
-                          .channelCount = channelsOfGroup,
-                          .sources = group.rows.data(),
-                          .sourceCount = std::exchange(group.count, 0),
-                          .coefficients = group.coefficients.front().data(),
-                          .coefficientStride = static_cast<std::uint32_t>(group.coefficients.front().size()),
-                          .vectors = bus.vectors});
+    const auto take = [&](auto& group) {
+        return hcml::Mix{.channels = bus.channels,
+                         .channelCount = channelCount,
+                         .sources = group.rows.data(),
+                         .sourceCount = std::exchange(group.count, 0),
+                         .coefficients = group.coefficients.front().data(),
+                         .coefficientStride = static_cast<std::uint32_t>(group.coefficients.front().size()),
+                         .vectors = bus.vectors};
     };
-    if (steady.count > 0) mix(bus.channels, channelCount, steady);
-    if (inLine.count == 0) return;
-    hasSlopes = true;
-    std::array<float*, std::size_t{2} * hcml::mostBusChannels> both;
-    std::copy_n(bus.channels, channelCount, both.begin());
-    std::copy_n(slopes.channels, channelCount, both.begin() + channelCount);
-    mix(both.data(), 2 * channelCount, inLine);
-}
-
-void MixBatch::Finish(hcml::ac::Bus& bus) {
-    Flush(bus);
-    if (!std::exchange(hasSlopes, false)) return;
-    for (std::uint32_t c = 0; c < channelCount; ++c) {
-        hcml::MultiplyRows(slopes.channels[c], slopes.channels[c], line.data, bus.vectors);
-        hcml::MultiplyAddRow(bus.channels[c], slopes.channels[c], 1, bus.vectors);
-    }
-    slopes.clear();
+    if (steady.count > 0) hcml::MixSources(take(steady));
+    if (inSteps.count > 0)
+        hcml::MixMovingSources(take(inSteps), inSteps.coefficients.front().data() + hcml::gainsPerRow);
 }
 
 }  // namespace goal

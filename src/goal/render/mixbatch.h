@@ -12,6 +12,7 @@
 #include "numeric/ambisonicorder.h"
 #include "numeric/bus.h"
 #include "numeric/floattuplevector.h"
+#include "numeric/kernels/mixkernel.h"
 #include "slib/realtime.h"
 
 namespace goal {
@@ -51,16 +52,13 @@ public:
     void AddAlong(const float* from, const float* to, const float* course,
                   hcml::ac::Bus& bus) SLIB_NONBLOCKING;
 
-    /// The same in a line over the block, for a row whose samples times `scale` are at full scale 1. All rows
-    /// of a block that move so have their slopes summed in a bus of its own, which Finish adds along the
-    /// line.
-    void AddInLine(const float* from, const float* to, float scale, hcml::ac::Bus& bus) SLIB_NONBLOCKING;
+    /// The same in a line over the block, in steps of hcml::framesPerStep frames. That costs little more than
+    /// weights that stay, and is as far from the line as these go in 4.6 frames (the root of its mean
+    /// square).
+    void AddInSteps(const float* from, const float* to, hcml::ac::Bus& bus) SLIB_NONBLOCKING;
 
     /// Adds all rows gathered to the bus.
     void Flush(hcml::ac::Bus& bus) SLIB_NONBLOCKING;
-
-    /// The same, and what was added in a line in this block.
-    void Finish(hcml::ac::Bus& bus) SLIB_NONBLOCKING;
 
 private:
     // What else happens to a row at the Flush.
@@ -75,7 +73,7 @@ private:
     template <std::uint32_t mostChannels>
     struct Group {
         std::array<const float*, mostRows + 1> rows;
-        std::array<std::array<float, mostChannels>, mostRows + 1> coefficients;
+        std::array<std::array<float, mostChannels>, mostRows + 1> coefficients{};
         std::uint32_t count = 0;
 
         float* Append(const float* row) {
@@ -96,10 +94,7 @@ private:
     SectionBatch waiting;
     std::uint32_t count = 0;
     Group<hcml::mostBusChannels> steady;
-    Group<2 * hcml::mostBusChannels> inLine;  // with the slopes of the weights after them
-    hcml::ac::Bus slopes;                     // the sum of the rows times these
-    bool hasSlopes = false;
-    hcml::FloatTupleVector line;  // from 0 before the first frame to 1 at the last
+    Group<2 * hcml::gainsPerRow> inSteps;  // weights of the first step, and then what they change in each
 };
 
 }  // namespace goal

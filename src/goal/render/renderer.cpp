@@ -62,7 +62,7 @@ std::unique_ptr<VoiceRenderer> Renderer::MakeVoiceRenderer() {
 void Renderer::renderBlock(RenderSnapshot& snapshot, RenderOutput& output) {
     StartBlock(snapshot, output);
     RenderSources(snapshot, output);
-    batch.Finish(output.spatial);
+    batch.Flush(output.spatial);
     effects.Run(snapshot, arrays, output);
     arrays.MixInto(output.spatial);
     voices->Finish(snapshot, output);
@@ -70,7 +70,7 @@ void Renderer::renderBlock(RenderSnapshot& snapshot, RenderOutput& output) {
 
 // What waits refers to the memories of sources, so it is worked off here, to be heard nowhere.
 void Renderer::Abandon(RenderSnapshot& snapshot, RenderOutput& output) {
-    batch.Finish(output.spatial);
+    batch.Flush(output.spatial);
     snapshot.activeSlots.ForEach([&](std::uint32_t i) {
         if (snapshot.slots[i].effect) Gather(EffectOf(snapshot.slots[i]));
     });

@@ -40,7 +40,7 @@ SlotEffect* TargetOf(const SourceBaseParameters::AuxSend& send,
 /// Brings all that was sent to the effect into its input. To be called for each effect in each block, for
 /// until then its sends may wait, and with them the memories of their filters.
 inline void Gather(SlotEffect& effect) SLIB_NONBLOCKING {
-    effect.sends->Finish(effect.input);
+    effect.sends->Flush(effect.input);
 }
 
 class SlotEffectBuilder final : public EffectBuilder {

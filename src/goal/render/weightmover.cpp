@@ -60,15 +60,29 @@ WeightMove WeightMover::Move(PathWeights& path, const float* targets, std::uint3
 void WeightMover::Add(PathWeights& path, const float* targets, bool jumps, float scale, MixBatch& batch,
                       hcml::ac::Bus& bus) const {
     WeightMove move = Move(path, targets, bus.channelCount, jumps);
-    if (move.course == courses.Line())
-        return batch.AddInLine(move.from.data(), path.coefficients.data(), scale, bus);
     std::array<float, hcml::mostBusChannels> to;
     for (std::uint32_t c = 0; c < bus.channelCount; ++c)
         to[c] = path.coefficients[c] * scale;
     if (move.course == nullptr) return batch.Add(to.data(), bus);
     for (std::uint32_t c = 0; c < bus.channelCount; ++c)
         move.from[c] *= scale;
-    batch.AddAlong(move.from.data(), to.data(), move.course, bus);
+    if (move.course == courses.Line() && IsSlow(move.from.data(), to.data(), bus))
+        batch.AddInSteps(move.from.data(), to.data(), bus);
+    else
+        batch.AddAlong(move.from.data(), to.data(), move.course, bus);
+}
+
+// Whether what steps add is 70 dB below the sound. A circle around the listener takes 5 s or more then, in a
+// bus of order 4.
+bool WeightMover::IsSlow(const float* from, const float* to, const hcml::ac::Bus& bus) {
+    constexpr float mostPerFrame = 3.16e-4F / 4.61F;
+    float change = 0, sum = 0;
+    for (std::uint32_t c = 0; c < bus.channelCount; ++c) {
+        change += (to[c] - from[c]) * (to[c] - from[c]);
+        sum += from[c] * from[c] + to[c] * to[c];
+    }
+    const float most = mostPerFrame * static_cast<float>(bus.frames);
+    return change <= 0.5F * most * most * sum;
 }
 
 void ApplyAlong(float* row, float from, float to, const float* course, std::uint32_t vectors) {

@@ -39,6 +39,7 @@ public:
 
 private:
     static bool IsJump(const PathWeights& path, const float* targets, std::uint32_t count);
+    static bool IsSlow(const float* from, const float* to, const hcml::ac::Bus& bus);
 };
 
 /// Applies a gain to a row of whole groups of four: from `from` to `to` along `course`, or `to` where that is

@@ -89,6 +89,52 @@ void MixAll(const Mix& mix) {
     }
 }
 
+// The sources of a pass whose gains in a step stay in the first-level cache beside their samples.
+constexpr std::uint32_t movingSourcesPerPass = 64;
+
+struct StepGains {
+    HWY_ALIGN float rows[movingSourcesPerPass * gainsPerRow];
+};
+
+void FindGains(const Mix& mix, const float* steps, float step, StepGains& gains) {
+    const hn::ScalableTag<float> d;
+    const auto along = hn::Set(d, step);
+    for (std::uint32_t s = 0; s < mix.sourceCount; ++s) {
+        const float* const from = mix.coefficients + std::size_t{s} * mix.coefficientStride;
+        const float* const change = steps + std::size_t{s} * mix.coefficientStride;
+        float* const to = gains.rows + std::size_t{s} * gainsPerRow;
+        for (std::size_t c = 0; c < mix.channelCount; c += hn::Lanes(d))
+            hn::Store(hn::Add(hn::LoadU(d, from + c), hn::Mul(along, hn::LoadU(d, change + c))), d, to + c);
+    }
+}
+
+void MixMovingPass(const Mix& mix, const float* steps) {
+    constexpr std::size_t lanes = hn::MaxLanes(hn::ScalableTag<float>());
+    constexpr std::uint32_t vectorsPerStep = framesPerStep / 4;
+    StepGains gains;
+    Mix part = mix;
+    part.coefficients = gains.rows;
+    part.coefficientStride = gainsPerRow;
+    for (std::uint32_t done = 0; done < mix.vectors; done += vectorsPerStep) {
+        FindGains(mix, steps, static_cast<float>(done / vectorsPerStep), gains);
+        ForEachTile<std::min(vectorsPerBlock, framesPerStep / lanes)>(
+            std::min(mix.vectors - done, vectorsPerStep), [&](auto d, auto count, std::size_t first) {
+                MixTile{part}(d, count, std::size_t{done} * 4 + first);
+            });
+    }
+}
+
+void MixAllMoving(const Mix& mix, const float* steps) {
+    Mix pass = mix;
+    for (std::uint32_t done = 0; done < mix.sourceCount; done += movingSourcesPerPass) {
+        const std::size_t gains = std::size_t{done} * mix.coefficientStride;
+        pass.sources = mix.sources + done;
+        pass.coefficients = mix.coefficients + gains;
+        pass.sourceCount = std::min(mix.sourceCount - done, movingSourcesPerPass);
+        MixMovingPass(pass, steps + gains);
+    }
+}
+
 }  // namespace hcml::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
@@ -96,6 +142,11 @@ HWY_AFTER_NAMESPACE();
 namespace hcml {
 
 HWY_EXPORT(MixAll);
+HWY_EXPORT(MixAllMoving);
+
+void MixMovingSources(const Mix& mix, const float* steps) {
+    HWY_DYNAMIC_DISPATCH(MixAllMoving)(mix, steps);
+}
 
 void MixSources(const Mix& mix) {
     HWY_DYNAMIC_DISPATCH(MixAll)(mix);

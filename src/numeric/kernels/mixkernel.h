@@ -29,4 +29,15 @@ struct Mix {
 /// channels per source, to the bit.
 void MixSources(const Mix& mix) SLIB_NONBLOCKING;
 
+/// Frames that a source is mixed with the same gains for in MixMovingSources.
+constexpr std::uint32_t framesPerStep = 16;
+
+/// What a row of gains has room for, and is read as a whole.
+constexpr std::uint32_t gainsPerRow = 32;
+
+/// The same for up to gainsPerRow channels where the gains move by `steps`, of the layout of the
+/// coefficients, with each framesPerStep frames: the gain in frame i is coefficients[k] + (i / framesPerStep)
+/// * steps[k]. Both have room for gainsPerRow gains of each source.
+void MixMovingSources(const Mix& mix, const float* steps) SLIB_NONBLOCKING;
+
 }  // namespace hcml
