@@ -179,6 +179,7 @@ class Loops {
 public:
     std::vector<LoopRun> all{
         {"mix", everyGame, MixLimit, [this] { Mix(); }},
+        {"mix_moving", everyGame, MovingMixLimit, [this] { MixMoving(); }},
         {"sinc_medium", {SincGame, SincReverbGame}, SincLimit, [this] { ReadSinc(); }},
         {"linear", {LinearGame, LinearReverbGame}, LinearLimit, [this] { ReadLinear(); }},
         {"sections", everyGame, SectionLimit, [this] { RunSections(); }},
@@ -220,6 +221,17 @@ private:
         for (std::uint32_t done = 0; done < sources; done += batch)
             hcml::MixSources({bus.channels, channels, rows.channels, std::min(batch, sources - done),
                               gains.data(), channels, bus.vectors});
+    }
+
+    // The same, and a product and a sum for each gain in each step.
+    static double MovingMixLimit() {
+        return MixLimit() + 2.0 * sources * channels * (frames / hcml::framesPerStep) / PeakMultiplyAddRate();
+    }
+    void MixMoving() {
+        for (std::uint32_t done = 0; done < sources; done += batch)
+            hcml::MixMovingSources({bus.channels, channels, rows.channels, std::min(batch, sources - done),
+                                    movingGains.data(), 2 * hcml::gainsPerRow, bus.vectors},
+                                   movingGains.data() + hcml::gainsPerRow);
     }
 
     // Eight taps and a window of eight samples have to be loaded for each output.
@@ -303,6 +315,7 @@ private:
     hcml::ac::Bus bus{frames, channels};
     hcml::ac::Bus slotInput{frames, 4};
     std::vector<float> gains = std::vector<float>(std::size_t{batch} * channels, 1e-6F);
+    std::vector<float> movingGains = std::vector<float>(std::size_t{batch} * 2 * hcml::gainsPerRow, 1e-6F);
     hcml::FloatTupleVector taps{64 * 8};
     hcml::FloatTupleVector sourceRow{frames};
     std::vector<hcml::FloatTupleVector> sends = std::vector<hcml::FloatTupleVector>(lanes, sourceRow);
@@ -420,6 +433,7 @@ BENCHMARK_CAPTURE(Stages, sinc_medium, SincGame)->Apply(Once);
 BENCHMARK_CAPTURE(Stages, linear_reverb, LinearReverbGame)->Apply(Once);
 BENCHMARK_CAPTURE(Stages, sinc_medium_reverb, SincReverbGame)->Apply(Once);
 BENCHMARK_CAPTURE(Loop, mix, "mix")->Apply(Once);
+BENCHMARK_CAPTURE(Loop, mix_moving, "mix_moving")->Apply(Once);
 BENCHMARK_CAPTURE(Loop, sinc_medium, "sinc_medium")->Apply(Once);
 BENCHMARK_CAPTURE(Loop, linear, "linear")->Apply(Once);
 BENCHMARK_CAPTURE(Loop, sections, "sections")->Apply(Once);

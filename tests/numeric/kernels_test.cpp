@@ -94,6 +94,35 @@ TEST(Kernels, MixSources_EqualsOnePassASource) {
     });
 }
 
+void TestMovingMix(std::uint32_t channelCount, std::uint32_t sourceCount, std::uint32_t vectors) {
+    constexpr std::uint32_t stride = gainsPerRow + 3;
+    const std::vector<Row> channels = Rows(channelCount, vectors * 4, 1);
+    const std::vector<Row> sources = Rows(sourceCount, vectors * 4, 2);
+    const Row gains(std::size_t{sourceCount} * stride), steps(std::size_t{sourceCount} * stride, 1);
+    const std::vector<Row> expected = channels;
+    for (std::uint32_t s = 0; s < sourceCount; ++s)
+        for (std::uint32_t c = 0; c < channelCount; ++c)
+            for (std::uint32_t i = 0; i < vectors * 4; ++i) {
+                const std::uint32_t at = s * stride + c, step = i / framesPerStep;
+                expected[c].data()[i] +=
+                    (gains.data()[at] + static_cast<float>(step) * steps.data()[at]) * sources[s].data()[i];
+            }
+    const std::vector<float*> from = Pointers(sources), to = Pointers(channels);
+    MixMovingSources({to.data(), channelCount, from.data(), sourceCount, gains.data(), stride, vectors},
+                     steps.data());
+    EXPECT_EQ(channels, expected) << channelCount << " " << sourceCount << " " << vectors;
+}
+
+TEST(Kernels, MixMovingSources_EqualsGainsThatMoveWithEachStep) {
+    OnEveryTarget([] {
+        for (const std::uint32_t channels : {1u, 4u, 9u, 16u, 25u, 32u})
+            for (const std::uint32_t sources : {0u, 1u, 65u})
+                TestMovingMix(channels, sources, 21 + channels % 5);
+        for (std::uint32_t vectors = 0; vectors < 12; ++vectors)
+            TestMovingMix(25, 3, vectors);
+    });
+}
+
 TEST(Kernels, Gains_EqualTheLoopsInPlaceAndNot) {
     OnEveryTarget([] {
         for (std::uint32_t vectors = 0; vectors < 70; ++vectors) {
