@@ -116,7 +116,8 @@ void MixMovingPass(const Mix& mix, const float* steps) {
     part.coefficients = gains.rows;
     part.coefficientStride = gainsPerRow;
     for (std::uint32_t done = 0; done < mix.vectors; done += vectorsPerStep) {
-        FindGains(mix, steps, static_cast<float>(done / vectorsPerStep), gains);
+        const std::uint32_t step = done / vectorsPerStep;
+        FindGains(mix, steps, static_cast<float>(step), gains);
         ForEachTile<std::min(vectorsPerBlock, framesPerStep / lanes)>(
             std::min(mix.vectors - done, vectorsPerStep), [&](auto d, auto count, std::size_t first) {
                 MixTile{part}(d, count, std::size_t{done} * 4 + first);
