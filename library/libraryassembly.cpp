@@ -245,6 +245,8 @@ LibraryPlan DefaultPlan(const std::string& sofaPath) {
 void AddSpeakerLayout(const SpeakerLayout& added, const std::vector<int>& rates, FormatRegistrar& library) {
     SpeakerLayout layout = added;
     if (layout.family == StandardFormat::Unknown) layout.family = StandardFamilyOf(layout);
+    // Selection looks for it under exactly the system's name.
+    if (layout.family != StandardFormat::Unknown) layout.name = slib::GetStandardFormatName(layout.family);
     const std::string format = orb3::MakeFormatTag(layout.name);
     CheckReplaceable(format, library);
     EraseConversionsTo(format, library);

@@ -104,7 +104,9 @@ void Panner::ShareImaginarySignals(std::size_t speakers) {
     shares = Eigen::MatrixXd::Identity(count, real);
     for (Index round = real; round < 2 * count; ++round) {
         const Eigen::MatrixXd next = neighbours.bottomRows(count - real) * shares;
-        shares.bottomRows(count - real) = next.rowwise().normalized();
+        // Those of what no share has reached yet stay 0.
+        for (Index i = 0; i < next.rows(); ++i)
+            shares.row(real + i) = next.row(i).normalized();
     }
 }
 

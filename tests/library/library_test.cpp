@@ -81,6 +81,16 @@ TEST_F(Library, ARoomOfUnequalDistances_IsAddedWithAllMethodsAndReplaced) {
     EXPECT_TRUE(HasUnequalDistances(LayoutOfFormat(format)));
 }
 
+// Selection asks for the system's speakers by exactly their name.
+TEST_F(Library, ARoomNamedNearlyAsTheSystemsSpeakers_IsFoundAtADefaultStart) {
+    const auto library = Change();
+    AddSpeakerLayout(ReadRoom("name: -stereo-\nL: azimuth 40\nR: azimuth -35\n"), {testRate}, *library);
+    orb3::spk::Layout layout;
+    orb3::ConfigureLayout(*library, layout, nullptr, nullptr, "Stereo");
+    ASSERT_EQ(layout.speakers.size(), 2u);
+    EXPECT_EQ(layout.speakers[0].label, "L");
+}
+
 TEST_F(Library, ARoomWithTheNameOfWhatOthersNeed_IsRefusedAndNothingChanges) {
     const auto library = Change();
     for (const char* name : {"FSA1", "Surround 7.1", "Headphone Stereo"}) {

@@ -21,10 +21,22 @@ using Transform = orb3::strans::TimeDomainTransform<double, 1>;
 constexpr double testRate = 48000;
 constexpr FrequencyBand highBand{6000, 12000, 3};
 
+const std::string raisedPair = "Raised Pair", raisedRing = "Raised Ring";
+
+// Evenly spaced, 45 degrees above the ear.
+SpeakerLayout Raised(const std::string& name, int count) {
+    SpeakerLayout layout{.name = name, .speakers = {}};
+    for (int i = 0; i < count; ++i)
+        layout.speakers.push_back(
+            {.label = std::to_string(i), .direction = DirectionAt((i + 0.5) * 2 * pi / count, pi / 4)});
+    return layout;
+}
+
 SpeakerLayout Layout(const std::string& name) {
     for (const auto& layouts : {StandardLayouts(), RegularLayouts()})
         for (const SpeakerLayout& layout : layouts)
             if (layout.name == name) return layout;
+    if (name == raisedPair || name == raisedRing) return Raised(name, name == raisedPair ? 2 : 6);
     throw slib::BadParameterException(name);
 }
 
@@ -144,7 +156,7 @@ TEST_P(AnyDecoder, EveryMethodAndOrder_IsCalibratedSaneAndOfTheRightShape) {
 INSTANTIATE_TEST_SUITE_P(Layouts, AnyDecoder,
                          testing::Values("Mono", "Stereo", "Surround Stereo", "Quad", "Surround 5.1",
                                          "Surround 5.1 (ITU)", "Surround 7.1", "Surround 7.1 (Wide)",
-                                         "Hexagon", "Octagon", "Cube"));
+                                         "Hexagon", "Octagon", "Cube", raisedPair, raisedRing));
 
 TEST(SurroundStereo, SourcesBehind_AreInOppositeQuarterTurnsAndSourcesAheadInPhase) {
     const Transform transform =
