@@ -23,12 +23,12 @@ constexpr FrequencyBand highBand{6000, 12000, 3};
 
 const std::string raisedPair = "Raised Pair", raisedRing = "Raised Ring";
 
-// Evenly spaced, 45 degrees above the ear.
-SpeakerLayout Raised(const std::string& name, int count) {
+// High above the ear, so that there is nothing ahead, behind or below.
+SpeakerLayout Raised(const std::string& name, const std::vector<double>& azimuths) {
     SpeakerLayout layout{.name = name, .speakers = {}};
-    for (int i = 0; i < count; ++i)
+    for (const double azimuth : azimuths)
         layout.speakers.push_back(
-            {.label = std::to_string(i), .direction = DirectionAt((i + 0.5) * 2 * pi / count, pi / 4)});
+            {.label = std::to_string(azimuth), .direction = DirectionAt(azimuth * pi / 180, 60 * pi / 180)});
     return layout;
 }
 
@@ -36,7 +36,8 @@ SpeakerLayout Layout(const std::string& name) {
     for (const auto& layouts : {StandardLayouts(), RegularLayouts()})
         for (const SpeakerLayout& layout : layouts)
             if (layout.name == name) return layout;
-    if (name == raisedPair || name == raisedRing) return Raised(name, name == raisedPair ? 2 : 6);
+    if (name == raisedPair) return Raised(name, {30, -30});
+    if (name == raisedRing) return Raised(name, {0, 60, 120, 180, -120, -60});
     throw slib::BadParameterException(name);
 }
 
