@@ -10,10 +10,12 @@
 #include "orb3core/settings/sharedconfiguration.h"
 #include "orb3core/setup/layoutselection.h"
 #include "orb3core/setup/outputsetup.h"
+#include "orb3core/setup/speakerconnection.h"
 #include "platform/outputdevice.h"
 #include "slib/mutex.h"
 #include "slib/text.h"
 #include "tools/config/commands.h"
+#include "tools/config/connection.h"
 #include "tools/config/drydevice.h"
 #include "tools/config/machine.h"
 #include "tools/config/storedvalues.h"
@@ -148,6 +150,14 @@ void Print(const Outcome& outcome, const FormatLibrary& library, int gameRate) {
              " ahead of what is heard, with " + std::to_string(pipe.GetBufferCount()) +
              " blocks of the output; more where the sound server's buffer, which lies within, needs it"});
     table.PrintAligned(std::cout, "", false);
+    WarnOfBassOutputs(layout);
+}
+
+Json BassOutputs(const orb3::spk::Layout& layout) {
+    Json speakers = Json::array();
+    for (const std::size_t i : orb3::SpeakersOnBassOutputs(layout))
+        speakers.push_back(layout.speakers[i].label);
+    return speakers;
 }
 
 Json ToJson(const Outcome& outcome, const FormatLibrary& library, int gameRate) {
@@ -159,6 +169,7 @@ Json ToJson(const Outcome& outcome, const FormatLibrary& library, int gameRate) 
             {"layout", layout.format},
             {"layout_reason", WhyLayout(outcome)},
             {"stores_layout", outcome.StoresLayout()},
+            {"speakers_on_bass_outputs", BassOutputs(layout)},
             {"method", outcome.output.methodName},
             {"order", outcome.order},
             {"order_reason", WhyOrder(outcome)},

@@ -8,6 +8,7 @@
 #include "orb3core/library/conversionchoice.h"
 #include "orb3core/setup/layoutselection.h"
 #include "tools/config/commands.h"
+#include "tools/config/connection.h"
 #include "tools/config/machine.h"
 #include "tools/config/storedvalues.h"
 #include "tools/support/layoutnames.h"
@@ -160,6 +161,7 @@ orb3::spk::Layout MakeLayout(const orb3::fl::FormatLibrarian& librarian, const C
     orb3::spk::Layout fresh;
     orb3::ConfigureLayout(librarian, fresh, output.framework.Get(), output.device.Get(), choice.name);
     if (isKept) KeepConnections(*stored, fresh);
+    if (output.device) ConnectTo(*output.device, fresh);
     const std::vector<std::string> methods = MethodsFor(librarian, choice.name);
     if (stored && std::find(methods.begin(), methods.end(), stored->method) != methods.end())
         fresh.method = stored->method;
@@ -184,6 +186,7 @@ void Select(Choice choice) {
     std::cout << "'" << fresh.format << "' on '" << fresh.pipeDevice << "' by the method '" << fresh.method
               << "' is now in force, whatever the system's speakers are. 'tessarune-config select --auto' "
                  "follows them again.\n";
+    WarnOfBassOutputs(fresh);
 }
 
 void SelectAutomatically() {

@@ -11,6 +11,7 @@
 #include "slib/files.h"
 #include "slib/text.h"
 #include "tools/config/commands.h"
+#include "tools/config/connection.h"
 #include "tools/config/machine.h"
 #include "tools/config/room.h"
 #include "tools/config/storedvalues.h"
@@ -106,6 +107,7 @@ void Show(const Options& options) {
     table.PrintAligned(std::cout, "  ");
     std::cout << "Angles are in degrees, positive to the left and upwards. Only the ratios of the distances "
                  "count.\n";
+    WarnOfBassOutputs(layout);
 }
 
 // The outputs of the layout's device, where that is there.
@@ -159,17 +161,17 @@ void Set(const Options& options) {
 void ConnectAll(const Options& options) {
     ErrorsToTerminal log;
     const Output output = FindOutput(MakeFrameworks(log), options.device);
-    const std::vector<std::string> names = orb3::PlaybackChannelNames(*output.device);
+    const std::uint32_t available = output.device->GetPlaybackChannelCount();
     ChangeDocument([&](orb3::Configuration& configuration) {
         Layout& layout = FindLayoutToChange(configuration, options.layout);
-        if (layout.channels.size() > names.size())
+        if (layout.channels.size() > available)
             throw WrongUse("'" + layout.format + "' needs " + std::to_string(layout.channels.size()) +
-                           " outputs, but '" + output.device->id + "' has " + std::to_string(names.size()) +
+                           " outputs, but '" + output.device->id + "' has " + std::to_string(available) +
                            ". 'tessarune-config devices' lists the devices.");
         layout.pipeFramework = output.framework->GetId();
         layout.pipeDevice = output.device->id;
-        for (std::size_t i = 0; i < layout.channels.size(); ++i)
-            layout.channels[i].pipePlaybackChannel = names[i];
+        CheckIsWhole(layout);
+        ConnectTo(*output.device, layout);
     });
     Show(options);
 }
@@ -215,8 +217,8 @@ void AddSetCommand(CLI::App& speakers, const std::shared_ptr<Options>& options) 
 }
 
 void AddConnectCommand(CLI::App& speakers, const std::shared_ptr<Options>& options) {
-    CLI::App* connect =
-        speakers.add_subcommand("connect", "Connect all speakers, in order, to another device.");
+    CLI::App* connect = speakers.add_subcommand(
+        "connect", "Connect all speakers to another device, by their names and roles, the rest in order.");
     connect->add_option("DEVICE", options->device, "Its id, name or number")->required();
     connect->callback([options] { ConnectAll(*options); });
 }
