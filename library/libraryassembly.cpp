@@ -139,12 +139,12 @@ struct HeadMethod {
 };
 
 HeadMethod MeasuredHead(const LibraryPlan& plan) {
-    HeadMethod method{
-        {measuredHead, "Measured Head",
-         "The ears of a measured head: exact below 1.8 kHz, and above it in level, where hearing "
-         "no longer follows the phase. Equalised to a diffuse field."},
-        Priority::High,
-        {}};
+    HeadMethod method{{measuredHead, "Measured Head",
+                       "The ears of a measured head: exact below 1.8 kHz (0.7 kHz at order 1, 1.4 kHz at "
+                       "order 2), and above it in level, where hearing "
+                       "no longer follows the phase. Equalised to a diffuse field."},
+                      Priority::High,
+                      {}};
     const HeadImpulses measured = ReadSofa(plan.sofaPath);
     if (!measured.credit.empty()) method.text.writeup += " " + measured.credit;
     for (const int rate : plan.rates)

@@ -8,6 +8,7 @@
 #include <numbers>
 
 #include "library/diffusefield.h"
+#include "library/earrefinement.h"
 #include "library/headfourier.h"
 #include "numeric/ambisonicorder.h"
 #include "slib/exception.h"
@@ -52,7 +53,9 @@ public:
         : head(head),
           options(options),
           waves(PlaneWaveMatrix(head.directions, options.order)),
-          mirror(MirrorSigns(options.order)) {
+          mirror(MirrorSigns(options.order)),
+          crossover(options.crossover > 0 ? options.crossover : std::min(700.0 * options.order, 1800.0)),
+          refinement(head, waves, mirror) {
         filters.fill(Eigen::MatrixXcd::Zero(waves.cols(), head.Bins()));
         decoded = Eigen::MatrixXcd::Zero(waves.rows(), 2);
     }
@@ -74,6 +77,8 @@ private:
     const MaglsOptions& options;
     const Eigen::MatrixXd waves;   // directions by channels
     const Eigen::VectorXd mirror;  // factors of the channels in a sound field with left and right exchanged
+    const double crossover;        // Hz
+    const EarRefinement refinement;
     std::array<Eigen::MatrixXcd, 2> filters;  // channels by bins
     Eigen::MatrixX2cd decoded;                // the ears at the directions, in the bin at work
 
@@ -90,7 +95,7 @@ private:
     // 1 where the head's phases hold, 0 where they are free.
     double PhaseShare(Index bin) const {
         const double octaves =
-            std::log2(std::max(static_cast<double>(bin), 0.5) * head.BinWidth() / options.crossover);
+            std::log2(std::max(static_cast<double>(bin), 0.5) * head.BinWidth() / crossover);
         return std::clamp(0.5 - octaves / (2 * transitionOctaves), 0.0, 1.0);
     }
 
@@ -113,6 +118,7 @@ private:
             FitLevels(fits, bin, freedom);
             Mix(bin, CovarianceMix(bin, freedom));
         }
+        Refine(bin, freedom);
         Mix(bin, Straightening(below, freedom) * Eigen::Matrix2cd::Identity());
     }
 
@@ -140,6 +146,17 @@ private:
         if (freedom == 0) return exact;
         const Eigen::ArrayXcd own = Phases(decoded.col(static_cast<Index>(ear)).array());
         return exact.abs() * Phases((1 - freedom) * Phases(exact) + freedom * own);
+    }
+
+    // As far as the phases are free.
+    void Refine(Index bin, double freedom) {
+        if (freedom == 0) return;
+        const EarFilters start{filters[LeftEar].col(bin), filters[RightEar].col(bin)};
+        const EarFilters refined = refinement.Refine(bin, start);
+        for (const std::size_t ear : {0U, 1U}) {
+            filters[ear].col(bin) += freedom * (refined[ear] - start[ear]);
+            decoded.col(static_cast<Index>(ear)) = RealTimes(waves, filters[ear].col(bin));
+        }
     }
 
     void Mix(Index bin, const Eigen::Matrix2cd& mixing) {
@@ -217,7 +234,7 @@ void CheckOptions(const HeadSpectra& head, const MaglsOptions& options) {
             "the length of its rings isn't a power of two between 128 and the head's length.");
     require(options.startLatency < options.ringLength / 2, "its start latency is above half its length.");
     require(options.frontalEnergy > 0 && std::isfinite(options.frontalEnergy), "its energy isn't above 0.");
-    require(options.crossover > 0 && std::isfinite(options.crossover), "its crossover isn't above 0.");
+    require(options.crossover >= 0 && std::isfinite(options.crossover), "its crossover is below 0.");
 }
 
 }  // namespace

@@ -97,6 +97,12 @@ Eigen::MatrixXd BandErrors(const HeadSpectra& decoded, const HeadSpectra& refere
     return (difference.topRows(directions) + difference.bottomRows(directions)) / 2;
 }
 
+// How much louder the left ear is in dB; directions by bands.
+Eigen::MatrixXd InterauralLevels(const HeadSpectra& spectra) {
+    const ErbBands bands = BandsOf(spectra);
+    return BandLevels(spectra.ears[LeftEar], bands) - BandLevels(spectra.ears[RightEar], bands);
+}
+
 }  // namespace
 
 Eigen::VectorXd InterauralDelays(const HeadSpectra& spectra) {
@@ -120,17 +126,15 @@ HeadErrors CheckHead(const HeadTransform& transform, const HeadSpectra& head) {
     errors.low = Figures(error.leftCols(low).rowwise().mean());
     errors.high = Figures(error.rightCols(error.cols() - low).rowwise().mean());
     errors.whole = Figures(error.rowwise().mean());
+    errors.interaural =
+        Figures((InterauralLevels(decoded) - InterauralLevels(reference)).cwiseAbs().rowwise().mean());
     errors.frontLevel = 10 * std::log10(FrontalEnergy(transform));
     return errors;
 }
 
 std::vector<HorizontalDifference> HorizontalDifferences(const HeadSpectra& spectra) {
     const Eigen::VectorXd delays = InterauralDelays(spectra);
-    const ErbBands bands = BandsOf(spectra);
-    const Eigen::VectorXd levels =
-        (BandLevels(spectra.ears[LeftEar], bands) - BandLevels(spectra.ears[RightEar], bands))
-            .rowwise()
-            .mean();
+    const Eigen::VectorXd levels = InterauralLevels(spectra).rowwise().mean();
     std::vector<HorizontalDifference> differences;
     for (Index i = 0; i < delays.size(); ++i) {
         const Direction& direction = spectra.directions[static_cast<std::size_t>(i)];

@@ -20,11 +20,12 @@ struct ErrorFigures {
 };
 
 struct HeadErrors {
-    ErrorFigures delay;     ///< seconds
-    ErrorFigures low;       ///< dB, bands from 100 Hz to 8 kHz
-    ErrorFigures high;      ///< dB, bands from 8 to 16 kHz
-    ErrorFigures whole;     ///< dB, bands from 100 Hz to 16 kHz
-    double frontLevel = 0;  ///< dB, FrontalEnergy of the decoder
+    ErrorFigures delay;       ///< seconds
+    ErrorFigures low;         ///< dB, bands from 100 Hz to 8 kHz
+    ErrorFigures high;        ///< dB, bands from 8 to 16 kHz
+    ErrorFigures whole;       ///< dB, bands from 100 Hz to 16 kHz
+    ErrorFigures interaural;  ///< dB, of the level difference between the ears, bands as for `whole`
+    double frontLevel = 0;    ///< dB, FrontalEnergy of the decoder
 };
 
 /// Errors of a decoder over all measured directions of `head`, which must have its rate. A direction's

@@ -101,10 +101,12 @@ Table Heads(const orb3::fl::FormatLibrarian& library, const design::ReferenceHea
                  {"delay, µs", "delay", true},
                  {"0.1 to 8 kHz, dB", "level_100_to_8000_hz", true},
                  {"8 to 16 kHz, dB", "level_8000_to_16000_hz", true},
-                 {"0.1 to 16 kHz, dB", "level_100_to_16000_hz", true}});
+                 {"0.1 to 16 kHz, dB", "level_100_to_16000_hz", true},
+                 {"between the ears, dB", "interaural_level", true}});
     for (const design::HeadFigures& row : design::CheckHeads(library, heads, rate))
         table.AddRow({row.method, row.order, Errors(row.errors.delay, 1e6, 1), Errors(row.errors.low, 1, 2),
-                      Errors(row.errors.high, 1, 2), Errors(row.errors.whole, 1, 2)});
+                      Errors(row.errors.high, 1, 2), Errors(row.errors.whole, 1, 2),
+                      Errors(row.errors.interaural, 1, 2)});
     return table;
 }
 
@@ -113,8 +115,9 @@ void Print(const Table& speakers, const Table& heads, bool isHeadMissing) {
                  "12 kHz; ahead is\nwithin 30 degrees of it. Directions are those of the horizon for flat "
                  "layouts, else of the sphere.\n\n";
     speakers.PrintMarkdown(std::cout);
-    std::cout << "\nHeads. Errors of the interaural delay below 1.5 kHz and of the levels in auditory bands "
-                 "against the head that\na method imitates, over all its directions: median / mean / 95th "
+    std::cout << "\nHeads. Errors of the interaural delay below 1.5 kHz, of the levels in auditory bands, "
+                 "and of the difference between the\nears in these, against the head that a method imitates, "
+                 "over all its directions: median / mean / 95th "
                  "percentile.\n\n";
     heads.PrintMarkdown(std::cout);
     if (isHeadMissing)
