@@ -58,6 +58,17 @@ public:
             values[i] = wave(first + i * small);
     }
 
+    /// The same with the sample's own `ahead`, from -1/2 to 1/2 turns.
+    template <typename Wave>
+    void FillAhead(float* values, std::uint32_t count, std::uint64_t step, const float* ahead,
+                   Wave wave) const SLIB_NONBLOCKING {
+        const Phase first = High(phase);
+        const Phase small = High(step + (1ULL << 31));
+        for (std::uint32_t i = 0; i < count; ++i)
+            values[i] = wave(first + i * small +
+                             2 * static_cast<Phase>(static_cast<std::int32_t>(ahead[i] * 0x1p31F)));
+    }
+
     void Advance(std::uint32_t count, std::uint64_t step) { phase += count * step; }
 
 private:

@@ -1,0 +1,76 @@
+#pragma once
+
+// Keeps a loop of delay and feedback from running away: what comes back is never louder than the loudest that
+// went in of late, so that the line holds twice that at most, whatever the input and the delay are. Where the
+// feedback is a half or less, nothing comes near that, and the guard changes nothing.
+//
+// A limiter with an attack of one sample and a slow release, as in G. W. McNally, "Dynamic Range Control of
+// Digital Audio Signals" (Journal of the AES, 1984), whose threshold is the envelope of the input. Owned by
+// one effect, on the server's thread; nothing is allocated.
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+
+#include "goal/dsp/antidenormal.h"
+#include "slib/realtime.h"
+
+namespace goal::fx {
+
+/// The gain of a loop for a feedback of -1 to 1: up to a half the feedback itself, at the ends 0.97, where a
+/// loop dies away in two hundred rounds.
+inline float LoopGain(float feedback) {
+    const float beyond = 2 * std::max(std::abs(feedback) - 0.5F, 0.0F), square = beyond * beyond;
+    return feedback - std::copysign(0.03F * (square * square), feedback);
+}
+
+class LoopGuard {
+public:
+    explicit LoopGuard(double sampleRate)
+        : fall(static_cast<float>(std::pow(10, -3 / (20 * sampleRate)))),
+          release(static_cast<float>(1 / (0.2 * sampleRate))) {}
+
+    /// What of `returned` may come back in the frame of `input`, a finite sample.
+    float Held(float returned, float input) {
+        loudest = std::max(loudest * fall, std::abs(input));
+        const float most = loudest / std::max(std::abs(returned), 1e-20F);
+        share = std::min(share + (1 - share) * release, most);
+        return returned * share;
+    }
+
+    /// The same in place for `count` frames, sparing the work where all may come back.
+    void Hold(float* returned, const float* input, std::uint32_t count) SLIB_NONBLOCKING {
+        if (share > 0.9999F && PeakOf(returned, count) <= 0.99F * loudest) {
+            share = 1;
+            for (std::uint32_t i = 0; i < count; ++i)
+                loudest = std::max(loudest * fall, std::abs(input[i]));
+            return;
+        }
+        for (std::uint32_t i = 0; i < count; ++i)
+            returned[i] = Held(returned[i], input[i]);
+    }
+
+    /// At the end of a block.
+    void Settle() { loudest = KeptInMemory(loudest); }
+
+private:
+    // In lanes, which the compiler may not make of one maximum.
+    static float PeakOf(const float* samples, std::uint32_t count) {
+        std::array<float, 8> lanes{};
+        std::uint32_t i = 0;
+        for (; i + 8 <= count; i += 8)
+            for (std::uint32_t k = 0; k < 8; ++k)
+                lanes[k] = std::max(lanes[k], std::abs(samples[i + k]));
+        for (; i < count; ++i)
+            lanes[0] = std::max(lanes[0], std::abs(samples[i]));
+        return *std::ranges::max_element(lanes);
+    }
+
+    const float fall;  // of `loudest` in a frame: 3 dB a second, slower than a loop that is to be heard
+    const float release;
+    float loudest = 0;
+    float share = 1;
+};
+
+}  // namespace goal::fx
