@@ -8,6 +8,7 @@
 #include <span>
 
 #include "AL/efx.h"
+#include "goal/fx/compressorparameters.h"
 #include "goal/fx/effecttypes.h"
 #include "tests/goal/fx/effectfixture.h"
 
@@ -54,6 +55,21 @@ INSTANTIATE_TEST_SUITE_P(Types, Loops,
                          testing::Values(Loop{AL_EFFECT_ECHO, AL_ECHO_FEEDBACK, AL_ECHO_DELAY},
                                          Loop{AL_EFFECT_CHORUS, AL_CHORUS_FEEDBACK, AL_CHORUS_DELAY},
                                          Loop{AL_EFFECT_FLANGER, AL_FLANGER_FEEDBACK, AL_FLANGER_DELAY}));
+
+TEST(CompressorOfTheRefinedSound, HoldsAToneAfterSilenceFromItsFirstSampleOn) {
+    const CompressorParameters p;
+    for (const double frequency : {50.0, 200.0, 1000.0, 10'000.0}) {
+        RunningEffect effect(p);
+        effect.Feed(p, Signal(48000));
+        Signal tone = Sine(96000, 2 * std::numbers::pi * frequency / 48000);
+        for (float& sample : tone)
+            sample *= 0.5F;
+        const Signal output = effect.Feed(p, tone)[0];
+        EXPECT_LE(PeakOf(output), 0.7F) << frequency;
+        EXPECT_LE(PeakOf(std::span(output).subspan(720)), 0.56F) << frequency;  // a decibel above the curve
+        EXPECT_NEAR(PeakOf(std::span(output).last(9600)), 0.5, 0.005) << frequency;
+    }
+}
 
 }  // namespace
 }  // namespace goal::fx
