@@ -40,7 +40,9 @@ private:
     const double release;     // of the envelope, per frame: 20 dB of power a second
     const double attack;      // the share of the way that the mean goes in a frame
     const double onsetDecay;  // of the onset's power, per frame
-    double mean = 0, envelope = 0, onset = 0;
+    double mean = 0, onset = 0;
+    double envelope =
+        0.5;  // at first that of a tone of full scale, so that no effect begins with its greatest gain
     SmoothValue amount;  // 1 where the effect is on, 0 where it is off
 };
 
