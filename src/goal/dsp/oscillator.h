@@ -62,7 +62,7 @@ public:
             values[i] = wave(first + i * small);
     }
 
-    /// The same with the sample's own `ahead`, from -1/2 to 1/2 turns.
+    /// The same with the sample's own `ahead`, from -1 to 1 turns.
     template <typename Wave>
     void FillAhead(float* values, std::uint32_t count, std::uint64_t step, const float* ahead,
                    Wave wave) const SLIB_NONBLOCKING {
@@ -70,7 +70,7 @@ public:
         const Phase small = SmallStep(step);
         for (std::uint32_t i = 0; i < count; ++i)
             values[i] = wave(first + i * small +
-                             2 * static_cast<Phase>(static_cast<std::int32_t>(ahead[i] * 0x1p31F)));
+                             4 * static_cast<Phase>(static_cast<std::int32_t>(ahead[i] * 0x1p30F)));
     }
 
     void Advance(std::uint32_t count, std::uint64_t step) { phase += count * step; }

@@ -24,6 +24,11 @@ public:
           current(value) {}
 
     void Aim(double value) { target = value; }
+    /// Adds to where it is and to where it goes.
+    void Shift(double difference) {
+        for (double* value : {&target, &first, &second, &current})
+            *value += difference;
+    }
     bool IsMoving() const { return current != target || second != target || first != target; }
     double Current() const { return current; }
 

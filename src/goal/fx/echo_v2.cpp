@@ -97,11 +97,11 @@ void EchoState_v2::Run(std::uint32_t first, std::uint32_t count, const EffectPro
         const float difference = (tapA[i] - tapB[i]) * spreads[i];
         left[i] += (sum + difference) * gain;
         right[i] += (sum - difference) * gain;
-        driven[i] = sum * (feedbacks[i] * 0.5F);
+        driven[i] = sum * 0.5F;
     }
     Row fed;
     std::transform(input, input + count, fed.data(), FiniteSample);
-    guard.Hold(driven.data(), fed.data(), count);
+    guard.Hold(driven.data(), feedbacks.data(), fed.data(), count);
     float* written = ring.Ahead();
     double memory = filterMemory;
     for (std::uint32_t i = 0; i < count; ++i) {

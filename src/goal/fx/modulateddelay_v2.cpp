@@ -1,6 +1,7 @@
 #include "goal/fx/modulateddelay_v2.h"
 
 #include <algorithm>
+#include <cmath>
 #include <numbers>
 
 #include "goal/dsp/finitesamples.h"
@@ -9,10 +10,10 @@ namespace goal::fx {
 namespace {
 
 constexpr double longestDelay = 0.033;  // seconds: twice the chorus's delay, and some room
-// Time constants of what moves. A tap that goes all the way in a glide still moves by less than a frame a
+// Time constant of what moves. A tap that goes all the way in a glide still moves by less than a frame a
 // frame.
 constexpr double glideSeconds = 0.01;
-constexpr double gainSeconds = 0.001;
+constexpr double feedbackSeconds = 0.03;  // slower than a loop fills
 constexpr std::array<float, 128> nowhere{};
 
 double TurnsOf(const ModulatedDelayParameters& parameters) {
@@ -33,7 +34,7 @@ ModulatedDelayState_v2::ModulatedDelayState_v2(const ModulatedDelayParameters& p
       depth(parameters.depth, glideSeconds, context.sampleRate),
       phase(TurnsOf(parameters), glideSeconds, context.sampleRate),
       sine(SineShareOf(parameters), glideSeconds, context.sampleRate),
-      feedback(LoopGain(parameters.feedback), gainSeconds, context.sampleRate),
+      feedback(LoopGain(parameters.feedback), feedbackSeconds, context.sampleRate),
       guard(context.sampleRate),
       ring(static_cast<std::uint32_t>(longestDelay * context.sampleRate + 1.5)) {}
 
@@ -53,7 +54,10 @@ void ModulatedDelayState_v2::process(const EffectProcessArgs& args) {
 void ModulatedDelayState_v2::Aim(const ModulatedDelayParameters& parameters) {
     delay.Aim(parameters.delay * sampleRate);
     depth.Aim(parameters.depth);
-    phase.Aim(TurnsOf(parameters));
+    // The shorter way round.
+    phase.Shift(-std::round(phase.Current()));
+    const double turns = TurnsOf(parameters);
+    phase.Aim(turns - std::round(turns - phase.Current()));
     sine.Aim(SineShareOf(parameters));
     feedback.Aim(LoopGain(parameters.feedback));
     phaseStep = Oscillator::StepOf(parameters.rate, sampleRate);
@@ -106,8 +110,8 @@ void ModulatedDelayState_v2::Run(std::uint32_t first, std::uint32_t count, const
         leftOutput[i] += leftValue * gain;
         rightOutput[i] += rightValue * gain;
         const float fed = FiniteSample(input[i]);
-        const float returned = (leftValue + rightValue) * (feedbackGains[i] * 0.5F);
-        ring.Write(KeptInMemory(guard.Held(returned, fed) + fed));
+        const float heard = (leftValue + rightValue) * 0.5F;
+        ring.Write(KeptInMemory(guard.Held(heard, feedbackGains[i], fed) + fed));
     }
 }
 
