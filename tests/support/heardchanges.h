@@ -250,6 +250,8 @@ inline std::vector<Click> Clicks() {
          SendToTheEqualizer},
         {"a slot is deleted", [](Scene& scene) { TouchSlot(scene, [](auto& slot) { slot.deleted = true; }); },
          SendToTheEqualizer},
+        {"a slot's gain goes to 0", [](Scene& scene) { TouchSlot(scene, [](auto& slot) { slot.gain = 0; }); },
+         SendToTheEqualizer},
         {"a slot gets another effect",
          [](Scene& scene) {
              TouchSlot(scene, [](auto& slot) { goal::fx::SetEffectType(slot.effect, AL_EFFECT_COMPRESSOR); });

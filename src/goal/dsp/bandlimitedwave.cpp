@@ -73,21 +73,23 @@ void BandLimitedWaves::Fill(float* values, std::uint32_t count, Waveform wavefor
 void BandLimitedWaves::RoundJumps(float* values, std::uint32_t count, Phase toJump, Phase step,
                                   float height) const {
     if (step == 0) return;
-    constexpr double turn = 0x1p32;
-    const double samplesPerTurn = turn / step;
+    constexpr double half = taps * 0.5;
+    const double samplesPerTurn = 0x1p32 / step;
     double jump = toJump / static_cast<double>(step);  // in samples from the first
-    jump -= std::floor((jump + taps / 2) / samplesPerTurn) * samplesPerTurn;
-    for (; jump < count + taps / 2; jump += samplesPerTurn) {
+    jump -= std::floor((jump + half) / samplesPerTurn) * samplesPerTurn;
+    while (jump < count + half) {
         const double after = std::ceil(jump);
         const double place = (after - jump) * places;
         const auto row = static_cast<std::size_t>(place);
         const auto part = static_cast<float>(place - static_cast<double>(row));
         const float* lower = rows.data() + row * taps;
-        const auto first = static_cast<std::int32_t>(after) - static_cast<std::int32_t>(taps / 2);
+        const auto first = static_cast<std::int32_t>(after - half);
         const std::int32_t begin = std::max(0, -first);
-        const std::int32_t end = std::min<std::int32_t>(taps, static_cast<std::int32_t>(count) - first);
+        const std::int32_t end =
+            std::min(static_cast<std::int32_t>(taps), static_cast<std::int32_t>(count) - first);
         for (std::int32_t k = begin; k < end; ++k)
-            values[first + k] += height * (lower[k] + part * (lower[k + taps] - lower[k]));
+            values[first + k] += height * (lower[k] + part * (lower[k + std::int32_t{taps}] - lower[k]));
+        jump += samplesPerTurn;
     }
 }
 

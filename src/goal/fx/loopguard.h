@@ -39,11 +39,11 @@ public:
     float Held(float heard, float feedback, float input) {
         loudest = std::max(loudest * fall, std::abs(input));
         power += (heard * heard - power) * powerShare;
-        const float fullness = power / std::max(loudest * loudest, 1e-20F);
+        const float fullness = power / std::max(loudest * loudest, 1e-30F);
         const float room = std::clamp(1.7F - fullness, 0.0F, 1.0F);
         const float gain = std::abs(feedback), least = std::max(0.4F, 1 - gain);
         const float returned = heard * std::copysign(std::min(gain, least + (gain - least) * room), feedback);
-        const float most = loudest / std::max(std::abs(returned), 1e-20F);
+        const float most = (loudest + silent) / std::max(std::abs(returned), silent);
         share = std::min(share + (1 - share) * release, most);
         return returned * share;
     }
@@ -83,6 +83,8 @@ private:
             lanes[0] = std::max(lanes[0], std::abs(samples[i]));
         return *std::ranges::max_element(lanes);
     }
+
+    static constexpr float silent = 1e-15F;
 
     const float fall;  // of `loudest` in a frame: 3 dB a second, slower than a loop that is to be heard
     const float release, powerShare;

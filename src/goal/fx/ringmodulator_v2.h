@@ -12,6 +12,7 @@
 // renderer on the server's thread.
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 #include "goal/dsp/bandlimitedwave.h"
@@ -36,7 +37,7 @@ public:
 private:
     static constexpr std::uint32_t chunkFrames = 128;
     using Row = std::array<float, chunkFrames>;
-    using WaveRow = std::array<float, 2 * chunkFrames>;
+    using WaveRow = std::array<float, std::size_t{2} * chunkFrames>;
 
     struct Carrier {
         float frequency = 0;  // Hz

@@ -53,7 +53,7 @@ private:
     TailLine line;
 };
 
-// The slot's gain moves smoothly, and takes a tail that is in the way out within a hundredth of a second.
+// The slot's gain moves smoothly, and takes a tail that is in the way out within 15 ms.
 class SmoothWetGains final : public WetGains {
 public:
     explicit SmoothWetGains(const RenderContext& context)

@@ -56,6 +56,19 @@ TEST_P(Loops, AtFullFeedback_StayBelowTwiceTheInputAndDieAway) {
             }
 }
 
+// A tone of 250 Hz is one that the flanger and the chorus swell.
+TEST_P(Loops, UpToAFeedbackOfAHalf_AreThePlainOnes) {
+    for (const float feedback : {0.25F, 0.5F, -0.5F})
+        for (const Signal& input : {Noise(48'000), Sine(48'000, radian * 250)}) {
+            const auto parameters = fx::MakeEffectParameters(GetParam().type);
+            SetParameter(*parameters, GetParam().feedbackName, feedback);
+            const Channels plain = RunningEffect(*parameters, {.isRefined = false}).Feed(*parameters, input);
+            const Channels made = RunningEffect(*parameters).Feed(*parameters, input);
+            EXPECT_THAT(made[0], IsNear(1e-3F, plain[0])) << feedback;
+            EXPECT_THAT(made[1], IsNear(1e-3F, plain[1])) << feedback;
+        }
+}
+
 INSTANTIATE_TEST_SUITE_P(Types, Loops,
                          testing::Values(Loop{AL_EFFECT_ECHO, AL_ECHO_FEEDBACK, AL_ECHO_DELAY},
                                          Loop{AL_EFFECT_CHORUS, AL_CHORUS_FEEDBACK, AL_CHORUS_DELAY},

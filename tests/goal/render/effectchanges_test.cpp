@@ -11,8 +11,8 @@
 #include "AL/efx.h"
 #include "AL/tessarune.h"
 #include "goal/fx/effecttypes.h"
-#include "tests/goal/fx/effectfixture.h"
 #include "tests/support/heardchanges.h"
+#include "tests/support/parameterrange.h"
 
 namespace goal {
 namespace {
@@ -76,8 +76,7 @@ INSTANTIATE_TEST_SUITE_P(Types, EffectChanges,
                                          AL_EFFECT_COMPRESSOR, AL_EFFECT_EQUALIZER,
                                          AL_EFFECT_DEDICATED_DIALOGUE));
 
-// The first effect still dies away when the third one comes: it has to be gone within a hundredth of a
-// second.
+// The first effect still dies away when the third one comes, and has to make room.
 TEST(EffectChangesInARow, DontClick) {
     Scene scene(64, orb3::SampleRateConversion::Linear, 1);
     Place(scene.Add(Tone(200, 240)), {0, 0, -1});
