@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/support/effectquality.h"
 #include "goal/dsp/filterstage.h"
 #include "orb3core/decoder/limiter.h"
 #include "orb3core/decoder/limiter_v2.h"
@@ -144,4 +145,5 @@ int main() {
               "%.0f", [&](bool isRefined) { return Clipped(isRefined, gain); });
     Print("distortion of a tone of 50 Hz at 4 times the ceiling", "%.0f dB",
           [](bool isRefined) { return BassDistortion(isRefined, 4 * 0.9); });
+    PrintEffectRows(Print);
 }

@@ -29,6 +29,8 @@ protected:
 
     static ALint TypeIn(ALuint slot) { return Read(alGetAuxiliaryEffectSloti, slot, AL_EFFECTSLOT_EFFECT); }
 
+    testing_support::TemporaryStore store;  // for the log
+
     goal::RenderedSlot& RenderedSlot(ALuint slot) { return context->snapshot.slots[slot - 1]; }
 
     ALfloat RenderedFloat(ALuint slot, ALenum parameter) {
@@ -39,6 +41,25 @@ protected:
 };
 
 // ---- Effects ----
+
+TEST_F(EfxCalls, AnEffectThatIsMissing_IsRefusedAndNamedInTheLogOnce) {
+    const ALuint effect = NewEffect(AL_EFFECT_ECHO);
+    constexpr ALint four[] = {AL_EFFECT_FREQUENCY_SHIFTER, AL_EFFECT_VOCAL_MORPHER, AL_EFFECT_PITCH_SHIFTER,
+                              AL_EFFECT_AUTOWAH};
+    for (int round = 0; round < 2; ++round)
+        for (const ALint& type : four)
+            ExpectCodes({{AL_INVALID_VALUE, [&] { alEffecti(effect, AL_EFFECT_TYPE, type); }},
+                         {AL_INVALID_VALUE, [&] { alEffectiv(effect, AL_EFFECT_TYPE, &type); }},
+                         {AL_INVALID_VALUE, [] { alGetEnumValue("AL_EFFECT_PITCH_SHIFTER"); }}});
+    EXPECT_EQ(Read(alGetEffecti, effect, AL_EFFECT_TYPE), AL_EFFECT_ECHO);
+    process.log.Flush();
+    const std::string log = testing_support::ReadFile(store.LogFile());
+    for (const std::string name : {"FREQUENCY_SHIFTER", "VOCAL_MORPHER", "PITCH_SHIFTER", "AUTOWAH"}) {
+        const std::size_t found = log.find("The game asks for AL_EFFECT_" + name);
+        EXPECT_NE(found, std::string::npos) << name;
+        EXPECT_EQ(log.find("AL_EFFECT_" + name, found + 20), std::string::npos) << name;
+    }
+}
 
 TEST_F(EfxCalls, Refusals_HaveTheirCodes) {
     NewEffect(AL_EFFECT_REVERB);

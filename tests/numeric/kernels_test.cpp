@@ -15,7 +15,9 @@
 #include <vector>
 
 #include "numeric/kernels/cascadekernel.h"
+#include "numeric/kernels/clipkernel.h"
 #include "numeric/kernels/finitekernel.h"
+#include "numeric/kernels/firkernel.h"
 #include "numeric/kernels/firstorderkernel.h"
 #include "numeric/kernels/gainkernel.h"
 #include "numeric/kernels/linearkernel.h"
@@ -205,6 +207,47 @@ TEST(Kernels, AddCascades_EqualsTheSectionsOneAfterTheOther) {
     OnEveryTarget([] {
         for (std::uint32_t count = 1; count <= 26; ++count)
             TestCascades(count);
+    });
+}
+
+TEST(Kernels, FilterRows_SumsTheTapsInOrder) {
+    OnEveryTarget([] {
+        for (const std::uint32_t count : {0u, 1u, 31u, 64u, 100u, 133u}) {
+            const std::vector<Row> inputs = Rows(3, count + 14, 1), taps = Rows(3, 15, 1);
+            const Row output(count, 1), expected(count, 1);
+            std::vector<FilteredRow> rows;
+            for (std::uint32_t r = 0; r < 3; ++r)
+                rows.push_back({inputs[r].data(), taps[r].data()});
+            for (std::uint32_t i = 0; i < count; ++i) {
+                float sum = 0;
+                for (const FilteredRow& row : rows)
+                    for (std::uint32_t t = 0; t < 15; ++t)
+                        sum += row.taps[t] * row.input[i + t];
+                expected.data()[i] = sum;
+            }
+            FilterRows(output.data(), count, rows.data(), 3, 15);
+            EXPECT_EQ(output, expected) << count;
+        }
+    });
+}
+
+// By a sum over the way itself.
+TEST(Kernels, MeanOfClipRow_IsTheMeanOfTheClip) {
+    testing_support::ExpectSameOnEveryTarget([] {
+        std::vector<float> from, to, made(144);
+        for (const float a :
+             {-40.0f, -1.0f, -0.3f, 0.0f, 0.7f, 1.0f, 1.001f, 1e9f, 0.7000001f, 3.0f, 0.5f, -2.0f})
+            for (const float b :
+                 {-40.0f, -1.0f, -0.3f, 0.0f, 0.7f, 1.0f, 1.001f, 1e9f, 0.7000001f, 3.0f, 0.5f, -2.0f})
+                from.push_back(a), to.push_back(b);
+        MeanOfClipRow(made.data(), from.data(), to.data(), 36);
+        for (std::size_t i = 0; i < made.size(); ++i) {
+            double mean = 0;
+            for (int k = 0; k < 4000; ++k)
+                mean += std::clamp(from[i] + (double{to[i]} - from[i]) * (k + 0.5) / 4000, -1.0, 1.0) / 4000;
+            EXPECT_NEAR(made[i], mean, 3e-4) << from[i] << " " << to[i];
+        }
+        return made;
     });
 }
 

@@ -83,6 +83,30 @@ inline double ClickOf(orb3::Sound sound, std::uint32_t frames, const Change& pre
     return 20 * std::log10(worst + 1e-9);
 }
 
+/// How far the greatest sample above 3 kHz around `change` exceeds those well before and well after it, which
+/// are the effect's own, in dB of the tone, at the worst of three moments of a period.
+inline double ClickBeyondWhatLasts(orb3::Sound sound, const Change& prepare, const Change& change) {
+    constexpr std::uint32_t frames = 256, tenth = 19;  // blocks
+    double worst = 0;
+    for (int moment = 0; moment < 3; ++moment) {
+        Scene scene(frames, orb3::SampleRateConversion::Linear, 1, true, sound);
+        Place(scene.Add(Tone(200, 240 * 200)), {0, 0, -1});
+        scene.application.sources[0].position = std::uint64_t(20 + 74 * moment) << 16;
+        prepare(scene);
+        const auto listen = [&](std::uint32_t blocks) { return scene.Play(blocks * frames, 0); };
+        listen(3 * tenth);
+        Signal around = listen(tenth);
+        const double before = PeakAboveTheTone(around);
+        change(scene);
+        const Signal after = listen(2 * tenth);
+        around.insert(around.end(), after.begin(), after.end());
+        listen(4 * tenth);
+        worst =
+            std::max(worst, PeakAboveTheTone(around) - std::max(before, PeakAboveTheTone(listen(2 * tenth))));
+    }
+    return 20 * std::log10(worst + 1e-9);
+}
+
 /// The power beyond 30 Hz on both sides of a tone of 1 kHz to that within, in dB, over all channels of the
 /// bus. `move` is called sixty times a second with the seconds since the start.
 inline double StepsOf(orb3::Sound sound, std::uint32_t frames,
@@ -225,6 +249,8 @@ inline std::vector<Click> Clicks() {
         {"a send is taken off", [](Scene& scene) { scene.Change().sends[0].slotName = 0; },
          SendToTheEqualizer},
         {"a slot is deleted", [](Scene& scene) { TouchSlot(scene, [](auto& slot) { slot.deleted = true; }); },
+         SendToTheEqualizer},
+        {"a slot's gain goes to 0", [](Scene& scene) { TouchSlot(scene, [](auto& slot) { slot.gain = 0; }); },
          SendToTheEqualizer},
         {"a slot gets another effect",
          [](Scene& scene) {

@@ -4,6 +4,7 @@
 #include "AL/al.h"
 #include "AL/efx.h"
 #include "app/goaldll/efxcall.h"
+#include "app/goaldll/missingeffects.h"
 #include "goal/fx/effecttypes.h"
 
 namespace goal {
@@ -26,7 +27,9 @@ int Answer(bool isTaken) {
 }
 
 int ChangeType(EffectParametersPtr& parameters, ALint type) {
-    return goal::fx::SetEffectType(parameters, type) ? AL_NO_ERROR : AL_INVALID_VALUE;
+    if (goal::fx::SetEffectType(parameters, type)) return AL_NO_ERROR;
+    NoteEffectType(TheProcess(), type);
+    return AL_INVALID_VALUE;
 }
 
 int ReadType(const EffectParametersPtr& parameters, ALint* value) {

@@ -8,6 +8,7 @@
 #include "app/goaldll/alenums.h"
 #include "app/goaldll/alprocs.h"
 #include "app/goaldll/extensions.h"
+#include "app/goaldll/missingeffects.h"
 #include "app/goaldll/numbers.h"
 #include "goal/version.h"
 
@@ -219,8 +220,10 @@ AL_API void* AL_APIENTRY alGetProcAddress(const ALchar* name) {
 
 AL_API ALenum AL_APIENTRY alGetEnumValue(const ALchar* name) {
     return goal::AlCallFor<ALenum>(0, [&](Process& process) -> ALenum {
-        if (name != nullptr)
+        if (name != nullptr) {
             if (const goal::EnumRow* const row = goal::Find(goal::AlEnums(), name)) return row->value;
+            goal::NoteEffectName(process, name);
+        }
         process.alError.Record(AL_INVALID_VALUE);
         return 0;
     });

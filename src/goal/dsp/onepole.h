@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <numbers>
 
 #include "goal/dsp/antidenormal.h"
@@ -43,6 +44,31 @@ inline OnePole OnePoleOfGain(double gain, double angle) {
     const double b = (1 - squared) / ((1 - c * squared) + gain * OnePoleRoot(squared, c));
     return {1 - b, b};
 }
+
+/// The filter as it runs on rows.
+struct OnePoleLowPass {
+    double memory = 0;
+
+    /// In place, with b = `pole` and a = 1 - b. Two samples at a time, each from the one before both, so that
+    /// the next pair waits out two operations and not four.
+    void Run(double pole, float* samples, std::uint32_t count) {
+        const double a = 1 - pole, square = pole * pole;
+        double y = memory;
+        std::uint32_t i = 0;
+        for (; i + 2 <= count; i += 2) {
+            const double x0 = a * samples[i], x1 = a * samples[i + 1];
+            const double first = x0 + pole * y;
+            y = (x1 + pole * x0) + square * y;
+            samples[i] = static_cast<float>(first);
+            samples[i + 1] = static_cast<float>(y);
+        }
+        if (i < count) {
+            y = a * samples[i] + pole * y;
+            samples[i] = static_cast<float>(y);
+        }
+        memory = y;
+    }
+};
 
 using goal::KeptInMemory;
 

@@ -47,6 +47,10 @@ public:
         return Wrapped(frequency / sampleRate);
     }
 
+    /// The phase of the first sample that Fill writes, and the step from there to the next.
+    Phase First() const { return High(phase); }
+    static Phase SmallStep(std::uint64_t step) { return High(step + (1ULL << 31)); }
+
     /// Writes the waves of `count` samples from the phase, `ahead` turns on, in steps of `step`; the phase
     /// stays. The step is rounded, by 2^-33 of a turn: keep the count small.
     template <typename Wave>
@@ -56,6 +60,17 @@ public:
         const Phase small = High(step + (1ULL << 31));
         for (std::uint32_t i = 0; i < count; ++i)
             values[i] = wave(first + i * small);
+    }
+
+    /// The same with the sample's own `ahead`, from -1 to 1 turns.
+    template <typename Wave>
+    void FillAhead(float* values, std::uint32_t count, std::uint64_t step, const float* ahead,
+                   Wave wave) const SLIB_NONBLOCKING {
+        const Phase first = First();
+        const Phase small = SmallStep(step);
+        for (std::uint32_t i = 0; i < count; ++i)
+            values[i] = wave(first + i * small +
+                             4 * static_cast<Phase>(static_cast<std::int32_t>(ahead[i] * 0x1p30F)));
     }
 
     void Advance(std::uint32_t count, std::uint64_t step) { phase += count * step; }

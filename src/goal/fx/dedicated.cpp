@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "goal/dsp/gainramp.h"
+#include "goal/fx/dedicated_v2.h"
 #include "goal/fx/makestate.h"
 #include "numeric/kernels/gainkernel.h"
 
@@ -18,7 +19,8 @@ void DedicatedState::process(const EffectProcessArgs& args) {
     hcml::MultiplyAddRow(args.output[0], args.input[0], usable, args.vectors);
 }
 
-std::unique_ptr<EffectProcessorState> DedicatedParameters::createState(const RenderContext&) const {
+std::unique_ptr<EffectProcessorState> DedicatedParameters::createState(const RenderContext& context) const {
+    if (context.isRefined) return MakeState<DedicatedState_v2>(*this, context);
     return MakeState<DedicatedState>(*this);
 }
 

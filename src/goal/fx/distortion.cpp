@@ -4,6 +4,7 @@
 #include <cmath>
 #include <numbers>
 
+#include "goal/fx/distortion_v2.h"
 #include "goal/fx/makestate.h"
 
 namespace goal::fx {
@@ -49,6 +50,7 @@ void DistortionState::Design(const DistortionParameters& parameters) {
 }
 
 std::unique_ptr<EffectProcessorState> DistortionParameters::createState(const RenderContext& context) const {
+    if (context.isRefined) return MakeState<DistortionState_v2>(*this, context);
     return MakeState<DistortionState>(*this, context);
 }
 

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "goal/dsp/onepole.h"
+#include "goal/fx/echo_v2.h"
 #include "goal/fx/makestate.h"
 
 namespace goal::fx {
@@ -87,7 +88,7 @@ std::uint32_t EchoState::RunStretch(const EffectProcessArgs& args, const Gains& 
 }
 
 std::unique_ptr<EffectProcessorState> EchoParameters::createState(const RenderContext& context) const {
-    return MakeState<EchoState>(*this, context);
+    return context.isRefined ? MakeState<EchoState_v2>(*this, context) : MakeState<EchoState>(*this, context);
 }
 
 }  // namespace goal::fx

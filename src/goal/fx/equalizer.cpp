@@ -1,53 +1,14 @@
 #include "goal/fx/equalizer.h"
 
 #include <algorithm>
-#include <cmath>
-#include <numbers>
 
 #include "goal/dsp/onepole.h"
+#include "goal/fx/equalizer_v3.h"
 #include "goal/fx/makestate.h"
 #include "numeric/ambisonicorder.h"
 
 namespace goal::fx {
 namespace {
-
-using hcml::SecondOrderCoefficients;
-
-constexpr double highestFrequency = 0.49;  // of the rate; the tangent breaks at a half
-
-// (b0 + b1/z) / (1 + a/z)
-struct FirstOrder {
-    double a, b0, b1;
-};
-
-// The coefficient of the all-pass filter with the tangent t. A boost moves its pole, as a cut does its zero.
-double AllPass(double t, double gain) {
-    const double zero = std::max(gain, 1.0);
-    return (t - zero) / (t + zero);
-}
-
-// 1 at the highest frequencies, `gain` at the lowest.
-FirstOrder LowShelf(double tangent, double gain) {
-    const double a = AllPass(2 * tangent, gain);
-    const double k = (a + 1) * (gain - 1) / 2;
-    return {a, 1 + k, a + k};
-}
-
-// 1 at the lowest frequencies, `gain` at the highest.
-FirstOrder HighShelf(double tangent, double gain) {
-    const double t = tangent / 2 * std::max(gain, 1.0);
-    const double a = (t - 1) / (t + 1);
-    const double k = (1 - a) * (gain - 1) / 2;
-    return {a, 1 + k, a - k};
-}
-
-SecondOrderCoefficients Product(const FirstOrder& low, const FirstOrder& high) {
-    return {.a1 = low.a + high.a,
-            .a2 = low.a * high.a,
-            .b1 = low.b0 * high.b1 + low.b1 * high.b0,
-            .b2 = low.b1 * high.b1,
-            .b0 = low.b0 * high.b0};
-}
 
 void Settle(hcml::SecondOrderSection& section) {
     section.s0 = KeptInMemory(section.s0);
@@ -58,16 +19,13 @@ void Settle(hcml::SecondOrderSection& section) {
 
 EqualizerState_v2::EqualizerState_v2(const EqualizerParameters& parameters, const RenderContext& context)
     : EffectProcessorState(parameters.effectType, EffectInput::Field, EffectOutput::Field),
-      sampleRate(context.sampleRate),
-      piOverRate(std::numbers::pi / sampleRate),
-      twoPiOverRate(2 * piOverRate),
+      design(context.sampleRate),
       cascades(hcml::ChannelsOfOrder(context.order)),
       rows(cascades.size()) {}
 
 void EqualizerState_v2::process(const EffectProcessArgs& args) {
     const auto& p = static_cast<const EqualizerParameters&>(*args.parameters);
-    const std::array coefficients{Shelves(p), Peak(p.mid1Gain, p.mid1Center, p.mid1Width),
-                                  Peak(p.mid2Gain, p.mid2Center, p.mid2Width)};
+    const auto coefficients = design.Sections(p);
     for (std::size_t c = 0; c < cascades.size(); ++c) {
         cascades[c].SetCoefficients(coefficients);
         rows[c] = {args.input[c], args.output[c], cascades[c].sections.data()};
@@ -77,23 +35,8 @@ void EqualizerState_v2::process(const EffectProcessArgs& args) {
         std::ranges::for_each(cascade.sections, Settle);
 }
 
-double EqualizerState_v2::Tangent(double frequency) const {
-    return std::tan(std::min(frequency, highestFrequency * sampleRate) * piOverRate);
-}
-
-SecondOrderCoefficients EqualizerState_v2::Shelves(const orb3::fx::ParametricEQParameters& p) const {
-    return Product(LowShelf(Tangent(p.lowCutoff), p.lowGain), HighShelf(Tangent(p.highCutoff), p.highGain));
-}
-
-// 1 at the lowest and highest frequencies, `gain` at `center`, in Hz. `width` is a fraction of that.
-SecondOrderCoefficients EqualizerState_v2::Peak(double gain, double center, double width) const {
-    const double a = AllPass(Tangent(width * center), gain);
-    const double c = -std::cos(std::min(center, highestFrequency * sampleRate) * twoPiOverRate);
-    const double k = (a + 1) * (gain - 1) / 2;
-    return {.a1 = (1 - a) * c, .a2 = -a, .b1 = (1 - a) * c, .b2 = -a - k, .b0 = 1 + k};
-}
-
 std::unique_ptr<EffectProcessorState> EqualizerParameters::createState(const RenderContext& context) const {
+    if (context.isRefined) return MakeState<EqualizerState_v3>(*this, context);
     return MakeState<EqualizerState_v2>(*this, context);
 }
 

@@ -22,6 +22,8 @@ struct ParametricEQParameters {
     float mid2Width = 1;
     float highGain = 1;
     float highCutoff = 6000;
+
+    bool operator==(const ParametricEQParameters&) const = default;
 };
 
 }  // namespace orb3::fx

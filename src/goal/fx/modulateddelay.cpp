@@ -5,6 +5,7 @@
 
 #include "goal/dsp/antidenormal.h"
 #include "goal/fx/makestate.h"
+#include "goal/fx/modulateddelay_v2.h"
 
 namespace goal::fx {
 namespace {
@@ -106,6 +107,7 @@ void ModulatedDelayState::Run(std::uint32_t first, std::uint32_t count, const Ef
 
 std::unique_ptr<EffectProcessorState> ModulatedDelayParameters::createState(
     const RenderContext& context) const {
+    if (context.isRefined) return MakeState<ModulatedDelayState_v2>(*this, context);
     return MakeState<ModulatedDelayState>(*this, context);
 }
 

@@ -5,6 +5,7 @@
 
 #include "goal/dsp/onepole.h"
 #include "goal/fx/makestate.h"
+#include "goal/fx/ringmodulator_v2.h"
 #include "slib/exception.h"
 
 namespace goal::fx {
@@ -60,6 +61,7 @@ void RingModulatorState::process(const EffectProcessArgs& args) {
 
 std::unique_ptr<EffectProcessorState> RingModulatorParameters::createState(
     const RenderContext& context) const {
+    if (context.isRefined) return MakeState<RingModulatorState_v2>(*this, context);
     return MakeState<RingModulatorState>(*this, context);
 }
 

@@ -1,7 +1,6 @@
 #include "goal/render/effectstage.h"
 
 #include <algorithm>
-#include <utility>
 
 #include "numeric/kernels/finitekernel.h"
 #include "numeric/kernels/gainkernel.h"
@@ -12,9 +11,6 @@ namespace {
 
 // The largest arrangement that an effect may use.
 constexpr std::uint32_t mostArrangementChannels = 8;
-
-// In which the tail of an effect that has left its slot fades out.
-constexpr double tailSeconds = 0.1;
 
 // What an effect's channels are added to.
 struct Target {
@@ -61,12 +57,6 @@ bool IsFinite(const hcml::ac::Bus& bus, std::uint32_t channelCount) {
                        [&](const float* row) { return hcml::IsFiniteRow(row, bus.frames); });
 }
 
-void FadeRow(float* row, std::uint32_t frames, float from, float to) {
-    const float step = (to - from) / static_cast<float>(frames);
-    for (std::uint32_t i = 0; i < frames; ++i)
-        row[i] *= from + step * static_cast<float>(i + 1);
-}
-
 void AddTo(const Target& target, const hcml::ac::Bus& wet) {
     const std::size_t length = std::size_t{wet.vectors} * 4;
     for (std::uint32_t c = 0; c < target.channelCount; ++c) {
@@ -81,7 +71,7 @@ void AddTo(const Target& target, const hcml::ac::Bus& wet) {
 
 EffectStage::EffectStage(const RenderContext& context, std::uint32_t spatialChannels)
     : builder(std::make_shared<const SlotEffectBuilder>(context, spatialChannels)),
-      tailStep(static_cast<float>(context.blockFrames / (tailSeconds * context.sampleRate))),
+      gains(WetGains::Make(context)),
       wet(context.blockFrames, std::max(spatialChannels, mostArrangementChannels)) {}
 
 void EffectStage::Renew(const RenderSnapshot& snapshot) const {
@@ -102,30 +92,29 @@ void EffectStage::Run(const RenderSnapshot& snapshot, ArrayBuses& arrays, Render
             // Also for an effect without an output: its waiting sends refer to data of this block.
             Gather(effect);
             effect.slotGain = slot.gain;
-            RunEffect(effect, 1, snapshot, arrays, output);
+            RunEffect(effect, EffectStay::InSlot, snapshot, arrays, output);
         }
         if (slot.tail) {
-            const float gain = slot.isTailInTheWay ? 0 : std::max(slot.tail->tailGain - tailStep, 0.0F);
-            RunEffect(static_cast<SlotEffect&>(*slot.tail), gain, snapshot, arrays, output);
+            const EffectStay stay = slot.isTailInTheWay ? EffectStay::TailInTheWay : EffectStay::Tail;
+            RunEffect(static_cast<SlotEffect&>(*slot.tail), stay, snapshot, arrays, output);
         }
     });
 }
 
-void EffectStage::RunEffect(SlotEffect& effect, float tailGain, const GlobalParameters& globals,
+void EffectStage::RunEffect(SlotEffect& effect, EffectStay stay, const GlobalParameters& globals,
                             ArrayBuses& arrays, RenderOutput& output) {
-    const float before = std::exchange(effect.tailGain, tailGain);
+    const float ownGain = gains->Move(effect, stay);
     const Target target = TargetOf(effect.state->outputKind, arrays, output);
     if (target.channelCount == 0) return;
-    Process(effect, globals, target.channelCount);
+    Process(effect, ownGain, globals, target.channelCount);
     if (!IsFinite(wet, target.channelCount)) return effect.state.reset();
-    if (before != tailGain)
-        for (std::uint32_t c = 0; c < target.channelCount; ++c)
-            FadeRow(wet.channels[c], wet.frames, before, tailGain);
+    gains->Apply(wet, target.channelCount);
     AddTo(target, wet);
 }
 
 // The effect has the wet bus to itself, so that it can be left out.
-void EffectStage::Process(SlotEffect& effect, const GlobalParameters& globals, std::uint32_t channelCount) {
+void EffectStage::Process(SlotEffect& effect, float gain, const GlobalParameters& globals,
+                          std::uint32_t channelCount) {
     for (std::uint32_t c = 0; c < channelCount; ++c)
         std::fill_n(wet.channels[c], std::size_t{wet.vectors} * 4, 0.0F);
     effect.state->process({.parameters = effect.parameters.Get(),
@@ -133,7 +122,7 @@ void EffectStage::Process(SlotEffect& effect, const GlobalParameters& globals, s
                            .output = wet.channels,
                            .frames = effect.input.frames,
                            .vectors = effect.input.vectors,
-                           .slotGain = effect.slotGain,
+                           .slotGain = gain,
                            .speedOfSound = globals.speedOfSound,
                            .metresPerUnit = globals.metersPerUnit});
 }

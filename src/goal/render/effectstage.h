@@ -18,6 +18,7 @@
 #include "goal/render/arraybuses.h"
 #include "goal/render/renderoutput.h"
 #include "goal/render/sloteffect.h"
+#include "goal/render/wetgains.h"
 #include "goal/state/enginestate.h"
 #include "numeric/bus.h"
 #include "slib/realtime.h"
@@ -37,21 +38,20 @@ public:
     void Renew(const RenderSnapshot& snapshot) const;
 
     /// Adds the block of each effect to where it goes. The inputs have what was sent to them in this block.
-    /// An effect that has left its slot goes on without an input, and fades out in a tenth of a second, or at
-    /// once where the next one is waiting to leave. What an
-    /// effect makes of samples or settings that aren't finite is left out, and its memory renewed for the
-    /// next block, so that nothing of it remains. Throws slib::IntegrityFailureException for an unknown
-    /// output kind.
+    /// An effect that has left its slot goes on without an input, and fades out in a tenth of a second, or
+    /// soon where the next one is waiting to leave. What an effect makes of samples or settings that aren't
+    /// finite is left out, and its memory renewed for the next block, so that nothing of it remains. Throws
+    /// slib::IntegrityFailureException for an unknown output kind.
     void Run(const RenderSnapshot& snapshot, ArrayBuses& arrays, RenderOutput& output) SLIB_NONBLOCKING;
 
 private:
-    void RunEffect(SlotEffect& effect, float tailGain, const GlobalParameters& globals, ArrayBuses& arrays,
+    void RunEffect(SlotEffect& effect, EffectStay stay, const GlobalParameters& globals, ArrayBuses& arrays,
                    RenderOutput& output);
-    void Process(SlotEffect& effect, const GlobalParameters& globals, std::uint32_t channelCount);
+    void Process(SlotEffect& effect, float gain, const GlobalParameters& globals, std::uint32_t channelCount);
 
     const std::shared_ptr<const SlotEffectBuilder> builder;
-    const float tailStep;  // what a tail's gain falls in a block
-    hcml::ac::Bus wet;     // the output of the current effect, in as many channels as it has
+    const std::unique_ptr<WetGains> gains;
+    hcml::ac::Bus wet;  // the output of the current effect, in as many channels as it has
 };
 
 }  // namespace goal

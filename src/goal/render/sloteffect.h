@@ -6,7 +6,9 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
+#include "goal/dsp/smoothvalue.h"
 #include "goal/fx/effectprocessorstate.h"
 #include "goal/render/mixbatch.h"
 #include "goal/render/sourcegeometry.h"
@@ -22,6 +24,7 @@ struct SlotEffect final : RunningEffect {
     std::unique_ptr<MixBatch> sends;              ///< that aren't in the input yet
     SendTarget target;                            ///< as of the current block
     float slotGain = 1;                           ///< of its last block in the slot
+    std::optional<SmoothValue> wetGain;           ///< where it moves smoothly; none before its first block
 };
 
 /// The running effect of a slot in a snapshot of this renderer's run.

@@ -37,9 +37,9 @@ Parameters Sweep(Waveform waveform, double degrees, float rate, float depth, flo
     return p;
 }
 
-void ExpectTrajectory(const ModulatedDelayParameters& p, double rate) {
+void ExpectTrajectory(const ModulatedDelayParameters& p, double rate, bool isRefined) {
     constexpr int last = 4000, lead = 600'000;
-    RunningEffect effect(p, {.sampleRate = rate, .blockFrames = 500});
+    RunningEffect effect(p, {.sampleRate = rate, .blockFrames = 500, .isRefined = isRefined});
     const Channels output = effect.Feed(p, Ramp(lead + last, -lead));
     for (std::size_t i = lead; i < lead + last; i += 7) {
         for (const std::size_t side : {0u, 1u}) {
@@ -54,18 +54,20 @@ void ExpectTrajectory(const ModulatedDelayParameters& p, double rate) {
 TEST(ModulatedDelay, TheTapsFollowTheWaves) {
     for (const Waveform wave : {Waveform::Sinusoid, Waveform::Triangle}) {
         for (const double degrees : {-180.0, -90.0, 0.0, 33.0, 90.0, 180.0}) {
-            ExpectTrajectory(Sweep<ChorusParameters>(wave, degrees, 1.1f, 0.1f, 0.016f), 48000);
-            ExpectTrajectory(Sweep<FlangerParameters>(wave, degrees, 10, 1, 0.004f), 44100);
+            const bool isRefined = degrees < 0;
+            ExpectTrajectory(Sweep<ChorusParameters>(wave, degrees, 1.1f, 0.1f, 0.016f), 48000, isRefined);
+            ExpectTrajectory(Sweep<FlangerParameters>(wave, degrees, 10, 1, 0.004f), 44100, isRefined);
+            ExpectTrajectory(Sweep<FlangerParameters>(wave, degrees, 10, 1, 0.004f), 44100, !isRefined);
         }
-        ExpectTrajectory(Sweep<FlangerParameters>(wave, 90, 0.27f, 0.5f, 0.002f), 96000);
-        ExpectTrajectory(Sweep<ChorusParameters>(wave, 90, 0, 1, 0), 8000);
+        ExpectTrajectory(Sweep<FlangerParameters>(wave, 90, 0.27f, 0.5f, 0.002f), 96000, false);
+        ExpectTrajectory(Sweep<ChorusParameters>(wave, 90, 0, 1, 0), 8000, true);
     }
 }
 
 TEST(ModulatedDelay, TheDelayJumpsAndTheDepthTakesTenMilliseconds) {
     const auto before = Sweep<ChorusParameters>(Waveform::Triangle, 90, 0, 0.2f, 0.005f);
     const auto after = Sweep<ChorusParameters>(Waveform::Triangle, 90, 0, 1, 0.01f);
-    RunningEffect effect(before);
+    RunningEffect effect(before, {.isRefined = false});
     effect.Feed(before, Ramp(2000, -2000));
     const Channels output = effect.Feed(after, Ramp(1000, 0));
     for (int i = 0; i < 1000; ++i) {
@@ -76,7 +78,7 @@ TEST(ModulatedDelay, TheDelayJumpsAndTheDepthTakesTenMilliseconds) {
 
 TEST(ModulatedDelay, BothTapsFeedBack) {
     const auto p = Sweep<ChorusParameters>(Waveform::Sinusoid, 0, 3, 0, 0.0078125f, -1);
-    const Channels output = RunningEffect(p).Feed(p, Impulse(9000));
+    const Channels output = RunningEffect(p, {.isRefined = false}).Feed(p, Impulse(9000));
     for (std::size_t i = 0; i < 9000; ++i)
         EXPECT_NEAR(output[0][i], i > 0 && i % 376 == 0 ? std::pow(-0.9998, i / 376 - 1) : 0, 1e-5) << i;
     EXPECT_EQ(output[0], output[1]);
@@ -95,7 +97,8 @@ TEST(Echo, HasTheResponseOfTwoTapsAndADampedLoop) {
         p.damping = c.damping;
         p.feedback = c.feedback;
         p.spread = c.spread;
-        RunningEffect effect(p, {.sampleRate = c.rate});
+        // A loop of great gain is the plain one only in the plain formulas.
+        RunningEffect effect(p, {.sampleRate = c.rate, .isRefined = c.feedback <= 0.5f});
         effect.slotGain = 0.5f;
         const Channels output = effect.Feed(p, Impulse(600'000));
         for (const double f : {0.0, 100.0, 2000.0, 5000.0, 12000.0}) {

@@ -9,12 +9,12 @@
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
-#include <utility>
 #include <vector>
 
 #include "goal/fx/effectprocessorstate.h"
 #include "numeric/bus.h"
 #include "tests/support/allocationcounter.h"
+#include "tests/support/parameterrange.h"
 #include "tests/support/signals.h"
 
 namespace testing_support {
@@ -26,29 +26,13 @@ struct EffectPlace {
     std::uint32_t order = 3;
     bool isDirectional = false;  ///< useDirectionalEarlyReflections
     bool isFull = true;          ///< useFullLateReflections
+    bool isRefined = true;
 };
 
 /// How long a stretch of a test lasts, in seconds: `usual`, or in a soak what TESSARUNE_SOAK_SECONDS says.
 inline double StretchSeconds(double usual) {
     const char* soak = std::getenv("TESSARUNE_SOAK_SECONDS");
     return soak == nullptr ? usual : std::atof(soak);
-}
-
-/// Whether the parameter takes that value, in its form.
-inline bool SetParameter(goal::EffectProcessorParameters& parameters, std::int32_t name, float value) {
-    return parameters.setParameterf(name, value) || parameters.setParameteri(name, int(value));
-}
-
-/// The least and the greatest value that a parameter takes, of all the limits that there are. Both are 0 for
-/// one that takes none of them.
-inline std::pair<float, float> RangeOf(goal::EffectProcessorParameters& parameters, std::int32_t name) {
-    std::vector<float> taken;
-    for (const float limit :
-         {-180.f, -1.f,   0.f,    0.004f, 0.01f, 0.016f, 0.04f, 0.075f, 0.1f,   0.126f, 0.207f, 0.25f,
-          0.3f,   0.404f, 0.892f, 0.99f,  1.f,   2.f,    3.16f, 4.f,    7.943f, 10.f,   20.f,   50.f,
-          80.f,   180.f,  200.f,  800.f,  1e3f,  3e3f,   4e3f,  8e3f,   16e3f,  20e3f,  24e3f})
-        if (SetParameter(parameters, name, limit)) taken.push_back(limit);
-    return taken.empty() ? std::pair(0.f, 0.f) : std::pair(taken.front(), taken.back());
 }
 
 /// The response at `angle` of the one-pole low-pass whose gain is 1 at angle 0 and `gain` at `gainAngle`: the
@@ -70,7 +54,8 @@ public:
                                         .useFullLateReflections = place.isFull,
                                         .useDirectionalEarlyReflections = place.isDirectional,
                                         .blockFrames = place.blockFrames,
-                                        .listenerBasis = &listenerBasis});
+                                        .listenerBasis = &listenerBasis,
+                                        .isRefined = place.isRefined});
     }
     RunningEffect(const RunningEffect&) = delete;  // the state refers to the fields
 

@@ -89,16 +89,19 @@ TEST(Distortion, FiltersBelowTheClipAndClipsHard) {
         p.lowpassCutoff = lowpass;
         p.eqCenter = center;
         p.eqBandwidth = width;
-        const Signal output = RunningEffect(p).Feed(p, Impulse(40'000))[0];
+        const EffectPlace plain{.isRefined = false};
+        const Signal output = RunningEffect(p, plain).Feed(p, Impulse(40'000))[0];
         for (const double f : {0.0, 75.0, 80.0, 3600.0, 20010.0, 24000.0}) {
             const Complex expected = 0.5 * OnePoleAt(f * radian, half, lowpass * radian) *
                                      ResonatorAt(f * radian, center * radian, std::exp(-width * radian));
             const double error = std::abs(SpectrumAt(output, f * radian) - expected);
             EXPECT_LT(error, 1e-5 * std::abs(expected) + 1e-8) << f << " " << center;
         }
-        const double unclipped = RunningEffect(p).Feed(p, Signal(9000, 1))[0].back();
+        const double unclipped = RunningEffect(p, plain).Feed(p, Signal(9000, 1))[0].back();
         p.edge = 1;
-        EXPECT_NEAR(RunningEffect(p).Feed(p, Signal(9000, -0.6f))[0].back(), -unclipped, 1e-6);
+        for (const bool isRefined : {false, true})
+            EXPECT_NEAR(RunningEffect(p, {.isRefined = isRefined}).Feed(p, Signal(9000, -0.6f))[0].back(),
+                        -unclipped, 1e-6);
     }
 }
 
@@ -127,7 +130,7 @@ TEST(RingModulator, MakesSidebandsOfEachHarmonicOfItsWave) {
         p.waveform = waveform;
         p.frequency = 97 * 3.75f;
         p.highpassCutoff = 2000;
-        const Signal output = RunningEffect(p).Feed(p, input)[0];
+        const Signal output = RunningEffect(p, {.isRefined = false}).Feed(p, input)[0];
         const Complex highpassed = 1.0 - OnePoleAt(tone * radian, half, 2001 / 3.75 * radian);
         for (int k = 0; k < 4; ++k) {
             const auto line = [&](double bin) {
