@@ -26,6 +26,7 @@ struct EffectPlace {
     std::uint32_t order = 3;
     bool isDirectional = false;  ///< useDirectionalEarlyReflections
     bool isFull = true;          ///< useFullLateReflections
+    bool isRefined = true;
 };
 
 /// How long a stretch of a test lasts, in seconds: `usual`, or in a soak what TESSARUNE_SOAK_SECONDS says.
@@ -70,7 +71,8 @@ public:
                                         .useFullLateReflections = place.isFull,
                                         .useDirectionalEarlyReflections = place.isDirectional,
                                         .blockFrames = place.blockFrames,
-                                        .listenerBasis = &listenerBasis});
+                                        .listenerBasis = &listenerBasis,
+                                        .isRefined = place.isRefined});
     }
     RunningEffect(const RunningEffect&) = delete;  // the state refers to the fields
 

@@ -1,0 +1,174 @@
+#include "goal/fx/absorption.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+namespace goal::fx {
+namespace {
+
+// The most that a shelf of two octaves can do without bending what is beside it, in dB.
+constexpr double mostShelf = 12;
+
+constexpr double middle = 1000;  // Hz
+
+// What the longest decay time may be of the longest one asked for, between the frequencies that are solved for.
+constexpr double mostLonger = 1.15;
+
+// How far the corner of a shelf lies on the way from the middle to its reference, in octaves: the further, the
+// less it does in the middle, as one that does much must, and the more its end lies beyond what is asked.
+double CornerPart(double time, double endTime) {
+    return std::clamp(0.6 + 0.05 * std::abs(time / endTime - 1), 0.6, 0.76);
+}
+
+constexpr std::size_t bandCount = 3;  // the middle, high, low
+using Bands = std::array<double, bandCount>;
+
+double DecibelsOf(double energy) {
+    return 10 * std::log10(std::max(energy, 1e-30));
+}
+
+double AmplitudeOf(double decibels) {
+    return std::pow(10.0, decibels / 20);
+}
+
+// What the bilinear transform makes of a frequency.
+double WarpedOf(double frequency, double sampleRate) {
+    return std::tan(std::numbers::pi * std::min(frequency / sampleRate, 0.45));
+}
+
+// |H|² of a Butterworth shelf whose end has `decibels` and its corner half of them, at a warped frequency over
+// that of the corner: of a high shelf, and by the inverse of a low one. With A the amplitude at the corner,
+// H = A(A·s² + √(2A)·s + 1)/(s² + √(2A)·s + A).
+double ShelfDecibels(double decibels, double ratio) {
+    const double squared = AmplitudeOf(decibels);  // A²
+    const double fourth = ratio * ratio * ratio * ratio;
+    return DecibelsOf(squared * (1 + squared * fourth) / (squared + fourth));
+}
+
+// The frequencies at which the decay is to be right over the corners of the shelves, all warped.
+struct BandPlan {
+    Bands overHigh{};   // of the middle and both references
+    Bands underLow{};   // the low corner over them
+    double highCorner = 1;
+    double lowCorner = 1;
+    bool areSeparate = true;  // the references are far enough apart to be solved for
+};
+
+BandPlan PlanBands(const RoomDecay& decay, double sampleRate) {
+    const double low = decay.lowReference, high = decay.highReference;
+    BandPlan plan;
+    plan.areSeparate = high >= 4 * low;
+    const double centre = plan.areSeparate ? std::clamp(middle, 2 * low, high / 2) : std::sqrt(low * high);
+    const auto cornerTowards = [&](double reference, double endTime) {
+        const double part = CornerPart(decay.time, endTime);
+        return WarpedOf(centre * std::pow(reference / centre, part), sampleRate);
+    };
+    plan.highCorner = cornerTowards(high, decay.highTime);
+    plan.lowCorner = cornerTowards(low, decay.lowTime);
+    const Bands frequencies{centre, high, low};
+    for (std::size_t i = 0; i < bandCount; ++i) {
+        const double warped = WarpedOf(frequencies[i], sampleRate);
+        plan.overHigh[i] = warped / plan.highCorner;
+        plan.underLow[i] = plan.lowCorner / warped;
+    }
+    return plan;
+}
+
+// One step towards the gains for `wanted` dB at the three frequencies: a shelf's curve is taken to scale with
+// its gain, which it nearly does.
+void Improve(Bands& gains, const Bands& wanted, const BandPlan& plan) {
+    Bands high{}, low{}, rest{};
+    for (std::size_t i = 0; i < bandCount; ++i) {
+        high[i] = ShelfDecibels(gains[1], plan.overHigh[i]);
+        low[i] = ShelfDecibels(gains[2], plan.underLow[i]);
+        rest[i] = wanted[i] - gains[0] - high[i] - low[i];
+        high[i] /= gains[1];
+        low[i] /= gains[2];
+    }
+    // The first gain drops out of the differences to the middle.
+    const double a = high[1] - high[0], b = low[1] - low[0], c = high[2] - high[0], d = low[2] - low[0];
+    const double x = rest[1] - rest[0], y = rest[2] - rest[0], determinant = a * d - b * c;
+    const double stepHigh = (x * d - b * y) / determinant, stepLow = (a * y - x * c) / determinant;
+    gains[0] += rest[0] - stepHigh * high[0] - stepLow * low[0];
+    gains[1] += stepHigh;
+    gains[2] += stepLow;
+}
+
+// A shelf of no gain has no curve to scale, and one of too much is none that was asked for.
+double UsableDecibels(double decibels) {
+    constexpr double least = 1e-4, most = 40;
+    return std::abs(decibels) < least ? least : std::clamp(decibels, -most, most);
+}
+
+// The gain and those of the shelves in dB.
+Bands SolveGains(const Bands& wanted, const BandPlan& plan) {
+    Bands gains{wanted[0], UsableDecibels(wanted[1] - wanted[0]), UsableDecibels(wanted[2] - wanted[0])};
+    for (int i = 0; plan.areSeparate && i < 3; ++i) {
+        Improve(gains, wanted, plan);
+        gains[1] = UsableDecibels(gains[1]);
+        gains[2] = UsableDecibels(gains[2]);
+    }
+    return gains;
+}
+
+// Two shelves are loudest at an end, at a corner or between them, and so slowly changing that a few
+// frequencies show it.
+double Loudest(const Bands& gains, const BandPlan& plan) {
+    double most = gains[0] + std::max(gains[1], gains[2]);
+    const double toHigh = plan.highCorner / plan.lowCorner;
+    constexpr int points = 6;
+    for (int i = -points; i <= 2 * points; ++i) {
+        const double ratio = std::pow(std::max(toHigh, 1.5), static_cast<double>(i) / points);
+        most = std::max(most, gains[0] + ShelfDecibels(gains[1], ratio / toHigh) +
+                                  ShelfDecibels(gains[2], 1 / ratio));
+    }
+    return most;
+}
+
+// The bilinear transform of the shelf above, with its corner at the warped frequency k.
+void SetSection(double decibels, double k, bool isHigh, double gain, hcml::NetworkSection& section,
+                std::size_t line) {
+    const double amplitude = AmplitudeOf(decibels / 2), root = std::sqrt(2 * amplitude) * k;
+    const double above = isHigh ? amplitude : 1, below = isHigh ? 1 : amplitude;  // of s² and 1, in the numerator
+    const double squared = k * k, divisor = below + root + above * squared;
+    const double scale = gain * amplitude / divisor;
+    section.n0[line] = static_cast<float>(scale * (above + root + below * squared));
+    section.n1[line] = static_cast<float>(scale * 2 * (below * squared - above));
+    section.n2[line] = static_cast<float>(scale * (above - root + below * squared));
+    section.d1[line] = static_cast<float>(2 * (above * squared - below) / divisor);
+    section.d2[line] = static_cast<float>((below - root + above * squared) / divisor);
+}
+
+}  // namespace
+
+double RoomDecay::LongestTime() const {
+    return std::max({time, highTime, lowTime});
+}
+
+double EnergyLeft(double length, double time, double sampleRate) {
+    return std::pow(10.0, -6 * length / (time * sampleRate));
+}
+
+double LongestLine(const RoomDecay& decay) {
+    const double middleRate = 1 / decay.time;
+    const double most = std::max({std::abs(1 / decay.highTime - middleRate),
+                                  std::abs(1 / decay.lowTime - middleRate), 1e-9});
+    return mostShelf / (60 * most);
+}
+
+Absorption DesignAbsorption(const RoomDecay& decay, double sampleRate,
+                            std::span<const std::uint32_t> lengths) {
+    const BandPlan plan = PlanBands(decay, sampleRate);
+    Absorption absorption;
+    for (std::size_t k = 0; k < lengths.size(); ++k) {
+        const double loss = -60.0 * lengths[k] / sampleRate;
+        Bands gains = SolveGains({loss / decay.time, loss / decay.highTime, loss / decay.lowTime}, plan);
+        gains[0] -= std::max(Loudest(gains, plan) - loss / (mostLonger * decay.LongestTime()), 0.0);
+        SetSection(gains[1], plan.highCorner, true, AmplitudeOf(gains[0]), absorption.sections[0], k);
+        SetSection(gains[2], plan.lowCorner, false, 1, absorption.sections[1], k);
+    }
+    return absorption;
+}
+
+}  // namespace goal::fx

@@ -1,0 +1,47 @@
+#pragma once
+
+// What a line of the reverb's network takes off a sound each time round: a gain and two shelves, by which the
+// decay time differs with the frequency (Jot and Chaigne, 1991). The three gains of a line are solved for
+// together, so that each end of the spectrum has its decay time at its reference and the middle keeps its own,
+// as the bands of a graphic equalizer are (Prawda, Schlecht and Välimäki, 2019). Worked out once a block and
+// only when something has changed; plain values.
+
+#include <array>
+#include <cstdint>
+#include <span>
+
+#include "numeric/kernels/networkkernel.h"
+
+namespace goal::fx {
+
+/// The times for 60 dB in seconds, and the references in Hz.
+struct RoomDecay {
+    double time = 1;
+    double highTime = 1;  ///< at the high reference
+    double lowTime = 1;   ///< at the low reference
+    double highReference = 5000;
+    double lowReference = 250;
+    bool operator==(const RoomDecay&) const = default;
+
+    double LongestTime() const;
+};
+
+/// The high shelves of all lines, with their gains, and the low shelves.
+struct Absorption {
+    hcml::NetworkSection sections[hcml::networkSections];
+};
+
+/// The filters of as many lines as there are `lengths`, in samples; those of other lines let nothing through.
+/// The middle is 1 kHz, or further from references that are near to it; references less than two octaves apart
+/// share what is between them, and the decay times are then those of the shelves' ends. At no frequency does a
+/// line sound longer than 1.15 times the longest of the three times.
+Absorption DesignAbsorption(const RoomDecay& decay, double sampleRate,
+                            std::span<const std::uint32_t> lengths);
+
+/// What is left of a sound's energy after `length` samples, when 60 dB take `time` seconds.
+double EnergyLeft(double length, double time, double sampleRate);
+
+/// The longest line, in seconds, that the shelves can damp as told.
+double LongestLine(const RoomDecay& decay);
+
+}  // namespace goal::fx

@@ -1,0 +1,333 @@
+#include "goal/fx/latenetwork.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+#include "goal/dsp/antidenormal.h"
+#include "goal/dsp/finitesamples.h"
+
+namespace goal::fx {
+namespace {
+
+using hcml::networkTaps;
+
+// The lines' mean length in seconds: of the smallest room, and what density adds.
+constexpr double leastMean = 0.014;
+constexpr double meanOfDensity = 0.036;
+constexpr double shortestMean = 0.0015;
+constexpr double longestMean = leastMean + meanOfDensity;
+
+// Times round in which a room dies away, at least: what a short room asks of its lines.
+constexpr double leastRounds = 25;
+
+// The mean lengths lie on a grid, so that a small change of the room leaves the lines where they are.
+constexpr double lengthStep = 1.05;
+
+// The lengths over their mean, each a little off an even spacing of their logarithms.
+constexpr std::array<double, LateNetwork::maximumLines> lengthRatios{
+    0.553, 0.590, 0.639, 0.675, 0.733, 0.779, 0.842, 0.897,
+    0.965, 1.026, 1.107, 1.178, 1.269, 1.352, 1.458, 1.551};
+
+// Of the shortest line, in what part of its length the taps of the input lie.
+constexpr double tapPart = 0.8;
+
+constexpr std::uint32_t mostPartFrames = 128;
+constexpr std::uint32_t fadePartFrames = 32;
+
+// How far the moving angles go to both sides, in radians, and how often in a second.
+constexpr float swing = 0.3F;
+constexpr std::array<double, LateNetwork::maximumLines / 2> swingRates{0.23, 0.31, 0.37, 0.43,
+                                                                      0.53, 0.59, 0.67, 0.73};
+
+constexpr float quarterPi = std::numbers::pi_v<float> / 4;
+
+bool IsPrime(std::uint32_t n) {
+    if (n % 2 == 0) return n == 2;
+    for (std::uint32_t i = 3; i * i <= n; i += 2)
+        if (n % i == 0) return false;
+    return n > 1;
+}
+
+std::uint32_t PrimeFrom(std::uint32_t n) {
+    while (!IsPrime(n))
+        ++n;
+    return n;
+}
+
+double MeanLength(const LateRoom& room) {
+    const double free = leastMean + meanOfDensity * room.density;
+    const double held = std::min({free, room.decay.time / leastRounds, LongestLine(room.decay)});
+    const double steps = std::ceil(std::log(std::max(held, shortestMean) / longestMean) / std::log(lengthStep));
+    return longestMean * std::pow(lengthStep, steps);
+}
+
+// A number from 0 to 1 that looks like chance, and is the same everywhere.
+double Scattered(std::uint32_t n) {
+    n = (n + 1) * 0x9E3779B1U;
+    n = (n ^ (n >> 15)) * 0x85EBCA6BU;
+    n = (n ^ (n >> 13)) * 0xC2B2AE35U;
+    return (n ^ (n >> 16)) * 0x1p-32;
+}
+
+// The four bits of a line's number the other way round: neighbours among the lines aren't among the taps.
+std::uint32_t Reversed(std::uint32_t line, std::uint32_t lineCount) {
+    std::uint32_t result = 0;
+    for (std::uint32_t bit = 1; bit < lineCount; bit *= 2)
+        result = result * 2 + (line / bit) % 2;
+    return result;
+}
+
+// Calls `body` with the same coefficient of each.
+template <typename Body, typename... Sections>
+void ForEachCoefficient(const Body& body, Sections&... all) {
+    for (std::uint32_t k = 0; k < hcml::networkSections; ++k) {
+        body(all.sections[k].n0...);
+        body(all.sections[k].n1...);
+        body(all.sections[k].n2...);
+        body(all.sections[k].d1...);
+        body(all.sections[k].d2...);
+    }
+}
+
+using hcml::NetworkLanes;
+
+Absorption Between(const Absorption& from, const Absorption& to, float weight) {
+    Absorption result;
+    const auto blend = [weight](const NetworkLanes& a, const NetworkLanes& b, NetworkLanes& target) {
+        for (std::uint32_t i = 0; i < hcml::maximumNetworkLines; ++i)
+            target[i] = a[i] + weight * (b[i] - a[i]);
+    };
+    ForEachCoefficient(blend, from, to, result);
+    return result;
+}
+
+// What is to be added after each of `frames` frames.
+Absorption StepsTo(const Absorption& from, const Absorption& to, std::uint32_t frames) {
+    Absorption result;
+    const auto step = [frames](const NetworkLanes& a, const NetworkLanes& b, NetworkLanes& target) {
+        for (std::uint32_t i = 0; i < hcml::maximumNetworkLines; ++i)
+            target[i] = (b[i] - a[i]) / static_cast<float>(frames);
+    };
+    ForEachCoefficient(step, from, to, result);
+    return result;
+}
+
+Phase PhaseOfAngle(float radians) {
+    return static_cast<Phase>(
+        static_cast<std::int64_t>(radians * static_cast<float>(0x1p32 / (2 * std::numbers::pi))));
+}
+
+constexpr Phase quarterTurn = 0x40000000;
+
+float Sine(float angle) {
+    return SineAt(PhaseOfAngle(angle));
+}
+
+float Cosine(float angle) {
+    return SineAt(PhaseOfAngle(angle) + quarterTurn);
+}
+
+}  // namespace
+
+LateNetwork::LateNetwork(float sampleRate, bool isFull, std::uint32_t blockFrames,
+                         const CrossfadeCourse& course)
+    : lineCount(isFull ? maximumLines : maximumLines / 2),
+      lines(blockFrames, lineCount),
+      sampleRate(sampleRate),
+      course(course),
+      history(static_cast<std::uint32_t>(longestMean * sampleRate)),
+      fed(history + blockFrames),
+      inputs(blockFrames, lineCount),
+      oldInputs(blockFrames, lineCount),
+      delayed(mostPartFrames, maximumLines),
+      absorbed(mostPartFrames, maximumLines) {
+    const auto longest = static_cast<std::uint32_t>(1.6 * longestMean * sampleRate) + 1000;
+    for (std::uint32_t k = 0; k < lineCount; ++k) {
+        rings[k] = DelayRing<float>(longest);
+        rings[k].Advance(k * 112);  // else all lines would write to the same few sets of the nearest cache
+        if (k < pairs) phases[k] = static_cast<Phase>(k * 0x2F5B1C3DU);
+    }
+}
+
+LateNetwork::Plan LateNetwork::MakePlan(const LateRoom& room) const {
+    Plan plan;
+    SetLengths(room, plan);
+    SetTaps(room, plan);
+    plan.absorption = DesignAbsorption(room.decay, sampleRate, {plan.lengths.data(), lineCount});
+    plan.angle = quarterPi * (0.1F + 0.9F * std::sqrt(room.diffusion));
+    return plan;
+}
+
+void LateNetwork::SetLengths(const LateRoom& room, Plan& plan) const {
+    const double mean = MeanLength(room) * sampleRate;
+    std::uint32_t least = 0;
+    for (std::uint32_t k = 0; k < lineCount; ++k) {
+        const double ratio = lengthRatios[k * maximumLines / lineCount];
+        least = PrimeFrom(std::max(static_cast<std::uint32_t>(mean * ratio), least + 1));
+        plan.lengths[k] = least;
+    }
+    plan.shortest = plan.lengths[0];
+}
+
+// The taps are velvet noise (Karjalainen and Järvelinen, 2007), decaying as the room does, with the energy that
+// a sound of energy 1 needs to fill the network: it comes to 1/(1 - what is left after a round) of it.
+void LateNetwork::SetTaps(const LateRoom& room, Plan& plan) const {
+    double left = 0;
+    for (std::uint32_t k = 0; k < lineCount; ++k)
+        left += EnergyLeft(plan.lengths[k], room.decay.time, sampleRate) / lineCount;
+    const double slot = tapPart * plan.shortest / (networkTaps * lineCount);
+    for (std::uint32_t k = 0; k < lineCount; ++k) {
+        double energy = 0;
+        for (std::uint32_t t = 0; t < networkTaps; ++t) {
+            const std::uint32_t place = t * lineCount + Reversed(k, lineCount);
+            const double delay = slot * (place + (place == 0 ? 0 : Scattered(place)));
+            const double sign = Scattered(place + 1000) < 0.5 ? -1 : 1;
+            const double gain = sign * (t == 0 ? 1 : room.diffusion) *
+                                std::sqrt(EnergyLeft(delay, room.decay.time, sampleRate));
+            plan.tapDelays[k][t] = static_cast<std::uint32_t>(delay);
+            plan.tapGains[k][t] = static_cast<float>(gain);
+            energy += gain * gain;
+        }
+        const auto scale = static_cast<float>(std::sqrt((1 - left) / (lineCount * energy)));
+        for (float& gain : plan.tapGains[k])
+            gain *= scale;
+    }
+}
+
+void LateNetwork::Follow(const LateRoom& room) {
+    if (!fade.Follow(room)) return;
+    from = to;
+    to = MakePlan(room);
+}
+
+void LateNetwork::Run(const LateRoom& room, const float* input, std::uint32_t frames) {
+    Follow(room);
+    Feed(input, frames);
+    for (std::uint32_t i = 0; i < frames;)
+        i += RunPart(i, frames - i);
+    FlushMemory();
+}
+
+void LateNetwork::Feed(const float* input, std::uint32_t frames) {
+    std::transform(input, input + frames, fed.data + history, FiniteSample);
+    SumTaps(to, frames, inputs);
+    if (fade.isFading) {
+        SumTaps(from, frames, oldInputs);
+        for (std::uint32_t k = 0; k < lineCount; ++k)
+            Blend(course.From(fade.position), oldInputs.channels[k], inputs.channels[k], frames);
+    }
+    std::copy(fed.data + frames, fed.data + frames + history, fed.data);
+}
+
+void LateNetwork::SumTaps(const Plan& plan, std::uint32_t frames, hcml::ac::Bus& rows) {
+    hcml::NetworkInput taps;
+    for (std::uint32_t k = 0; k < lineCount; ++k)
+        for (std::uint32_t t = 0; t < networkTaps; ++t) {
+            taps.taps[k][t] = fed.data + history - plan.tapDelays[k][t];
+            taps.gains[k][t] = plan.tapGains[k][t];
+        }
+    hcml::SumNetworkTaps(taps, rows.channels, lineCount, frames);
+}
+
+std::uint32_t LateNetwork::RunPart(std::uint32_t first, std::uint32_t most) {
+    const std::uint32_t frames = PartFrames(most);
+    Absorb(frames);
+    Mix(first, frames);
+    for (std::uint32_t k = 0; k < lineCount; ++k)
+        rings[k].Advance(frames);
+    fade.Advance(frames, course);
+    return frames;
+}
+
+// The most frames, of `most`, that no ring's end breaks and no line reads in the part that wrote them.
+std::uint32_t LateNetwork::PartFrames(std::uint32_t most) const {
+    std::uint32_t frames = std::min({most, mostPartFrames, to.shortest});
+    if (fade.isFading)
+        frames = std::min({frames, fadePartFrames, course.frames - fade.position, from.shortest});
+    for (std::uint32_t k = 0; k < lineCount; ++k) {
+        frames = std::min({frames, rings[k].RunAhead(), rings[k].RunPast(to.lengths[k] - 1)});
+        if (fade.isFading) frames = std::min(frames, rings[k].RunPast(from.lengths[k] - 1));
+    }
+    return frames;
+}
+
+float LateNetwork::WeightAfter(std::uint32_t frames) const {
+    if (!fade.isFading) return 1;
+    const std::uint32_t position = fade.position + frames;
+    return position == 0 ? 0 : *course.From(position - 1);
+}
+
+float LateNetwork::AngleAt(float weight) const {
+    return fade.isFading ? from.angle + weight * (to.angle - from.angle) : to.angle;
+}
+
+Absorption LateNetwork::AbsorptionAt(float weight) const {
+    Absorption result = fade.isFading ? Between(from.absorption, to.absorption, weight) : to.absorption;
+    // What the mix grows by in the turns of the second form.
+    const float cosine = Cosine(AngleAt(weight));
+    float scale = 1;
+    for (std::uint32_t distance = 2; distance < lineCount; distance *= 2)
+        scale *= cosine;
+    hcml::NetworkSection& first = result.sections[0];
+    for (NetworkLanes* const lanes : {&first.n0, &first.n1, &first.n2})
+        for (float& value : *lanes)
+            value *= scale;
+    return result;
+}
+
+void LateNetwork::Absorb(std::uint32_t frames) {
+    hcml::NetworkAbsorption run;
+    run.frames = frames;
+    for (std::uint32_t k = 0; k < maximumLines; ++k) {
+        run.past[k] = delayed.channels[k];
+        run.ahead[k] = absorbed.channels[k];
+        if (k >= lineCount) continue;
+        const float* const past = rings[k].Past(to.lengths[k] - 1);
+        if (!fade.isFading || from.lengths[k] == to.lengths[k]) {
+            run.past[k] = past;
+        } else {
+            std::copy_n(past, frames, delayed.channels[k]);
+            Blend(course.From(fade.position), rings[k].Past(from.lengths[k] - 1), delayed.channels[k], frames);
+        }
+    }
+    const Absorption now = AbsorptionAt(WeightAfter(0));
+    if (!fade.isFading) return hcml::RunNetworkAbsorption(run, lineCount, now.sections, memory);
+    const Absorption steps = StepsTo(now, AbsorptionAt(WeightAfter(frames)), frames);
+    hcml::RunMovingNetworkAbsorption(run, lineCount, now.sections, steps.sections, memory);
+}
+
+void LateNetwork::Mix(std::uint32_t first, std::uint32_t frames) {
+    const float before = AngleAt(WeightAfter(0)), after = AngleAt(WeightAfter(frames));
+    const float toStep = 1 / static_cast<float>(frames);
+    hcml::NetworkMix mix;
+    mix.frames = frames;
+    mix.tangent = Sine(before) / Cosine(before);
+    mix.tangentStep = (Sine(after) / Cosine(after) - mix.tangent) * toStep;
+    for (std::uint32_t p = 0; p < lineCount / 2; ++p) {
+        const float start = before + swing * SineAt(phases[p]);
+        phases[p] += static_cast<Phase>(swingRates[p] / sampleRate * 0x1p32 * frames);
+        const float end = after + swing * SineAt(phases[p]);
+        mix.cosines[p] = Cosine(start);
+        mix.sines[p] = Sine(start);
+        mix.cosineSteps[p] = (Cosine(end) - mix.cosines[p]) * toStep;
+        mix.sineSteps[p] = (Sine(end) - mix.sines[p]) * toStep;
+    }
+    for (std::uint32_t k = 0; k < lineCount; ++k) {
+        mix.past[k] = absorbed.channels[k];
+        mix.input[k] = inputs.channels[k] + first;
+        mix.ahead[k] = rings[k].Ahead();
+        mix.outputs[k] = lines.channels[k] + first;
+    }
+    hcml::RunNetworkMix(mix, lineCount);
+}
+
+void LateNetwork::FlushMemory() {
+    for (std::uint32_t k = 0; k < hcml::networkSections; ++k)
+        for (std::uint32_t i = 0; i < lineCount; ++i) {
+            memory.z1[k][i] = KeptInMemory(memory.z1[k][i]);
+            memory.z2[k][i] = KeptInMemory(memory.z2[k][i]);
+        }
+}
+
+}  // namespace goal::fx

@@ -1,0 +1,260 @@
+#include "numeric/kernels/networkkernel.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "numeric/kernels/networkkernel.cpp"
+#include "hwy/foreach_target.h"
+#include "hwy/highway.h"
+#include "numeric/kernels/lanerows-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace hcml::HWY_NAMESPACE {
+
+constexpr std::uint32_t framesPerStep = 4;
+
+// The sections of as many lines as `V` has lanes.
+template <class V>
+struct SectionVectors {
+    V n0[networkSections], n1[networkSections], n2[networkSections], d1[networkSections], d2[networkSections];
+
+    template <class D>
+    HWY_INLINE void Load(D d, const NetworkSection* from, std::size_t lane) {
+        for (std::uint32_t k = 0; k < networkSections; ++k) {
+            n0[k] = hn::LoadU(d, from[k].n0 + lane);
+            n1[k] = hn::LoadU(d, from[k].n1 + lane);
+            n2[k] = hn::LoadU(d, from[k].n2 + lane);
+            d1[k] = hn::LoadU(d, from[k].d1 + lane);
+            d2[k] = hn::LoadU(d, from[k].d2 + lane);
+        }
+    }
+
+    HWY_INLINE void Move(const SectionVectors& steps) {
+        for (std::uint32_t k = 0; k < networkSections; ++k) {
+            n0[k] = hn::Add(n0[k], steps.n0[k]);
+            n1[k] = hn::Add(n1[k], steps.n1[k]);
+            n2[k] = hn::Add(n2[k], steps.n2[k]);
+            d1[k] = hn::Add(d1[k], steps.d1[k]);
+            d2[k] = hn::Add(d2[k], steps.d2[k]);
+        }
+    }
+};
+
+template <class V>
+struct MemoryVectors {
+    V z1[networkSections], z2[networkSections];
+
+    template <class D>
+    HWY_INLINE void Load(D d, const NetworkMemory& from, std::size_t lane) {
+        for (std::uint32_t k = 0; k < networkSections; ++k) {
+            z1[k] = hn::LoadU(d, from.z1[k] + lane);
+            z2[k] = hn::LoadU(d, from.z2[k] + lane);
+        }
+    }
+
+    template <class D>
+    HWY_INLINE void Store(D d, NetworkMemory& to, std::size_t lane) const {
+        for (std::uint32_t k = 0; k < networkSections; ++k) {
+            hn::StoreU(z1[k], d, to.z1[k] + lane);
+            hn::StoreU(z2[k], d, to.z2[k] + lane);
+        }
+    }
+
+    // One frame.
+    HWY_INLINE V Run(const SectionVectors<V>& by, V x) {
+        for (std::uint32_t k = 0; k < networkSections; ++k) {
+            const V y = hn::Add(hn::Mul(by.n0[k], x), z1[k]);
+            z1[k] = hn::Add(hn::Sub(hn::Mul(by.n1[k], x), hn::Mul(by.d1[k], y)), z2[k]);
+            z2[k] = hn::Sub(hn::Mul(by.n2[k], x), hn::Mul(by.d2[k], y));
+            x = y;
+        }
+        const V offset = hn::Set(hn::DFromV<V>(), 5e-8F);
+        return hn::Sub(hn::Add(x, offset), offset);
+    }
+};
+
+// Frames from `first` to `end` of one line alone, with coefficients that are `first` steps on.
+template <bool moving>
+void AbsorbLine(const NetworkAbsorption& run, std::uint32_t line, std::uint32_t first,
+                const NetworkSection* sections, const NetworkSection* steps, NetworkMemory& memory) {
+    const hn::CappedTag<float, 1> d;
+    using V = hn::Vec<decltype(d)>;
+    SectionVectors<V> now, step;
+    MemoryVectors<V> remembered;
+    now.Load(d, sections, line);
+    if (moving) step.Load(d, steps, line);
+    remembered.Load(d, memory, line);
+    for (std::uint32_t i = 0; moving && i < first; ++i)
+        now.Move(step);
+    for (std::uint32_t i = first; i < run.frames; ++i) {
+        hn::StoreU(remembered.Run(now, hn::LoadU(d, run.past[line] + i)), d, run.ahead[line] + i);
+        if (moving) now.Move(step);
+    }
+    remembered.Store(d, memory, line);
+}
+
+#if HWY_TARGET == HWY_SCALAR
+
+template <bool moving>
+void Absorb(const NetworkAbsorption& run, std::uint32_t lineCount, const NetworkSection* sections,
+            const NetworkSection* steps, NetworkMemory& memory) {
+    for (std::uint32_t line = 0; line < lineCount; ++line)
+        AbsorbLine<moving>(run, line, 0, sections, steps, memory);
+}
+
+#else
+
+// Whole steps of frames of the lines from `lane` on, two vectors of them at a time: then they wait for one
+// another less.
+template <bool moving, std::size_t groups, class D>
+HWY_INLINE void AbsorbVectors(D d, const NetworkAbsorption& run, std::size_t lane, std::uint32_t frames,
+                              const NetworkSection* sections, const NetworkSection* steps,
+                              NetworkMemory& memory) {
+    constexpr std::size_t count = hn::MaxLanes(D());
+    SectionVectors<hn::Vec<D>> now[groups], step[groups];
+    MemoryVectors<hn::Vec<D>> remembered[groups];
+    for (std::size_t g = 0; g < groups; ++g) {
+        now[g].Load(d, sections, lane + g * count);
+        if (moving) step[g].Load(d, steps, lane + g * count);
+        remembered[g].Load(d, memory, lane + g * count);
+    }
+    for (std::uint32_t i = 0; i < frames; i += framesPerStep) {
+        for (std::size_t g = 0; g < groups; ++g) {
+            const float* const* past = run.past + lane + g * count;
+            hn::Vec<D> v[framesPerStep] = {LoadRows(d, past, i), LoadRows(d, past + 1, i),
+                                           LoadRows(d, past + 2, i), LoadRows(d, past + 3, i)};
+            Transpose(d, v[0], v[1], v[2], v[3]);
+            for (std::size_t k = 0; k < framesPerStep; ++k) {
+                v[k] = remembered[g].Run(now[g], v[k]);
+                if (moving) now[g].Move(step[g]);
+            }
+            Transpose(d, v[0], v[1], v[2], v[3]);
+            float* const* ahead = run.ahead + lane + g * count;
+            for (std::size_t k = 0; k < framesPerStep; ++k)
+                StoreRows(d, v[k], ahead + k, i);
+        }
+    }
+    for (std::size_t g = 0; g < groups; ++g)
+        remembered[g].Store(d, memory, lane + g * count);
+}
+
+template <bool moving>
+void Absorb(const NetworkAbsorption& run, std::uint32_t lineCount, const NetworkSection* sections,
+            const NetworkSection* steps, NetworkMemory& memory) {
+    const std::uint32_t whole = run.frames - run.frames % framesPerStep;
+    const hn::CappedTag<float, 8> wide;
+    constexpr std::size_t lanes = hn::MaxLanes(wide);
+    for (std::size_t lane = 0; lane < lineCount; lane += 2 * lanes)
+        AbsorbVectors<moving, 2>(wide, run, lane, whole, sections, steps, memory);
+    if (whole == run.frames) return;
+    for (std::uint32_t line = 0; line < lineCount; ++line)
+        AbsorbLine<moving>(run, line, whole, sections, steps, memory);
+}
+
+#endif
+
+void AbsorbStill(const NetworkAbsorption& run, std::uint32_t lineCount, const NetworkSection* sections,
+                 NetworkMemory& memory) {
+    Absorb<false>(run, lineCount, sections, sections, memory);
+}
+
+void AbsorbMoving(const NetworkAbsorption& run, std::uint32_t lineCount, const NetworkSection* sections,
+                  const NetworkSection* steps, NetworkMemory& memory) {
+    Absorb<true>(run, lineCount, sections, steps, memory);
+}
+
+template <class D>
+HWY_INLINE void SumTapsAt(D d, const float* const* taps, const float* gains, float* row, std::size_t i) {
+    auto sum = hn::Mul(hn::LoadU(d, taps[0] + i), hn::Set(d, gains[0]));
+    for (std::uint32_t t = 1; t < networkTaps; ++t)
+        sum = hn::Add(sum, hn::Mul(hn::LoadU(d, taps[t] + i), hn::Set(d, gains[t])));
+    hn::StoreU(sum, d, row + i);
+}
+
+void SumTaps(const NetworkInput& input, float* const* rows, std::uint32_t lineCount, std::uint32_t frames) {
+    const hn::ScalableTag<float> wide;
+    const hn::CappedTag<float, 1> single;
+    for (std::uint32_t k = 0; k < lineCount; ++k) {
+        std::size_t i = 0;
+        for (; i + hn::Lanes(wide) <= frames; i += hn::Lanes(wide))
+            SumTapsAt(wide, input.taps[k], input.gains[k], rows[k], i);
+        for (; i < frames; ++i)
+            SumTapsAt(single, input.taps[k], input.gains[k], rows[k], i);
+    }
+}
+
+// The frames from i on, as many as `D` has lanes.
+template <std::uint32_t lines, class D>
+HWY_INLINE void MixAt(D d, const NetworkMix& mix, std::uint32_t i) {
+    using V = hn::Vec<D>;
+    V v[lines];
+    const V frame = hn::Add(hn::Iota(d, 0.0F), hn::Set(d, static_cast<float>(static_cast<std::int32_t>(i))));
+    for (std::uint32_t p = 0; p < lines / 2; ++p) {
+        const V a = hn::LoadU(d, mix.past[2 * p] + i), b = hn::LoadU(d, mix.past[2 * p + 1] + i);
+        const V c = hn::Add(hn::Set(d, mix.cosines[p]), hn::Mul(frame, hn::Set(d, mix.cosineSteps[p])));
+        const V s = hn::Add(hn::Set(d, mix.sines[p]), hn::Mul(frame, hn::Set(d, mix.sineSteps[p])));
+        v[2 * p] = hn::Add(hn::Mul(c, a), hn::Mul(s, b));
+        v[2 * p + 1] = hn::Sub(hn::Mul(c, b), hn::Mul(s, a));
+    }
+    const V tangent = hn::Add(hn::Set(d, mix.tangent), hn::Mul(frame, hn::Set(d, mix.tangentStep)));
+    for (std::uint32_t distance = 2; distance < lines; distance *= 2)
+        for (std::uint32_t k = 0; k < lines; ++k) {
+            if ((k & distance) != 0) continue;
+            const V a = v[k], b = v[k + distance];
+            v[k] = hn::Add(a, hn::Mul(tangent, b));
+            v[k + distance] = hn::Sub(b, hn::Mul(tangent, a));
+        }
+    for (std::uint32_t k = 0; k < lines; ++k) {
+        const V sum = hn::Add(v[k], hn::LoadU(d, mix.input[k] + i));
+        hn::StoreU(sum, d, mix.ahead[k] + i);
+        hn::StoreU(sum, d, mix.outputs[k] + i);
+    }
+}
+
+template <std::uint32_t lines>
+void MixLines(const NetworkMix& mix) {
+    const hn::ScalableTag<float> wide;
+    const hn::CappedTag<float, 1> single;
+    const auto lanes = static_cast<std::uint32_t>(hn::Lanes(wide));
+    std::uint32_t i = 0;
+    for (; i + lanes <= mix.frames; i += lanes)
+        MixAt<lines>(wide, mix, i);
+    for (; i < mix.frames; ++i)
+        MixAt<lines>(single, mix, i);
+}
+
+void Mix(const NetworkMix& mix, std::uint32_t lineCount) {
+    (lineCount == 8 ? MixLines<8> : MixLines<16>)(mix);
+}
+
+}  // namespace hcml::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace hcml {
+
+HWY_EXPORT(SumTaps);
+HWY_EXPORT(AbsorbStill);
+HWY_EXPORT(AbsorbMoving);
+HWY_EXPORT(Mix);
+
+void SumNetworkTaps(const NetworkInput& input, float* const* rows, std::uint32_t lineCount,
+                    std::uint32_t frames) {
+    HWY_DYNAMIC_DISPATCH(SumTaps)(input, rows, lineCount, frames);
+}
+
+void RunNetworkAbsorption(const NetworkAbsorption& run, std::uint32_t lineCount,
+                          const NetworkSection (&sections)[networkSections], NetworkMemory& memory) {
+    HWY_DYNAMIC_DISPATCH(AbsorbStill)(run, lineCount, sections, memory);
+}
+
+void RunMovingNetworkAbsorption(const NetworkAbsorption& run, std::uint32_t lineCount,
+                                const NetworkSection (&sections)[networkSections],
+                                const NetworkSection (&steps)[networkSections], NetworkMemory& memory) {
+    HWY_DYNAMIC_DISPATCH(AbsorbMoving)(run, lineCount, sections, steps, memory);
+}
+
+void RunNetworkMix(const NetworkMix& mix, std::uint32_t lineCount) {
+    HWY_DYNAMIC_DISPATCH(Mix)(mix, lineCount);
+}
+
+}  // namespace hcml
+#endif

@@ -1,0 +1,89 @@
+#pragma once
+
+// The loops of a feedback delay network (Jot and Chaigne, 1991) over rows of samples, one row for each line:
+// what is fed into the lines, and the orthogonal mix of what comes out of them. Called on the audio thread by
+// the reverb. Nothing is allocated, and every vector target gives the same bits.
+
+#include <cstdint>
+
+#include "slib/realtime.h"
+
+namespace hcml {
+
+inline constexpr std::uint32_t maximumNetworkLines = 16;
+inline constexpr std::uint32_t networkTaps = 4;  ///< of each line's input
+
+/// What each line takes of one signal: line k the sum over t of gains[k][t] * taps[k][t][i], summed in the
+/// order of t.
+struct NetworkInput {
+    const float* taps[maximumNetworkLines][networkTaps] = {};  ///< where the delayed signal begins
+    float gains[maximumNetworkLines][networkTaps] = {};        ///< linear
+};
+
+/// Sets `frames` samples of each of the first `lineCount` rows. They overlap none of the taps.
+void SumNetworkTaps(const NetworkInput& input, float* const* rows, std::uint32_t lineCount,
+                    std::uint32_t frames) SLIB_NONBLOCKING;
+
+/// One value for each line.
+using NetworkLanes = float[maximumNetworkLines];
+
+/// A section of the second order in each line, in the transposed direct form:
+///
+///     y = n0·x + z1,  z1' = n1·x - d1·y + z2,  z2' = n2·x - d2·y
+struct NetworkSection {
+    NetworkLanes n0{}, n1{}, n2{}, d1{}, d2{};
+};
+
+inline constexpr std::uint32_t networkSections = 2;  ///< in a row, in each line
+
+/// What the sections remember.
+struct NetworkMemory {
+    NetworkLanes z1[networkSections] = {};
+    NetworkLanes z2[networkSections] = {};
+};
+
+/// Rows through the sections. All 16 rows are valid, those of unused lines may be any scratch memory. None that
+/// is written overlaps another. They are read four frames ahead of what is written.
+struct NetworkAbsorption {
+    const float* past[maximumNetworkLines] = {};
+    float* ahead[maximumNetworkLines] = {};
+    std::uint32_t frames = 0;
+};
+
+/// Runs `lineCount` lines, at most 16; those after may be computed too. What goes ahead is (y + 5e-8) - 5e-8,
+/// which is never denormal; the memory isn't kept from that.
+void RunNetworkAbsorption(const NetworkAbsorption& run, std::uint32_t lineCount,
+                          const NetworkSection (&sections)[networkSections],
+                          NetworkMemory& memory) SLIB_NONBLOCKING;
+
+/// The same with coefficients that move: each is the one before and its `steps` after every frame.
+void RunMovingNetworkAbsorption(const NetworkAbsorption& run, std::uint32_t lineCount,
+                                const NetworkSection (&sections)[networkSections],
+                                const NetworkSection (&steps)[networkSections],
+                                NetworkMemory& memory) SLIB_NONBLOCKING;
+
+/// The orthogonal mix of 8 or 16 rows, as one turn after another of pairs of rows:
+///
+///     a' = cosine·a + sine·b,  b' = cosine·b - sine·a      neighbours, each pair by an angle that moves
+///     a' = a + tangent·b,      b' = b - tangent·a          rows 2, 4 (and 8) apart, all by one angle
+///
+/// The second form grows by 1/cosine each time, which the caller takes off before. With all angles an eighth
+/// of a circle this is a Hadamard matrix but for signs.
+struct NetworkMix {
+    const float* past[maximumNetworkLines] = {};    ///< to be mixed
+    const float* input[maximumNetworkLines] = {};   ///< added after it
+    float* ahead[maximumNetworkLines] = {};         ///< where the results go
+    float* outputs[maximumNetworkLines] = {};       ///< and once more
+    float cosines[maximumNetworkLines / 2] = {};    ///< of the pairs (0, 1), (2, 3) ... in the first frame
+    float sines[maximumNetworkLines / 2] = {};
+    float cosineSteps[maximumNetworkLines / 2] = {};  ///< from frame to frame
+    float sineSteps[maximumNetworkLines / 2] = {};
+    float tangent = 1;  ///< in the first frame
+    float tangentStep = 0;
+    std::uint32_t frames = 0;
+};
+
+/// Runs the mix of `lineCount` rows, 8 or 16. No row that is written overlaps another.
+void RunNetworkMix(const NetworkMix& mix, std::uint32_t lineCount) SLIB_NONBLOCKING;
+
+}  // namespace hcml
