@@ -13,12 +13,14 @@ constexpr double mostShelf = 12;
 constexpr double middle = 1000;  // Hz
 
 // What the longest decay time may be of the longest one asked for, between the frequencies that are solved for.
-constexpr double mostLonger = 1.15;
+constexpr double mostLonger = 1.2;
 
 // How far the corner of a shelf lies on the way from the middle to its reference, in octaves: the further, the
-// less it does in the middle, as one that does much must, and the more its end lies beyond what is asked.
-double CornerPart(double time, double endTime) {
-    return std::clamp(0.6 + 0.05 * std::abs(time / endTime - 1), 0.6, 0.76);
+// less it does in the middle, as one that does much in a short way must, and the more its end lies beyond what is
+// asked.
+double CornerPart(double octaves, double time, double endTime) {
+    const double most = std::clamp(1.76 / octaves, 0.6, 0.9);
+    return std::min(0.6 + 0.05 * std::abs(time / endTime - 1), most);
 }
 
 constexpr std::size_t bandCount = 3;  // the middle, high, low
@@ -61,7 +63,8 @@ BandPlan PlanBands(const RoomDecay& decay, double sampleRate) {
     plan.areSeparate = high >= 4 * low;
     const double centre = plan.areSeparate ? std::clamp(middle, 2 * low, high / 2) : std::sqrt(low * high);
     const auto cornerTowards = [&](double reference, double endTime) {
-        const double part = CornerPart(decay.time, endTime);
+        const double octaves = std::abs(std::log2(reference / centre));
+        const double part = CornerPart(octaves, decay.time, endTime);
         return WarpedOf(centre * std::pow(reference / centre, part), sampleRate);
     };
     plan.highCorner = cornerTowards(high, decay.highTime);

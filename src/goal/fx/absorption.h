@@ -34,7 +34,7 @@ struct Absorption {
 /// The filters of as many lines as there are `lengths`, in samples; those of other lines let nothing through.
 /// The middle is 1 kHz, or further from references that are near to it; references less than two octaves apart
 /// share what is between them, and the decay times are then those of the shelves' ends. At no frequency does a
-/// line sound longer than 1.15 times the longest of the three times.
+/// line sound longer than 1.2 times the longest of the three times.
 Absorption DesignAbsorption(const RoomDecay& decay, double sampleRate,
                             std::span<const std::uint32_t> lengths);
 

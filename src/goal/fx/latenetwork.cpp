@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <numbers>
 
 #include "goal/dsp/antidenormal.h"
@@ -13,8 +14,8 @@ namespace {
 using hcml::networkTaps;
 
 // The lines' mean length in seconds: of the smallest room, and what density adds.
-constexpr double leastMean = 0.014;
-constexpr double meanOfDensity = 0.036;
+constexpr double leastMean = 0.020;
+constexpr double meanOfDensity = 0.020;
 constexpr double shortestMean = 0.0015;
 constexpr double longestMean = leastMean + meanOfDensity;
 
@@ -29,6 +30,11 @@ constexpr std::array<double, LateNetwork::maximumLines> lengthRatios{
     0.553, 0.590, 0.639, 0.675, 0.733, 0.779, 0.842, 0.897,
     0.965, 1.026, 1.107, 1.178, 1.269, 1.352, 1.458, 1.551};
 
+// The lengths of the all-passes, over the mean length of the lines, and their coefficient at full diffusion.
+constexpr double leastDiffuser = 0.12;
+constexpr double moreDiffuser = 0.21;
+constexpr float mostDiffusion = 0.6F;
+
 // Of the shortest line, in what part of its length the taps of the input lie.
 constexpr double tapPart = 0.8;
 
@@ -36,7 +42,7 @@ constexpr std::uint32_t mostPartFrames = 128;
 constexpr std::uint32_t fadePartFrames = 32;
 
 // How far the moving angles go to both sides, in radians, and how often in a second.
-constexpr float swing = 0.3F;
+constexpr float swing = 2.4048F;
 constexpr std::array<double, LateNetwork::maximumLines / 2> swingRates{0.23, 0.31, 0.37, 0.43,
                                                                       0.53, 0.59, 0.67, 0.73};
 
@@ -55,8 +61,8 @@ std::uint32_t PrimeFrom(std::uint32_t n) {
     return n;
 }
 
-double MeanLength(const LateRoom& room) {
-    const double free = leastMean + meanOfDensity * room.density;
+double MeanLength(const LateRoom& room, std::uint32_t lineCount) {
+    const double free = (leastMean + meanOfDensity * room.density) * (lineCount == LateNetwork::maximumLines ? 1 : 0.75);
     const double held = std::min({free, room.decay.time / leastRounds, LongestLine(room.decay)});
     const double steps = std::ceil(std::log(std::max(held, shortestMean) / longestMean) / std::log(lengthStep));
     return longestMean * std::pow(lengthStep, steps);
@@ -141,10 +147,12 @@ LateNetwork::LateNetwork(float sampleRate, bool isFull, std::uint32_t blockFrame
       inputs(blockFrames, lineCount),
       oldInputs(blockFrames, lineCount),
       delayed(mostPartFrames, maximumLines),
-      absorbed(mostPartFrames, maximumLines) {
+      absorbed(mostPartFrames, maximumLines),
+      diffused(mostPartFrames, lineCount) {
     const auto longest = static_cast<std::uint32_t>(1.6 * longestMean * sampleRate) + 1000;
     for (std::uint32_t k = 0; k < lineCount; ++k) {
         rings[k] = DelayRing<float>(longest);
+        diffuserRings[k] = DelayRing<float>(longest / 4);
         rings[k].Advance(k * 112);  // else all lines would write to the same few sets of the nearest cache
         if (k < pairs) phases[k] = static_cast<Phase>(k * 0x2F5B1C3DU);
     }
@@ -152,22 +160,29 @@ LateNetwork::LateNetwork(float sampleRate, bool isFull, std::uint32_t blockFrame
 
 LateNetwork::Plan LateNetwork::MakePlan(const LateRoom& room) const {
     Plan plan;
-    SetLengths(room, plan);
+    SetDelays(room, plan);
     SetTaps(room, plan);
-    plan.absorption = DesignAbsorption(room.decay, sampleRate, {plan.lengths.data(), lineCount});
-    plan.angle = quarterPi * (0.1F + 0.9F * std::sqrt(room.diffusion));
+    std::array<std::uint32_t, maximumLines> lengths{};
+    std::transform(plan.delays.begin(), plan.delays.end(), plan.diffusers.begin(), lengths.begin(),
+                   std::plus<>());
+    plan.absorption = DesignAbsorption(room.decay, sampleRate, {lengths.data(), lineCount});
+    plan.diffusion = mostDiffusion * std::sqrt(room.diffusion);
+    plan.angle = quarterPi * (0.1F + 0.9F * std::pow(room.diffusion, 0.35F));
     return plan;
 }
 
-void LateNetwork::SetLengths(const LateRoom& room, Plan& plan) const {
-    const double mean = MeanLength(room) * sampleRate;
-    std::uint32_t least = 0;
+void LateNetwork::SetDelays(const LateRoom& room, Plan& plan) const {
+    const double mean = MeanLength(room, lineCount) * sampleRate;
+    std::uint32_t last = 0;
+    plan.shortest = ~0U;
     for (std::uint32_t k = 0; k < lineCount; ++k) {
         const double ratio = lengthRatios[k * maximumLines / lineCount];
-        least = PrimeFrom(std::max(static_cast<std::uint32_t>(mean * ratio), least + 1));
-        plan.lengths[k] = least;
+        last = PrimeFrom(std::max(static_cast<std::uint32_t>(mean * ratio), last + 1));
+        plan.delays[k] = last;
+        plan.diffusers[k] =
+            PrimeFrom(static_cast<std::uint32_t>(mean * (leastDiffuser + moreDiffuser * Scattered(k + 500))));
+        plan.shortest = std::min({plan.shortest, plan.delays[k], plan.diffusers[k]});
     }
-    plan.shortest = plan.lengths[0];
 }
 
 // The taps are velvet noise (Karjalainen and Järvelinen, 2007), decaying as the room does, with the energy that
@@ -175,8 +190,8 @@ void LateNetwork::SetLengths(const LateRoom& room, Plan& plan) const {
 void LateNetwork::SetTaps(const LateRoom& room, Plan& plan) const {
     double left = 0;
     for (std::uint32_t k = 0; k < lineCount; ++k)
-        left += EnergyLeft(plan.lengths[k], room.decay.time, sampleRate) / lineCount;
-    const double slot = tapPart * plan.shortest / (networkTaps * lineCount);
+        left += EnergyLeft(plan.delays[k] + plan.diffusers[k], room.decay.time, sampleRate) / lineCount;
+    const double slot = tapPart * plan.delays[0] / (networkTaps * lineCount);
     for (std::uint32_t k = 0; k < lineCount; ++k) {
         double energy = 0;
         for (std::uint32_t t = 0; t < networkTaps; ++t) {
@@ -234,8 +249,10 @@ std::uint32_t LateNetwork::RunPart(std::uint32_t first, std::uint32_t most) {
     const std::uint32_t frames = PartFrames(most);
     Absorb(frames);
     Mix(first, frames);
-    for (std::uint32_t k = 0; k < lineCount; ++k)
+    for (std::uint32_t k = 0; k < lineCount; ++k) {
         rings[k].Advance(frames);
+        diffuserRings[k].Advance(frames);
+    }
     fade.Advance(frames, course);
     return frames;
 }
@@ -246,8 +263,11 @@ std::uint32_t LateNetwork::PartFrames(std::uint32_t most) const {
     if (fade.isFading)
         frames = std::min({frames, fadePartFrames, course.frames - fade.position, from.shortest});
     for (std::uint32_t k = 0; k < lineCount; ++k) {
-        frames = std::min({frames, rings[k].RunAhead(), rings[k].RunPast(to.lengths[k] - 1)});
-        if (fade.isFading) frames = std::min(frames, rings[k].RunPast(from.lengths[k] - 1));
+        frames = std::min({frames, rings[k].RunAhead(), rings[k].RunPast(to.delays[k] - 1),
+                           diffuserRings[k].RunAhead(), diffuserRings[k].RunPast(to.diffusers[k] - 1)});
+        if (fade.isFading)
+            frames = std::min({frames, rings[k].RunPast(from.delays[k] - 1),
+                               diffuserRings[k].RunPast(from.diffusers[k] - 1)});
     }
     return frames;
 }
@@ -258,14 +278,24 @@ float LateNetwork::WeightAfter(std::uint32_t frames) const {
     return position == 0 ? 0 : *course.From(position - 1);
 }
 
-float LateNetwork::AngleAt(float weight) const {
-    return fade.isFading ? from.angle + weight * (to.angle - from.angle) : to.angle;
+float LateNetwork::Moving(float Plan::*value, float weight) const {
+    return fade.isFading ? from.*value + weight * (to.*value - from.*value) : to.*value;
+}
+
+// What comes out of a ring in the next `frames`; in a fade in which the delay changes, in `scratch`.
+const float* LateNetwork::Past(const DelayRing<float>& ring, std::uint32_t oldDelay, std::uint32_t delay,
+                               std::uint32_t frames, float* scratch) const {
+    const float* const past = ring.Past(delay - 1);
+    if (!fade.isFading || oldDelay == delay) return past;
+    std::copy_n(past, frames, scratch);
+    Blend(course.From(fade.position), ring.Past(oldDelay - 1), scratch, frames);
+    return scratch;
 }
 
 Absorption LateNetwork::AbsorptionAt(float weight) const {
     Absorption result = fade.isFading ? Between(from.absorption, to.absorption, weight) : to.absorption;
     // What the mix grows by in the turns of the second form.
-    const float cosine = Cosine(AngleAt(weight));
+    const float cosine = Cosine(Moving(&Plan::angle, weight));
     float scale = 1;
     for (std::uint32_t distance = 2; distance < lineCount; distance *= 2)
         scale *= cosine;
@@ -280,16 +310,10 @@ void LateNetwork::Absorb(std::uint32_t frames) {
     hcml::NetworkAbsorption run;
     run.frames = frames;
     for (std::uint32_t k = 0; k < maximumLines; ++k) {
-        run.past[k] = delayed.channels[k];
         run.ahead[k] = absorbed.channels[k];
-        if (k >= lineCount) continue;
-        const float* const past = rings[k].Past(to.lengths[k] - 1);
-        if (!fade.isFading || from.lengths[k] == to.lengths[k]) {
-            run.past[k] = past;
-        } else {
-            std::copy_n(past, frames, delayed.channels[k]);
-            Blend(course.From(fade.position), rings[k].Past(from.lengths[k] - 1), delayed.channels[k], frames);
-        }
+        run.past[k] = k < lineCount
+                          ? Past(rings[k], from.delays[k], to.delays[k], frames, delayed.channels[k])
+                          : delayed.channels[k];
     }
     const Absorption now = AbsorptionAt(WeightAfter(0));
     if (!fade.isFading) return hcml::RunNetworkAbsorption(run, lineCount, now.sections, memory);
@@ -298,15 +322,18 @@ void LateNetwork::Absorb(std::uint32_t frames) {
 }
 
 void LateNetwork::Mix(std::uint32_t first, std::uint32_t frames) {
-    const float before = AngleAt(WeightAfter(0)), after = AngleAt(WeightAfter(frames));
+    const float weightBefore = WeightAfter(0), weightAfter = WeightAfter(frames);
+    const float before = Moving(&Plan::angle, weightBefore), after = Moving(&Plan::angle, weightAfter);
     const float toStep = 1 / static_cast<float>(frames);
     hcml::NetworkMix mix;
     mix.frames = frames;
     mix.tangent = Sine(before) / Cosine(before);
     mix.tangentStep = (Sine(after) / Cosine(after) - mix.tangent) * toStep;
+    mix.diffusion = Moving(&Plan::diffusion, weightBefore);
+    mix.diffusionStep = (Moving(&Plan::diffusion, weightAfter) - mix.diffusion) * toStep;
     for (std::uint32_t p = 0; p < lineCount / 2; ++p) {
         const float start = before + swing * SineAt(phases[p]);
-        phases[p] += static_cast<Phase>(swingRates[p] / sampleRate * 0x1p32 * frames);
+        phases[p] += static_cast<Phase>(1.5 * swingRates[p] / sampleRate * 0x1p32 * frames);
         const float end = after + swing * SineAt(phases[p]);
         mix.cosines[p] = Cosine(start);
         mix.sines[p] = Sine(start);
@@ -318,6 +345,9 @@ void LateNetwork::Mix(std::uint32_t first, std::uint32_t frames) {
         mix.input[k] = inputs.channels[k] + first;
         mix.ahead[k] = rings[k].Ahead();
         mix.outputs[k] = lines.channels[k] + first;
+        mix.diffused[k] =
+            Past(diffuserRings[k], from.diffusers[k], to.diffusers[k], frames, diffused.channels[k]);
+        mix.diffusing[k] = diffuserRings[k].Ahead();
     }
     hcml::RunNetworkMix(mix, lineCount);
 }

@@ -3,8 +3,8 @@
 // The late reverberation as a feedback delay network (Stautner and Puckette, 1982; Jot and Chaigne, 1991):
 //
 //     input ── sparse taps of each line's own ──(+)──┬──> one output for each line
-//                                                ^   └── delay ── absorption ──┐
-//                                                └────── orthogonal mix ───────┘
+//                                                ^   └── all-pass ── delay ── absorption ──┐
+//                                                └───────────── orthogonal mix ────────────┘
 //
 // What comes first has not been through the loop, so its level and its colour are those of the input. The mix
 // loses nothing by itself, whatever its angles: diffusion sets them, and some move slowly (Schlecht and Habets,
@@ -52,27 +52,31 @@ private:
 
     // What a room comes to.
     struct Plan {
-        std::array<std::uint32_t, maximumLines> lengths{};  // samples
-        std::uint32_t shortest = 1;
+        std::array<std::uint32_t, maximumLines> delays{};     // samples
+        std::array<std::uint32_t, maximumLines> diffusers{};  // those of the all-passes
+        std::uint32_t shortest = 1;                           // of all of these
         std::array<std::array<std::uint32_t, hcml::networkTaps>, maximumLines> tapDelays{};  // samples
         std::array<std::array<float, hcml::networkTaps>, maximumLines> tapGains{};
         Absorption absorption;
-        float angle = 0;  // of the mix, radians
+        float angle = 0;      // of the mix, radians
+        float diffusion = 0;  // the coefficient of the all-passes
     };
 
     Plan MakePlan(const LateRoom& room) const;
-    void SetLengths(const LateRoom& room, Plan& plan) const;
+    void SetDelays(const LateRoom& room, Plan& plan) const;
     void SetTaps(const LateRoom& room, Plan& plan) const;
     void Follow(const LateRoom& room);
     void Feed(const float* input, std::uint32_t frames);
     void SumTaps(const Plan& plan, std::uint32_t frames, hcml::ac::Bus& rows);
     std::uint32_t RunPart(std::uint32_t first, std::uint32_t most);
     std::uint32_t PartFrames(std::uint32_t most) const;
+    const float* Past(const DelayRing<float>& ring, std::uint32_t oldDelay, std::uint32_t delay,
+                      std::uint32_t frames, float* scratch) const;
     void Absorb(std::uint32_t frames);
     void Mix(std::uint32_t first, std::uint32_t frames);
     Absorption AbsorptionAt(float weight) const;
     float WeightAfter(std::uint32_t frames) const;
-    float AngleAt(float weight) const;
+    float Moving(float Plan::*value, float weight) const;
     void FlushMemory();
 
     const float sampleRate;
@@ -80,12 +84,14 @@ private:
     Crossfade<LateRoom> fade;
     Plan from, to;  // of the rooms of `fade`
     std::array<DelayRing<float>, maximumLines> rings;
+    std::array<DelayRing<float>, maximumLines> diffuserRings;
     std::array<Phase, pairs> phases{};  // of what moves the angles
     hcml::NetworkMemory memory;
     std::uint32_t history = 0;        // samples before the block in `fed`
     hcml::FloatTupleVector fed;       // the input, with what came before
     hcml::ac::Bus inputs, oldInputs;  // what the lines take of it; of the old room
-    hcml::ac::Bus delayed, absorbed;  // of a part
+    hcml::ac::Bus delayed, absorbed;  // of a part, as the next one
+    hcml::ac::Bus diffused;
 };
 
 }  // namespace goal::fx

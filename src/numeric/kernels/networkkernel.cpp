@@ -202,10 +202,14 @@ HWY_INLINE void MixAt(D d, const NetworkMix& mix, std::uint32_t i) {
             v[k] = hn::Add(a, hn::Mul(tangent, b));
             v[k + distance] = hn::Sub(b, hn::Mul(tangent, a));
         }
+    const V g = hn::Add(hn::Set(d, mix.diffusion), hn::Mul(frame, hn::Set(d, mix.diffusionStep)));
     for (std::uint32_t k = 0; k < lines; ++k) {
         const V sum = hn::Add(v[k], hn::LoadU(d, mix.input[k] + i));
-        hn::StoreU(sum, d, mix.ahead[k] + i);
         hn::StoreU(sum, d, mix.outputs[k] + i);
+        const V diffused = hn::LoadU(d, mix.diffused[k] + i);
+        const V diffusing = hn::Add(sum, hn::Mul(g, diffused));
+        hn::StoreU(diffusing, d, mix.diffusing[k] + i);
+        hn::StoreU(hn::Sub(diffused, hn::Mul(g, diffusing)), d, mix.ahead[k] + i);
     }
 }
 

@@ -62,24 +62,31 @@ void RunMovingNetworkAbsorption(const NetworkAbsorption& run, std::uint32_t line
                                 const NetworkSection (&steps)[networkSections],
                                 NetworkMemory& memory) SLIB_NONBLOCKING;
 
-/// The orthogonal mix of 8 or 16 rows, as one turn after another of pairs of rows:
+/// The orthogonal mix of 8 or 16 rows, as one turn after another of pairs of rows, and what is added after it:
 ///
 ///     a' = cosine·a + sine·b,  b' = cosine·b - sine·a      neighbours, each pair by an angle that moves
 ///     a' = a + tangent·b,      b' = b - tangent·a          rows 2, 4 (and 8) apart, all by one angle
 ///
 /// The second form grows by 1/cosine each time, which the caller takes off before. With all angles an eighth
-/// of a circle this is a Hadamard matrix but for signs.
+/// of a circle this is a Hadamard matrix but for signs. Each sum goes to an output, and through an all-pass of
+/// Schroeder's (1961) with a delay line of its own into the line:
+///
+///     v = sum + diffusion·d,  out = d - diffusion·v        d is the v of some time ago
 struct NetworkMix {
-    const float* past[maximumNetworkLines] = {};    ///< to be mixed
-    const float* input[maximumNetworkLines] = {};   ///< added after it
-    float* ahead[maximumNetworkLines] = {};         ///< where the results go
-    float* outputs[maximumNetworkLines] = {};       ///< and once more
-    float cosines[maximumNetworkLines / 2] = {};    ///< of the pairs (0, 1), (2, 3) ... in the first frame
+    const float* past[maximumNetworkLines] = {};      ///< to be mixed
+    const float* input[maximumNetworkLines] = {};     ///< added after it
+    const float* diffused[maximumNetworkLines] = {};  ///< d
+    float* outputs[maximumNetworkLines] = {};         ///< where the sums go
+    float* diffusing[maximumNetworkLines] = {};       ///< where v goes
+    float* ahead[maximumNetworkLines] = {};           ///< where the results go
+    float cosines[maximumNetworkLines / 2] = {};      ///< of the pairs (0, 1), (2, 3) ... in the first frame
     float sines[maximumNetworkLines / 2] = {};
     float cosineSteps[maximumNetworkLines / 2] = {};  ///< from frame to frame
     float sineSteps[maximumNetworkLines / 2] = {};
     float tangent = 1;  ///< in the first frame
     float tangentStep = 0;
+    float diffusion = 0;  ///< in the first frame, of size below 1
+    float diffusionStep = 0;
     std::uint32_t frames = 0;
 };
 
