@@ -19,7 +19,7 @@ constexpr double mostLonger = 1.2;
 // less it does in the middle, as one that does much in a short way must, and the more its end lies beyond what is
 // asked.
 double CornerPart(double octaves, double time, double endTime) {
-    const double most = std::clamp(1.76 / octaves, 0.6, 0.9);
+    const double most = std::clamp(1.9 / octaves, 0.6, 0.9);
     return std::min(0.6 + 0.05 * std::abs(time / endTime - 1), most);
 }
 
@@ -100,7 +100,7 @@ void Improve(Bands& gains, const Bands& wanted, const BandPlan& plan) {
 
 // A shelf of no gain has no curve to scale, and one of too much is none that was asked for.
 double UsableDecibels(double decibels) {
-    constexpr double least = 1e-4, most = 40;
+    constexpr double least = 1e-4, most = 100;
     return std::abs(decibels) < least ? least : std::clamp(decibels, -most, most);
 }
 
@@ -161,13 +161,17 @@ double LongestLine(const RoomDecay& decay) {
 }
 
 Absorption DesignAbsorption(const RoomDecay& decay, double sampleRate,
-                            std::span<const std::uint32_t> lengths) {
+                            std::span<const LineLengths> lengths) {
     const BandPlan plan = PlanBands(decay, sampleRate);
     Absorption absorption;
     for (std::size_t k = 0; k < lengths.size(); ++k) {
-        const double loss = -60.0 * lengths[k] / sampleRate;
-        Bands gains = SolveGains({loss / decay.time, loss / decay.highTime, loss / decay.lowTime}, plan);
-        gains[0] -= std::max(Loudest(gains, plan) - loss / (mostLonger * decay.LongestTime()), 0.0);
+        const double elsewhere = -60.0 * lengths[k].diffuser / (sampleRate * decay.time);
+        const double loss = -60.0 * (lengths[k].delay + lengths[k].diffuser) / sampleRate;
+        Bands gains = SolveGains({loss / decay.time - elsewhere, loss / decay.highTime - elsewhere,
+                                  loss / decay.lowTime - elsewhere},
+                                 plan);
+        const double most = loss / (mostLonger * decay.LongestTime()) - elsewhere;
+        gains[0] -= std::max(Loudest(gains, plan) - most, 0.0);
         SetSection(gains[1], plan.highCorner, true, AmplitudeOf(gains[0]), absorption.sections[0], k);
         SetSection(gains[2], plan.lowCorner, false, 1, absorption.sections[1], k);
     }

@@ -31,12 +31,19 @@ struct Absorption {
     hcml::NetworkSection sections[hcml::networkSections];
 };
 
-/// The filters of as many lines as there are `lengths`, in samples; those of other lines let nothing through.
+/// The lengths of a line's two delays, in samples. What a sound in the middle loses in the second is taken off
+/// there, and the filter does all the rest.
+struct LineLengths {
+    std::uint32_t delay = 0;
+    std::uint32_t diffuser = 0;
+};
+
+/// The filters of as many lines as there are `lengths`; those of other lines let nothing through.
 /// The middle is 1 kHz, or further from references that are near to it; references less than two octaves apart
 /// share what is between them, and the decay times are then those of the shelves' ends. At no frequency does a
 /// line sound longer than 1.2 times the longest of the three times.
 Absorption DesignAbsorption(const RoomDecay& decay, double sampleRate,
-                            std::span<const std::uint32_t> lengths);
+                            std::span<const LineLengths> lengths);
 
 /// What is left of a sound's energy after `length` samples, when 60 dB take `time` seconds.
 double EnergyLeft(double length, double time, double sampleRate);

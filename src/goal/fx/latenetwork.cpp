@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
 #include <numbers>
 
 #include "goal/dsp/antidenormal.h"
@@ -20,7 +19,7 @@ constexpr double shortestMean = 0.0015;
 constexpr double longestMean = leastMean + meanOfDensity;
 
 // Times round in which a room dies away, at least: what a short room asks of its lines.
-constexpr double leastRounds = 25;
+constexpr double leastRounds = 30;
 
 // The mean lengths lie on a grid, so that a small change of the room leaves the lines where they are.
 constexpr double lengthStep = 1.05;
@@ -162,10 +161,10 @@ LateNetwork::Plan LateNetwork::MakePlan(const LateRoom& room) const {
     Plan plan;
     SetDelays(room, plan);
     SetTaps(room, plan);
-    std::array<std::uint32_t, maximumLines> lengths{};
-    std::transform(plan.delays.begin(), plan.delays.end(), plan.diffusers.begin(), lengths.begin(),
-                   std::plus<>());
-    plan.absorption = DesignAbsorption(room.decay, sampleRate, {lengths.data(), lineCount});
+    plan.absorption = DesignAbsorption(room.decay, sampleRate, {plan.lengths.data(), lineCount});
+    for (std::uint32_t k = 0; k < lineCount; ++k)
+        plan.left[k] = static_cast<float>(
+            std::sqrt(EnergyLeft(plan.lengths[k].diffuser, room.decay.time, sampleRate)));
     plan.diffusion = mostDiffusion * std::sqrt(room.diffusion);
     plan.angle = quarterPi * (0.1F + 0.9F * std::pow(room.diffusion, 0.35F));
     return plan;
@@ -178,10 +177,9 @@ void LateNetwork::SetDelays(const LateRoom& room, Plan& plan) const {
     for (std::uint32_t k = 0; k < lineCount; ++k) {
         const double ratio = lengthRatios[k * maximumLines / lineCount];
         last = PrimeFrom(std::max(static_cast<std::uint32_t>(mean * ratio), last + 1));
-        plan.delays[k] = last;
-        plan.diffusers[k] =
-            PrimeFrom(static_cast<std::uint32_t>(mean * (leastDiffuser + moreDiffuser * Scattered(k + 500))));
-        plan.shortest = std::min({plan.shortest, plan.delays[k], plan.diffusers[k]});
+        const double diffuser = mean * (leastDiffuser + moreDiffuser * Scattered(k + 500));
+        plan.lengths[k] = {last, PrimeFrom(static_cast<std::uint32_t>(diffuser))};
+        plan.shortest = std::min({plan.shortest, last, plan.lengths[k].diffuser});
     }
 }
 
@@ -190,8 +188,8 @@ void LateNetwork::SetDelays(const LateRoom& room, Plan& plan) const {
 void LateNetwork::SetTaps(const LateRoom& room, Plan& plan) const {
     double left = 0;
     for (std::uint32_t k = 0; k < lineCount; ++k)
-        left += EnergyLeft(plan.delays[k] + plan.diffusers[k], room.decay.time, sampleRate) / lineCount;
-    const double slot = tapPart * plan.delays[0] / (networkTaps * lineCount);
+        left += EnergyLeft(plan.lengths[k].delay + plan.lengths[k].diffuser, room.decay.time, sampleRate) / lineCount;
+    const double slot = tapPart * plan.lengths[0].delay / (networkTaps * lineCount);
     for (std::uint32_t k = 0; k < lineCount; ++k) {
         double energy = 0;
         for (std::uint32_t t = 0; t < networkTaps; ++t) {
@@ -263,11 +261,11 @@ std::uint32_t LateNetwork::PartFrames(std::uint32_t most) const {
     if (fade.isFading)
         frames = std::min({frames, fadePartFrames, course.frames - fade.position, from.shortest});
     for (std::uint32_t k = 0; k < lineCount; ++k) {
-        frames = std::min({frames, rings[k].RunAhead(), rings[k].RunPast(to.delays[k] - 1),
-                           diffuserRings[k].RunAhead(), diffuserRings[k].RunPast(to.diffusers[k] - 1)});
+        frames = std::min({frames, rings[k].RunAhead(), rings[k].RunPast(to.lengths[k].delay - 1),
+                           diffuserRings[k].RunAhead(), diffuserRings[k].RunPast(to.lengths[k].diffuser - 1)});
         if (fade.isFading)
-            frames = std::min({frames, rings[k].RunPast(from.delays[k] - 1),
-                               diffuserRings[k].RunPast(from.diffusers[k] - 1)});
+            frames = std::min({frames, rings[k].RunPast(from.lengths[k].delay - 1),
+                               diffuserRings[k].RunPast(from.lengths[k].diffuser - 1)});
     }
     return frames;
 }
@@ -312,7 +310,7 @@ void LateNetwork::Absorb(std::uint32_t frames) {
     for (std::uint32_t k = 0; k < maximumLines; ++k) {
         run.ahead[k] = absorbed.channels[k];
         run.past[k] = k < lineCount
-                          ? Past(rings[k], from.delays[k], to.delays[k], frames, delayed.channels[k])
+                          ? Past(rings[k], from.lengths[k].delay, to.lengths[k].delay, frames, delayed.channels[k])
                           : delayed.channels[k];
     }
     const Absorption now = AbsorptionAt(WeightAfter(0));
@@ -345,8 +343,11 @@ void LateNetwork::Mix(std::uint32_t first, std::uint32_t frames) {
         mix.input[k] = inputs.channels[k] + first;
         mix.ahead[k] = rings[k].Ahead();
         mix.outputs[k] = lines.channels[k] + first;
+        mix.left[k] = fade.isFading ? from.left[k] + weightBefore * (to.left[k] - from.left[k]) : to.left[k];
+        if (fade.isFading)
+            mix.leftSteps[k] = (weightAfter - weightBefore) * (to.left[k] - from.left[k]) * toStep;
         mix.diffused[k] =
-            Past(diffuserRings[k], from.diffusers[k], to.diffusers[k], frames, diffused.channels[k]);
+            Past(diffuserRings[k], from.lengths[k].diffuser, to.lengths[k].diffuser, frames, diffused.channels[k]);
         mix.diffusing[k] = diffuserRings[k].Ahead();
     }
     hcml::RunNetworkMix(mix, lineCount);

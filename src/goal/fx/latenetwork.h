@@ -52,9 +52,9 @@ private:
 
     // What a room comes to.
     struct Plan {
-        std::array<std::uint32_t, maximumLines> delays{};     // samples
-        std::array<std::uint32_t, maximumLines> diffusers{};  // those of the all-passes
-        std::uint32_t shortest = 1;                           // of all of these
+        std::array<LineLengths, maximumLines> lengths{};
+        std::uint32_t shortest = 1;              // of all of these
+        std::array<float, maximumLines> left{};  // of a sound in the middle after the all-pass's delay
         std::array<std::array<std::uint32_t, hcml::networkTaps>, maximumLines> tapDelays{};  // samples
         std::array<std::array<float, hcml::networkTaps>, maximumLines> tapGains{};
         Absorption absorption;

@@ -60,20 +60,24 @@ void ReverbState_v3::AddEarly(const EffectProcessArgs& args) {
 void ReverbState_v3::AddLate(const EffectProcessArgs& args) {
     preDelay.Run(parameters, shelves.output.channels[0], args.frames, lateInput.data);
     ApplyAntiDenormalPattern(lateInput.data, args.frames);
-    echo.Run(parameters, lateInput.data, args.frames);
-    network.Run(Room(), lateInput.data, args.frames);
+    const RoomEcho echoes = Echo();
+    echo.Run(echoes, lateInput.data, args.frames);
+    network.Run({echoes.decay, parameters.density, parameters.diffusion}, lateInput.data, args.frames);
     directions.Run(Field(args.slotGain), network.lines, args.output, args.frames, args.vectors);
 }
 
-LateRoom ReverbState_v3::Room() const {
+RoomEcho ReverbState_v3::Echo() const {
     const double time = parameters.decayTime;
-    return {.decay = {.time = time,
-                      .highTime = std::min(parameters.decayHFRatio * time, HighTimeLimit()),
-                      .lowTime = parameters.decayLFRatio * time,
-                      .highReference = parameters.hfReference,
-                      .lowReference = parameters.lfReference},
-            .density = parameters.density,
-            .diffusion = parameters.diffusion};
+    RoomEcho echoes{.time = parameters.echoTime,
+                    .depth = parameters.echoDepth,
+                    .diffusion = parameters.diffusion,
+                    .decay = {.time = time,
+                              .highTime = std::min(parameters.decayHFRatio * time, HighTimeLimit()),
+                              .lowTime = parameters.decayLFRatio * time,
+                              .highReference = parameters.hfReference,
+                              .lowReference = parameters.lfReference}};
+    echoes.decay = DecayWithEchoes(echoes);
+    return echoes;
 }
 
 // The seconds in which air alone takes 60 dB of the high frequencies.

@@ -31,7 +31,7 @@ public:
 private:
     void AddEarly(const EffectProcessArgs& args);
     void AddLate(const EffectProcessArgs& args);
-    LateRoom Room() const;
+    RoomEcho Echo() const;
     double HighTimeLimit() const;
     LateField Field(float slotGain) const;
 

@@ -5,7 +5,6 @@
 #include <numbers>
 
 #include "goal/dsp/finitesamples.h"
-#include "goal/dsp/onepole.h"
 
 namespace goal::fx {
 namespace {
@@ -21,6 +20,11 @@ std::uint32_t ShelvesFor(double gain) {
     return gain > 0.008 ? 3 : 4;
 }
 
+void RunAll(Biquad* sections, std::uint32_t count, float* samples, std::uint32_t frames) {
+    for (std::uint32_t k = 0; k < count; ++k)
+        sections[k].Run(samples, frames);
+}
+
 }  // namespace
 
 RoomShelves::RoomShelves(float sampleRate, std::uint32_t channelCount, std::uint32_t blockFrames,
@@ -33,26 +37,27 @@ RoomShelves::RoomShelves(float sampleRate, std::uint32_t channelCount, std::uint
 void RoomShelves::Run(const RoomGains& gains, const float* const* input, std::uint32_t frames) {
     if (fade.Follow(gains)) {
         old = now;
-        SetFilter(gains, now);
+        now = MakeFilter(gains);
     }
     for (std::uint32_t c = 0; c < output.channelCount; ++c) {
         float* const samples = output.channels[c];
         std::transform(input[c], input[c] + frames, samples, FiniteSample);
         if (fade.isFading) {
             std::copy_n(samples, frames, fading.channels[c]);
-            RunFilter(old, c, fading.channels[c], frames);
+            RunAll(old.sections[c].data(), old.count, fading.channels[c], frames);
         }
-        RunFilter(now, c, samples, frames);
+        RunAll(now.sections[c].data(), now.count, samples, frames);
         if (fade.isFading) Blend(course.From(fade.position), fading.channels[c], samples, frames);
     }
     fade.Advance(frames, course);
 }
 
 // A filter starts without a memory: while it swells to its output, it is hardly heard.
-void RoomShelves::SetFilter(const RoomGains& gains, Filter& filter) const {
-    filter = {};
+RoomShelves::Filter RoomShelves::MakeFilter(const RoomGains& gains) const {
+    Filter filter;
     AddShelves(filter, gains.high, gains.highReference, true);
     AddShelves(filter, gains.low, gains.lowReference, false);
+    return filter;
 }
 
 // With x = tan(reference/2) / tan(corner/2) for a high shelf, and the inverse for a low one, the squared gain is
@@ -67,30 +72,15 @@ void RoomShelves::AddShelves(Filter& filter, double gain, double reference, bool
     const double k = isHigh ? at / x : at * x;
     const double divisor = 1 + std::numbers::sqrt2 * k + k * k;
     const double most = isHigh ? p : 1, least = isHigh ? 1 : p;  // of s² and of 1
-    Section section;
+    Biquad section;
     section.n0 = (most + root * k + least * k * k) / divisor;
     section.n1 = 2 * (least * k * k - most) / divisor;
     section.n2 = (most - root * k + least * k * k) / divisor;
     section.d1 = 2 * (k * k - 1) / divisor;
     section.d2 = (1 - std::numbers::sqrt2 * k + k * k) / divisor;
-    for (std::uint32_t i = 0; i < count; ++i)
-        filter.sections[filter.count++] = section;
-}
-
-void RoomShelves::RunFilter(Filter& filter, std::uint32_t channel, float* samples, std::uint32_t frames) {
-    for (std::uint32_t k = 0; k < filter.count; ++k) {
-        Section& section = filter.sections[k];
-        const auto [n0, n1, n2, d1, d2] = std::array{section.n0, section.n1, section.n2, section.d1, section.d2};
-        double w1 = section.w1[channel], w2 = section.w2[channel];
-        for (std::uint32_t i = 0; i < frames; ++i) {
-            const double w = (samples[i] - d2 * w2) - d1 * w1;
-            samples[i] = static_cast<float>(n0 * w + (n1 * w1 + n2 * w2));
-            w2 = w1;
-            w1 = w;
-        }
-        section.w1[channel] = KeptInMemory(w1);
-        section.w2[channel] = KeptInMemory(w2);
-    }
+    for (std::uint32_t i = 0; i < count; ++i, ++filter.count)
+        for (auto& ofChannel : filter.sections)
+            ofChannel[filter.count] = section;
 }
 
 }  // namespace goal::fx

@@ -11,6 +11,7 @@
 #include <array>
 #include <cstdint>
 
+#include "goal/dsp/biquad.h"
 #include "goal/dsp/crossfade.h"
 #include "numeric/bus.h"
 #include "slib/realtime.h"
@@ -43,20 +44,13 @@ private:
     static constexpr std::uint32_t mostChannels = 4;
     static constexpr std::uint32_t mostSections = 8;
 
-    // (n0 + n1/z + n2/z²) / (1 + d1/z + d2/z²), and what it remembers of each channel.
-    struct Section {
-        double n0 = 1, n1 = 0, n2 = 0, d1 = 0, d2 = 0;
-        std::array<double, mostChannels> w1{}, w2{};
-    };
-
     struct Filter {
-        std::array<Section, mostSections> sections;
+        std::array<std::array<Biquad, mostSections>, mostChannels> sections;
         std::uint32_t count = 0;
     };
 
-    void SetFilter(const RoomGains& gains, Filter& filter) const;
+    Filter MakeFilter(const RoomGains& gains) const;
     void AddShelves(Filter& filter, double gain, double reference, bool isHigh) const;
-    static void RunFilter(Filter& filter, std::uint32_t channel, float* samples, std::uint32_t frames);
 
     const float sampleRate;
     const CrossfadeCourse& course;

@@ -206,7 +206,8 @@ HWY_INLINE void MixAt(D d, const NetworkMix& mix, std::uint32_t i) {
     for (std::uint32_t k = 0; k < lines; ++k) {
         const V sum = hn::Add(v[k], hn::LoadU(d, mix.input[k] + i));
         hn::StoreU(sum, d, mix.outputs[k] + i);
-        const V diffused = hn::LoadU(d, mix.diffused[k] + i);
+        const V left = hn::Add(hn::Set(d, mix.left[k]), hn::Mul(frame, hn::Set(d, mix.leftSteps[k])));
+        const V diffused = hn::Mul(left, hn::LoadU(d, mix.diffused[k] + i));
         const V diffusing = hn::Add(sum, hn::Mul(g, diffused));
         hn::StoreU(diffusing, d, mix.diffusing[k] + i);
         hn::StoreU(hn::Sub(diffused, hn::Mul(g, diffusing)), d, mix.ahead[k] + i);

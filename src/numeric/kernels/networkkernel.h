@@ -71,11 +71,11 @@ void RunMovingNetworkAbsorption(const NetworkAbsorption& run, std::uint32_t line
 /// of a circle this is a Hadamard matrix but for signs. Each sum goes to an output, and through an all-pass of
 /// Schroeder's (1961) with a delay line of its own into the line:
 ///
-///     v = sum + diffusion·d,  out = d - diffusion·v        d is the v of some time ago
+///     v = sum + diffusion·d,  out = d - diffusion·v        d is the v of some time ago, times what is left
 struct NetworkMix {
     const float* past[maximumNetworkLines] = {};      ///< to be mixed
     const float* input[maximumNetworkLines] = {};     ///< added after it
-    const float* diffused[maximumNetworkLines] = {};  ///< d
+    const float* diffused[maximumNetworkLines] = {};  ///< the v of some time ago
     float* outputs[maximumNetworkLines] = {};         ///< where the sums go
     float* diffusing[maximumNetworkLines] = {};       ///< where v goes
     float* ahead[maximumNetworkLines] = {};           ///< where the results go
@@ -87,6 +87,8 @@ struct NetworkMix {
     float tangentStep = 0;
     float diffusion = 0;  ///< in the first frame, of size below 1
     float diffusionStep = 0;
+    float left[maximumNetworkLines] = {};  ///< in the first frame
+    float leftSteps[maximumNetworkLines] = {};
     std::uint32_t frames = 0;
 };
 
