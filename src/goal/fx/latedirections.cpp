@@ -66,7 +66,7 @@ LateDirections::LateDirections(std::uint32_t lineCount, std::uint32_t order, std
                                const CrossfadeCourse& course)
     : lineCount(lineCount), order(order), course(course), weighted(blockFrames, 2 * lineCount) {}
 
-void LateDirections::SetGains(const LateField& field, Gains& set) const {
+void LateDirections::SetGains(const LateField& field) {
     const auto& [right, up, front] = field.pan;
     const Vector3 pan{front, -right, up};
     const float panned = std::min(std::sqrt(Dot(pan, pan)), 1.0F);
@@ -77,7 +77,7 @@ void LateDirections::SetGains(const LateField& field, Gains& set) const {
         for (std::uint32_t axis = 0; axis < 3; ++axis)
             direction[axis] = (1 - panned) * direction[axis] + pan[axis];
         const float length = std::sqrt(Dot(direction, direction)) + 1e-9F;
-        float* const row = set[k].data();
+        float* const row = gains[k].data();
         hcml::directionPolynomials(direction[0] / length, direction[1] / length, direction[2] / length, order,
                                    row);
         const float gain = level * field.gain * SignOf(k);
@@ -90,13 +90,13 @@ void LateDirections::SetGains(const LateField& field, Gains& set) const {
 void LateDirections::Run(const LateField& field, const hcml::ac::Bus& lines, float* const* output,
                          std::uint32_t frames, std::uint32_t vectors) {
     if (fade.Follow(field)) {
-        gains[1] = gains[0];
-        SetGains(field, gains[0]);
+        std::copy_n(gains.begin(), lineCount, gains.begin() + lineCount);
+        SetGains(field);
     }
     const std::uint32_t channels = (order + 1) * (order + 1);
     for (std::uint32_t k = 0; k < lineCount; ++k)
         std::fill(lines.channels[k] + frames, lines.channels[k] + std::size_t{4} * vectors, 0.0F);
-    hcml::Mix mix{output, channels, lines.channels, lineCount, gains[0][0].data(), mostChannels, vectors};
+    hcml::Mix mix{output, channels, lines.channels, lineCount, gains[0].data(), mostChannels, vectors};
     if (fade.isFading) {
         const float* const weights = course.From(fade.position);
         for (std::uint32_t k = 0; k < lineCount; ++k)

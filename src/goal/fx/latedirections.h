@@ -39,16 +39,16 @@ public:
 
 private:
     static constexpr std::uint32_t mostChannels = 25;
-    using Gains = std::array<std::array<float, mostChannels>, LateNetwork::maximumLines>;
+    using Gains = std::array<float, mostChannels>;  // of one line
 
-    void SetGains(const LateField& field, Gains& gains) const;
+    void SetGains(const LateField& field);
 
     const std::uint32_t lineCount;
     const std::uint32_t order;
     const CrossfadeCourse& course;
     Crossfade<LateField> fade;
-    std::array<Gains, 2> gains{};  // of the new and the old field, in one table for a fade
-    hcml::ac::Bus weighted;        // the lines by the weights of both fields
+    std::array<Gains, std::size_t{2} * LateNetwork::maximumLines> gains{};  // of all lines; then the old ones
+    hcml::ac::Bus weighted;  // the lines by the weights of the new field, and by the rest
 };
 
 }  // namespace goal::fx
