@@ -257,7 +257,7 @@ std::uint32_t LateNetwork::RunPart(std::uint32_t first, std::uint32_t most) {
 
 // The most frames, of `most`, that no ring's end breaks and no line reads in the part that wrote them.
 std::uint32_t LateNetwork::PartFrames(std::uint32_t most) const {
-    std::uint32_t frames = std::min({most, mostPartFrames, to.shortest});
+    std::uint32_t frames = std::min({most, mostPartFrames - stretchFrame, to.shortest});
     if (fade.isFading)
         frames = std::min({frames, fadePartFrames, course.frames - fade.position, from.shortest});
     for (std::uint32_t k = 0; k < lineCount; ++k) {
@@ -329,15 +329,7 @@ void LateNetwork::Mix(std::uint32_t first, std::uint32_t frames) {
     mix.tangentStep = (Sine(after) / Cosine(after) - mix.tangent) * toStep;
     mix.diffusion = Moving(&Plan::diffusion, weightBefore);
     mix.diffusionStep = (Moving(&Plan::diffusion, weightAfter) - mix.diffusion) * toStep;
-    for (std::uint32_t p = 0; p < lineCount / 2; ++p) {
-        const float start = before + swing * SineAt(phases[p]);
-        phases[p] += static_cast<Phase>(1.5 * swingRates[p] / sampleRate * 0x1p32 * frames);
-        const float end = after + swing * SineAt(phases[p]);
-        mix.cosines[p] = Cosine(start);
-        mix.sines[p] = Sine(start);
-        mix.cosineSteps[p] = (Cosine(end) - mix.cosines[p]) * toStep;
-        mix.sineSteps[p] = (Sine(end) - mix.sines[p]) * toStep;
-    }
+    MoveAngles(before, after, frames, mix);
     for (std::uint32_t k = 0; k < lineCount; ++k) {
         mix.past[k] = absorbed.channels[k];
         mix.input[k] = inputs.channels[k] + first;
@@ -351,6 +343,25 @@ void LateNetwork::Mix(std::uint32_t first, std::uint32_t frames) {
         mix.diffusing[k] = diffuserRings[k].Ahead();
     }
     hcml::RunNetworkMix(mix, lineCount);
+}
+
+// The angles go in chords from end to end of stretches that don't depend on the blocks; in a fade, of its parts.
+void LateNetwork::MoveAngles(float before, float after, std::uint32_t frames, hcml::NetworkMix& mix) {
+    const std::uint32_t first = fade.isFading ? 0 : stretchFrame;
+    const std::uint32_t stretch = fade.isFading ? frames : mostPartFrames;
+    const float toStep = 1 / static_cast<float>(stretch);
+    for (std::uint32_t p = 0; p < lineCount / 2; ++p) {
+        const auto step = static_cast<Phase>(swingRates[p] / sampleRate * 0x1p32);
+        const Phase phase = phases[p] - first * step;
+        const float start = before + swing * SineAt(phase);
+        const float end = after + swing * SineAt(phase + stretch * step);
+        mix.cosineSteps[p] = (Cosine(end) - Cosine(start)) * toStep;
+        mix.sineSteps[p] = (Sine(end) - Sine(start)) * toStep;
+        mix.cosines[p] = Cosine(start) + mix.cosineSteps[p] * static_cast<float>(first);
+        mix.sines[p] = Sine(start) + mix.sineSteps[p] * static_cast<float>(first);
+        phases[p] += frames * step;
+    }
+    stretchFrame = (stretchFrame + frames) % mostPartFrames;
 }
 
 void LateNetwork::FlushMemory() {

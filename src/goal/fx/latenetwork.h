@@ -77,6 +77,7 @@ private:
     Absorption AbsorptionAt(float weight) const;
     float WeightAfter(std::uint32_t frames) const;
     float Moving(float Plan::*value, float weight) const;
+    void MoveAngles(float before, float after, std::uint32_t frames, hcml::NetworkMix& mix);
     void FlushMemory();
 
     const float sampleRate;
@@ -86,6 +87,7 @@ private:
     std::array<DelayRing<float>, maximumLines> rings;
     std::array<DelayRing<float>, maximumLines> diffuserRings;
     std::array<Phase, pairs> phases{};  // of what moves the angles
+    std::uint32_t stretchFrame = 0;       // how far they are in a stretch
     hcml::NetworkMemory memory;
     std::uint32_t history = 0;        // samples before the block in `fed`
     hcml::FloatTupleVector fed;       // the input, with what came before

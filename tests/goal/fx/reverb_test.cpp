@@ -1,4 +1,4 @@
-// The reverb by what a room is measured by: decay times, echo density, where sound comes from and when; and
+// The reverb of the classic sound by what a room is measured by: decay times, echo density, where sound comes from and when; and
 // what no reverb may do: click or blow up.
 
 #include "goal/fx/reverb.h"
@@ -21,6 +21,8 @@ namespace {
 
 using namespace testing_support;
 using P = EAXReverbParameters;
+
+constexpr EffectPlace classic{.isRefined = false};
 
 P With(const std::function<void(P&)>& change) {
     P parameters;
@@ -82,7 +84,7 @@ TEST_P(DecayTimes, AreThoseAskedForInTheMiddleAndAtTheReferences) {
     for (const double rate : {44100.0, 96000.0})
         for (const bool isFull : {false, true}) {
             SCOPED_TRACE(std::to_string(rate) + (isFull ? " full" : " small"));
-            RunningEffect reverb(p, {rate, 512, 1, isFull, isFull});
+            RunningEffect reverb(p, {rate, 512, 1, isFull, isFull, false});
             Signal tail = reverb.Feed(p, Impulse(std::size_t(rate * (1.2 * p.decayTime + 0.5))))[0];
             tail.erase(tail.begin(), tail.begin() + std::ptrdiff_t(rate * 0.17));
             const auto ratio = [&](double frequency) {
@@ -111,7 +113,7 @@ INSTANTIATE_TEST_SUITE_P(Rooms, DecayTimes, testing::ValuesIn(rooms),
 TEST(Reverb, EchoDensity_GrowsToThatOfNoise) {
     constexpr std::size_t window = 960;
     const P p = With([](auto& p) { p.decayTime = 3, p.reflectionsGain = 0; });
-    const Signal tail = RunningEffect(p).Feed(p, Impulse(72000))[0];
+    const Signal tail = RunningEffect(p, classic).Feed(p, Impulse(72000))[0];
     const auto density = [&](std::size_t from, std::size_t count) {
         std::ptrdiff_t outside = 0;
         for (auto begin = tail.begin() + from; begin != tail.begin() + from + count; begin += window) {
@@ -138,7 +140,7 @@ TEST(Reverb, EarlyReflections_ComeWhenAndFromWhereTheyShould) {
             p.lateReverbDelay = 0.05F;
             p.reflectionsPan = {0.3F, 0, 0.4F};  // right and ahead, half way
         });
-        RunningEffect reverb(p, {48000, 512, 1, isDirectional, true});
+        RunningEffect reverb(p, {48000, 512, 1, isDirectional, true, false});
         Channels input{Impulse(6000, 100)};
         if (isDirectional) input = {input[0], input[0], Signal(6000), input[0]};  // from ahead and above
         const Channels output = reverb.Feed(p, input);
@@ -163,7 +165,7 @@ TEST(Reverb, EarlyReflections_ComeWhenAndFromWhereTheyShould) {
 
 Channels LateNoise(float density, std::array<float, 3> pan, const Basis& listener) {
     const P p = With([&](auto& p) { p.reflectionsGain = 0, p.density = density, p.lateReverbPan = pan; });
-    RunningEffect reverb(p, {48000, 512, 1, true, true});
+    RunningEffect reverb(p, {48000, 512, 1, true, true, false});
     reverb.listenerBasis = listener;
     return reverb.Feed(p, Noise(48000));
 }
@@ -192,7 +194,7 @@ TEST(Reverb, LatePart_WaitsAndRepeatsAsTold) {
             p.reflectionsGain = 0, p.lateReverbDelay = wait, p.echoTime = 0.1F, p.echoDepth = depth;
             p.decayTime = 2, p.diffusion = 0.5F;
         });
-        return RunningEffect(p).Feed(p, Impulse(24000))[0];
+        return RunningEffect(p, classic).Feed(p, Impulse(24000))[0];
     };
     const Signal plain = response(0.03F, 0), later = response(0.05F, 0), repeated = response(0.03F, 0.8F);
     const double factor = -std::pow(10, -3 * 0.1 / 2) * 0.8 * (1 - 0.5 * 0.5);
@@ -205,7 +207,7 @@ TEST(Reverb, LatePart_WaitsAndRepeatsAsTold) {
 TEST(Reverb, Gains_ScaleAllThatIsHeardAndEachEnd) {
     const auto response = [](float gain, float gainHF, float gainLF) {
         const P p = With([&](auto& p) { p.gain = gain, p.gainHF = gainHF, p.gainLF = gainLF; });
-        return RunningEffect(p).Feed(p, Noise(24000))[0];
+        return RunningEffect(p, classic).Feed(p, Noise(24000))[0];
     };
     const auto level = [](const Signal& signal, double frequency) {
         const std::vector<double> octave = Octave(signal, frequency, 48000);
@@ -243,7 +245,7 @@ TEST_P(Jumps, OfAParameterToTheEndsOfItsRangeAndBack_DontClick) {
         for (const bool isFull : {false, true}) {
             P other = base;
             ASSERT_TRUE(SetParameter(other, GetParam(), value) || other.setParameterfv(GetParam(), ahead));
-            RunningEffect reverb(base, {48000, 512, 1, isFull, isFull});
+            RunningEffect reverb(base, {48000, 512, 1, isFull, isFull, false});
             constexpr std::size_t stretch = 512 * 100;
             const Channels sine(isFull ? 4 : 1, Sine(stretch, 2 * std::numbers::pi / 160));
             Channels output = reverb.Feed(base, sine);
@@ -267,7 +269,7 @@ TEST(Reverb, ALineThatIsHardlyOn_DiesAwayTooAndFasterWhenTold) {
         p.density = 0.1253F, p.decayTime = 10, p.decayHFRatio = p.decayLFRatio = 2, p.decayHFLimit = false;
         p.hfReference = p.lfReference = 1000;
     });
-    RunningEffect reverb(p);
+    RunningEffect reverb(p, classic);
     const double first = Peak(reverb.Feed(p, Impulse(48000)));
     EXPECT_LT(Peak(reverb.Feed(p, Signal(48000))), first);
     P dying = p;
