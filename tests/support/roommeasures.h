@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "tests/support/signals.h"
+#include "tests/support/noise.h"
 
 namespace testing_support {
 

@@ -149,6 +149,16 @@ double RoomDecay::LongestTime() const {
     return std::max({time, highTime, lowTime});
 }
 
+double RoomDecay::PinkEnergy() const {
+    constexpr double lowest = 50, highest = 12000;
+    // Each end from halfway between its reference and the middle on.
+    const double low = std::clamp(std::sqrt(lowReference * middle), lowest, highest);
+    const double high = std::clamp(std::sqrt(highReference * middle), low, highest);
+    const double sum = lowTime * std::log(low / lowest) + time * std::log(high / low) +
+                       highTime * std::log(highest / high);
+    return sum / (time * std::log(highest / lowest));
+}
+
 double EnergyLeft(double length, double time, double sampleRate) {
     return std::pow(10.0, -6 * length / (time * sampleRate));
 }

@@ -24,6 +24,9 @@ struct RoomDecay {
     bool operator==(const RoomDecay&) const = default;
 
     double LongestTime() const;
+
+    /// The energy of pink noise in the room from 50 Hz to 12 kHz, over what it would be if all decayed in `time`.
+    double PinkEnergy() const;
 };
 
 /// The high shelves of all lines, with their gains, and the low shelves.

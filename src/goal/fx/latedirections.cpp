@@ -25,11 +25,17 @@ constexpr float third = 0.57735027F;
 constexpr std::array<Vector3, LateNetwork::maximumLines / 4> fewAxes{
     {{third, third, third}, {third, third, -third}, {third, -third, third}, {-third, third, third}}};
 
-// The orders above 0 at density 0.
-constexpr float leastWidth = 0.5F;
+// Of the orders above 0, at density 0.
+constexpr float leastWidth = 0.7F;
 
-// What a line of energy 1/lineCount needs to be as loud as the level of a game asks.
-constexpr float level = 1;
+// The share of the orders above 0 in the power at the ears, in a diffuse field.
+constexpr float headShare = 0.57F;
+
+// A narrow field is less loud at the ears for the same pressure at the head's place: halfway between the two.
+float LevelOf(float width) {
+    constexpr float ofDiffuseField = 1.047F;  // what presets lose by their short decays at both ends
+    return ofDiffuseField / std::sqrt(std::sqrt(1 - headShare + headShare * width * width));
+}
 
 float Dot(const Vector3& a, const Vector3& b) {
     return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
@@ -80,7 +86,7 @@ void LateDirections::SetGains(const LateField& field) {
         float* const row = gains[k].data();
         hcml::directionPolynomials(direction[0] / length, direction[1] / length, direction[2] / length, order,
                                    row);
-        const float gain = level * field.gain * SignOf(k);
+        const float gain = LevelOf(width) * field.gain * SignOf(k);
         row[0] *= gain;
         for (std::uint32_t c = 1; c < (order + 1) * (order + 1); ++c)
             row[c] *= gain * width;

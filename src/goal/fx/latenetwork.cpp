@@ -183,12 +183,14 @@ void LateNetwork::SetDelays(const LateRoom& room, Plan& plan) const {
     }
 }
 
-// The taps are velvet noise (Karjalainen and Järvelinen, 2007), decaying as the room does, with the energy that
-// a sound of energy 1 needs to fill the network: it comes to 1/(1 - what is left after a round) of it.
+// The taps are velvet noise (Karjalainen and Järveläinen, 2007), decaying as the room does. Their energy comes to
+// 1/(1 - what is left after a round) of it in the network. It is to be 1, halfway (in dB) between a sound in the
+// middle and pink noise.
 void LateNetwork::SetTaps(const LateRoom& room, Plan& plan) const {
     double left = 0;
     for (std::uint32_t k = 0; k < lineCount; ++k)
         left += EnergyLeft(plan.lengths[k].delay + plan.lengths[k].diffuser, room.decay.time, sampleRate) / lineCount;
+    const double wanted = (1 - left) / (lineCount * std::sqrt(room.decay.PinkEnergy()));
     const double slot = tapPart * plan.lengths[0].delay / (networkTaps * lineCount);
     for (std::uint32_t k = 0; k < lineCount; ++k) {
         double energy = 0;
@@ -202,7 +204,7 @@ void LateNetwork::SetTaps(const LateRoom& room, Plan& plan) const {
             plan.tapGains[k][t] = static_cast<float>(gain);
             energy += gain * gain;
         }
-        const auto scale = static_cast<float>(std::sqrt((1 - left) / (lineCount * energy)));
+        const auto scale = static_cast<float>(std::sqrt(wanted / energy));
         for (float& gain : plan.tapGains[k])
             gain *= scale;
     }
