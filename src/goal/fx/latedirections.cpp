@@ -58,6 +58,18 @@ float SignOf(std::uint32_t line) {
     return (bit0 && bit1) != (bit2 && bit3) ? -1.0F : 1.0F;
 }
 
+bool IsOdd(std::uint32_t channel) {
+    return (channel >= 1 && channel < 4) || (channel >= 9 && channel < 16);
+}
+
+void AddAndSubtract(const float* __restrict a, const float* __restrict b, float* __restrict sum,
+                    float* __restrict difference, std::uint32_t frames) {
+    for (std::uint32_t i = 0; i < frames; ++i) {
+        sum[i] = a[i] + b[i];
+        difference[i] = a[i] - b[i];
+    }
+}
+
 void Split(const float* __restrict samples, const float* __restrict weights, float* __restrict part,
            float* __restrict rest, std::uint32_t frames) {
     for (std::uint32_t i = 0; i < frames; ++i) {
@@ -93,6 +105,30 @@ void LateDirections::SetGains(const LateField& field) {
     }
 }
 
+// Opposite directions have the same polynomials of even degree, and those of odd degree but for the sign.
+void LateDirections::MixPairs(const hcml::ac::Bus& lines, float* const* output, std::uint32_t frames,
+                              std::uint32_t vectors) {
+    std::array<float*, mostChannels> channels{};
+    std::array<std::uint32_t, 2> counts{};  // of degree even, odd
+    for (std::uint32_t c = 0; c < (order + 1) * (order + 1); ++c)
+        if (!IsOdd(c)) channels[counts[0]++] = output[c];
+    for (std::uint32_t c = 0; c < (order + 1) * (order + 1); ++c)
+        if (IsOdd(c)) channels[counts[0] + counts[1]++] = output[c];
+    const std::uint32_t pairs = lineCount / 2;
+    for (std::uint32_t p = 0; p < pairs; ++p) {
+        const bool areAlike = SignOf(p) == SignOf(p + pairs);
+        AddAndSubtract(lines.channels[p], lines.channels[p + pairs], weighted.channels[areAlike ? p : p + pairs],
+                       weighted.channels[areAlike ? p + pairs : p], frames);
+        std::uint32_t even = 0, odd = counts[0];
+        for (std::uint32_t c = 0; c < (order + 1) * (order + 1); ++c)
+            pairGains[p][IsOdd(c) ? odd++ : even++] = gains[p][c];
+    }
+    hcml::MixSources({channels.data(), counts[0], weighted.channels, pairs, pairGains[0].data(), mostChannels,
+                      vectors});
+    hcml::MixSources({channels.data() + counts[0], counts[1], weighted.channels + pairs, pairs,
+                      pairGains[0].data() + counts[0], mostChannels, vectors});
+}
+
 void LateDirections::Run(const LateField& field, const hcml::ac::Bus& lines, float* const* output,
                          std::uint32_t frames, std::uint32_t vectors) {
     if (fade.Follow(field)) {
@@ -102,6 +138,8 @@ void LateDirections::Run(const LateField& field, const hcml::ac::Bus& lines, flo
     const std::uint32_t channels = (order + 1) * (order + 1);
     for (std::uint32_t k = 0; k < lineCount; ++k)
         std::fill(lines.channels[k] + frames, lines.channels[k] + std::size_t{4} * vectors, 0.0F);
+    const bool isPanned = fade.to.pan != Vector3{};
+    if (!fade.isFading && !isPanned) return MixPairs(lines, output, frames, vectors);
     hcml::Mix mix{output, channels, lines.channels, lineCount, gains[0].data(), mostChannels, vectors};
     if (fade.isFading) {
         const float* const weights = course.From(fade.position);

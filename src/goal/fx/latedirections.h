@@ -42,12 +42,15 @@ private:
     using Gains = std::array<float, mostChannels>;  // of one line
 
     void SetGains(const LateField& field);
+    void MixPairs(const hcml::ac::Bus& lines, float* const* output, std::uint32_t frames,
+                  std::uint32_t vectors);
 
     const std::uint32_t lineCount;
     const std::uint32_t order;
     const CrossfadeCourse& course;
     Crossfade<LateField> fade;
     std::array<Gains, std::size_t{2} * LateNetwork::maximumLines> gains{};  // of all lines; then the old ones
+    std::array<Gains, LateNetwork::maximumLines / 2> pairGains{};  // of even degree, and then of odd
     hcml::ac::Bus weighted;  // the lines by the weights of the new field, and by the rest
 };
 

@@ -37,6 +37,12 @@ constexpr float mostDiffusion = 0.6F;
 // Of the shortest line, in what part of its length the taps of the input lie.
 constexpr double tapPart = 0.8;
 
+// How much longer a line may become on the way to a prime, and by all the primes before it.
+constexpr std::uint32_t primesApart = 300;
+
+// Between two moves of what a delay line remembers.
+constexpr std::uint32_t roomFrames = 2048;
+
 constexpr std::uint32_t mostPartFrames = 128;
 constexpr std::uint32_t fadePartFrames = 32;
 
@@ -148,13 +154,14 @@ LateNetwork::LateNetwork(float sampleRate, bool isFull, std::uint32_t blockFrame
       delayed(mostPartFrames, maximumLines),
       absorbed(mostPartFrames, maximumLines),
       diffused(mostPartFrames, lineCount) {
-    const auto longest = static_cast<std::uint32_t>(1.6 * longestMean * sampleRate) + 1000;
+    const auto longest = static_cast<std::uint32_t>(1.6 * longestMean * sampleRate) + primesApart;
     for (std::uint32_t k = 0; k < lineCount; ++k) {
-        rings[k] = DelayRing<float>(longest);
-        diffuserRings[k] = DelayRing<float>(longest / 4);
-        rings[k].Advance(k * 112);  // else all lines would write to the same few sets of the nearest cache
-        if (k < pairs) phases[k] = static_cast<Phase>(k * 0x2F5B1C3DU);
+        // Not all at one moment make room.
+        delays[k] = SlidingDelay(longest, roomFrames + k * mostPartFrames);
+        diffusers[k] = SlidingDelay(longest / 4, roomFrames + k * mostPartFrames);
     }
+    for (std::uint32_t p = 0; p < lineCount / 2; ++p)
+        phases[p] = p * 0x2F5B1C3DU;
 }
 
 LateNetwork::Plan LateNetwork::MakePlan(const LateRoom& room) const {
@@ -214,6 +221,11 @@ void LateNetwork::Follow(const LateRoom& room) {
     if (!fade.Follow(room)) return;
     from = to;
     to = MakePlan(room);
+    if (fade.isFading) return;
+    for (std::uint32_t p = 0; p < lineCount / 2; ++p) {
+        const float angle = to.angle + swing * SineAt(phases[p]);
+        chords[p] = {.cosine = Cosine(angle), .sine = Sine(angle)};
+    }
 }
 
 void LateNetwork::Run(const LateRoom& room, const float* input, std::uint32_t frames) {
@@ -247,29 +259,25 @@ void LateNetwork::SumTaps(const Plan& plan, std::uint32_t frames, hcml::ac::Bus&
 
 std::uint32_t LateNetwork::RunPart(std::uint32_t first, std::uint32_t most) {
     const std::uint32_t frames = PartFrames(most);
+    for (std::uint32_t k = 0; k < lineCount; ++k) {
+        delays[k].MakeRoom(frames);
+        diffusers[k].MakeRoom(frames);
+    }
     Absorb(frames);
     Mix(first, frames);
     for (std::uint32_t k = 0; k < lineCount; ++k) {
-        rings[k].Advance(frames);
-        diffuserRings[k].Advance(frames);
+        delays[k].Advance(frames);
+        diffusers[k].Advance(frames);
     }
     fade.Advance(frames, course);
     return frames;
 }
 
-// The most frames, of `most`, that no ring's end breaks and no line reads in the part that wrote them.
+// The most frames, of `most`, in which no line reads what it writes and all that moves moves evenly.
 std::uint32_t LateNetwork::PartFrames(std::uint32_t most) const {
-    std::uint32_t frames = std::min({most, mostPartFrames - stretchFrame, to.shortest});
-    if (fade.isFading)
-        frames = std::min({frames, fadePartFrames, course.frames - fade.position, from.shortest});
-    for (std::uint32_t k = 0; k < lineCount; ++k) {
-        frames = std::min({frames, rings[k].RunAhead(), rings[k].RunPast(to.lengths[k].delay - 1),
-                           diffuserRings[k].RunAhead(), diffuserRings[k].RunPast(to.lengths[k].diffuser - 1)});
-        if (fade.isFading)
-            frames = std::min({frames, rings[k].RunPast(from.lengths[k].delay - 1),
-                               diffuserRings[k].RunPast(from.lengths[k].diffuser - 1)});
-    }
-    return frames;
+    const std::uint32_t frames = std::min({most, mostPartFrames - stretchFrame, to.shortest});
+    if (!fade.isFading) return frames;
+    return std::min({frames, fadePartFrames, course.frames - fade.position, from.shortest});
 }
 
 float LateNetwork::WeightAfter(std::uint32_t frames) const {
@@ -282,13 +290,13 @@ float LateNetwork::Moving(float Plan::*value, float weight) const {
     return fade.isFading ? from.*value + weight * (to.*value - from.*value) : to.*value;
 }
 
-// What comes out of a ring in the next `frames`; in a fade in which the delay changes, in `scratch`.
-const float* LateNetwork::Past(const DelayRing<float>& ring, std::uint32_t oldDelay, std::uint32_t delay,
+// What comes out in the next `frames`; in a fade in which the delay changes, in `scratch`.
+const float* LateNetwork::Past(const SlidingDelay& memory, std::uint32_t oldDelay, std::uint32_t delay,
                                std::uint32_t frames, float* scratch) const {
-    const float* const past = ring.Past(delay - 1);
+    const float* const past = memory.Past(delay);
     if (!fade.isFading || oldDelay == delay) return past;
     std::copy_n(past, frames, scratch);
-    Blend(course.From(fade.position), ring.Past(oldDelay - 1), scratch, frames);
+    Blend(course.From(fade.position), memory.Past(oldDelay), scratch, frames);
     return scratch;
 }
 
@@ -312,7 +320,7 @@ void LateNetwork::Absorb(std::uint32_t frames) {
     for (std::uint32_t k = 0; k < maximumLines; ++k) {
         run.ahead[k] = absorbed.channels[k];
         run.past[k] = k < lineCount
-                          ? Past(rings[k], from.lengths[k].delay, to.lengths[k].delay, frames, delayed.channels[k])
+                          ? Past(delays[k], from.lengths[k].delay, to.lengths[k].delay, frames, delayed.channels[k])
                           : delayed.channels[k];
     }
     const Absorption now = AbsorptionAt(WeightAfter(0));
@@ -331,38 +339,44 @@ void LateNetwork::Mix(std::uint32_t first, std::uint32_t frames) {
     mix.tangentStep = (Sine(after) / Cosine(after) - mix.tangent) * toStep;
     mix.diffusion = Moving(&Plan::diffusion, weightBefore);
     mix.diffusionStep = (Moving(&Plan::diffusion, weightAfter) - mix.diffusion) * toStep;
-    MoveAngles(before, after, frames, mix);
+    MoveAngles(after, frames, mix);
     for (std::uint32_t k = 0; k < lineCount; ++k) {
         mix.past[k] = absorbed.channels[k];
         mix.input[k] = inputs.channels[k] + first;
-        mix.ahead[k] = rings[k].Ahead();
+        mix.ahead[k] = delays[k].Ahead();
         mix.outputs[k] = lines.channels[k] + first;
         mix.left[k] = fade.isFading ? from.left[k] + weightBefore * (to.left[k] - from.left[k]) : to.left[k];
         if (fade.isFading)
             mix.leftSteps[k] = (weightAfter - weightBefore) * (to.left[k] - from.left[k]) * toStep;
         mix.diffused[k] =
-            Past(diffuserRings[k], from.lengths[k].diffuser, to.lengths[k].diffuser, frames, diffused.channels[k]);
-        mix.diffusing[k] = diffuserRings[k].Ahead();
+            Past(diffusers[k], from.lengths[k].diffuser, to.lengths[k].diffuser, frames, diffused.channels[k]);
+        mix.diffusing[k] = diffusers[k].Ahead();
     }
     hcml::RunNetworkMix(mix, lineCount);
 }
 
 // The angles go in chords from end to end of stretches that don't depend on the blocks; in a fade, of its parts.
-void LateNetwork::MoveAngles(float before, float after, std::uint32_t frames, hcml::NetworkMix& mix) {
-    const std::uint32_t first = fade.isFading ? 0 : stretchFrame;
-    const std::uint32_t stretch = fade.isFading ? frames : mostPartFrames;
-    const float toStep = 1 / static_cast<float>(stretch);
+void LateNetwork::MoveAngles(float angle, std::uint32_t frames, hcml::NetworkMix& mix) {
+    const bool isNew = fade.isFading || chordFrames == 0;
+    if (isNew) chordFrames = fade.isFading ? frames : mostPartFrames - stretchFrame;
+    const float toStep = 1 / static_cast<float>(chordFrames);
     for (std::uint32_t p = 0; p < lineCount / 2; ++p) {
         const auto step = static_cast<Phase>(swingRates[p] / sampleRate * 0x1p32);
-        const Phase phase = phases[p] - first * step;
-        const float start = before + swing * SineAt(phase);
-        const float end = after + swing * SineAt(phase + stretch * step);
-        mix.cosineSteps[p] = (Cosine(end) - Cosine(start)) * toStep;
-        mix.sineSteps[p] = (Sine(end) - Sine(start)) * toStep;
-        mix.cosines[p] = Cosine(start) + mix.cosineSteps[p] * static_cast<float>(first);
-        mix.sines[p] = Sine(start) + mix.sineSteps[p] * static_cast<float>(first);
+        Chord& chord = chords[p];
+        if (isNew) {
+            const float end = angle + swing * SineAt(phases[p] + chordFrames * step);
+            chord.cosineStep = (Cosine(end) - chord.cosine) * toStep;
+            chord.sineStep = (Sine(end) - chord.sine) * toStep;
+        }
+        mix.cosines[p] = chord.cosine;
+        mix.sines[p] = chord.sine;
+        mix.cosineSteps[p] = chord.cosineStep;
+        mix.sineSteps[p] = chord.sineStep;
+        chord.cosine += chord.cosineStep * static_cast<float>(frames);
+        chord.sine += chord.sineStep * static_cast<float>(frames);
         phases[p] += frames * step;
     }
+    chordFrames -= frames;
     stretchFrame = (stretchFrame + frames) % mostPartFrames;
 }
 

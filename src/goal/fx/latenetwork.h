@@ -15,8 +15,8 @@
 #include <cstdint>
 
 #include "goal/dsp/crossfade.h"
-#include "goal/dsp/delayring.h"
 #include "goal/dsp/oscillator.h"
+#include "goal/dsp/slidingdelay.h"
 #include "goal/fx/absorption.h"
 #include "numeric/bus.h"
 #include "numeric/floattuplevector.h"
@@ -62,6 +62,11 @@ private:
         float diffusion = 0;  // the coefficient of the all-passes
     };
 
+    // Of an angle that moves: now, and in each frame.
+    struct Chord {
+        float cosine = 1, sine = 0, cosineStep = 0, sineStep = 0;
+    };
+
     Plan MakePlan(const LateRoom& room) const;
     void SetDelays(const LateRoom& room, Plan& plan) const;
     void SetTaps(const LateRoom& room, Plan& plan) const;
@@ -70,24 +75,25 @@ private:
     void SumTaps(const Plan& plan, std::uint32_t frames, hcml::ac::Bus& rows);
     std::uint32_t RunPart(std::uint32_t first, std::uint32_t most);
     std::uint32_t PartFrames(std::uint32_t most) const;
-    const float* Past(const DelayRing<float>& ring, std::uint32_t oldDelay, std::uint32_t delay,
+    const float* Past(const SlidingDelay& memory, std::uint32_t oldDelay, std::uint32_t delay,
                       std::uint32_t frames, float* scratch) const;
     void Absorb(std::uint32_t frames);
     void Mix(std::uint32_t first, std::uint32_t frames);
     Absorption AbsorptionAt(float weight) const;
     float WeightAfter(std::uint32_t frames) const;
     float Moving(float Plan::*value, float weight) const;
-    void MoveAngles(float before, float after, std::uint32_t frames, hcml::NetworkMix& mix);
+    void MoveAngles(float angle, std::uint32_t frames, hcml::NetworkMix& mix);
     void FlushMemory();
 
     const float sampleRate;
     const CrossfadeCourse& course;
     Crossfade<LateRoom> fade;
     Plan from, to;  // of the rooms of `fade`
-    std::array<DelayRing<float>, maximumLines> rings;
-    std::array<DelayRing<float>, maximumLines> diffuserRings;
+    std::array<SlidingDelay, maximumLines> delays, diffusers;
     std::array<Phase, pairs> phases{};  // of what moves the angles
-    std::uint32_t stretchFrame = 0;       // how far they are in a stretch
+    std::array<Chord, pairs> chords{};    // on which they move
+    std::uint32_t chordFrames = 0;        // that are left of these
+    std::uint32_t stretchFrame = 0;       // since the last of the moments in which chords end
     hcml::NetworkMemory memory;
     std::uint32_t history = 0;        // samples before the block in `fed`
     hcml::FloatTupleVector fed;       // the input, with what came before

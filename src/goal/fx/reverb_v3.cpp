@@ -60,24 +60,25 @@ void ReverbState_v3::AddEarly(const EffectProcessArgs& args) {
 void ReverbState_v3::AddLate(const EffectProcessArgs& args) {
     preDelay.Run(parameters, shelves.output.channels[0], args.frames, lateInput.data);
     ApplyAntiDenormalPattern(lateInput.data, args.frames);
-    const RoomEcho echoes = Echo();
-    echo.Run(echoes, lateInput.data, args.frames);
-    network.Run({echoes.decay, parameters.density, parameters.diffusion}, lateInput.data, args.frames);
+    FollowRoom();
+    echo.Run(room, lateInput.data, args.frames);
+    network.Run({room.decay, parameters.density, parameters.diffusion}, lateInput.data, args.frames);
     directions.Run(Field(args.slotGain), network.lines, args.output, args.frames, args.vectors);
 }
 
-RoomEcho ReverbState_v3::Echo() const {
+void ReverbState_v3::FollowRoom() {
     const double time = parameters.decayTime;
-    RoomEcho echoes{.time = parameters.echoTime,
-                    .depth = parameters.echoDepth,
-                    .diffusion = parameters.diffusion,
-                    .decay = {.time = time,
-                              .highTime = std::min(parameters.decayHFRatio * time, HighTimeLimit()),
-                              .lowTime = parameters.decayLFRatio * time,
-                              .highReference = parameters.hfReference,
-                              .lowReference = parameters.lfReference}};
-    echoes.decay = DecayWithEchoes(echoes);
-    return echoes;
+    const RoomEcho asked{.time = parameters.echoTime,
+                         .depth = parameters.echoDepth,
+                         .diffusion = parameters.diffusion,
+                         .decay = {.time = time,
+                                   .highTime = std::min(parameters.decayHFRatio * time, HighTimeLimit()),
+                                   .lowTime = parameters.decayLFRatio * time,
+                                   .highReference = parameters.hfReference,
+                                   .lowReference = parameters.lfReference}};
+    if (asked == askedRoom) return;
+    askedRoom = room = asked;
+    room.decay = DecayWithEchoes(asked);
 }
 
 // The seconds in which air alone takes 60 dB of the high frequencies.

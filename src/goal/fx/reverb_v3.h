@@ -31,7 +31,7 @@ public:
 private:
     void AddEarly(const EffectProcessArgs& args);
     void AddLate(const EffectProcessArgs& args);
-    RoomEcho Echo() const;
+    void FollowRoom();
     double HighTimeLimit() const;
     LateField Field(float slotGain) const;
 
@@ -39,6 +39,8 @@ private:
     const Basis& listenerBasis;
     const CrossfadeCourse course;
     ReverbParametersBase parameters;  // of the current block
+    RoomEcho askedRoom{.depth = -1};  // as a game has set it
+    RoomEcho room;                    // with the decay that it takes
     RoomShelves shelves;
     EarlyReflections early;
     Crossfade<EarlyReflections::Taps> earlyFade;

@@ -24,7 +24,7 @@ struct RoomEcho {
     float time = 0.25F;  ///< seconds, up to 0.25
     float depth = 0;     ///< 0 to 1
     float diffusion = 1;
-    RoomDecay decay;
+    RoomDecay decay{};
     bool operator==(const RoomEcho&) const = default;
 
     /// How much of a sound comes back, beside what a sound in the room loses in that time.

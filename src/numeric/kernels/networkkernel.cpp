@@ -1,5 +1,7 @@
 #include "numeric/kernels/networkkernel.h"
 
+#include <utility>
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "numeric/kernels/networkkernel.cpp"
 #include "hwy/foreach_target.h"
@@ -181,37 +183,51 @@ void SumTaps(const NetworkInput& input, float* const* rows, std::uint32_t lineCo
     }
 }
 
+// All turns of the second form of rows that are `distance` apart.
+template <std::size_t distance, class V, std::size_t... pair>
+HWY_INLINE void TurnPairs(V* v, V tangent, std::index_sequence<pair...>) {
+    const auto turn = [tangent](V& a, V& b) HWY_ATTR {
+        const V before = a;
+        a = hn::Add(a, hn::Mul(tangent, b));
+        b = hn::Sub(b, hn::Mul(tangent, before));
+    };
+    (turn(v[pair / distance * 2 * distance + pair % distance],
+          v[pair / distance * 2 * distance + pair % distance + distance]),
+     ...);
+}
+
 // The frames from i on, as many as `D` has lanes.
-template <std::uint32_t lines, class D>
-HWY_INLINE void MixAt(D d, const NetworkMix& mix, std::uint32_t i) {
+template <class D, std::size_t... pair>
+HWY_INLINE void MixAt(D d, const NetworkMix& mix, std::uint32_t i, std::index_sequence<pair...> pairs) {
     using V = hn::Vec<D>;
+    constexpr std::size_t lines = 2 * sizeof...(pair);
     V v[lines];
     const V frame = hn::Add(hn::Iota(d, 0.0F), hn::Set(d, static_cast<float>(static_cast<std::int32_t>(i))));
-    for (std::uint32_t p = 0; p < lines / 2; ++p) {
+    const auto at = [d, frame](float value, float step) HWY_ATTR {
+        return hn::Add(hn::Set(d, value), hn::Mul(frame, hn::Set(d, step)));
+    };
+    const auto turn = [&](std::size_t p) HWY_ATTR {
         const V a = hn::LoadU(d, mix.past[2 * p] + i), b = hn::LoadU(d, mix.past[2 * p + 1] + i);
-        const V c = hn::Add(hn::Set(d, mix.cosines[p]), hn::Mul(frame, hn::Set(d, mix.cosineSteps[p])));
-        const V s = hn::Add(hn::Set(d, mix.sines[p]), hn::Mul(frame, hn::Set(d, mix.sineSteps[p])));
+        const V c = at(mix.cosines[p], mix.cosineSteps[p]), s = at(mix.sines[p], mix.sineSteps[p]);
         v[2 * p] = hn::Add(hn::Mul(c, a), hn::Mul(s, b));
         v[2 * p + 1] = hn::Sub(hn::Mul(c, b), hn::Mul(s, a));
-    }
-    const V tangent = hn::Add(hn::Set(d, mix.tangent), hn::Mul(frame, hn::Set(d, mix.tangentStep)));
-    for (std::uint32_t distance = 2; distance < lines; distance *= 2)
-        for (std::uint32_t k = 0; k < lines; ++k) {
-            if ((k & distance) != 0) continue;
-            const V a = v[k], b = v[k + distance];
-            v[k] = hn::Add(a, hn::Mul(tangent, b));
-            v[k + distance] = hn::Sub(b, hn::Mul(tangent, a));
-        }
-    const V g = hn::Add(hn::Set(d, mix.diffusion), hn::Mul(frame, hn::Set(d, mix.diffusionStep)));
-    for (std::uint32_t k = 0; k < lines; ++k) {
+    };
+    (turn(pair), ...);
+    const V tangent = at(mix.tangent, mix.tangentStep);
+    TurnPairs<2>(v, tangent, pairs);
+    TurnPairs<4>(v, tangent, pairs);
+    if constexpr (lines > 8) TurnPairs<8>(v, tangent, pairs);
+    const V g = at(mix.diffusion, mix.diffusionStep);
+    const auto finish = [&](std::size_t k) HWY_ATTR {
         const V sum = hn::Add(v[k], hn::LoadU(d, mix.input[k] + i));
-        hn::StoreU(sum, d, mix.outputs[k] + i);
-        const V left = hn::Add(hn::Set(d, mix.left[k]), hn::Mul(frame, hn::Set(d, mix.leftSteps[k])));
+        const V left = at(mix.left[k], mix.leftSteps[k]);
         const V diffused = hn::Mul(left, hn::LoadU(d, mix.diffused[k] + i));
         const V diffusing = hn::Add(sum, hn::Mul(g, diffused));
+        hn::StoreU(sum, d, mix.outputs[k] + i);
         hn::StoreU(diffusing, d, mix.diffusing[k] + i);
         hn::StoreU(hn::Sub(diffused, hn::Mul(g, diffusing)), d, mix.ahead[k] + i);
-    }
+    };
+    ((finish(2 * pair), finish(2 * pair + 1)), ...);
 }
 
 template <std::uint32_t lines>
@@ -221,9 +237,9 @@ void MixLines(const NetworkMix& mix) {
     const auto lanes = static_cast<std::uint32_t>(hn::Lanes(wide));
     std::uint32_t i = 0;
     for (; i + lanes <= mix.frames; i += lanes)
-        MixAt<lines>(wide, mix, i);
+        MixAt(wide, mix, i, std::make_index_sequence<lines / 2>());
     for (; i < mix.frames; ++i)
-        MixAt<lines>(single, mix, i);
+        MixAt(single, mix, i, std::make_index_sequence<lines / 2>());
 }
 
 void Mix(const NetworkMix& mix, std::uint32_t lineCount) {
