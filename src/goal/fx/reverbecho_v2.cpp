@@ -65,10 +65,12 @@ ReverbEcho_v2::Repeat ReverbEcho_v2::RepeatFor(const RoomEcho& echo) const {
     repeat.factor = static_cast<float>(-echo.Share());
     const double left = EnergyLeft(repeat.delay, echo.decay.time, sampleRate);
     repeat.level = static_cast<float>(std::sqrt(1 - echo.Share() * echo.Share() * left));
-    // A filter for half the time, twice: for all of it shelves of the second order aren't steep enough.
-    const LineLengths half{.delay = repeat.delay / 2};
-    const Absorption absorption = DesignAbsorption(echo.decay, sampleRate, {&half, 1});
-    for (std::uint32_t k = 0; k < repeat.absorption.size(); ++k) {
+    // Where shelves of the second order aren't steep enough for all of it, a filter for half the time, twice.
+    const std::uint32_t passes = repeat.delay > LongestLine(echo.decay) * sampleRate ? 2 : 1;
+    const LineLengths lengths{.delay = repeat.delay / passes};
+    const Absorption absorption = DesignAbsorption(echo.decay, sampleRate, {&lengths, 1});
+    repeat.sectionCount = passes * hcml::networkSections;
+    for (std::uint32_t k = 0; k < repeat.sectionCount; ++k) {
         const hcml::NetworkSection& section = absorption.sections[k % hcml::networkSections];
         repeat.absorption[k] = {.n0 = section.n0[0],
                                 .n1 = section.n1[0],
@@ -105,8 +107,8 @@ void ReverbEcho_v2::Sum(Repeat& repeat, const float* samples, std::uint32_t coun
         return;
     }
     ring.ReadAll(repeat.delay - count, sum, count);
-    for (Biquad& section : repeat.absorption)
-        section.Run(sum, count);
+    for (std::uint32_t k = 0; k < repeat.sectionCount; ++k)
+        repeat.absorption[k].Run(sum, count);
     for (std::uint32_t k = 0; k < count; ++k)
         sum[k] = sum[k] * repeat.factor + samples[k] * repeat.level;
 }

@@ -52,6 +52,7 @@ private:
         float factor = 0;
         float level = 1;
         std::array<Biquad, std::size_t{2} * hcml::networkSections> absorption;
+        std::uint32_t sectionCount = 0;
     };
 
     Repeat RepeatFor(const RoomEcho& echo) const;

@@ -64,7 +64,7 @@ struct MemoryVectors {
     HWY_INLINE V Run(const SectionVectors<V>& by, V x) {
         for (std::uint32_t k = 0; k < networkSections; ++k) {
             const V y = hn::Add(hn::Mul(by.n0[k], x), z1[k]);
-            z1[k] = hn::Add(hn::Sub(hn::Mul(by.n1[k], x), hn::Mul(by.d1[k], y)), z2[k]);
+            z1[k] = hn::Sub(hn::Add(hn::Mul(by.n1[k], x), z2[k]), hn::Mul(by.d1[k], y));
             z2[k] = hn::Sub(hn::Mul(by.n2[k], x), hn::Mul(by.d2[k], y));
             x = y;
         }

@@ -29,7 +29,7 @@ using NetworkLanes = float[maximumNetworkLines];
 
 /// A section of the second order in each line, in the transposed direct form:
 ///
-///     y = n0·x + z1,  z1' = n1·x - d1·y + z2,  z2' = n2·x - d2·y
+///     y = n0·x + z1,  z1' = n1·x + z2 - d1·y,  z2' = n2·x - d2·y
 struct NetworkSection {
     NetworkLanes n0{}, n1{}, n2{}, d1{}, d2{};
 };
