@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "goal/dsp/antidenormal.h"
 #include "goal/fx/makestate.h"
 #include "numeric/kernels/gainkernel.h"
 
@@ -59,7 +58,6 @@ void ReverbState_v3::AddEarly(const EffectProcessArgs& args) {
 
 void ReverbState_v3::AddLate(const EffectProcessArgs& args) {
     preDelay.Run(parameters, shelves.output.channels[0], args.frames, lateInput.data);
-    ApplyAntiDenormalPattern(lateInput.data, args.frames);
     FollowRoom();
     echo.Run(room, lateInput.data, args.frames);
     network.Run({room.decay, parameters.density, parameters.diffusion}, lateInput.data, args.frames);

@@ -13,6 +13,12 @@ namespace hcml::HWY_NAMESPACE {
 
 constexpr std::uint32_t framesPerStep = 4;
 
+template <class V>
+HWY_INLINE V WithoutDenormal(V value) {
+    const V offset = hn::Set(hn::DFromV<V>(), 5e-8F);
+    return hn::Sub(hn::Add(value, offset), offset);
+}
+
 // The sections of as many lines as `V` has lanes.
 template <class V>
 struct SectionVectors {
@@ -68,8 +74,7 @@ struct MemoryVectors {
             z2[k] = hn::Sub(hn::Mul(by.n2[k], x), hn::Mul(by.d2[k], y));
             x = y;
         }
-        const V offset = hn::Set(hn::DFromV<V>(), 5e-8F);
-        return hn::Sub(hn::Add(x, offset), offset);
+        return WithoutDenormal(x);
     }
 };
 
@@ -222,7 +227,7 @@ HWY_INLINE void MixAt(D d, const NetworkMix& mix, std::uint32_t i, std::index_se
         const V sum = hn::Add(v[k], hn::LoadU(d, mix.input[k] + i));
         const V left = at(mix.left[k], mix.leftSteps[k]);
         const V diffused = hn::Mul(left, hn::LoadU(d, mix.diffused[k] + i));
-        const V diffusing = hn::Add(sum, hn::Mul(g, diffused));
+        const V diffusing = WithoutDenormal(hn::Add(sum, hn::Mul(g, diffused)));
         hn::StoreU(sum, d, mix.outputs[k] + i);
         hn::StoreU(diffusing, d, mix.diffusing[k] + i);
         hn::StoreU(hn::Sub(diffused, hn::Mul(g, diffusing)), d, mix.ahead[k] + i);

@@ -92,7 +92,8 @@ struct NetworkMix {
     std::uint32_t frames = 0;
 };
 
-/// Runs the mix of `lineCount` rows, 8 or 16. No row that is written overlaps another.
+/// Runs the mix of `lineCount` rows, 8 or 16. No row that is written overlaps another. What is kept as v is
+/// (v + 5e-8) - 5e-8, which is never denormal.
 void RunNetworkMix(const NetworkMix& mix, std::uint32_t lineCount) SLIB_NONBLOCKING;
 
 }  // namespace hcml
