@@ -1,7 +1,8 @@
-// Prints the tables of docs/sound.md on reverberation: what each preset asks for, and what the two sounds make of
-// it. Impulse responses of the late part at 48 kHz, in octaves by Schroeder's backward integration; levels and
-// correlations by the decoder of the measured head, with pink weight, beside those of a diffuse field through it.
-// `reverb_acceptance PRESET...` prints those presets only; with --low as first argument, in eight lines.
+// Prints the tables of docs/sound.md on reverberation: what each preset asks for, and what the two sounds
+// make of it. Impulse responses of the late part at 48 kHz, in octaves by Schroeder's backward integration;
+// levels and correlations by the decoder of the measured head, with pink weight, beside those of a diffuse
+// field through it. `reverb_acceptance PRESET...` prints those presets only; with --low as first argument, in
+// eight lines.
 
 #include <algorithm>
 #include <array>
@@ -212,9 +213,9 @@ private:
 
 struct Figures {
     std::array<double, octaves.size()> times{};
-    double onset = 0;    // ms
-    double level = 0;    // dB, against a diffuse field of energy 1
-    double density = 0;  // of echoes, 150 ms after the onset
+    double onset = 0;                     // ms
+    double level = 0;                     // dB, against a diffuse field of energy 1
+    double density = 0;                   // of echoes, 150 ms after the onset
     double correlation = 0, diffuse = 0;  // of the ears
 };
 
@@ -230,8 +231,8 @@ Figures FiguresOf(const Parameters& parameters, bool isRefined, bool isFull, Ear
     const Ears::Figures heard = ears.Measure(response);
     // What comes after the part that is heard.
     const auto end = response[0].begin() + std::min<std::ptrdiff_t>(transformLength, response[0].size());
-    const double rest = testing_support::Energy(response[0]) /
-                        testing_support::Energy(Signal(response[0].begin(), end));
+    const double rest =
+        testing_support::Energy(response[0]) / testing_support::Energy(Signal(response[0].begin(), end));
     figures.level = heard.level + Decibels(rest);
     figures.correlation = heard.correlation;
     figures.diffuse = heard.diffuse;
@@ -261,16 +262,17 @@ void PrintTimes(const std::vector<Row>& rows) {
 }
 
 void PrintRest(const std::vector<Row>& rows) {
-    std::puts("| asked, Classic, Refined | begins, ms | level, dB | echo density | correlation of the ears |\n"
-              "| --- | --- | --- | --- | --- |");
+    std::puts(
+        "| asked, Classic, Refined | begins, ms | level, dB | echo density | correlation of the ears |\n"
+        "| --- | --- | --- | --- | --- |");
     for (const Row& row : rows) {
         const Parameters& asked = row.asked;
         const Figures &c = row.classic, &r = row.refined;
         std::printf("| %s | %.0f, %.0f, %.0f | %.1f, %.1f, %.1f | %.2f, %.2f | %.2f, %.2f, %.2f |\n",
                     std::string(row.preset->name).c_str(),
                     1000 * (asked.reflectionsDelay + asked.lateReverbDelay), c.onset, r.onset,
-                    20 * std::log10(asked.gain * asked.lateReverbGain), c.level, r.level, c.density, r.density,
-                    r.diffuse, c.correlation, r.correlation);
+                    20 * std::log10(asked.gain * asked.lateReverbGain), c.level, r.level, c.density,
+                    r.density, r.diffuse, c.correlation, r.correlation);
     }
 }
 

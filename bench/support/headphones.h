@@ -4,6 +4,7 @@
 
 #include "orb3core/transform/timedomaintransform.h"
 
-/// From the bus of order 4 at 48 kHz to two ears. Reads the library of the build tree, and points this process's
-/// store into a folder that is gone afterwards. Throws std::runtime_error where the library has no such decoder.
+/// From the bus of order 4 at 48 kHz to two ears. Reads the library of the build tree, and points this
+/// process's store into a folder that is gone afterwards. Throws std::runtime_error where the library has no
+/// such decoder.
 orb3::strans::TimeDomainTransform<float, 1> ReadHeadphones();

@@ -1,7 +1,7 @@
 #pragma once
 
-// A filter section of the second order on one channel, for the effects' slow paths. Owned by one effect, on the
-// server's thread; nothing is allocated.
+// A filter section of the second order on one channel, for the effects' slow paths. Owned by one effect, on
+// the server's thread; nothing is allocated.
 
 #include <cstdint>
 

@@ -1,8 +1,8 @@
 #pragma once
 
-// How an effect gets from old to new settings without a click: it renders both for 10 ms and fades from one to
-// the other in half a turn of a cosine. A change that comes in the meantime waits until that is over. Owned by
-// an effect, on the server's thread; only the constructor of the course allocates.
+// How an effect gets from old to new settings without a click: it renders both for 10 ms and fades from one
+// to the other in half a turn of a cosine. A change that comes in the meantime waits until that is over.
+// Owned by an effect, on the server's thread; only the constructor of the course allocates.
 
 #include <algorithm>
 #include <cmath>

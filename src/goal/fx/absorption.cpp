@@ -12,12 +12,13 @@ constexpr double mostShelf = 12;
 
 constexpr double middle = 1000;  // Hz
 
-// What the longest decay time may be of the longest one asked for, between the frequencies that are solved for.
+// What the longest decay time may be of the longest one asked for, between the frequencies that are solved
+// for.
 constexpr double mostLonger = 1.2;
 
-// How far the corner of a shelf lies on the way from the middle to its reference, in octaves: the further, the
-// less it does in the middle, as one that does much in a short way must, and the more its end lies beyond what is
-// asked.
+// How far the corner of a shelf lies on the way from the middle to its reference, in octaves: the further,
+// the less it does in the middle, as one that does much in a short way must, and the more its end lies beyond
+// what is asked.
 double CornerPart(double octaves, double time, double endTime) {
     const double most = std::clamp(1.9 / octaves, 0.6, 0.9);
     return std::min(0.6 + 0.05 * std::abs(time / endTime - 1), most);
@@ -39,9 +40,9 @@ double WarpedOf(double frequency, double sampleRate) {
     return std::tan(std::numbers::pi * std::min(frequency / sampleRate, 0.45));
 }
 
-// |H|² of a Butterworth shelf whose end has `decibels` and its corner half of them, at a warped frequency over
-// that of the corner: of a high shelf, and by the inverse of a low one. With A the amplitude at the corner,
-// H = A(A·s² + √(2A)·s + 1)/(s² + √(2A)·s + A).
+// |H|² of a Butterworth shelf whose end has `decibels` and its corner half of them, at a warped frequency
+// over that of the corner: of a high shelf, and by the inverse of a low one. With A the amplitude at the
+// corner, H = A(A·s² + √(2A)·s + 1)/(s² + √(2A)·s + A).
 double ShelfDecibels(double decibels, double ratio) {
     const double squared = AmplitudeOf(decibels);  // A²
     const double fourth = ratio * ratio * ratio * ratio;
@@ -50,8 +51,8 @@ double ShelfDecibels(double decibels, double ratio) {
 
 // The frequencies at which the decay is to be right over the corners of the shelves, all warped.
 struct BandPlan {
-    Bands overHigh{};   // of the middle and both references
-    Bands underLow{};   // the low corner over them
+    Bands overHigh{};  // of the middle and both references
+    Bands underLow{};  // the low corner over them
     double highCorner = 1;
     double lowCorner = 1;
     bool areSeparate = true;  // the references are far enough apart to be solved for
@@ -123,8 +124,8 @@ double Loudest(const Bands& gains, const BandPlan& plan) {
     constexpr int points = 6;
     for (int i = -points; i <= 2 * points; ++i) {
         const double ratio = std::pow(std::max(toHigh, 1.5), static_cast<double>(i) / points);
-        most = std::max(most, gains[0] + ShelfDecibels(gains[1], ratio / toHigh) +
-                                  ShelfDecibels(gains[2], 1 / ratio));
+        most = std::max(
+            most, gains[0] + ShelfDecibels(gains[1], ratio / toHigh) + ShelfDecibels(gains[2], 1 / ratio));
     }
     return most;
 }
@@ -133,7 +134,8 @@ double Loudest(const Bands& gains, const BandPlan& plan) {
 void SetSection(double decibels, double k, bool isHigh, double gain, hcml::NetworkSection& section,
                 std::size_t line) {
     const double amplitude = AmplitudeOf(decibels / 2), root = std::sqrt(2 * amplitude) * k;
-    const double above = isHigh ? amplitude : 1, below = isHigh ? 1 : amplitude;  // of s² and 1, in the numerator
+    const double above = isHigh ? amplitude : 1,
+                 below = isHigh ? 1 : amplitude;  // of s² and 1, in the numerator
     const double squared = k * k, divisor = below + root + above * squared;
     const double scale = gain * amplitude / divisor;
     section.n0[line] = static_cast<float>(scale * (above + root + below * squared));
@@ -154,8 +156,8 @@ double RoomDecay::PinkEnergy() const {
     // Each end from halfway between its reference and the middle on.
     const double low = std::clamp(std::sqrt(lowReference * middle), lowest, highest);
     const double high = std::clamp(std::sqrt(highReference * middle), low, highest);
-    const double sum = lowTime * std::log(low / lowest) + time * std::log(high / low) +
-                       highTime * std::log(highest / high);
+    const double sum =
+        lowTime * std::log(low / lowest) + time * std::log(high / low) + highTime * std::log(highest / high);
     return sum / (time * std::log(highest / lowest));
 }
 
@@ -165,13 +167,12 @@ double EnergyLeft(double length, double time, double sampleRate) {
 
 double LongestLine(const RoomDecay& decay) {
     const double middleRate = 1 / decay.time;
-    const double most = std::max({std::abs(1 / decay.highTime - middleRate),
-                                  std::abs(1 / decay.lowTime - middleRate), 1e-9});
+    const double most =
+        std::max({std::abs(1 / decay.highTime - middleRate), std::abs(1 / decay.lowTime - middleRate), 1e-9});
     return mostShelf / (60 * most);
 }
 
-Absorption DesignAbsorption(const RoomDecay& decay, double sampleRate,
-                            std::span<const LineLengths> lengths) {
+Absorption DesignAbsorption(const RoomDecay& decay, double sampleRate, std::span<const LineLengths> lengths) {
     const BandPlan plan = PlanBands(decay, sampleRate);
     Absorption absorption;
     for (std::size_t k = 0; k < lengths.size(); ++k) {

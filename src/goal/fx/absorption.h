@@ -2,9 +2,9 @@
 
 // What a line of the reverb's network takes off a sound each time round: a gain and two shelves, by which the
 // decay time differs with the frequency (Jot and Chaigne, 1991). The three gains of a line are solved for
-// together, so that each end of the spectrum has its decay time at its reference and the middle keeps its own,
-// as the bands of a graphic equalizer are (Prawda, Schlecht and Välimäki, 2019). Worked out once a block and
-// only when something has changed; plain values.
+// together, so that each end of the spectrum has its decay time at its reference and the middle keeps its
+// own, as the bands of a graphic equalizer are (Prawda, Schlecht and Välimäki, 2019). Worked out once a block
+// and only when something has changed; plain values.
 
 #include <array>
 #include <cstdint>
@@ -25,7 +25,8 @@ struct RoomDecay {
 
     double LongestTime() const;
 
-    /// The energy of pink noise in the room from 50 Hz to 12 kHz, over what it would be if all decayed in `time`.
+    /// The energy of pink noise in the room from 50 Hz to 12 kHz, over what it would be if all decayed in
+    /// `time`.
     double PinkEnergy() const;
 };
 
@@ -34,19 +35,18 @@ struct Absorption {
     hcml::NetworkSection sections[hcml::networkSections];
 };
 
-/// The lengths of a line's two delays, in samples. What a sound in the middle loses in the second is taken off
-/// there, and the filter does all the rest.
+/// The lengths of a line's two delays, in samples. What a sound in the middle loses in the second is taken
+/// off there, and the filter does all the rest.
 struct LineLengths {
     std::uint32_t delay = 0;
     std::uint32_t diffuser = 0;
 };
 
 /// The filters of as many lines as there are `lengths`; those of other lines let nothing through.
-/// The middle is 1 kHz, or further from references that are near to it; references less than two octaves apart
-/// share what is between them, and the decay times are then those of the shelves' ends. At no frequency does a
-/// line sound longer than 1.2 times the longest of the three times.
-Absorption DesignAbsorption(const RoomDecay& decay, double sampleRate,
-                            std::span<const LineLengths> lengths);
+/// The middle is 1 kHz, or further from references that are near to it; references less than two octaves
+/// apart share what is between them, and the decay times are then those of the shelves' ends. At no frequency
+/// does a line sound longer than 1.2 times the longest of the three times.
+Absorption DesignAbsorption(const RoomDecay& decay, double sampleRate, std::span<const LineLengths> lengths);
 
 /// What is left of a sound's energy after `length` samples, when 60 dB take `time` seconds.
 double EnergyLeft(double length, double time, double sampleRate);

@@ -45,8 +45,8 @@ public:
         std::uint32_t count;
     };
 
-    /// The parts of Run, for those who fade by themselves: Write takes a block in, and Render sets what `taps`
-    /// make of a part of it.
+    /// The parts of Run, for those who fade by themselves: Write takes a block in, and Render sets what
+    /// `taps` make of a part of it.
     Taps TapsFor(const ReverbParametersBase& parameters) const;
     void Write(const float* const* input, std::uint32_t frames) SLIB_NONBLOCKING;
     void Render(const Taps& taps, Range range, std::uint32_t frames,

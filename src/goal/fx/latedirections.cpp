@@ -117,14 +117,15 @@ void LateDirections::MixPairs(const hcml::ac::Bus& lines, float* const* output, 
     const std::uint32_t pairs = lineCount / 2;
     for (std::uint32_t p = 0; p < pairs; ++p) {
         const bool areAlike = SignOf(p) == SignOf(p + pairs);
-        AddAndSubtract(lines.channels[p], lines.channels[p + pairs], weighted.channels[areAlike ? p : p + pairs],
+        AddAndSubtract(lines.channels[p], lines.channels[p + pairs],
+                       weighted.channels[areAlike ? p : p + pairs],
                        weighted.channels[areAlike ? p + pairs : p], frames);
         std::uint32_t even = 0, odd = counts[0];
         for (std::uint32_t c = 0; c < (order + 1) * (order + 1); ++c)
             pairGains[p][IsOdd(c) ? odd++ : even++] = gains[p][c];
     }
-    hcml::MixSources({channels.data(), counts[0], weighted.channels, pairs, pairGains[0].data(), mostChannels,
-                      vectors});
+    hcml::MixSources(
+        {channels.data(), counts[0], weighted.channels, pairs, pairGains[0].data(), mostChannels, vectors});
     hcml::MixSources({channels.data() + counts[0], counts[1], weighted.channels + pairs, pairs,
                       pairGains[0].data() + counts[0], mostChannels, vectors});
 }

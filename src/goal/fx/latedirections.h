@@ -1,9 +1,9 @@
 #pragma once
 
-// Where the late reverberation comes from: each line of the network from a direction of its own, on the spatial
-// bus at its full order. Together the directions make a diffuse field, the same from all sides, which is fixed
-// in the world however the head turns. Part of the reverb. Run on the server's thread inside the block: only
-// the constructor allocates.
+// Where the late reverberation comes from: each line of the network from a direction of its own, on the
+// spatial bus at its full order. Together the directions make a diffuse field, the same from all sides, which
+// is fixed in the world however the head turns. Part of the reverb. Run on the server's thread inside the
+// block: only the constructor allocates.
 
 #include <array>
 #include <cstdint>
@@ -32,8 +32,8 @@ public:
     LateDirections(std::uint32_t lineCount, std::uint32_t order, std::uint32_t blockFrames,
                    const CrossfadeCourse& course);
 
-    /// Adds `lines` to the (order + 1)² channels of `output`, of `vectors` groups of four floats. A field that
-    /// has changed fades over from the old one.
+    /// Adds `lines` to the (order + 1)² channels of `output`, of `vectors` groups of four floats. A field
+    /// that has changed fades over from the old one.
     void Run(const LateField& field, const hcml::ac::Bus& lines, float* const* output, std::uint32_t frames,
              std::uint32_t vectors) SLIB_NONBLOCKING;
 
@@ -50,7 +50,7 @@ private:
     const CrossfadeCourse& course;
     Crossfade<LateField> fade;
     std::array<Gains, std::size_t{2} * LateNetwork::maximumLines> gains{};  // of all lines; then the old ones
-    std::array<Gains, LateNetwork::maximumLines / 2> pairGains{};  // of even degree, and then of odd
+    std::array<Gains, LateNetwork::maximumLines / 2> pairGains{};           // of even degree, and then of odd
     hcml::ac::Bus weighted;  // the lines by the weights of the new field, and by the rest
 };
 

@@ -25,9 +25,9 @@ constexpr double leastRounds = 30;
 constexpr double lengthStep = 1.05;
 
 // The lengths over their mean, each a little off an even spacing of their logarithms.
-constexpr std::array<double, LateNetwork::maximumLines> lengthRatios{
-    0.553, 0.590, 0.639, 0.675, 0.733, 0.779, 0.842, 0.897,
-    0.965, 1.026, 1.107, 1.178, 1.269, 1.352, 1.458, 1.551};
+constexpr std::array<double, LateNetwork::maximumLines> lengthRatios{0.553, 0.590, 0.639, 0.675, 0.733, 0.779,
+                                                                     0.842, 0.897, 0.965, 1.026, 1.107, 1.178,
+                                                                     1.269, 1.352, 1.458, 1.551};
 
 // The lengths of the all-passes, over the mean length of the lines, and their coefficient at full diffusion.
 constexpr double leastDiffuser = 0.12;
@@ -49,7 +49,7 @@ constexpr std::uint32_t fadePartFrames = 32;
 // How far the moving angles go to both sides, in radians, and how often in a second.
 constexpr float swing = 2.4048F;
 constexpr std::array<double, LateNetwork::maximumLines / 2> swingRates{0.23, 0.31, 0.37, 0.43,
-                                                                      0.53, 0.59, 0.67, 0.73};
+                                                                       0.53, 0.59, 0.67, 0.73};
 
 constexpr float quarterPi = std::numbers::pi_v<float> / 4;
 
@@ -67,9 +67,11 @@ std::uint32_t PrimeFrom(std::uint32_t n) {
 }
 
 double MeanLength(const LateRoom& room, std::uint32_t lineCount) {
-    const double free = (leastMean + meanOfDensity * room.density) * (lineCount == LateNetwork::maximumLines ? 1 : 0.75);
+    const double free =
+        (leastMean + meanOfDensity * room.density) * (lineCount == LateNetwork::maximumLines ? 1 : 0.75);
     const double held = std::min({free, room.decay.time / leastRounds, LongestLine(room.decay)});
-    const double steps = std::ceil(std::log(std::max(held, shortestMean) / longestMean) / std::log(lengthStep));
+    const double steps =
+        std::ceil(std::log(std::max(held, shortestMean) / longestMean) / std::log(lengthStep));
     return longestMean * std::pow(lengthStep, steps);
 }
 
@@ -170,8 +172,8 @@ LateNetwork::Plan LateNetwork::MakePlan(const LateRoom& room) const {
     SetTaps(room, plan);
     plan.absorption = DesignAbsorption(room.decay, sampleRate, {plan.lengths.data(), lineCount});
     for (std::uint32_t k = 0; k < lineCount; ++k)
-        plan.left[k] = static_cast<float>(
-            std::sqrt(EnergyLeft(plan.lengths[k].diffuser, room.decay.time, sampleRate)));
+        plan.left[k] =
+            static_cast<float>(std::sqrt(EnergyLeft(plan.lengths[k].diffuser, room.decay.time, sampleRate)));
     plan.diffusion = mostDiffusion * std::sqrt(room.diffusion);
     plan.angle = quarterPi * (0.1F + 0.9F * std::pow(room.diffusion, 0.35F));
     return plan;
@@ -190,13 +192,14 @@ void LateNetwork::SetDelays(const LateRoom& room, Plan& plan) const {
     }
 }
 
-// The taps are velvet noise (Karjalainen and Järveläinen, 2007), decaying as the room does. Their energy comes to
-// 1/(1 - what is left after a round) of it in the network. It is to be 1, halfway (in dB) between a sound in the
-// middle and pink noise.
+// The taps are velvet noise (Karjalainen and Järveläinen, 2007), decaying as the room does. Their energy
+// comes to 1/(1 - what is left after a round) of it in the network. It is to be 1, halfway (in dB) between a
+// sound in the middle and pink noise.
 void LateNetwork::SetTaps(const LateRoom& room, Plan& plan) const {
     double left = 0;
     for (std::uint32_t k = 0; k < lineCount; ++k)
-        left += EnergyLeft(plan.lengths[k].delay + plan.lengths[k].diffuser, room.decay.time, sampleRate) / lineCount;
+        left += EnergyLeft(plan.lengths[k].delay + plan.lengths[k].diffuser, room.decay.time, sampleRate) /
+                lineCount;
     const double wanted = (1 - left) / (lineCount * std::sqrt(room.decay.PinkEnergy()));
     const double slot = tapPart * plan.lengths[0].delay / (networkTaps * lineCount);
     for (std::uint32_t k = 0; k < lineCount; ++k) {
@@ -319,9 +322,9 @@ void LateNetwork::Absorb(std::uint32_t frames) {
     run.frames = frames;
     for (std::uint32_t k = 0; k < maximumLines; ++k) {
         run.ahead[k] = absorbed.channels[k];
-        run.past[k] = k < lineCount
-                          ? Past(delays[k], from.lengths[k].delay, to.lengths[k].delay, frames, delayed.channels[k])
-                          : delayed.channels[k];
+        run.past[k] = k < lineCount ? Past(delays[k], from.lengths[k].delay, to.lengths[k].delay, frames,
+                                           delayed.channels[k])
+                                    : delayed.channels[k];
     }
     const Absorption now = AbsorptionAt(WeightAfter(0));
     if (!fade.isFading) return hcml::RunNetworkAbsorption(run, lineCount, now.sections, memory);
@@ -348,14 +351,15 @@ void LateNetwork::Mix(std::uint32_t first, std::uint32_t frames) {
         mix.left[k] = fade.isFading ? from.left[k] + weightBefore * (to.left[k] - from.left[k]) : to.left[k];
         if (fade.isFading)
             mix.leftSteps[k] = (weightAfter - weightBefore) * (to.left[k] - from.left[k]) * toStep;
-        mix.diffused[k] =
-            Past(diffusers[k], from.lengths[k].diffuser, to.lengths[k].diffuser, frames, diffused.channels[k]);
+        mix.diffused[k] = Past(diffusers[k], from.lengths[k].diffuser, to.lengths[k].diffuser, frames,
+                               diffused.channels[k]);
         mix.diffusing[k] = diffusers[k].Ahead();
     }
     hcml::RunNetworkMix(mix, lineCount);
 }
 
-// The angles go in chords from end to end of stretches that don't depend on the blocks; in a fade, of its parts.
+// The angles go in chords from end to end of stretches that don't depend on the blocks; in a fade, of its
+// parts.
 void LateNetwork::MoveAngles(float angle, std::uint32_t frames, hcml::NetworkMix& mix) {
     const bool isNew = fade.isFading || chordFrames == 0;
     if (isNew) chordFrames = fade.isFading ? frames : mostPartFrames - stretchFrame;

@@ -7,9 +7,9 @@
 //                                                └───────────── orthogonal mix ────────────┘
 //
 // What comes first has not been through the loop, so its level and its colour are those of the input. The mix
-// loses nothing by itself, whatever its angles: diffusion sets them, and some move slowly (Schlecht and Habets,
-// 2015), so that no mode of the room stands still. All of the decay is in the absorption. Part of the reverb.
-// Run on the server's thread inside the block: only the constructor allocates.
+// loses nothing by itself, whatever its angles: diffusion sets them, and some move slowly (Schlecht and
+// Habets, 2015), so that no mode of the room stands still. All of the decay is in the absorption. Part of the
+// reverb. Run on the server's thread inside the block: only the constructor allocates.
 
 #include <array>
 #include <cstdint>
@@ -40,8 +40,8 @@ public:
     const std::uint32_t lineCount;
     hcml::ac::Bus lines;  ///< the outputs of the last Run, all together of the energy of the input
 
-    /// Sixteen lines with `isFull`, else eight. For blocks of at most `blockFrames` frames, at the rate in Hz.
-    /// The course outlives the network. Throws slib::OutOfMemoryException.
+    /// Sixteen lines with `isFull`, else eight. For blocks of at most `blockFrames` frames, at the rate in
+    /// Hz. The course outlives the network. Throws slib::OutOfMemoryException.
     LateNetwork(float sampleRate, bool isFull, std::uint32_t blockFrames, const CrossfadeCourse& course);
 
     /// Sets `frames` samples of `lines`. What has changed in the room fades over from the old room.
@@ -91,9 +91,9 @@ private:
     Plan from, to;  // of the rooms of `fade`
     std::array<SlidingDelay, maximumLines> delays, diffusers;
     std::array<Phase, pairs> phases{};  // of what moves the angles
-    std::array<Chord, pairs> chords{};    // on which they move
-    std::uint32_t chordFrames = 0;        // that are left of these
-    std::uint32_t stretchFrame = 0;       // since the last of the moments in which chords end
+    std::array<Chord, pairs> chords{};  // on which they move
+    std::uint32_t chordFrames = 0;      // that are left of these
+    std::uint32_t stretchFrame = 0;     // since the last of the moments in which chords end
     hcml::NetworkMemory memory;
     std::uint32_t history = 0;        // samples before the block in `fed`
     hcml::FloatTupleVector fed;       // the input, with what came before

@@ -8,7 +8,7 @@
 namespace goal::fx {
 namespace {
 
-constexpr float deepest = 0.025F;            // seconds
+constexpr float deepest = 0.025F;                      // seconds
 constexpr double longestWait = 0.3 + 0.1 + 2 * 0.025;  // seconds
 
 // The samples that interpolation needs on the new side.

@@ -3,7 +3,8 @@
 // The refined reverb, basic and full:
 //
 //     input ── RoomShelves ─┬─ EarlyReflections ──────────────────────────────────────────> W X Y Z
-//                           └─ LatePreDelay_v2 ── ReverbEcho_v2 ── LateNetwork ── LateDirections ──> all channels
+//                           └─ LatePreDelay_v2 ── ReverbEcho_v2 ── LateNetwork ── LateDirections ──> all
+//                           channels
 //
 // Early reflections are those of ReverbState_v2. The late part has the decay times, the level, the beginning
 // and the diffuse field that are asked of it, each by itself. No change of a parameter clicks: each stage

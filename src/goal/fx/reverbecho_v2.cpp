@@ -41,8 +41,8 @@ RoomDecay DecayWithEchoes(const RoomEcho& echo) {
     RoomDecay decay = echo.decay;
     const double share = echo.Share() * echo.Share();
     if (share == 0) return decay;
-    // From 5 to 35 dB, where decay times are measured. A line through all of the steps between is less bent than
-    // one through these two points, by a quarter.
+    // From 5 to 35 dB, where decay times are measured. A line through all of the steps between is less bent
+    // than one through these two points, by a quarter.
     const double spacing = echo.time / decay.time;
     const double slope = 0.5 / (FallTime(35, spacing, share) - FallTime(5, spacing, share));
     const double scale = 1 + 0.75 * (slope - 1);
@@ -87,8 +87,7 @@ void ReverbEcho_v2::Run(const RoomEcho& echo, float* samples, std::uint32_t fram
         now = RepeatFor(echo);
     }
     for (std::uint32_t i = 0; i < frames;) {
-        const std::uint32_t count =
-            std::min({frames - i, now.delay, fade.isFading ? old.delay : now.delay});
+        const std::uint32_t count = std::min({frames - i, now.delay, fade.isFading ? old.delay : now.delay});
         Sum(now, samples + i, count, sums.data);
         if (fade.isFading) {
             Sum(old, samples + i, count, oldSums.data);

@@ -31,8 +31,8 @@ struct RoomEcho {
     double Share() const { return depth * (1 - 0.5 * diffusion); }
 };
 
-/// The decay times that a room needs so that with those echoes it has the times that were asked for: each echo
-/// begins a decay of its own, and until there are as many as die away, what is heard falls more slowly.
+/// The decay times that a room needs so that with those echoes it has the times that were asked for: each
+/// echo begins a decay of its own, and until there are as many as die away, what is heard falls more slowly.
 RoomDecay DecayWithEchoes(const RoomEcho& echo);
 
 class ReverbEcho_v2 {

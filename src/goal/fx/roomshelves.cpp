@@ -60,8 +60,8 @@ RoomShelves::Filter RoomShelves::MakeFilter(const RoomGains& gains) const {
     return filter;
 }
 
-// With x = tan(reference/2) / tan(corner/2) for a high shelf, and the inverse for a low one, the squared gain is
-// (1 + p²x⁴) / (1 + x⁴). The end p lies 3 dB beyond the gain g asked for, which makes x⁴ = 2(1 - g²)/g².
+// With x = tan(reference/2) / tan(corner/2) for a high shelf, and the inverse for a low one, the squared gain
+// is (1 + p²x⁴) / (1 + x⁴). The end p lies 3 dB beyond the gain g asked for, which makes x⁴ = 2(1 - g²)/g².
 void RoomShelves::AddShelves(Filter& filter, double gain, double reference, bool isHigh) const {
     const std::uint32_t count = ShelvesFor(gain);
     if (count == 0) return;

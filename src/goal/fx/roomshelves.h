@@ -1,12 +1,13 @@
 #pragma once
 
-// The gains of a reverb at both ends of the spectrum, on its input, so that early and late part have them alike:
+// The gains of a reverb at both ends of the spectrum, on its input, so that early and late part have them
+// alike:
 //
 //     input ── high shelves ── low shelves ──> output
 //
 // Butterworth shelves of the second order, with their gain at the reference and nothing taken off the middle:
-// as many in a row as a gain needs for that. Run on the server's thread inside the block: only the constructor
-// allocates.
+// as many in a row as a gain needs for that. Run on the server's thread inside the block: only the
+// constructor allocates.
 
 #include <array>
 #include <cstdint>

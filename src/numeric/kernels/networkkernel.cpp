@@ -208,9 +208,8 @@ HWY_INLINE void MixAt(D d, const NetworkMix& mix, std::uint32_t i, std::index_se
     constexpr std::size_t lines = 2 * sizeof...(pair);
     V v[lines];
     const V frame = hn::Add(hn::Iota(d, 0.0F), hn::Set(d, static_cast<float>(static_cast<std::int32_t>(i))));
-    const auto at = [d, frame](float value, float step) HWY_ATTR {
-        return hn::Add(hn::Set(d, value), hn::Mul(frame, hn::Set(d, step)));
-    };
+    const auto at = [d, frame](float value, float step)
+                        HWY_ATTR { return hn::Add(hn::Set(d, value), hn::Mul(frame, hn::Set(d, step))); };
     const auto turn = [&](std::size_t p) HWY_ATTR {
         const V a = hn::LoadU(d, mix.past[2 * p] + i), b = hn::LoadU(d, mix.past[2 * p + 1] + i);
         const V c = at(mix.cosines[p], mix.cosineSteps[p]), s = at(mix.sines[p], mix.sineSteps[p]);

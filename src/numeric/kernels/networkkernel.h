@@ -42,8 +42,8 @@ struct NetworkMemory {
     NetworkLanes z2[networkSections] = {};
 };
 
-/// Rows through the sections. All 16 rows are valid, those of unused lines may be any scratch memory. None that
-/// is written overlaps another. They are read four frames ahead of what is written.
+/// Rows through the sections. All 16 rows are valid, those of unused lines may be any scratch memory. None
+/// that is written overlaps another. They are read four frames ahead of what is written.
 struct NetworkAbsorption {
     const float* past[maximumNetworkLines] = {};
     float* ahead[maximumNetworkLines] = {};
@@ -62,14 +62,15 @@ void RunMovingNetworkAbsorption(const NetworkAbsorption& run, std::uint32_t line
                                 const NetworkSection (&steps)[networkSections],
                                 NetworkMemory& memory) SLIB_NONBLOCKING;
 
-/// The orthogonal mix of 8 or 16 rows, as one turn after another of pairs of rows, and what is added after it:
+/// The orthogonal mix of 8 or 16 rows, as one turn after another of pairs of rows, and what is added after
+/// it:
 ///
 ///     a' = cosine·a + sine·b,  b' = cosine·b - sine·a      neighbours, each pair by an angle that moves
 ///     a' = a + tangent·b,      b' = b - tangent·a          rows 2, 4 (and 8) apart, all by one angle
 ///
 /// The second form grows by 1/cosine each time, which the caller takes off before. With all angles an eighth
-/// of a circle this is a Hadamard matrix but for signs. Each sum goes to an output, and through an all-pass of
-/// Schroeder's (1961) with a delay line of its own into the line:
+/// of a circle this is a Hadamard matrix but for signs. Each sum goes to an output, and through an all-pass
+/// of Schroeder's (1961) with a delay line of its own into the line:
 ///
 ///     v = sum + diffusion·d,  out = d - diffusion·v        d is the v of some time ago, times what is left
 struct NetworkMix {
