@@ -116,18 +116,19 @@ Bands SolveGains(const Bands& wanted, const BandPlan& plan) {
     return gains;
 }
 
-// Two shelves are loudest at an end, at a corner or between them, and so slowly changing that a few
-// frequencies show it.
-double Loudest(const Bands& gains, const BandPlan& plan) {
-    double most = gains[0] + std::max(gains[1], gains[2]);
+// By how many dB a line is above `most` where it is loudest. Two shelves are loudest at an end, at a corner or
+// between them, and so slowly changing that a few frequencies show it.
+double Excess(const Bands& gains, const BandPlan& plan, double most) {
+    if (gains[0] + std::max(gains[1], 0.0) + std::max(gains[2], 0.0) <= most) return 0;
+    double loudest = gains[0] + std::max(gains[1], gains[2]);
     const double toHigh = plan.highCorner / plan.lowCorner;
     constexpr int points = 6;
     for (int i = -points; i <= 2 * points; ++i) {
         const double ratio = std::pow(std::max(toHigh, 1.5), static_cast<double>(i) / points);
-        most = std::max(
-            most, gains[0] + ShelfDecibels(gains[1], ratio / toHigh) + ShelfDecibels(gains[2], 1 / ratio));
+        loudest = std::max(loudest, gains[0] + ShelfDecibels(gains[1], ratio / toHigh) +
+                                        ShelfDecibels(gains[2], 1 / ratio));
     }
-    return most;
+    return std::max(loudest - most, 0.0);
 }
 
 // The bilinear transform of the shelf above, with its corner at the warped frequency k.
@@ -182,7 +183,7 @@ Absorption DesignAbsorption(const RoomDecay& decay, double sampleRate, std::span
                                   loss / decay.lowTime - elsewhere},
                                  plan);
         const double most = loss / (mostLonger * decay.LongestTime()) - elsewhere;
-        gains[0] -= std::max(Loudest(gains, plan) - most, 0.0);
+        gains[0] -= Excess(gains, plan, most);
         SetSection(gains[1], plan.highCorner, true, AmplitudeOf(gains[0]), absorption.sections[0], k);
         SetSection(gains[2], plan.lowCorner, false, 1, absorption.sections[1], k);
     }
