@@ -20,12 +20,12 @@ public:
 
     /// For blocks of at most `blockFrames` at the rate in Hz. Throws slib::OutOfMemoryException.
     CrossfadeCourse(float sampleRate, std::uint32_t blockFrames)
-        : frames(static_cast<std::uint32_t>(0.01F * sampleRate) + 1), weights(frames + blockFrames) {
+        : frames(static_cast<std::uint32_t>(0.01F * sampleRate) + 1), weights(frames + blockFrames + 3) {
         for (std::uint32_t i = 0; i < weights.size; ++i)
             weights.data[i] = static_cast<float>(WeightAt(i));
     }
 
-    /// From `position` in a fade on; 1 after its end. A block of them.
+    /// From `position` in a fade on; 1 after its end. As many as a block has, in whole groups of four.
     const float* From(std::uint32_t position) const { return weights.data + position; }
 
 private:

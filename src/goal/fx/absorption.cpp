@@ -10,6 +10,9 @@ namespace {
 // The most that a shelf of two octaves can do without bending what is beside it, in dB.
 constexpr double mostShelf = 12;
 
+// The most that one is asked for: with 20 dB a round nothing is left to be heard.
+constexpr double mostAsked = 20;
+
 constexpr double middle = 1000;  // Hz
 
 // What the longest decay time may be of the longest one asked for, between the frequencies that are solved
@@ -101,12 +104,14 @@ void Improve(Bands& gains, const Bands& wanted, const BandPlan& plan) {
 
 // A shelf of no gain has no curve to scale, and one of too much is none that was asked for.
 double UsableDecibels(double decibels) {
-    constexpr double least = 1e-4, most = 100;
+    constexpr double least = 1e-4, most = 40;
     return std::abs(decibels) < least ? least : std::clamp(decibels, -most, most);
 }
 
 // The gain and those of the shelves in dB.
-Bands SolveGains(const Bands& wanted, const BandPlan& plan) {
+Bands SolveGains(Bands wanted, const BandPlan& plan) {
+    for (const std::size_t end : {1, 2})
+        wanted[end] = std::clamp(wanted[end], wanted[0] - mostAsked, wanted[0] + mostAsked);
     Bands gains{wanted[0], UsableDecibels(wanted[1] - wanted[0]), UsableDecibels(wanted[2] - wanted[0])};
     for (int i = 0; plan.areSeparate && i < 3; ++i) {
         Improve(gains, wanted, plan);
@@ -116,34 +121,42 @@ Bands SolveGains(const Bands& wanted, const BandPlan& plan) {
     return gains;
 }
 
-// By how many dB a line is above `most` where it is loudest. Two shelves are loudest at an end, at a corner or
-// between them, and so slowly changing that a few frequencies show it.
+// By how many dB a line is above `most` where it is loudest: at an end, or at a hump around the corners.
 double Excess(const Bands& gains, const BandPlan& plan, double most) {
     if (gains[0] + std::max(gains[1], 0.0) + std::max(gains[2], 0.0) <= most) return 0;
-    double loudest = gains[0] + std::max(gains[1], gains[2]);
-    const double toHigh = plan.highCorner / plan.lowCorner;
-    constexpr int points = 6;
-    for (int i = -points; i <= 2 * points; ++i) {
-        const double ratio = std::pow(std::max(toHigh, 1.5), static_cast<double>(i) / points);
-        loudest = std::max(loudest, gains[0] + ShelfDecibels(gains[1], ratio / toHigh) +
-                                        ShelfDecibels(gains[2], 1 / ratio));
+    const auto at = [&](double octaves) {  // from the low corner
+        const double ratio = std::exp2(octaves);
+        return gains[0] + ShelfDecibels(gains[1], ratio * plan.lowCorner / plan.highCorner) +
+               ShelfDecibels(gains[2], 1 / ratio);
+    };
+    const double apart = std::log2(plan.highCorner / plan.lowCorner);
+    constexpr double step = 0.5;
+    double best = 0;
+    for (double octaves = std::min(apart, 0.0) - 4; octaves < std::max(apart, 0.0) + 4; octaves += step)
+        if (at(octaves) > at(best)) best = octaves;
+    double first = best - step, last = best + step;
+    for (int i = 0; i < 16; ++i) {
+        const double left = first + (last - first) / 3, right = last - (last - first) / 3;
+        (at(left) < at(right) ? first : last) = at(left) < at(right) ? left : right;
     }
+    const double loudest = std::max({at(first), at(best), gains[0] + gains[1], gains[0] + gains[2]});
     return std::max(loudest - most, 0.0);
 }
 
 // The bilinear transform of the shelf above, with its corner at the warped frequency k.
-void SetSection(double decibels, double k, bool isHigh, double gain, hcml::NetworkSection& section,
-                std::size_t line) {
+Biquad MakeBiquad(double decibels, double k, bool isHigh, double gain) {
     const double amplitude = AmplitudeOf(decibels / 2), root = std::sqrt(2 * amplitude) * k;
     const double above = isHigh ? amplitude : 1,
-                 below = isHigh ? 1 : amplitude;  // of s² and 1, in the numerator
+                 below = isHigh ? 1 : amplitude;  // in the numerator: of s², 1
     const double squared = k * k, divisor = below + root + above * squared;
     const double scale = gain * amplitude / divisor;
-    section.n0[line] = static_cast<float>(scale * (above + root + below * squared));
-    section.n1[line] = static_cast<float>(scale * 2 * (below * squared - above));
-    section.n2[line] = static_cast<float>(scale * (above - root + below * squared));
-    section.d1[line] = static_cast<float>(2 * (above * squared - below) / divisor);
-    section.d2[line] = static_cast<float>((below - root + above * squared) / divisor);
+    Biquad section;
+    section.n0 = scale * (above + root + below * squared);
+    section.n1 = scale * 2 * (below * squared - above);
+    section.n2 = scale * (above - root + below * squared);
+    section.d1 = 2 * (above * squared - below) / divisor;
+    section.d2 = (below - root + above * squared) / divisor;
+    return section;
 }
 
 }  // namespace
@@ -173,21 +186,36 @@ double LongestLine(const RoomDecay& decay) {
     return mostShelf / (60 * most);
 }
 
-Absorption DesignAbsorption(const RoomDecay& decay, double sampleRate, std::span<const LineLengths> lengths) {
+std::array<Biquad, 2> LineFilter::Biquads() const {
+    return {MakeBiquad(high, highCorner, true, AmplitudeOf(gain)), MakeBiquad(low, lowCorner, false, 1)};
+}
+
+// The low shelf in its band and low outputs: 1 + √2(A - 1)·band + (A² - 1)·low, at the corner over √A.
+void LineFilter::Set(hcml::NetworkShelves& shelves, std::size_t line) const {
+    const Biquad section = MakeBiquad(high, highCorner, true, AmplitudeOf(gain));
+    shelves.n0[line] = static_cast<float>(section.n0);
+    shelves.n1[line] = static_cast<float>(section.n1);
+    shelves.n2[line] = static_cast<float>(section.n2);
+    shelves.d1[line] = static_cast<float>(section.d1);
+    shelves.d2[line] = static_cast<float>(section.d2);
+    const double amplitude = AmplitudeOf(low / 2), g = lowCorner / std::sqrt(amplitude);
+    const double a1 = 1 / (1 + g * (g + std::numbers::sqrt2));
+    shelves.a1[line] = static_cast<float>(a1);
+    shelves.a2[line] = static_cast<float>(g * a1);
+    shelves.a3[line] = static_cast<float>(g * g * a1);
+    shelves.bandGain[line] = static_cast<float>(std::numbers::sqrt2 * (amplitude - 1));
+    shelves.lowGain[line] = static_cast<float>(amplitude * amplitude - 1);
+}
+
+LineFilter DesignAbsorption(const RoomDecay& decay, double sampleRate, const LineLengths& lengths) {
     const BandPlan plan = PlanBands(decay, sampleRate);
-    Absorption absorption;
-    for (std::size_t k = 0; k < lengths.size(); ++k) {
-        const double elsewhere = -60.0 * lengths[k].diffuser / (sampleRate * decay.time);
-        const double loss = -60.0 * (lengths[k].delay + lengths[k].diffuser) / sampleRate;
-        Bands gains = SolveGains({loss / decay.time - elsewhere, loss / decay.highTime - elsewhere,
-                                  loss / decay.lowTime - elsewhere},
-                                 plan);
-        const double most = loss / (mostLonger * decay.LongestTime()) - elsewhere;
-        gains[0] -= Excess(gains, plan, most);
-        SetSection(gains[1], plan.highCorner, true, AmplitudeOf(gains[0]), absorption.sections[0], k);
-        SetSection(gains[2], plan.lowCorner, false, 1, absorption.sections[1], k);
-    }
-    return absorption;
+    const double elsewhere = -60.0 * lengths.diffuser / (sampleRate * decay.time);
+    const double loss = -60.0 * (lengths.delay + lengths.diffuser) / sampleRate;
+    Bands gains = SolveGains(
+        {loss / decay.time - elsewhere, loss / decay.highTime - elsewhere, loss / decay.lowTime - elsewhere},
+        plan);
+    gains[0] -= Excess(gains, plan, loss / (mostLonger * decay.LongestTime()) - elsewhere);
+    return {gains[0], gains[1], gains[2], plan.highCorner, plan.lowCorner};
 }
 
 }  // namespace goal::fx

@@ -8,8 +8,8 @@
 
 #include <array>
 #include <cstdint>
-#include <span>
 
+#include "goal/dsp/biquad.h"
 #include "numeric/kernels/networkkernel.h"
 
 namespace goal::fx {
@@ -30,11 +30,6 @@ struct RoomDecay {
     double PinkEnergy() const;
 };
 
-/// The high shelves of all lines, with their gains, and the low shelves.
-struct Absorption {
-    hcml::NetworkSection sections[hcml::networkSections];
-};
-
 /// The lengths of a line's two delays, in samples. What a sound in the middle loses in the second is taken
 /// off there, and the filter does all the rest.
 struct LineLengths {
@@ -42,11 +37,24 @@ struct LineLengths {
     std::uint32_t diffuser = 0;
 };
 
-/// The filters of as many lines as there are `lengths`; those of other lines let nothing through.
+/// The filter of one line: a gain, and shelves whose ends have these and their corners half of them.
+struct LineFilter {
+    double gain = 0;        ///< dB, as all of these
+    double high = 0;        ///< of the high shelf's end
+    double low = 0;         ///< of the low shelf's end
+    double highCorner = 1;  ///< the tangent of half its angle, as the other
+    double lowCorner = 1;
+
+    /// Both sections, with the gain in the first.
+    std::array<Biquad, 2> Biquads() const;
+    /// The same, for one line of a network.
+    void Set(hcml::NetworkShelves& shelves, std::size_t line) const;
+};
+
 /// The middle is 1 kHz, or further from references that are near to it; references less than two octaves
 /// apart share what is between them, and the decay times are then those of the shelves' ends. At no frequency
-/// does a line sound longer than 1.2 times the longest of the three times.
-Absorption DesignAbsorption(const RoomDecay& decay, double sampleRate, std::span<const LineLengths> lengths);
+/// does a line sound much longer than 1.2 times the longest of the three times.
+LineFilter DesignAbsorption(const RoomDecay& decay, double sampleRate, const LineLengths& lengths);
 
 /// What is left of a sound's energy after `length` samples, when 60 dB take `time` seconds.
 double EnergyLeft(double length, double time, double sampleRate);

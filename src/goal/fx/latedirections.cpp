@@ -63,16 +63,16 @@ bool IsOdd(std::uint32_t channel) {
 }
 
 void AddAndSubtract(const float* __restrict a, const float* __restrict b, float* __restrict sum,
-                    float* __restrict difference, std::uint32_t frames) {
-    for (std::uint32_t i = 0; i < frames; ++i) {
+                    float* __restrict difference, std::uint32_t count) {
+    for (std::uint32_t i = 0; i < count; ++i) {
         sum[i] = a[i] + b[i];
         difference[i] = a[i] - b[i];
     }
 }
 
 void Split(const float* __restrict samples, const float* __restrict weights, float* __restrict part,
-           float* __restrict rest, std::uint32_t frames) {
-    for (std::uint32_t i = 0; i < frames; ++i) {
+           float* __restrict rest, std::uint32_t count) {
+    for (std::uint32_t i = 0; i < count; ++i) {
         part[i] = samples[i] * weights[i];
         rest[i] = samples[i] - part[i];
     }
@@ -106,8 +106,7 @@ void LateDirections::SetGains(const LateField& field) {
 }
 
 // Opposite directions have the same polynomials of even degree, and those of odd degree but for the sign.
-void LateDirections::MixPairs(const hcml::ac::Bus& lines, float* const* output, std::uint32_t frames,
-                              std::uint32_t vectors) {
+void LateDirections::MixPairs(const hcml::ac::Bus& lines, float* const* output, std::uint32_t vectors) {
     std::array<float*, mostChannels> channels{};
     std::array<std::uint32_t, 2> counts{};  // of degree even, odd
     for (std::uint32_t c = 0; c < (order + 1) * (order + 1); ++c)
@@ -119,7 +118,7 @@ void LateDirections::MixPairs(const hcml::ac::Bus& lines, float* const* output, 
         const bool areAlike = SignOf(p) == SignOf(p + pairs);
         AddAndSubtract(lines.channels[p], lines.channels[p + pairs],
                        weighted.channels[areAlike ? p : p + pairs],
-                       weighted.channels[areAlike ? p + pairs : p], frames);
+                       weighted.channels[areAlike ? p + pairs : p], 4 * vectors);
         std::uint32_t even = 0, odd = counts[0];
         for (std::uint32_t c = 0; c < (order + 1) * (order + 1); ++c)
             pairGains[p][IsOdd(c) ? odd++ : even++] = gains[p][c];
@@ -140,12 +139,13 @@ void LateDirections::Run(const LateField& field, const hcml::ac::Bus& lines, flo
     for (std::uint32_t k = 0; k < lineCount; ++k)
         std::fill(lines.channels[k] + frames, lines.channels[k] + std::size_t{4} * vectors, 0.0F);
     const bool isPanned = fade.to.pan != Vector3{};
-    if (!fade.isFading && !isPanned) return MixPairs(lines, output, frames, vectors);
+    if (!fade.isFading && !isPanned) return MixPairs(lines, output, vectors);
     hcml::Mix mix{output, channels, lines.channels, lineCount, gains[0].data(), mostChannels, vectors};
     if (fade.isFading) {
         const float* const weights = course.From(fade.position);
         for (std::uint32_t k = 0; k < lineCount; ++k)
-            Split(lines.channels[k], weights, weighted.channels[k], weighted.channels[lineCount + k], frames);
+            Split(lines.channels[k], weights, weighted.channels[k], weighted.channels[lineCount + k],
+                  4 * vectors);
         mix.sources = weighted.channels;
         mix.sourceCount = 2 * lineCount;
     }

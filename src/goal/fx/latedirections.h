@@ -42,8 +42,7 @@ private:
     using Gains = std::array<float, mostChannels>;  // of one line
 
     void SetGains(const LateField& field);
-    void MixPairs(const hcml::ac::Bus& lines, float* const* output, std::uint32_t frames,
-                  std::uint32_t vectors);
+    void MixPairs(const hcml::ac::Bus& lines, float* const* output, std::uint32_t vectors);
 
     const std::uint32_t lineCount;
     const std::uint32_t order;
@@ -51,7 +50,7 @@ private:
     Crossfade<LateField> fade;
     std::array<Gains, std::size_t{2} * LateNetwork::maximumLines> gains{};  // of all lines; then the old ones
     std::array<Gains, LateNetwork::maximumLines / 2> pairGains{};           // of even degree, and then of odd
-    hcml::ac::Bus weighted;  // the lines by the weights of the new field, and by the rest
+    hcml::ac::Bus weighted;  // the lines by the weights of the new field, and by the rest; or sums of pairs
 };
 
 }  // namespace goal::fx

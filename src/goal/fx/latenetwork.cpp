@@ -91,22 +91,26 @@ std::uint32_t Reversed(std::uint32_t line, std::uint32_t lineCount) {
     return result;
 }
 
+using hcml::NetworkLanes;
+using hcml::NetworkShelves;
+
 // Calls `body` with the same coefficient of each.
-template <typename Body, typename... Sections>
-void ForEachCoefficient(const Body& body, Sections&... all) {
-    for (std::uint32_t k = 0; k < hcml::networkSections; ++k) {
-        body(all.sections[k].n0...);
-        body(all.sections[k].n1...);
-        body(all.sections[k].n2...);
-        body(all.sections[k].d1...);
-        body(all.sections[k].d2...);
-    }
+template <typename Body, typename... Shelves>
+void ForEachCoefficient(const Body& body, Shelves&... all) {
+    body(all.n0...);
+    body(all.n1...);
+    body(all.n2...);
+    body(all.d1...);
+    body(all.d2...);
+    body(all.a1...);
+    body(all.a2...);
+    body(all.a3...);
+    body(all.bandGain...);
+    body(all.lowGain...);
 }
 
-using hcml::NetworkLanes;
-
-Absorption Between(const Absorption& from, const Absorption& to, float weight) {
-    Absorption result;
+NetworkShelves Between(const NetworkShelves& from, const NetworkShelves& to, float weight) {
+    NetworkShelves result;
     const auto blend = [weight](const NetworkLanes& a, const NetworkLanes& b, NetworkLanes& target) {
         for (std::uint32_t i = 0; i < hcml::maximumNetworkLines; ++i)
             target[i] = a[i] + weight * (b[i] - a[i]);
@@ -116,8 +120,8 @@ Absorption Between(const Absorption& from, const Absorption& to, float weight) {
 }
 
 // What is to be added after each of `frames` frames.
-Absorption StepsTo(const Absorption& from, const Absorption& to, std::uint32_t frames) {
-    Absorption result;
+NetworkShelves StepsTo(const NetworkShelves& from, const NetworkShelves& to, std::uint32_t frames) {
+    NetworkShelves result;
     const auto step = [frames](const NetworkLanes& a, const NetworkLanes& b, NetworkLanes& target) {
         for (std::uint32_t i = 0; i < hcml::maximumNetworkLines; ++i)
             target[i] = (b[i] - a[i]) / static_cast<float>(frames);
@@ -170,10 +174,11 @@ LateNetwork::Plan LateNetwork::MakePlan(const LateRoom& room) const {
     Plan plan;
     SetDelays(room, plan);
     SetTaps(room, plan);
-    plan.absorption = DesignAbsorption(room.decay, sampleRate, {plan.lengths.data(), lineCount});
-    for (std::uint32_t k = 0; k < lineCount; ++k)
+    for (std::uint32_t k = 0; k < lineCount; ++k) {
+        DesignAbsorption(room.decay, sampleRate, plan.lengths[k]).Set(plan.absorption, k);
         plan.left[k] =
             static_cast<float>(std::sqrt(EnergyLeft(plan.lengths[k].diffuser, room.decay.time, sampleRate)));
+    }
     plan.diffusion = mostDiffusion * std::sqrt(room.diffusion);
     plan.angle = quarterPi * (0.1F + 0.9F * std::pow(room.diffusion, 0.35F));
     return plan;
@@ -303,15 +308,14 @@ const float* LateNetwork::Past(const SlidingDelay& memory, std::uint32_t oldDela
     return scratch;
 }
 
-Absorption LateNetwork::AbsorptionAt(float weight) const {
-    Absorption result = fade.isFading ? Between(from.absorption, to.absorption, weight) : to.absorption;
+NetworkShelves LateNetwork::AbsorptionAt(float weight) const {
+    NetworkShelves result = fade.isFading ? Between(from.absorption, to.absorption, weight) : to.absorption;
     // What the mix grows by in the turns of the second form.
     const float cosine = Cosine(Moving(&Plan::angle, weight));
     float scale = 1;
     for (std::uint32_t distance = 2; distance < lineCount; distance *= 2)
         scale *= cosine;
-    hcml::NetworkSection& first = result.sections[0];
-    for (NetworkLanes* const lanes : {&first.n0, &first.n1, &first.n2})
+    for (NetworkLanes* const lanes : {&result.n0, &result.n1, &result.n2})
         for (float& value : *lanes)
             value *= scale;
     return result;
@@ -326,10 +330,10 @@ void LateNetwork::Absorb(std::uint32_t frames) {
                                            delayed.channels[k])
                                     : delayed.channels[k];
     }
-    const Absorption now = AbsorptionAt(WeightAfter(0));
-    if (!fade.isFading) return hcml::RunNetworkAbsorption(run, lineCount, now.sections, memory);
-    const Absorption steps = StepsTo(now, AbsorptionAt(WeightAfter(frames)), frames);
-    hcml::RunMovingNetworkAbsorption(run, lineCount, now.sections, steps.sections, memory);
+    const NetworkShelves now = AbsorptionAt(WeightAfter(0));
+    if (!fade.isFading) return hcml::RunNetworkAbsorption(run, lineCount, now, memory);
+    const NetworkShelves steps = StepsTo(now, AbsorptionAt(WeightAfter(frames)), frames);
+    hcml::RunMovingNetworkAbsorption(run, lineCount, now, steps, memory);
 }
 
 void LateNetwork::Mix(std::uint32_t first, std::uint32_t frames) {
@@ -385,11 +389,8 @@ void LateNetwork::MoveAngles(float angle, std::uint32_t frames, hcml::NetworkMix
 }
 
 void LateNetwork::FlushMemory() {
-    for (std::uint32_t k = 0; k < hcml::networkSections; ++k)
-        for (std::uint32_t i = 0; i < lineCount; ++i) {
-            memory.z1[k][i] = KeptInMemory(memory.z1[k][i]);
-            memory.z2[k][i] = KeptInMemory(memory.z2[k][i]);
-        }
+    for (NetworkLanes* const lanes : {&memory.z1, &memory.z2, &memory.i1, &memory.i2})
+        std::transform(*lanes, *lanes + lineCount, *lanes, [](float value) { return KeptInMemory(value); });
 }
 
 }  // namespace goal::fx

@@ -57,7 +57,7 @@ private:
         std::array<float, maximumLines> left{};  // of a sound in the middle after the all-pass's delay
         std::array<std::array<std::uint32_t, hcml::networkTaps>, maximumLines> tapDelays{};  // samples
         std::array<std::array<float, hcml::networkTaps>, maximumLines> tapGains{};
-        Absorption absorption;
+        hcml::NetworkShelves absorption;
         float angle = 0;      // of the mix, radians
         float diffusion = 0;  // the coefficient of the all-passes
     };
@@ -79,7 +79,7 @@ private:
                       std::uint32_t frames, float* scratch) const;
     void Absorb(std::uint32_t frames);
     void Mix(std::uint32_t first, std::uint32_t frames);
-    Absorption AbsorptionAt(float weight) const;
+    hcml::NetworkShelves AbsorptionAt(float weight) const;
     float WeightAfter(std::uint32_t frames) const;
     float Moving(float Plan::*value, float weight) const;
     void MoveAngles(float angle, std::uint32_t frames, hcml::NetworkMix& mix);

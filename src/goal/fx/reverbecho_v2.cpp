@@ -68,16 +68,10 @@ ReverbEcho_v2::Repeat ReverbEcho_v2::RepeatFor(const RoomEcho& echo) const {
     // Where shelves of the second order aren't steep enough for all of it, a filter for half the time, twice.
     const std::uint32_t passes = repeat.delay > LongestLine(echo.decay) * sampleRate ? 2 : 1;
     const LineLengths lengths{.delay = repeat.delay / passes};
-    const Absorption absorption = DesignAbsorption(echo.decay, sampleRate, {&lengths, 1});
-    repeat.sectionCount = passes * hcml::networkSections;
-    for (std::uint32_t k = 0; k < repeat.sectionCount; ++k) {
-        const hcml::NetworkSection& section = absorption.sections[k % hcml::networkSections];
-        repeat.absorption[k] = {.n0 = section.n0[0],
-                                .n1 = section.n1[0],
-                                .n2 = section.n2[0],
-                                .d1 = section.d1[0],
-                                .d2 = section.d2[0]};
-    }
+    const std::array<Biquad, 2> filter = DesignAbsorption(echo.decay, sampleRate, lengths).Biquads();
+    repeat.sectionCount = 2 * passes;
+    for (std::uint32_t k = 0; k < repeat.sectionCount; ++k)
+        repeat.absorption[k] = filter[k % 2];
     return repeat;
 }
 

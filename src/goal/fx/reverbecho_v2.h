@@ -51,7 +51,7 @@ private:
         std::uint32_t delay = 1;  // samples
         float factor = 0;
         float level = 1;
-        std::array<Biquad, std::size_t{2} * hcml::networkSections> absorption;
+        std::array<Biquad, 4> absorption;
         std::uint32_t sectionCount = 0;
     };
 

@@ -19,74 +19,82 @@ HWY_INLINE V WithoutDenormal(V value) {
     return hn::Sub(hn::Add(value, offset), offset);
 }
 
-// The sections of as many lines as `V` has lanes.
+// The shelves of as many lines as `V` has lanes.
 template <class V>
-struct SectionVectors {
-    V n0[networkSections], n1[networkSections], n2[networkSections], d1[networkSections], d2[networkSections];
+struct ShelfVectors {
+    V n0, n1, n2, d1, d2, a1, a2, a3, bandGain, lowGain;
 
     template <class D>
-    HWY_INLINE void Load(D d, const NetworkSection* from, std::size_t lane) {
-        for (std::uint32_t k = 0; k < networkSections; ++k) {
-            n0[k] = hn::LoadU(d, from[k].n0 + lane);
-            n1[k] = hn::LoadU(d, from[k].n1 + lane);
-            n2[k] = hn::LoadU(d, from[k].n2 + lane);
-            d1[k] = hn::LoadU(d, from[k].d1 + lane);
-            d2[k] = hn::LoadU(d, from[k].d2 + lane);
-        }
+    HWY_INLINE void Load(D d, const NetworkShelves& from, std::size_t lane) {
+        n0 = hn::LoadU(d, from.n0 + lane);
+        n1 = hn::LoadU(d, from.n1 + lane);
+        n2 = hn::LoadU(d, from.n2 + lane);
+        d1 = hn::LoadU(d, from.d1 + lane);
+        d2 = hn::LoadU(d, from.d2 + lane);
+        a1 = hn::LoadU(d, from.a1 + lane);
+        a2 = hn::LoadU(d, from.a2 + lane);
+        a3 = hn::LoadU(d, from.a3 + lane);
+        bandGain = hn::LoadU(d, from.bandGain + lane);
+        lowGain = hn::LoadU(d, from.lowGain + lane);
     }
 
-    HWY_INLINE void Move(const SectionVectors& steps) {
-        for (std::uint32_t k = 0; k < networkSections; ++k) {
-            n0[k] = hn::Add(n0[k], steps.n0[k]);
-            n1[k] = hn::Add(n1[k], steps.n1[k]);
-            n2[k] = hn::Add(n2[k], steps.n2[k]);
-            d1[k] = hn::Add(d1[k], steps.d1[k]);
-            d2[k] = hn::Add(d2[k], steps.d2[k]);
-        }
+    HWY_INLINE void Move(const ShelfVectors& steps) {
+        n0 = hn::Add(n0, steps.n0);
+        n1 = hn::Add(n1, steps.n1);
+        n2 = hn::Add(n2, steps.n2);
+        d1 = hn::Add(d1, steps.d1);
+        d2 = hn::Add(d2, steps.d2);
+        a1 = hn::Add(a1, steps.a1);
+        a2 = hn::Add(a2, steps.a2);
+        a3 = hn::Add(a3, steps.a3);
+        bandGain = hn::Add(bandGain, steps.bandGain);
+        lowGain = hn::Add(lowGain, steps.lowGain);
     }
 };
 
 template <class V>
 struct MemoryVectors {
-    V z1[networkSections], z2[networkSections];
+    V z1, z2, i1, i2;
 
     template <class D>
     HWY_INLINE void Load(D d, const NetworkMemory& from, std::size_t lane) {
-        for (std::uint32_t k = 0; k < networkSections; ++k) {
-            z1[k] = hn::LoadU(d, from.z1[k] + lane);
-            z2[k] = hn::LoadU(d, from.z2[k] + lane);
-        }
+        z1 = hn::LoadU(d, from.z1 + lane);
+        z2 = hn::LoadU(d, from.z2 + lane);
+        i1 = hn::LoadU(d, from.i1 + lane);
+        i2 = hn::LoadU(d, from.i2 + lane);
     }
 
     template <class D>
     HWY_INLINE void Store(D d, NetworkMemory& to, std::size_t lane) const {
-        for (std::uint32_t k = 0; k < networkSections; ++k) {
-            hn::StoreU(z1[k], d, to.z1[k] + lane);
-            hn::StoreU(z2[k], d, to.z2[k] + lane);
-        }
+        hn::StoreU(z1, d, to.z1 + lane);
+        hn::StoreU(z2, d, to.z2 + lane);
+        hn::StoreU(i1, d, to.i1 + lane);
+        hn::StoreU(i2, d, to.i2 + lane);
     }
 
     // One frame.
-    HWY_INLINE V Run(const SectionVectors<V>& by, V x) {
-        for (std::uint32_t k = 0; k < networkSections; ++k) {
-            const V y = hn::Add(hn::Mul(by.n0[k], x), z1[k]);
-            z1[k] = hn::Sub(hn::Add(hn::Mul(by.n1[k], x), z2[k]), hn::Mul(by.d1[k], y));
-            z2[k] = hn::Sub(hn::Mul(by.n2[k], x), hn::Mul(by.d2[k], y));
-            x = y;
-        }
-        return WithoutDenormal(x);
+    HWY_INLINE V Run(const ShelfVectors<V>& by, V x) {
+        const V y = hn::Add(hn::Mul(by.n0, x), z1);
+        z1 = hn::Sub(hn::Add(hn::Mul(by.n1, x), z2), hn::Mul(by.d1, y));
+        z2 = hn::Sub(hn::Mul(by.n2, x), hn::Mul(by.d2, y));
+        const V e = hn::Sub(y, i2);
+        const V band = hn::Add(hn::Mul(by.a1, i1), hn::Mul(by.a2, e));
+        const V low = hn::Add(i2, hn::Add(hn::Mul(by.a2, i1), hn::Mul(by.a3, e)));
+        i1 = hn::Sub(hn::Add(band, band), i1);
+        i2 = hn::Sub(hn::Add(low, low), i2);
+        return WithoutDenormal(hn::Add(y, hn::Add(hn::Mul(by.bandGain, band), hn::Mul(by.lowGain, low))));
     }
 };
 
 // Frames from `first` to `end` of one line alone, with coefficients that are `first` steps on.
 template <bool moving>
 void AbsorbLine(const NetworkAbsorption& run, std::uint32_t line, std::uint32_t first,
-                const NetworkSection* sections, const NetworkSection* steps, NetworkMemory& memory) {
+                const NetworkShelves& shelves, const NetworkShelves& steps, NetworkMemory& memory) {
     const hn::CappedTag<float, 1> d;
     using V = hn::Vec<decltype(d)>;
-    SectionVectors<V> now, step;
+    ShelfVectors<V> now, step;
     MemoryVectors<V> remembered;
-    now.Load(d, sections, line);
+    now.Load(d, shelves, line);
     if (moving) step.Load(d, steps, line);
     remembered.Load(d, memory, line);
     for (std::uint32_t i = 0; moving && i < first; ++i)
@@ -101,10 +109,10 @@ void AbsorbLine(const NetworkAbsorption& run, std::uint32_t line, std::uint32_t 
 #if HWY_TARGET == HWY_SCALAR
 
 template <bool moving>
-void Absorb(const NetworkAbsorption& run, std::uint32_t lineCount, const NetworkSection* sections,
-            const NetworkSection* steps, NetworkMemory& memory) {
+void Absorb(const NetworkAbsorption& run, std::uint32_t lineCount, const NetworkShelves& shelves,
+            const NetworkShelves& steps, NetworkMemory& memory) {
     for (std::uint32_t line = 0; line < lineCount; ++line)
-        AbsorbLine<moving>(run, line, 0, sections, steps, memory);
+        AbsorbLine<moving>(run, line, 0, shelves, steps, memory);
 }
 
 #else
@@ -113,13 +121,13 @@ void Absorb(const NetworkAbsorption& run, std::uint32_t lineCount, const Network
 // another less.
 template <bool moving, std::size_t groups, class D>
 HWY_INLINE void AbsorbVectors(D d, const NetworkAbsorption& run, std::size_t lane, std::uint32_t frames,
-                              const NetworkSection* sections, const NetworkSection* steps,
+                              const NetworkShelves& shelves, const NetworkShelves& steps,
                               NetworkMemory& memory) {
     constexpr std::size_t count = hn::MaxLanes(D());
-    SectionVectors<hn::Vec<D>> now[groups], step[groups];
+    ShelfVectors<hn::Vec<D>> now[groups], step[groups];
     MemoryVectors<hn::Vec<D>> remembered[groups];
     for (std::size_t g = 0; g < groups; ++g) {
-        now[g].Load(d, sections, lane + g * count);
+        now[g].Load(d, shelves, lane + g * count);
         if (moving) step[g].Load(d, steps, lane + g * count);
         remembered[g].Load(d, memory, lane + g * count);
     }
@@ -144,28 +152,28 @@ HWY_INLINE void AbsorbVectors(D d, const NetworkAbsorption& run, std::size_t lan
 }
 
 template <bool moving>
-void Absorb(const NetworkAbsorption& run, std::uint32_t lineCount, const NetworkSection* sections,
-            const NetworkSection* steps, NetworkMemory& memory) {
+void Absorb(const NetworkAbsorption& run, std::uint32_t lineCount, const NetworkShelves& shelves,
+            const NetworkShelves& steps, NetworkMemory& memory) {
     const std::uint32_t whole = run.frames - run.frames % framesPerStep;
     const hn::CappedTag<float, 8> wide;
     constexpr std::size_t lanes = hn::MaxLanes(wide);
     for (std::size_t lane = 0; lane < lineCount; lane += 2 * lanes)
-        AbsorbVectors<moving, 2>(wide, run, lane, whole, sections, steps, memory);
+        AbsorbVectors<moving, 2>(wide, run, lane, whole, shelves, steps, memory);
     if (whole == run.frames) return;
     for (std::uint32_t line = 0; line < lineCount; ++line)
-        AbsorbLine<moving>(run, line, whole, sections, steps, memory);
+        AbsorbLine<moving>(run, line, whole, shelves, steps, memory);
 }
 
 #endif
 
-void AbsorbStill(const NetworkAbsorption& run, std::uint32_t lineCount, const NetworkSection* sections,
+void AbsorbStill(const NetworkAbsorption& run, std::uint32_t lineCount, const NetworkShelves& shelves,
                  NetworkMemory& memory) {
-    Absorb<false>(run, lineCount, sections, sections, memory);
+    Absorb<false>(run, lineCount, shelves, shelves, memory);
 }
 
-void AbsorbMoving(const NetworkAbsorption& run, std::uint32_t lineCount, const NetworkSection* sections,
-                  const NetworkSection* steps, NetworkMemory& memory) {
-    Absorb<true>(run, lineCount, sections, steps, memory);
+void AbsorbMoving(const NetworkAbsorption& run, std::uint32_t lineCount, const NetworkShelves& shelves,
+                  const NetworkShelves& steps, NetworkMemory& memory) {
+    Absorb<true>(run, lineCount, shelves, steps, memory);
 }
 
 template <class D>
@@ -267,14 +275,14 @@ void SumNetworkTaps(const NetworkInput& input, float* const* rows, std::uint32_t
 }
 
 void RunNetworkAbsorption(const NetworkAbsorption& run, std::uint32_t lineCount,
-                          const NetworkSection (&sections)[networkSections], NetworkMemory& memory) {
-    HWY_DYNAMIC_DISPATCH(AbsorbStill)(run, lineCount, sections, memory);
+                          const NetworkShelves& shelves, NetworkMemory& memory) {
+    HWY_DYNAMIC_DISPATCH(AbsorbStill)(run, lineCount, shelves, memory);
 }
 
 void RunMovingNetworkAbsorption(const NetworkAbsorption& run, std::uint32_t lineCount,
-                                const NetworkSection (&sections)[networkSections],
-                                const NetworkSection (&steps)[networkSections], NetworkMemory& memory) {
-    HWY_DYNAMIC_DISPATCH(AbsorbMoving)(run, lineCount, sections, steps, memory);
+                                const NetworkShelves& shelves, const NetworkShelves& steps,
+                                NetworkMemory& memory) {
+    HWY_DYNAMIC_DISPATCH(AbsorbMoving)(run, lineCount, shelves, steps, memory);
 }
 
 void RunNetworkMix(const NetworkMix& mix, std::uint32_t lineCount) {

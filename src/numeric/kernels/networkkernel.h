@@ -27,19 +27,24 @@ void SumNetworkTaps(const NetworkInput& input, float* const* rows, std::uint32_t
 /// One value for each line.
 using NetworkLanes = float[maximumNetworkLines];
 
-/// A section of the second order in each line, in the transposed direct form:
+/// Two sections of the second order in each line, one after the other. The first, for high frequencies, is in
+/// the transposed direct form:
 ///
 ///     y = n0·x + z1,  z1' = n1·x + z2 - d1·y,  z2' = n2·x - d2·y
-struct NetworkSection {
+///
+/// The second is made of two integrators (Zavalishin, 2012), which keep the lowest frequencies apart in
+/// floats:
+///
+///     e = y - i2,  band = a1·i1 + a2·e,  low = i2 + (a2·i1 + a3·e),  i1' = 2·band - i1,  i2' = 2·low - i2
+///     out = y + (bandGain·band + lowGain·low)
+struct NetworkShelves {
     NetworkLanes n0{}, n1{}, n2{}, d1{}, d2{};
+    NetworkLanes a1{}, a2{}, a3{}, bandGain{}, lowGain{};
 };
-
-inline constexpr std::uint32_t networkSections = 2;  ///< in a row, in each line
 
 /// What the sections remember.
 struct NetworkMemory {
-    NetworkLanes z1[networkSections] = {};
-    NetworkLanes z2[networkSections] = {};
+    NetworkLanes z1{}, z2{}, i1{}, i2{};
 };
 
 /// Rows through the sections. All 16 rows are valid, those of unused lines may be any scratch memory. None
@@ -50,16 +55,14 @@ struct NetworkAbsorption {
     std::uint32_t frames = 0;
 };
 
-/// Runs `lineCount` lines, at most 16; those after may be computed too. What goes ahead is (y + 5e-8) - 5e-8,
-/// which is never denormal; the memory isn't kept from that.
+/// Runs `lineCount` lines, at most 16; those after may be computed too. What goes ahead is (out + 5e-8) -
+/// 5e-8, which is never denormal; the memory isn't kept from that.
 void RunNetworkAbsorption(const NetworkAbsorption& run, std::uint32_t lineCount,
-                          const NetworkSection (&sections)[networkSections],
-                          NetworkMemory& memory) SLIB_NONBLOCKING;
+                          const NetworkShelves& shelves, NetworkMemory& memory) SLIB_NONBLOCKING;
 
 /// The same with coefficients that move: each is the one before and its `steps` after every frame.
 void RunMovingNetworkAbsorption(const NetworkAbsorption& run, std::uint32_t lineCount,
-                                const NetworkSection (&sections)[networkSections],
-                                const NetworkSection (&steps)[networkSections],
+                                const NetworkShelves& shelves, const NetworkShelves& steps,
                                 NetworkMemory& memory) SLIB_NONBLOCKING;
 
 /// The orthogonal mix of 8 or 16 rows, as one turn after another of pairs of rows, and what is added after
