@@ -53,7 +53,7 @@ std::span<const BenchedEffect> BenchedEffects() {
     return effects;
 }
 
-EffectRun::EffectRun(std::int32_t type, const EffectQuality& quality)
+EffectRun::EffectRun(std::int32_t type, const EffectQuality& quality, bool isRefined)
     : parameters(goal::fx::MakeEffectParameters(type)) {
     SetBusyParameters(*parameters);
     state = parameters->createState({.sampleRate = sampleRate,
@@ -61,7 +61,8 @@ EffectRun::EffectRun(std::int32_t type, const EffectQuality& quality)
                                      .useFullLateReflections = quality.useFullLateReflections,
                                      .useDirectionalEarlyReflections = quality.useDirectionalEarlyReflections,
                                      .blockFrames = frames,
-                                     .listenerBasis = &listener});
+                                     .listenerBasis = &listener,
+                                     .isRefined = isRefined});
     input.resize(frames, InputChannels(state->inputKind, quality.useDirectionalEarlyReflections));
     output.resize(frames, spatialChannels);
     std::uint32_t seed = 1;

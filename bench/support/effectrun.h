@@ -31,7 +31,8 @@ public:
     static constexpr std::uint32_t frames = 512;
     static constexpr double sampleRate = 48000;  // Hz
 
-    EffectRun(std::int32_t type, const EffectQuality& quality);
+    /// `isRefined` says in which of the two sounds.
+    EffectRun(std::int32_t type, const EffectQuality& quality, bool isRefined = true);
     EffectRun(const EffectRun&) = delete;
     EffectRun& operator=(const EffectRun&) = delete;
 

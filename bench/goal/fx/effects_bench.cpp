@@ -9,8 +9,8 @@
 
 namespace {
 
-void Measure(benchmark::State& state, std::int32_t type, const EffectQuality& quality) {
-    EffectRun run(type, quality);
+void Measure(benchmark::State& state, std::int32_t type, const EffectQuality& quality, bool isRefined) {
+    EffectRun run(type, quality, isRefined);
     for (auto _ : state)
         run.Process();
     state.counters["core_share"] = benchmark::Counter(
@@ -20,13 +20,15 @@ void Measure(benchmark::State& state, std::int32_t type, const EffectQuality& qu
 
 const bool isRegistered = [] {
     for (const BenchedEffect& effect : BenchedEffects())
-        for (const EffectQuality& quality : EffectQualities()) {
-            if (!effect.hasQualities && &quality != &EffectQualities().back()) continue;
-            const std::string name = std::string("Effect/") + effect.name +
-                                     (effect.hasQualities ? std::string("/") + quality.name : "");
-            benchmark::RegisterBenchmark(name.c_str(), Measure, effect.type, quality)
-                ->Unit(benchmark::kMicrosecond);
-        }
+        for (const EffectQuality& quality : EffectQualities())
+            for (const bool isRefined : {true, false}) {
+                if (!effect.hasQualities && &quality != &EffectQualities().back()) continue;
+                const std::string name = std::string("Effect/") + effect.name +
+                                         (effect.hasQualities ? std::string("/") + quality.name : "") +
+                                         (isRefined ? "" : "/classic");
+                benchmark::RegisterBenchmark(name.c_str(), Measure, effect.type, quality, isRefined)
+                    ->Unit(benchmark::kMicrosecond);
+            }
     return true;
 }();
 

@@ -1,44 +1,103 @@
 #pragma once
 
-// A fade from one signal to another in half a turn of a cosine over 10 ms: long enough that nothing of it is
-// heard as a click. Owned by one effect, on the server's thread; only the constructor allocates.
+// How an effect gets from old to new settings without a click: it renders both for 10 ms and fades from one
+// to the other in half a turn of a cosine. A change that comes in the meantime waits until that is over.
+// Owned by an effect, on the server's thread; only the constructor of the course allocates.
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <numbers>
-#include <vector>
 
+#include "numeric/floattuplevector.h"
 #include "slib/realtime.h"
 
 namespace goal {
 
-class CrossFade {
+/// The weight of the new settings in each frame of a fade.
+class CrossfadeCourse {
 public:
-    /// At its end. Throws std::bad_alloc.
-    explicit CrossFade(double sampleRate)
-        : weights(static_cast<std::size_t>(sampleRate * 0.01) + 1),
-          position(static_cast<std::uint32_t>(weights.size())) {
-        const double step = std::numbers::pi / static_cast<double>(weights.size());
-        for (std::size_t i = 0; i < weights.size(); ++i)
-            weights[i] = static_cast<float>(0.5 - 0.5 * std::cos(step * (static_cast<double>(i) + 0.5)));
+    const std::uint32_t frames;  ///< of the fade
+
+    /// For blocks of at most `blockFrames` at the rate in Hz. Throws slib::OutOfMemoryException.
+    CrossfadeCourse(float sampleRate, std::uint32_t blockFrames)
+        : frames(static_cast<std::uint32_t>(0.01F * sampleRate) + 1), weights(frames + blockFrames + 3) {
+        for (std::uint32_t i = 0; i < weights.size; ++i)
+            weights.data[i] = static_cast<float>(WeightAt(i));
     }
 
-    void Start() { position = 0; }
-    bool IsRunning() const { return position < weights.size(); }
-    /// Frames to its end.
-    std::uint32_t Left() const { return static_cast<std::uint32_t>(weights.size()) - position; }
-    void Advance(std::uint32_t frames) { position += frames; }
+    /// From `position` in a fade on; 1 after its end. As many as a block has, in whole groups of four.
+    const float* From(std::uint32_t position) const { return weights.data + position; }
 
-    /// Fades the first `count` samples from `old` to what they are; `count` up to Left(). The rows don't
-    /// overlap.
-    void Blend(const float* __restrict old, float* __restrict samples,
-               std::uint32_t count) const SLIB_NONBLOCKING {
-        for (std::uint32_t i = 0; i < count; ++i)
-            samples[i] = old[i] + (samples[i] - old[i]) * weights[position + i];
+private:
+    double WeightAt(std::uint32_t i) const {
+        const double part = std::min((i + 1.0) / frames, 1.0);
+        return 0.5 - 0.5 * std::cos(std::numbers::pi * part);
+    }
+
+    hcml::FloatTupleVector weights;
+};
+
+/// Settings on their way. T is a plain record that can be compared.
+template <typename T>
+class Crossfade {
+public:
+    T from;  ///< the old settings while it fades, else the same as `to`
+    T to;
+    std::uint32_t position = 0;  ///< frames of the fade that are over
+    bool isFading = false;
+
+    /// Before each block: takes the new settings, unless others are still on their way. The first ones are
+    /// there at once. Whether it has taken any.
+    bool Follow(const T& target) {
+        if (started && (isFading || target == to)) return false;
+        to = target;
+        if (!started) from = target;
+        isFading = started;
+        position = 0;
+        return started = true;
+    }
+
+    /// After each part of a block.
+    void Advance(std::uint32_t frames, const CrossfadeCourse& course) {
+        if (!isFading) return;
+        position += frames;
+        if (position < course.frames) return;
+        from = to;
+        isFading = false;
     }
 
 private:
-    std::vector<float> weights;
+    bool started = false;
+};
+
+/// Fades `samples`, of the new settings, from `old`. The rows don't overlap.
+inline void Blend(const float* __restrict weights, const float* __restrict old, float* __restrict samples,
+                  std::uint32_t count) {
+    for (std::uint32_t i = 0; i < count; ++i)
+        samples[i] = old[i] + weights[i] * (samples[i] - old[i]);
+}
+
+/// A fade of an effect that keeps old and new settings by itself.
+class CrossfadeRun {
+public:
+    /// At its end; at the rate in Hz. Throws slib::OutOfMemoryException.
+    explicit CrossfadeRun(double sampleRate)
+        : course(static_cast<float>(sampleRate), 0), position(course.frames) {}
+
+    void Start() { position = 0; }
+    bool IsRunning() const { return position < course.frames; }
+    /// Frames to its end.
+    std::uint32_t Left() const { return course.frames - position; }
+    void Advance(std::uint32_t frames) { position += frames; }
+
+    /// Fades the next `count` samples, up to Left(), from `old`. The rows don't overlap.
+    void Blend(const float* old, float* samples, std::uint32_t count) const SLIB_NONBLOCKING {
+        goal::Blend(course.From(position), old, samples, count);
+    }
+
+private:
+    const CrossfadeCourse course;
     std::uint32_t position;
 };
 

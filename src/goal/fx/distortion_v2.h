@@ -55,7 +55,7 @@ private:
     float lastDriven = 0;  // the last sample before the clip
     Oversampler oversampler;
     Resonator resonator, before;  // `before` as long as the fade runs
-    CrossFade fade;
+    CrossfadeRun fade;
     Row drives, clipped, levels, made, faded;  // of the current chunk
 };
 

@@ -103,10 +103,14 @@ void EarlyReflections::FadeFromPrevious(std::uint32_t frames, hcml::ac::Bus& out
         FadeFrom(fading.channels[c], output.channels[c], count);
 }
 
-void EarlyReflections::Run(const ReverbParametersBase& parameters, const float* const* input,
-                           std::uint32_t frames, hcml::ac::Bus& output) {
+void EarlyReflections::Write(const float* const* input, std::uint32_t frames) {
     for (std::size_t c = 0; c < (directional ? 4 : 1); ++c)
         WriteFinite(earlyFrames[c], input[c], frames);
+}
+
+void EarlyReflections::Run(const ReverbParametersBase& parameters, const float* const* input,
+                           std::uint32_t frames, hcml::ac::Bus& output) {
+    Write(input, frames);
     const Taps taps = TapsFor(parameters);
     Render(taps, {0, frames}, frames, output);
     if (started && taps != previous) FadeFromPrevious(frames, output);

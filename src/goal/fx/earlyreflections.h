@@ -30,24 +30,29 @@ public:
     void Run(const ReverbParametersBase& parameters, const float* const* input, std::uint32_t frames,
              hcml::ac::Bus& output) SLIB_NONBLOCKING;
 
-private:
-    // What a block's parameters come to.
+    /// What a block's parameters come to.
     struct Taps {
-        std::uint32_t a = 0, b = 0, c = 0;  // delays in samples
-        float gain = 0;                     // of W
-        std::array<float, 3> pan{};         // of W in X, Y and Z
-        float spread = 0;                   // of the taps' own directions
+        std::uint32_t a = 0, b = 0, c = 0;  ///< delays in samples
+        float gain = 0;                     ///< of W
+        std::array<float, 3> pan{};         ///< of W in X, Y and Z
+        float spread = 0;                   ///< of the taps' own directions
         bool operator==(const Taps&) const = default;
     };
 
-    // The frames `first` to `first` + `count` of the block that was written last.
+    /// The frames `first` to `first` + `count` of the block that was written last.
     struct Range {
         std::uint32_t first;
         std::uint32_t count;
     };
 
+    /// The parts of Run, for those who fade by themselves: Write takes a block in, and Render sets what
+    /// `taps` make of a part of it.
     Taps TapsFor(const ReverbParametersBase& parameters) const;
-    void Render(const Taps& taps, Range range, std::uint32_t frames, hcml::ac::Bus& target) const;
+    void Write(const float* const* input, std::uint32_t frames) SLIB_NONBLOCKING;
+    void Render(const Taps& taps, Range range, std::uint32_t frames,
+                hcml::ac::Bus& target) const SLIB_NONBLOCKING;
+
+private:
     void FadeFromPrevious(std::uint32_t frames, hcml::ac::Bus& output);
 
     const float sampleRate;

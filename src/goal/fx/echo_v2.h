@@ -52,7 +52,7 @@ private:
 
     const float sampleRate;  // Hz
     Taps taps, before;       // `before` as long as the fade runs
-    CrossFade fade;
+    CrossfadeRun fade;
     SmoothValue feedback, spread, pole;
     float lastDamping;  // that the pole is aimed at
     double filterMemory = 0;

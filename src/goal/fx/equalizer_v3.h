@@ -35,7 +35,7 @@ private:
     Values values;                          // that the cascades are designed for
     std::vector<Cascade> cascades, before;  // one a channel; `before` as long as the fade runs
     std::vector<hcml::CascadeRow> rows;     // of the current run
-    CrossFade fade;
+    CrossfadeRun fade;
     hcml::ac::Bus fading, faded;  // of a block in the fade: what the cascades make, and those before
 };
 

@@ -5,7 +5,6 @@
 
 #include "goal/dsp/antidenormal.h"
 #include "goal/dsp/blockglide.h"
-#include "goal/fx/makestate.h"
 #include "numeric/kernels/gainkernel.h"
 #include "numeric/kernels/mixkernel.h"
 
@@ -221,10 +220,6 @@ void ReverbState_v2::AddFiltered(const EffectProcessArgs& args) {
     if (isSilent) return;
     for (std::uint32_t c = 0; c < 4; ++c)
         hcml::MultiplyAddRow(args.output[c], output.channels[c], 1, output.vectors);
-}
-
-std::unique_ptr<EffectProcessorState> ReverbParameters::createState(const RenderContext& context) const {
-    return MakeState<ReverbState_v2>(*this, context);
 }
 
 }  // namespace goal::fx

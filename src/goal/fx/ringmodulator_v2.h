@@ -61,7 +61,7 @@ private:
     Oversampler oversampler;
     const BandLimitedWaves waves;
     Carrier carrier, before;  // `before` as long as the fade runs
-    CrossFade fade;
+    CrossfadeRun fade;
     WaveRow wave, faded;  // of the current chunk, at twice the rate
     Row low;
 };
