@@ -1,6 +1,7 @@
 #include "goal/fx/ringmodulator_v2.h"
 
 #include <algorithm>
+#include <cstddef>
 
 #include "goal/dsp/finitesamples.h"
 #include "numeric/kernels/gainkernel.h"
@@ -37,7 +38,7 @@ void RingModulatorState_v2::process(const EffectProcessArgs& args) {
         FillWave(2 * count);
         float* const even = oversampler.Phase(0);
         float* const odd = oversampler.Phase(1);
-        for (std::uint32_t i = 0; i < count; ++i) {
+        for (std::size_t i = 0; i < count; ++i) {
             even[i] *= wave[2 * i];
             odd[i] *= wave[2 * i + 1];
         }
