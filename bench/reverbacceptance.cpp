@@ -230,7 +230,8 @@ Figures FiguresOf(const Parameters& parameters, bool isRefined, bool isFull, Ear
         figures.density += testing_support::EchoDensity(response[0], onset + moment, rate) / 3;
     const Ears::Figures heard = ears.Measure(response);
     // What comes after the part that is heard.
-    const auto end = response[0].begin() + std::min<std::ptrdiff_t>(transformLength, response[0].size());
+    const auto end = response[0].begin() +
+                     static_cast<std::ptrdiff_t>(std::min<std::size_t>(transformLength, response[0].size()));
     const double rest =
         testing_support::Energy(response[0]) / testing_support::Energy(Signal(response[0].begin(), end));
     figures.level = heard.level + Decibels(rest);

@@ -13,6 +13,9 @@ constexpr double mostShelf = 12;
 // The most that one is asked for: with 20 dB a round nothing is left to be heard.
 constexpr double mostAsked = 20;
 
+// A low shelf of so small a part of a line's whole loss isn't worth its time.
+constexpr double needlessShelf = 0.015;
+
 constexpr double middle = 1000;  // Hz
 
 // What the longest decay time may be of the longest one asked for, between the frequencies that are solved
@@ -214,6 +217,7 @@ LineFilter DesignAbsorption(const RoomDecay& decay, double sampleRate, const Lin
     Bands gains = SolveGains(
         {loss / decay.time - elsewhere, loss / decay.highTime - elsewhere, loss / decay.lowTime - elsewhere},
         plan);
+    if (std::abs(gains[2]) < needlessShelf * std::abs(loss / decay.time)) gains[2] = 0;
     gains[0] -= Excess(gains, plan, loss / (mostLonger * decay.LongestTime()) - elsewhere);
     return {gains[0], gains[1], gains[2], plan.highCorner, plan.lowCorner};
 }
