@@ -230,7 +230,8 @@ Figures FiguresOf(const Parameters& parameters, bool isRefined, bool isFull, Ear
         figures.density += testing_support::EchoDensity(response[0], onset + moment, rate) / 3;
     const Ears::Figures heard = ears.Measure(response);
     // What comes after the part that is heard.
-    const auto end = response[0].begin() + std::min<std::ptrdiff_t>(transformLength, response[0].size());
+    const auto end = response[0].begin() +
+                     static_cast<std::ptrdiff_t>(std::min<std::size_t>(transformLength, response[0].size()));
     const double rest =
         testing_support::Energy(response[0]) / testing_support::Energy(Signal(response[0].begin(), end));
     figures.level = heard.level + Decibels(rest);
@@ -245,6 +246,14 @@ struct Row {
     Figures classic, refined;
 };
 
+/// A figure of a sound, or a dash where there is none to be heard.
+std::string Shown(const Figures& figures, double value, int digits) {
+    if (!(figures.level > -100)) return "-";
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%.*f", digits, value);
+    return text.data();
+}
+
 void PrintTimes(const std::vector<Row>& rows) {
     std::printf("| decay times in seconds: asked, Classic, Refined |");
     for (const double frequency : octaves)
@@ -255,8 +264,8 @@ void PrintTimes(const std::vector<Row>& rows) {
     for (const Row& row : rows) {
         std::printf("\n| %s |", std::string(row.preset->name).c_str());
         for (std::size_t i = 0; i < octaves.size(); ++i)
-            std::printf(" %.2f, %.2f, %.2f |", AskedTime(row.asked, octaves[i]), row.classic.times[i],
-                        row.refined.times[i]);
+            std::printf(" %.2f, %s, %.2f |", AskedTime(row.asked, octaves[i]),
+                        Shown(row.classic, row.classic.times[i], 2).c_str(), row.refined.times[i]);
     }
     std::puts("\n");
 }
@@ -268,11 +277,12 @@ void PrintRest(const std::vector<Row>& rows) {
     for (const Row& row : rows) {
         const Parameters& asked = row.asked;
         const Figures &c = row.classic, &r = row.refined;
-        std::printf("| %s | %.0f, %.0f, %.0f | %.1f, %.1f, %.1f | %.2f, %.2f | %.2f, %.2f, %.2f |\n",
+        std::printf("| %s | %.0f, %s, %.0f | %.1f, %s, %.1f | %s, %.2f | %.2f, %s, %.2f |\n",
                     std::string(row.preset->name).c_str(),
-                    1000 * (asked.reflectionsDelay + asked.lateReverbDelay), c.onset, r.onset,
-                    20 * std::log10(asked.gain * asked.lateReverbGain), c.level, r.level, c.density,
-                    r.density, r.diffuse, c.correlation, r.correlation);
+                    1000 * (asked.reflectionsDelay + asked.lateReverbDelay), Shown(c, c.onset, 0).c_str(),
+                    r.onset, 20 * std::log10(asked.gain * asked.lateReverbGain), Shown(c, c.level, 1).c_str(),
+                    r.level, Shown(c, c.density, 2).c_str(), r.density, r.diffuse,
+                    Shown(c, c.correlation, 2).c_str(), r.correlation);
     }
 }
 

@@ -13,6 +13,9 @@ constexpr double mostShelf = 12;
 // The most that one is asked for: with 20 dB a round nothing is left to be heard.
 constexpr double mostAsked = 20;
 
+// A low shelf of so small a part of a line's whole loss isn't worth its time.
+constexpr double needlessShelf = 0.015;
+
 constexpr double middle = 1000;  // Hz
 
 // What the longest decay time may be of the longest one asked for, between the frequencies that are solved
@@ -110,7 +113,7 @@ double UsableDecibels(double decibels) {
 
 // The gain and those of the shelves in dB.
 Bands SolveGains(Bands wanted, const BandPlan& plan) {
-    for (const std::size_t end : {1, 2})
+    for (const std::size_t end : {std::size_t{1}, std::size_t{2}})
         wanted[end] = std::clamp(wanted[end], wanted[0] - mostAsked, wanted[0] + mostAsked);
     Bands gains{wanted[0], UsableDecibels(wanted[1] - wanted[0]), UsableDecibels(wanted[2] - wanted[0])};
     for (int i = 0; plan.areSeparate && i < 3; ++i) {
@@ -130,10 +133,12 @@ double Excess(const Bands& gains, const BandPlan& plan, double most) {
                ShelfDecibels(gains[2], 1 / ratio);
     };
     const double apart = std::log2(plan.highCorner / plan.lowCorner);
+    const double begin = std::min(apart, 0.0) - 4;
     constexpr double step = 0.5;
-    double best = 0;
-    for (double octaves = std::min(apart, 0.0) - 4; octaves < std::max(apart, 0.0) + 4; octaves += step)
-        if (at(octaves) > at(best)) best = octaves;
+    const auto steps = static_cast<int>((std::abs(apart) + 8) / step);
+    double best = begin;
+    for (int i = 1; i <= steps; ++i)
+        if (at(begin + i * step) > at(best)) best = begin + i * step;
     double first = best - step, last = best + step;
     for (int i = 0; i < 16; ++i) {
         const double left = first + (last - first) / 3, right = last - (last - first) / 3;
@@ -214,6 +219,7 @@ LineFilter DesignAbsorption(const RoomDecay& decay, double sampleRate, const Lin
     Bands gains = SolveGains(
         {loss / decay.time - elsewhere, loss / decay.highTime - elsewhere, loss / decay.lowTime - elsewhere},
         plan);
+    if (std::abs(gains[2]) < needlessShelf * std::abs(loss / decay.time)) gains[2] = 0;
     gains[0] -= Excess(gains, plan, loss / (mostLonger * decay.LongestTime()) - elsewhere);
     return {gains[0], gains[1], gains[2], plan.highCorner, plan.lowCorner};
 }

@@ -41,7 +41,7 @@ struct LineLengths {
 struct LineFilter {
     double gain = 0;        ///< dB, as all of these
     double high = 0;        ///< of the high shelf's end
-    double low = 0;         ///< of the low shelf's end
+    double low = 0;         ///< of the low shelf's end; 0 where the low decay time is nearly right without it
     double highCorner = 1;  ///< the tangent of half its angle, as the other
     double lowCorner = 1;
 

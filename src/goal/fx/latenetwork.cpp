@@ -41,7 +41,7 @@ constexpr double tapPart = 0.8;
 constexpr std::uint32_t primesApart = 300;
 
 // Between two moves of what a delay line remembers.
-constexpr std::uint32_t roomFrames = 2048;
+constexpr std::uint32_t roomFrames = 4096;
 
 constexpr std::uint32_t mostPartFrames = 128;
 constexpr std::uint32_t fadePartFrames = 32;
@@ -175,7 +175,9 @@ LateNetwork::Plan LateNetwork::MakePlan(const LateRoom& room) const {
     SetDelays(room, plan);
     SetTaps(room, plan);
     for (std::uint32_t k = 0; k < lineCount; ++k) {
-        DesignAbsorption(room.decay, sampleRate, plan.lengths[k]).Set(plan.absorption, k);
+        const LineFilter filter = DesignAbsorption(room.decay, sampleRate, plan.lengths[k]);
+        filter.Set(plan.absorption, k);
+        plan.hasLow = plan.hasLow || filter.low != 0;
         plan.left[k] =
             static_cast<float>(std::sqrt(EnergyLeft(plan.lengths[k].diffuser, room.decay.time, sampleRate)));
     }
@@ -331,9 +333,10 @@ void LateNetwork::Absorb(std::uint32_t frames) {
                                     : delayed.channels[k];
     }
     const NetworkShelves now = AbsorptionAt(WeightAfter(0));
-    if (!fade.isFading) return hcml::RunNetworkAbsorption(run, lineCount, now, memory);
+    const bool hasLow = to.hasLow || (fade.isFading && from.hasLow);
+    if (!fade.isFading) return hcml::RunNetworkAbsorption(run, lineCount, now, hasLow, memory);
     const NetworkShelves steps = StepsTo(now, AbsorptionAt(WeightAfter(frames)), frames);
-    hcml::RunMovingNetworkAbsorption(run, lineCount, now, steps, memory);
+    hcml::RunMovingNetworkAbsorption(run, lineCount, now, steps, hasLow, memory);
 }
 
 void LateNetwork::Mix(std::uint32_t first, std::uint32_t frames) {

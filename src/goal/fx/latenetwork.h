@@ -58,6 +58,7 @@ private:
         std::array<std::array<std::uint32_t, hcml::networkTaps>, maximumLines> tapDelays{};  // samples
         std::array<std::array<float, hcml::networkTaps>, maximumLines> tapGains{};
         hcml::NetworkShelves absorption;
+        bool hasLow = false;  // any low shelf
         float angle = 0;      // of the mix, radians
         float diffusion = 0;  // the coefficient of the all-passes
     };

@@ -1,6 +1,6 @@
 #pragma once
 
-// The reverb, basic and full:
+// The reverb of the classic sound, basic and full:
 //
 //     input ─┬─ EarlyReflections ────────────────────────────────────────(+)── filter ──> W X Y Z
 //            └─ LatePreDelay ── ReverbEcho ── 4 all-passes ── CombLines    │

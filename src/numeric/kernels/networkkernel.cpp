@@ -73,10 +73,12 @@ struct MemoryVectors {
     }
 
     // One frame.
+    template <bool hasLow>
     HWY_INLINE V Run(const ShelfVectors<V>& by, V x) {
         const V y = hn::Add(hn::Mul(by.n0, x), z1);
         z1 = hn::Sub(hn::Add(hn::Mul(by.n1, x), z2), hn::Mul(by.d1, y));
         z2 = hn::Sub(hn::Mul(by.n2, x), hn::Mul(by.d2, y));
+        if constexpr (!hasLow) return WithoutDenormal(y);
         const V e = hn::Sub(y, i2);
         const V band = hn::Add(hn::Mul(by.a1, i1), hn::Mul(by.a2, e));
         const V low = hn::Add(i2, hn::Add(hn::Mul(by.a2, i1), hn::Mul(by.a3, e)));
@@ -87,7 +89,7 @@ struct MemoryVectors {
 };
 
 // Frames from `first` to `end` of one line alone, with coefficients that are `first` steps on.
-template <bool moving>
+template <bool moving, bool hasLow>
 void AbsorbLine(const NetworkAbsorption& run, std::uint32_t line, std::uint32_t first,
                 const NetworkShelves& shelves, const NetworkShelves& steps, NetworkMemory& memory) {
     const hn::CappedTag<float, 1> d;
@@ -100,7 +102,8 @@ void AbsorbLine(const NetworkAbsorption& run, std::uint32_t line, std::uint32_t 
     for (std::uint32_t i = 0; moving && i < first; ++i)
         now.Move(step);
     for (std::uint32_t i = first; i < run.frames; ++i) {
-        hn::StoreU(remembered.Run(now, hn::LoadU(d, run.past[line] + i)), d, run.ahead[line] + i);
+        hn::StoreU(remembered.template Run<hasLow>(now, hn::LoadU(d, run.past[line] + i)), d,
+                   run.ahead[line] + i);
         if (moving) now.Move(step);
     }
     remembered.Store(d, memory, line);
@@ -108,18 +111,18 @@ void AbsorbLine(const NetworkAbsorption& run, std::uint32_t line, std::uint32_t 
 
 #if HWY_TARGET == HWY_SCALAR
 
-template <bool moving>
+template <bool moving, bool hasLow>
 void Absorb(const NetworkAbsorption& run, std::uint32_t lineCount, const NetworkShelves& shelves,
             const NetworkShelves& steps, NetworkMemory& memory) {
     for (std::uint32_t line = 0; line < lineCount; ++line)
-        AbsorbLine<moving>(run, line, 0, shelves, steps, memory);
+        AbsorbLine<moving, hasLow>(run, line, 0, shelves, steps, memory);
 }
 
 #else
 
 // Whole steps of frames of the lines from `lane` on, two vectors of them at a time: then they wait for one
 // another less.
-template <bool moving, std::size_t groups, class D>
+template <bool moving, bool hasLow, std::size_t groups, class D>
 HWY_INLINE void AbsorbVectors(D d, const NetworkAbsorption& run, std::size_t lane, std::uint32_t frames,
                               const NetworkShelves& shelves, const NetworkShelves& steps,
                               NetworkMemory& memory) {
@@ -138,7 +141,7 @@ HWY_INLINE void AbsorbVectors(D d, const NetworkAbsorption& run, std::size_t lan
                                            LoadRows(d, past + 2, i), LoadRows(d, past + 3, i)};
             Transpose(d, v[0], v[1], v[2], v[3]);
             for (std::size_t k = 0; k < framesPerStep; ++k) {
-                v[k] = remembered[g].Run(now[g], v[k]);
+                v[k] = remembered[g].template Run<hasLow>(now[g], v[k]);
                 if (moving) now[g].Move(step[g]);
             }
             Transpose(d, v[0], v[1], v[2], v[3]);
@@ -151,29 +154,29 @@ HWY_INLINE void AbsorbVectors(D d, const NetworkAbsorption& run, std::size_t lan
         remembered[g].Store(d, memory, lane + g * count);
 }
 
-template <bool moving>
+template <bool moving, bool hasLow>
 void Absorb(const NetworkAbsorption& run, std::uint32_t lineCount, const NetworkShelves& shelves,
             const NetworkShelves& steps, NetworkMemory& memory) {
     const std::uint32_t whole = run.frames - run.frames % framesPerStep;
     const hn::CappedTag<float, 8> wide;
     constexpr std::size_t lanes = hn::MaxLanes(wide);
     for (std::size_t lane = 0; lane < lineCount; lane += 2 * lanes)
-        AbsorbVectors<moving, 2>(wide, run, lane, whole, shelves, steps, memory);
+        AbsorbVectors<moving, hasLow, 2>(wide, run, lane, whole, shelves, steps, memory);
     if (whole == run.frames) return;
     for (std::uint32_t line = 0; line < lineCount; ++line)
-        AbsorbLine<moving>(run, line, whole, shelves, steps, memory);
+        AbsorbLine<moving, hasLow>(run, line, whole, shelves, steps, memory);
 }
 
 #endif
 
 void AbsorbStill(const NetworkAbsorption& run, std::uint32_t lineCount, const NetworkShelves& shelves,
-                 NetworkMemory& memory) {
-    Absorb<false>(run, lineCount, shelves, shelves, memory);
+                 bool hasLow, NetworkMemory& memory) {
+    (hasLow ? Absorb<false, true> : Absorb<false, false>)(run, lineCount, shelves, shelves, memory);
 }
 
 void AbsorbMoving(const NetworkAbsorption& run, std::uint32_t lineCount, const NetworkShelves& shelves,
-                  const NetworkShelves& steps, NetworkMemory& memory) {
-    Absorb<true>(run, lineCount, shelves, steps, memory);
+                  const NetworkShelves& steps, bool hasLow, NetworkMemory& memory) {
+    (hasLow ? Absorb<true, true> : Absorb<true, false>)(run, lineCount, shelves, steps, memory);
 }
 
 template <class D>
@@ -275,14 +278,14 @@ void SumNetworkTaps(const NetworkInput& input, float* const* rows, std::uint32_t
 }
 
 void RunNetworkAbsorption(const NetworkAbsorption& run, std::uint32_t lineCount,
-                          const NetworkShelves& shelves, NetworkMemory& memory) {
-    HWY_DYNAMIC_DISPATCH(AbsorbStill)(run, lineCount, shelves, memory);
+                          const NetworkShelves& shelves, bool hasLow, NetworkMemory& memory) {
+    HWY_DYNAMIC_DISPATCH(AbsorbStill)(run, lineCount, shelves, hasLow, memory);
 }
 
 void RunMovingNetworkAbsorption(const NetworkAbsorption& run, std::uint32_t lineCount,
-                                const NetworkShelves& shelves, const NetworkShelves& steps,
+                                const NetworkShelves& shelves, const NetworkShelves& steps, bool hasLow,
                                 NetworkMemory& memory) {
-    HWY_DYNAMIC_DISPATCH(AbsorbMoving)(run, lineCount, shelves, steps, memory);
+    HWY_DYNAMIC_DISPATCH(AbsorbMoving)(run, lineCount, shelves, steps, hasLow, memory);
 }
 
 void RunNetworkMix(const NetworkMix& mix, std::uint32_t lineCount) {

@@ -55,14 +55,15 @@ struct NetworkAbsorption {
     std::uint32_t frames = 0;
 };
 
-/// Runs `lineCount` lines, at most 16; those after may be computed too. What goes ahead is (out + 5e-8) -
-/// 5e-8, which is never denormal; the memory isn't kept from that.
+/// Runs `lineCount` lines, at most 16; those after may be computed too. Without `hasLow` the second section
+/// is left out, and its memory stays. What goes ahead is (out + 5e-8) - 5e-8, which is never denormal; the
+/// memory isn't kept from that.
 void RunNetworkAbsorption(const NetworkAbsorption& run, std::uint32_t lineCount,
-                          const NetworkShelves& shelves, NetworkMemory& memory) SLIB_NONBLOCKING;
+                          const NetworkShelves& shelves, bool hasLow, NetworkMemory& memory) SLIB_NONBLOCKING;
 
 /// The same with coefficients that move: each is the one before and its `steps` after every frame.
 void RunMovingNetworkAbsorption(const NetworkAbsorption& run, std::uint32_t lineCount,
-                                const NetworkShelves& shelves, const NetworkShelves& steps,
+                                const NetworkShelves& shelves, const NetworkShelves& steps, bool hasLow,
                                 NetworkMemory& memory) SLIB_NONBLOCKING;
 
 /// The orthogonal mix of 8 or 16 rows, as one turn after another of pairs of rows, and what is added after
