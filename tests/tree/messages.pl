@@ -41,6 +41,7 @@ my @ours = (
     'There is no output device ',
     'The device \'',
     'There are ',
+    'There are fewer outputs than speakers.',
     'The output pipe \'',
     'Unknown ',
     'It appears that speakers have not yet been set up.',

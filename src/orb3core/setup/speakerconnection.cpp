@@ -15,30 +15,30 @@ namespace {
 using spk::Role;
 using Names = std::array<std::string_view, 2>;  // the better one first; the same twice where there is one
 
-// What the outputs of systems are called for a role. Surround speakers stand at the side for some, and at the
-// back for others.
+// What the outputs of systems are called for a role, but for spaces, which FindChannel leaves out. Surround
+// speakers stand at the side for some, and at the back for others.
 Names OutputNames(Role role) {
     switch (role) {
         case Role::FrontLeft:
-            return {"Front Left", "Left"};
+            return {"FrontLeft", "Left"};
         case Role::FrontRight:
-            return {"Front Right", "Right"};
+            return {"FrontRight", "Right"};
         case Role::FrontCentre:
         case Role::FrontCentreDialogue:
-            return {"Front Centre", "Front Centre"};
+            return {"FrontCentre", "FrontCentre"};
         case Role::BassManaged:
         case Role::BassLFE:
             return {"Bass", "Bass"};
         case Role::BackLeft:
-            return {"Back Left", "Side Left"};
+            return {"BackLeft", "SideLeft"};
         case Role::BackRight:
-            return {"Back Right", "Side Right"};
+            return {"BackRight", "SideRight"};
         case Role::BackCentre:
-            return {"Back Centre", "Back Centre"};
+            return {"BackCentre", "BackCentre"};
         case Role::SideLeft:
-            return {"Side Left", "Back Left"};
+            return {"SideLeft", "BackLeft"};
         case Role::SideRight:
-            return {"Side Right", "Back Right"};
+            return {"SideRight", "BackRight"};
         case Role::Unknown:
             return {};
     }
