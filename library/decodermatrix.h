@@ -29,15 +29,26 @@ struct SpeakerRing {
 /// The harmonics up to `order` are orthogonal over the speakers, so that closed forms hold.
 bool IsRegular(const SpeakerRing& speakers, unsigned order);
 
+/// The greatest order up to `order` at which the layout is regular, and at least 1.
+unsigned CarriedOrder(const SpeakerRing& speakers, unsigned order);
+
+/// A listener's head, give or take: inside this radius in metres, harmonics up to the order hold below the
+/// crossover of the dual-band method, at order * c / (2 pi radius).
+inline constexpr double listenerRadius = 0.1;
+double CrossoverFrequency(unsigned order, double radius = listenerRadius);
+
 /// Gains up to a common factor: speakers by (order + 1)² channels of the spatial format.
 struct DecoderMatrices {
     Eigen::MatrixXd low;   ///< below the crossover
     Eigen::MatrixXd high;  ///< above it; the same for all methods but DualBand
+    double crossover = 0;  ///< Hz
 };
 
-/// Regular layouts get the closed forms. On others Energy starts from AllRound and fits the energy vectors,
-/// and Basic is as near to Energy as pressure and velocity at the centre leave it; from the gaps of a layout
-/// it aims at the velocity that its speakers can give.
-DecoderMatrices DesignDecoderMatrices(const SpeakerRing& speakers, unsigned order, SpeakerMethod method);
+/// One for each of `methods`. Regular layouts get the closed forms. On others Energy starts from AllRound and
+/// fits the energy vectors, Basic is as near to Energy as pressure and velocity at the centre leave it (from
+/// the gaps of a layout it aims at the velocity that its speakers can give), and DualBand fits both bands
+/// together from there. Energy and DualBand of two speakers are those of a pair.
+std::vector<DecoderMatrices> DesignDecoderMatrices(const SpeakerRing& speakers, unsigned order,
+                                                   const std::vector<SpeakerMethod>& methods);
 
 }  // namespace design

@@ -92,7 +92,7 @@ Eigen::VectorXd FieldBasis::MaxEnergyWeights() const {
 }
 
 Quadrature FieldBasis::DesignPoints() const {
-    return isFlat ? HorizonPoints(120) : GaussRings(24);
+    return isFlat ? HorizonPoints(120) : GaussRings(4 * order + 4);
 }
 
 Eigen::MatrixXd FieldBasis::ToFsa(const Eigen::MatrixXd& decoder, bool keepsLevel) const {

@@ -33,14 +33,17 @@ SpeakerLayout LayoutOfFormat(const orb3::fl::Format& format) {
         layout.speakers.push_back(placed);
     }
     const double reference = layout.ReferenceDistance();
-    for (RoomSpeaker& speaker : layout.speakers)
-        speaker.distance /= reference;
+    const bool isMeasured = format.speakers->distance > 0;
+    for (RoomSpeaker& speaker : layout.speakers) {
+        speaker.distance *= (isMeasured ? format.speakers->distance : 1) / reference;
+        speaker.hasDistance = isMeasured;
+    }
     return layout;
 }
 
-bool HasUnequalDistances(const SpeakerLayout& layout) {
+bool HasUnknownDelays(const SpeakerLayout& layout) {
     return std::ranges::any_of(layout.speakers, [](const RoomSpeaker& speaker) {
-        return speaker.IsDecoded() && std::abs(speaker.distance - 1) > 1e-3;
+        return speaker.IsDecoded() && !speaker.hasDistance && std::abs(speaker.distance - 1) > 1e-3;
     });
 }
 

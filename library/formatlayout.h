@@ -8,12 +8,12 @@
 
 namespace design {
 
-/// The layout of a format with speakers. A library doesn't hold absolute distances: they are shares of that
+/// The layout of a format with speakers. Where the format doesn't hold the distance they are shares of that
 /// of the furthest speaker. Throws slib::BadParameterException for a format without speakers.
 SpeakerLayout LayoutOfFormat(const orb3::fl::Format& format);
 
-/// Speakers are at unequal distances, so that only energies can be known from what a library holds.
-bool HasUnequalDistances(const SpeakerLayout& layout);
+/// Speakers are at unequal distances that nobody measured, so that only energies can be known.
+bool HasUnknownDelays(const SpeakerLayout& layout);
 
 /// The order of the sound field that the format is; 0 for any other format.
 unsigned OrderOfFormat(const orb3::fl::Format& format);

@@ -140,9 +140,11 @@ private:
             speaker.direction =
                 DirectionAt(at[Azimuth].value_or(0) * degree, at[Elevation].value_or(0) * degree);
             speaker.distance = at[Distance].value_or(1);
+            speaker.hasDistance = at[Distance].has_value();
         } else {
             const Direction place(at[X].value_or(0), at[Y].value_or(0), at[Z].value_or(0));
             speaker.distance = place.norm();
+            speaker.hasDistance = true;
             if (speaker.distance > 0) speaker.direction = place / speaker.distance;
         }
         if (!(speaker.distance >= 0.1 && speaker.distance <= 100))

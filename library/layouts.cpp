@@ -12,7 +12,10 @@ using orb3::spk::Role;
 using orb3::spk::SpeakerType;
 using slib::StandardFormat;
 
-constexpr double degree = std::numbers::pi / 180;
+using std::numbers::pi;
+
+constexpr double degree = pi / 180;
+constexpr double tallest = 25 * degree;  // of a flat layout
 
 struct Place {
     std::string_view channel;
@@ -121,10 +124,30 @@ std::vector<std::size_t> SpeakerLayout::DecodedSpeakers() const {
     return decoded;
 }
 
+std::vector<std::size_t> SpeakerLayout::BassSpeakers() const {
+    const auto isSmall = [](const RoomSpeaker& speaker) {
+        return speaker.IsDecoded() && speaker.type == SpeakerType::Small;
+    };
+    if (std::ranges::none_of(speakers, isSmall)) return {};
+    std::vector<std::size_t> bass;
+    for (std::size_t i = 0; i < speakers.size(); ++i)
+        if (speakers[i].role == Role::BassManaged) bass.push_back(i);
+    return bass;
+}
+
 bool SpeakerLayout::IsFlat() const {
-    return std::ranges::all_of(speakers, [](const RoomSpeaker& speaker) {
-        return !speaker.IsDecoded() || std::abs(speaker.direction.z()) < std::sin(10 * degree);
-    });
+    double lowest = pi / 2, highest = -pi / 2;
+    for (std::size_t i : DecodedSpeakers()) {
+        const double elevation = std::asin(std::clamp(speakers[i].direction.z(), -1.0, 1.0));
+        lowest = std::min(lowest, elevation);
+        highest = std::max(highest, elevation);
+    }
+    return highest - lowest < tallest && std::max(highest, -lowest) < tallest;
+}
+
+bool SpeakerLayout::IsMeasured() const {
+    return std::ranges::all_of(
+        speakers, [](const RoomSpeaker& speaker) { return !speaker.IsDecoded() || speaker.hasDistance; });
 }
 
 double SpeakerLayout::ReferenceDistance() const {
@@ -153,6 +176,7 @@ orb3::spk::SpeakerSet MakeSpeakerSet(const SpeakerLayout& layout) {
         }));
     const double scale = std::pow(count, -0.25) / layout.ReferenceDistance();
     orb3::spk::SpeakerSet set;
+    if (layout.IsMeasured()) set.distance = layout.ReferenceDistance();
     for (const RoomSpeaker& speaker : layout.speakers) {
         const Direction place = speaker.direction * (speaker.distance * scale);
         set.speakers.push_back(

@@ -26,6 +26,7 @@ struct RoomSpeaker {
     double distance = 1;  ///< metres
     orb3::spk::SpeakerType type = orb3::spk::SpeakerType::Normal;
     orb3::spk::Role role = orb3::spk::Role::Unknown;
+    bool hasDistance = false;  ///< The distance was measured.
 
     /// False for sub-woofers and for speakers of dialogue alone: they take dedicated signals.
     bool IsDecoded() const;
@@ -36,12 +37,20 @@ struct SpeakerLayout {
     slib::StandardFormat family = slib::StandardFormat::Unknown;
     LayoutKind kind = LayoutKind::Speakers;
     std::vector<RoomSpeaker> speakers;  ///< in the order of the output channels
+    double bassCrossover = 80;          ///< Hz below which the bass of small speakers goes to the sub-woofers
 
     /// Indices of the speakers that take part in decoding.
     std::vector<std::size_t> DecodedSpeakers() const;
 
-    /// All decoded speakers are within 10 degrees of the horizon.
+    /// Speakers that take the bass of the small ones; none where no speaker is small.
+    std::vector<std::size_t> BassSpeakers() const;
+
+    /// All decoded speakers are within 25 degrees of the horizon, and within 25 of each other in height: they
+    /// can't tell above from below.
     bool IsFlat() const;
+
+    /// The distances of all decoded speakers were measured.
+    bool IsMeasured() const;
 
     /// The distance of the furthest decoded speaker in metres; nearer ones are lowered and delayed to match.
     double ReferenceDistance() const;

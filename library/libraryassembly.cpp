@@ -67,6 +67,15 @@ void StoreDesigns(const Conversion& conversion, const std::vector<int>& rates,
         StoreTransform(conversion, made.get(), library);
 }
 
+// The conversion comes with the first of its rates.
+void StoreDecoder(const SpeakerDecoder& decoder, const std::string& format, FormatRegistrar& library) {
+    const Conversion conversion =
+        MakeConversion(SpatialFormatTag(decoder.order), format, DescribeMethod(decoder.method).tag,
+                       static_cast<Priority>(decoder.priority));
+    if (!library.hasConversion(conversion)) library.storeConversion(conversion);
+    StoreTransform(conversion, decoder.transform, library);
+}
+
 void StoreSpatialFormat(unsigned order, FormatRegistrar& library) {
     Format format;
     format.tag = SpatialFormatTag(order);
@@ -251,19 +260,16 @@ void AddSpeakerLayout(const SpeakerLayout& added, const std::vector<int>& rates,
     CheckReplaceable(format, library);
     EraseConversionsTo(format, library);
     StoreLayoutFormat(layout, library);
-    for (const SpeakerMethod method : MethodsFor(layout)) {
+    const std::vector<SpeakerMethod> methods = MethodsFor(layout);
+    std::vector<std::future<std::vector<SpeakerDecoder>>> designs;
+    for (unsigned order = 1; order <= greatestOrder; ++order)
+        designs.push_back(std::async(
+            std::launch::async, [&, order] { return DesignSpeakerDecoders(layout, order, methods, rates); }));
+    for (const SpeakerMethod method : methods)
         StoreMethod(DescribeMethod(method), library);
-        for (unsigned order = 1; order <= greatestOrder; ++order) {
-            const Conversion conversion =
-                MakeConversion(SpatialFormatTag(order), format, DescribeMethod(method).tag,
-                               static_cast<Priority>(PriorityOf(method)));
-            library.storeConversion(conversion);
-            StoreDesigns(
-                conversion, rates,
-                [&](int rate) { return DesignSpeakerDecoder(layout, order, method, rate).transform; },
-                library);
-        }
-    }
+    for (std::future<std::vector<SpeakerDecoder>>& made : designs)
+        for (const SpeakerDecoder& decoder : made.get())
+            StoreDecoder(decoder, format, library);
 }
 
 void AssembleLibrary(const LibraryPlan& plan, FormatRegistrar& library) {

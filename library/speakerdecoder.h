@@ -30,11 +30,6 @@ std::vector<SpeakerMethod> MethodsFor(const SpeakerLayout& layout);
 /// 3 for the best method, then 2 and 1, as conversions count.
 int PriorityOf(SpeakerMethod method);
 
-/// A listener's head, give or take: inside this radius in metres, harmonics up to the order hold below the
-/// crossover of the dual-band method, at order * c / (2 pi radius).
-inline constexpr double listenerRadius = 0.1;
-double CrossoverFrequency(unsigned order, double radius = listenerRadius);
-
 struct SpeakerDecoder {
     SpeakerMethod method;
     unsigned order;
@@ -44,10 +39,16 @@ struct SpeakerDecoder {
 
 /// Designs for one rate in Hz. Rings are powers of two; gains alone make rings of one sample, filters begin
 /// before time zero. Speakers that take dedicated signals get silence. Unequal distances are made up for by
-/// gains and delays to that of the furthest speaker. Throws slib::BadParameterException for an order outside
-/// 1 to 4, a rate that isn't positive and finite, and a layout of headphones or without speakers to decode
-/// for.
+/// gains and delays to that of the furthest speaker, and measured ones below 4 m by what their nearness does
+/// to low frequencies. The bass of small speakers goes to those of the role BassManaged, where there are any.
+/// Throws slib::BadParameterException for an order outside 1 to 4, a rate that isn't positive and finite, and
+/// a layout of headphones or without speakers to decode for.
 SpeakerDecoder DesignSpeakerDecoder(const SpeakerLayout& layout, unsigned order, SpeakerMethod method,
                                     double sampleRate);
+
+/// The same for several methods and rates at once, rates within methods, in less time.
+std::vector<SpeakerDecoder> DesignSpeakerDecoders(const SpeakerLayout& layout, unsigned order,
+                                                  const std::vector<SpeakerMethod>& methods,
+                                                  const std::vector<int>& rates);
 
 }  // namespace design

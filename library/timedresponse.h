@@ -36,4 +36,20 @@ TimedResponse QuarterTurn(double sign, double sampleRate);
 /// Delays by `seconds`, 0 or more, by a windowed sinc where that isn't a whole number of samples.
 TimedResponse Delay(double seconds, double sampleRate);
 
+/// What a speaker and a sub-woofer share a signal by.
+enum class CrossoverPart {
+    Bass,     ///< what goes to the sub-woofer
+    Rest,     ///< what stays with a small speaker
+    AllPass,  ///< both together, for the speakers that keep all of it: unit gain, the same phase
+};
+
+/// A crossover of 24 dB an octave at `frequency` Hz, whose parts add up to unit gain (Linkwitz 1976). Causal,
+/// up to where it has died away by 100 dB.
+TimedResponse LinkwitzRiley(CrossoverPart part, double frequency, double sampleRate);
+
+/// Takes the nearness of a speaker at `distance` metres out of the harmonics of a degree, so that they add up
+/// to a plane wave (Daniel 2003). Causal; below some 25 Hz it dwindles, as its response is let fade after 12
+/// ms.
+TimedResponse NearFieldCompensation(unsigned degree, double distance, double sampleRate);
+
 }  // namespace design

@@ -55,6 +55,29 @@ Eigen::VectorXcd Paths(const SpeakerLayout& layout, double frequency) {
     return paths;
 }
 
+// What a speaker's nearness makes of its velocity against its pressure, at one frequency; the real part
+// counts.
+Eigen::VectorXcd Nearness(const SpeakerLayout& layout, double frequency) {
+    Eigen::VectorXcd nearness = Eigen::VectorXcd::Ones(static_cast<Index>(layout.speakers.size()));
+    for (Index k = 0; k < nearness.size(); ++k) {
+        const RoomSpeaker& speaker = layout.speakers[static_cast<std::size_t>(k)];
+        const double turns = 2 * pi * frequency * speaker.distance / speedOfSound;
+        if (speaker.hasDistance) nearness[k] += 1.0 / std::complex<double>(0, turns);
+    }
+    return nearness;
+}
+
+// A flat layout's speakers count as on the horizon, as they do in its design.
+Eigen::MatrixX3d Places(const SpeakerLayout& layout) {
+    const bool isFlat = layout.IsFlat();
+    Eigen::MatrixX3d places(static_cast<Index>(layout.speakers.size()), 3);
+    for (Index k = 0; k < places.rows(); ++k) {
+        const Direction& direction = layout.speakers[static_cast<std::size_t>(k)].direction;
+        places.row(k) = (isFlat ? DirectionAt(AzimuthOf(direction), 0) : direction).transpose();
+    }
+    return places;
+}
+
 // Sums over a band for one direction.
 struct Totals {
     Eigen::VectorXd powers;
@@ -86,9 +109,7 @@ std::vector<DirectionFigures> CheckDirections(const SpeakerLayout& layout, const
                                               const std::vector<Direction>& directions) {
     if (transform.impulses.columns != layout.speakers.size())
         throw slib::BadParameterException("The transform's outputs are not the layout's speakers.");
-    Eigen::MatrixX3d places(static_cast<Index>(layout.speakers.size()), 3);
-    for (Index k = 0; k < places.rows(); ++k)
-        places.row(k) = layout.speakers[static_cast<std::size_t>(k)].direction.transpose();
+    const Eigen::MatrixX3d places = Places(layout);
     const Eigen::MatrixXd waves = PlaneWaveMatrix(directions, OrderOf(transform));
     std::vector<Totals> totals(directions.size(), {Eigen::VectorXd::Zero(places.rows())});
     for (int point = 0; point < band.points; ++point) {
@@ -96,10 +117,12 @@ std::vector<DirectionFigures> CheckDirections(const SpeakerLayout& layout, const
         const double frequency = band.low * std::pow(band.high / band.low, share);
         const Eigen::MatrixXcd gains =
             waves * Response(transform, frequency) * Paths(layout, frequency).asDiagonal();
+        const Eigen::VectorXcd nearness = Nearness(layout, frequency);
         for (Index d = 0; d < gains.rows(); ++d) {
             Totals& total = totals[static_cast<std::size_t>(d)];
             total.powers += gains.row(d).cwiseAbs2().transpose();
-            total.velocity += (gains.row(d) * places / gains.row(d).sum()).real().transpose();
+            total.velocity +=
+                (gains.row(d) * nearness.asDiagonal() * places / gains.row(d).sum()).real().transpose();
         }
     }
     std::vector<DirectionFigures> figures;

@@ -11,7 +11,9 @@
 #include "library/headpreparation.h"
 #include "library/libraryassembly.h"
 #include "library/librarywriter.h"
+#include "library/panning.h"
 #include "library/sofareader.h"
+#include "library/speakerdecoder.h"
 #include "library/spherehead.h"
 #include "slib/exception.h"
 
@@ -21,6 +23,11 @@ namespace {
 using orb3::fl::Conversion;
 using orb3::fl::Format;
 using orb3::fl::FormatLibrarian;
+
+const FrequencyBand bands[] = {{60, 120, 2},    {120, 250, 2},   {250, 500, 3},   {500, 1000, 3},
+                               {1000, 2000, 3}, {2000, 6000, 3}, {6000, 12000, 3}};
+constexpr double velocityCounts = 700;  // Hz, up to where
+constexpr double widestPair = 90 * std::numbers::pi / 180;
 
 constexpr FrequencyBand lowBand{60, 120, 2}, highBand{6000, 12000, 3}, wholeBand{300, 15000, 12};
 
@@ -61,19 +68,106 @@ bool IsHeadphones(const Format& format) {
     return format.family == slib::StandardFormat::HeadphoneStereo;
 }
 
-// Runs `use` for each decoder of the sound field that is available at `rate`, with its index and formats.
+// Runs `use` for each decoder of the sound field, for headphones or for speakers, with its order and formats.
 template <typename Use>
-void ForEachDecoder(const FormatLibrarian& library, int rate, const Use& use) {
+void ForEachDecoder(const FormatLibrarian& library, bool isForHeadphones, int rate, const Use& use) {
     for (std::uint32_t i = 0; i < library.getConversionCount(); ++i) {
         Conversion conversion;
         library.getConversion(i, conversion);
         const unsigned order = OrderOfFormat(FormatOf(library, conversion.from));
         const Format to = FormatOf(library, conversion.to);
-        if (order == 0 || !to.speakers) continue;
+        if (order == 0 || !to.speakers || IsHeadphones(to) != isForHeadphones) continue;
         DecoderTransform transform;
         library.getTransform(i, rate, transform);
         use(conversion, order, to, transform);
     }
+}
+
+bool IsBetweenFarNeighbours(const SpeakerLayout& layout, const Direction& direction) {
+    const double azimuth = AzimuthOf(direction);
+    double toLeft = 2 * std::numbers::pi, toRight = 2 * std::numbers::pi;
+    for (const std::size_t speaker : layout.DecodedSpeakers()) {
+        const double turn =
+            std::remainder(AzimuthOf(layout.speakers[speaker].direction) - azimuth, 2 * std::numbers::pi);
+        if (std::abs(turn) < 1e-6) return false;
+        toLeft = std::min(toLeft, turn > 0 ? turn : turn + 2 * std::numbers::pi);
+        toRight = std::min(toRight, turn < 0 ? -turn : 2 * std::numbers::pi - turn);
+    }
+    return toLeft + toRight > widestPair + 1e-6;
+}
+
+// One a direction.
+std::vector<bool> GapsOf(const SpeakerLayout& layout, const std::vector<Direction>& directions) {
+    std::vector<bool> gaps;
+    std::vector<Direction> speakers;
+    for (const std::size_t speaker : layout.DecodedSpeakers())
+        speakers.push_back(layout.speakers[speaker].direction);
+    const Panner panner(speakers, layout.IsFlat());
+    for (const Direction& direction : directions)
+        gaps.push_back(layout.IsFlat() ? IsBetweenFarNeighbours(layout, direction)
+                                       : panner(direction).isInGap);
+    return gaps;
+}
+
+void AddBand(const std::vector<DirectionFigures>& directions, const std::vector<bool>& gaps,
+             bool isOfVelocity, SpeakerFigures& figures) {
+    double sum = 0, greatest = 0;
+    int count = 0;
+    for (std::size_t i = 0; i < directions.size(); ++i) {
+        const DirectionFigures& at = directions[i];
+        figures.leastInBands = std::min(figures.leastInBands, at.level);
+        figures.greatestInBands = std::max(figures.greatestInBands, at.level);
+        if (gaps[i]) continue;
+        const double error = isOfVelocity ? at.velocityError : at.energyError;
+        sum += error;
+        greatest = std::max(greatest, error);
+        ++count;
+    }
+    figures.meanErrorInBands = std::max(figures.meanErrorInBands, count == 0 ? 0 : sum / count);
+    figures.greatestErrorInBands = std::max(figures.greatestErrorInBands, greatest);
+}
+
+void AddBands(const SpeakerLayout& layout, const DecoderTransform& transform,
+              const std::vector<Direction>& around, SpeakerFigures& figures) {
+    const std::vector<bool> gaps = GapsOf(layout, around);
+    const double lowest = layout.BassSpeakers().empty() ? 0 : 2 * layout.bassCrossover;
+    for (const FrequencyBand& band : bands) {
+        if (band.low < lowest) continue;
+        const bool isOfVelocity = band.high < velocityCounts;
+        if (isOfVelocity && !figures.hasVelocity) continue;
+        AddBand(CheckDirections(layout, transform, band, around), gaps, isOfVelocity, figures);
+    }
+}
+
+struct Limits {
+    double level, meanError, greatestError;  // dB, degrees
+};
+
+Limits LimitsOf(const SpeakerLayout& layout, unsigned order) {
+    const bool isSurround = layout.family == slib::StandardFormat::Surround51 ||
+                            layout.family == slib::StandardFormat::Surround51ITU ||
+                            layout.family == slib::StandardFormat::Surround71 ||
+                            layout.family == slib::StandardFormat::Surround71Wide;
+    if (isSurround && order >= 3) return {0.5, 2, 5};
+    return {0.75, 4, 15};
+}
+
+std::string FaultOf(const SpeakerFigures& figures, const Limits& limits) {
+    const std::string decoder =
+        "'" + figures.layout + "' by '" + figures.method + "' at order " + std::to_string(figures.order);
+    const double level = std::max(-figures.leastInBands, figures.greatestInBands);
+    if (level > limits.level) return decoder + " is off in level by " + Rounded(level) + " dB.";
+    if (figures.meanErrorInBands > limits.meanError)
+        return decoder + " is off in direction by " + Rounded(figures.meanErrorInBands) +
+               " degrees in the mean.";
+    if (figures.greatestErrorInBands > limits.greatestError)
+        return decoder + " is off in direction by " + Rounded(figures.greatestErrorInBands) + " degrees.";
+    return "";
+}
+
+// All around the listener, so that directions can be asked for.
+bool HasLimits(const SpeakerFigures& figures) {
+    return figures.hasVelocity && figures.method == DescribeMethod(SpeakerMethod::DualBand).tag;
 }
 
 SpeakerFigures FiguresOf(const SpeakerLayout& layout, unsigned order, const DecoderTransform& transform) {
@@ -83,7 +177,7 @@ SpeakerFigures FiguresOf(const SpeakerLayout& layout, unsigned order, const Deco
     figures.layout = layout.name;
     figures.order = order;
     figures.hasVelocity = layout.kind == LayoutKind::Speakers && layout.DecodedSpeakers().size() > 2 &&
-                          !HasUnequalDistances(layout);
+                          !HasUnknownDelays(layout);
     for (const DirectionFigures& at : CheckDirections(layout, transform, lowBand, around)) {
         figures.velocityLength += at.velocityLength / static_cast<double>(around.size());
         figures.velocityError = std::max(figures.velocityError, at.velocityError);
@@ -98,6 +192,7 @@ SpeakerFigures FiguresOf(const SpeakerLayout& layout, unsigned order, const Deco
     figures.greatestLevel = energy.greatestLevel;
     figures.frontError =
         Summarise(CheckDirections(layout, transform, highBand, FrontDirections(30, 31))).greatestError;
+    AddBands(layout, transform, around, figures);
     return figures;
 }
 
@@ -130,14 +225,21 @@ double FrontLevel(const SpeakerLayout& layout, const DecoderTransform& transform
 
 std::vector<SpeakerFigures> CheckSpeakers(const FormatLibrarian& library, int rate) {
     std::vector<SpeakerFigures> all;
-    ForEachDecoder(library, rate,
+    ForEachDecoder(library, false, rate,
                    [&](const Conversion& conversion, unsigned order, const Format& to,
                        const DecoderTransform& transform) {
-                       if (IsHeadphones(to)) return;
                        all.push_back(FiguresOf(LayoutOfFormat(to), order, transform));
-                       all.back().method = conversion.method;
+                       SpeakerFigures& figures = all.back();
+                       figures.method = conversion.method;
+                       if (HasLimits(figures))
+                           figures.fault = FaultOf(figures, LimitsOf(LayoutOfFormat(to), order));
                    });
     return all;
+}
+
+void CheckLimits(const FormatLibrarian& library, int rate) {
+    for (const SpeakerFigures& figures : CheckSpeakers(library, rate))
+        if (!figures.fault.empty()) throw slib::BadDataException(figures.fault);
 }
 
 ReferenceHeads MakeReferenceHeads(const std::string& sofaPath, int rate) {
@@ -154,13 +256,13 @@ const HeadSpectra* ReferenceOf(const std::string& method, const ReferenceHeads& 
 
 std::vector<HeadFigures> CheckHeads(const FormatLibrarian& library, const ReferenceHeads& heads, int rate) {
     std::vector<HeadFigures> all;
-    ForEachDecoder(library, rate,
-                   [&](const Conversion& conversion, unsigned order, const Format& to,
-                       const DecoderTransform& transform) {
-                       const HeadSpectra* head = ReferenceOf(conversion.method, heads);
-                       if (!IsHeadphones(to) || head == nullptr) return;
-                       all.push_back({conversion.method, order, CheckHead(transform, *head)});
-                   });
+    ForEachDecoder(
+        library, true, rate,
+        [&](const Conversion& conversion, unsigned order, const Format&, const DecoderTransform& transform) {
+            const HeadSpectra* head = ReferenceOf(conversion.method, heads);
+            if (head == nullptr) return;
+            all.push_back({conversion.method, order, CheckHead(transform, *head)});
+        });
     return all;
 }
 

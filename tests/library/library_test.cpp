@@ -77,8 +77,8 @@ TEST_F(Library, ARoomOfUnequalDistances_IsAddedWithAllMethodsAndReplaced) {
     EXPECT_EQ(orb3::FindDecoders(*changed, "attic").size(), 4u * MethodsFor(ReadRoom(roomFile)).size());
     orb3::fl::Format format;
     changed->getFormat(changed->findFormat("attic"), format);
-    EXPECT_NEAR(LayoutOfFormat(format).speakers[2].distance, 0.6, 1e-9);
-    EXPECT_TRUE(HasUnequalDistances(LayoutOfFormat(format)));
+    EXPECT_NEAR(LayoutOfFormat(format).speakers[2].distance, 1.5, 1e-6);
+    EXPECT_FALSE(HasUnknownDelays(LayoutOfFormat(format)));
 }
 
 // Selection asks for the system's speakers by exactly their name.

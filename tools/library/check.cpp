@@ -63,7 +63,7 @@ void Print(const orb3::fl::FormatLibrarian& library, const Counts& counts) {
               << Fixed(counts.worstLevel, 2) << " dB at most.\n";
 }
 
-Table Speakers(const orb3::fl::FormatLibrarian& library, int rate) {
+Table Speakers(const std::vector<design::SpeakerFigures>& rows) {
     Table table({{"layout", "layout"},
                  {"method", "method"},
                  {"order", "order", true},
@@ -77,14 +77,20 @@ Table Speakers(const orb3::fl::FormatLibrarian& library, int rate) {
                  {"max", "energy_error_max", true},
                  {"ahead", "energy_error_ahead", true},
                  {"level least", "level_least", true},
-                 {"greatest", "level_greatest", true}});
-    for (const design::SpeakerFigures& row : design::CheckSpeakers(library, rate))
+                 {"greatest", "level_greatest", true},
+                 {"all bands: level least", "bands_level_least", true},
+                 {"greatest", "bands_level_greatest", true},
+                 {"error mean", "bands_error_mean", true},
+                 {"max", "bands_error_max", true}});
+    for (const design::SpeakerFigures& row : rows)
         table.AddRow({row.layout, row.method, row.order, Number(row.velocityLength, 3, "", row.hasVelocity),
                       Number(row.velocityError, 1, "°", row.hasVelocity), Number(row.meanLength, 3),
                       Number(row.leastLength, 3), Number(row.limit, 3),
                       Number(100 * row.meanLength / row.limit, 1, "%"), Number(row.meanError, 1, "°"),
                       Number(row.greatestError, 1, "°"), Number(row.frontError, 1, "°"),
-                      Number(row.leastLevel, 1, " dB"), Number(row.greatestLevel, 1, " dB")});
+                      Number(row.leastLevel, 1, " dB"), Number(row.greatestLevel, 1, " dB"),
+                      Number(row.leastInBands, 2, " dB"), Number(row.greatestInBands, 2, " dB"),
+                      Number(row.meanErrorInBands, 1, "°"), Number(row.greatestErrorInBands, 1, "°")});
     return table;
 }
 
@@ -111,9 +117,12 @@ Table Heads(const orb3::fl::FormatLibrarian& library, const design::ReferenceHea
 }
 
 void Print(const Table& speakers, const Table& heads, bool isHeadMissing) {
-    std::cout << "\nSpeakers. Velocity vectors (rV) at 60 to 120 Hz, energy vectors (rE) and levels at 6 to "
-                 "12 kHz; ahead is\nwithin 30 degrees of it. Directions are those of the horizon for flat "
-                 "layouts, else of the sphere.\n\n";
+    std::cout
+        << "\nSpeakers. Velocity vectors (rV) at 60 to 120 Hz, energy vectors (rE) and levels at 6 to "
+           "12 kHz; ahead is\nwithin 30 degrees of it. Directions are those of the horizon for flat "
+           "layouts, else of the sphere.\nAll bands are those of an octave or more from 60 Hz to 12 kHz: "
+           "levels, and errors of rV below 700 Hz and of rE above,\noutside the layout's gaps, in the worst "
+           "band.\n\n";
     speakers.PrintMarkdown(std::cout);
     std::cout << "\nHeads. Errors of the interaural delay below 1.5 kHz, of the levels in auditory bands, "
                  "and of the difference between the\nears in these, against the head that a method imitates, "
@@ -125,14 +134,23 @@ void Print(const Table& speakers, const Table& heads, bool isHeadMissing) {
                      "with --sofa FILE.\n";
 }
 
-void CheckAcoustics(const orb3::fl::FormatLibrarian& library, const Options& options, Json& document) {
+// Returns how many decoders miss their limits.
+std::size_t CheckAcoustics(const orb3::fl::FormatLibrarian& library, const Options& options, Json& document) {
     const int rate = RateOf(library);
-    const Table speakers = Speakers(library, rate);
+    const std::vector<design::SpeakerFigures> rows = design::CheckSpeakers(library, rate);
+    const Table speakers = Speakers(rows);
+    std::size_t faults = 0;
+    for (const design::SpeakerFigures& row : rows) {
+        if (row.fault.empty()) continue;
+        ++faults;
+        std::cerr << row.fault << "\n";
+    }
     const design::ReferenceHeads references = design::MakeReferenceHeads(HeadFile(options.sofa), rate);
     const Table heads = Heads(library, references, rate);
-    if (!options.isJson) return Print(speakers, heads, references.measured.directions.empty());
+    if (!options.isJson) Print(speakers, heads, references.measured.directions.empty());
     document["speakers"] = speakers.ToJson();
     document["heads"] = heads.ToJson();
+    return faults;
 }
 
 void Check(const Options& options) {
@@ -142,11 +160,14 @@ void Check(const Options& options) {
         std::cerr << Name(finding) << " at " << finding.rate << " Hz: " << finding.fault << "\n";
     Json document = ToJson(*library, counts);
     if (!options.isJson) Print(*library, counts);
-    if (options.hasAcoustics) CheckAcoustics(*library, options, document);
+    const std::size_t misses = options.hasAcoustics ? CheckAcoustics(*library, options, document) : 0;
     if (options.isJson) PrintJson(document);
     if (!counts.faults.empty() || counts.transforms == 0)
         throw slib::BadDataException("'" + options.path + "' has faults. 'tessarune-library build " +
                                      options.path + "' makes it anew.");
+    if (misses > 0)
+        throw slib::BadDataException(std::to_string(misses) + " decoders of '" + options.path +
+                                     "' miss their limits.");
 }
 
 }  // namespace

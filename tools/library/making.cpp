@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <iostream>
 
+#include "library/check/librarycheck.h"
 #include "library/libraryassembly.h"
 #include "library/librarywriter.h"
 #include "slib/exception.h"
@@ -40,6 +41,7 @@ void MakeLibrary(const MakingOptions& options) {
         };
     design::WriteLibrary(options.path, [&](orb3::fl::FormatRegistrar& library) {
         design::AssembleLibrary(plan, library);
+        design::CheckLimits(library, plan.rates.back());
         std::cout << options.path << ": " << library.getFormatCount() << " formats, "
                   << library.getMethodCount() << " methods, " << library.getConversionCount()
                   << " conversions";

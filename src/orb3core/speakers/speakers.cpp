@@ -82,6 +82,11 @@ void Speaker::Validate() const {
             "Subwoofers should be indicated as 'Bass (LFE Only)' or 'Bass (Managed)'.");
 }
 
+bool SpeakerSet::operator==(const SpeakerSet& other) const {
+    return speakers == other.speakers && discardDistance == other.discardDistance &&
+           audienceArrangement == other.audienceArrangement;
+}
+
 void SpeakerSet::Read(const slib::SXMLNode& node, bool checkLabel) {
     if (checkLabel) node.CheckLabel("SpeakerSet");
     SpeakerSet fresh;
@@ -90,6 +95,8 @@ void SpeakerSet::Read(const slib::SXMLNode& node, bool checkLabel) {
     fresh.discardDistance = slib::ParseBool(node.GetAttribute("DiscardDistance"));
     if (node.HasAttribute("AudienceArrangement"))
         fresh.audienceArrangement = ParseAudienceArrangement(node.GetAttribute("AudienceArrangement"));
+    if (node.HasAttribute("Distance"))
+        fresh.distance = std::max(0.0, slib::ParseFiniteDouble(node.GetAttribute("Distance")));
     if (node.HasAttribute("Scale"))
         ScaleLocations(fresh.speakers, slib::ParseFiniteDouble(node.GetAttribute("Scale")));
     *this = std::move(fresh);
@@ -100,6 +107,7 @@ std::unique_ptr<slib::SXMLNode> SpeakerSet::CreateNode() const {
     node->label = "SpeakerSet";
     node->attributes = {{"DiscardDistance", slib::FormatBool(discardDistance)},
                         {"AudienceArrangement", GetAudienceArrangementText(audienceArrangement)}};
+    if (distance > 0) node->attributes["Distance"] = slib::FormatNumber(distance);
     for (const Speaker& speaker : speakers)
         node->AddChild(speaker.CreateNode());
     return node;

@@ -65,12 +65,14 @@ struct SpeakerSet {
     std::vector<Speaker> speakers;
     bool discardDistance = false;  ///< False: gains of dedicated outputs grow with a speaker's distance.
     AudienceArrangement audienceArrangement = AudienceArrangement::Forward;
+    double distance = 0;  ///< Metres to the furthest decoded speaker; 0 where nobody measured it.
 
-    bool operator==(const SpeakerSet&) const = default;
+    /// The distance takes no part.
+    bool operator==(const SpeakerSet& other) const;
 
     /// Fills the record from a node; with `checkLabel` its label must be "SpeakerSet". Each child labelled
-    /// "Speaker" gives a speaker, scaled by the attribute "Scale" if there is one. On a failure, a
-    /// slib::BadDataException, the record stays as it was.
+    /// "Speaker" gives a speaker, scaled by the attribute "Scale" if there is one; "Distance" may be left
+    /// out. On a failure, a slib::BadDataException, the record stays as it was.
     void Read(const slib::SXMLNode& node, bool checkLabel);
 
     /// A new node labelled "SpeakerSet"; the caller may relabel it.
