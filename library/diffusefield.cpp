@@ -52,13 +52,18 @@ Eigen::Matrix2cd Unitary(const Eigen::Matrix2cd& m) {
 
 }  // namespace
 
+Eigen::VectorXcd DiffuseEqualiser(const Eigen::VectorXd& power, double binWidth, double highest) {
+    Eigen::VectorXd smooth = Smoothed(power, binWidth, 0.5);
+    const auto last = std::min(static_cast<Eigen::Index>(highest / binWidth), smooth.size() - 1);
+    smooth.tail(smooth.size() - 1 - last).setConstant(smooth[last]);
+    smooth = smooth.cwiseMax(powerFloor * smooth.maxCoeff());
+    HeadFourier fourier(2 * (smooth.size() - 1));
+    return fourier.MinimumPhase(smooth.cwiseSqrt()).cwiseInverse();
+}
+
 void EqualiseDiffuseField(HeadSpectra& spectra, double highest) {
-    Eigen::VectorXd power = Smoothed(DiffusePower(spectra), spectra.BinWidth(), 0.5);
-    const auto last = std::min(static_cast<Eigen::Index>(highest / spectra.BinWidth()), power.size() - 1);
-    power.tail(power.size() - 1 - last).setConstant(power[last]);
-    power = power.cwiseMax(powerFloor * power.maxCoeff());
-    HeadFourier fourier(2 * (power.size() - 1));
-    const Eigen::RowVectorXcd equaliser = fourier.MinimumPhase(power.cwiseSqrt()).cwiseInverse().transpose();
+    const Eigen::RowVectorXcd equaliser =
+        DiffuseEqualiser(DiffusePower(spectra), spectra.BinWidth(), highest).transpose();
     for (Eigen::MatrixXcd& ear : spectra.ears)
         ear.array().rowwise() *= equaliser.array();
 }

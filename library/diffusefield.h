@@ -9,9 +9,13 @@
 
 namespace design {
 
+/// The minimum-phase spectrum that takes the colour out of a diffuse field of `power` (one value a bin of
+/// `binWidth` Hz, from 0 Hz to half the rate): the root of its inverse. The power is smoothed over half an
+/// auditory band, and from `highest` Hz on taken as it is there.
+Eigen::VectorXcd DiffuseEqualiser(const Eigen::VectorXd& power, double binWidth, double highest);
+
 /// Divides both ears by one minimum-phase spectrum, the root of the power that a diffuse field leaves at an
-/// ear, so that such a field sounds without colour. The power is smoothed over half an auditory band, and
-/// from `highest` Hz on taken as it is there.
+/// ear, so that such a field sounds without colour (DiffuseEqualiser).
 void EqualiseDiffuseField(HeadSpectra& spectra, double highest);
 
 /// Covariance of the ears in a diffuse field, from the ear signals that unit plane waves of equal power from

@@ -206,7 +206,7 @@ void StoreVirtualSpeakers(const HeadMethod& method, const SpeakerLayout& room, c
     double energy = 0;
     const Transform gains = DesignSpeakerDecoder(room, greatestOrder, SpeakerMethod::Energy, 48000).transform;
     for (const auto& [rate, head] : method.heads) {
-        const Transform transform = EarsOfSpeakers(head, room);
+        const Transform transform = EarsOfSpeakers(head, room, gains);
         energy += FrontalEnergyOfChain(gains, transform) / static_cast<double>(method.heads.size());
         StoreTransform(last, transform, library);
     }

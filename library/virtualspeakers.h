@@ -12,9 +12,11 @@ namespace design {
 
 /// Inputs are the layout's speakers, outputs the left ear and the right. Each decoded speaker is where the
 /// head was measured nearest to it; a sub-woofer goes to both ears alike, at half its power each. Time zero
-/// is the passing of the wave at the head's centre. Throws slib::BadParameterException for an empty head.
-orb3::strans::TimeDomainTransform<double, 1> EarsOfSpeakers(const HeadSpectra& head,
-                                                            const SpeakerLayout& layout);
+/// is the passing of the wave at the head's centre. What the decoder `gains`, of one sample a response, makes
+/// of a diffuse field reaches the ears without colour. Throws slib::BadParameterException for an empty head.
+orb3::strans::TimeDomainTransform<double, 1> EarsOfSpeakers(
+    const HeadSpectra& head, const SpeakerLayout& layout,
+    const orb3::strans::TimeDomainTransform<double, 1>& gains);
 
 /// FrontalEnergy of the decoder `gains`, of one sample a response, followed by `ears`.
 double FrontalEnergyOfChain(const orb3::strans::TimeDomainTransform<double, 1>& gains,

@@ -12,10 +12,13 @@
 #include "library/diffusefield.h"
 #include "library/erb.h"
 #include "library/headcoverage.h"
+#include "library/headfourier.h"
 #include "library/headpreparation.h"
 #include "library/magls.h"
 #include "library/sofareader.h"
+#include "library/speakerdecoder.h"
 #include "library/spherehead.h"
+#include "library/virtualspeakers.h"
 #include "numeric/ambisonicorder.h"
 #include "slib/exception.h"
 #include "tests/support/failure.h"
@@ -183,6 +186,31 @@ TEST(Magls, AHeadWithoutSymmetry_KeepsItsTwoEarsAndItsDiffuseField) {
         EXPECT_NEAR(10 * std::log10(std::abs(got(0, 0) / got(1, 1))), 6.02, 0.6);
     }
     EXPECT_LT(worst, 0.05);
+}
+
+// Waves from everywhere, of the same power: what of them reaches an ear in each auditory band.
+TEST(VirtualSpeakers, ADiffuseField_ReachesTheEarsWithoutColour) {
+    const HeadSpectra head = PrepareMeasuredHead(ReadSofa(measuredHead), 48000);
+    SpeakerLayout room;
+    for (const SpeakerLayout& layout : StandardLayouts())
+        if (layout.family == slib::StandardFormat::Surround71) room = layout;
+    const HeadTransform gains = DesignSpeakerDecoder(room, 4, SpeakerMethod::Energy, 48000).transform;
+    const HeadTransform ears = EarsOfSpeakers(head, room, gains);
+    const Eigen::MatrixXd waves = PlaneWaveMatrix(SpiralPoints(300).directions, 4);
+    HeadFourier fourier(ears.Length());
+    Eigen::VectorXd power = Eigen::VectorXd::Zero(fourier.bins);
+    for (Index wave = 0; wave < waves.rows(); ++wave)
+        for (const std::uint32_t ear : {0U, 1U}) {
+            Eigen::VectorXd sum = Eigen::VectorXd::Zero(ears.Length());
+            for (std::uint32_t s = 0; s < ears.impulses.rows; ++s)
+                for (std::uint32_t c = 0; c < gains.impulses.rows; ++c)
+                    sum += waves(wave, c) * gains.impulses(c, s)[0] *
+                           Eigen::VectorXd::Map(ears.impulses(s, ear).data, ears.Length());
+            power += fourier.Spectrum(sum).cwiseAbs2();
+        }
+    const Eigen::ArrayXd levels =
+        10 * (MakeErbBands(100, 16000, 48000, fourier.bins).weights * power).array().log10();
+    EXPECT_LT((levels - levels.mean()).abs().maxCoeff(), 1);
 }
 
 TEST(HeadCheck, HorizontalDifferences_OfTheSphereFollowTheLowFrequencyLimit) {
