@@ -121,8 +121,13 @@ private:
             SpeakerSettingOf(settings.speakerSetting.value_or(slib::StandardFormat::Stereo));
         // A program with more rights than its caller writes no file that the caller may have named.
         if (settings.output == Output::WaveFile && !HasMoreRightsThanItsCaller())
-            return MakeWaveFileDevice(speakers, settings.waveFile, log);
+            return OpenWaveFile(speakers);
         return MakeSilentDevice(speakers);
+    }
+
+    SoundDevicePtr OpenWaveFile(std::uint32_t speakers) {
+        news->isPatient = settings.waveFilePace == PlatformSettings::Pace::Renderer;
+        return MakeWaveFileDevice(speakers, {settings.waveFile, settings.waveFilePace}, log);
     }
 
     // `speakers` are those of the output, where no setting says what they are.

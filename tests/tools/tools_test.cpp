@@ -34,6 +34,7 @@ const std::vector<SettingCase> settings{
     {"Output", "auto", "", "Loud",
      "Output must be Auto, Silent, WaveFile, PulseAudio, JACK or ALSA, not 'Loud'."},
     {"WaveFile", "/usr/../usr/a b.wav", "/usr/a b.wav", "/no/such/folder/a.wav", "a folder that exists"},
+    {"WaveFilePace", "realtime", "RealTime", "Fast", "must be Renderer or RealTime, not 'Fast'."},
     {"SpeakerSetting", "surround 5.1 (itu)", "Surround 5.1 (ITU)", "Unknown", "or Surround 7.1 (Wide)"},
     {"AudioRenderer.SuggestedBufferLength", "2147483647", "2147483647", "2147483648", "must be 64 or more"}};
 
@@ -44,7 +45,7 @@ protected:
         const std::size_t dot = name.find('.');
         if (dot != std::string::npos)
             return slib::SXMLNode(Document()).GetChild("AudioRenderer").GetAttribute(name.substr(dot + 1));
-        if (name == "Output" || name == "WaveFile" || name == "SpeakerSetting")
+        if (name == "Output" || name == "WaveFile" || name == "WaveFilePace" || name == "SpeakerSetting")
             return store.Read("/Platform/" + name, "?");
         const slib::SXMLNode document(Document());
         return (name == "UseDirectSoundAutoselect" ? document : document.GetChild("Tessarune"))

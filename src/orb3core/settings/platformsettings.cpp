@@ -27,6 +27,16 @@ Output ReadOutput(const std::string& text, const std::string& waveFile, slib::Lo
     return Output::Auto;
 }
 
+PlatformSettings::Pace ReadPace(const std::string& text, slib::Log& log) {
+    constexpr auto byDefault = PlatformSettings::Pace::Renderer;
+    const auto pace = text.empty() ? byDefault : choiceTexts<PlatformSettings::Pace>.Find(text);
+    if (!pace)
+        log.Write("The setting '/Platform/WaveFilePace' is '" + text +
+                      "', which is neither 'Renderer' nor 'RealTime'.",
+                  true);
+    return pace.value_or(byDefault);
+}
+
 std::optional<slib::StandardFormat> ReadSpeakerSetting(const std::string& text, slib::Log& log) {
     if (text.empty()) return std::nullopt;
     try {
@@ -46,6 +56,7 @@ PlatformSettings ReadPlatformSettings(slib::Log& log) {
     PlatformSettings settings;
     settings.waveFile = store.Read("/Platform/WaveFile", "");
     settings.output = ReadOutput(store.Read("/Platform/Output", ""), settings.waveFile, log);
+    settings.waveFilePace = ReadPace(store.Read("/Platform/WaveFilePace", ""), log);
     settings.speakerSetting = ReadSpeakerSetting(store.Read("/Platform/SpeakerSetting", ""), log);
     return settings;
 }
