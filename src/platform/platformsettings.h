@@ -3,6 +3,7 @@
 // The machine's own settings of the sound output, as plain data. Read from the store above this folder, and
 // passed in when the sound system is made.
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -27,7 +28,8 @@ struct PlatformSettings {
     };
 
     Output output = Output::Auto;
-    std::string waveFile;  ///< path, for Output::WaveFile
+    std::string waveFile;                ///< path, for Output::WaveFile
+    std::uint32_t waveFileChannels = 8;  ///< more than 8 also make it an output of so many, 64 at most
     Pace waveFilePace = Pace::Renderer;
     std::optional<slib::StandardFormat> speakerSetting;  ///< instead of what the device reports
 

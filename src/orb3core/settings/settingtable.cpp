@@ -163,6 +163,12 @@ constexpr SettingValue StoredPath() {
     return {{SettingRange::Kind::Path, {}, nullptr}, {}, Outside::Kept, StoreValue{}};
 }
 
+// What nothing in the store means is a number within the bounds.
+constexpr SettingValue StoredWhole(Bounds bounds, std::string_view byDefault) {
+    return {{SettingRange::Kind::Whole, bounds, nullptr}, {}, Outside::Kept, StoreValue{byDefault}};
+}
+
+constexpr Bounds fileChannels{8, static_cast<int>(platform::mostOutputChannels)};
 constexpr Bounds rates{static_cast<int>(platform::lowestRate), static_cast<int>(platform::highestRate)};
 constexpr Bounds blockLengths{64, noLimit};
 constexpr Bounds fromOne{1, noLimit};
@@ -264,6 +270,10 @@ constexpr std::array settings{
         "With Renderer it waits, so that a recording on a busy machine is whole and nothing is given up for "
         "speed; it never runs faster than time. RealTime shows what a sound card would have played: silence "
         "where the renderer was late."},
+    Setting{"WaveFileChannels", Optional, StoredWhole(fileChannels, "8"),
+        "how many outputs Output WaveFile has", "output",
+        "More than 8 make another device of so many outputs, which a layout is connected to by "
+        "`tessarune-config select LAYOUT --device`. Other layouts are recorded as before."},
     Setting{"SpeakerSetting", Optional, StoredChoice(SpeakerSettings),
         "the speakers, in place of those that the device reports", "layout",
         "Set it for headphones on a plain stereo output, or for speakers that the system doesn't know of."},
