@@ -101,6 +101,23 @@ TEST_F(Library, ARoomWithTheNameOfWhatOthersNeed_IsRefusedAndNothingChanges) {
     EXPECT_FALSE(library->hasPendingData());
 }
 
+TEST_F(Library, MadeByAnyNumberOfThreads_IsTheSameByteForByte) {
+    for (const unsigned threads : {1U, 5U}) {
+        fs::copy(folder.path / "lib", folder.path / std::to_string(threads));
+        const auto library =
+            orb3::fl::createLibrarian(Path(std::to_string(threads)), acoustics, nullptr, false);
+        AddSpeakerLayout(ReadRoom(roomFile), {44100, testRate}, *library, threads);
+        library->commit();
+    }
+    std::size_t files = 0;
+    for (const auto& entry : fs::directory_iterator(folder.path / "1")) {
+        const fs::path other = folder.path / "5" / entry.path().filename();
+        EXPECT_EQ(testing_support::ReadFile(entry.path()), testing_support::ReadFile(other)) << other;
+        ++files;
+    }
+    EXPECT_GT(files, 20u);
+}
+
 TEST_F(Library, WriteLibrary_ThatFails_LeavesTheOldLibraryOrNone) {
     const std::uint32_t before = Open()->getConversionCount();
     const auto fail = [](FormatRegistrar& library) {
