@@ -106,7 +106,7 @@ TEST_F(Library, MadeByAnyNumberOfThreads_IsTheSameByteForByte) {
         fs::copy(folder.path / "lib", folder.path / std::to_string(threads));
         const auto library =
             orb3::fl::createLibrarian(Path(std::to_string(threads)), acoustics, nullptr, false);
-        AddSpeakerLayout(ReadRoom(roomFile), {44100, testRate}, *library, threads);
+        AddSpeakerLayout(ReadRoom(roomFile), {testRate}, *library, threads);
         library->commit();
     }
     std::size_t files = 0;
