@@ -4,18 +4,21 @@
 #include <array>
 #include <charconv>
 #include <cmath>
-#include <numbers>
+#include <iterator>
 #include <optional>
+#include <sstream>
 #include <string_view>
+#include <utility>
 
+#include "library/jsonlayout.h"
+#include "library/layoutbuilder.h"
 #include "slib/exception.h"
 #include "slib/text.h"
 
 namespace design {
 namespace {
 
-constexpr double degree = std::numbers::pi / 180;
-constexpr std::size_t mostSpeakers = 128;
+constexpr std::size_t mostBytes = 4'000'000;
 
 std::string_view Trimmed(std::string_view text) {
     while (!text.empty() && slib::IsSpace(text.front()))
@@ -51,16 +54,16 @@ public:
             rest = TakeUntil(rest, '#');
             if (!rest.empty()) ReadLine(rest);
         }
-        if (stream.bad()) throw slib::BadDataException(source + ": the file can't be read.");
-        CheckWhole();
-        return std::move(layout);
+        SpeakerLayout layout;
+        Take([&] { layout = builder.Finish(); });
+        return layout;
     }
 
 private:
     std::istream& stream;
     const std::string& source;
     int line = 0;
-    SpeakerLayout layout;
+    LayoutBuilder builder;
 
     [[noreturn]] void Fail(const std::string& what) const {
         throw slib::BadDataException(source + ", line " + std::to_string(line) + ": " + what);
@@ -71,29 +74,29 @@ private:
             Fail("A line is \"name: <layout>\" or \"<speaker>: azimuth 30, distance 2\".");
         const std::string label(TakeUntil(text, ':'));
         if (label.empty()) Fail("A speaker needs a label before the colon.");
-        if (slib::toLower(label) == "name") return SetName(Trimmed(text));
+        if (slib::toLower(label) == "name") return Take([&] { builder.SetName(Trimmed(text)); });
+        if (slib::toLower(label) == "crossover")
+            return Take([&] { builder.SetCrossover(NumberOf("crossover", Trimmed(text))); });
         AddSpeaker(label, text);
     }
 
-    void SetName(std::string_view name) {
-        if (!layout.name.empty()) Fail("The layout has a name already.");
-        const bool hasLetterOrDigit = std::ranges::any_of(name, [](char c) {
-            return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-        });
-        if (!hasLetterOrDigit) Fail("A layout's name needs a letter from A to Z or a digit.");
-        layout.name = name;
+    // What `step` throws is told with the line.
+    template <typename Step>
+    void Take(const Step& step) const {
+        try {
+            step();
+        } catch (const slib::BadDataException& failure) {
+            Fail(failure.what());
+        }
     }
 
     void AddSpeaker(const std::string& label, std::string_view rest) {
-        if (layout.speakers.size() == mostSpeakers)
-            Fail("A layout has at most " + std::to_string(mostSpeakers) + " speakers.");
         RoomSpeaker speaker{.label = label, .direction = Direction::UnitX()};
         Coordinates coordinates;
         while (!rest.empty())
             ReadProperty(TakeUntil(rest, ','), speaker, coordinates);
         Place(coordinates, speaker);
-        CheckSpeaker(speaker);
-        layout.speakers.push_back(speaker);
+        Take([&] { builder.Add(speaker); });
     }
 
     void ReadProperty(std::string_view text, RoomSpeaker& speaker, Coordinates& coordinates) const {
@@ -109,25 +112,27 @@ private:
     void SetCoordinate(std::optional<double>& coordinate, const std::string& word,
                        std::string_view value) const {
         if (coordinate) Fail(std::string("\"") + word + "\" is given twice.");
+        coordinate = NumberOf(word, value);
+    }
+
+    double NumberOf(const std::string& word, std::string_view value) const {
         double number = 0;
         const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), number);
         if (error != std::errc() || end != value.data() + value.size() || !std::isfinite(number))
             Fail(std::string("\"") + std::string(value) + "\" is not a number for \"" + word + "\".");
-        coordinate = number;
+        return number;
     }
 
     void SetKind(const std::string& word, std::string_view value, RoomSpeaker& speaker) const {
         if (word != "role" && word != "type")
             Fail(std::string("\"") + word +
                  "\" is not one of azimuth, elevation, distance, x, y, z, role and type.");
-        try {
+        Take([&] {
             if (word == "role")
                 speaker.role = orb3::spk::ParseRole(value);
             else
                 speaker.type = orb3::spk::ParseSpeakerType(value);
-        } catch (const slib::BadDataException& failure) {
-            Fail(failure.what());
-        }
+        });
     }
 
     void Place(const Coordinates& at, RoomSpeaker& speaker) const {
@@ -135,11 +140,10 @@ private:
         if (isPolar == isPoint)
             Fail("A speaker stands at an azimuth, elevation and distance, or at x, y and z.");
         if (isPolar) {
-            if (std::abs(at[Azimuth].value_or(0)) > 360) Fail("An azimuth is between -360 and 360 degrees.");
-            if (std::abs(at[Elevation].value_or(0)) > 90) Fail("An elevation is between -90 and 90 degrees.");
-            speaker.direction =
-                DirectionAt(at[Azimuth].value_or(0) * degree, at[Elevation].value_or(0) * degree);
-            speaker.distance = at[Distance].value_or(1);
+            Take([&] {
+                PlaceAt(at[Azimuth].value_or(0), at[Elevation].value_or(0), at[Distance].value_or(1),
+                        speaker);
+            });
             speaker.hasDistance = at[Distance].has_value();
         } else {
             const Direction place(at[X].value_or(0), at[Y].value_or(0), at[Z].value_or(0));
@@ -147,35 +151,19 @@ private:
             speaker.hasDistance = true;
             if (speaker.distance > 0) speaker.direction = place / speaker.distance;
         }
-        if (!(speaker.distance >= 0.1 && speaker.distance <= 100))
-            Fail("A speaker stands between 0.1 and 100 metres away.");
-    }
-
-    void CheckSpeaker(const RoomSpeaker& speaker) const {
-        try {
-            orb3::spk::Speaker{speaker.label, {}, speaker.type, speaker.role}.Validate();
-        } catch (const slib::BadDataException& failure) {
-            Fail(failure.what());
-        }
-        for (const RoomSpeaker& other : layout.speakers) {
-            if (other.label == speaker.label) Fail("There are two speakers \"" + speaker.label + "\".");
-            if (other.IsDecoded() && speaker.IsDecoded() &&
-                AngleBetween(other.direction, speaker.direction) < 0.5 * degree)
-                Fail(std::string("\"") + other.label + "\" and \"" + speaker.label +
-                     "\" stand in the same direction.");
-        }
-    }
-
-    void CheckWhole() const {
-        if (layout.name.empty()) Fail("The layout has no name; a line \"name: My room\" gives it one.");
-        if (layout.DecodedSpeakers().empty()) Fail("The layout has no speaker to decode for.");
     }
 };
 
 }  // namespace
 
 SpeakerLayout ReadLayout(std::istream& stream, const std::string& source) {
-    return Reader(stream, source).Read();
+    std::string text(std::istreambuf_iterator<char>(stream), {});
+    if (stream.bad()) throw slib::BadDataException(source + ": the file can't be read.");
+    if (text.size() > mostBytes)
+        throw slib::BadDataException(source + ": the file is too long for a layout.");
+    if (IsJson(text)) return ReadJsonLayout(text, source);
+    std::istringstream lines(std::move(text));
+    return Reader(lines, source).Read();
 }
 
 }  // namespace design

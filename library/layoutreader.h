@@ -1,6 +1,7 @@
 #pragma once
 
-// Reads a room that a user measured from a text file. Called by the program that adds layouts to a library.
+// Reads a room that a user measured from a file, in our own text form or the JSON that tools for Ambisonic
+// decoders write. Called by the program that adds layouts to a library.
 
 #include <istream>
 #include <string>
@@ -9,8 +10,8 @@
 
 namespace design {
 
-/// Reads a layout. Each line is empty, a comment from "#" on, the layout's name, or a speaker, in the order
-/// of the device's channels:
+/// Reads a layout; a file that begins as JSON does by ReadJsonLayout. Of others each line is empty, a comment
+/// from "#" on, the layout's name, or a speaker, in the order of the device's channels:
 ///
 ///     name: Attic
 ///     Front Left: azimuth 30, distance 2.4, role FrontLeft

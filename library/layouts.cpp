@@ -21,6 +21,7 @@ struct Place {
     std::string_view channel;
     double azimuth;  // degrees
     Role role;
+    double elevation = 0;  // degrees
 };
 
 struct Room {
@@ -75,15 +76,66 @@ const std::vector<Room>& Rooms() {
 
 RoomSpeaker SpeakerAt(const Place& place) {
     const bool isBass = place.role == Role::BassLFE;
-    return {std::string(place.channel), DirectionAt(place.azimuth * degree, 0), 1,
+    return {std::string(place.channel), DirectionAt(place.azimuth * degree, place.elevation * degree), 1,
             isBass ? SpeakerType::SubWoofer : SpeakerType::Normal, place.role};
 }
 
-SpeakerLayout LayoutOf(const Room& room) {
-    SpeakerLayout layout{slib::GetStandardFormatName(room.format), room.format, room.kind, {}};
-    for (const Place& place : room.places)
+SpeakerLayout LayoutOf(std::string name, const std::vector<Place>& places) {
+    SpeakerLayout layout{std::move(name), StandardFormat::Unknown, LayoutKind::Speakers, {}};
+    for (const Place& place : places)
         layout.speakers.push_back(SpeakerAt(place));
     return layout;
+}
+
+SpeakerLayout LayoutOf(const Room& room) {
+    SpeakerLayout layout = LayoutOf(slib::GetStandardFormatName(room.format), room.places);
+    layout.family = room.format;
+    layout.kind = room.kind;
+    return layout;
+}
+
+// Pairs at these azimuths (degrees), the second one where that is above 0.
+std::vector<Place> Tops(double front, double back) {
+    constexpr double elevation = 30;
+    std::vector<Place> tops{{"Top Front Left", front, Role::Unknown, elevation},
+                            {"Top Front Right", -front, Role::Unknown, elevation}};
+    if (back > 0)
+        tops.insert(tops.end(), {{"Top Back Left", back, Role::Unknown, elevation},
+                                 {"Top Back Right", -back, Role::Unknown, elevation}});
+    return tops;
+}
+
+std::vector<Place> Joined(std::vector<Place> places, const std::vector<Place>& others) {
+    places.insert(places.end(), others.begin(), others.end());
+    return places;
+}
+
+std::vector<Place> TwentyTwoAndTwo() {
+    constexpr double top = 30, bottom = -30;
+    return {{"Front Left", 60, Role::FrontLeft},
+            {"Front Right", -60, Role::FrontRight},
+            centre,
+            {"Bass (LFE Only)", 45, Role::BassLFE, bottom},
+            {"Back Left", 135, Role::BackLeft},
+            {"Back Right", -135, Role::BackRight},
+            {"Front Left of Centre", 30, Role::Unknown},
+            {"Front Right of Centre", -30, Role::Unknown},
+            {"Back Centre", 180, Role::BackCentre},
+            {"Bass 2 (LFE Only)", -45, Role::BassLFE, bottom},
+            {"Side Left", 90, Role::SideLeft},
+            {"Side Right", -90, Role::SideRight},
+            {"Top Front Left", 45, Role::Unknown, top},
+            {"Top Front Right", -45, Role::Unknown, top},
+            {"Top Front Centre", 0, Role::Unknown, top},
+            {"Top Centre", 0, Role::Unknown, 90},
+            {"Top Back Left", 135, Role::Unknown, top},
+            {"Top Back Right", -135, Role::Unknown, top},
+            {"Top Side Left", 90, Role::Unknown, top},
+            {"Top Side Right", -90, Role::Unknown, top},
+            {"Top Back Centre", 180, Role::Unknown, top},
+            {"Bottom Front Centre", 0, Role::Unknown, bottom},
+            {"Bottom Front Left", 45, Role::Unknown, bottom},
+            {"Bottom Front Right", -45, Role::Unknown, bottom}};
 }
 
 RoomSpeaker Numbered(std::size_t number, const Direction& direction) {
@@ -105,6 +157,26 @@ std::vector<Direction> CubeCorners() {
         for (double azimuth : {45.0, -45.0, 135.0, -135.0})
             corners.push_back(DirectionAt(azimuth * degree, std::atan(z / std::numbers::sqrt2)));
     return corners;
+}
+
+// `count` speakers at an elevation, counter-clockwise from the azimuth `first`; all in degrees.
+void AddRing(std::vector<Direction>& directions, int count, double first, double elevation) {
+    for (int i = 0; i < count; ++i)
+        directions.push_back(DirectionAt((first + 360.0 * i / count) * degree, elevation * degree));
+}
+
+std::vector<Direction> DomePoints() {
+    std::vector<Direction> directions;
+    AddRing(directions, 12, 0, 0);
+    AddRing(directions, 8, 22.5, 30);
+    AddRing(directions, 4, 45, 60);
+    return directions;
+}
+
+std::vector<Direction> RingPoints() {
+    std::vector<Direction> directions;
+    AddRing(directions, 8, 22.5, 0);
+    return directions;
 }
 
 bool TakesDedicatedSignalAlone(Role role) {
@@ -164,9 +236,39 @@ std::vector<SpeakerLayout> StandardLayouts() {
     return layouts;
 }
 
+std::vector<SpeakerLayout> SmallLayouts() {
+    std::vector<SpeakerLayout> layouts = StandardLayouts();
+    std::erase_if(layouts, [](const SpeakerLayout& layout) {
+        return layout.family != StandardFormat::Surround51 && layout.family != StandardFormat::Surround71;
+    });
+    for (SpeakerLayout& layout : layouts) {
+        layout.name += " (Small Speakers)";
+        for (RoomSpeaker& speaker : layout.speakers) {
+            const bool isBass = speaker.type == SpeakerType::SubWoofer;
+            speaker.type = isBass ? SpeakerType::SubWoofer : SpeakerType::Small;
+            if (isBass) speaker.role = Role::BassManaged;
+        }
+    }
+    return layouts;
+}
+
 std::vector<SpeakerLayout> RegularLayouts() {
     return {RegularLayout("Hexagon", HorizonPoints(6).directions),
             RegularLayout("Octagon", HorizonPoints(8).directions), RegularLayout("Cube", CubeCorners())};
+}
+
+std::vector<SpeakerLayout> WideLayouts() {
+    const std::vector<Place> sides{{"Side Left", 110, Role::SideLeft}, {"Side Right", -110, Role::SideRight}};
+    const std::vector<Place> backsAndSides{{"Back Left", 135, Role::BackLeft},
+                                           {"Back Right", -135, Role::BackRight},
+                                           {"Side Left", 90, Role::SideLeft},
+                                           {"Side Right", -90, Role::SideRight}};
+    return {LayoutOf("Surround 5.1.2", FrontAnd(Joined(sides, Tops(30, 0)))),
+            LayoutOf("Surround 5.1.4", FrontAnd(Joined(sides, Tops(30, 110)))),
+            LayoutOf("Surround 7.1.4", FrontAnd(Joined(backsAndSides, Tops(45, 135)))),
+            LayoutOf("Surround 22.2", TwentyTwoAndTwo()),
+            RegularLayout("Octophonic Ring", RingPoints()),
+            RegularLayout("Dome 24", DomePoints())};
 }
 
 orb3::spk::SpeakerSet MakeSpeakerSet(const SpeakerLayout& layout) {

@@ -27,6 +27,7 @@ struct RoomSpeaker {
     orb3::spk::SpeakerType type = orb3::spk::SpeakerType::Normal;
     orb3::spk::Role role = orb3::spk::Role::Unknown;
     bool hasDistance = false;  ///< The distance was measured.
+    double gain = 1;           ///< linear, of its output; nothing for the designer
 
     /// False for sub-woofers and for speakers of dialogue alone: they take dedicated signals.
     bool IsDecoded() const;
@@ -62,8 +63,18 @@ struct SpeakerLayout {
 /// wide 7.1 with two more fronts at +-15.
 std::vector<SpeakerLayout> StandardLayouts();
 
+/// 5.1 and 7.1 of small speakers, whose bass goes to the sub-woofer.
+std::vector<SpeakerLayout> SmallLayouts();
+
 /// "Hexagon" and "Octagon", flat with a speaker ahead, and "Cube", of 8.
 std::vector<SpeakerLayout> RegularLayouts();
+
+/// Layouts of more speakers than an operating system can name, all with height but the ring: "Surround
+/// 5.1.2", "Surround 5.1.4", "Surround 7.1.4" and "Surround 22.2" as systems C, D, J and H of ITU-R BS.2051,
+/// in its order of the channels and by the names that sound servers have for them; "Octophonic Ring", whose
+/// front lies between two speakers; and "Dome 24", rings of 12, 8 and 4 at elevations of 0, 30 and 60
+/// degrees.
+std::vector<SpeakerLayout> WideLayouts();
 
 /// The set that goes with the layout's format.
 ///

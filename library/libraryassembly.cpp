@@ -1,10 +1,14 @@
 #include "library/libraryassembly.h"
 
+#include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <functional>
 #include <future>
 #include <map>
 #include <numbers>
+#include <optional>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -56,24 +60,82 @@ void StoreTransform(const Conversion& conversion, const Transform& transform, Fo
     library.storeTransform(conversion, {.possible = true}, transform);
 }
 
-// Stores what `design` makes for each of the rates, side by side.
+// A transform and what it is of; the conversion is stored with the first of its rates.
+struct Design {
+    Conversion conversion;
+    Transform transform;
+};
+
+// Designs that are made side by side, and stored one after the other in the order in which they were added.
+class Designs {
+public:
+    // Before the ones that are added next are stored.
+    void Announce(std::function<void()> announcement) { Add(std::move(announcement), {}); }
+
+    void Add(const Conversion& conversion, const std::vector<int>& rates,
+             const std::function<Transform(int rate)>& design) {
+        for (const int rate : rates)
+            Add([design, conversion, rate] { return std::vector<Design>{{conversion, design(rate)}}; });
+    }
+
+    void Add(std::function<std::vector<Design>()> make) { Add({}, std::move(make)); }
+
+    // On so many threads; 0 for all processors.
+    void Store(unsigned threads, FormatRegistrar& library) {
+        if (threads == 0) threads = std::max(std::thread::hardware_concurrency(), 1U);
+        std::atomic<std::size_t> next{0};
+        std::vector<std::future<void>> workers;
+        const Finally end([&] { next = entries.size(); });  // when storing fails, what is left isn't made
+        for (unsigned i = 0; i < threads; ++i)
+            workers.push_back(std::async(std::launch::async, [&] { Work(next); }));
+        for (Entry& entry : entries) {
+            if (entry.announcement) entry.announcement();
+            if (!entry.result) continue;
+            for (const Design& made : entry.result->get()) {
+                if (!library.hasConversion(made.conversion)) library.storeConversion(made.conversion);
+                StoreTransform(made.conversion, made.transform, library);
+            }
+        }
+    }
+
+private:
+    struct Entry {
+        std::function<void()> announcement;
+        std::packaged_task<std::vector<Design>()> make;
+        std::optional<std::future<std::vector<Design>>> result;
+    };
+
+    struct Finally {
+        explicit Finally(std::function<void()> function) : function(std::move(function)) {}
+        ~Finally() { function(); }
+        Finally(const Finally&) = delete;
+        Finally& operator=(const Finally&) = delete;
+        const std::function<void()> function;
+    };
+
+    void Add(std::function<void()> announcement, std::function<std::vector<Design>()> make) {
+        Entry entry{std::move(announcement), {}, {}};
+        if (make) {
+            entry.make = std::packaged_task<std::vector<Design>()>(std::move(make));
+            entry.result = entry.make.get_future();
+        }
+        entries.push_back(std::move(entry));
+    }
+
+    void Work(std::atomic<std::size_t>& next) {
+        for (std::size_t i = next++; i < entries.size(); i = next++)
+            if (entries[i].make.valid()) entries[i].make();
+    }
+
+    std::vector<Entry> entries;
+};
+
+// Stores what `design` makes for each of the rates.
 void StoreDesigns(const Conversion& conversion, const std::vector<int>& rates,
                   const std::function<Transform(int rate)>& design, FormatRegistrar& library) {
-    std::vector<std::future<Transform>> designs;
-    designs.reserve(rates.size());
-    for (const int rate : rates)
-        designs.push_back(std::async(std::launch::async, design, rate));
-    for (std::future<Transform>& made : designs)
-        StoreTransform(conversion, made.get(), library);
-}
-
-// The conversion comes with the first of its rates.
-void StoreDecoder(const SpeakerDecoder& decoder, const std::string& format, FormatRegistrar& library) {
-    const Conversion conversion =
-        MakeConversion(SpatialFormatTag(decoder.order), format, DescribeMethod(decoder.method).tag,
-                       static_cast<Priority>(decoder.priority));
-    if (!library.hasConversion(conversion)) library.storeConversion(conversion);
-    StoreTransform(conversion, decoder.transform, library);
+    Designs designs;
+    designs.Add(conversion, rates, design);
+    designs.Store(0, library);
 }
 
 void StoreSpatialFormat(unsigned order, FormatRegistrar& library) {
@@ -236,6 +298,35 @@ void StoreHeadphones(const LibraryPlan& plan, FormatRegistrar& library) {
     StoreVirtualSpeakers(measured, LayoutOf(plan, StandardFormat::Surround71), headphones, library);
 }
 
+// Stores all but the transforms.
+void AddSpeakerLayout(const SpeakerLayout& added, const std::vector<int>& rates, Designs& designs,
+                      FormatRegistrar& library) {
+    SpeakerLayout layout = added;
+    if (layout.family == StandardFormat::Unknown) {
+        layout.family = StandardFamilyOf(layout);
+        // Selection looks for it under exactly the system's name.
+        if (layout.family != StandardFormat::Unknown)
+            layout.name = slib::GetStandardFormatName(layout.family);
+    }
+    const std::string format = orb3::MakeFormatTag(layout.name);
+    CheckReplaceable(format, library);
+    EraseConversionsTo(format, library);
+    StoreLayoutFormat(layout, library);
+    const std::vector<SpeakerMethod> methods = MethodsFor(layout);
+    for (const SpeakerMethod method : methods)
+        StoreMethod(DescribeMethod(method), library);
+    for (unsigned order = 1; order <= greatestOrder; ++order)
+        designs.Add([layout, order, methods, rates, format] {
+            std::vector<Design> made;
+            for (SpeakerDecoder& decoder : DesignSpeakerDecoders(layout, order, methods, rates))
+                made.push_back(
+                    {MakeConversion(SpatialFormatTag(order), format, DescribeMethod(decoder.method).tag,
+                                    static_cast<Priority>(decoder.priority)),
+                     std::move(decoder.transform)});
+            return made;
+        });
+}
+
 }  // namespace
 
 std::string SpatialFormatTag(unsigned order) {
@@ -247,44 +338,36 @@ LibraryPlan DefaultPlan(const std::string& sofaPath) {
     plan.layouts = StandardLayouts();
     for (SpeakerLayout& layout : RegularLayouts())
         plan.layouts.push_back(std::move(layout));
+    for (SpeakerLayout& layout : SmallLayouts())
+        plan.layouts.push_back(std::move(layout));
+    for (SpeakerLayout& layout : WideLayouts())
+        plan.layouts.push_back(std::move(layout));
     plan.sofaPath = sofaPath;
     return plan;
 }
 
-void AddSpeakerLayout(const SpeakerLayout& added, const std::vector<int>& rates, FormatRegistrar& library) {
-    SpeakerLayout layout = added;
-    if (layout.family == StandardFormat::Unknown) layout.family = StandardFamilyOf(layout);
-    // Selection looks for it under exactly the system's name.
-    if (layout.family != StandardFormat::Unknown) layout.name = slib::GetStandardFormatName(layout.family);
-    const std::string format = orb3::MakeFormatTag(layout.name);
-    CheckReplaceable(format, library);
-    EraseConversionsTo(format, library);
-    StoreLayoutFormat(layout, library);
-    const std::vector<SpeakerMethod> methods = MethodsFor(layout);
-    std::vector<std::future<std::vector<SpeakerDecoder>>> designs;
-    for (unsigned order = 1; order <= greatestOrder; ++order)
-        designs.push_back(std::async(
-            std::launch::async, [&, order] { return DesignSpeakerDecoders(layout, order, methods, rates); }));
-    for (const SpeakerMethod method : methods)
-        StoreMethod(DescribeMethod(method), library);
-    for (std::future<std::vector<SpeakerDecoder>>& made : designs)
-        for (const SpeakerDecoder& decoder : made.get())
-            StoreDecoder(decoder, format, library);
+void AddSpeakerLayout(const SpeakerLayout& layout, const std::vector<int>& rates, FormatRegistrar& library,
+                      unsigned threads) {
+    Designs designs;
+    AddSpeakerLayout(layout, rates, designs, library);
+    designs.Store(threads, library);
 }
 
 void AssembleLibrary(const LibraryPlan& plan, FormatRegistrar& library) {
     library.setTag(plan.tag);
     for (unsigned order = 1; order <= greatestOrder; ++order)
         StoreSpatialFormat(order, library);
-    const auto report = [&](const std::string& layout) {
-        if (plan.report) plan.report(layout);
+    Designs designs;
+    const auto announce = [&](const std::string& layout) {
+        if (plan.report) designs.Announce([&plan, layout] { plan.report(layout); });
     };
     for (const SpeakerLayout& layout : plan.layouts) {
         if (layout.kind == LayoutKind::Headphones) continue;
-        report(layout.name);
-        AddSpeakerLayout(layout, plan.rates, library);
+        announce(layout.name);
+        AddSpeakerLayout(layout, plan.rates, designs, library);
     }
-    report(LayoutOf(plan, StandardFormat::HeadphoneStereo).name);
+    announce(LayoutOf(plan, StandardFormat::HeadphoneStereo).name);
+    designs.Store(plan.threads, library);
     StoreHeadphones(plan, library);
 }
 

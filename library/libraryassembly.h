@@ -31,7 +31,9 @@ struct LibraryPlan {
     std::vector<SpeakerLayout> layouts;    ///< the standard ones and more
     std::vector<int> rates{44100, 48000};  ///< Hz
     std::string sofaPath;                  ///< of a measured head; empty for none
-    /// Called with a layout's name before its decoders are designed; may be empty.
+    /// Threads to design on; 0 for as many as there are processors. The library is the same by any number.
+    unsigned threads = 0;
+    /// Called with a layout's name before its decoders are designed and stored; may be empty.
     std::function<void(const std::string& layout)> report;
 };
 
@@ -44,9 +46,10 @@ void AssembleLibrary(const LibraryPlan& plan, orb3::fl::FormatRegistrar& library
 
 /// Adds one layout of speakers with all methods that fit, at the rates given; it takes the place of one of
 /// the same name. One with the name and the count of speakers of a standard layout gets its family, so that
-/// the system's speaker setting finds it. Throws slib::BadDataException, with nothing stored, for the name of
-/// a format that isn't a layout, that others are made through, or that has a standard count of speakers.
+/// the system's speaker setting finds it. `threads` as in a plan. Throws slib::BadDataException, with nothing
+/// stored, for the name of a format that isn't a layout, that others are made through, or that has a standard
+/// count of speakers.
 void AddSpeakerLayout(const SpeakerLayout& layout, const std::vector<int>& rates,
-                      orb3::fl::FormatRegistrar& library);
+                      orb3::fl::FormatRegistrar& library, unsigned threads = 0);
 
 }  // namespace design

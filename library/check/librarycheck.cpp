@@ -149,7 +149,8 @@ Limits LimitsOf(const SpeakerLayout& layout, unsigned order) {
                             layout.family == slib::StandardFormat::Surround71 ||
                             layout.family == slib::StandardFormat::Surround71Wide;
     if (isSurround && order >= 3) return {0.5, 2, 5};
-    return {0.75, 4, 15};
+    if (layout.IsFlat()) return {0.75, 4, 15};
+    return order == 1 ? Limits{0.75, 9, 26} : Limits{1.1, 5, 15};
 }
 
 std::string FaultOf(const SpeakerFigures& figures, const Limits& limits) {
@@ -165,9 +166,19 @@ std::string FaultOf(const SpeakerFigures& figures, const Limits& limits) {
     return "";
 }
 
-// All around the listener, so that directions can be asked for.
-bool HasLimits(const SpeakerFigures& figures) {
-    return figures.hasVelocity && figures.method == DescribeMethod(SpeakerMethod::DualBand).tag;
+bool StandsAs(const SpeakerLayout& layout, const SpeakerLayout& planned) {
+    return layout.name == planned.name &&
+           std::ranges::equal(layout.speakers, planned.speakers,
+                              [](const RoomSpeaker& a, const RoomSpeaker& b) {
+                                  return AngleBetween(a.direction, b.direction) < 1e-3;
+                              });
+}
+
+// What we chose ourselves, and all around the listener: a room is as good as it can be.
+bool HasLimits(const SpeakerLayout& layout, const SpeakerFigures& figures) {
+    const std::vector<SpeakerLayout> planned = DefaultPlan("").layouts;
+    return figures.hasVelocity && figures.method == DescribeMethod(SpeakerMethod::DualBand).tag &&
+           std::ranges::any_of(planned, [&](const SpeakerLayout& ours) { return StandsAs(layout, ours); });
 }
 
 SpeakerFigures FiguresOf(const SpeakerLayout& layout, unsigned order, const DecoderTransform& transform) {
@@ -231,8 +242,9 @@ std::vector<SpeakerFigures> CheckSpeakers(const FormatLibrarian& library, int ra
                        all.push_back(FiguresOf(LayoutOfFormat(to), order, transform));
                        SpeakerFigures& figures = all.back();
                        figures.method = conversion.method;
-                       if (HasLimits(figures))
-                           figures.fault = FaultOf(figures, LimitsOf(LayoutOfFormat(to), order));
+                       const SpeakerLayout layout = LayoutOfFormat(to);
+                       if (HasLimits(layout, figures))
+                           figures.fault = FaultOf(figures, LimitsOf(layout, order));
                    });
     return all;
 }

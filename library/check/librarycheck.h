@@ -57,11 +57,13 @@ struct SpeakerFigures {
     std::string fault;  ///< a sentence; empty for a decoder within the limits
 };
 
-/// At `rate` Hz, which the library has to be stored at. Limits are those of the method "dualband": on 5.1
-/// and 7.1 from order 3 on the level is within 0.5 dB and directions within 2 degrees in the mean, 5 at most;
-/// at lower orders, and on other presets of the library all around or over the listener, 0.75 dB and 4 and 15
-/// degrees. Outside a gap is where neighbours on the horizon are at most 90 degrees apart, or no imaginary
-/// speaker takes part.
+/// At `rate` Hz, which the library has to be stored at.
+///
+/// Limits are for the method "dualband" on the layouts of DefaultPlan with speakers all around: level, and
+/// direction in the mean and at most. On 5.1 and 7.1 from order 3 on they are 0.5 dB, 2 and 5 degrees; on
+/// other flat ones 0.75 dB, 4 and 15 degrees; on those with height 1.1 dB, 5 and 15 degrees, but 0.75 dB, 9
+/// and 26 at order 1. Gaps are where neighbours on the horizon are more than 90 degrees apart, or an
+/// imaginary speaker takes part.
 std::vector<SpeakerFigures> CheckSpeakers(const orb3::fl::FormatLibrarian& library, int rate);
 
 /// Throws slib::BadDataException with the first fault of CheckSpeakers.

@@ -8,6 +8,7 @@
 #include "orb3core/settings/platformsettings.h"
 #include "orb3core/setup/outputsetup.h"
 #include "pipe/adaptivedirectsoundframework.h"
+#include "pipe/multichannelframework.h"
 #include "platform/privileges.h"
 
 namespace goal {
@@ -34,9 +35,10 @@ FormatLibrary OutputMachinery::OpenFormatLibrary(const std::string& path, slib::
 OutputSetUp OutputMachinery::SetUp(const OutputRequest& request, slib::Log* activeLog, slib::Log* fullLog,
                                    orb3::Configuration& configuration, const FormatLibrary& library) {
     using audiopipe::directsound::AdaptiveDirectSoundFramework;
+    const auto system = makeSoundSystem(orb3::ReadPlatformSettings(*fullLog), activeLog);
     orb3::Frameworks frameworks;
-    frameworks.emplace_back(new AdaptiveDirectSoundFramework(
-        activeLog, makeSoundSystem(orb3::ReadPlatformSettings(*fullLog), activeLog)));
+    frameworks.emplace_back(new AdaptiveDirectSoundFramework(activeLog, system));
+    frameworks.emplace_back(new audiopipe::MultichannelFramework(system));
     return orb3::SetUp(activeLog, fullLog, configuration, std::move(frameworks), *library, request);
 }
 

@@ -531,7 +531,7 @@ void ServerThread::NoteLoad(Machine& run) {
         mainLog->Write("This machine can't keep up: what plays in a second takes " +
                            slib::FormatNumber(std::ceil(*share * 100) * 0.01) + " seconds to render.",
                        true);
-    if (run.overloads < untilRelieved) return;
+    if (run.overloads < untilRelieved || run.outputSetUp.pipe->IsPatient()) return;
     run.overloads = 0;
     const std::string line = relief.Increase(run.order, run.configuration.goalConfig);
     run.isTooMuch = !line.empty();

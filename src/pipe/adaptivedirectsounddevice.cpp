@@ -42,8 +42,13 @@ bool IsNear(double rate, double limit) {
 
 AdaptiveDirectSoundDevice::AdaptiveDirectSoundDevice(std::shared_ptr<platform::SoundSystem> system,
                                                      std::optional<std::string> guid, const std::string& name,
-                                                     std::string module, std::uint32_t index)
-    : Device(name, index), guid(std::move(guid)), module(std::move(module)), system(std::move(system)) {}
+                                                     std::string module, std::uint32_t index,
+                                                     std::vector<std::string> outputs)
+    : Device(name, index),
+      guid(std::move(guid)),
+      module(std::move(module)),
+      system(std::move(system)),
+      outputs(std::move(outputs)) {}
 
 bool AdaptiveDirectSoundDevice::IsEmulated() {
     EnsureInitialised();
@@ -128,6 +133,10 @@ void AdaptiveDirectSoundDevice::Initialise() {
 }
 
 void AdaptiveDirectSoundDevice::NoteSpeakers() {
+    if (!outputs.empty()) {
+        channelNames = outputs;
+        return;
+    }
     const std::uint32_t setting = speakerConfig & 0xff;
     const SpeakerEntry& entry = speakerTable[setting < speakerTable.size() ? setting : 0];
     standardFormat = entry.standardFormat;

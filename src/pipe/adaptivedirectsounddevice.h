@@ -18,8 +18,11 @@ namespace audiopipe::directsound {
 class AdaptiveDirectSoundDevice : public Device {
 public:
     /// `guid` is the driver's identifier, none for the primary driver; `module` the driver's module.
+    /// `outputs` are the names of all channels that the device has, in place of those that its speaker
+    /// setting has.
     AdaptiveDirectSoundDevice(std::shared_ptr<platform::SoundSystem> system, std::optional<std::string> guid,
-                              const std::string& name, std::string module, std::uint32_t index);
+                              const std::string& name, std::string module, std::uint32_t index,
+                              std::vector<std::string> outputs = {});
 
     bool IsEmulated() override;
     std::uint32_t GetPlaybackChannelCount() override;
@@ -41,6 +44,7 @@ private:
     void NoteSpeakers() SLIB_REQUIRES(initialisationMutex);
 
     const std::shared_ptr<platform::SoundSystem> system;
+    const std::vector<std::string> outputs;  // empty for those of the speaker setting
 
     slib::Mutex initialisationMutex;
     bool isInitialised SLIB_GUARDED_BY(initialisationMutex) = false;

@@ -221,6 +221,10 @@ double AdaptiveDirectSoundPipe::GetWaitedTime() const {
     return 1e-9 * static_cast<double>(waited.load(std::memory_order_relaxed));
 }
 
+bool AdaptiveDirectSoundPipe::IsPatient() const {
+    return system->news->isPatient.load(std::memory_order_relaxed);
+}
+
 bool AdaptiveDirectSoundPipe::HasOutputChanged() const {
     return system->news->hasChanged.load(std::memory_order_relaxed);
 }

@@ -60,6 +60,7 @@ public:
     void Stop() override;
     void AwaitRoom(std::uint32_t blocks) SLIB_NONBLOCKING override;
     double GetWaitedTime() const override;
+    bool IsPatient() const override;
     bool HasOutputChanged() const override;
 
     /// How far ahead the pipe writes at present.

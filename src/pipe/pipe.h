@@ -47,6 +47,10 @@ public:
     /// Seconds that Write has waited for room so far; negative from an output that doesn't tell. Any thread.
     virtual double GetWaitedTime() const { return -1; }
 
+    /// True when the output waits for what is written late, so that nothing is lost on a machine that doesn't
+    /// keep up. Any thread.
+    virtual bool IsPatient() const { return false; }
+
     /// True once the output would be opened differently: it has other speakers now, or another one is the
     /// user's default. Any thread.
     virtual bool HasOutputChanged() const { return false; }

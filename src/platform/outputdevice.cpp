@@ -8,7 +8,6 @@
 namespace platform {
 namespace {
 
-constexpr std::uint32_t mostChannels = 8;
 constexpr std::uint32_t sampleBytes = 4;
 
 Result ReadShape(const DSBUFFERDESC* description, RingShape& shape) {
@@ -16,7 +15,7 @@ Result ReadShape(const DSBUFFERDESC* description, RingShape& shape) {
     const auto& format = description->lpwfxFormat->Format;
     if (format.wFormatTag != WAVE_FORMAT_EXTENSIBLE || format.wBitsPerSample != 8 * sampleBytes ||
         description->lpwfxFormat->SubFormat != KSDATAFORMAT_SUBTYPE_PCM || format.nChannels == 0 ||
-        format.nChannels > mostChannels || format.nBlockAlign != sampleBytes * format.nChannels ||
+        format.nChannels > mostOutputChannels || format.nBlockAlign != sampleBytes * format.nChannels ||
         format.nSamplesPerSec < lowestRate || format.nSamplesPerSec > highestRate)
         return DSERR_BADFORMAT;
     if (description->dwBufferBytes == 0 || description->dwBufferBytes % format.nBlockAlign != 0)

@@ -12,14 +12,16 @@ namespace platform {
 /// A ring as its description asks for it, checked: 32-bit integer samples, interleaved.
 struct RingShape {
     std::uint32_t rate = 0;         ///< Hz
-    std::uint32_t channels = 0;     ///< 1 to 8
-    std::uint32_t channelMask = 0;  ///< a bit for each speaker
+    std::uint32_t channels = 0;     ///< 1 to 64
+    std::uint32_t channelMask = 0;  ///< a bit for each speaker; 0 for an output's own channels as they are
     std::uint32_t frames = 0;       ///< of the whole ring, above 0
 };
 
 // What a sound server takes, and what the outputs without one take as well.
 inline constexpr std::uint32_t lowestRate = 1000;     // Hz
 inline constexpr std::uint32_t highestRate = 192000;  // Hz
+
+inline constexpr std::uint32_t mostOutputChannels = 64;
 
 class OutputDevice : public IDirectSound8 {
 public:

@@ -3,6 +3,7 @@
 // The machine's own settings of the sound output, as plain data. Read from the store above this folder, and
 // passed in when the sound system is made.
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -14,14 +15,22 @@ struct PlatformSettings {
     enum class Output {
         Auto,        ///< what the machine has, else as Silent
         Silent,      ///< nowhere, at the pace of the clock
-        WaveFile,    ///< into a WAV file, at the pace of the clock
+        WaveFile,    ///< into a WAV file, at a Pace
         PulseAudio,  ///< to a PulseAudio server, or PipeWire's in its place; unheard while there is none
         JACK,        ///< to a JACK server, as well
         ALSA,        ///< to the sound card, as well
     };
 
+    /// Of Output::WaveFile.
+    enum class Pace {
+        Renderer,  ///< the clock, which waits for a renderer that is late, so that nothing is missing
+        RealTime,  ///< the clock, whatever the renderer does: what is late is silence, as on a sound card
+    };
+
     Output output = Output::Auto;
-    std::string waveFile;                                ///< path, for Output::WaveFile
+    std::string waveFile;                ///< path, for Output::WaveFile
+    std::uint32_t waveFileChannels = 8;  ///< more than 8 also make it an output of so many, 64 at most
+    Pace waveFilePace = Pace::Renderer;
     std::optional<slib::StandardFormat> speakerSetting;  ///< instead of what the device reports
 
     bool operator==(const PlatformSettings&) const = default;

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -28,6 +30,48 @@ bool IsOfHeadphones(const std::string& name) {
     return Contains(lower, "headphone") || Contains(lower, "headset");
 }
 
+struct PositionName {
+    pa_channel_position_t position;
+    const char* name;
+};
+
+// Those of the standard formats, where these have one.
+constexpr std::array<PositionName, 19> positionNames{{
+    {PA_CHANNEL_POSITION_MONO, "Output"},
+    {PA_CHANNEL_POSITION_FRONT_LEFT, "Front Left"},
+    {PA_CHANNEL_POSITION_FRONT_RIGHT, "Front Right"},
+    {PA_CHANNEL_POSITION_FRONT_CENTER, "Front Centre"},
+    {PA_CHANNEL_POSITION_LFE, "Bass (LFE Only)"},
+    {PA_CHANNEL_POSITION_REAR_LEFT, "Back Left"},
+    {PA_CHANNEL_POSITION_REAR_RIGHT, "Back Right"},
+    {PA_CHANNEL_POSITION_REAR_CENTER, "Back Centre"},
+    {PA_CHANNEL_POSITION_FRONT_LEFT_OF_CENTER, "Front Left of Centre"},
+    {PA_CHANNEL_POSITION_FRONT_RIGHT_OF_CENTER, "Front Right of Centre"},
+    {PA_CHANNEL_POSITION_SIDE_LEFT, "Side Left"},
+    {PA_CHANNEL_POSITION_SIDE_RIGHT, "Side Right"},
+    {PA_CHANNEL_POSITION_TOP_CENTER, "Top Centre"},
+    {PA_CHANNEL_POSITION_TOP_FRONT_LEFT, "Top Front Left"},
+    {PA_CHANNEL_POSITION_TOP_FRONT_RIGHT, "Top Front Right"},
+    {PA_CHANNEL_POSITION_TOP_FRONT_CENTER, "Top Front Centre"},
+    {PA_CHANNEL_POSITION_TOP_REAR_LEFT, "Top Back Left"},
+    {PA_CHANNEL_POSITION_TOP_REAR_RIGHT, "Top Back Right"},
+    {PA_CHANNEL_POSITION_TOP_REAR_CENTER, "Top Back Centre"},
+}};
+
+std::string NameOf(pa_channel_position_t position) {
+    for (const PositionName& known : positionNames)
+        if (known.position == position) return known.name;
+    const int number = position - PA_CHANNEL_POSITION_AUX0;
+    return number >= 0 && position <= PA_CHANNEL_POSITION_AUX31 ? "Aux " + std::to_string(number + 1) : "";
+}
+
+std::vector<std::string> NamesOf(const pa_channel_map& map) {
+    std::vector<std::string> names;
+    for (std::size_t c = 0; c < map.channels; ++c)
+        names.push_back(NameOf(map.map[c]));
+    return names;
+}
+
 ServerOutput OutputOf(const pa_sink_info& info) {
     const std::string form = OrEmpty(Pulse().property(info.proplist, PA_PROP_DEVICE_FORM_FACTOR));
     const bool isPort = info.active_port != nullptr;
@@ -35,7 +79,8 @@ ServerOutput OutputOf(const pa_sink_info& info) {
         .identifier = OrEmpty(info.name),
         .description = OrEmpty(info.description),
         .channels = info.channel_map.channels,
-        .isHeadphones = IsOfHeadphones(form) || (isPort && IsOfHeadphones(OrEmpty(info.active_port->name)))};
+        .isHeadphones = IsOfHeadphones(form) || (isPort && IsOfHeadphones(OrEmpty(info.active_port->name))),
+        .channelNames = NamesOf(info.channel_map)};
 }
 
 // Of several outputs of one description all but the first show their identifier too.
@@ -136,6 +181,14 @@ public:
     void Add(PulseStream& stream) { streams.push_back(&stream); }
     void Remove(PulseStream& stream) { std::erase(streams, &stream); }
     const std::string& DefaultOfAll() const { return defaultOutput; }
+    // The server's own order of an output's channels, for `shape`, which takes them as they are; none where
+    // there is no such output.
+    std::optional<pa_channel_map> MapOf(const std::string& output, const RingShape& shape) const {
+        const auto found = maps.find(output);
+        if (shape.channelMask != 0 || found == maps.end() || found->second.channels != shape.channels)
+            return std::nullopt;
+        return found->second;
+    }
     // Empty where the user hasn't moved the sound away from the default output.
     std::string MovedTo() const {
         const std::string here = DefaultHere(defaultOutput, outputs);
@@ -157,8 +210,9 @@ private:
     const pid_t owner = getpid();
     std::string defaultOutput;
     std::vector<ServerOutput> outputs;
-    std::vector<ServerOutput> incoming;  // of the listing under way
-    std::vector<PulseStream*> streams;   // borrowed; each takes itself out
+    std::vector<ServerOutput> incoming;          // of the listing under way
+    std::map<std::string, pa_channel_map> maps;  // of all outputs that were there
+    std::vector<PulseStream*> streams;           // borrowed; each takes itself out
 };
 
 class Locked {
@@ -299,7 +353,10 @@ void PulseContext::OnServer(pa_context*, const pa_server_info* info, void* self)
 
 void PulseContext::OnSink(pa_context*, const pa_sink_info* info, int end, void* self) {
     auto& own = *static_cast<PulseContext*>(self);
-    if (end == 0 && info != nullptr) return own.incoming.push_back(OutputOf(*info));
+    if (end == 0 && info != nullptr) {
+        own.maps[OrEmpty(info->name)] = info->channel_map;
+        return own.incoming.push_back(OutputOf(*info));
+    }
     TellApart(own.incoming);
     own.outputs = std::move(own.incoming);
     own.incoming.clear();
@@ -338,7 +395,9 @@ Result PulseStream::Open(std::uint32_t capacity) {
     const pa_sample_spec format{.format = PA_SAMPLE_FLOAT32NE,
                                 .rate = shape.rate,
                                 .channels = static_cast<std::uint8_t>(shape.channels)};
-    const pa_channel_map map = ChannelMap(shape);
+    // The channels of a server's output go where they are, whatever the server would make of their names.
+    const std::optional<pa_channel_map> own = context->MapOf(watch.identifier, shape);
+    const pa_channel_map map = own.value_or(ChannelMap(shape));
     pa_proplist* const properties = Pulse().newProperties();
     Pulse().setProperty(properties, PA_PROP_MEDIA_ROLE, "game");
     stream = Pulse().newStream(context->Handle(), "Output", &format, &map, properties);
@@ -348,9 +407,10 @@ Result PulseStream::Open(std::uint32_t capacity) {
     Pulse().onRequest(stream, &PulseStream::OnRequest, this);
     Pulse().onUnderflow(stream, &PulseStream::OnUnderflow, this);
     Pulse().onMove(stream, &PulseStream::OnMove, this);
-    constexpr auto flags =
-        static_cast<pa_stream_flags_t>(PA_STREAM_START_CORKED | PA_STREAM_INTERPOLATE_TIMING |
-                                       PA_STREAM_AUTO_TIMING_UPDATE | PA_STREAM_ADJUST_LATENCY);
+    constexpr unsigned asTheyAre = PA_STREAM_NO_REMAP_CHANNELS | PA_STREAM_NO_REMIX_CHANNELS;
+    const auto flags = static_cast<pa_stream_flags_t>(
+        (own ? asTheyAre : 0) | PA_STREAM_START_CORKED | PA_STREAM_INTERPOLATE_TIMING |
+        PA_STREAM_AUTO_TIMING_UPDATE | PA_STREAM_ADJUST_LATENCY);
     const pa_buffer_attr sizes = Sizes(capacity);
     const std::string device = watch.identifier.empty() ? context->MovedTo() : watch.identifier;
     if (Pulse().connectPlayback(stream, device.empty() ? nullptr : device.c_str(), &sizes, flags, nullptr,

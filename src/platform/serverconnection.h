@@ -26,6 +26,7 @@ struct ServerOutput {
     std::uint32_t channels = 0;
     bool isHeadphones = false;  ///< as the server knows it
     bool isDefault = false;
+    std::vector<std::string> channelNames{};  ///< empty where the server has none
 
     /// A DSSPEAKER_ constant.
     std::uint32_t Speakers() const;

@@ -1,12 +1,15 @@
 #include "platform/soundsystem.h"
 
+#include <algorithm>
 #include <chrono>
 #include <exception>
 #include <new>
+#include <string_view>
 #include <thread>
 
 #include "platform/boundedcall.h"
 #include "platform/cubebconnection.h"
+#include "platform/outputdevice.h"
 #include "platform/privileges.h"
 #include "platform/pulseconnection.h"
 #include "platform/serverdevice.h"
@@ -19,6 +22,8 @@ namespace platform {
 namespace {
 
 constexpr const char* primaryName = "Primary Sound Driver";
+constexpr const char* waveFileIdentifier = "WaveFile";
+constexpr std::uint32_t mostUsualChannels = 8;  // that a speaker setting has
 
 using Output = PlatformSettings::Output;
 
@@ -44,6 +49,18 @@ std::vector<ServerOutput> ListBounded(const ServerConnectionPtr& connection) {
     const auto found = std::make_shared<std::vector<ServerOutput>>();
     const bool isOver = CallBounded([=] { *found = connection->Outputs(); });
     return isOver ? *found : std::vector<ServerOutput>();
+}
+
+// Numbers where the server has no name, or one twice.
+std::vector<std::string> ChannelNames(const ServerOutput& output) {
+    std::vector<std::string> names;
+    for (std::uint32_t c = 0; c < output.channels; ++c) {
+        std::string name = c < output.channelNames.size() ? output.channelNames[c] : "";
+        if (name.empty() || std::find(names.begin(), names.end(), name) != names.end())
+            name = "Output " + std::to_string(c + 1);
+        names.push_back(std::move(name));
+    }
+    return names;
 }
 
 // The sound servers of this machine know nothing of windows, so there is no list of them, and the desktop
@@ -75,6 +92,23 @@ public:
             return DSERR_GENERIC;
         }
         return *device == nullptr ? DSERR_NODRIVER : DS_OK;
+    }
+
+    std::vector<WideOutput> WideOutputs() override {
+        const slib::Lock lock(mutex);
+        std::vector<WideOutput> wide;
+        const auto add = [&](const ServerOutput& output, const std::string& module) {
+            if (output.channels > mostUsualChannels && output.channels <= mostOutputChannels)
+                wide.push_back({output.identifier, output.description, module, ChannelNames(output)});
+        };
+        for (const ServerOutput& output : Devices())
+            add(output, connection->Module());
+        if (settings.output == Output::WaveFile)
+            add({.identifier = waveFileIdentifier,
+                 .description = "WAV File",
+                 .channels = settings.waveFileChannels},
+                "");
+        return wide;
     }
 
     bool EnumWindows(const std::function<bool(WindowHandle)>&) override { return false; }
@@ -110,7 +144,9 @@ private:
             if (output == nullptr) return nullptr;
             return OpenServed(connection, std::move(watch), output->Speakers());
         }
-        if (identifier != nullptr) return nullptr;
+        const bool isWaveFile = identifier != nullptr && identifier == std::string_view(waveFileIdentifier) &&
+                                settings.output == Output::WaveFile;
+        if (identifier != nullptr && !isWaveFile) return nullptr;
         if (IsServed()) {
             if (const std::string problem = CubebProblem(); !problem.empty())
                 log->Write("The sound library can't be loaded: " + problem, true);
@@ -121,8 +157,13 @@ private:
             SpeakerSettingOf(settings.speakerSetting.value_or(slib::StandardFormat::Stereo));
         // A program with more rights than its caller writes no file that the caller may have named.
         if (settings.output == Output::WaveFile && !HasMoreRightsThanItsCaller())
-            return MakeWaveFileDevice(speakers, settings.waveFile, log);
+            return OpenWaveFile(speakers);
         return MakeSilentDevice(speakers);
+    }
+
+    SoundDevicePtr OpenWaveFile(std::uint32_t speakers) {
+        news->isPatient = settings.waveFilePace == PlatformSettings::Pace::Renderer;
+        return MakeWaveFileDevice(speakers, {settings.waveFile, settings.waveFilePace}, log);
     }
 
     // `speakers` are those of the output, where no setting says what they are.

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "platform/directsound.h"
 #include "platform/outputnews.h"
@@ -28,6 +30,16 @@ public:
     /// Opens the device that has this identifier, null for the primary driver. The caller owns it and ends it
     /// with Release.
     virtual Result DirectSoundCreate8(const char* identifier, IDirectSound8** device) = 0;
+
+    /// An output of more channels than a speaker setting has.
+    struct WideOutput {
+        std::string identifier;             ///< for DirectSoundCreate8
+        std::string description;            ///< for people
+        std::string module;                 ///< the name of the driver's module
+        std::vector<std::string> channels;  ///< their names, no two alike
+    };
+    /// A ring with channels for all of these, and a channel mask of 0, plays them as they are.
+    virtual std::vector<WideOutput> WideOutputs() { return {}; }
 
     /// Calls back for each top-level window until that returns false. False when there is no list.
     virtual bool EnumWindows(const std::function<bool(WindowHandle)>& callback) = 0;

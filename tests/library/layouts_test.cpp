@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <set>
 #include <sstream>
 
 #include "library/layoutreader.h"
@@ -35,6 +37,34 @@ TEST(StandardLayouts, AreTheNineOfTheSystemWithItsChannelsInOrder) {
         }
         for (const orb3::spk::Speaker& speaker : MakeSpeakerSet(layouts[i]).speakers)
             EXPECT_NO_THROW(speaker.Validate());
+    }
+}
+
+TEST(WideLayouts, HaveSpeakersOfTheirOwnNamesEachWithItsMirrorImage) {
+    const std::size_t counts[] = {8, 10, 12, 24, 8, 24};
+    const std::vector<SpeakerLayout> layouts = WideLayouts();
+    ASSERT_EQ(layouts.size(), std::size(counts));
+    for (std::size_t i = 0; i < layouts.size(); ++i) {
+        const std::vector<RoomSpeaker>& speakers = layouts[i].speakers;
+        EXPECT_EQ(speakers.size(), counts[i]) << layouts[i].name;
+        std::set<std::string> names;
+        for (const RoomSpeaker& speaker : speakers) {
+            names.insert(speaker.label);
+            const Direction mirrored(speaker.direction.x(), -speaker.direction.y(), speaker.direction.z());
+            EXPECT_TRUE(std::ranges::any_of(speakers,
+                                            [&](const RoomSpeaker& other) {
+                                                return AngleBetween(other.direction, mirrored) < 1e-6 &&
+                                                       other.type == speaker.type;
+                                            }))
+                << layouts[i].name << speaker.label;
+            if (speaker.label.find("Left") != std::string::npos) {
+                EXPECT_GT(speaker.direction.y(), 0.1);
+            }
+            if (speaker.label.find("Right") != std::string::npos) {
+                EXPECT_LT(speaker.direction.y(), -0.1);
+            }
+        }
+        EXPECT_EQ(names.size(), speakers.size());
     }
 }
 
@@ -96,6 +126,47 @@ TEST(ReadLayout, OfABadRoom_TellsTheLineAndWhatIsWrong) {
     for (const auto& [text, message] : cases) {
         const std::string failure = testing_support::Failure([&, text = text] { ReadText(text); });
         EXPECT_NE(failure.find(message), std::string::npos) << failure << text;
+    }
+}
+
+const char* const jsonRoom =
+    R"({"Name": "file", "Decoder": {"Order": 3}, "LoudspeakerLayout": {"Name": "Attic", "Loudspeakers": [
+{"Azimuth": -30, "Elevation": 0.0, "Radius": 2.5, "IsImaginary": false, "Channel": 2, "Gain": 0.5},
+{"Azimuth": 0, "Elevation": -90, "Radius": 1, "IsImaginary": true, "Channel": 9, "Gain": 0},
+{"Azimuth": 30, "Elevation": 60, "Radius": 2, "IsImaginary": false, "Channel": 1, "Gain": 1}]}})";
+
+TEST(ReadLayout, OfJson_TakesRealSpeakersInTheOrderOfTheirChannels) {
+    const SpeakerLayout room = ReadText(jsonRoom);
+    EXPECT_EQ(room.name, "Attic");
+    ASSERT_EQ(room.speakers.size(), 2u);
+    EXPECT_NEAR(room.speakers[0].direction.y(), 0.25, 1e-12);
+    EXPECT_NEAR(room.speakers[0].direction.z(), std::numbers::sqrt3 / 2, 1e-12);
+    EXPECT_EQ(room.speakers[1].label, "Speaker 2");
+    EXPECT_EQ(room.speakers[1].distance, 2.5);
+    EXPECT_EQ(room.speakers[1].gain, 0.5);
+    const SpeakerLayout pairs = ReadText(R"({"elements": [[90, 0], [-90, 0, 2], {"azimuth": 0}]})");
+    EXPECT_EQ(pairs.name, "room");
+    ASSERT_EQ(pairs.speakers.size(), 3u);
+    EXPECT_NEAR(pairs.speakers[0].direction.y(), 1, 1e-12);
+    EXPECT_EQ(pairs.speakers[1].distance, 2);
+    EXPECT_EQ(pairs.speakers[2].role, orb3::spk::Role::FrontCentre);
+}
+
+TEST(ReadLayout, OfBadJson_TellsTheLineAndWhatIsWrong) {
+    const std::pair<std::string, const char*> cases[] = {
+        // a part of the message
+        {"{\n\"elements\": [\n[0, 0],,]}", "room.txt, line 3: This is no JSON: "},
+        {"{\n\"elements\": [\n[0, 0],\n[0, 91]]}", "line 4: An elevation"},
+        {"{\"elements\": [[0, 0],\n\n{\"Elevation\": 3}]}", "line 3: The speaker has no \"Azimuth\""},
+        {"{\"elements\": [\n[0, 0], [0, \"x\"]]}", "line 2: A speaker's array"},
+        {"{\"elements\": [\n[0, 0],\n[0.1, 0]]}", "line 3: \"Speaker 1\" and \"Speaker 2\" stand"},
+        {"{\"elements\": [[0, 0],\n{\"azimuth\": 4, \"channel\": 1}]}", "All speakers have a \"Channel\""},
+        {"{\"elements\": [\n]}", "The layout has no speaker to decode for"},
+        {"[1, 2]", "There is no array \"Loudspeakers\" or \"Elements\""},
+        {std::string(100000, '['), "line 1: The document is nested too deeply."}};
+    for (const auto& [text, message] : cases) {
+        const std::string failure = testing_support::Failure([&, text = text] { ReadText(text); });
+        EXPECT_NE(failure.find(message), std::string::npos) << failure << text.substr(0, 99);
     }
 }
 

@@ -23,6 +23,7 @@
 #include "orb3core/library/formatlibraries.h"
 #include "orb3core/setup/layoutselection.h"
 #include "slib/exception.h"
+#include "tests/support/failure.h"
 #include "tests/support/temporaryfolder.h"
 
 namespace design {
@@ -91,6 +92,19 @@ TEST_F(Library, ARoomNamedNearlyAsTheSystemsSpeakers_IsFoundAtADefaultStart) {
     EXPECT_EQ(layout.speakers[0].label, "L");
 }
 
+// Plain mode matching under the name of the method with limits: 6 dB too loud at the side.
+TEST_F(Library, ADecoderBeyondItsLimits_IsNamedByTheCheck) {
+    const auto library = Change();
+    const orb3::fl::ConversionTag tag{"fsa4", "surround71wide", "dualband"};
+    for (const SpeakerLayout& layout : StandardLayouts())
+        if (layout.family == slib::StandardFormat::Surround71Wide)
+            library->storeTransform(
+                tag, {.possible = true},
+                DesignSpeakerDecoder(layout, 4, SpeakerMethod::Basic, testRate).transform);
+    const std::string fault = testing_support::Failure([&] { CheckLimits(*library, testRate); });
+    EXPECT_EQ(fault.find("'Surround 7.1 (Wide)' by 'dualband' at order 4 is off in level by +"), 0u) << fault;
+}
+
 TEST_F(Library, ARoomWithTheNameOfWhatOthersNeed_IsRefusedAndNothingChanges) {
     const auto library = Change();
     for (const char* name : {"FSA1", "Surround 7.1", "Headphone Stereo"}) {
@@ -99,6 +113,23 @@ TEST_F(Library, ARoomWithTheNameOfWhatOthersNeed_IsRefusedAndNothingChanges) {
         EXPECT_THROW(AddSpeakerLayout(room, {testRate}, *library), slib::BadDataException) << name;
     }
     EXPECT_FALSE(library->hasPendingData());
+}
+
+TEST_F(Library, MadeByAnyNumberOfThreads_IsTheSameByteForByte) {
+    for (const unsigned threads : {1U, 5U}) {
+        fs::copy(folder.path / "lib", folder.path / std::to_string(threads));
+        const auto library =
+            orb3::fl::createLibrarian(Path(std::to_string(threads)), acoustics, nullptr, false);
+        AddSpeakerLayout(ReadRoom(roomFile), {testRate}, *library, threads);
+        library->commit();
+    }
+    std::size_t files = 0;
+    for (const auto& entry : fs::directory_iterator(folder.path / "1")) {
+        const fs::path other = folder.path / "5" / entry.path().filename();
+        EXPECT_EQ(testing_support::ReadFile(entry.path()), testing_support::ReadFile(other)) << other;
+        ++files;
+    }
+    EXPECT_GT(files, 20u);
 }
 
 TEST_F(Library, WriteLibrary_ThatFails_LeavesTheOldLibraryOrNone) {

@@ -35,8 +35,10 @@ Result Create(IDirectSound8& device, SoundBufferPtr& buffer, std::uint16_t sampl
     return result;
 }
 
-SoundDevicePtr OpenDevice(Output output, const std::string& waveFile, slib::Log& log) {
-    const PlatformSettings settings{.output = output, .waveFile = waveFile, .speakerSetting = {}};
+SoundDevicePtr OpenDevice(Output output, const std::string& waveFile, slib::Log& log,
+                          PlatformSettings::Pace pace = PlatformSettings::Pace::Renderer) {
+    const PlatformSettings settings{
+        .output = output, .waveFile = waveFile, .waveFilePace = pace, .speakerSetting = {}};
     IDirectSound8* device = nullptr;
     EXPECT_EQ(MakeSoundSystem(settings, &log)->DirectSoundCreate8(nullptr, &device), DS_OK);
     EXPECT_EQ(device->SetCooperativeLevel(1, DSSCL_PRIORITY), DS_OK);
@@ -71,7 +73,8 @@ TEST(SilentDevice, Cursor_FollowsTheClock) {
 TEST(WaveFileDevice, File_HoldsWhatWasPlayedAndEachRingHasItsOwn) {
     const testing_support::TemporaryFolder folder;
     RecordingLog log;
-    const SoundDevicePtr device = OpenDevice(Output::WaveFile, folder.path / "a.wav", log);
+    const SoundDevicePtr device =
+        OpenDevice(Output::WaveFile, folder.path / "a.wav", log, PlatformSettings::Pace::RealTime);
     for (const char* name : {"a.wav", "a-2.wav"}) {
         SoundBufferPtr buffer;
         ASSERT_EQ(Create(*device, buffer), DS_OK);
@@ -82,20 +85,30 @@ TEST(WaveFileDevice, File_HoldsWhatWasPlayedAndEachRingHasItsOwn) {
     }
 }
 
-TEST(WaveFileDevice, File_IsWholeWhenTheProcessWasKilled) {
+// The ramp goes on where it was, so it is what an undisturbed one is.
+TEST(WaveFileDevice, File_IsWholeWhenItsWriterAndTheProcessStoodStillAndItWasKilled) {
     const testing_support::TemporaryFolder folder;
     const pid_t child = fork();
     if (child == 0) {
         RecordingLog log;
         SoundBufferPtr buffer;
         Create(*OpenDevice(Output::WaveFile, folder.path / "a.wav", log), buffer);
-        Ramp(*buffer).Play(60s);
+        Ramp ramp(*buffer);
+        ramp.Play(400ms);
+        std::this_thread::sleep_for(300ms);
+        ramp.Play(60s);
         _exit(1);
     }
-    std::this_thread::sleep_for(1700ms);
+    std::this_thread::sleep_for(1s);
+    kill(child, SIGSTOP);
+    std::this_thread::sleep_for(300ms);
+    kill(child, SIGCONT);
+    std::this_thread::sleep_for(900ms);
     kill(child, SIGKILL);
     waitpid(child, nullptr, 0);
-    EXPECT_GE(RampFrames(folder.path / "a.wav"), rate / 2);
+    const std::int64_t frames = RampFrames(folder.path / "a.wav");
+    EXPECT_GE(frames, rate);
+    EXPECT_LE(frames, 2 * rate);  // at the pace of time
 }
 
 TEST(WaveFileDevice, PathThatCanNotBeWritten_IsRefusedWithItsReason) {

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <cmath>
@@ -62,6 +63,15 @@ double Now() {
     return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
 }
 
+// Ahead, to the left and up, of degrees to the left and up.
+using Direction = std::array<double, 3>;
+
+Direction DirectionAt(double azimuth, double elevation) {
+    const double level = std::cos(elevation * degree);
+    return {level * std::cos(azimuth * degree), level * std::sin(azimuth * degree),
+            std::sin(elevation * degree)};
+}
+
 // Stretches of at least 0.1 s of silence stand between two sounds.
 std::vector<Sound> SoundsOf(const Recording& recording) {
     return recording.Sounds(rate / 10);
@@ -86,16 +96,16 @@ public:
     Game& operator=(const Game&) = delete;
 
     void Play(
-        double azimuth, std::chrono::milliseconds time,
-        const std::function<void()>& meanwhile = [] {}) const {
-        const double angle = azimuth * degree;
-        alSource3f(source, AL_POSITION, static_cast<float>(-std::sin(angle)), 0,
-                   static_cast<float>(-std::cos(angle)));
+        double azimuth, std::chrono::milliseconds time, const std::function<void()>& meanwhile = [] {},
+        std::chrono::milliseconds pause = 500ms, double elevation = 0) const {
+        const auto [x, y, z] = DirectionAt(azimuth, elevation);
+        alSource3f(source, AL_POSITION, static_cast<float>(-y), static_cast<float>(z),
+                   static_cast<float>(-x));
         alSourcePlay(source);
         meanwhile();
         std::this_thread::sleep_for(time);
         alSourceStop(source);
-        std::this_thread::sleep_for(500ms);
+        std::this_thread::sleep_for(pause);
     }
     // A long tone from ahead, and a short one from each speaker.
     void PlayScene(const Speakers& speakers, int seconds) const {
@@ -274,6 +284,90 @@ TEST_P(Tone, BesideBusyPrograms_ArrivesWholeAndInItsPlace) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Outputs, Tone, testing::Values(&stereo, &surround));
+
+// Speakers by azimuth and elevation in degrees, in the order of an output's channels.
+struct Sphere {
+    Speakers output;
+    std::vector<std::pair<double, double>> places;
+    std::vector<std::pair<double, double>> sources;
+};
+
+// ITU-R BS.2051, system J; the channel of bass counts for nothing.
+const Sphere& Cinema() {
+    static const Sphere cinema{
+        {"Surround 7.1.4",
+         "front-left,front-right,front-center,lfe,rear-left,rear-right,side-left,side-right,"
+         "top-front-left,top-front-right,top-rear-left,top-rear-right",
+         12,
+         {}},
+        {{30, 0},
+         {-30, 0},
+         {0, 0},
+         {0, 0},
+         {135, 0},
+         {-135, 0},
+         {90, 0},
+         {-90, 0},
+         {45, 30},
+         {-45, 30},
+         {135, 30},
+         {-135, 30}},
+        {{0, 0}, {90, 0}, {-135, 0}, {45, 30}, {-135, 30}}};
+    return cinema;
+}
+
+const Sphere& Dome() {
+    static const Sphere dome = [] {
+        Sphere made{{"Dome 24", "", 24, {}}, {}, {{30, 0}, {-90, 0}, {180, 0}, {67.5, 30}, {-45, 60}}};
+        for (int i = 0; i < 24; ++i)
+            made.places.push_back(i < 12   ? std::pair(30.0 * i, 0.0)
+                                  : i < 20 ? std::pair(22.5 + 45 * (i - 12), 30.0)
+                                           : std::pair(45.0 + 90 * (i - 20), 60.0));
+        static std::string map = "aux0";
+        for (int i = 1; i < 24; ++i)
+            map += ",aux" + std::to_string(i);
+        made.output.channelMap = map.c_str();
+        return made;
+    }();
+    return dome;
+}
+
+// Degrees between a direction and the energy vector of the speakers (Gerzon, 1992).
+double EnergyError(const std::vector<double>& levels, const Sphere& sphere, const Direction& from) {
+    Direction energy{};
+    for (std::size_t c = 0; c < levels.size(); ++c)
+        for (std::size_t axis = 0; axis < 3; ++axis)
+            energy[axis] +=
+                levels[c] * levels[c] * DirectionAt(sphere.places[c].first, sphere.places[c].second)[axis];
+    double product = 0;
+    for (std::size_t axis = 0; axis < 3; ++axis)
+        product += energy[axis] * from[axis];
+    return std::acos(std::min(1.0, product / std::hypot(energy[0], energy[1], energy[2]))) / degree;
+}
+
+class ManyChannels : public OnASoundServer, public testing::WithParamInterface<const Sphere*> {};
+INSTANTIATE_TEST_SUITE_P(Layouts, ManyChannels, testing::Values(&Cinema(), &Dome()));
+
+TEST_P(ManyChannels, CarryEachSoundFromItsDirection) {
+    const Sphere& sphere = *GetParam();
+    SCOPED_TRACE(sphere.output.format);
+    const Program server = StartServer(sphere.output);
+    testing_support::Configure("select '" + std::string(sphere.output.format) + "' --device out" +
+                               std::to_string(sphere.places.size()) + "outputs");
+    const Recording heard = Record(sphere.output, [&] {
+        const Game game;
+        ASSERT_NE(game.context, nullptr) << Log();
+        for (const auto& [azimuth, elevation] : sphere.sources)
+            game.Play(
+                azimuth, 150ms, [] {}, 200ms, elevation);
+    });
+    const auto sounds = SoundsOf(heard);
+    ASSERT_EQ(sounds.size(), sphere.sources.size()) << Log();
+    for (std::size_t i = 0; i < sounds.size(); ++i) {
+        const auto& [azimuth, elevation] = sphere.sources[i];
+        EXPECT_LT(EnergyError(heard.Levels(sounds[i]), sphere, DirectionAt(azimuth, elevation)), 5) << i;
+    }
+}
 
 // The system's server goes away and comes back: so does the sound of a game that runs all the while, and a
 // change of the settings reaches it in either state.

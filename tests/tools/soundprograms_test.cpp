@@ -68,6 +68,26 @@ TEST_F(Tools, SpeakerTest_LetsEachSpeakerSoundByItsOwnOutput) {
     EXPECT_EQ(LoudestOfEach(testing_support::ReadWaveFile(wave, 4)), (std::vector<std::size_t>{0, 1, 2, 3}));
 }
 
+TEST_F(Tools, SpeakerTest_Direct_LetsEachOutputSoundAlone) {
+    const path wave = folder.path / "outputs.wav";
+    Set({{"WaveFile", wave}, {"Output", "WaveFile"}, {"WaveFileChannels", "9"}});
+    EXPECT_EQ(Config({"select", "Quad", "--device", "WAVFile9outputs"}).status, 0);
+    ExpectOutcome(Config({"speaker-test", "--direct", "Moon"}), 2, "The output must be one of Output 1, ");
+    EXPECT_FALSE(std::filesystem::exists(wave));
+    const Outcome test = Config({"speaker-test", "--seconds", "0.1", "--noise", "--direct"});
+    EXPECT_EQ(test.status, 0) << test.error;
+    EXPECT_THAT(test.out, AllOf(HasSubstr("  3  Output 3: 'Back Left' of Quad\n"),
+                                HasSubstr("  9  Output 9: no speaker of Quad\n")));
+    const Recording recording = testing_support::ReadWaveFile(wave, 9);
+    const std::vector<Sound> sounds = recording.Sounds(4800);
+    ASSERT_EQ(sounds.size(), 9u);
+    for (std::size_t i = 0; i < sounds.size(); ++i) {
+        const std::vector<double> levels = recording.Levels(sounds[i]);
+        for (std::size_t c = 0; c < levels.size(); ++c)
+            EXPECT_EQ(levels[c] > 0, c == i) << i << c;
+    }
+}
+
 TEST_F(Tools, WhatCantSound_TellsWhatToDo) {
     ExpectOutcome(Config({"speaker-test"}), 1, "'tessarune-config set Output Auto'");
     LoseFormatLibrary();

@@ -34,6 +34,8 @@ const std::vector<SettingCase> settings{
     {"Output", "auto", "", "Loud",
      "Output must be Auto, Silent, WaveFile, PulseAudio, JACK or ALSA, not 'Loud'."},
     {"WaveFile", "/usr/../usr/a b.wav", "/usr/a b.wav", "/no/such/folder/a.wav", "a folder that exists"},
+    {"WaveFileChannels", "24", "24", "65", "WaveFileChannels must be 8 to 64, not '65'."},
+    {"WaveFilePace", "realtime", "RealTime", "Fast", "must be Renderer or RealTime, not 'Fast'."},
     {"SpeakerSetting", "surround 5.1 (itu)", "Surround 5.1 (ITU)", "Unknown", "or Surround 7.1 (Wide)"},
     {"AudioRenderer.SuggestedBufferLength", "2147483647", "2147483647", "2147483648", "must be 64 or more"}};
 
@@ -44,7 +46,8 @@ protected:
         const std::size_t dot = name.find('.');
         if (dot != std::string::npos)
             return slib::SXMLNode(Document()).GetChild("AudioRenderer").GetAttribute(name.substr(dot + 1));
-        if (name == "Output" || name == "WaveFile" || name == "SpeakerSetting")
+        if (name == "Output" || name == "WaveFile" || name == "WaveFileChannels" || name == "WaveFilePace" ||
+            name == "SpeakerSetting")
             return store.Read("/Platform/" + name, "?");
         const slib::SXMLNode document(Document());
         return (name == "UseDirectSoundAutoselect" ? document : document.GetChild("Tessarune"))
@@ -167,6 +170,23 @@ TEST_F(Tools, Speakers_SwapOutputsAndGiveTheRoomAsItWasMeasured) {
          {"name: Attic\n", "Front Right: azimuth -31, elevation 5, distance 2.1, role FrontRight\n",
           "Back Right: azimuth -135, elevation 0, distance 3, role BackRight\n"})
         EXPECT_THAT(room, HasSubstr(part));
+}
+
+TEST_F(Tools, Room_IsAppliedFromAFileThatIsLeftAsItIs) {
+    const std::filesystem::path library = testing_support::TemporaryStore::FormatLibrary();
+    std::filesystem::copy(library.parent_path(), folder.path / "lib");
+    std::ofstream(files.MachineFile())
+        << "[Formats]\nAFL=" << (folder.path / "lib" / library.filename()).string() << "\n";
+    const std::string file = (folder.path / "attic.json").string();
+    const std::string room = R"({"elements": [{"azimuth": 40, "gain": 0.5}, [-30, 0]]})";
+    std::ofstream(file) << "{\n" + room;
+    ExpectOutcome(Config({"speakers", "room", file, "--apply"}), 1, "attic.json, line 2: This is no JSON");
+    std::ofstream(file) << room;
+    const testing_support::Outcome applied = Config({"speakers", "room", file, "--apply"});
+    EXPECT_EQ(applied.status, 0) << applied.error;
+    EXPECT_THAT(applied.out, HasSubstr("'attic' on 'PrimarySoundDriver' by the method 'dualband' is now"));
+    EXPECT_THAT(Config({"speakers"}).out, HasSubstr("Left    0.5\n"));
+    ExpectOutcome(Config({"speakers", "room", file + "x", "--apply"}), 2, "Name the new layout with --name");
 }
 
 TEST_F(Tools, Log_ShowsTheRingInOrderAndFollowsIt) {

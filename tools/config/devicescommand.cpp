@@ -25,10 +25,12 @@ std::string Joined(const std::vector<std::string>& names) {
 }
 
 // The last column is for programs alone.
-std::vector<Cell> Row(audiopipe::Device& device) {
-    std::vector<Cell> row{device.index + 1, device.id, device.name};
+std::vector<Cell> Row(std::uint32_t number, audiopipe::Device& device) {
+    std::vector<Cell> row{number, device.id, device.name};
     try {
-        const std::string speakers = slib::GetStandardFormatName(device.GetStandardFormat());
+        const slib::StandardFormat format = device.GetStandardFormat();
+        const std::string speakers =
+            format == slib::StandardFormat::Unknown ? "any" : slib::GetStandardFormatName(format);
         const std::vector<std::string> outputs = orb3::PlaybackChannelNames(device);
         row.insert(row.end(), {speakers, {Joined(outputs), outputs}, {"", nullptr}});
     } catch (const std::exception& failure) {
@@ -48,9 +50,10 @@ void Show(bool isJson) {
                  {"SPEAKERS", "speakers"},
                  {"OUTPUTS", "outputs"},
                  {"", "error"}});
+    std::uint32_t number = 0;
     for (const audiopipe::FrameworkPtr& framework : frameworks)
         for (std::uint32_t i = 0; i < framework->GetDeviceCount(); ++i)
-            table.AddRow(Row(*framework->GetDevice(i)));
+            table.AddRow(Row(++number, *framework->GetDevice(i)));
     if (isJson) return PrintJson(table.ToJson());
     table.PrintAligned(std::cout);
     std::cout << "Device 1 is the default. Where a device doesn't report its speakers, name them with "

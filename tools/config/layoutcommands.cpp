@@ -10,6 +10,7 @@
 #include "tools/config/commands.h"
 #include "tools/config/connection.h"
 #include "tools/config/machine.h"
+#include "tools/config/selecting.h"
 #include "tools/config/storedvalues.h"
 #include "tools/support/layoutnames.h"
 #include "tools/support/table.h"
@@ -25,10 +26,10 @@ constexpr const char* selectExamples = R"(Examples:
   tessarune-config select Stereo
   tessarune-config select "Headphone Stereo" --method spherehead
   tessarune-config select Quad --device 2
+  tessarune-config select "Surround 7.1.4" --device Interface16outputs
   tessarune-config select --auto         follow the system's speakers again)";
 
-struct Choice {
-    std::string name, device, method;
+struct Choice : LayoutChoice {
     bool isAutomatic = false;
 };
 
@@ -125,23 +126,26 @@ std::string FindName(const orb3::fl::FormatLibrarian& librarian, const std::stri
                    "another one.");
 }
 
-std::string CheckMethod(const orb3::fl::FormatLibrarian& librarian, const Choice& choice) {
+std::string CheckMethod(const orb3::fl::FormatLibrarian& librarian, const LayoutChoice& choice) {
     const std::vector<std::string> methods = MethodsFor(librarian, choice.name);
     if (std::find(methods.begin(), methods.end(), choice.method) != methods.end()) return choice.method;
     throw WrongUse("The method for '" + choice.name + "' must be one of " + Joined(methods) + ", not '" +
                    choice.method + "'.");
 }
 
-void CheckChannels(const orb3::fl::FormatLibrarian& librarian, const std::string& name,
-                   audiopipe::Device& device) {
-    orb3::fl::Format format;
-    librarian.getFormat(librarian.findFormat(orb3::MakeFormatTag(name)), format);
+void CheckChannels(const std::string& name, std::size_t needed, audiopipe::Device& device) {
     const std::uint32_t available = device.GetPlaybackChannelCount();
-    if (format.channelCount <= available) return;
-    throw WrongUse("'" + name + "' needs " + std::to_string(format.channelCount) + " outputs, but '" +
-                   device.id + "' has " + std::to_string(available) +
+    if (needed <= available) return;
+    throw WrongUse("'" + name + "' needs " + std::to_string(needed) + " outputs, but '" + device.id +
+                   "' has " + std::to_string(available) +
                    ". Choose another device with --device ('tessarune-config devices' lists them), or name "
                    "your speakers with 'tessarune-config set SpeakerSetting'.");
+}
+
+std::size_t ChannelsOf(const orb3::fl::FormatLibrarian& librarian, const std::string& name) {
+    orb3::fl::Format format;
+    librarian.getFormat(librarian.findFormat(orb3::MakeFormatTag(name)), format);
+    return format.channelCount;
 }
 
 // What a person connected and set stays; places of speakers come from the library, which decodes for them.
@@ -153,11 +157,11 @@ void KeepConnections(const orb3::spk::Layout& stored, orb3::spk::Layout& fresh) 
     fresh.gain = stored.gain;
 }
 
-orb3::spk::Layout MakeLayout(const orb3::fl::FormatLibrarian& librarian, const Choice& choice,
+orb3::spk::Layout MakeLayout(const orb3::fl::FormatLibrarian& librarian, const LayoutChoice& choice,
                              const LayoutPtr& stored, const orb3::Frameworks& frameworks) {
     const bool isKept = stored && choice.device.empty();
     const Output output = isKept ? Output() : FindOutput(frameworks, choice.device);
-    if (output.device) CheckChannels(librarian, choice.name, *output.device);
+    if (output.device) CheckChannels(choice.name, ChannelsOf(librarian, choice.name), *output.device);
     orb3::spk::Layout fresh;
     orb3::ConfigureLayout(librarian, fresh, output.framework.Get(), output.device.Get(), choice.name);
     if (isKept) KeepConnections(*stored, fresh);
@@ -169,7 +173,21 @@ orb3::spk::Layout MakeLayout(const orb3::fl::FormatLibrarian& librarian, const C
     return fresh;
 }
 
-void Select(Choice choice) {
+void SelectAutomatically() {
+    ChangeDocument([](orb3::Configuration& c) { c.useDirectSoundAutoselect = true; });
+    std::cout
+        << "The layout now follows the system's speakers. 'tessarune-config check' shows which it is.\n";
+}
+
+void Choose(const Choice& choice) {
+    if (choice.isAutomatic) return SelectAutomatically();
+    if (!choice.name.empty()) return SelectLayout(choice);
+    throw WrongUse("Name a layout ('tessarune-config layouts' lists them), or give --auto.");
+}
+
+}  // namespace
+
+void SelectLayout(LayoutChoice choice) {
     ErrorsToTerminal log;
     const FormatLibrary library(log);
     const orb3::Frameworks frameworks = MakeFrameworks(log);
@@ -189,19 +207,15 @@ void Select(Choice choice) {
     WarnOfBassOutputs(fresh);
 }
 
-void SelectAutomatically() {
-    ChangeDocument([](orb3::Configuration& c) { c.useDirectSoundAutoselect = true; });
-    std::cout
-        << "The layout now follows the system's speakers. 'tessarune-config check' shows which it is.\n";
+void CheckOutputs(const LayoutChoice& choice, std::size_t speakers) {
+    const orb3::Configuration configuration = ReadDocument();
+    for (const LayoutPtr& layout : configuration.layouts)
+        if (orb3::MakeFormatTag(layout->format) == orb3::MakeFormatTag(choice.name) &&
+            layout->channels.size() == speakers && choice.device.empty())
+            return;
+    ErrorsToTerminal log;
+    CheckChannels(choice.name, speakers, *FindOutput(MakeFrameworks(log), choice.device).device);
 }
-
-void Choose(const Choice& choice) {
-    if (choice.isAutomatic) return SelectAutomatically();
-    if (!choice.name.empty()) return Select(choice);
-    throw WrongUse("Name a layout ('tessarune-config layouts' lists them), or give --auto.");
-}
-
-}  // namespace
 
 void AddLayoutCommands(Program& program) {
     CLI::App* list = program.add_subcommand("layouts", "List the speaker layouts of the format library.");

@@ -6,6 +6,7 @@
 #include "orb3core/settings/platformsettings.h"
 #include "orb3core/store/configstore.h"
 #include "pipe/adaptivedirectsoundframework.h"
+#include "pipe/multichannelframework.h"
 #include "platform/soundsystem.h"
 #include "platform/storelocation.h"
 #include "slib/exception.h"
@@ -24,24 +25,26 @@ std::string ConfiguredPath() {
     return path;
 }
 
-bool IsNamed(const audiopipe::Device& device, const std::string& name) {
-    return device.id == name || device.name == name || std::to_string(device.index + 1) == name;
+bool IsNamed(const audiopipe::Device& device, std::uint32_t number, const std::string& name) {
+    return device.id == name || device.name == name || std::to_string(number) == name;
 }
 
 }  // namespace
 
 orb3::Frameworks MakeFrameworks(slib::Log& log) {
-    auto system = platform::MakeSoundSystem(orb3::ReadPlatformSettings(log), &log);
-    return {audiopipe::FrameworkPtr(
-        new audiopipe::directsound::AdaptiveDirectSoundFramework(&log, std::move(system)))};
+    const std::shared_ptr<platform::SoundSystem> system =
+        platform::MakeSoundSystem(orb3::ReadPlatformSettings(log), &log);
+    return {audiopipe::FrameworkPtr(new audiopipe::directsound::AdaptiveDirectSoundFramework(&log, system)),
+            audiopipe::FrameworkPtr(new audiopipe::MultichannelFramework(system))};
 }
 
 Output FindOutput(const orb3::Frameworks& frameworks, const std::string& name) {
     std::string known;
+    std::uint32_t number = 0;
     for (const audiopipe::FrameworkPtr& framework : frameworks)
         for (std::uint32_t i = 0; i < framework->GetDeviceCount(); ++i) {
             audiopipe::DevicePtr device = framework->GetDevice(i);
-            if (name.empty() || IsNamed(*device, name)) return {framework, device};
+            if (name.empty() || IsNamed(*device, ++number, name)) return {framework, device};
             known += (known.empty() ? "" : ", ") + device->id;
         }
     if (known.empty()) throw WrongUse("There is no output device.");

@@ -1,19 +1,24 @@
+#include <algorithm>
 #include <cmath>
+#include <filesystem>
+#include <fstream>
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "library/layoutreader.h"
 #include "orb3core/library/conversionchoice.h"
 #include "orb3core/setup/layoutselection.h"
-#include "orb3core/store/configstore.h"
 #include "slib/files.h"
 #include "slib/text.h"
 #include "tools/config/commands.h"
 #include "tools/config/connection.h"
 #include "tools/config/machine.h"
 #include "tools/config/room.h"
+#include "tools/config/roomstore.h"
+#include "tools/config/selecting.h"
 #include "tools/config/storedvalues.h"
 #include "tools/support/table.h"
 
@@ -28,14 +33,15 @@ constexpr const char* examples = R"(Examples:
   tessarune-config speakers set 2 --gain 0.8
   tessarune-config speakers connect 2
   tessarune-config speakers room attic.txt --name Attic --place 1 28 0 2.4 --place 2 -31 0 2.1
+  tessarune-config speakers room attic.txt --apply
 
 Outputs and gains change at once. Places and distances need a decoder of their own: 'room' writes them to
-a file, 'tessarune-library layout LIBRARY FILE' makes the decoder, 'tessarune-config select' puts it in force.)";
+a file, from which 'room FILE --apply' makes the decoder and puts it in force.)";
 
 struct Options {
     std::string layout, speaker, output, device, file, name;
     std::optional<double> gain;
-    bool isForced = false;
+    bool isForced = false, isApplied = false;
     std::vector<std::string> places;  // four for each speaker
     double distance = 1;
     bool isJson = false;
@@ -196,15 +202,48 @@ std::vector<MeasuredSpeaker> Measured(const Layout& layout, const std::vector<st
 }
 
 void WriteRoom(const Options& options) {
+    if (options.name.empty())
+        throw WrongUse("Name the new layout with --name NAME, or give --apply with a file that exists.");
     const orb3::Configuration configuration = ReadDocument();
     const Layout& layout = FindLayout(configuration, options.layout);
     slib::writeTextFile(options.file,
                         RoomText(layout, options.name, Measured(layout, options.places), options.distance));
-    const std::string library = orb3::ReadFormatLibraryPath();
+    if (options.isApplied) return;
     std::cout << "The room is stored in '" << options.file
-              << "'. Write what you measured into it, make its decoder:\n"
-              << "  tessarune-library layout '" << (library.empty() ? "LIBRARY" : library) << "' '"
-              << options.file << "'\nand select it:\n  tessarune-config select '" << options.name << "'\n";
+              << "'. Write what you measured into it, then make its decoder and put it in force:\n"
+              << "  tessarune-config speakers room '" << options.file << "' --apply\n";
+}
+
+// Gains that a file has, which the library doesn't hold.
+void SetGains(const std::string& name, const design::SpeakerLayout& room) {
+    if (std::ranges::all_of(room.speakers, [](const auto& speaker) { return speaker.gain == 1; })) return;
+    ChangeDocument(
+        [&](orb3::Configuration& configuration) {
+            Layout& layout = FindLayoutToChange(configuration, name);
+            for (std::size_t i = 0; i < std::min(layout.channels.size(), room.speakers.size()); ++i)
+                layout.channels[i].gain = room.speakers[i].gain;
+        },
+        Force::Yes);
+}
+
+void ApplyRoom(const Options& options) {
+    std::ifstream stream(options.file);
+    if (!stream) throw slib::OperatingSystemErrnoException("Unable to open '" + options.file + "'.");
+    design::SpeakerLayout room = design::ReadLayout(stream, options.file);
+    if (!options.name.empty()) room.name = options.name;
+    const LayoutChoice choice{room.name, options.device, ""};
+    CheckOutputs(choice, room.speakers.size());
+    std::cout << "Making the decoders of '" << room.name << "' ..." << std::endl;
+    StoreRoom(room);
+    SelectLayout(choice);
+    SetGains(room.name, room);
+}
+
+// A file that was measured elsewhere, or edited, stays as it is.
+void MakeRoom(const Options& options) {
+    const bool isThere = std::filesystem::exists(options.file);
+    if (!options.isApplied || !isThere || !options.places.empty()) WriteRoom(options);
+    if (options.isApplied) ApplyRoom(options);
 }
 
 void AddSetCommand(CLI::App& speakers, const std::shared_ptr<Options>& options) {
@@ -224,9 +263,13 @@ void AddConnectCommand(CLI::App& speakers, const std::shared_ptr<Options>& optio
 }
 
 void AddRoomCommand(CLI::App& speakers, const std::shared_ptr<Options>& options) {
-    CLI::App* room = speakers.add_subcommand("room", "Write the places of the speakers to a file.");
-    room->add_option("FILE", options->file, "The text to edit")->required();
-    room->add_option("--name", options->name, "The new layout's name")->required();
+    CLI::App* room = speakers.add_subcommand(
+        "room", "Write the places of the speakers to a file, or make a decoder from one.");
+    room->add_option("FILE", options->file, "The text to edit; with --apply JSON too")->required();
+    room->add_option("--name", options->name, "The new layout's name");
+    room->add_flag("--apply", options->isApplied,
+                   "Make the decoder of the room in FILE, and put it in force");
+    room->add_option("--device", options->device, "With --apply: connect it to this device");
     room->add_option("--place", options->places, "SPEAKER AZIMUTH ELEVATION DISTANCE, as often as needed")
         ->type_size(4)
         ->expected(-1);
@@ -234,7 +277,7 @@ void AddRoomCommand(CLI::App& speakers, const std::shared_ptr<Options>& options)
                      "Metres to the furthest of the speakers without --place")
         ->check(CLI::Range(0.1, 100.0))
         ->capture_default_str();
-    room->callback([options] { WriteRoom(*options); });
+    room->callback([options] { MakeRoom(*options); });
 }
 
 }  // namespace

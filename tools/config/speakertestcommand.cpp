@@ -10,13 +10,14 @@
 #include "orb3core/setup/layoutselection.h"
 #include "slib/text.h"
 #include "tools/config/commands.h"
+#include "tools/config/directtest.h"
 #include "tools/config/gamecalls.h"
 #include "tools/config/machine.h"
 #include "tools/config/room.h"
 #include "tools/config/storedvalues.h"
+#include "tools/config/testsounds.h"
 #include "tools/support/logring.h"
 #include "tools/support/realoutput.h"
-#include "tools/support/voices.h"
 
 namespace tool {
 namespace {
@@ -29,58 +30,24 @@ constexpr const char* examples = R"(Examples:
   tessarune-config speaker-test
   tessarune-config speaker-test --speaker "Back Left" --noise
   tessarune-config speaker-test --seconds 5
+  tessarune-config speaker-test --direct              one output after the other, past the decoder
+  tessarune-config speaker-test --direct "Aux 3"
 
 The library places each sound where the speaker is, as it does for a game, so neighbouring speakers play along.
 Listen whether it comes from the speaker that is named. Where it doesn't, 'tessarune-config speakers set
-SPEAKER --output OUTPUT' connects the speaker to another output.)";
-constexpr double noiseLength = 1.5;  // s
+SPEAKER --output OUTPUT' connects the speaker to another output.
+
+With --direct each output plays alone. Where the wrong speaker sounds then, it is the wiring or the connection;
+where the right one does, and sounds are misplaced all the same, the places of the speakers aren't the layout's.)";
 constexpr auto pause = std::chrono::milliseconds(250);
 
 struct Options {
     std::string speaker;
     double seconds = 0;  // 0 as long as the sound is
     bool isNoise = false;
+    bool isDirect = false;
+    std::string output;  // of the direct test; empty for all
 };
-
-// The voice for a speaker; null for those that none speaks for.
-const Voice* FindVoice(Role role) {
-    const auto named = [](const char* file) {
-        for (const Voice& voice : Voices())
-            if (voice.file == file) return &voice;
-        return static_cast<const Voice*>(nullptr);
-    };
-    switch (role) {
-        case Role::FrontLeft:
-            return named("Front_Left");
-        case Role::FrontRight:
-            return named("Front_Right");
-        case Role::FrontCentre:
-        case Role::FrontCentreDialogue:
-            return named("Front_Center");
-        case Role::BackLeft:
-            return named("Rear_Left");
-        case Role::BackRight:
-            return named("Rear_Right");
-        case Role::BackCentre:
-            return named("Rear_Center");
-        case Role::SideLeft:
-            return named("Side_Left");
-        case Role::SideRight:
-            return named("Side_Right");
-        case Role::Unknown:
-        case Role::BassManaged:
-        case Role::BassLFE:
-            return nullptr;
-    }
-    return nullptr;
-}
-
-Sound SoundFor(const Speaker& speaker, const Options& options) {
-    const Voice* const voice = options.isNoise ? nullptr : FindVoice(speaker.role);
-    std::optional<Sound> recording;
-    if (voice != nullptr) recording = FindRecording(*voice, voiceFolder);
-    return recording ? *recording : MakeNoise(noiseLength);
-}
 
 // Slots and effects that reach speakers which no place in the sound field does.
 class DedicatedOutput {
@@ -163,7 +130,7 @@ public:
     Game& operator=(const Game&) = delete;
 
     void Play(const Speaker& speaker, const Options& options) const {
-        const Sound sound = SoundFor(speaker, options);
+        const Sound sound = SoundFor(speaker, options.isNoise);
         std::optional<DedicatedOutput> dedicated;  // outlives the source that sends to it
         const Source source(calls, sound, options.seconds > 0);
         source.PlaceAt(speaker.location);
@@ -218,16 +185,28 @@ Layout LayoutInForce(const orb3::Configuration& configuration) {
         "one in force.");
 }
 
-// The layout that a start is going to take, so that a wrong name costs no recording that stands already.
-void CheckSpeaker(const std::string& name) {
-    ErrorsToTerminal log;
+// The layout that a start is going to take, whether or not it stores it.
+Layout ComingLayout(slib::Log& log, const orb3::Frameworks& frameworks) {
     slib::ErrorLog errors(&log);
     const FormatLibrary library(log);
     orb3::Configuration configuration = ReadDocument();
-    // Whether the start would store it doesn't matter here.
-    static_cast<void>(
-        orb3::SelectLayout(MakeFrameworks(log), library.Librarian(), configuration, &errors, false));
-    FindSpeaker(LayoutInForce(configuration), name);
+    static_cast<void>(orb3::SelectLayout(frameworks, library.Librarian(), configuration, &errors, false));
+    return LayoutInForce(configuration);
+}
+
+// So that a wrong name costs no recording that stands already.
+void CheckSpeaker(const std::string& name) {
+    ErrorsToTerminal log;
+    FindSpeaker(ComingLayout(log, MakeFrameworks(log)), name);
+}
+
+void TestDirectly(const Options& options) {
+    ErrorsToTerminal log;
+    const orb3::Frameworks frameworks = MakeFrameworks(log);
+    const Layout layout = ComingLayout(log, frameworks);
+    const Output output = FindOutput(frameworks, layout.pipeDevice);
+    std::cout << "Outputs of '" << output.device->name << "', past the decoder:\n";
+    TestOutputs(*output.device, layout, {options.output, options.seconds, options.isNoise}, log);
 }
 
 void Print(const Speaker& speaker) {
@@ -241,6 +220,7 @@ void Print(const Speaker& speaker) {
 
 void Test(const Options& options) {
     CheckIsHeard();
+    if (options.isDirect) return TestDirectly(options);
     if (!options.speaker.empty()) CheckSpeaker(options.speaker);
     const Game game;
     const Layout layout = LayoutInForce(ReadDocument());  // the start has stored it
@@ -260,14 +240,23 @@ void AddSpeakerTestCommand(Program& program) {
     CLI::App* command = program.add_subcommand(
         "speaker-test", "Play a sound from each speaker of the layout in force in turn.");
     command->footer(examples);
-    command->add_option("--speaker", options->speaker,
-                        "Only this one: its name, or its number in 'speakers'");
+    CLI::Option* speaker = command->add_option("--speaker", options->speaker,
+                                               "Only this one: its name, or its number in 'speakers'");
+    CLI::Option* direct =
+        command
+            ->add_option("--direct", options->output,
+                         "Play outputs past the decoder, all or this one: its name or number")
+            ->expected(0, 1)
+            ->excludes(speaker);
     command
         ->add_option("--seconds", options->seconds,
                      "Seconds for each speaker; left out, the sound is played once")
         ->check(CLI::Range(0.1, 3600.0));
     command->add_flag("--noise", options->isNoise, "Pink noise in place of voices");
-    command->callback([options] { Test(*options); });
+    command->callback([options, direct] {
+        options->isDirect = direct->count() > 0;
+        Test(*options);
+    });
 }
 
 }  // namespace tool

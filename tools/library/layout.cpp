@@ -24,7 +24,10 @@ constexpr const char* examples =
 Azimuths are degrees to the left, elevations degrees upwards; distances and x (ahead), y (left) and z (up) are metres.
 
 Example:
-  tessarune-library layout lib/default.afl attic.txt)";
+  tessarune-library layout lib/default.afl attic.txt
+
+The JSON layouts that tools for Ambisonic decoders write are read as well; gains in them are left to
+'tessarune-config speakers set'.)";
 
 void AddLayout(const std::string& path, const std::string& file) {
     std::ifstream stream(file);

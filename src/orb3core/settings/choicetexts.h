@@ -29,4 +29,8 @@ inline constexpr auto choiceTexts<platform::PlatformSettings::Output> =
     slib::MakeEnumTexts<platform::PlatformSettings::Output>("Auto", "Silent", "WaveFile", "PulseAudio",
                                                             "JACK", "ALSA");
 
+template <>
+inline constexpr auto choiceTexts<platform::PlatformSettings::Pace> =
+    slib::MakeEnumTexts<platform::PlatformSettings::Pace>("Renderer", "RealTime");
+
 }  // namespace orb3

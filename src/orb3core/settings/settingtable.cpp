@@ -154,14 +154,21 @@ std::vector<std::string> SpeakerSettings() {
     return names;
 }
 
-constexpr SettingValue StoredChoice(std::vector<std::string> (*choices)()) {
-    return {{SettingRange::Kind::Choice, {}, choices}, {}, Outside::Kept, StoreValue{automatic}};
+constexpr SettingValue StoredChoice(std::vector<std::string> (*choices)(),
+                                    std::string_view byDefault = automatic) {
+    return {{SettingRange::Kind::Choice, {}, choices}, {}, Outside::Kept, StoreValue{byDefault}};
 }
 
 constexpr SettingValue StoredPath() {
     return {{SettingRange::Kind::Path, {}, nullptr}, {}, Outside::Kept, StoreValue{}};
 }
 
+// What nothing in the store means is a number within the bounds.
+constexpr SettingValue StoredWhole(Bounds bounds, std::string_view byDefault) {
+    return {{SettingRange::Kind::Whole, bounds, nullptr}, {}, Outside::Kept, StoreValue{byDefault}};
+}
+
+constexpr Bounds fileChannels{8, static_cast<int>(platform::mostOutputChannels)};
 constexpr Bounds rates{static_cast<int>(platform::lowestRate), static_cast<int>(platform::highestRate)};
 constexpr Bounds blockLengths{64, noLimit};
 constexpr Bounds fromOne{1, noLimit};
@@ -252,11 +259,21 @@ constexpr std::array settings{
         "Auto uses the sound server or a sound card, and silence while none answers, so that a game runs on. "
         "PulseAudio (PipeWire answers it as well), JACK and ALSA use that one and no other. "
         "Silent plays nowhere, at the pace of the clock. WaveFile records into the file that WaveFile names: 32 "
-        "bits, at the pace of the clock, complete at any moment even when the game is killed."},
+        "bits, at the pace that WaveFilePace names, complete at any moment even when the game is killed."},
     Setting{"WaveFile", Optional, StoredPath(),
         "the file that Output WaveFile records into", "output",
         "What was there is replaced. The second output of one game is recorded into `NAME-2.wav`, and what "
         "doesn't fit into 4 GiB into the next number."},
+    Setting{"WaveFilePace", Optional,
+        StoredChoice(ChoicesOf<platform::PlatformSettings::Pace>, "Renderer"),
+        "what the clock of Output WaveFile does when the renderer is late", "output",
+        "With Renderer it waits, so that a recording on a busy machine is whole and nothing is given up for "
+        "speed; it never runs faster than time. RealTime shows what a sound card would have played: silence "
+        "where the renderer was late."},
+    Setting{"WaveFileChannels", Optional, StoredWhole(fileChannels, "8"),
+        "how many outputs Output WaveFile has", "output",
+        "More than 8 make another device of so many outputs, which a layout is connected to by "
+        "`tessarune-config select LAYOUT --device`. Other layouts are recorded as before."},
     Setting{"SpeakerSetting", Optional, StoredChoice(SpeakerSettings),
         "the speakers, in place of those that the device reports", "layout",
         "Set it for headphones on a plain stereo output, or for speakers that the system doesn't know of."},
