@@ -75,7 +75,7 @@ public:
 
 private:
     // Without the parser's own number and place.
-    static std::string Reason(std::string text) {
+    static std::string Reason(const std::string& text) {
         const std::size_t colon = text.find(": ");
         return std::string("This is no JSON: ")
             .append(text, colon == std::string::npos ? 0 : colon + 2)
@@ -154,7 +154,7 @@ private:
     std::string NameOf(const Json& layout) const {
         for (const Json* const object : {&layout, &document.root})
             if (const Json* const name = Find(*object, "name"); name != nullptr && name->is_string())
-                if (const auto text = name->get<std::string>(); !text.empty()) return text;
+                if (auto text = name->get<std::string>(); !text.empty()) return text;
         return std::filesystem::path(source).stem().string();
     }
 

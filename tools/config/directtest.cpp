@@ -76,9 +76,9 @@ public:
     Player& operator=(const Player&) = delete;
 
     void Play(std::size_t output, const Sound& sound, double seconds) {
-        for (double time = 0; time < seconds; time += BlockSeconds()) {
+        for (std::uint32_t b = 0; b < BlocksIn(seconds); ++b) {
             for (std::uint32_t f = 0; f < pipe->GetBufferLength(); ++f) {
-                const double now = time + f / pipe->GetSampleRate();
+                const double now = (b * pipe->GetBufferLength() + f) / pipe->GetSampleRate();
                 block[f * outputs + output] = now < seconds ? gain * At(sound, now) : 0;
             }
             pipe->Write(block.data(), nullptr);
@@ -88,10 +88,13 @@ public:
     }
 
 private:
-    double BlockSeconds() const { return pipe->GetBufferLength() / pipe->GetSampleRate(); }
+    std::uint32_t BlocksIn(double seconds) const {
+        return static_cast<std::uint32_t>(
+            std::ceil(seconds * pipe->GetSampleRate() / pipe->GetBufferLength()));
+    }
 
     void PlaySilence(double seconds) {
-        for (double time = 0; time < seconds; time += BlockSeconds())
+        for (std::uint32_t b = 0; b < BlocksIn(seconds); ++b)
             pipe->Write(nullptr, nullptr);
     }
 

@@ -40,7 +40,7 @@ PlatformSettings::Pace ReadPace(const std::string& text, slib::Log& log) {
 }
 
 std::uint32_t ReadChannels(const std::string& text, slib::Log& log) {
-    constexpr std::uint32_t least = PlatformSettings().waveFileChannels;
+    const std::uint32_t least = PlatformSettings().waveFileChannels;
     if (text.empty()) return least;
     std::uint32_t channels = 0;
     const char* const end = text.data() + text.size();
