@@ -51,7 +51,8 @@ Output FindOutput(const orb3::Frameworks& frameworks, const std::string& name) {
 
 FormatLibrary::FormatLibrary(slib::Log& log) : path(ConfiguredPath()) {
     try {
-        librarian = orb3::fl::openFormatLibrary(path, factory, &log, true, false);
+        librarian =
+            orb3::fl::OpenLayeredLibrary(path, orb3::fl::OwnLibraryPath(), factory, &log, true, false);
     } catch (const std::exception& failure) {
         throw slib::BadDataException(
             std::string("The format library can't be opened: ") + failure.what() + " Correct the path in '" +
