@@ -10,8 +10,9 @@
 
 #include "library/headdecoder.h"
 #include "library/headpreparation.h"
+#include "library/interauraldelay.h"
 #include "library/magls.h"
-#include "library/sofareader.h"
+#include "library/sofachild.h"
 #include "library/speakerdecoder.h"
 #include "library/spherehead.h"
 #include "library/virtualspeakers.h"
@@ -56,13 +57,18 @@ void StoreTransform(const Conversion& conversion, const Transform& transform, Fo
     library.storeTransform(conversion, {.possible = true}, transform);
 }
 
-// Stores what `design` makes for each of the rates, side by side.
-void StoreDesigns(const Conversion& conversion, const std::vector<int>& rates,
-                  const std::function<Transform(int rate)>& design, FormatRegistrar& library) {
-    std::vector<std::future<Transform>> designs;
+using Designs = std::vector<std::future<Transform>>;  // by rate
+
+// What `design` makes for each of the rates, side by side.
+Designs BeginDesigns(const std::vector<int>& rates, const std::function<Transform(int rate)>& design) {
+    Designs designs;
     designs.reserve(rates.size());
     for (const int rate : rates)
         designs.push_back(std::async(std::launch::async, design, rate));
+    return designs;
+}
+
+void StoreDesigns(const Conversion& conversion, Designs designs, FormatRegistrar& library) {
     for (std::future<Transform>& made : designs)
         StoreTransform(conversion, made.get(), library);
 }
@@ -135,17 +141,16 @@ void CheckReplaceable(const std::string& tag, const FormatRegistrar& library) {
 struct HeadMethod {
     MethodText text;
     Priority priority;
-    std::map<int, HeadSpectra> heads;  // by rate
+    std::map<int, HeadSpectra> heads = {};            // by rate
+    std::function<void(unsigned order)> report = {};  // may be empty
 };
 
-HeadMethod MeasuredHead(const LibraryPlan& plan) {
+HeadMethod MeasuredHead(const LibraryPlan& plan, const HeadImpulses& measured) {
     HeadMethod method{{measuredHead, "Measured Head",
                        "The ears of a measured head: exact below 1.8 kHz (0.7 kHz at order 1, 1.4 kHz at "
                        "order 2), and above it in level, where hearing "
                        "no longer follows the phase. Equalised to a diffuse field."},
-                      Priority::High,
-                      {}};
-    const HeadImpulses measured = ReadSofa(plan.sofaPath);
+                      Priority::High};
     if (!measured.credit.empty()) method.text.writeup += " " + measured.credit;
     for (const int rate : plan.rates)
         method.heads.emplace(rate, PrepareMeasuredHead(measured, rate));
@@ -157,8 +162,7 @@ HeadMethod RigidSphere(const LibraryPlan& plan) {
         {sphereHead, "Sphere Head",
          "Two ears on a rigid sphere, without pinnae: true delays and shadows of a head, and no "
          "colour of anybody's ears. Equalised to a diffuse field."},
-        Priority::Normal,
-        {}};
+        Priority::Normal};
     for (const int rate : plan.rates)
         method.heads.emplace(rate, PrepareSphereHead({}, rate));
     return method;
@@ -166,17 +170,18 @@ HeadMethod RigidSphere(const LibraryPlan& plan) {
 
 void StoreHeadDecoders(const HeadMethod& method, const std::vector<int>& rates, const std::string& headphones,
                        FormatRegistrar& library) {
+    std::map<unsigned, Designs> designs;  // by order, all side by side
+    for (unsigned order = 1; order <= greatestOrder; ++order)
+        designs[order] = BeginDesigns(rates, [&method, order](int rate) {
+            return DesignMagls(method.heads.at(rate), {.order = order, .frontalEnergy = frontalEnergy});
+        });
     StoreMethod(method.text, library);
-    for (unsigned order = 1; order <= greatestOrder; ++order) {
+    for (auto& [order, made] : designs) {
+        if (method.report) method.report(order);
         const Conversion conversion =
             MakeConversion(SpatialFormatTag(order), headphones, method.text.tag, method.priority);
         library.storeConversion(conversion);
-        StoreDesigns(
-            conversion, rates,
-            [&](int rate) {
-                return DesignMagls(method.heads.at(rate), {.order = order, .frontalEnergy = frontalEnergy});
-            },
-            library);
+        StoreDesigns(conversion, std::move(made), library);
     }
 }
 
@@ -216,13 +221,15 @@ const SpeakerLayout& LayoutOf(const LibraryPlan& plan, StandardFormat family) {
                                  slib::GetStandardFormatName(family) + "'.");
 }
 
-void StoreHeadphones(const LibraryPlan& plan, FormatRegistrar& library) {
+// `measured` is null for none.
+void StoreHeadphones(const LibraryPlan& plan, const HeadImpulses* measuredImpulses,
+                     FormatRegistrar& library) {
     const SpeakerLayout& layout = LayoutOf(plan, StandardFormat::HeadphoneStereo);
     const std::string headphones = orb3::MakeFormatTag(layout.name);
     StoreLayoutFormat(layout, library);
     StoreHeadDecoders(RigidSphere(plan), plan.rates, headphones, library);
-    if (plan.sofaPath.empty()) return;
-    const HeadMethod measured = MeasuredHead(plan);
+    if (measuredImpulses == nullptr) return;
+    const HeadMethod measured = MeasuredHead(plan, *measuredImpulses);
     StoreHeadDecoders(measured, plan.rates, headphones, library);
     StoreVirtualSpeakers(measured, LayoutOf(plan, StandardFormat::Surround71), headphones, library);
 }
@@ -249,8 +256,8 @@ void AddSpeakerLayout(const SpeakerLayout& added, const std::vector<int>& rates,
     if (layout.family != StandardFormat::Unknown) layout.name = slib::GetStandardFormatName(layout.family);
     const std::string format = orb3::MakeFormatTag(layout.name);
     CheckReplaceable(format, library);
+    StoreLayoutFormat(layout, library);  // in a user's library it hides what the system's has for it
     EraseConversionsTo(format, library);
-    StoreLayoutFormat(layout, library);
     for (const SpeakerMethod method : MethodsFor(layout)) {
         StoreMethod(DescribeMethod(method), library);
         for (unsigned order = 1; order <= greatestOrder; ++order) {
@@ -258,15 +265,32 @@ void AddSpeakerLayout(const SpeakerLayout& added, const std::vector<int>& rates,
                 MakeConversion(SpatialFormatTag(order), format, DescribeMethod(method).tag,
                                static_cast<Priority>(PriorityOf(method)));
             library.storeConversion(conversion);
-            StoreDesigns(
-                conversion, rates,
-                [&](int rate) { return DesignSpeakerDecoder(layout, order, method, rate).transform; },
-                library);
+            StoreDesigns(conversion,
+                         BeginDesigns(rates,
+                                      [&](int rate) {
+                                          return DesignSpeakerDecoder(layout, order, method, rate).transform;
+                                      }),
+                         library);
         }
     }
 }
 
+void AddHead(const AddedHead& head, const std::vector<int>& rates, const std::string& headphones,
+             FormatRegistrar& library) {
+    HeadMethod method{head.text, head.priority};
+    method.report = head.report;
+    for (const int rate : rates) {
+        HeadSpectra& spectra = method.heads[rate] = PrepareMeasuredHead(head.impulses, rate);
+        if (head.circumference > 0)
+            ScaleInterauralDelays(spectra,
+                                  head.circumference / (2 * std::numbers::pi * EffectiveRadius(spectra)));
+    }
+    StoreHeadDecoders(method, rates, headphones, library);
+}
+
 void AssembleLibrary(const LibraryPlan& plan, FormatRegistrar& library) {
+    std::optional<HeadImpulses> measured;
+    if (!plan.sofaPath.empty()) measured = ReadSofaInChild(plan.sofaPath);
     library.setTag(plan.tag);
     for (unsigned order = 1; order <= greatestOrder; ++order)
         StoreSpatialFormat(order, library);
@@ -279,7 +303,7 @@ void AssembleLibrary(const LibraryPlan& plan, FormatRegistrar& library) {
         AddSpeakerLayout(layout, plan.rates, library);
     }
     report(LayoutOf(plan, StandardFormat::HeadphoneStereo).name);
-    StoreHeadphones(plan, library);
+    StoreHeadphones(plan, measured ? &*measured : nullptr, library);
 }
 
 }  // namespace design

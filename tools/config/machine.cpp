@@ -60,6 +60,14 @@ FormatLibrary::FormatLibrary(slib::Log& log) : path(ConfiguredPath()) {
     }
 }
 
+void ChangeOwnLibrary(const std::function<void(orb3::fl::FormatRegistrar& library)>& change) {
+    const orb3::aspace::BasicAcousticFactory factory;
+    const auto library =
+        orb3::fl::OpenOwnLibraryToChange(ConfiguredPath(), orb3::fl::OwnLibraryPath(), factory);
+    change(*library);
+    library->commit();
+}
+
 void ErrorsToTerminal::Write(const std::string& text, bool isError) {
     if (isError) std::cerr << "tessarune-config: " << text << "\n";
 }

@@ -175,4 +175,21 @@ ProcessingPtr OpenLayeredLibrary(const std::string& path, const std::string& own
     return Processing(std::move(both), !cacheRoot.empty(), log);
 }
 
+RegistrarPtr OpenOwnLibraryToChange(const std::string& path, const std::string& ownPath,
+                                    const aspace::AcousticFactory& factory) {
+    if (ownPath.empty())
+        throw slib::BadStateException("There is no home in which a format library of your own could be.");
+    RegistrarPtr system = OpenUnchanged(path, "", factory);
+    if (!slib::fileExists(ownPath)) CreateDirectoryLibrary(ownPath, "User", false);
+    RegistrarPtr own;
+    try {
+        own = OpenUnchanged(ownPath, "", factory);
+        ReadAll(*own);
+    } catch (const std::exception& failure) {
+        throw slib::BadDataException("Your own format library '" + ownPath + "' can't be used: " +
+                                     failure.what() + " Move its folder away, and add again what it held.");
+    }
+    return std::make_unique<LayeredLibrarian>(std::move(system), std::move(own));
+}
+
 }  // namespace orb3::fl

@@ -43,4 +43,11 @@ namespace orb3::fl {
     const std::string& path, const std::string& ownPath, const aspace::AcousticFactory& factory,
     slib::Log* log, bool readOnly, bool saveOnDestroy);
 
+/// The two for a program that changes the user's, which is made where there is none: changes go to it, and
+/// commit writes them. Throws slib::BadStateException where `ownPath` is empty, what opening the library at
+/// `path` throws, and slib::BadDataException for a library at `ownPath` that can't be used.
+[[nodiscard]] std::unique_ptr<FormatRegistrar> OpenOwnLibraryToChange(const std::string& path,
+                                                                      const std::string& ownPath,
+                                                                      const aspace::AcousticFactory& factory);
+
 }  // namespace orb3::fl

@@ -241,7 +241,16 @@ void LayeredLibrarian::eraseMethod(const std::string& tag) {
 }
 
 void LayeredLibrarian::storeConversion(const Conversion& conversion) {
-    ChangeOwn([&](FormatRegistrar& library) { library.storeConversion(conversion); });
+    conversion.validate();
+    ChangeOwn([&](FormatRegistrar& library) {
+        for (const std::string& tag : {conversion.from, conversion.to})
+            if (!library.hasFormat(tag) && system->hasFormat(tag)) {
+                Format reference = FormatAt(*system, system->findFormat(tag));
+                reference.isLayout = reference.isPreset = false;
+                library.storeFormat(reference);
+            }
+        library.storeConversion(conversion);
+    });
 }
 
 void LayeredLibrarian::eraseConversion(const ConversionTag& tag) {

@@ -57,6 +57,7 @@ public:
     void eraseFormat(const std::string& tag) override;
     void storeMethod(const Method& method) override;
     void eraseMethod(const std::string& tag) override;
+    /// Stores references to those of its formats that only the system's library has, too.
     void storeConversion(const Conversion& conversion) override;
     void eraseConversion(const ConversionTag& tag) override;
 
