@@ -217,9 +217,11 @@ void RemoveOwn(const std::string& tag, FormatRegistrar& library) {
     }
 }
 
-void RemoveOwnRoom(const std::string& format, FormatRegistrar& library) {
+bool RemoveOwnRoom(const std::string& format, orb3::fl::LayeredLibrarian& library) {
+    if (!library.IsOwnLayout(format)) return false;
     EraseConversions([&](const Conversion& conversion) { return conversion.to == format; }, library);
     library.eraseFormat(format);
+    return true;
 }
 
 }  // namespace design

@@ -13,6 +13,7 @@
 #include "library/headphoneequaliser.h"
 #include "library/libraryassembly.h"
 #include "orb3core/library/formatlibrarian.h"
+#include "orb3core/library/layeredlibrarian.h"
 
 namespace design {
 
@@ -55,7 +56,7 @@ void AddOwnHeadphones(const HeadphoneCorrection& correction, const std::string& 
 /// Takes away a head or headphones of the user's, by the tag, with all that was made with it.
 void RemoveOwn(const std::string& tag, orb3::fl::FormatRegistrar& library);
 
-/// Takes away a room of the user's, by the tag of its format.
-void RemoveOwnRoom(const std::string& format, orb3::fl::FormatRegistrar& library);
+/// Takes away a room of the user's, by the tag of its format. False when the user has none of that tag.
+bool RemoveOwnRoom(const std::string& format, orb3::fl::LayeredLibrarian& library);
 
 }  // namespace design

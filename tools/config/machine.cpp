@@ -60,7 +60,7 @@ FormatLibrary::FormatLibrary(slib::Log& log) : path(ConfiguredPath()) {
     }
 }
 
-void ChangeOwnLibrary(const std::function<void(orb3::fl::FormatRegistrar& library)>& change) {
+void ChangeOwnLibrary(const std::function<void(orb3::fl::LayeredLibrarian& library)>& change) {
     const orb3::aspace::BasicAcousticFactory factory;
     const auto library =
         orb3::fl::OpenOwnLibraryToChange(ConfiguredPath(), orb3::fl::OwnLibraryPath(), factory);

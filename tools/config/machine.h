@@ -7,6 +7,7 @@
 #include <string>
 
 #include "orb3core/acoustics/acousticfactory.h"
+#include "orb3core/library/layeredlibrarian.h"
 #include "orb3core/library/processingformatlibrarian.h"
 #include "orb3core/setup/devicelookup.h"
 #include "slib/log.h"
@@ -45,7 +46,7 @@ private:
 /// The user's own library over that one, to be changed: `change` is given both as one library, and what it
 /// stored is written when it returns. Throws slib::BadDataException, which says what to do, and what `change`
 /// throws; then nothing was written.
-void ChangeOwnLibrary(const std::function<void(orb3::fl::FormatRegistrar& library)>& change);
+void ChangeOwnLibrary(const std::function<void(orb3::fl::LayeredLibrarian& library)>& change);
 
 /// Errors go to standard error, as sentences of this program; the rest goes nowhere.
 class ErrorsToTerminal : public slib::Log {

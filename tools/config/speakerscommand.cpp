@@ -1,10 +1,14 @@
 #include <cmath>
+#include <fstream>
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "library/layoutreader.h"
+#include "library/librarywriter.h"
+#include "library/ownlibrary.h"
 #include "orb3core/library/conversionchoice.h"
 #include "orb3core/setup/layoutselection.h"
 #include "orb3core/store/configstore.h"
@@ -28,9 +32,12 @@ constexpr const char* examples = R"(Examples:
   tessarune-config speakers set 2 --gain 0.8
   tessarune-config speakers connect 2
   tessarune-config speakers room attic.txt --name Attic --place 1 28 0 2.4 --place 2 -31 0 2.1
+  tessarune-config speakers add attic.txt
+  tessarune-config speakers remove Attic
 
 Outputs and gains change at once. Places and distances need a decoder of their own: 'room' writes them to
-a file, 'tessarune-library layout LIBRARY FILE' makes the decoder, 'tessarune-config select' puts it in force.)";
+a file, 'add' makes the decoder in your own format library (or 'tessarune-library layout LIBRARY FILE' in another),
+'tessarune-config select' puts it in force.)";
 
 struct Options {
     std::string layout, speaker, output, device, file, name;
@@ -38,6 +45,7 @@ struct Options {
     bool isForced = false;
     std::vector<std::string> places;  // four for each speaker
     double distance = 1;
+    bool isApplied = false;
     bool isJson = false;
 };
 
@@ -195,16 +203,38 @@ std::vector<MeasuredSpeaker> Measured(const Layout& layout, const std::vector<st
     return measured;
 }
 
+void AddRoom(const std::string& file) {
+    std::ifstream stream(file);
+    if (!stream) throw slib::OperatingSystemErrnoException("Unable to open '" + file + "'.");
+    const design::SpeakerLayout room = design::ReadLayout(stream, file);
+    ChangeOwnLibrary([&](orb3::fl::FormatRegistrar& library) {
+        design::AddSpeakerLayout(room, design::BaseRates(library), library);
+    });
+    std::cout << "'" << room.name << "' with " << room.speakers.size()
+              << " speakers is in your library. 'tessarune-config select' puts it in force:\n"
+                 "  tessarune-config select '"
+              << room.name << "'\n";
+}
+
+// Of the user's own library; the settings keep what they have of it.
+void RemoveRoom(const std::string& name) {
+    ChangeOwnLibrary([&](orb3::fl::LayeredLibrarian& library) {
+        if (!design::RemoveOwnRoom(orb3::MakeFormatTag(name), library))
+            throw WrongUse("Your library has no room '" + name + "'. 'tessarune-config layouts' lists all.");
+    });
+    std::cout << "The room '" << name << "' is removed.\n";
+}
+
 void WriteRoom(const Options& options) {
     const orb3::Configuration configuration = ReadDocument();
     const Layout& layout = FindLayout(configuration, options.layout);
     slib::writeTextFile(options.file,
                         RoomText(layout, options.name, Measured(layout, options.places), options.distance));
-    const std::string library = orb3::ReadFormatLibraryPath();
+    if (options.isApplied) return AddRoom(options.file);
     std::cout << "The room is stored in '" << options.file
               << "'. Write what you measured into it, make its decoder:\n"
-              << "  tessarune-library layout '" << (library.empty() ? "LIBRARY" : library) << "' '"
-              << options.file << "'\nand select it:\n  tessarune-config select '" << options.name << "'\n";
+              << "  tessarune-config speakers add '" << options.file
+              << "'\nand select it:\n  tessarune-config select '" << options.name << "'\n";
 }
 
 void AddSetCommand(CLI::App& speakers, const std::shared_ptr<Options>& options) {
@@ -234,7 +264,16 @@ void AddRoomCommand(CLI::App& speakers, const std::shared_ptr<Options>& options)
                      "Metres to the furthest of the speakers without --place")
         ->check(CLI::Range(0.1, 100.0))
         ->capture_default_str();
+    room->add_flag("--apply", options->isApplied, "Make its decoder at once, as 'add' does");
     room->callback([options] { WriteRoom(*options); });
+    CLI::App* add = speakers.add_subcommand("add", "Make the decoders of a room, in your own library.");
+    add->add_option("FILE", options->file, "The description of its speakers")
+        ->required()
+        ->check(CLI::ExistingFile);
+    add->callback([options] { AddRoom(options->file); });
+    CLI::App* remove = speakers.add_subcommand("remove", "Remove a room from your own library.");
+    remove->add_option("NAME", options->name, "Its name")->required();
+    remove->callback([options] { RemoveRoom(options->name); });
 }
 
 }  // namespace

@@ -175,8 +175,8 @@ ProcessingPtr OpenLayeredLibrary(const std::string& path, const std::string& own
     return Processing(std::move(both), !cacheRoot.empty(), log);
 }
 
-RegistrarPtr OpenOwnLibraryToChange(const std::string& path, const std::string& ownPath,
-                                    const aspace::AcousticFactory& factory) {
+std::unique_ptr<LayeredLibrarian> OpenOwnLibraryToChange(const std::string& path, const std::string& ownPath,
+                                                         const aspace::AcousticFactory& factory) {
     if (ownPath.empty())
         throw slib::BadStateException("There is no home in which a format library of your own could be.");
     RegistrarPtr system = OpenUnchanged(path, "", factory);

@@ -8,6 +8,7 @@
 
 #include "orb3core/acoustics/acousticfactory.h"
 #include "orb3core/library/formatlibrarian.h"
+#include "orb3core/library/layeredlibrarian.h"
 #include "orb3core/library/processingformatlibrarian.h"
 #include "slib/log.h"
 #include "slib/smartptr.h"
@@ -46,8 +47,7 @@ namespace orb3::fl {
 /// The two for a program that changes the user's, which is made where there is none: changes go to it, and
 /// commit writes them. Throws slib::BadStateException where `ownPath` is empty, what opening the library at
 /// `path` throws, and slib::BadDataException for a library at `ownPath` that can't be used.
-[[nodiscard]] std::unique_ptr<FormatRegistrar> OpenOwnLibraryToChange(const std::string& path,
-                                                                      const std::string& ownPath,
-                                                                      const aspace::AcousticFactory& factory);
+[[nodiscard]] std::unique_ptr<LayeredLibrarian> OpenOwnLibraryToChange(
+    const std::string& path, const std::string& ownPath, const aspace::AcousticFactory& factory);
 
 }  // namespace orb3::fl

@@ -290,4 +290,8 @@ void LayeredLibrarian::commit() {
     if (system->hasPendingData()) system->commit();
 }
 
+bool LayeredLibrarian::IsOwnLayout(const std::string& tag) const {
+    return own->hasFormat(tag) && FormatAt(*own, own->findFormat(tag)).isLayout;
+}
+
 }  // namespace orb3::fl

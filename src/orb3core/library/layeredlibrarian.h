@@ -69,6 +69,9 @@ public:
     bool hasPendingData() const override;
     void commit() override;
 
+    /// True for the tag of a layout that is the user's.
+    bool IsOwnLayout(const std::string& tag) const;
+
 private:
     /// Where an element of a list is.
     template <typename Key>
