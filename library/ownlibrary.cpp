@@ -67,6 +67,8 @@ HeadTransform TransformOf(const ConversionTag& tag, int rate, const FormatLibrar
     }
     std::vector<HeadTransform> links;
     std::vector<const HeadTransform*> pointers;
+    links.reserve(conversion.chain.size);
+    pointers.reserve(conversion.chain.size);
     for (const ConversionTag& link : conversion.chain)
         links.push_back(TransformOf(link, rate, library));
     for (const HeadTransform& link : links)
