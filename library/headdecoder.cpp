@@ -53,6 +53,17 @@ HeadSpectra DecodedSpectra(const HeadTransform& transform, const std::vector<Dir
     return decoded;
 }
 
+double DiffuseEnergy(const HeadTransform& transform) {
+    OrderOf(transform);
+    Eigen::RowVectorXd power;
+    for (const std::uint32_t ear : {0u, 1u}) {
+        const Eigen::RowVectorXd own = FilterSpectra(transform, ear).cwiseAbs2().colwise().sum();
+        power = ear == 0 ? own : (power + own).eval();
+    }
+    const ErbBands bands = MakeErbBands(100, 16000, transform.sampleRate, power.size());
+    return (bands.weights * power.transpose()).mean();
+}
+
 double FrontalEnergy(const HeadTransform& transform) {
     const HeadSpectra front = DecodedSpectra(transform, {DirectionAt(0, 0)});
     const ErbBands bands = MakeErbBands(100, 16000, front.sampleRate, front.Bins());

@@ -21,4 +21,7 @@ HeadSpectra DecodedSpectra(const HeadTransform& transform, const std::vector<Dir
 /// apart from 100 Hz to 16 kHz, so that each band counts the same, as it does for loudness. Throws as above.
 double FrontalEnergy(const HeadTransform& transform);
 
+/// The same of a diffuse field of unit power, over 4 pi. Throws as above.
+double DiffuseEnergy(const HeadTransform& transform);
+
 }  // namespace design

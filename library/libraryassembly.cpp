@@ -14,8 +14,9 @@
 
 #include "library/headdecoder.h"
 #include "library/headpreparation.h"
+#include "library/interauraldelay.h"
 #include "library/magls.h"
-#include "library/sofareader.h"
+#include "library/sofachild.h"
 #include "library/speakerdecoder.h"
 #include "library/spherehead.h"
 #include "library/virtualspeakers.h"
@@ -130,14 +131,6 @@ private:
     std::vector<Entry> entries;
 };
 
-// Stores what `design` makes for each of the rates.
-void StoreDesigns(const Conversion& conversion, const std::vector<int>& rates,
-                  const std::function<Transform(int rate)>& design, FormatRegistrar& library) {
-    Designs designs;
-    designs.Add(conversion, rates, design);
-    designs.Store(0, library);
-}
-
 void StoreSpatialFormat(unsigned order, FormatRegistrar& library) {
     Format format;
     format.tag = SpatialFormatTag(order);
@@ -206,17 +199,16 @@ void CheckReplaceable(const std::string& tag, const FormatRegistrar& library) {
 struct HeadMethod {
     MethodText text;
     Priority priority;
-    std::map<int, HeadSpectra> heads;  // by rate
+    std::map<int, HeadSpectra> heads = {};            // by rate
+    std::function<void(unsigned order)> report = {};  // may be empty
 };
 
-HeadMethod MeasuredHead(const LibraryPlan& plan) {
+HeadMethod MeasuredHead(const LibraryPlan& plan, const HeadImpulses& measured) {
     HeadMethod method{{measuredHead, "Measured Head",
                        "The ears of a measured head: exact below 1.8 kHz (0.7 kHz at order 1, 1.4 kHz at "
                        "order 2), and above it in level, where hearing "
                        "no longer follows the phase. Equalised to a diffuse field."},
-                      Priority::High,
-                      {}};
-    const HeadImpulses measured = ReadSofa(plan.sofaPath);
+                      Priority::High};
     if (!measured.credit.empty()) method.text.writeup += " " + measured.credit;
     for (const int rate : plan.rates)
         method.heads.emplace(rate, PrepareMeasuredHead(measured, rate));
@@ -228,27 +220,25 @@ HeadMethod RigidSphere(const LibraryPlan& plan) {
         {sphereHead, "Sphere Head",
          "Two ears on a rigid sphere, without pinnae: true delays and shadows of a head, and no "
          "colour of anybody's ears. Equalised to a diffuse field."},
-        Priority::Normal,
-        {}};
+        Priority::Normal};
     for (const int rate : plan.rates)
         method.heads.emplace(rate, PrepareSphereHead({}, rate));
     return method;
 }
 
 void StoreHeadDecoders(const HeadMethod& method, const std::vector<int>& rates, const std::string& headphones,
-                       FormatRegistrar& library) {
+                       unsigned threads, FormatRegistrar& library) {
     StoreMethod(method.text, library);
+    Designs designs;
     for (unsigned order = 1; order <= greatestOrder; ++order) {
-        const Conversion conversion =
-            MakeConversion(SpatialFormatTag(order), headphones, method.text.tag, method.priority);
-        library.storeConversion(conversion);
-        StoreDesigns(
-            conversion, rates,
-            [&](int rate) {
-                return DesignMagls(method.heads.at(rate), {.order = order, .frontalEnergy = frontalEnergy});
-            },
-            library);
+        if (method.report) designs.Announce([&method, order] { method.report(order); });
+        designs.Add(MakeConversion(SpatialFormatTag(order), headphones, method.text.tag, method.priority),
+                    rates, [&method, order](int rate) {
+                        return DesignMagls(method.heads.at(rate),
+                                           {.order = order, .frontalEnergy = frontalEnergy});
+                    });
     }
+    designs.Store(threads, library);
 }
 
 // Headphones by way of the speakers of `room`, a layout of the library, around the measured head.
@@ -287,14 +277,16 @@ const SpeakerLayout& LayoutOf(const LibraryPlan& plan, StandardFormat family) {
                                  slib::GetStandardFormatName(family) + "'.");
 }
 
-void StoreHeadphones(const LibraryPlan& plan, FormatRegistrar& library) {
+// `measured` is null for none.
+void StoreHeadphones(const LibraryPlan& plan, const HeadImpulses* measuredImpulses,
+                     FormatRegistrar& library) {
     const SpeakerLayout& layout = LayoutOf(plan, StandardFormat::HeadphoneStereo);
     const std::string headphones = orb3::MakeFormatTag(layout.name);
     StoreLayoutFormat(layout, library);
-    StoreHeadDecoders(RigidSphere(plan), plan.rates, headphones, library);
-    if (plan.sofaPath.empty()) return;
-    const HeadMethod measured = MeasuredHead(plan);
-    StoreHeadDecoders(measured, plan.rates, headphones, library);
+    StoreHeadDecoders(RigidSphere(plan), plan.rates, headphones, plan.threads, library);
+    if (measuredImpulses == nullptr) return;
+    const HeadMethod measured = MeasuredHead(plan, *measuredImpulses);
+    StoreHeadDecoders(measured, plan.rates, headphones, plan.threads, library);
     StoreVirtualSpeakers(measured, LayoutOf(plan, StandardFormat::Surround71), headphones, library);
 }
 
@@ -310,8 +302,8 @@ void AddSpeakerLayout(const SpeakerLayout& added, const std::vector<int>& rates,
     }
     const std::string format = orb3::MakeFormatTag(layout.name);
     CheckReplaceable(format, library);
+    StoreLayoutFormat(layout, library);  // in a user's library it hides what the system's has for it
     EraseConversionsTo(format, library);
-    StoreLayoutFormat(layout, library);
     const std::vector<SpeakerMethod> methods = MethodsFor(layout);
     for (const SpeakerMethod method : methods)
         StoreMethod(DescribeMethod(method), library);
@@ -353,7 +345,22 @@ void AddSpeakerLayout(const SpeakerLayout& layout, const std::vector<int>& rates
     designs.Store(threads, library);
 }
 
+void AddHead(const AddedHead& head, const std::vector<int>& rates, const std::string& headphones,
+             FormatRegistrar& library) {
+    HeadMethod method{head.text, head.priority};
+    method.report = head.report;
+    for (const int rate : rates) {
+        HeadSpectra& spectra = method.heads[rate] = PrepareMeasuredHead(head.impulses, rate);
+        if (head.circumference > 0)
+            ScaleInterauralDelays(spectra,
+                                  head.circumference / (2 * std::numbers::pi * EffectiveRadius(spectra)));
+    }
+    StoreHeadDecoders(method, rates, headphones, 0, library);
+}
+
 void AssembleLibrary(const LibraryPlan& plan, FormatRegistrar& library) {
+    std::optional<HeadImpulses> measured;
+    if (!plan.sofaPath.empty()) measured = ReadSofaInChild(plan.sofaPath);
     library.setTag(plan.tag);
     for (unsigned order = 1; order <= greatestOrder; ++order)
         StoreSpatialFormat(order, library);
@@ -368,7 +375,7 @@ void AssembleLibrary(const LibraryPlan& plan, FormatRegistrar& library) {
     }
     announce(LayoutOf(plan, StandardFormat::HeadphoneStereo).name);
     designs.Store(plan.threads, library);
-    StoreHeadphones(plan, library);
+    StoreHeadphones(plan, measured ? &*measured : nullptr, library);
 }
 
 }  // namespace design

@@ -9,7 +9,9 @@
 #include <string>
 #include <vector>
 
+#include "library/headdata.h"
 #include "library/layouts.h"
+#include "library/speakerdecoder.h"
 #include "orb3core/library/formatlibrarian.h"
 
 namespace design {
@@ -30,7 +32,7 @@ struct LibraryPlan {
     std::string tag = "Tessarune";
     std::vector<SpeakerLayout> layouts;    ///< the standard ones and more
     std::vector<int> rates{44100, 48000};  ///< Hz
-    std::string sofaPath;                  ///< of a measured head; empty for none
+    std::string sofaPath;                  ///< of a measured head (ReadSofaInChild); empty for none
     /// Threads to design on; 0 for as many as there are processors. The library is the same by any number.
     unsigned threads = 0;
     /// Called with a layout's name before its decoders are designed and stored; may be empty.
@@ -39,6 +41,23 @@ struct LibraryPlan {
 
 /// The content of the default library, with the measured head at `sofaPath`.
 LibraryPlan DefaultPlan(const std::string& sofaPath);
+
+/// A measured head to be added, and how it is named.
+struct AddedHead {
+    HeadImpulses impulses;
+    MethodText text;
+    orb3::fl::Priority priority = orb3::fl::Priority::Normal;
+    /// Metres around the head of the listener, whose delays between the ears are as much longer or shorter as
+    /// this differs from the circumference of the sphere that has those of the measured head
+    /// (EffectiveRadius); 0 to leave the delays as they were measured.
+    double circumference = 0;
+    std::function<void(unsigned order)> report;  ///< called before an order is designed; may be empty
+};
+
+/// Adds decoders of all orders for the format with the tag `headphones`, at the rates given in Hz. Throws
+/// what preparing the head and the library throw.
+void AddHead(const AddedHead& head, const std::vector<int>& rates, const std::string& headphones,
+             orb3::fl::FormatRegistrar& library);
 
 /// Stores everything in `library`, which the caller commits. Throws what reading the head, the designs and
 /// the library throw.

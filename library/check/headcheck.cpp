@@ -13,54 +13,13 @@ namespace design {
 namespace {
 
 using Eigen::Index;
-using Complex = std::complex<double>;
 
-constexpr double delayPass = 1200, delayStop = 1500;  // Hz; between them the low pass falls
-constexpr double horizonHeight = 0.0436;              // the sine of 2.5 degrees
+constexpr double horizonHeight = 0.0436;  // the sine of 2.5 degrees
 constexpr double lowBand = 100, middleBand = 8000, highBand = 16000;
 
 // Band levels in dB; directions by bands.
 Eigen::MatrixXd BandLevels(const Eigen::MatrixXcd& spectra, const ErbBands& bands) {
     return 10 * (spectra.cwiseAbs2() * bands.weights.transpose()).array().max(1e-20).log10();
-}
-
-// Cross-spectrum of one direction, low-passed, from 0 Hz on.
-Eigen::VectorXcd LowCrossSpectrum(const HeadSpectra& spectra, Index direction) {
-    const Index count = std::min(static_cast<Index>(delayStop / spectra.BinWidth()) + 1, spectra.Bins());
-    Eigen::VectorXcd cross = spectra.ears[LeftEar].row(direction).head(count).conjugate().cwiseProduct(
-        spectra.ears[RightEar].row(direction).head(count));
-    for (Index k = 0; k < count; ++k) {
-        const double fall =
-            (static_cast<double>(k) * spectra.BinWidth() - delayPass) / (delayStop - delayPass);
-        cross[k] *= 0.5 + 0.5 * std::cos(std::numbers::pi * std::clamp(fall, 0.0, 1.0));
-    }
-    cross[0] *= 0.5;
-    return cross;
-}
-
-double Correlation(const Eigen::VectorXcd& cross, double binWidth, double lag) {
-    const Complex step = std::polar(1.0, 2 * std::numbers::pi * binWidth * lag);
-    Complex turn = 1, sum = 0;
-    for (const Complex& value : cross) {
-        sum += value * turn;
-        turn *= step;
-    }
-    return sum.real();
-}
-
-// The lag of the greatest correlation within 1.2 ms, by a grid refined three times.
-double GreatestLag(const Eigen::VectorXcd& cross, double binWidth) {
-    double centre = 0;
-    for (double step : {5e-5, 5e-6, 5e-7, 5e-8}) {
-        const int reach = step == 5e-5 ? 24 : 10;
-        double best = -std::numeric_limits<double>::infinity(), bestLag = centre;
-        for (int i = -reach; i <= reach; ++i) {
-            const double value = Correlation(cross, binWidth, centre + i * step);
-            if (value > best) best = value, bestLag = centre + i * step;
-        }
-        centre = bestLag;
-    }
-    return centre;
 }
 
 ErrorFigures Figures(Eigen::VectorXd values) {
@@ -104,14 +63,6 @@ Eigen::MatrixXd InterauralLevels(const HeadSpectra& spectra) {
 }
 
 }  // namespace
-
-Eigen::VectorXd InterauralDelays(const HeadSpectra& spectra) {
-    Eigen::VectorXd delays(static_cast<Index>(spectra.directions.size()));
-    for (Index i = 0; i < delays.size(); ++i) {
-        delays[i] = GreatestLag(LowCrossSpectrum(spectra, i), spectra.BinWidth());
-    }
-    return delays;
-}
 
 HeadErrors CheckHead(const HeadTransform& transform, const HeadSpectra& head) {
     if (transform.sampleRate != head.sampleRate) {

@@ -7,12 +7,9 @@
 
 #include "library/headdata.h"
 #include "library/headdecoder.h"
+#include "library/interauraldelay.h"
 
 namespace design {
-
-/// Seconds that the right ear is behind the left (positive for sources to the left), for each direction: the
-/// lag of the greatest cross-correlation of the ears, low-passed at 1.5 kHz.
-Eigen::VectorXd InterauralDelays(const HeadSpectra& spectra);
 
 /// Median, mean and 95th percentile of absolute values over directions.
 struct ErrorFigures {

@@ -16,7 +16,8 @@ namespace {
 
 struct OpenLibrary {
     OpenLibrary(const std::string& path, slib::Log* log, bool isReadOnly)
-        : librarian(orb3::fl::openFormatLibrary(path, factory, log, isReadOnly, !isReadOnly)) {}
+        : librarian(orb3::fl::OpenLayeredLibrary(path, orb3::fl::OwnLibraryPath(), factory, log, isReadOnly,
+                                                 !isReadOnly)) {}
 
     const orb3::aspace::BasicAcousticFactory factory;
     const slib::SmartPtr<orb3::fl::ProcessingFormatLibrarian, slib::ThreadsafeCounter> librarian;

@@ -1,5 +1,7 @@
 #include "platform/cachelocation.h"
 
+#include <unistd.h>
+
 #include <cstdlib>
 
 namespace platform {
@@ -18,6 +20,10 @@ std::filesystem::path UserCachePath(const std::string& root) {
     if (const auto cache = AbsoluteFrom("XDG_CACHE_HOME"); !cache.empty()) return cache / root;
     const auto home = AbsoluteFrom("HOME");
     return home.empty() ? home : home / ".cache" / root;
+}
+
+bool CanWriteInto(const std::filesystem::path& folder) {
+    return access(folder.empty() ? "." : folder.c_str(), W_OK | X_OK) == 0;
 }
 
 }  // namespace platform

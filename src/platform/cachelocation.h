@@ -12,4 +12,8 @@ namespace platform {
 /// directory name.
 std::filesystem::path UserCachePath(const std::string& root);
 
+/// True for a folder that this process may make files in: neither its owner and permissions nor a file system
+/// that is mounted for reading only forbid it.
+bool CanWriteInto(const std::filesystem::path& folder);
+
 }  // namespace platform

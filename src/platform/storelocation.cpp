@@ -41,6 +41,14 @@ path Home() {
     return fromDatabase.is_absolute() ? fromDatabase : path();
 }
 
+// That of `variable`, or else `below` in the user's home.
+path UserFolder(const char* variable, const char* below, const std::string& root) {
+    const path named = Variable(variable);
+    if (named.is_absolute()) return named / root;
+    const path home = Home();
+    return home.empty() ? path() : home / below / root;
+}
+
 // Relative entries are invalid by the standard, and skipped as it says.
 std::vector<path> ConfigurationFolders() {
     std::string list = Variable("XDG_CONFIG_DIRS");
@@ -84,13 +92,12 @@ path FileOfThisCode() {
 }  // namespace
 
 path UserStorePath(const std::string& root) {
-    path folder = Variable("XDG_CONFIG_HOME");
-    if (!folder.is_absolute()) {
-        const path home = Home();
-        if (home.empty()) return {};
-        folder = home / ".config";
-    }
-    return folder / root / storeName;
+    const path folder = UserFolder("XDG_CONFIG_HOME", ".config", root);
+    return folder.empty() ? path() : folder / storeName;
+}
+
+path UserDataPath(const std::string& root) {
+    return UserFolder("XDG_DATA_HOME", ".local/share", root);
 }
 
 path UserLogPath(const std::string& root) {

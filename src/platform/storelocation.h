@@ -21,6 +21,9 @@ std::filesystem::path UserLogPath(const std::string& root);
 /// of these places.
 std::filesystem::path MachineStorePath(const std::string& root);
 
+/// The user's own data: `$XDG_DATA_HOME` (else `~/.local/share`) `/ROOT`. Empty as above.
+std::filesystem::path UserDataPath(const std::string& root);
+
 /// The tree that this code was loaded from: the folder above the one of the libraries (or, where the code is
 /// part of a program, of the programs). Links are resolved. Empty when the loader can't tell.
 std::filesystem::path LoadedTree();

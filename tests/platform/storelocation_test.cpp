@@ -32,6 +32,11 @@ TEST(UserStore, Path_FollowsTheVariables) {
         Set("XDG_CONFIG_HOME", row.configHome);
         Set("HOME", row.home);
         EXPECT_EQ(platform::UserStorePath("Root"), row.folder + "/Root/store.conf");
+        Set("XDG_DATA_HOME", row.configHome);
+        const std::string data = row.folder.ends_with("/.config")
+                                     ? row.folder.substr(0, row.folder.size() - 7) + ".local/share"
+                                     : row.folder;
+        EXPECT_EQ(platform::UserDataPath("Root"), data + "/Root");
     }
 }
 

@@ -58,6 +58,7 @@ protected:
         fs::create_directories(folder.path / "voices");
         std::ofstream(folder.path / "attic.txt")
             << "name: Attic\nA: azimuth 40\nB: azimuth -30, distance 2\n";
+        std::ofstream(folder.path / "hd600.txt") << "Filter 1: ON PK Fc 105 Hz Gain 5.5 dB Q 0.70\n";
         fs::create_directories(folder.path / "tessarune" / "share");
         fs::copy(library.parent_path(), folder.path / "tessarune" / "share" / "tessarune");
         fs::copy(library.parent_path(), folder.path / "lib");

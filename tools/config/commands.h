@@ -13,6 +13,8 @@ void AddSettingCommands(Program& program);
 void AddDevicesCommand(Program& program);
 void AddLayoutCommands(Program& program);
 void AddSpeakersCommand(Program& program);
+void AddHeadCommand(Program& program);
+void AddHeadphonesCommand(Program& program);
 void AddSpeakerTestCommand(Program& program);
 void AddCheckCommand(Program& program);
 void AddLogCommand(Program& program);

@@ -54,12 +54,21 @@ Output FindOutput(const orb3::Frameworks& frameworks, const std::string& name) {
 
 FormatLibrary::FormatLibrary(slib::Log& log) : path(ConfiguredPath()) {
     try {
-        librarian = orb3::fl::openFormatLibrary(path, factory, &log, true, false);
+        librarian =
+            orb3::fl::OpenLayeredLibrary(path, orb3::fl::OwnLibraryPath(), factory, &log, true, false);
     } catch (const std::exception& failure) {
         throw slib::BadDataException(
             std::string("The format library can't be opened: ") + failure.what() + " Correct the path in '" +
             platform::MachineStorePath(orb3::storeRoot).string() + "', or install Tessarune again.");
     }
+}
+
+void ChangeOwnLibrary(const std::function<void(orb3::fl::LayeredLibrarian& library)>& change) {
+    const orb3::aspace::BasicAcousticFactory factory;
+    const auto library =
+        orb3::fl::OpenOwnLibraryToChange(ConfiguredPath(), orb3::fl::OwnLibraryPath(), factory);
+    change(*library);
+    library->commit();
 }
 
 void ErrorsToTerminal::Write(const std::string& text, bool isError) {

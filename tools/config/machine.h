@@ -3,9 +3,11 @@
 // The machine and the format library as a start would find them: the output that the settings choose, its
 // devices, and the library that the machine's store names, which is only read. One thread.
 
+#include <functional>
 #include <string>
 
 #include "orb3core/acoustics/acousticfactory.h"
+#include "orb3core/library/layeredlibrarian.h"
 #include "orb3core/library/processingformatlibrarian.h"
 #include "orb3core/setup/devicelookup.h"
 #include "slib/log.h"
@@ -40,6 +42,11 @@ private:
     orb3::aspace::BasicAcousticFactory factory;
     slib::SmartPtr<orb3::fl::ProcessingFormatLibrarian, slib::ThreadsafeCounter> librarian;
 };
+
+/// The user's own library over that one, to be changed: `change` is given both as one library, and what it
+/// stored is written when it returns. Throws slib::BadDataException, which says what to do, and what `change`
+/// throws; then nothing was written.
+void ChangeOwnLibrary(const std::function<void(orb3::fl::LayeredLibrarian& library)>& change);
 
 /// Errors go to standard error, as sentences of this program; the rest goes nowhere.
 class ErrorsToTerminal : public slib::Log {

@@ -15,6 +15,7 @@ constexpr const char* examples = R"(Examples:
   tessarune-config layouts
   tessarune-config select "Headphone Stereo"
   tessarune-config speaker-test
+  tessarune-config head add me.sofa --name Me
   tessarune-config set Output WaveFile)";
 
 std::string Footer() {
@@ -33,9 +34,10 @@ int main(int count, char** arguments) {
     tool::Program program("tessarune-config", "Shows and changes the settings of Tessarune.");
     program.require_subcommand(1);
     program.footer(Footer());
-    for (const auto add : {tool::AddShowCommand, tool::AddSettingCommands, tool::AddDevicesCommand,
-                           tool::AddLayoutCommands, tool::AddSpeakersCommand, tool::AddSpeakerTestCommand,
-                           tool::AddCheckCommand, tool::AddLogCommand, tool::AddDocumentCommands})
+    for (const auto add :
+         {tool::AddShowCommand, tool::AddSettingCommands, tool::AddDevicesCommand, tool::AddLayoutCommands,
+          tool::AddSpeakersCommand, tool::AddHeadCommand, tool::AddHeadphonesCommand,
+          tool::AddSpeakerTestCommand, tool::AddCheckCommand, tool::AddLogCommand, tool::AddDocumentCommands})
         add(program);
     return program.Run(count, arguments);
 }

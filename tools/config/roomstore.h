@@ -7,8 +7,8 @@
 namespace tool {
 
 /// Designs the decoders of a room, in place of those of an earlier one of its name, and stores them in the
-/// format library that the machine's store names. Throws slib::BadDataException, which says what to do, and
-/// what the design and the library throw; then nothing was stored.
+/// user's own format library. Throws slib::BadDataException, which says what to do, and what the design and
+/// the library throw; then nothing was stored.
 void StoreRoom(const design::SpeakerLayout& room);
 
 }  // namespace tool

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "library/layoutreader.h"
+#include "library/ownlibrary.h"
 #include "orb3core/library/conversionchoice.h"
 #include "orb3core/setup/layoutselection.h"
 #include "slib/files.h"
@@ -34,9 +35,10 @@ constexpr const char* examples = R"(Examples:
   tessarune-config speakers connect 2
   tessarune-config speakers room attic.txt --name Attic --place 1 28 0 2.4 --place 2 -31 0 2.1
   tessarune-config speakers room attic.txt --apply
+  tessarune-config speakers remove Attic
 
 Outputs and gains change at once. Places and distances need a decoder of their own: 'room' writes them to
-a file, from which 'room FILE --apply' makes the decoder and puts it in force.)";
+a file, from which 'room FILE --apply' makes the decoder in your own format library and puts it in force.)";
 
 struct Options {
     std::string layout, speaker, output, device, file, name;
@@ -201,6 +203,26 @@ std::vector<MeasuredSpeaker> Measured(const Layout& layout, const std::vector<st
     return measured;
 }
 
+void AddRoom(const std::string& file) {
+    std::ifstream stream(file);
+    if (!stream) throw slib::OperatingSystemErrnoException("Unable to open '" + file + "'.");
+    const design::SpeakerLayout room = design::ReadLayout(stream, file);
+    StoreRoom(room);
+    std::cout << "'" << room.name << "' with " << room.speakers.size()
+              << " speakers is in your library. 'tessarune-config select' puts it in force:\n"
+                 "  tessarune-config select '"
+              << room.name << "'\n";
+}
+
+// Of the user's own library; the settings keep what they have of it.
+void RemoveRoom(const std::string& name) {
+    ChangeOwnLibrary([&](orb3::fl::LayeredLibrarian& library) {
+        if (!design::RemoveOwnRoom(orb3::MakeFormatTag(name), library))
+            throw WrongUse("Your library has no room '" + name + "'. 'tessarune-config layouts' lists all.");
+    });
+    std::cout << "The room '" << name << "' is removed.\n";
+}
+
 void WriteRoom(const Options& options) {
     if (options.name.empty())
         throw WrongUse("Name the new layout with --name NAME, or give --apply with a file that exists.");
@@ -278,6 +300,14 @@ void AddRoomCommand(CLI::App& speakers, const std::shared_ptr<Options>& options)
         ->check(CLI::Range(0.1, 100.0))
         ->capture_default_str();
     room->callback([options] { MakeRoom(*options); });
+    CLI::App* add = speakers.add_subcommand("add", "Make the decoders of a room, in your own library.");
+    add->add_option("FILE", options->file, "The description of its speakers")
+        ->required()
+        ->check(CLI::ExistingFile);
+    add->callback([options] { AddRoom(options->file); });
+    CLI::App* remove = speakers.add_subcommand("remove", "Remove a room from your own library.");
+    remove->add_option("NAME", options->name, "Its name")->required();
+    remove->callback([options] { RemoveRoom(options->name); });
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "library/librarywriter.h"
+#include "orb3core/store/configstore.h"
 #include "slib/exception.h"
 #include "slib/text.h"
 
@@ -30,6 +31,10 @@ void CheckPath(const std::string& path) {
 
 LibraryPtr OpenToRead(const std::string& path) {
     CheckPath(path);
+    std::error_code ignored;
+    const std::string own = orb3::fl::OwnLibraryPath(), system = orb3::ReadFormatLibraryPath();
+    if (!system.empty() && std::filesystem::equivalent(path, own, ignored))
+        return orb3::fl::OpenLayeredLibrary(system, own, acoustics, nullptr, true, false);
     return orb3::fl::openFormatLibrary(path, acoustics, nullptr, true, false);
 }
 

@@ -11,7 +11,8 @@ namespace tool {
 
 using LibraryPtr = slib::SmartPtr<orb3::fl::ProcessingFormatLibrarian, slib::ThreadsafeCounter>;
 
-/// The library at `path`, with all that can be made from it; nothing is written. Throws
+/// The library at `path`, with all that can be made from it; nothing is written. The user's own comes with
+/// the system's below it, which its chains lead over. Throws
 /// slib::BadDataException with a hint where there is no library, and what opening throws.
 LibraryPtr OpenToRead(const std::string& path);
 

@@ -8,6 +8,7 @@
 
 #include "orb3core/acoustics/acousticfactory.h"
 #include "orb3core/library/formatlibrarian.h"
+#include "orb3core/library/layeredlibrarian.h"
 #include "orb3core/library/processingformatlibrarian.h"
 #include "slib/log.h"
 #include "slib/smartptr.h"
@@ -23,9 +24,30 @@ namespace orb3::fl {
                                                                const aspace::AcousticFactory& factory,
                                                                slib::Log* log, bool saveOnDestroy);
 
-/// The same, with all that can be made from what is stored. With `readOnly` nothing that was made is stored.
+/// The same, with all that can be made from what is stored. With `readOnly` nothing that was made is stored;
+/// else, where the library's folder can't be written to, it is stored among the user's caches, or, where they
+/// can't be written to, nowhere.
 [[nodiscard]] slib::SmartPtr<ProcessingFormatLibrarian, slib::ThreadsafeCounter> openFormatLibrary(
     const std::string& path, const aspace::AcousticFactory& factory, slib::Log* log, bool readOnly,
     bool saveOnDestroy);
+
+/// The description of the user's own library: `$XDG_DATA_HOME` (else `~/.local/share`)
+/// `/HollowbrookLabs/Library/User.dfl`, whether or not it is there. Empty where there is no home, and in a
+/// program with more rights than its caller, which uses none.
+[[nodiscard]] std::string OwnLibraryPath();
+
+/// The library at `path` as openFormatLibrary opens it, and, where there is a library at `ownPath`, that one
+/// over it (LayeredLibrarian). Both are only read then; what is generated goes among the user's caches, or,
+/// where they can't be written to, nowhere. A library at `ownPath` that can't be used, be it for one
+/// transform, is left aside, and an error is logged. Throws what opening the library at `path` throws.
+[[nodiscard]] slib::SmartPtr<ProcessingFormatLibrarian, slib::ThreadsafeCounter> OpenLayeredLibrary(
+    const std::string& path, const std::string& ownPath, const aspace::AcousticFactory& factory,
+    slib::Log* log, bool readOnly, bool saveOnDestroy);
+
+/// The two for a program that changes the user's, which is made where there is none: changes go to it, and
+/// commit writes them. Throws slib::BadStateException where `ownPath` is empty, what opening the library at
+/// `path` throws, and slib::BadDataException for a library at `ownPath` that can't be used.
+[[nodiscard]] std::unique_ptr<LayeredLibrarian> OpenOwnLibraryToChange(
+    const std::string& path, const std::string& ownPath, const aspace::AcousticFactory& factory);
 
 }  // namespace orb3::fl

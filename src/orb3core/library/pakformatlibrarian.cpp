@@ -59,14 +59,23 @@ bool ReadNumber(std::istream& stream, std::uint32_t& value) {
 
 PAKFormatLibrarian::PAKFormatLibrarian(const std::string& path, const std::string& cacheRoot,
                                        const aspace::AcousticFactory& factory)
-    : path(path), memory(nullptr, nullptr), cacheRoot(CompletedRoot(cacheRoot)), factory(factory) {
+    : path(path),
+      memory(nullptr, nullptr),
+      hasCache(true),
+      cacheRoot(CompletedRoot(cacheRoot)),
+      factory(factory) {
     slib::createDirectories(this->cacheRoot);
+    PAKFormatLibrarian::refresh();
+}
+
+PAKFormatLibrarian::PAKFormatLibrarian(const std::string& path, const aspace::AcousticFactory& factory)
+    : path(path), memory(nullptr, nullptr), hasCache(false), factory(factory) {
     PAKFormatLibrarian::refresh();
 }
 
 PAKFormatLibrarian::PAKFormatLibrarian(const char* begin, const char* end, const std::string& cacheRoot,
                                        const aspace::AcousticFactory& factory)
-    : memory(begin, end), cacheRoot(CompletedRoot(cacheRoot)), factory(factory) {
+    : memory(begin, end), hasCache(true), cacheRoot(CompletedRoot(cacheRoot)), factory(factory) {
     slib::createDirectories(this->cacheRoot);
     PAKFormatLibrarian::refresh();
 }
@@ -77,7 +86,7 @@ void PAKFormatLibrarian::refresh() {
     Catalogue<EmbeddedTransform> fresh;
     fresh.Read(slib::SXMLNode(index), pakRootLabel, factory);
     std::string directory = cacheRoot + FileNameFor(fresh.tag) + ".cache/";
-    slib::createDirectories(directory);
+    if (hasCache) slib::createDirectories(directory);
     catalogue = std::move(fresh);
     libraryDigest = Digest(index);
     cacheDirectory = std::move(directory);
@@ -89,7 +98,7 @@ void PAKFormatLibrarian::getTransformStatus(std::uint32_t index, int rate, Trans
     if (const auto found = conversion.transforms.find(rate); found != conversion.transforms.end()) {
         found->second.status.validate();
         status = found->second.status;
-    } else if (slib::fileExists(CachePath(conversion, rate))) {
+    } else if (IsCached(conversion, rate)) {
         status = {true, true, false};
     }
 }
@@ -137,13 +146,15 @@ void PAKFormatLibrarian::storeTransform(const ConversionTag& conversion, const T
     const slib::Lock lock(mutex);
     status.validate();
     CheckStorable(Named(conversion), status, transform);
+    if (!hasCache) throw slib::BadStateException("This format library has no cache to store transforms in.");
     const LibraryLock cacheLock(cacheDirectory + "cache");
     ReplaceTransformFile(CachePath(conversion, RoundedRate(transform.sampleRate)), transform);
 }
 
 void PAKFormatLibrarian::eraseTransform(const ConversionTag& conversion, int rate) {
     const slib::Lock lock(mutex);
-    RemoveFile(CachePath(Named(conversion), rate));
+    const Data& data = Named(conversion);
+    if (hasCache) RemoveFile(CachePath(data, rate));
 }
 
 // Calls `use` with a stream over the library, at its start.
@@ -190,10 +201,9 @@ void PAKFormatLibrarian::ReadTransform(std::uint32_t index, int rate,
             strans::readTransform(stream, stored);
         });
     } else {
-        const std::string file = CachePath(conversion, rate);
-        if (!slib::fileExists(file))
+        if (!IsCached(conversion, rate))
             throw slib::BadDataException("A transform was not present in a format library.");
-        strans::readTransform(file, stored);
+        strans::readTransform(CachePath(conversion, rate), stored);
     }
     CheckFits(conversion, rate, stored);
     transform = std::move(stored);
@@ -210,6 +220,10 @@ std::string PAKFormatLibrarian::CachePath(const ConversionTag& conversion, int r
     const std::string name = libraryDigest + "_" + conversion.from + "_" + conversion.to + "_" +
                              conversion.method + "_" + std::to_string(rate);
     return cacheDirectory + Digest(name) + ".pft";
+}
+
+bool PAKFormatLibrarian::IsCached(const ConversionTag& conversion, int rate) const {
+    return hasCache && slib::fileExists(CachePath(conversion, rate));
 }
 
 }  // namespace orb3::fl

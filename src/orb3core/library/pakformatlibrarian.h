@@ -28,6 +28,9 @@ public:
     PAKFormatLibrarian(const std::string& path, const std::string& cacheRoot,
                        const aspace::AcousticFactory& factory);
 
+    /// The same without a cache: what was generated isn't found, and can't be stored.
+    PAKFormatLibrarian(const std::string& path, const aspace::AcousticFactory& factory);
+
     /// Reads the library in the bytes from `begin` to `end`, which have to outlive the object.
     PAKFormatLibrarian(const char* begin, const char* end, const std::string& cacheRoot,
                        const aspace::AcousticFactory& factory);
@@ -52,7 +55,7 @@ public:
     void storeConversion(const Conversion& conversion) override;
     void eraseConversion(const ConversionTag& tag) override;
 
-    /// Writes into the cache at once.
+    /// Writes into the cache at once. Throws slib::BadStateException without one.
     void storeTransform(const ConversionTag& conversion, const TransformStatus& status,
                         const strans::TimeDomainTransform<double, 1>& transform) override;
     /// Takes out of the cache; what isn't there is no failure.
@@ -69,9 +72,11 @@ private:
     void ReadTransform(std::uint32_t index, int rate, strans::TimeDomainTransform<T, 1>& transform) const;
     [[noreturn]] void FailToRead() const;
     std::string CachePath(const ConversionTag& conversion, int rate) const;
+    bool IsCached(const ConversionTag& conversion, int rate) const;
 
     std::string path;                         // empty for a library in memory
     mutable slib::MemoryStreamBuffer memory;  // the library in memory
+    const bool hasCache;
     std::string cacheRoot;
     std::string cacheDirectory;
     std::string libraryDigest;  // of the index

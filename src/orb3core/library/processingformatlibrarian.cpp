@@ -59,7 +59,9 @@ void CheckSamples(const Transform& transform) {
             throw slib::BadDataException("A composite transform has samples out of range.");
 }
 
-Transform Chained(const std::vector<const Transform*>& links, double gain) {
+}  // namespace
+
+Transform ChainTransforms(const std::vector<const Transform*>& links, double gain) {
     hcml::DFT<double> dft;
     dft.setSize(ChainedLength(links));
     strans::FrequencyDomainTransform road = strans::ToFrequencyDomain(*links[0], dft);
@@ -69,8 +71,6 @@ Transform Chained(const std::vector<const Transform*>& links, double gain) {
     CheckSamples(result);
     return result;
 }
-
-}  // namespace
 
 // What is known during one request for a status or a transform.
 struct ProcessingFormatLibrarian::Request {
@@ -363,7 +363,7 @@ Transform ProcessingFormatLibrarian::GenerateChained(std::uint32_t index, const 
     std::vector<const Transform*> links;
     for (const ConversionTag& link : conversion.chain)
         links.push_back(&ProvideLink(link, request));
-    return Chained(links, conversion.gain);
+    return ChainTransforms(links, conversion.gain);
 }
 
 // A library that can't be written to, such as one that was installed for all users, must not keep anybody

@@ -8,12 +8,18 @@
 #include <cstdint>
 #include <exception>
 #include <string>
+#include <vector>
 
 #include "orb3core/library/formatlibrarian.h"
 #include "slib/log.h"
 #include "slib/smartptr.h"
 
 namespace orb3::fl {
+
+/// The transforms one after the other, of one rate and with the outputs of each as the inputs of the next,
+/// times `gain`. Throws slib::BadDataException for those that don't match, or that would become too large.
+strans::TimeDomainTransform<double, 1> ChainTransforms(
+    const std::vector<const strans::TimeDomainTransform<double, 1>*>& links, double gain);
 
 class ProcessingFormatLibrarian : public FormatRegistrar {
 public:

@@ -1,0 +1,125 @@
+#include <iostream>
+#include <memory>
+#include <string>
+
+#include "tools/config/commands.h"
+#include "tools/config/headphonemethod.h"
+#include "tools/config/machine.h"
+#include "tools/config/storedvalues.h"
+
+namespace tool {
+namespace {
+
+constexpr const char* examples = R"(Examples:
+  tessarune-config headphones add hd600.txt --name HD600
+  tessarune-config headphones use HD600
+  tessarune-config headphones list
+  tessarune-config headphones off
+  tessarune-config headphones remove HD600
+
+The file is a text of parametric filters, a line for each:
+  Preamp: -6.2 dB
+  Filter 1: ON PK Fc 105 Hz Gain 5.5 dB Q 0.70
+  Filter 2: ON LSC Fc 80 Hz Gain -3 dB Q 0.71
+or an impulse response in a WAV file of one or two channels. Peaks are PK, shelves LS, LSC, HS and HSC, passes LP, LPQ,
+HP and HPQ, notches NO. The loudness stays as it is, whatever the preamp. It goes with every head.)";
+
+struct Options {
+    std::string file, name;
+    bool isJson = false;
+};
+
+std::string Description(const design::HeadphoneCorrection& correction) {
+    if (correction.filters.empty())
+        return "An impulse response of " + std::to_string(correction.responses.rows()) + " samples.";
+    return "Parametric filters: " + std::to_string(correction.filters.size()) + ".";
+}
+
+void Add(const Options& options) {
+    ChangeOwnLibrary([&](orb3::fl::FormatRegistrar& library) {
+        design::NewHeadphonesTag(options.name, library);
+        const design::HeadphoneCorrection correction = design::ReadHeadphoneCorrection(options.file);
+        design::AddOwnHeadphones(correction, options.name, Description(correction), library);
+    });
+    std::cout << "The headphones '" << options.name
+              << "' are in your library. 'tessarune-config headphones use' puts them in force:\n  "
+                 "tessarune-config headphones use '"
+              << options.name << "'\n";
+}
+
+void List(const Options& options) {
+    ErrorsToTerminal log;
+    const FormatLibrary library(log);
+    const design::HeadChoice used = StoredChoice(ReadDocument());
+    const auto headphones = design::ListHeadphones(library.Librarian());
+    const Table table = Entries("HEADPHONES", headphones, used.headphones);
+    if (options.isJson) return PrintJson({{"headphones", table.ToJson()}});
+    if (headphones.empty()) {
+        std::cout << "There are no headphones yet. 'tessarune-config headphones add' adds some.\n";
+        return;
+    }
+    table.PrintAligned(std::cout);
+    if (used.headphones.empty())
+        std::cout << "None of them is in use.\n";
+    else
+        std::cout << "* marks those that are in use.\n";
+}
+
+void Use(const Options& options) {
+    ErrorsToTerminal log;
+    const FormatLibrary library(log);
+    const auto all = design::ListHeadphones(library.Librarian());
+    const design::OwnEntry& headphones = FindEntry(all, options.name, "pair of headphones");
+    ChangeChoice(
+        library.Librarian(), [&](design::HeadChoice& choice) { choice.headphones = headphones.tag; }, true);
+    std::cout << "The sound is now evened for the headphones '" << headphones.name << "'.\n";
+}
+
+void SwitchOff(const orb3::fl::FormatLibrarian& library) {
+    ChangeChoice(
+        library, [](design::HeadChoice& choice) { choice.headphones.clear(); }, false);
+}
+
+void TurnOff() {
+    ErrorsToTerminal log;
+    const FormatLibrary library(log);
+    SwitchOff(library.Librarian());
+    std::cout << "The sound is no longer evened for any headphones.\n";
+}
+
+void Remove(const Options& options) {
+    ErrorsToTerminal log;
+    const FormatLibrary library(log);
+    const auto all = design::ListHeadphones(library.Librarian());
+    const design::OwnEntry& headphones = FindEntry(all, options.name, "pair of headphones");
+    if (StoredChoice(ReadDocument()).headphones == headphones.tag) SwitchOff(library.Librarian());
+    ChangeOwnLibrary([&](orb3::fl::FormatRegistrar& own) { design::RemoveOwn(headphones.tag, own); });
+    std::cout << "The headphones '" << headphones.name << "' are removed.\n";
+}
+
+}  // namespace
+
+void AddHeadphonesCommand(Program& program) {
+    const auto options = std::make_shared<Options>();
+    CLI::App* headphones = program.add_subcommand("headphones", "Even the sound of your headphones.");
+    headphones->footer(examples);
+    headphones->require_subcommand(1);
+    CLI::App* add = headphones->add_subcommand("add", "Add a pair of headphones by its correction.");
+    add->add_option("FILE", options->file, "The filters, a text, or an impulse response, .wav")
+        ->required()
+        ->check(CLI::ExistingFile);
+    add->add_option("--name", options->name, "The name of the headphones")->required();
+    add->callback([options] { Add(*options); });
+    CLI::App* list = headphones->add_subcommand("list", "List all headphones.");
+    AddJsonFlag(*list, options->isJson);
+    list->callback([options] { List(*options); });
+    CLI::App* use = headphones->add_subcommand("use", "Even the sound for these headphones.");
+    use->add_option("NAME", options->name, "Their name")->required();
+    use->callback([options] { Use(*options); });
+    headphones->add_subcommand("off", "Leave the sound as it is.")->callback([] { TurnOff(); });
+    CLI::App* remove = headphones->add_subcommand("remove", "Remove a pair of headphones.");
+    remove->add_option("NAME", options->name, "Their name")->required();
+    remove->callback([options] { Remove(*options); });
+}
+
+}  // namespace tool
