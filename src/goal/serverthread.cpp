@@ -377,7 +377,8 @@ void ServerThread::BuildDecoder(Machine& run) {
     run.decoder = orb3::createTransformedPipe(
         transform, activeLog, run.outputSetUp.pipe,
         settings.useParallelDecoder ? orb3::DecoderMode::Parallel : orb3::DecoderMode::Serial,
-        settings.sound == orb3::Sound::Classic ? orb3::Limiting::Plain : orb3::Limiting::Refined);
+        settings.sound == orb3::Sound::Classic ? orb3::Limiting::Plain : orb3::Limiting::Refined,
+        run.outputSetUp.feedDelays);
     run.blockFrames = run.decoder->blockFrames;
     if (run.outputSetUp.pipe->GetWaitedTime() >= 0) run.load.emplace(run.blockFrames / run.sampleRate);
     activeLog->Write("Decoder started (sample rate " + slib::FormatNumber(run.sampleRate * 0.001) + "kHz).",

@@ -22,12 +22,14 @@ void Run(DelayLine& line, const Input& input, float* column, std::uint32_t frame
 
 }  // namespace
 
-DelayLines MakeDelayLines(std::uint32_t channels, std::uint32_t delay) {
+DelayLines MakeDelayLines(std::uint32_t channels, std::uint32_t delay,
+                          const std::vector<std::uint32_t>& more) {
     DelayLines lines(channels);
-    for (DelayLine& line : lines) {
-        line.ring.resize(std::uint32_t{1} << std::bit_width(delay));
+    for (std::size_t channel = 0; channel < lines.size(); ++channel) {
+        DelayLine& line = lines[channel];
+        line.delay = delay + (channel < more.size() ? more[channel] : 0);
+        line.ring.resize(std::uint32_t{1} << std::bit_width(line.delay));
         line.ring.fill(0);
-        line.delay = delay;
     }
     return lines;
 }

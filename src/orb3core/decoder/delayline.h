@@ -24,9 +24,10 @@ struct DelayLine {
 /// By output channel. A line stays open when its feed ends: first what it holds comes out, then silence.
 using DelayLines = std::vector<DelayLine>;
 
-/// Silent lines for `channels` outputs, of `delay` frames. Throws slib::OutOfMemoryException or
-/// std::bad_alloc.
-DelayLines MakeDelayLines(std::uint32_t channels, std::uint32_t delay);
+/// Silent lines for `channels` outputs, of `delay` frames and those of `more`, by channel or none. Throws
+/// slib::OutOfMemoryException or std::bad_alloc.
+DelayLines MakeDelayLines(std::uint32_t channels, std::uint32_t delay,
+                          const std::vector<std::uint32_t>& more);
 
 /// Opens a block: no line has had its feed yet.
 void ClearUsed(DelayLines& lines) SLIB_NONBLOCKING;

@@ -151,13 +151,15 @@ void TransformedPipeUPT::StopPipe() noexcept {
 
 std::unique_ptr<TransformedPipeUPT> createTransformedPipe(
     const strans::TimeDomainTransform<float, 1>& transform, slib::Log* log, const audiopipe::PipePtr& pipe,
-    DecoderMode mode, Limiting limiting) {
+    DecoderMode mode, Limiting limiting, const std::vector<std::uint32_t>& feedDelays) {
     try {
         switch (mode) {
             case DecoderMode::Serial:
-                return std::make_unique<TransformedPipeUPT_Serial>(transform, log, pipe, limiting);
+                return std::make_unique<TransformedPipeUPT_Serial>(transform, log, pipe, limiting,
+                                                                   feedDelays);
             case DecoderMode::Parallel:
-                return std::make_unique<TransformedPipeUPT_Parallel>(transform, log, pipe, limiting);
+                return std::make_unique<TransformedPipeUPT_Parallel>(transform, log, pipe, limiting,
+                                                                     feedDelays);
         }
     } catch (const std::bad_alloc&) {
         throw slib::OutOfMemoryException();

@@ -103,9 +103,11 @@ private:
 };
 
 /// The decoder that runs `transform`, which is read and not kept, and writes to `pipe`. `log` is borrowed
-/// and outlives the decoder. Throws slib::OutOfMemoryException, and what the pipe and the transformer throw.
+/// and outlives the decoder. `feedDelays` are frames by which the feeds of a channel come later than the
+/// transform's lead alone asks for; none, or one an output. Throws slib::OutOfMemoryException, and what the
+/// pipe and the transformer throw.
 [[nodiscard]] std::unique_ptr<TransformedPipeUPT> createTransformedPipe(
     const strans::TimeDomainTransform<float, 1>& transform, slib::Log* log, const audiopipe::PipePtr& pipe,
-    DecoderMode mode, Limiting limiting);
+    DecoderMode mode, Limiting limiting, const std::vector<std::uint32_t>& feedDelays = {});
 
 }  // namespace orb3

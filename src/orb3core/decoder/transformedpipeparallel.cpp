@@ -30,10 +30,10 @@ void Interleave(const hcml::ac::Bus& bus, hcml::GenericMatrix<float, 1>& matrix)
 
 TransformedPipeUPT_Parallel::TransformedPipeUPT_Parallel(
     const strans::TimeDomainTransform<float, 1>& transform, slib::Log* log, audiopipe::PipePtr pipe,
-    Limiting limiting)
+    Limiting limiting, const std::vector<std::uint32_t>& feedDelays)
     : TransformedPipeUPT(transform, log, std::move(pipe), true, limiting),
       Thread("Decoder", Priority::Normal),
-      delayLines(MakeDelayLines(transformer.outputCount, transformer.startLatency)),
+      delayLines(MakeDelayLines(transformer.outputCount, transformer.startLatency, feedDelays)),
       output(blockFrames, transformer.outputCount) {
     for (BlockSlot& slot : slots) {
         slot.feeds.resize(transformer.outputCount);

@@ -44,7 +44,8 @@ class TransformedPipeUPT_Parallel final : public TransformedPipeUPT, private sli
 public:
     /// As createTransformedPipe. Starts the pipe and the thread.
     TransformedPipeUPT_Parallel(const strans::TimeDomainTransform<float, 1>& transform, slib::Log* log,
-                                audiopipe::PipePtr pipe, Limiting limiting);
+                                audiopipe::PipePtr pipe, Limiting limiting,
+                                const std::vector<std::uint32_t>& feedDelays);
     /// Waits for the block that is being decoded and written; one that still waits is dropped.
     ~TransformedPipeUPT_Parallel() override;
 

@@ -6,9 +6,10 @@ namespace orb3 {
 
 TransformedPipeUPT_Serial::TransformedPipeUPT_Serial(const strans::TimeDomainTransform<float, 1>& transform,
                                                      slib::Log* log, audiopipe::PipePtr pipe,
-                                                     Limiting limiting)
+                                                     Limiting limiting,
+                                                     const std::vector<std::uint32_t>& feedDelays)
     : TransformedPipeUPT(transform, log, std::move(pipe), false, limiting),
-      delayLines(MakeDelayLines(transformer.outputCount, transformer.startLatency)),
+      delayLines(MakeDelayLines(transformer.outputCount, transformer.startLatency, feedDelays)),
       output(blockFrames, transformer.outputCount),
       feedSum(blockFrames) {}
 

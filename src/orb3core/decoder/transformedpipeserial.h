@@ -16,7 +16,8 @@ class TransformedPipeUPT_Serial final : public TransformedPipeUPT {
 public:
     /// As createTransformedPipe. The pipe starts with the first block.
     TransformedPipeUPT_Serial(const strans::TimeDomainTransform<float, 1>& transform, slib::Log* log,
-                              audiopipe::PipePtr pipe, Limiting limiting);
+                              audiopipe::PipePtr pipe, Limiting limiting,
+                              const std::vector<std::uint32_t>& feedDelays);
     ~TransformedPipeUPT_Serial() override;
 
     void writeBus(const hcml::ac::Bus& bus, std::span<const DirectFeed> feeds) SLIB_NONBLOCKING override;

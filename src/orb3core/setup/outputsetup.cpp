@@ -21,6 +21,9 @@ namespace {
 // Of the output gain, and once more of each channel's.
 constexpr double headroom = 0.45;
 
+constexpr double speedOfSound = 346.4;  // metres a second, as the acoustic models have it
+constexpr double longestDelay = 0.5;    // seconds
+
 // Where the channels of a layout go.
 struct Wiring {
     std::vector<bool> deviceChannels;         // in use, one flag for each playback channel
@@ -121,6 +124,28 @@ void FindDedicatedOutputs(const spk::Layout& layout, const Wiring& wiring, doubl
         Scale(results.bassOutputs, 1 / static_cast<double>(results.bassOutputs.size()));
     if (!results.centreOutputs.empty())
         Scale(results.centreOutputs, 1 / std::sqrt(static_cast<double>(results.centreOutputs.size())));
+}
+
+// The decoded signals of a speaker are held back by the way that the furthest one's take longer. The library
+// knows how far that is, where the room was measured; the set-up's own places are shares of it.
+std::vector<std::uint32_t> FindDelays(const fl::FormatLibrarian& librarian, const spk::Layout& layout,
+                                      const Wiring& wiring, double sampleRate) {
+    std::vector<std::uint32_t> delays(layout.channels.size(), 0);
+    fl::Format format;
+    librarian.getFormat(librarian.findFormat(MakeFormatTag(layout.format)), format);
+    if (!format.speakers || !(format.speakers->distance > 0)) return delays;
+    const std::vector<spk::Speaker>& speakers = format.speakers->speakers;
+    double furthest = 0;
+    for (const spk::Speaker& speaker : speakers)
+        if (!IsBass(speaker) && !IsDialogueOnly(speaker))
+            furthest = std::max(furthest, Distance(speaker.location));
+    for (std::size_t i = 0; i < std::min(delays.size(), speakers.size()) && furthest > 0; ++i) {
+        const double share = 1 - Distance(speakers[i].location) / furthest;
+        const double seconds = std::max(0.0, share) * format.speakers->distance / speedOfSound;
+        delays[wiring.pipeChannels[i]] =
+            static_cast<std::uint32_t>(std::lround(std::min(seconds, longestDelay) * sampleRate));
+    }
+    return delays;
 }
 
 std::string MethodName(const fl::FormatLibrarian& librarian, const std::string& tag) {
@@ -242,6 +267,7 @@ OutputSetUp SetUp(slib::Log* activeLog, slib::Log* fullLog, Configuration& confi
     result.transform =
         FetchTransform(librarian, conversion, LibraryRate(result.pipe->GetSampleRate()), activeLog);
     ApplyWiring(*layout, wiring, request.gain, result.transform);
+    result.feedDelays = FindDelays(librarian, *layout, wiring, result.pipe->GetSampleRate());
     result.frameworks = std::move(frameworks);
     return result;
 }

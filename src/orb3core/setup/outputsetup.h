@@ -54,6 +54,9 @@ struct OutputSetUp {
     strans::TimeDomainTransform<float, 1> transform;  ///< the conversion's inputs by the pipe's channels
     std::vector<DedicatedOutput> centreOutputs;       ///< for dialogue
     std::vector<DedicatedOutput> bassOutputs;         ///< for low-frequency effects
+    /// Frames by which the decoder delays each of the pipe's channels, for speakers that are nearer than the
+    /// furthest.
+    std::vector<std::uint32_t> feedDelays;
     bool isConfigurationChanged = false;  ///< the configuration was changed on the way and is to be stored
 };
 

@@ -38,6 +38,8 @@ struct Setting {
     bool isParallel = false;
     std::uint32_t length = 64, width = 300;  // of the pipe's blocks, of the transform
     std::uint32_t latency = 24;
+    std::uint32_t feedDelay = 0;  // of the channel that has feeds
+    float peak = 3;               // of what is played; below 1 the limiter stays away
 };
 
 struct Rig {
@@ -45,7 +47,7 @@ struct Rig {
         decoder = orb3::createTransformedPipe(
             Copying(setting.width, setting.latency), &log, pipe,
             setting.isParallel ? orb3::DecoderMode::Parallel : orb3::DecoderMode::Serial,
-            orb3::Limiting::Plain);
+            orb3::Limiting::Plain, {0, setting.feedDelay});
         bus.resize(decoder->blockFrames, 2);
     }
     TestPipe* const test;
@@ -64,7 +66,8 @@ std::vector<float> Play(const Setting& setting) {
     std::minstd_rand random(1);
     for (int block = 0; block < 10; ++block) {
         for (std::uint32_t i = 0; i < rig.bus.frames; ++i)
-            rig.bus.channels[0][i] = std::uniform_real_distribution<float>(-3, 3)(random);
+            rig.bus.channels[0][i] =
+                std::uniform_real_distribution<float>(-setting.peak, setting.peak)(random);
         const float* const noise = rig.bus.channels[0];
         const std::vector<orb3::DirectFeed> feeds{{1, noise, 0.5F}, {1, noise, 0.25F}};
         rig.decoder->writeBus(rig.bus, std::span(feeds).first(block < 7 ? 2 : 0));
@@ -78,14 +81,17 @@ TEST(TransformedPipe, Feeds_StandInTimeWithTheDecodedSignalAndBothFormsGiveTheSa
     const Setting settings[] = {{.length = 480, .width = 1, .latency = 0},
                                 {.width = 2, .latency = 1},
                                 {.length = 1024, .width = 900, .latency = 700},
-                                {.length = 100, .width = 1500, .latency = 1333}};
+                                {.length = 100, .width = 1500, .latency = 1333},
+                                {.latency = 24, .feedDelay = 77, .peak = 0.2F}};
     for (Setting setting : settings) {
         const std::vector<float> serial = Play(setting);
         setting.isParallel = true;
         EXPECT_EQ(serial, Play(setting));
         const std::size_t end = 2 * (serial.size() / 20 * 7 + setting.latency);
-        for (std::size_t i = 0; i < serial.size(); i += 2)
-            ASSERT_NEAR(serial[i + 1], i < end ? 0.75F * serial[i] : 0, 2e-6F) << setting.length << " " << i;
+        const std::size_t later = std::size_t{2} * setting.feedDelay;
+        for (std::size_t i = later; i < serial.size(); i += 2)
+            ASSERT_NEAR(serial[i + 1], i - later < end ? 0.75F * serial[i - later] : 0, 2e-6F)
+                << setting.length << " " << i;
         ASSERT_NE(serial[2 * setting.latency], 0);
     }
 }

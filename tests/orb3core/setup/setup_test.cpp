@@ -35,6 +35,7 @@ struct World : slib::Log {
     void AddFormat(const std::string& name, StandardFormat family, const Roles& roles, bool discard = false) {
         fl::Format format{MakeFormatTag(name), name, family, 7, {}, {}, 0, true, true};
         format.speakers = decltype(format.speakers)(new spk::SpeakerSet{{}, discard});
+        format.speakers->distance = 3.464;  // 10 ms to the furthest
         for (const Role role : roles) {
             const double third = ++format.channelCount / 3.0;
             const auto type = role == Role::BassLFE ? spk::SpeakerType::SubWoofer : spk::SpeakerType::Normal;
@@ -248,6 +249,13 @@ TEST(SetUp, GivesDecoderAndDedicatedOutputsTheChannelsOfThePipe) {
             for (std::uint32_t r = 0; r < (wiring.order + 1) * (wiring.order + 1); ++r)
                 EXPECT_EQ(world.results.transform.impulses(r, c)[0], float(scale) * float(r * count + i + 1));
         }
+        const auto isOfField = [](Role role) {
+            return role != Role::BassLFE && role != Role::FrontCentreDialogue;
+        };
+        const auto last = std::find_if(wiring.roles.rbegin(), wiring.roles.rend(), isOfField);
+        const double furthest = double(wiring.roles.rend() - last);  // the speakers stand 1, 2, 3 ... away
+        for (std::uint32_t i = 0, c = count - 1; i < count; ++i, --c)
+            EXPECT_EQ(world.results.feedDelays[c], std::lround(480 * std::max(0.0, 1 - (i + 1) / furthest)));
         ExpectGains(world.results.centreOutputs, wiring.centre, unit);
         ExpectGains(world.results.bassOutputs, wiring.bass, unit);
         EXPECT_NE(Failure([&] { layout.channels[0].gain = 1e300, world.Run(); }), "");
