@@ -246,6 +246,8 @@ std::vector<SpeakerMethod> MethodsFor(const SpeakerLayout& layout) {
     std::vector<SpeakerMethod> methods{SpeakerMethod::DualBand, SpeakerMethod::Energy, SpeakerMethod::Basic};
     const bool hasPlane = layout.kind == LayoutKind::MatrixStereo || layout.DecodedSpeakers().size() >= 3;
     if (hasPlane) methods.insert(methods.end() - 1, SpeakerMethod::AllRound);
+    // Their crossovers make responses of 40 ms, which hardly anybody wants for the others.
+    if (!layout.BassSpeakers().empty()) methods.resize(1);
     return methods;
 }
 

@@ -120,7 +120,7 @@ TimedResponse Delay(double seconds, double sampleRate) {
 
 TimedResponse LinkwitzRiley(CrossoverPart part, double frequency, double sampleRate) {
     // The slowest pole's envelope falls by 100 dB in this many periods, the double pole's growth included.
-    const auto length = static_cast<Index>(std::ceil(3.6 * sampleRate / frequency));
+    const auto length = static_cast<Index>(std::ceil(2.8 * sampleRate / frequency));
     TimedResponse filter{0, Eigen::VectorXd::Unit(length, 0)};
     const double damp = std::numbers::sqrt2;
     switch (part) {
