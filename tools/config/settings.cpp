@@ -13,20 +13,20 @@ namespace tool {
 namespace {
 
 using orb3::Setting;
-using Place = Setting::Place;
+using SettingPlace = Setting::Place;
 
 // The document's node that has the setting for an attribute; null when there is none.
-const slib::SXMLNode* FindNode(const slib::SXMLNode& document, Place place) {
+const slib::SXMLNode* FindNode(const slib::SXMLNode& document, SettingPlace place) {
     switch (place) {
-        case Place::Document:
+        case SettingPlace::Document:
             return &document;
-        case Place::Platform:
+        case SettingPlace::Platform:
             return nullptr;
-        case Place::Tessarune:
-        case Place::AudioRenderer:
+        case SettingPlace::Tessarune:
+        case SettingPlace::AudioRenderer:
             break;
     }
-    const std::string label = place == Place::Tessarune ? "Tessarune" : "AudioRenderer";
+    const std::string label = place == SettingPlace::Tessarune ? "Tessarune" : "AudioRenderer";
     for (const auto& child : document.children)
         if (child->label == label) return child.get();
     return nullptr;
@@ -66,7 +66,7 @@ void StoreInDocument(const Setting& setting, const std::string& value, Force for
 std::vector<const Setting*> PlatformSettings() {
     std::vector<const Setting*> found;
     for (const Setting& setting : orb3::Settings())
-        if (setting.GetPlace() == Place::Platform) found.push_back(&setting);
+        if (setting.GetPlace() == SettingPlace::Platform) found.push_back(&setting);
     return found;
 }
 
@@ -88,7 +88,7 @@ const Setting& FindSetting(const std::string& name) {
 }
 
 std::string GetSetting(const Setting& setting, const orb3::Configuration& configuration) {
-    if (setting.GetPlace() != Place::Platform) return orb3::SettingText(setting, configuration);
+    if (setting.GetPlace() != SettingPlace::Platform) return orb3::SettingText(setting, configuration);
     const std::string value = ReadValue(setting.StoreKey());
     return value.empty() ? setting.Default() : value;
 }
@@ -119,7 +119,7 @@ Offer SettingNames() {
 
 std::string StoreSetting(const Setting& setting, const std::string& text, Force force) {
     std::string value = Checked(setting, text);
-    if (setting.GetPlace() == Place::Platform)
+    if (setting.GetPlace() == SettingPlace::Platform)
         StorePlatform(setting, value);
     else
         StoreInDocument(setting, value, force);

@@ -7,7 +7,7 @@ namespace tool {
 namespace {
 
 using orb3::Setting;
-using Place = Setting::Place;
+using SettingPlace = Setting::Place;
 
 constexpr const char* head = R"(# Settings
 
@@ -26,12 +26,12 @@ number is corrected in silence.
 )";
 
 struct Section {
-    Place place;
+    SettingPlace place;
     const char* introduction;
 };
 
 constexpr Section sections[] = {
-    {Place::Tessarune, R"(
+    {SettingPlace::Tessarune, R"(
 ## Rendering and output
 
 These are attributes of the node `Tessarune` of the configuration document. A running game takes a change up within two
@@ -39,21 +39,21 @@ seconds. The default holds until a document is stored. The first start of a game
 what the machine can carry for the settings that say so, and stores them.
 
 )"},
-    {Place::Document, R"(
+    {SettingPlace::Document, R"(
 ## The layout
 
 This one is an attribute of the configuration document itself. The [user guide](user-guide.md) describes what else the
 document holds.
 
 )"},
-    {Place::Platform, R"(
+    {SettingPlace::Platform, R"(
 ## The machine
 
 These are stored under `[Platform]` of your `store.conf`. A running game takes a change up with the next change of a setting
 above, or when it starts.
 
 )"},
-    {Place::AudioRenderer, R"(
+    {SettingPlace::AudioRenderer, R"(
 ## Other programs
 
 These are attributes of the node `AudioRenderer`, kept for other programs that share the document. Nothing here follows from
