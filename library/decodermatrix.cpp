@@ -207,6 +207,7 @@ std::vector<DecoderMatrices> DesignDecoderMatrices(const SpeakerRing& speakers, 
                                                    const std::vector<SpeakerMethod>& methods) {
     const Designer designer(speakers, order);
     std::vector<DecoderMatrices> matrices;
+    matrices.reserve(methods.size());
     for (const SpeakerMethod method : methods)
         matrices.push_back(designer.Design(method));
     return matrices;

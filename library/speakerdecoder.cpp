@@ -280,6 +280,7 @@ std::vector<SpeakerDecoder> DesignSpeakerDecoders(const SpeakerLayout& layout, u
     const OutputStage stage = StageOf(layout, order);
     const std::vector<DecoderMatrices> matrices = DesignDecoderMatrices(stage.speakers, order, methods);
     std::vector<SpeakerDecoder> decoders;
+    decoders.reserve(methods.size() * rates.size());
     for (std::size_t m = 0; m < methods.size(); ++m)
         for (const int rate : rates)
             decoders.push_back(MakeDecoder(stage, order, methods[m], matrices[m], rate));

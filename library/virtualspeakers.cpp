@@ -78,6 +78,7 @@ Transform EarsOfSpeakers(const HeadSpectra& head, const SpeakerLayout& layout, c
     Transform transform = EmptyRings(static_cast<std::uint32_t>(layout.speakers.size()), head.sampleRate);
     HeadFourier fourier(headTransformLength);
     std::vector<Index> places;
+    places.reserve(layout.speakers.size());
     for (const RoomSpeaker& speaker : layout.speakers)
         places.push_back(speaker.IsDecoded() ? NearestOf(head.directions, speaker.direction).index : -1);
     const Eigen::VectorXcd equaliser = Equaliser(head, places, gains);

@@ -99,6 +99,7 @@ bool IsBetweenFarNeighbours(const SpeakerLayout& layout, const Direction& direct
 // One a direction.
 std::vector<bool> GapsOf(const SpeakerLayout& layout, const std::vector<Direction>& directions) {
     std::vector<bool> gaps;
+    gaps.reserve(directions.size());
     std::vector<Direction> speakers;
     for (const std::size_t speaker : layout.DecodedSpeakers())
         speakers.push_back(layout.speakers[speaker].direction);
