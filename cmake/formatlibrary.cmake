@@ -4,6 +4,10 @@ file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/share/tessarune)
 if(TESSARUNE_FORMAT_LIBRARY)
     file(COPY ${TESSARUNE_FORMAT_LIBRARY}/ DESTINATION ${PROJECT_BINARY_DIR}/share/tessarune)
     add_custom_target(format_library)
+endif()
+# The profiles of games that are shipped beside it.
+configure_file(share/games.conf ${PROJECT_BINARY_DIR}/share/tessarune/games.conf COPYONLY)
+if(TESSARUNE_FORMAT_LIBRARY)
     return()
 endif()
 add_custom_command(OUTPUT ${format_library}

@@ -120,7 +120,7 @@ inline std::int32_t AnyInteger(Input& input) {
 struct World {
     explicit World(Input input) : input(input) {}
 
-    goal::Context* Context() const { return process.engine.device.context; }
+    goal::Context* Context() const { return process.engine.device.contexts.First(); }
 
     goal::Process& process = goal::TheProcess();
     Input input;

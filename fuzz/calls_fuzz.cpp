@@ -86,7 +86,7 @@ void BlockStep(World& world) {
 // What alcCreateContext does, but for the server.
 void CreateContext(World& world) {
     if (world.Context() != nullptr) return;
-    world.process.engine.device.context = new goal::Context(world.process.engine);
+    world.process.engine.device.contexts.Add(new goal::Context(world.process.engine));
     world.process.currentContext = world.Context();
     world.isMerged = true;
     static const goal::SampleRateConverter converter(goal::SincQuality::Low);

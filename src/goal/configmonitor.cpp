@@ -61,7 +61,7 @@ void ConfigMonitor::CheckConfiguration(orb3::SharedConfiguration& shared) {
     if (!before) return;
     orb3::Configuration stored = ReadStoredConfiguration();
     const slib::Lock lock(shared.configurationMutex);
-    if (!shared.isConfigurationLoaded || IsInForce(stored, shared.configuration)) return;
+    if (!shared.isConfigurationLoaded || IsInForce(shared.InForce(stored), shared.configuration)) return;
     if (!(*before == shared.configuration)) return;  // the next check decides
     shared.pendingConfiguration = std::move(stored);
     shared.isRestartRequested = true;

@@ -14,6 +14,8 @@ void ReleaseQueues(const EntryTable<Source>& sources) {
 
 }  // namespace
 
+Context::Context(Engine& engine) : engine(engine), number(++engine.contextsMade), server(engine) {}
+
 void Context::End() {
     monitor.reset();
     server.End();
@@ -26,18 +28,19 @@ Context::~Context() {
 
 void MarkBufferUsage(Context& context) {
     BufferPool& pool = context.engine.device.bufferPool;
-    pool.MarkUsage();
+    const std::uint32_t reader = std::uint32_t{1} << context.place;
+    pool.MarkUsage(context.place);
     if (!pool.HasBorrowed()) return;
     // What stops now is played until it has faded out.
     if (context.snapshot.fadeBlocks > 0)
-        ForEachBorrowed(context.snapshot, [](Buffer& buffer) { ++buffer.renderUseCount; });
+        ForEachBorrowed(context.snapshot, [&](Buffer& buffer) { buffer.renderers |= reader; });
     if (context.suspendCount == 0) return;
     // What a game takes out of a queue while the context is suspended is played until the next block after
     // the suspension, and the use counts don't show it: those queues count too.
     for (const Source& source : SharedState(context).sources) {
         if (source.deleted) continue;
         for (Buffer* buffer : source.queue)
-            ++buffer->renderUseCount;
+            buffer->renderers |= reader;
     }
 }
 

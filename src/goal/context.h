@@ -2,6 +2,7 @@
 
 // One context: the state that a game sets, in its three records, and the server that renders it.
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <utility>
@@ -19,7 +20,7 @@ namespace goal {
 /// the state that it renders goes.
 struct Context {
     /// Nothing runs yet; see ServerThread::Start. `engine` outlives the context.
-    explicit Context(Engine& engine) : engine(engine), server(engine) {}
+    explicit Context(Engine& engine);
     /// With apiMutex held, after End.
     ~Context();
     Context(const Context&) = delete;
@@ -30,6 +31,8 @@ struct Context {
     void End();
 
     Engine& engine;
+    std::size_t place = 0;     ///< in the device's table; set before the start
+    const std::uint64_t number;  ///< of all contexts of the process; none has it twice
 
     slib::Mutex timingMutex;                              ///< what the server sets when a run begins:
     double sampleRate SLIB_GUARDED_BY(timingMutex) = 0;   ///< Hz
@@ -59,8 +62,8 @@ inline const ApplicationState& SharedState(const Context& context) SLIB_UNCHECKE
     return context.application;
 }
 
-/// Notes for each buffer whose memory is the game's how often the coming snapshot will refer to it. With
-/// apiMutex held.
+/// Notes for each buffer whose memory is the game's whether the coming snapshot may refer to it. With apiMutex
+/// held.
 void MarkBufferUsage(Context& context) SLIB_REQUIRES(context.engine.apiMutex);
 
 /// The record that calls read and write, with apiMutex held: the suspended state while the context is

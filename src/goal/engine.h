@@ -3,6 +3,11 @@
 // What all contexts and calls of the process share: the one device, the configuration, and the two outer
 // locks.
 
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
 #include <utility>
 
 #include "goal/machinery.h"
@@ -16,10 +21,54 @@ namespace goal {
 
 struct Context;
 
+/// The contexts of the device: one, unless the game's profile allows several. Each has a place, by which the buffers
+/// know who reads them. Holds no memory of its own.
+class ContextTable {
+public:
+    static constexpr std::size_t most = BufferPool::mostReaders;
+
+    /// The one in the lowest place; null for none.
+    Context* First() const {
+        const auto* const found = std::ranges::find_if(places, [](const Context* c) { return c != nullptr; });
+        return found != places.end() ? *found : nullptr;
+    }
+
+    /// The place of `context`; `most` when it isn't here, or is null.
+    std::size_t PlaceOf(const Context* context) const {
+        if (context == nullptr) return most;
+        return static_cast<std::size_t>(std::ranges::find(places, context) - places.begin());
+    }
+    bool Has(const Context* context) const { return PlaceOf(context) != most; }
+
+    std::size_t Count() const { return most - static_cast<std::size_t>(std::ranges::count(places, nullptr)); }
+    bool IsFull() const { return std::ranges::find(places, nullptr) == places.end(); }
+
+    /// Gives `context` the lowest free place, and returns that. Not when the table is full.
+    std::size_t Add(Context* context) {
+        auto* const place = std::ranges::find(places, nullptr);
+        *place = context;
+        return static_cast<std::size_t>(place - places.begin());
+    }
+
+    void Remove(const Context* context) {
+        if (Has(context)) places[PlaceOf(context)] = nullptr;
+    }
+
+    /// Runs `work(context)` for each.
+    template <typename Work>
+    void ForEach(const Work& work) const {
+        for (Context* const context : places)
+            if (context != nullptr) work(*context);
+    }
+
+private:
+    std::array<Context*, most> places{};
+};
+
 /// The one device. Buffers live in it and outlive a context.
 struct Device {
     BufferPool bufferPool;
-    Context* context = nullptr;
+    ContextTable contexts;
 };
 
 /// Lock order: contextLifetimeMutex, apiMutex, then a context's stateMutex, then its timingMutex; the
@@ -36,6 +85,7 @@ struct Engine {
     slib::Mutex apiMutex;              ///< serialises all calls of all of the game's threads
     orb3::SharedConfiguration configuration;
     Device device SLIB_GUARDED_BY(apiMutex);
+    std::atomic<std::uint64_t> contextsMade{0};
     slib::RetireList retired;  ///< what the server has done with; every call frees it
 };
 

@@ -186,6 +186,10 @@ void ServerThread::Start(Context& owner, double frequency) {
                        ". Free software under the MIT licence, without warranty.",
                    false);
     requestedFrequency = frequency;
+    {
+        const slib::Lock lock(engine.configuration.configurationMutex);
+        generation = engine.configuration.generation;
+    }
     context = &owner;
     Thread::Start();
     startSignal.Wait();
@@ -438,7 +442,7 @@ void ServerThread::BuildRenderer(Machine& run) {
 bool ServerThread::IsLeaving() {
     if (IsStopRequested()) return true;
     const slib::Lock lock(engine.configuration.configurationMutex);
-    return engine.configuration.isRestartRequested;
+    return engine.configuration.isRestartRequested || engine.configuration.generation != generation;
 }
 
 void ServerThread::PublishTiming(double rate, std::uint32_t frames) {
@@ -585,8 +589,8 @@ void ServerThread::TakePendingConfiguration() {
     {
         orb3::SharedConfiguration& shared = engine.configuration;
         const slib::Lock lock(shared.configurationMutex);
-        if (!shared.isRestartRequested) return;
-        shared.TakePending();
+        if (shared.isRestartRequested) shared.TakePending();
+        if (std::exchange(generation, shared.generation) == shared.generation) return;
     }
     failedRuns = 0;
     relief = {};

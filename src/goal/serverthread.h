@@ -122,6 +122,8 @@ private:
 
     std::unique_ptr<Measurement> measurement;  // of the machine, at a first start
 
+    std::uint32_t generation = 0;  // of the configuration that it runs on
+
     std::string lastFailure;                        // of those after the first block, as logged
     std::uint32_t failedRuns = 0;                   // in a row
     std::optional<orb3::Configuration> lastWorked;  // what a run rendered on

@@ -26,7 +26,8 @@ struct CodeOfCall {
 class ContextFixture : public testing::Test {
 protected:
     ContextFixture() {
-        process.engine.device.context = process.currentContext = context.get();
+        process.engine.device.contexts.Add(context.get());
+        process.currentContext = context.get();
         alGetError();
         alcGetError(nullptr);
         const goal::RenderContext run{.sampleRate = 48000, .blockFrames = 64, .listenerBasis = &listener};
@@ -35,7 +36,8 @@ protected:
     }
 
     ~ContextFixture() override {
-        process.engine.device.context = process.currentContext = nullptr;
+        process.engine.device.contexts.Remove(context.get());
+        process.currentContext = nullptr;
         context.reset();
         process.engine.retired.Empty();
         process.engine.device.bufferPool.Clear();

@@ -5,14 +5,17 @@
 #include <array>
 #include <cstdint>
 #include <exception>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <span>
 #include <utility>
+#include <vector>
 
 #include "AL/al.h"
 #include "AL/tessarune.h"
 #include "app/goaldll/alcall.h"
+#include "app/goaldll/standarderrors.h"
 #include "goal/sound/buffer.h"
 #include "goal/sound/bufferformats.h"
 #include "goal/sound/bufferpool.h"
@@ -24,11 +27,15 @@ using BufferList = BufferPool::BufferList;
 
 // Whether a suspended context plays the buffer on, though a game took it out of the queue since. Neither
 // count of the buffer shows it before the next block.
-bool IsPlayedOn(const Context* context, const Buffer& buffer) {
-    if (context == nullptr || context->suspendCount == 0) return false;
-    return std::ranges::any_of(SharedState(*context).sources, [&](const Source& source) {
-        return !source.deleted && std::ranges::find(source.queue, &buffer) != source.queue.end();
+bool IsPlayedOn(const ContextTable& contexts, const Buffer& buffer) {
+    bool isPlayed = false;
+    contexts.ForEach([&](const Context& context) {
+        if (context.suspendCount == 0) return;
+        isPlayed |= std::ranges::any_of(SharedState(context).sources, [&](const Source& source) {
+            return !source.deleted && std::ranges::find(source.queue, &buffer) != source.queue.end();
+        });
     });
+    return isPlayed;
 }
 
 // Whether the name is valid, and its data may go. The name 0 is none, in a list to delete as elsewhere: a
@@ -37,27 +44,73 @@ int TestReplaceable(const Device& device, ALuint name) {
     if (!device.bufferPool.IsValid(name)) return AL_INVALID_NAME;
     const Buffer* const buffer = device.bufferPool.slots[name - 1].buffer;
     if (buffer == nullptr) return AL_NO_ERROR;
-    const bool isHeld = InUse(*buffer) || (!buffer->ownsData && IsPlayedOn(device.context, *buffer));
+    const bool isHeld = InUse(*buffer) || (!buffer->ownsData && IsPlayedOn(device.contexts, *buffer));
     return isHeld ? AL_INVALID_OPERATION : AL_NO_ERROR;
 }
 
-// Runs `work` with the pool and the list that takes buffers which the renderer may still read, null when
-// nothing renders. That goes by the device's context and not by the current one: it renders on while a game
-// has none current.
+// Runs `work(list)` with the list of buffers that go when the renderer of the context has done with them.
 template <typename Work>
-void WithDeletedBuffers(Process& process, const Work& work) SLIB_REQUIRES(process.engine.apiMutex) {
-    Context* const context = process.engine.device.context;
-    if (context == nullptr) return work(process.engine.device.bufferPool, nullptr);
-    const StateLock lock(*context, Access::Write);
-    std::unique_ptr<DeletedBuffers>& deleted = TargetState(*context).deletedBuffers;
+void WithDeletedBuffersOf(Context& context, const Work& work) {
+    const StateLock lock(context, Access::Write);
+    std::unique_ptr<DeletedBuffers>& deleted = TargetState(context).deletedBuffers;
     if (deleted == nullptr) deleted = std::make_unique<DeletedBuffers>();
-    work(process.engine.device.bufferPool, &deleted->buffers);
+    work(deleted->buffers);
+}
+
+// Each of several renderers may read what goes, so all of them hold it. Room for it is made first: what fails then
+// changes nothing.
+template <typename Work>
+void WithDeletedBuffersOfAll(Process& process, std::size_t most, const Work& work)
+    SLIB_REQUIRES(process.engine.apiMutex) {
+    const ContextTable& contexts = process.engine.device.contexts;
+    contexts.ForEach([&](Context& context) {
+        WithDeletedBuffersOf(context, [&](BufferList& list) {
+            for (std::size_t i = 0; i < most; ++i)
+                list.append(nullptr);
+        });
+    });
+    BufferList gone;
+    work(process.engine.device.bufferPool, &gone);
+    contexts.ForEach([&](Context& context) {
+        WithDeletedBuffersOf(context, [&](BufferList& list) {
+            std::uint32_t place = list.size;
+            for (Buffer* const buffer : gone) {
+                ++buffer->holders;
+                list[--place] = buffer;
+            }
+        });
+    });
+    for (Buffer* const buffer : gone)
+        LetGo(buffer);
+}
+
+// Runs `work` with the pool and the list that takes buffers which a renderer may still read, null when nothing
+// renders; `most` of them at most. That goes by the device's contexts and not by the current one: they render on while
+// a game has none current.
+template <typename Work>
+void WithDeletedBuffers(Process& process, std::size_t most, const Work& work)
+    SLIB_REQUIRES(process.engine.apiMutex) {
+    BufferPool& pool = process.engine.device.bufferPool;
+    const ContextTable& contexts = process.engine.device.contexts;
+    Context* const first = contexts.First();
+    if (first == nullptr) return work(pool, nullptr);
+    if (contexts.Count() > 1) return WithDeletedBuffersOfAll(process, most, work);
+    WithDeletedBuffersOf(*first, [&](BufferList& list) { work(pool, &list); });
+}
+
+std::vector<ALuint> WithoutNull(std::span<const ALuint> names) {
+    std::vector<ALuint> others;
+    std::ranges::copy_if(names, std::back_inserter(others), [](ALuint name) { return name != 0; });
+    return others;
 }
 
 int DeleteBuffers(Process& process, std::span<const ALuint> names) SLIB_REQUIRES(process.engine.apiMutex) {
+    if (std::ranges::find(names, ALuint{0}) != names.end() && AllowsStandard())
+        return DeleteBuffers(process, WithoutNull(names));
     for (const ALuint name : names)
         if (const int code = TestReplaceable(process.engine.device, name); code != AL_NO_ERROR) return code;
-    WithDeletedBuffers(process, [&](BufferPool& pool, BufferList* list) { pool.Delete(names, list); });
+    WithDeletedBuffers(process, names.size(),
+                       [&](BufferPool& pool, BufferList* list) { pool.Delete(names, list); });
     return AL_NO_ERROR;
 }
 
@@ -77,7 +130,10 @@ std::unique_ptr<Buffer> NewBuffer(ALuint name, ALenum format, const void* data, 
         return std::make_unique<Buffer>(name, format, static_cast<float>(frequency), data,
                                         static_cast<std::uint32_t>(size), copyData);
     } catch (const std::exception& exception) {
-        TheProcess().FailAl(exception.what(), AL_INVALID_OPERATION);
+        AlCall([&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) -> int {
+            process.FailAl(exception.what(), AL_INVALID_OPERATION);
+            return AL_NO_ERROR;
+        });
         return nullptr;
     }
 }
@@ -89,7 +145,7 @@ void SetData(ALuint name, ALenum format, const void* data, ALsizei size, ALsizei
     const CallFrame frame;
     bool isReplaceable = false;
     if (const int code = TestData(format, size, frequency); code != AL_NO_ERROR)
-        return TheProcess().alError.Record(code);
+        return AlCall([&](Process&) { return code; });
     AlCall([&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) -> int {
         const int code = TestReplaceable(process.engine.device, name);
         if (code != AL_NO_ERROR) return code;
@@ -103,7 +159,7 @@ void SetData(ALuint name, ALenum format, const void* data, ALsizei size, ALsizei
     AlCall([&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) -> int {
         if (const int code = TestReplaceable(process.engine.device, name); code != AL_NO_ERROR) return code;
         WithDeletedBuffers(
-            process, [&](BufferPool& pool, BufferList* list) { pool.Replace(std::move(buffer), list); });
+            process, 1, [&](BufferPool& pool, BufferList* list) { pool.Replace(std::move(buffer), list); });
         return AL_NO_ERROR;
     });
 }

@@ -1,4 +1,5 @@
-// The alc* calls: the one device, its one context, and what can be asked about both.
+// The alc* calls: the one device, its contexts, which are one unless the game's profile allows several, and what can
+// be asked about them.
 
 #include "AL/alc.h"
 
@@ -18,11 +19,14 @@
 #include "app/goaldll/callframe.h"
 #include "app/goaldll/extensions.h"
 #include "app/goaldll/process.h"
+#include "app/goaldll/standarderrors.h"
+#include "app/goaldll/threadcontexts.h"
 #include "goal/version.h"
 
 namespace {
 
 using goal::Context;
+using goal::GameSwitch;
 using goal::Process;
 
 constexpr const char* deviceName = "Tessarune";
@@ -38,6 +42,7 @@ Result Call(Result failure, const Work& work) {
         return failure;
     }
     const goal::ApiLock lock(process);
+    process.TakeProfile();
     try {
         return std::invoke(work, process);  // clang takes `work` for the argument of its own annotation
     } catch (const std::exception& exception) {
@@ -103,48 +108,90 @@ std::unique_ptr<Context> AllocateContext(Process& process) {
     return nullptr;
 }
 
-// A server that can't start takes its context with it: the device is free for another try.
-Context* StartContext(Process& process, const Attributes& attributes) SLIB_REQUIRES(process.engine.apiMutex) {
-    std::unique_ptr<Context> context = AllocateContext(process);
-    if (context == nullptr) return nullptr;
-    context->filterOrderAttribute = attributes.filterOrder;
+// A context without a server, in the device's table.
+struct NewContext {
+    std::unique_ptr<Context> context;  // null after a failure
+    double frequency = -1;             // Hz, as the game asks
+    bool isOnly = true;
+};
+
+NewContext PlaceContext(Process& process, const Attributes& attributes) SLIB_REQUIRES(process.engine.apiMutex) {
+    goal::ContextTable& contexts = process.engine.device.contexts;
+    NewContext made{AllocateContext(process), attributes.frequency, contexts.First() == nullptr};
+    if (made.context == nullptr) return made;
+    made.context->filterOrderAttribute = attributes.filterOrder;
     goal::NoteExit();
     process.ending.Prepare();
-    process.engine.device.context = context.get();
-    try {
-        context->server.Start(*context, attributes.frequency);
-    } catch (...) {
-        process.engine.device.context = nullptr;
-        process.ending.Cancel();
-        throw;
-    }
-    return context.release();
+    made.context->place = contexts.Add(made.context.get());
+    static_cast<void>(process.contextErrors[made.context->place].Take());
+    return made;
 }
 
-Context* CreateContext(Process& process, const ALCdevice* device, const ALCint* list)
+// A server that can't start takes its context with it: the device is free for another try.
+void ForgetContext(Process& process, const Context& context) SLIB_REQUIRES(process.engine.apiMutex) {
+    process.engine.device.contexts.Remove(&context);
+    process.engine.device.bufferPool.EndReading(context.place);
+    if (process.engine.device.contexts.First() == nullptr) process.ending.Cancel();
+}
+
+NewContext NextContext(Process& process, const ALCdevice* device, const ALCint* list)
     SLIB_REQUIRES(process.engine.apiMutex) {
-    const auto fail = [&](const char* text, int code) -> Context* {
+    const auto fail = [&](const char* text, int code) {
         process.FailAlc(text, code);
-        return nullptr;
+        return NewContext{};
     };
+    const goal::ContextTable& contexts = process.engine.device.contexts;
     if (!IsDevice(process, device)) return fail("Invalid device in alcCreateContext().", ALC_INVALID_DEVICE);
-    if (process.engine.device.context != nullptr)
+    if (contexts.First() != nullptr && !process.profile.Allows(GameSwitch::SeveralContexts))
         return fail("The device already has a context in alcCreateContext()", ALC_INVALID_VALUE);
+    if (contexts.IsFull())
+        return fail("The device takes no more contexts in alcCreateContext().", ALC_INVALID_VALUE);
     if (process.isUnloading)
         return fail("The library is being unloaded in alcCreateContext().", ALC_INVALID_VALUE);
     const Attributes attributes = ReadAttributes(list);
     if (attributes.isSync) return fail("ALC_SYNC is not supported in alcCreateContext().", ALC_INVALID_VALUE);
-    return StartContext(process, attributes);
+    return PlaceContext(process, attributes);
+}
+
+// With apiMutex held the game's other threads wait for the start. Where another context plays its server would wait as
+// well, and falter, so there it isn't held.
+bool StartServer(Process& process, NewContext& made) {
+    try {
+        made.context->server.Start(*made.context, made.frequency);
+        return true;
+    } catch (const std::exception& exception) {
+        return Call(false, [&](Process&) SLIB_REQUIRES(process.engine.apiMutex) {
+            ForgetContext(process, *made.context);
+            process.FailAlc(exception.what(), ALC_INVALID_VALUE);
+            return false;
+        });
+    }
+}
+
+Context* CreateContext(Process& process, const ALCdevice* device, const ALCint* list) {
+    NewContext made;
+    bool isStarted = false;
+    Call(false, [&](Process&) SLIB_REQUIRES(process.engine.apiMutex) {
+        made = NextContext(process, device, list);
+        if (made.context == nullptr || !made.isOnly) return false;
+        return isStarted = StartServer(process, made);
+    });
+    if (made.context != nullptr && !made.isOnly) isStarted = StartServer(process, made);
+    if (isStarted) return made.context.release();
+    if (made.context == nullptr) return nullptr;
+    const goal::ApiLock lock(process);  // that a context needs which never rendered
+    made.context.reset();
+    return nullptr;
 }
 
 // Notes a use of suspension and runs `work(context)` with stateMutex held, or, when suspension is switched
 // off, ends one that still lasts. `failure` is for a handle that isn't the device's context.
 template <typename Work>
 void SuspensionCall(ALCcontext* handle, bool isUse, const char* failure, const Work& work) {
-    if (handle == nullptr) return;
+    if (handle == nullptr && !goal::IsStandardInForce()) return;
     Call(false, [&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) {
-        Context* const context = process.engine.device.context;
-        if (ToContext(handle) != context) {
+        Context* const context = ToContext(handle);
+        if (!process.engine.device.contexts.Has(context)) {
             process.FailAlc(failure, ALC_INVALID_CONTEXT);
             return false;
         }
@@ -213,7 +260,7 @@ const char* StringOf(Process& process, const ALCdevice* device, ALCenum paramete
         case ALC_ALL_DEVICES_SPECIFIER:
             return DeviceList(process);
         case ALC_EXTENSIONS:
-            return goal::AlcExtensions().text;
+            return goal::AlcExtensions(process.profile.IsOn(GameSwitch::ThreadContexts)).text;
         case ALC_CAPTURE_DEVICE_SPECIFIER:
         case ALC_CAPTURE_DEFAULT_DEVICE_SPECIFIER:
             return "";
@@ -235,8 +282,14 @@ struct Timing {
     ALCint refresh;    // blocks per second
 };
 
+// Of several contexts, the one that is asked about.
+Context* ContextToTell(Process& process) SLIB_REQUIRES(process.engine.apiMutex) {
+    Context* const current = goal::CurrentContext(process);
+    return current != nullptr ? current : process.engine.device.contexts.First();
+}
+
 Timing TimingOf(Process& process) SLIB_REQUIRES(process.engine.apiMutex) {
-    Context* const context = process.engine.device.context;
+    Context* const context = ContextToTell(process);
     if (context == nullptr) {
         constexpr ALCint usualRefresh = 25;
         return {process.engine.configuration.Peek(
@@ -248,7 +301,7 @@ Timing TimingOf(Process& process) SLIB_REQUIRES(process.engine.apiMutex) {
 }
 
 ALCint FilterOrder(Process& process) SLIB_REQUIRES(process.engine.apiMutex) {
-    const Context* const context = process.engine.device.context;
+    const Context* const context = ContextToTell(process);
     if (context != nullptr && context->filterOrderAttribute != 0)
         return context->filterOrderAttribute == 1 ? 1 : 2;
     return process.engine.configuration.Peek(
@@ -339,7 +392,7 @@ void GetInteger(Process& process, const ALCdevice* device, ALCenum parameter, AL
         case ALC_MONO_SOURCES:
         case ALC_STEREO_SOURCES:
         case ALC_DEFAULT_FILTER_ORDER:
-            if (!IsDevice(process, device) || process.engine.device.context == nullptr) return badDevice();
+            if (!IsDevice(process, device) || process.engine.device.contexts.First() == nullptr) return badDevice();
             if (size < 1) return badSize();
             return GetContextInteger(process, parameter, data);
         default:
@@ -366,7 +419,7 @@ ALC_API ALCdevice* ALC_APIENTRY alcOpenDevice(const ALCchar*) {
 ALC_API ALCboolean ALC_APIENTRY alcCloseDevice(ALCdevice* device) {
     return Call<ALCboolean>(ALC_FALSE,
                             [&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) -> ALCboolean {
-                                if (IsDevice(process, device) && process.engine.device.context == nullptr)
+                                if (IsDevice(process, device) && process.engine.device.contexts.First() == nullptr)
                                     return ALC_TRUE;
                                 process.FailAlc("Invalid device in alcCloseDevice().", ALC_INVALID_DEVICE);
                                 return ALC_FALSE;
@@ -377,20 +430,18 @@ ALC_API ALCcontext* ALC_APIENTRY alcCreateContext(ALCdevice* device, const ALCin
     const goal::CallFrame frame;
     const goal::CancellationHeldOff heldOff;
     const slib::Lock lifetimeLock(goal::TheProcess().engine.contextLifetimeMutex);
-    return Call<ALCcontext*>(nullptr, [&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) {
-        return Handle(CreateContext(process, device, attributes));
-    });
+    return Handle(CreateContext(goal::TheProcess(), device, attributes));
 }
 
 ALC_API void ALC_APIENTRY alcDestroyContext(ALCcontext* handle) {
     Context* const context = ToContext(handle);
-    if (context == nullptr) return;
+    if (context == nullptr && !goal::IsStandardInForce()) return;
     const goal::CallFrame frame;
     const goal::CancellationHeldOff heldOff;
     const slib::Lock lifetimeLock(goal::TheProcess().engine.contextLifetimeMutex);
     const bool isOurs = Call(false, [&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) {
         if (process.currentContext == context) process.currentContext = nullptr;
-        if (process.engine.device.context == context) return true;
+        if (process.engine.device.contexts.Has(context)) return true;
         // A context that was destroyed already must not be freed twice.
         process.FailAlc("Invalid context in alcDestroyContext().", ALC_INVALID_CONTEXT);
         return false;
@@ -401,21 +452,33 @@ ALC_API void ALC_APIENTRY alcDestroyContext(ALCcontext* handle) {
 ALC_API ALCboolean ALC_APIENTRY alcMakeContextCurrent(ALCcontext* context) {
     return Call<ALCboolean>(ALC_FALSE,
                             [&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) -> ALCboolean {
-                                process.currentContext = ToContext(context);
+                                Context* const wanted = ToContext(context);
+                                if (wanted != nullptr && !process.engine.device.contexts.Has(wanted) &&
+                                    goal::IsStandardInForce()) {
+                                    process.FailAlc("Invalid context in alcMakeContextCurrent().",
+                                                    ALC_INVALID_CONTEXT);
+                                    return ALC_FALSE;
+                                }
+                                process.currentContext = wanted;
+                                goal::SetThreadContext(nullptr);
                                 return ALC_TRUE;
                             });
 }
 
 ALC_API ALCcontext* ALC_APIENTRY alcGetCurrentContext(void) {
     return Call<ALCcontext*>(nullptr, [](Process& process) SLIB_REQUIRES(process.engine.apiMutex) {
-        return Handle(process.currentContext);
+        Context* const own =
+            process.profile.IsOn(GameSwitch::ThreadContexts) ? goal::ThreadContext(process) : nullptr;
+        return Handle(own != nullptr ? own : process.currentContext);
     });
 }
 
 ALC_API ALCdevice* ALC_APIENTRY alcGetContextsDevice(ALCcontext* context) {
     return Call<ALCdevice*>(
         nullptr, [&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) -> ALCdevice* {
-            if (context != nullptr) return Handle(process.engine.device);
+            const bool isKnown =
+                !goal::IsStandardInForce() || process.engine.device.contexts.Has(ToContext(context));
+            if (context != nullptr && isKnown) return Handle(process.engine.device);
             process.FailAlc("Invalid context in alcGetContextsDevice().", ALC_INVALID_CONTEXT);
             return nullptr;
         });
@@ -424,7 +487,10 @@ ALC_API ALCdevice* ALC_APIENTRY alcGetContextsDevice(ALCcontext* context) {
 ALC_API void ALC_APIENTRY alcSuspendContext(ALCcontext* handle) {
     SuspensionCall(handle, true, "Invalid context in alcSuspendContext().",
                    [](Context& context) SLIB_REQUIRES(context.stateMutex) {
-                       if (context.suspendCount == 0) BeginSuspend(context.suspended, context.application);
+                       if (context.suspendCount == 0)
+                           BeginSuspend(context.suspended, context.application);
+                       else if (goal::AllowsStandard())
+                           return;  // where suspensions don't nest
                        ++context.suspendCount;
                    });
 }
@@ -447,7 +513,9 @@ ALC_API ALCenum ALC_APIENTRY alcGetError(ALCdevice*) {
 
 ALC_API ALCboolean ALC_APIENTRY alcIsExtensionPresent(ALCdevice*, const ALCchar* name) {
     return Call<ALCboolean>(ALC_FALSE, [&](Process& process) -> ALCboolean {
-        if (name != nullptr) return goal::AlcExtensions().contains(name) ? ALC_TRUE : ALC_FALSE;
+        if (name != nullptr)
+            return goal::AlcExtensions(goal::AllowsThreadContexts(process, name)).contains(name) ? ALC_TRUE
+                                                                                                : ALC_FALSE;
         process.FailAlc("Invalid extension name in alcIsExtensionPresent()", ALC_INVALID_VALUE);
         return ALC_FALSE;
     });
@@ -460,6 +528,9 @@ ALC_API void* ALC_APIENTRY alcGetProcAddress(ALCdevice*, const ALCchar* name) {
             return nullptr;
         }
         if (const auto* row = goal::Find(goal::AlcProcs(), name)) return row->entry;
+        if (const auto* row = goal::Find(goal::ThreadContextProcs(), name))
+            if (goal::AllowsThreadContexts(process, name)) return row->entry;
+        if (process.profile.Allows(GameSwitch::QuietLookups)) return nullptr;
         process.FailAlc("Unsupported function '" + std::string(name) + "' could not be found.",
                         ALC_INVALID_VALUE);
         return nullptr;
@@ -469,7 +540,8 @@ ALC_API void* ALC_APIENTRY alcGetProcAddress(ALCdevice*, const ALCchar* name) {
 ALC_API ALCenum ALC_APIENTRY alcGetEnumValue(ALCdevice*, const ALCchar* name) {
     if (name != nullptr)
         if (const auto* row = goal::Find(goal::AlcEnums(), name)) return row->value;
-    goal::TheProcess().alcError.Record(ALC_INVALID_ENUM);
+    const bool isQuiet = name != nullptr && goal::TheProcess().profile.Allows(GameSwitch::QuietLookups);
+    if (!isQuiet) goal::TheProcess().alcError.Record(ALC_INVALID_ENUM);
     return 0;
 }
 

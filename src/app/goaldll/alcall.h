@@ -38,6 +38,7 @@ Result AlCallFor(Result failure, const Work& work) noexcept {
     }
     process.engine.retired.Empty();
     const ApiLock lock(process);
+    process.TakeProfile();
     try {
         return std::invoke(work, process);  // clang takes `work` for the argument of its own annotation
     } catch (const std::exception& exception) {
@@ -50,7 +51,7 @@ Result AlCallFor(Result failure, const Work& work) noexcept {
 template <typename Work>
 void AlCall(const Work& work) noexcept {
     AlCallFor(false, [&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) {
-        if (const int code = std::invoke(work, process); code != AL_NO_ERROR) process.alError.Record(code);
+        if (const int code = std::invoke(work, process); code != AL_NO_ERROR) process.AlErrors().Record(code);
         return true;
     });
 }

@@ -1,6 +1,9 @@
 // The al* calls on effect objects. An effect does nothing by itself: it reaches a slot by copy (see
 // alslot.cpp). Effects are never suspended, so a change acts at once.
 
+#include <array>
+#include <cstdint>
+
 #include "AL/al.h"
 #include "AL/efx.h"
 #include "app/goaldll/efxcall.h"
@@ -26,6 +29,15 @@ int Answer(bool isTaken) {
     return isTaken ? AL_NO_ERROR : AL_INVALID_ENUM;
 }
 
+// The same of a value to set: of a parameter that `get` reads, it is out of range.
+template <typename T>
+int AnswerToSet(bool isTaken, const EffectParametersPtr& parameters, ALenum parameter,
+                bool (EffectProcessorParameters::*get)(std::int32_t, T*) const) {
+    std::array<T, 8> values{};  // beyond any vector of a parameter
+    if (isTaken || !parameters || !(parameters.Get()->*get)(parameter, values.data())) return Answer(isTaken);
+    return CodeOf(Fault::ParameterOutOfRange);
+}
+
 int ChangeType(EffectParametersPtr& parameters, ALint type) {
     if (goal::fx::SetEffectType(parameters, type)) return AL_NO_ERROR;
     NoteEffectType(TheProcess(), type);
@@ -42,6 +54,7 @@ int ReadType(const EffectParametersPtr& parameters, ALint* value) {
 
 using goal::Access;
 using goal::EffectParametersPtr;
+using goal::EffectProcessorParameters;
 
 AL_API void AL_APIENTRY alGenEffects(ALsizei n, ALuint* effects) {
     goal::GenCall(goal::Effects, n, effects, Access::WriteAll, n >= 0 && effects != nullptr,
@@ -62,7 +75,8 @@ AL_API ALboolean AL_APIENTRY alIsEffect(ALuint effect) {
 AL_API void AL_APIENTRY alEffecti(ALuint effect, ALenum parameter, ALint value) {
     goal::EffectCall(effect, Access::WriteAll, true, [&](EffectParametersPtr& parameters) -> int {
         if (parameter == AL_EFFECT_TYPE) return goal::ChangeType(parameters, value);
-        return goal::Answer(parameters && parameters->setParameteri(parameter, value));
+        return goal::AnswerToSet(parameters && parameters->setParameteri(parameter, value), parameters,
+                                 parameter, &EffectProcessorParameters::getParameteri);
     });
 }
 
@@ -71,19 +85,22 @@ AL_API void AL_APIENTRY alEffectiv(ALuint effect, ALenum parameter, const ALint*
     goal::EffectCall(effect, Access::WriteAll, true, [&](EffectParametersPtr& parameters) -> int {
         if (parameter == AL_EFFECT_TYPE)
             return values != nullptr ? goal::ChangeType(parameters, values[0]) : AL_INVALID_VALUE;
-        return goal::Answer(parameters && parameters->setParameteriv(parameter, values));
+        return goal::AnswerToSet(parameters && parameters->setParameteriv(parameter, values), parameters,
+                                 parameter, &EffectProcessorParameters::getParameteriv);
     });
 }
 
 AL_API void AL_APIENTRY alEffectf(ALuint effect, ALenum parameter, ALfloat value) {
     goal::EffectCall(effect, Access::WriteAll, true, [&](EffectParametersPtr& parameters) -> int {
-        return goal::Answer(parameters && parameters->setParameterf(parameter, value));
+        return goal::AnswerToSet(parameters && parameters->setParameterf(parameter, value), parameters,
+                                 parameter, &EffectProcessorParameters::getParameterf);
     });
 }
 
 AL_API void AL_APIENTRY alEffectfv(ALuint effect, ALenum parameter, const ALfloat* values) {
     goal::EffectCall(effect, Access::WriteAll, true, [&](EffectParametersPtr& parameters) -> int {
-        return goal::Answer(parameters && parameters->setParameterfv(parameter, values));
+        return goal::AnswerToSet(parameters && parameters->setParameterfv(parameter, values), parameters,
+                                 parameter, &EffectProcessorParameters::getParameterfv);
     });
 }
 

@@ -50,7 +50,7 @@ const GainRow* FindGain(const Filter& filter, ALenum parameter) {
 
 // The code for a parameter that the type doesn't have.
 int UnknownParameter(const Filter& filter) {
-    return filter.type == FilterType::BandPass ? AL_INVALID_ENUM : AL_INVALID_VALUE;
+    return filter.type == FilterType::BandPass ? AL_INVALID_ENUM : CodeOf(Fault::UnknownParameterOfFilter);
 }
 
 int ChangeType(Filter& filter, ALint type) {
@@ -69,7 +69,7 @@ int ChangeType(Filter& filter, ALfloat type) {
 }
 
 int SetInteger(Filter& filter, ALenum parameter, ALint value) {
-    return parameter == AL_FILTER_TYPE ? ChangeType(filter, value) : AL_INVALID_VALUE;
+    return parameter == AL_FILTER_TYPE ? ChangeType(filter, value) : CodeOf(Fault::UnknownParameterOfFilter);
 }
 
 int SetFloat(Filter& filter, ALenum parameter, ALfloat value) {
@@ -94,6 +94,7 @@ int ReadFloat(const Filter& filter, ALenum parameter, ALfloat* value) {
         *value = static_cast<ALfloat>(filter.type);
         return AL_NO_ERROR;
     }
+    if (filter.type == FilterType::None && AllowsStandard()) return AL_INVALID_ENUM;
     if (filter.type == FilterType::None) slib::ThrowUnreachable("goaldll/efx_interface", __LINE__);
     const GainRow* const row = FindGain(filter, parameter);
     if (row == nullptr) return UnknownParameter(filter);

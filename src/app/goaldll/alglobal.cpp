@@ -10,6 +10,7 @@
 #include "app/goaldll/extensions.h"
 #include "app/goaldll/missingeffects.h"
 #include "app/goaldll/numbers.h"
+#include "app/goaldll/standarderrors.h"
 #include "goal/version.h"
 
 namespace {
@@ -63,9 +64,9 @@ void GetState(ALenum parameter, T* value, const Convert& convert) {
     });
 }
 
-void SetGlobalValue(float GlobalParameters::*field, float value) {
+void SetGlobalValue(float GlobalParameters::*field, float value, bool mayBeZero = true) {
     goal::StateCall(Access::Write, true, [&](SuspendedState& state) -> int {
-        if (!(value >= 0)) return AL_INVALID_VALUE;
+        if (!(value >= 0) || (value == 0 && !mayBeZero)) return AL_INVALID_VALUE;
         state.*field = value;
         return AL_NO_ERROR;
     });
@@ -124,13 +125,13 @@ AL_API ALboolean AL_APIENTRY alIsEnabled(ALenum) {
 
 AL_API ALenum AL_APIENTRY alGetError(void) {
     if (goal::CallFrame::IsRefused()) return goal::TheProcess().alError.Take();
-    return goal::AlCallFor<ALenum>(AL_NO_ERROR, [](Process& process) { return process.alError.Take(); });
+    return goal::AlCallFor<ALenum>(AL_NO_ERROR, [](Process& process) { return process.AlErrors().Take(); });
 }
 
 AL_API const ALchar* AL_APIENTRY alGetString(ALenum parameter) {
     return goal::AlCallFor<const ALchar*>(nullptr, [&](Process& process) {
         const char* const text = FindText(parameter);
-        if (text == nullptr) process.alError.Record(AL_INVALID_ENUM);
+        if (text == nullptr) process.AlErrors().Record(AL_INVALID_ENUM);
         return text;
     });
 }
@@ -184,7 +185,7 @@ AL_API void AL_APIENTRY alDopplerVelocity(ALfloat value) {
 }
 
 AL_API void AL_APIENTRY alSpeedOfSound(ALfloat value) {
-    SetGlobalValue(&GlobalParameters::speedOfSound, value);
+    SetGlobalValue(&GlobalParameters::speedOfSound, value, !goal::IsStandardInForce());
 }
 
 AL_API void AL_APIENTRY alDistanceModel(ALenum model) {
@@ -200,7 +201,7 @@ AL_API void AL_APIENTRY alDistanceModel(ALenum model) {
 AL_API ALboolean AL_APIENTRY alIsExtensionPresent(const ALchar* name) {
     return goal::AlCallFor<ALboolean>(AL_FALSE, [&](Process& process) -> ALboolean {
         if (name != nullptr) return goal::AlExtensions().contains(name) ? AL_TRUE : AL_FALSE;
-        process.alError.Record(AL_INVALID_VALUE);
+        process.AlErrors().Record(AL_INVALID_VALUE);
         return AL_FALSE;
     });
 }
@@ -208,7 +209,7 @@ AL_API ALboolean AL_APIENTRY alIsExtensionPresent(const ALchar* name) {
 AL_API void* AL_APIENTRY alGetProcAddress(const ALchar* name) {
     return goal::AlCallFor<void*>(nullptr, [&](Process& process) -> void* {
         if (name == nullptr) {
-            process.alError.Record(AL_INVALID_VALUE);
+            process.AlErrors().Record(AL_INVALID_VALUE);
             return nullptr;
         }
         if (const goal::ProcRow* const row = goal::Find(goal::AlProcs(), name)) return row->entry;
@@ -223,8 +224,9 @@ AL_API ALenum AL_APIENTRY alGetEnumValue(const ALchar* name) {
         if (name != nullptr) {
             if (const goal::EnumRow* const row = goal::Find(goal::AlEnums(), name)) return row->value;
             goal::NoteEffectName(process, name);
+            if (process.profile.Allows(goal::GameSwitch::QuietLookups)) return 0;
         }
-        process.alError.Record(AL_INVALID_VALUE);
+        process.AlErrors().Record(AL_INVALID_VALUE);
         return 0;
     });
 }

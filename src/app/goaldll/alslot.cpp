@@ -31,6 +31,10 @@ Slot NewSlot(Context& context, std::uint32_t place, const Slot* before) {
     return slot;
 }
 
+bool IsList(ALsizei n, const ALuint* names) {
+    return ArePresent(names) && (n >= 0 || !AllowsStandard());
+}
+
 void RemoveSlot(Slot& slot) {
     slot.effect = EffectParametersPtr();
     slot.dirty = true;
@@ -81,7 +85,10 @@ bool Build(ComingEffect& coming) noexcept {
         coming.Build();
         return true;
     } catch (const std::exception& exception) {
-        TheProcess().FailAl(exception.what(), AL_INVALID_OPERATION);
+        AlCall([&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) -> int {
+            process.FailAl(exception.what(), AL_INVALID_OPERATION);
+            return AL_NO_ERROR;
+        });
         return false;
     }
 }
@@ -168,13 +175,14 @@ void GetFloat(ALuint name, ALenum parameter, ALfloat* value) noexcept {
 
 using goal::Access;
 
-// A negative count is taken for 0 in these two, other than in their sisters for effects and filters.
+// A negative count is taken for 0 in these two, other than in their sisters for effects and filters and in the
+// standard.
 AL_API void AL_APIENTRY alGenAuxiliaryEffectSlots(ALsizei n, ALuint* slots) {
-    goal::GenCall(goal::Slots, n, slots, Access::Write, goal::ArePresent(slots), goal::NewSlot);
+    goal::GenCall(goal::Slots, n, slots, Access::Write, goal::IsList(n, slots), goal::NewSlot);
 }
 
 AL_API void AL_APIENTRY alDeleteAuxiliaryEffectSlots(ALsizei n, const ALuint* slots) {
-    goal::DeleteCall(goal::Slots, n, slots, Access::Write, goal::ArePresent(slots), goal::RemoveSlot);
+    goal::DeleteCall(goal::Slots, n, slots, Access::Write, goal::IsList(n, slots), goal::RemoveSlot);
 }
 
 AL_API ALboolean AL_APIENTRY alIsAuxiliaryEffectSlot(ALuint slot) {

@@ -8,6 +8,7 @@
 #include "app/goaldll/alcall.h"
 #include "app/goaldll/sourceplay.h"
 #include "app/goaldll/sourceproperties.h"
+#include "app/goaldll/standarderrors.h"
 
 namespace {
 
@@ -80,7 +81,8 @@ void GetThree(ALuint name, ALenum parameter, T* x, T* y, T* z) {
 void ChangeAll(ALsizei count, const ALuint* names, void (*change)(const SourceAccess& source),
                void (SourceAccess::*prepare)() const = &SourceAccess::Mark) {
     const auto work = [&](Process& process, Context& context) -> int {
-        if (count < 0 || count > goal::longestList) return AL_INVALID_OPERATION;
+        if (count < 0) return goal::CodeOf(goal::Fault::NegativeCountOfSources);
+        if (count > goal::longestList) return AL_INVALID_OPERATION;
         const std::span<const ALuint> list = ListOf(names, count);
         if (!AreLive(TargetState(context), list)) return AL_INVALID_NAME;
         for (const ALuint name : list)
@@ -101,7 +103,7 @@ AL_API void AL_APIENTRY alGenSources(ALsizei n, ALuint* names) {
             for (ALuint& name : ListOf(names, n))
                 name = TakeName(context);
         } catch (const std::exception& exception) {
-            process.FailAl(exception.what(), AL_INVALID_VALUE);
+            process.FailAl(exception.what(), goal::CodeOf(goal::Fault::NoMemoryForNames));
         }
         return AL_NO_ERROR;
     });
@@ -111,7 +113,7 @@ AL_API void AL_APIENTRY alDeleteSources(ALsizei n, const ALuint* names) {
     const bool isList = goal::ArePresent(names) && n >= 0 && n <= goal::longestList;
     goal::StateCall(Access::Write, isList, [&](SuspendedState& state) -> int {
         const std::span<const ALuint> list = ListOf(names, n);
-        if (!AreLive(state, list)) return AL_INVALID_VALUE;
+        if (!AreLive(state, list)) return goal::CodeOf(goal::Fault::UnknownSourceToDelete);
         for (const ALuint name : list)
             state.touched.Insert(name - 1);
         for (const ALuint name : list)

@@ -13,6 +13,7 @@
 
 #include "AL/al.h"
 #include "app/goaldll/alcall.h"
+#include "app/goaldll/standarderrors.h"
 
 namespace goal {
 
@@ -42,7 +43,7 @@ void GenCall(const TableOf& tableOf, ALsizei n, ALuint* names, Access access, bo
                     table.Take(makeFresh(context, place, place < table.size ? &table[place] : nullptr)) + 1;
             }
         } catch (const std::exception& exception) {
-            process.FailAl(exception.what(), AL_INVALID_VALUE);
+            process.FailAl(exception.what(), CodeOf(Fault::NoMemoryForNames));
         }
         return AL_NO_ERROR;
     });
@@ -57,7 +58,7 @@ void DeleteCall(const TableOf& tableOf, ALsizei n, const ALuint* names, Access a
         if (n > longestList) return AL_INVALID_VALUE;
         const std::span<const ALuint> list(names, n > 0 ? static_cast<std::size_t>(n) : 0);
         for (const ALuint name : list)
-            if (!IsLive(table, name)) return AL_INVALID_VALUE;
+            if (!IsLive(table, name)) return CodeOf(Fault::UnknownEfxObjectToDelete);
         for (const ALuint name : list) {
             remove(table[name - 1]);
             table.Delete(name - 1);

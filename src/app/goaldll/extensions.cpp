@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include "app/goaldll/nametable.h"
+#include "app/goaldll/threadcontexts.h"
 
 namespace goal {
 namespace {
@@ -18,6 +19,13 @@ constexpr std::string_view alNames[] = {
 constexpr std::string_view alcNames[] = {
     "ALC_ENUMERATE_ALL_EXT",        "ALC_ENUMERATION_EXT", "ALC_EXT_CAPTURE",       "ALC_EXT_DEDICATED",
     "ALC_EXT_DEFAULT_FILTER_ORDER", "ALC_EXT_EFX",         "ALC_EXT_STATIC_BUFFER",
+};
+
+constexpr std::string_view alcNamesWithThreadContexts[] = {
+    "ALC_ENUMERATE_ALL_EXT", "ALC_ENUMERATION_EXT",
+    "ALC_EXT_CAPTURE",       "ALC_EXT_DEDICATED",
+    "ALC_EXT_DEFAULT_FILTER_ORDER", "ALC_EXT_EFX",
+    "ALC_EXT_STATIC_BUFFER", threadContextsName,
 };
 
 // The characters of all names, each with one more for the blank or the NUL after it.
@@ -44,9 +52,11 @@ constexpr std::array<char, size> Join(std::span<const std::string_view> names) {
 // Joined by the compiler, so that the texts outlive every static object of the process.
 constexpr auto alText = Join<TextSize(alNames)>(alNames);
 constexpr auto alcText = Join<TextSize(alcNames)>(alcNames);
+constexpr auto alcTextWithThreadContexts = Join<TextSize(alcNamesWithThreadContexts)>(alcNamesWithThreadContexts);
 
 constexpr ExtensionList alExtensions{alNames, alText.data()};
 constexpr ExtensionList alcExtensions{alcNames, alcText.data()};
+constexpr ExtensionList alcExtensionsWithThreadContexts{alcNamesWithThreadContexts, alcTextWithThreadContexts.data()};
 
 }  // namespace
 
@@ -58,8 +68,8 @@ const ExtensionList& AlExtensions() {
     return alExtensions;
 }
 
-const ExtensionList& AlcExtensions() {
-    return alcExtensions;
+const ExtensionList& AlcExtensions(bool withThreadContexts) {
+    return withThreadContexts ? alcExtensionsWithThreadContexts : alcExtensions;
 }
 
 }  // namespace goal

@@ -20,7 +20,7 @@ struct ExtensionList {
 /// The text of AL_EXTENSIONS: 14 names.
 const ExtensionList& AlExtensions();
 
-/// The text of ALC_EXTENSIONS: 7 names.
-const ExtensionList& AlcExtensions();
+/// The text of ALC_EXTENSIONS: 7 names, and an eighth where each thread may have a context of its own.
+const ExtensionList& AlcExtensions(bool withThreadContexts);
 
 }  // namespace goal

@@ -59,7 +59,24 @@ public:
 
 const Loaded loaded;
 
+// What alcSetThreadContext was given. A context that is gone is known by its number, whatever took its place.
+struct OwnContext {
+    Context* context = nullptr;
+    std::uint64_t number = 0;
+};
+thread_local OwnContext ofThisThread;
+
 }  // namespace
+
+Context* ThreadContext(const Process& process) {
+    Context* const context = ofThisThread.context;
+    if (context == nullptr || !process.engine.device.contexts.Has(context)) return nullptr;
+    return context->number == ofThisThread.number ? context : nullptr;
+}
+
+void SetThreadContext(Context* context) noexcept {
+    ofThisThread = {context, context != nullptr ? context->number : 0};
+}
 
 Process& TheProcess() {
     static slib::NoDestroy<Process> process;
@@ -94,8 +111,14 @@ void Process::FailAlc(std::string_view text, int code) noexcept {
     LogCallFailure("Game ALC call failed: ", text, false);
 }
 
+ErrorSlot& Process::AlErrors() noexcept {
+    if (!profile.IsOn(GameSwitch::SeveralContexts) && !profile.IsOn(GameSwitch::ThreadContexts)) return alError;
+    const std::size_t place = engine.device.contexts.PlaceOf(CurrentContext(*this));
+    return place < contextErrors.size() ? contextErrors[place] : alError;
+}
+
 void Process::FailAl(std::string_view text, int code) noexcept {
-    alError.Record(code);
+    AlErrors().Record(code);
     LogCallFailure("Game AL call failed: ", text, false);
 }
 
@@ -103,24 +126,29 @@ void DestroyContext(Process& process, Context* context) {
     if (context == nullptr) return;
     context->End();
     const ApiLock apiLock(process);
-    process.engine.device.context = nullptr;
+    Device& device = process.engine.device;
+    device.contexts.Remove(context);
     // A game's thread may have made it current again meanwhile.
     if (process.currentContext == context) process.currentContext = nullptr;
+    const std::size_t place = context->place;
     delete context;
-    // No renderer reads the memory of static buffers any more.
-    process.engine.device.bufferPool.MarkUsage();
+    device.bufferPool.EndReading(place);
     process.engine.retired.Empty();
-    process.ending.Cancel();
+    if (device.contexts.First() == nullptr) process.ending.Cancel();
+}
+
+// Returns a context that is still there.
+Context* Process::BeginShutDown() {
+    const slib::Lock lock(engine.apiMutex);
+    isUnloading = true;
+    currentContext = nullptr;
+    return engine.device.contexts.First();
 }
 
 void Process::ShutDown() {
     const slib::Lock lifetimeLock(engine.contextLifetimeMutex);
-    slib::Lock apiLock(engine.apiMutex);
-    isUnloading = true;
-    Context* const context = engine.device.context;
-    currentContext = nullptr;
-    apiLock.Release();
-    DestroyContext(*this, context);
+    while (Context* const context = BeginShutDown())
+        DestroyContext(*this, context);
 
     {
         const slib::Lock secondApiLock(engine.apiMutex);
@@ -135,7 +163,7 @@ void Process::ShutDown() {
 
 // The two mutexes may have had waiting threads, or one that had just taken it.
 void Process::ContinueInChild() noexcept SLIB_UNCHECKED_LOCKS {
-    if (callsUnderWay != 0 || engine.device.context != nullptr || slib::Mutex::AreGivenUp())
+    if (callsUnderWay != 0 || engine.device.contexts.First() != nullptr || slib::Mutex::AreGivenUp())
         return slib::Mutex::GiveUpAll();
     try {
         std::construct_at(&engine.contextLifetimeMutex);

@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <memory>
 #include <utility>
+
+#include "app/goaldll/standarderrors.h"
 
 namespace goal {
 namespace {
@@ -19,6 +22,19 @@ Buffer* FindBuffer(const SourceAccess& source, ALuint name) SLIB_UNCHECKED_LOCKS
     return pool.IsValid(name) ? pool.slots[name - 1].buffer : nullptr;
 }
 
+// FindBuffer, where the standard lets a source have a buffer that was given no data: it gets none now, of the kind of
+// `like`, or of any.
+Buffer* FindOrFill(const SourceAccess& source, ALuint name, const Buffer* like) SLIB_UNCHECKED_LOCKS {
+    constexpr float anyFrequency = 44100;  // Hz
+    BufferPool& pool = source.engine.device.bufferPool;
+    if (!pool.IsValid(name)) return nullptr;
+    if (pool.slots[name - 1].buffer == nullptr && AllowsStandard())
+        pool.Replace(std::make_unique<Buffer>(name, like != nullptr ? like->formatId : AL_FORMAT_MONO16,
+                                              like != nullptr ? like->frequency : anyFrequency, nullptr, 0, true),
+                     nullptr);
+    return pool.slots[name - 1].buffer;
+}
+
 bool IsSameKind(const Buffer& a, const Buffer& b) {
     return a.formatId == b.formatId && a.frequency == b.frequency;
 }
@@ -27,13 +43,22 @@ bool IsUnderWay(SourceState state) {
     return state == SourceState::Playing || state == SourceState::Paused;
 }
 
+// The standard takes what AL_BUFFERS_PROCESSED says, and nothing else.
+std::uint32_t MostToUnqueue(const Source& seen, bool isLooping) {
+    if (seen.state == SourceState::Stopped) return seen.queue.size;
+    const bool isStandard = IsStandardInForce();
+    if (!IsUnderWay(seen.state)) return isStandard ? 0 : seen.queue.size;
+    return isStandard && isLooping ? 0 : std::min(seen.queueIndex, seen.queue.size);
+}
+
 }  // namespace
 
 void Play(const SourceAccess& source) {
-    if (source.PlayState().queue.size == 0) return;
+    const bool isEmpty = source.PlayState().queue.size == 0;
+    if (isEmpty && !AllowsStandard()) return;
     Source& target = source.ChangePlayState();
     if (target.state == SourceState::Playing) GoToStart(target);
-    target.state = SourceState::Playing;
+    target.state = isEmpty ? SourceState::Stopped : SourceState::Playing;
 }
 
 void Stop(const SourceAccess& source) {
@@ -55,10 +80,10 @@ void Pause(const SourceAccess& source) {
 }
 
 int SetBuffer(const SourceAccess& source, ALuint name) {
-    if (IsUnderWay(source.PlayState().state)) return AL_INVALID_VALUE;
+    if (IsUnderWay(source.PlayState().state)) return CodeOf(Fault::BufferOfMovingSource);
     BufferQueue queue;
     if (name != 0) {
-        Buffer* const buffer = FindBuffer(source, name);
+        Buffer* const buffer = FindOrFill(source, name, nullptr);
         if (buffer == nullptr) return AL_INVALID_VALUE;
         queue.append(buffer);
     }
@@ -78,10 +103,11 @@ int QueueBuffers(const SourceAccess& source, std::span<const ALuint> names) {
     const Source& seen = source.PlayState();
     if (seen.sourceType == SourceType::Static) return AL_INVALID_OPERATION;
     if (names.empty()) return AL_NO_ERROR;
-    const Buffer* kind = seen.queue.size > 0 ? seen.queue[0] : FindBuffer(source, names[0]);
+    const Buffer* kind = seen.queue.size > 0 ? seen.queue[0] : FindOrFill(source, names[0], nullptr);
     for (const ALuint name : names) {
-        const Buffer* const buffer = FindBuffer(source, name);
-        if (buffer == nullptr || !IsSameKind(*kind, *buffer)) return AL_INVALID_NAME;
+        const Buffer* const buffer = FindOrFill(source, name, kind);
+        if (buffer == nullptr) return AL_INVALID_NAME;
+        if (!IsSameKind(*kind, *buffer)) return CodeOf(Fault::BuffersOfOtherKind);
     }
     source.PrepareFor(kind->channels, seen.sends.size);
     BufferQueue queue = seen.queue;
@@ -98,8 +124,7 @@ int UnqueueBuffers(const SourceAccess& source, std::span<ALuint> names) {
     Source& seen = source.PlayState();
     if (seen.sourceType == SourceType::Static) return AL_INVALID_OPERATION;
     if (names.empty()) return AL_NO_ERROR;
-    const std::uint32_t played = std::min(seen.queueIndex, seen.queue.size);
-    if (names.size() > (IsUnderWay(seen.state) ? played : seen.queue.size)) return AL_INVALID_OPERATION;
+    if (names.size() > MostToUnqueue(seen, source.Target().looping)) return CodeOf(Fault::TooManyToUnqueue);
 
     const auto count = static_cast<std::uint32_t>(names.size());
     BufferQueue queue = seen.queue;

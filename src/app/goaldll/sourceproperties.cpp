@@ -12,6 +12,7 @@
 #include "app/goaldll/numbers.h"
 #include "app/goaldll/sourceoffset.h"
 #include "app/goaldll/sourceplay.h"
+#include "app/goaldll/standarderrors.h"
 
 namespace goal {
 namespace {
@@ -178,6 +179,7 @@ int SetStereoAngles(const SourceAccess& source, const float* values) {
 
 // Beyond any number of sends that a game could use, and few enough that the memory for them is there.
 constexpr ALint sendLimit = 65536;
+constexpr ALint standardSends = 4;  // as ALC_MAX_AUXILIARY_SENDS says
 
 // A copy of the live filter of that name; 0 for none at all.
 bool CopyFilter(const SourceAccess& source, ALuint name, FilterParameters& filter) {
@@ -208,6 +210,8 @@ std::uint32_t SerialOf(const SuspendedState& state, ALuint slotName) {
 int SetSend(const SourceAccess& source, ALuint slotName, ALint index, ALuint filterName) {
     SourceBaseParameters::AuxSend send{slotName, filterName, {}, SerialOf(source.state, slotName)};
     if (index < 0 || !CopyFilter(source, filterName, send.filter)) return AL_INVALID_VALUE;
+    const bool isOfStandard = index < standardSends && (slotName == 0 || IsLive(source.state.slots, slotName));
+    if (!isOfStandard && IsStandardInForce()) return AL_INVALID_VALUE;
     if (index >= sendLimit) throw slib::OutOfMemoryException();
     const auto place = static_cast<std::uint32_t>(index);
     const BufferQueue& queue = source.PlayState().queue;

@@ -73,7 +73,11 @@ Buffer::~Buffer() {
 }
 
 bool InUse(const Buffer& buffer) {
-    return buffer.useCount.load() != 0 || (!buffer.ownsData && buffer.renderUseCount != 0);
+    return buffer.useCount.load() != 0 || (!buffer.ownsData && buffer.renderers != 0);
+}
+
+void LetGo(Buffer* buffer) noexcept {
+    if (buffer != nullptr && buffer->holders.fetch_sub(1) == 1) delete buffer;
 }
 
 std::uint64_t FramesToBytes(const Buffer& buffer, std::uint64_t frames) {

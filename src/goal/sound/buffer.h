@@ -24,9 +24,11 @@ public:
 
     /// Places in the sources' queues of the application's states that refer to this buffer.
     std::atomic<std::int32_t> useCount{0};
-    /// `useCount` as it was when the server last took its snapshot, where the data is the application's.
-    /// Guarded by the API mutex.
-    std::int32_t renderUseCount = 0;
+    /// The renderers that may read the data, as of their last snapshots, where it is the application's: a bit for
+    /// each place of a context. Guarded by the API mutex.
+    std::uint32_t renderers = 0;
+    /// Records that free the buffer when the last one of them goes, once it has no name any more.
+    std::atomic<std::uint32_t> holders{1};
 
     const std::uint32_t frames;  ///< samples per channel
     const std::uint32_t channels;
@@ -52,6 +54,9 @@ private:
 /// or the render thread may still read memory that belongs to the application. Takes the API mutex to be
 /// held.
 bool InUse(const Buffer& buffer);
+
+/// For one of the holders of a buffer without a name: frees it when that was the last. Any thread.
+void LetGo(Buffer* buffer) noexcept;
 
 /// The byte offset that is reported for a position in frames. For IMA4 the offset within one endless block.
 std::uint64_t FramesToBytes(const Buffer& buffer, std::uint64_t frames);

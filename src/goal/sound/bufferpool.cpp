@@ -67,12 +67,17 @@ void BufferPool::Delete(std::span<const std::uint32_t> names, BufferList* delete
     }
 }
 
-void BufferPool::MarkUsage() {
+void BufferPool::MarkUsage(std::size_t reader) {
+    EndReading(reader);
     hasBorrowed = false;
     borrowed.ForEach([&](std::uint32_t i) {
-        slots[i].buffer->renderUseCount = slots[i].buffer->useCount.load();
+        if (slots[i].buffer->useCount.load() != 0) slots[i].buffer->renderers |= std::uint32_t{1} << reader;
         hasBorrowed = true;
     });
+}
+
+void BufferPool::EndReading(std::size_t reader) {
+    borrowed.ForEach([&](std::uint32_t i) { slots[i].buffer->renderers &= ~(std::uint32_t{1} << reader); });
 }
 
 }  // namespace goal

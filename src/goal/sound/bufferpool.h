@@ -50,9 +50,16 @@ public:
     /// those of Replace go. Throws slib::OutOfMemoryException and then changes nothing.
     void Delete(std::span<const std::uint32_t> names, BufferList* deletedBuffers);
 
-    /// Notes for every buffer of borrowed data how often the application's queues refer to it, as the coming
-    /// snapshot will see it. Nobody asks that of the others, whose data lasts as long as it has to.
-    void MarkUsage();
+    /// How many renderers may read buffers at once.
+    static constexpr std::size_t mostReaders = 32;
+
+    /// Notes for every buffer of borrowed data whether the coming snapshot of the renderer in the place `reader` may
+    /// refer to it: whether any queue of the application does. Nobody asks that of the others, whose data lasts as
+    /// long as it has to.
+    void MarkUsage(std::size_t reader = 0);
+
+    /// Notes that there is no renderer in that place any more.
+    void EndReading(std::size_t reader);
 
     /// True when any buffer that was there at the last MarkUsage has borrowed data.
     bool HasBorrowed() const { return hasBorrowed; }

@@ -279,8 +279,8 @@ void SourceRendererState::Prepare(const ConverterCursor* converterStart, std::ui
 }
 
 DeletedBuffers::~DeletedBuffers() {
-    for (const Buffer* buffer : buffers)
-        delete buffer;
+    for (Buffer* buffer : buffers)
+        LetGo(buffer);
 }
 
 void CopyPlayState(Source& target, const Source& source) {

@@ -246,7 +246,7 @@ struct RenderedSlot {
 struct DeletedBuffers : slib::Retired {
     ~DeletedBuffers() override;
 
-    hcml::GenericVector<Buffer*, 1> buffers;  ///< owned
+    hcml::GenericVector<Buffer*, 1> buffers;  ///< that this holds (Buffer::holders); null for none
     std::uint32_t blocksToHold = 0;           ///< in which a voice may still read them
     std::unique_ptr<DeletedBuffers> next;     ///< of those that are held
 };

@@ -28,7 +28,39 @@ SharedConfiguration::SharedConfiguration(slib::Log* log, Autoselect autoselect)
 
 void SharedConfiguration::LoadConfiguration() {
     if (!ReadDocument()) autoselect.atLast(configuration.goalConfig, log);
+    TakeOverrides();
     isConfigurationLoaded = true;
+}
+
+void SharedConfiguration::Override(std::vector<SettingOverride> settings) {
+    Configuration tried;
+    for (const SettingOverride& row : settings)
+        TakeSetting(*row.setting, row.value, tried);
+    if (isConfigurationLoaded || areDefaultsTaken) configuration = AsStored();
+    overrides = std::move(settings);
+    if (isConfigurationLoaded || areDefaultsTaken) TakeOverrides();
+}
+
+Configuration SharedConfiguration::InForce(Configuration stored) const {
+    for (const SettingOverride& row : overrides)
+        TakeSetting(*row.setting, row.value, stored);
+    return stored;
+}
+
+// Of a configuration as it is stored.
+void SharedConfiguration::TakeOverrides() {
+    overridden.clear();
+    overridden.reserve(overrides.size());
+    for (const SettingOverride& row : overrides)
+        overridden.push_back(SettingText(*row.setting, configuration));
+    configuration = InForce(std::move(configuration));
+}
+
+Configuration SharedConfiguration::AsStored() const {
+    Configuration stored = configuration;
+    for (std::size_t i = 0; i < overridden.size(); ++i)
+        TakeSetting(*overrides[i].setting, overridden[i], stored);
+    return stored;
 }
 
 Configuration SharedConfiguration::ReadForStart() {
@@ -36,6 +68,7 @@ Configuration SharedConfiguration::ReadForStart() {
     if (!isConfigurationLoaded) {
         isChoiceOpen = !ReadDocument();
         if (isChoiceOpen) autoselect.atFirst(configuration.goalConfig);
+        TakeOverrides();
         isConfigurationLoaded = true;
     }
     return configuration;
@@ -50,7 +83,7 @@ void SharedConfiguration::CompleteChoice() {
     GoalConfig chosen;
     {
         const slib::Lock lock(configurationMutex);
-        chosen.sound = configuration.goalConfig.sound;
+        chosen.sound = AsStored().goalConfig.sound;
     }
     autoselect.atLast(chosen, log);
     const slib::Lock lock(configurationMutex);
@@ -58,9 +91,10 @@ void SharedConfiguration::CompleteChoice() {
     if (!std::exchange(isChoiceOpen, false) || isRestartRequested || HasReadableDocument()) return;
     const Configuration before = configuration;
     configuration.goalConfig = chosen;
+    TakeOverrides();
     if (isStored) StoreInForce();
     if (configuration == before) return;
-    pendingConfiguration = configuration;
+    pendingConfiguration = AsStored();
     configuration = before;
     isRestartRequested = true;
 }
@@ -105,7 +139,7 @@ void SharedConfiguration::StoreConfiguration(const Configuration& newConfigurati
 
 void SharedConfiguration::StoreInForce() {
     if (!mayStore) return;
-    const std::string text = configuration.CreateNode()->ToString(slib::SXMLNode::Style::Compact);
+    const std::string text = AsStored().CreateNode()->ToString(slib::SXMLNode::Style::Compact);
     bool isKept = false;
     const ConfigStore store(storeRoot, ConfigStore::Scope::User);
     store.Update([&](OpenStore& open) { isKept = ReplaceDocument(open, text); });
@@ -119,6 +153,8 @@ bool SharedConfiguration::MayStore() {
 
 void SharedConfiguration::TakePending() {
     configuration = pendingConfiguration;
+    TakeOverrides();
+    ++generation;
     isConfigurationLoaded = true;
     isRestartRequested = isChoiceOpen = false;
     mayStore = true;

@@ -3,11 +3,14 @@
 // The one configuration of the process, which the game's threads, the server and the watch on the store
 // share.
 
+#include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "orb3core/settings/autoselectsettings.h"
 #include "orb3core/settings/configuration.h"
+#include "orb3core/settings/settingtable.h"
 #include "slib/log.h"
 #include "slib/mutex.h"
 
@@ -20,6 +23,12 @@ struct Autoselect {
     std::function<void(GoalConfig& goalConfig, slib::Log* log)> atLast = AutoselectSettings;
 };
 
+/// A setting that has another value in this process than in the store.
+struct SettingOverride {
+    const Setting* setting;  ///< of the configuration document
+    std::string value;       ///< as a document holds it
+};
+
 /// Everything public is guarded by configurationMutex. Lock order: configurationMutex, then the log's mutex,
 /// then the store's; nothing above configurationMutex is taken while it is held.
 class SharedConfiguration {
@@ -30,9 +39,19 @@ public:
     slib::Mutex configurationMutex;
     Configuration configuration SLIB_GUARDED_BY(configurationMutex);
     bool isConfigurationLoaded SLIB_GUARDED_BY(configurationMutex) = false;
-    /// What a restart runs on; set together with isRestartRequested.
+    /// What a restart runs on, as the store has it; set together with isRestartRequested.
     Configuration pendingConfiguration SLIB_GUARDED_BY(configurationMutex);
     bool isRestartRequested SLIB_GUARDED_BY(configurationMutex) = false;
+    /// How often a pending configuration has been taken: by it each of several servers knows that it has to
+    /// restart.
+    std::uint32_t generation SLIB_GUARDED_BY(configurationMutex) = 0;
+
+    /// From now on these hold in `configuration` whatever is stored; the store keeps its own values. Throws
+    /// slib::BadDataException for a value that the setting can't have, and then nothing changes.
+    void Override(std::vector<SettingOverride> settings) SLIB_REQUIRES(configurationMutex);
+
+    /// `stored` as it would be in force here.
+    Configuration InForce(Configuration stored) const SLIB_REQUIRES(configurationMutex);
 
     /// Fills `configuration` from the store. Without a stored document it gets the defaults and the settings
     /// that were chosen for the machine, which takes a second; a document that can't be read or used costs
@@ -81,7 +100,10 @@ public:
     template <typename Reader>
     auto Peek(const Reader& read) {
         const slib::Lock lock(configurationMutex);
-        if (!isConfigurationLoaded && !areDefaultsTaken) isConfigurationLoaded = ReadDocument();
+        if (!isConfigurationLoaded && !areDefaultsTaken) {
+            isConfigurationLoaded = ReadDocument();
+            TakeOverrides();
+        }
         return read(static_cast<const Configuration&>(configuration));
     }
 
@@ -89,12 +111,16 @@ private:
     [[nodiscard]] bool ReadDocument() SLIB_REQUIRES(configurationMutex);
     void TakeDefaults(const std::string& problem) SLIB_REQUIRES(configurationMutex);
     void StoreInForce() SLIB_REQUIRES(configurationMutex);
+    void TakeOverrides() SLIB_REQUIRES(configurationMutex);
+    Configuration AsStored() const SLIB_REQUIRES(configurationMutex);
 
     bool isChoiceOpen SLIB_GUARDED_BY(configurationMutex) = false;
     bool isStorePending SLIB_GUARDED_BY(configurationMutex) = false;    // until the choice is complete
     bool areDefaultsTaken SLIB_GUARDED_BY(configurationMutex) = false;  // for want of a document
     bool mayStore SLIB_GUARDED_BY(configurationMutex) = true;
     std::string lastProblem SLIB_GUARDED_BY(configurationMutex);  // as logged
+    std::vector<SettingOverride> overrides SLIB_GUARDED_BY(configurationMutex);
+    std::vector<std::string> overridden SLIB_GUARDED_BY(configurationMutex);  // the stored values, in that order
     slib::Log* log;
     const Autoselect autoselect;
 };
