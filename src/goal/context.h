@@ -31,7 +31,7 @@ struct Context {
     void End();
 
     Engine& engine;
-    std::size_t place = 0;     ///< in the device's table; set before the start
+    std::size_t place = 0;       ///< in the device's table; set before the start
     const std::uint64_t number;  ///< of all contexts of the process; none has it twice
 
     slib::Mutex timingMutex;                              ///< what the server sets when a run begins:
@@ -62,8 +62,8 @@ inline const ApplicationState& SharedState(const Context& context) SLIB_UNCHECKE
     return context.application;
 }
 
-/// Notes for each buffer whose memory is the game's whether the coming snapshot may refer to it. With apiMutex
-/// held.
+/// Notes for each buffer whose memory is the game's whether the coming snapshot may refer to it. With
+/// apiMutex held.
 void MarkBufferUsage(Context& context) SLIB_REQUIRES(context.engine.apiMutex);
 
 /// The record that calls read and write, with apiMutex held: the suspended state while the context is

@@ -21,8 +21,8 @@ namespace goal {
 
 struct Context;
 
-/// The contexts of the device: one, unless the game's profile allows several. Each has a place, by which the buffers
-/// know who reads them. Holds no memory of its own.
+/// The contexts of the device: one, unless the game's profile allows several. Each has a place, by which the
+/// buffers know who reads them. Holds no memory of its own.
 class ContextTable {
 public:
     static constexpr std::size_t most = BufferPool::mostReaders;

@@ -36,9 +36,11 @@ FormatLibrary OutputMachinery::OpenFormatLibrary(const std::string& path, slib::
 OutputSetUp OutputMachinery::SetUp(const OutputRequest& request, slib::Log* activeLog, slib::Log* fullLog,
                                    orb3::Configuration& configuration, const FormatLibrary& library) {
     using audiopipe::directsound::AdaptiveDirectSoundFramework;
+    using enum AdaptiveDirectSoundFramework::Instances;
     const auto system = makeSoundSystem(orb3::ReadPlatformSettings(*fullLog), activeLog);
     orb3::Frameworks frameworks;
-    frameworks.emplace_back(new AdaptiveDirectSoundFramework(activeLog, system));
+    frameworks.emplace_back(
+        new AdaptiveDirectSoundFramework(activeLog, system, takesSeveralOutputs ? Several : One));
     frameworks.emplace_back(new audiopipe::MultichannelFramework(system));
     return orb3::SetUp(activeLog, fullLog, configuration, std::move(frameworks), *library, request);
 }

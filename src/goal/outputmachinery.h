@@ -3,6 +3,7 @@
 // The real machinery of a run: the format library on disk, the output of the machine as its settings choose
 // it, and the renderer. One for the process; used by the server on its thread.
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <string>
@@ -27,6 +28,9 @@ public:
     std::unique_ptr<BlockRenderer> CreateRenderer(double sampleRate, const orb3::Configuration& configuration,
                                                   int filterOrder, std::uint32_t blockFrames,
                                                   slib::Log* log) override;
+
+    /// Set where the device takes several contexts, each of which has an output of its own. Any thread.
+    std::atomic<bool> takesSeveralOutputs{false};
 
 private:
     const SoundSystemMaker makeSoundSystem;

@@ -16,14 +16,15 @@ std::atomic<bool> doesExist{false};
 }  // namespace
 
 AdaptiveDirectSoundFramework::AdaptiveDirectSoundFramework(slib::Log* log,
-                                                           std::shared_ptr<platform::SoundSystem> system)
-    : log(log), system(std::move(system)) {
-    if (doesExist.exchange(true))
+                                                           std::shared_ptr<platform::SoundSystem> system,
+                                                           Instances instances)
+    : log(log), system(std::move(system)), instances(instances) {
+    if (instances == Instances::One && doesExist.exchange(true))
         throw DirectSoundException("The AdaptiveDirectSound framework may only be instantiated once.");
 }
 
 AdaptiveDirectSoundFramework::~AdaptiveDirectSoundFramework() {
-    doesExist = false;
+    if (instances == Instances::One) doesExist = false;
 }
 
 bool AdaptiveDirectSoundFramework::IsAvailable() {

@@ -15,11 +15,15 @@
 
 namespace audiopipe::directsound {
 
-/// There is at most one in the process.
+/// There is at most one in the process, but for those that say that they are one of several.
 class AdaptiveDirectSoundFramework : public Framework {
 public:
-    /// `log` is borrowed and outlives the framework. Throws DirectSoundException while there is another one.
-    AdaptiveDirectSoundFramework(slib::Log* log, std::shared_ptr<platform::SoundSystem> system);
+    enum class Instances { One, Several };
+
+    /// `log` is borrowed and outlives the framework. The only one throws DirectSoundException while there is
+    /// another only one.
+    AdaptiveDirectSoundFramework(slib::Log* log, std::shared_ptr<platform::SoundSystem> system,
+                                 Instances instances = Instances::One);
     ~AdaptiveDirectSoundFramework() override;
 
     bool IsAvailable() override;
@@ -38,6 +42,7 @@ private:
     void Add(const char* identifier, const char* description, const char* module) SLIB_UNCHECKED_LOCKS;
 
     const std::shared_ptr<platform::SoundSystem> system;
+    const Instances instances;
 
     slib::Mutex listMutex;
     bool isEnumerated SLIB_GUARDED_BY(listMutex) = false;

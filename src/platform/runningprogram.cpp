@@ -13,7 +13,7 @@
 namespace platform {
 namespace {
 
-constexpr std::size_t mostWords = 8;         // of a command line
+constexpr std::size_t mostWords = 8;          // of a command line
 constexpr std::size_t longestCommand = 8192;  // bytes that are looked at
 
 // Behind the last "/", or "\" as in the command lines of other systems' programs.

@@ -7,9 +7,9 @@
 
 namespace platform {
 
-/// The names by which people know the program, without folders, in the order of how well they say it: its executable,
-/// what it was called by, then the first words of its command line that aren't options, which name the game where the
-/// executable is an interpreter. Fewer where the system doesn't tell.
+/// The names by which people know the program, without folders, in the order of how well they say it: its
+/// executable, what it was called by, then the first words of its command line that aren't options, which
+/// name the game where the executable is an interpreter. Fewer where the system doesn't tell.
 std::vector<std::string> RunningProgramNames();
 
 /// The names of the files that the loader has mapped into the process, without folders.

@@ -57,8 +57,8 @@ void WithDeletedBuffersOf(Context& context, const Work& work) {
     work(deleted->buffers);
 }
 
-// Each of several renderers may read what goes, so all of them hold it. Room for it is made first: what fails then
-// changes nothing.
+// Each of several renderers may read what goes, so all of them hold it. Room for it is made first: what fails
+// then changes nothing.
 template <typename Work>
 void WithDeletedBuffersOfAll(Process& process, std::size_t most, const Work& work)
     SLIB_REQUIRES(process.engine.apiMutex) {
@@ -84,9 +84,9 @@ void WithDeletedBuffersOfAll(Process& process, std::size_t most, const Work& wor
         LetGo(buffer);
 }
 
-// Runs `work` with the pool and the list that takes buffers which a renderer may still read, null when nothing
-// renders; `most` of them at most. That goes by the device's contexts and not by the current one: they render on while
-// a game has none current.
+// Runs `work` with the pool and the list that takes buffers which a renderer may still read, null when
+// nothing renders; `most` of them at most. That goes by the device's contexts and not by the current one:
+// they render on while a game has none current.
 template <typename Work>
 void WithDeletedBuffers(Process& process, std::size_t most, const Work& work)
     SLIB_REQUIRES(process.engine.apiMutex) {

@@ -1,5 +1,5 @@
-// The alc* calls: the one device, its contexts, which are one unless the game's profile allows several, and what can
-// be asked about them.
+// The alc* calls: the one device, its contexts, which are one unless the game's profile allows several, and
+// what can be asked about them.
 
 #include "AL/alc.h"
 
@@ -115,11 +115,13 @@ struct NewContext {
     bool isOnly = true;
 };
 
-NewContext PlaceContext(Process& process, const Attributes& attributes) SLIB_REQUIRES(process.engine.apiMutex) {
+NewContext PlaceContext(Process& process, const Attributes& attributes)
+    SLIB_REQUIRES(process.engine.apiMutex) {
     goal::ContextTable& contexts = process.engine.device.contexts;
     NewContext made{AllocateContext(process), attributes.frequency, contexts.First() == nullptr};
     if (made.context == nullptr) return made;
     made.context->filterOrderAttribute = attributes.filterOrder;
+    process.machinery.takesSeveralOutputs = process.profile.IsOn(GameSwitch::SeveralContexts);
     goal::NoteExit();
     process.ending.Prepare();
     made.context->place = contexts.Add(made.context.get());
@@ -153,8 +155,8 @@ NewContext NextContext(Process& process, const ALCdevice* device, const ALCint* 
     return PlaceContext(process, attributes);
 }
 
-// With apiMutex held the game's other threads wait for the start. Where another context plays its server would wait as
-// well, and falter, so there it isn't held.
+// With apiMutex held the game's other threads wait for the start. Where another context plays its server
+// would wait as well, and falter, so there it isn't held.
 bool StartServer(Process& process, NewContext& made) {
     try {
         made.context->server.Start(*made.context, made.frequency);
@@ -392,7 +394,8 @@ void GetInteger(Process& process, const ALCdevice* device, ALCenum parameter, AL
         case ALC_MONO_SOURCES:
         case ALC_STEREO_SOURCES:
         case ALC_DEFAULT_FILTER_ORDER:
-            if (!IsDevice(process, device) || process.engine.device.contexts.First() == nullptr) return badDevice();
+            if (!IsDevice(process, device) || process.engine.device.contexts.First() == nullptr)
+                return badDevice();
             if (size < 1) return badSize();
             return GetContextInteger(process, parameter, data);
         default:
@@ -417,13 +420,13 @@ ALC_API ALCdevice* ALC_APIENTRY alcOpenDevice(const ALCchar*) {
 }
 
 ALC_API ALCboolean ALC_APIENTRY alcCloseDevice(ALCdevice* device) {
-    return Call<ALCboolean>(ALC_FALSE,
-                            [&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) -> ALCboolean {
-                                if (IsDevice(process, device) && process.engine.device.contexts.First() == nullptr)
-                                    return ALC_TRUE;
-                                process.FailAlc("Invalid device in alcCloseDevice().", ALC_INVALID_DEVICE);
-                                return ALC_FALSE;
-                            });
+    return Call<ALCboolean>(
+        ALC_FALSE, [&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) -> ALCboolean {
+            if (IsDevice(process, device) && process.engine.device.contexts.First() == nullptr)
+                return ALC_TRUE;
+            process.FailAlc("Invalid device in alcCloseDevice().", ALC_INVALID_DEVICE);
+            return ALC_FALSE;
+        });
 }
 
 ALC_API ALCcontext* ALC_APIENTRY alcCreateContext(ALCdevice* device, const ALCint* attributes) {
@@ -450,19 +453,18 @@ ALC_API void ALC_APIENTRY alcDestroyContext(ALCcontext* handle) {
 }
 
 ALC_API ALCboolean ALC_APIENTRY alcMakeContextCurrent(ALCcontext* context) {
-    return Call<ALCboolean>(ALC_FALSE,
-                            [&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) -> ALCboolean {
-                                Context* const wanted = ToContext(context);
-                                if (wanted != nullptr && !process.engine.device.contexts.Has(wanted) &&
-                                    goal::IsStandardInForce()) {
-                                    process.FailAlc("Invalid context in alcMakeContextCurrent().",
-                                                    ALC_INVALID_CONTEXT);
-                                    return ALC_FALSE;
-                                }
-                                process.currentContext = wanted;
-                                goal::SetThreadContext(nullptr);
-                                return ALC_TRUE;
-                            });
+    return Call<ALCboolean>(
+        ALC_FALSE, [&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) -> ALCboolean {
+            Context* const wanted = ToContext(context);
+            if (wanted != nullptr && !process.engine.device.contexts.Has(wanted) &&
+                goal::IsStandardInForce()) {
+                process.FailAlc("Invalid context in alcMakeContextCurrent().", ALC_INVALID_CONTEXT);
+                return ALC_FALSE;
+            }
+            process.currentContext = wanted;
+            goal::SetThreadContext(nullptr);
+            return ALC_TRUE;
+        });
 }
 
 ALC_API ALCcontext* ALC_APIENTRY alcGetCurrentContext(void) {
@@ -515,7 +517,7 @@ ALC_API ALCboolean ALC_APIENTRY alcIsExtensionPresent(ALCdevice*, const ALCchar*
     return Call<ALCboolean>(ALC_FALSE, [&](Process& process) -> ALCboolean {
         if (name != nullptr)
             return goal::AlcExtensions(goal::AllowsThreadContexts(process, name)).contains(name) ? ALC_TRUE
-                                                                                                : ALC_FALSE;
+                                                                                                 : ALC_FALSE;
         process.FailAlc("Invalid extension name in alcIsExtensionPresent()", ALC_INVALID_VALUE);
         return ALC_FALSE;
     });

@@ -175,8 +175,8 @@ void GetFloat(ALuint name, ALenum parameter, ALfloat* value) noexcept {
 
 using goal::Access;
 
-// A negative count is taken for 0 in these two, other than in their sisters for effects and filters and in the
-// standard.
+// A negative count is taken for 0 in these two, other than in their sisters for effects and filters and in
+// the standard.
 AL_API void AL_APIENTRY alGenAuxiliaryEffectSlots(ALsizei n, ALuint* slots) {
     goal::GenCall(goal::Slots, n, slots, Access::Write, goal::IsList(n, slots), goal::NewSlot);
 }

@@ -22,10 +22,8 @@ constexpr std::string_view alcNames[] = {
 };
 
 constexpr std::string_view alcNamesWithThreadContexts[] = {
-    "ALC_ENUMERATE_ALL_EXT", "ALC_ENUMERATION_EXT",
-    "ALC_EXT_CAPTURE",       "ALC_EXT_DEDICATED",
-    "ALC_EXT_DEFAULT_FILTER_ORDER", "ALC_EXT_EFX",
-    "ALC_EXT_STATIC_BUFFER", threadContextsName,
+    "ALC_ENUMERATE_ALL_EXT",        "ALC_ENUMERATION_EXT", "ALC_EXT_CAPTURE",       "ALC_EXT_DEDICATED",
+    "ALC_EXT_DEFAULT_FILTER_ORDER", "ALC_EXT_EFX",         "ALC_EXT_STATIC_BUFFER", threadContextsName,
 };
 
 // The characters of all names, each with one more for the blank or the NUL after it.
@@ -52,11 +50,13 @@ constexpr std::array<char, size> Join(std::span<const std::string_view> names) {
 // Joined by the compiler, so that the texts outlive every static object of the process.
 constexpr auto alText = Join<TextSize(alNames)>(alNames);
 constexpr auto alcText = Join<TextSize(alcNames)>(alcNames);
-constexpr auto alcTextWithThreadContexts = Join<TextSize(alcNamesWithThreadContexts)>(alcNamesWithThreadContexts);
+constexpr auto alcTextWithThreadContexts =
+    Join<TextSize(alcNamesWithThreadContexts)>(alcNamesWithThreadContexts);
 
 constexpr ExtensionList alExtensions{alNames, alText.data()};
 constexpr ExtensionList alcExtensions{alcNames, alcText.data()};
-constexpr ExtensionList alcExtensionsWithThreadContexts{alcNamesWithThreadContexts, alcTextWithThreadContexts.data()};
+constexpr ExtensionList alcExtensionsWithThreadContexts{alcNamesWithThreadContexts,
+                                                        alcTextWithThreadContexts.data()};
 
 }  // namespace
 

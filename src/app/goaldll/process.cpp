@@ -112,7 +112,8 @@ void Process::FailAlc(std::string_view text, int code) noexcept {
 }
 
 ErrorSlot& Process::AlErrors() noexcept {
-    if (!profile.IsOn(GameSwitch::SeveralContexts) && !profile.IsOn(GameSwitch::ThreadContexts)) return alError;
+    if (!profile.IsOn(GameSwitch::SeveralContexts) && !profile.IsOn(GameSwitch::ThreadContexts))
+        return alError;
     const std::size_t place = engine.device.contexts.PlaceOf(CurrentContext(*this));
     return place < contextErrors.size() ? contextErrors[place] : alError;
 }

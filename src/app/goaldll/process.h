@@ -44,7 +44,8 @@ struct Process {
     Context* currentContext SLIB_GUARDED_BY(engine.apiMutex) = nullptr;  ///< as the game gave it
     ErrorSlot alcError;
     ErrorSlot alError;
-    /// By the place of a context, in place of alError, where the profile allows several or one for each thread.
+    /// By the place of a context, in place of alError, where the profile allows several or one for each
+    /// thread.
     std::array<ErrorSlot, ContextTable::most> contextErrors;
     /// Of alcGetString; built at the first query.
     std::string deviceList SLIB_GUARDED_BY(engine.configuration.configurationMutex);
@@ -57,7 +58,8 @@ struct Process {
         if (!profile.isTaken) profile.Take(engine.configuration, log);
     }
 
-    /// The slot of the AL calls: of the process, or of the current context where the profile gives each one its own.
+    /// The slot of the AL calls: of the process, or of the current context where the profile gives each one
+    /// its own.
     ErrorSlot& AlErrors() noexcept SLIB_REQUIRES(engine.apiMutex);
 
     /// Records `code` in the slot of the ALC or the AL calls, and logs "Game ALC call failed: " or "Game AL
@@ -85,14 +87,15 @@ private:
 
 Process& TheProcess();
 
-/// The context that alcSetThreadContext gave the calling thread, as long as it is the device's; null for none.
+/// The context that alcSetThreadContext gave the calling thread, as long as it is the device's; null for
+/// none.
 Context* ThreadContext(const Process& process) SLIB_REQUIRES(process.engine.apiMutex);
 
 /// Gives the calling thread a context of the device, or none.
 void SetThreadContext(Context* context) noexcept;
 
-/// The context that calls work on: the current one of the thread, else that of the process, as long as it is the
-/// device's. Whatever else a game made current counts as none.
+/// The context that calls work on: the current one of the thread, else that of the process, as long as it is
+/// the device's. Whatever else a game made current counts as none.
 inline Context* CurrentContext(Process& process) SLIB_REQUIRES(process.engine.apiMutex) {
     if (process.profile.IsOn(GameSwitch::ThreadContexts))
         if (Context* const own = ThreadContext(process)) return own;

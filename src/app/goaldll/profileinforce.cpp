@@ -20,7 +20,8 @@ std::vector<orb3::GameProfile> ReadOrExplain(const Read& read, const char* place
     try {
         return read();
     } catch (const std::exception& failure) {
-        log.Write(std::string("The profiles of games in ") + place + " can't be used: " + failure.what(), true);
+        log.Write(std::string("The profiles of games in ") + place + " can't be used: " + failure.what(),
+                  true);
         return {};
     }
 }
@@ -59,13 +60,15 @@ void ProfileInForce::TakeProfile(const orb3::GameProfile& profile, orb3::SharedC
         else if (setting != nullptr)
             overrides.push_back({setting, value});
         else
-            log.Write("The profile '" + profile.name + "' names '" + word + "', which is no switch and no setting.",
-                      true);
+            log.Write(
+                "The profile '" + profile.name + "' names '" + word + "', which is no switch and no setting.",
+                true);
     }
     name = profile.name;
     changes = orb3::DescribeChanges(profile);
-    log.Write("The profile '" + name + "' is in force: " + (changes.empty() ? "nothing is changed" : changes) + ".",
-              false);
+    log.Write(
+        "The profile '" + name + "' is in force: " + (changes.empty() ? "nothing is changed" : changes) + ".",
+        false);
     try {
         const slib::Lock lock(configuration.configurationMutex);
         configuration.Override(std::move(overrides));

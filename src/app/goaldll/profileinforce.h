@@ -1,7 +1,7 @@
 #pragma once
 
-// The profile of the game that this process is, as the calls ask for it. Taken once, by the process's first call;
-// what is off answers as it does for all games, and what a game asked for in vain is counted.
+// The profile of the game that this process is, as the calls ask for it. Taken once, by the process's first
+// call; what is off answers as it does for all games, and what a game asked for in vain is counted.
 
 #include <array>
 #include <atomic>
@@ -19,8 +19,9 @@ using orb3::GameSwitch;
 
 class ProfileInForce {
 public:
-    /// Finds the profile of the running program, puts its settings in force in `configuration`, and logs which one it
-    /// is and what it changes. What can't be read is logged and left out. Once; with apiMutex held.
+    /// Finds the profile of the running program, puts its settings in force in `configuration`, and logs
+    /// which one it is and what it changes. What can't be read is logged and left out. Once; with apiMutex
+    /// held.
     void Take(orb3::SharedConfiguration& configuration, slib::Log& log) noexcept;
 
     /// Any thread.
@@ -47,7 +48,8 @@ public:
 
 private:
     static std::size_t Index(GameSwitch which) { return static_cast<std::size_t>(which); }
-    void TakeProfile(const orb3::GameProfile& profile, orb3::SharedConfiguration& configuration, slib::Log& log);
+    void TakeProfile(const orb3::GameProfile& profile, orb3::SharedConfiguration& configuration,
+                     slib::Log& log);
 
     std::array<std::atomic<bool>, orb3::gameSwitches.size()> isOn{};
     std::array<std::atomic<std::uint32_t>, orb3::gameSwitches.size()> refusals{};

@@ -22,16 +22,17 @@ Buffer* FindBuffer(const SourceAccess& source, ALuint name) SLIB_UNCHECKED_LOCKS
     return pool.IsValid(name) ? pool.slots[name - 1].buffer : nullptr;
 }
 
-// FindBuffer, where the standard lets a source have a buffer that was given no data: it gets none now, of the kind of
-// `like`, or of any.
+// FindBuffer, where the standard lets a source have a buffer that was given no data: it gets none now, of the
+// kind of `like`, or of any.
 Buffer* FindOrFill(const SourceAccess& source, ALuint name, const Buffer* like) SLIB_UNCHECKED_LOCKS {
     constexpr float anyFrequency = 44100;  // Hz
     BufferPool& pool = source.engine.device.bufferPool;
     if (!pool.IsValid(name)) return nullptr;
     if (pool.slots[name - 1].buffer == nullptr && AllowsStandard())
-        pool.Replace(std::make_unique<Buffer>(name, like != nullptr ? like->formatId : AL_FORMAT_MONO16,
-                                              like != nullptr ? like->frequency : anyFrequency, nullptr, 0, true),
-                     nullptr);
+        pool.Replace(
+            std::make_unique<Buffer>(name, like != nullptr ? like->formatId : AL_FORMAT_MONO16,
+                                     like != nullptr ? like->frequency : anyFrequency, nullptr, 0, true),
+            nullptr);
     return pool.slots[name - 1].buffer;
 }
 

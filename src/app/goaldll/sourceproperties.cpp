@@ -210,7 +210,8 @@ std::uint32_t SerialOf(const SuspendedState& state, ALuint slotName) {
 int SetSend(const SourceAccess& source, ALuint slotName, ALint index, ALuint filterName) {
     SourceBaseParameters::AuxSend send{slotName, filterName, {}, SerialOf(source.state, slotName)};
     if (index < 0 || !CopyFilter(source, filterName, send.filter)) return AL_INVALID_VALUE;
-    const bool isOfStandard = index < standardSends && (slotName == 0 || IsLive(source.state.slots, slotName));
+    const bool isOfStandard =
+        index < standardSends && (slotName == 0 || IsLive(source.state.slots, slotName));
     if (!isOfStandard && IsStandardInForce()) return AL_INVALID_VALUE;
     if (index >= sendLimit) throw slib::OutOfMemoryException();
     const auto place = static_cast<std::uint32_t>(index);

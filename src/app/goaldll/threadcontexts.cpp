@@ -47,7 +47,8 @@ std::span<const ProcRow> ThreadContextProcs() {
 }
 
 bool AllowsThreadContexts(Process& process, std::string_view name) noexcept {
-    const bool isAskedFor = slib::EqualIgnoringCase(name, threadContextsName) || Find(ThreadContextProcs(), name);
+    const bool isAskedFor =
+        slib::EqualIgnoringCase(name, threadContextsName) || Find(ThreadContextProcs(), name);
     return isAskedFor ? process.profile.Allows(GameSwitch::ThreadContexts)
                       : process.profile.IsOn(GameSwitch::ThreadContexts);
 }

@@ -24,8 +24,8 @@ public:
 
     /// Places in the sources' queues of the application's states that refer to this buffer.
     std::atomic<std::int32_t> useCount{0};
-    /// The renderers that may read the data, as of their last snapshots, where it is the application's: a bit for
-    /// each place of a context. Guarded by the API mutex.
+    /// The renderers that may read the data, as of their last snapshots, where it is the application's: a bit
+    /// for each place of a context. Guarded by the API mutex.
     std::uint32_t renderers = 0;
     /// Records that free the buffer when the last one of them goes, once it has no name any more.
     std::atomic<std::uint32_t> holders{1};

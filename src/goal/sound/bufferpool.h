@@ -53,9 +53,9 @@ public:
     /// How many renderers may read buffers at once.
     static constexpr std::size_t mostReaders = 32;
 
-    /// Notes for every buffer of borrowed data whether the coming snapshot of the renderer in the place `reader` may
-    /// refer to it: whether any queue of the application does. Nobody asks that of the others, whose data lasts as
-    /// long as it has to.
+    /// Notes for every buffer of borrowed data whether the coming snapshot of the renderer in the place
+    /// `reader` may refer to it: whether any queue of the application does. Nobody asks that of the others,
+    /// whose data lasts as long as it has to.
     void MarkUsage(std::size_t reader = 0);
 
     /// Notes that there is no renderer in that place any more.

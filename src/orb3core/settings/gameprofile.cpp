@@ -47,8 +47,8 @@ GameProfile ReadProfile(const slib::SXMLNode& node) {
     return profile;
 }
 
-// Whether `pattern`, in which "*" stands for any text and "?" for any character, has `text`. In time that grows with
-// the product of both.
+// Whether `pattern`, in which "*" stands for any text and "?" for any character, has `text`. In time that
+// grows with the product of both.
 bool Fits(std::string_view pattern, std::string_view text) {
     std::size_t p = 0, t = 0, star = std::string_view::npos, taken = 0;
     while (t < text.size()) {
@@ -72,7 +72,8 @@ bool Fits(std::string_view pattern, std::string_view text) {
 bool FitsAny(const std::string& patterns, const std::vector<std::string>& texts) {
     std::istringstream stream(patterns);
     for (std::string pattern; std::getline(stream, pattern, '|');)
-        if (!pattern.empty() && std::ranges::any_of(texts, [&](const auto& text) { return Fits(pattern, text); }))
+        if (!pattern.empty() &&
+            std::ranges::any_of(texts, [&](const auto& text) { return Fits(pattern, text); }))
             return true;
     return false;
 }

@@ -29,7 +29,13 @@
 namespace orb3 {
 
 /// What a profile may switch on. Off, every call answers as it does for all games.
-enum class GameSwitch : std::size_t { QuietLookups, ThreadContexts, SeveralContexts, StandardErrors, Capture };
+enum class GameSwitch : std::size_t {
+    QuietLookups,
+    ThreadContexts,
+    SeveralContexts,
+    StandardErrors,
+    Capture
+};
 
 struct GameSwitchRow {
     std::string_view name;

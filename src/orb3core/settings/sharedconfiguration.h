@@ -120,7 +120,8 @@ private:
     bool mayStore SLIB_GUARDED_BY(configurationMutex) = true;
     std::string lastProblem SLIB_GUARDED_BY(configurationMutex);  // as logged
     std::vector<SettingOverride> overrides SLIB_GUARDED_BY(configurationMutex);
-    std::vector<std::string> overridden SLIB_GUARDED_BY(configurationMutex);  // the stored values, in that order
+    std::vector<std::string> overridden
+        SLIB_GUARDED_BY(configurationMutex);  // the stored values, in that order
     slib::Log* log;
     const Autoselect autoselect;
 };
