@@ -11,8 +11,8 @@ The analyser works in its shallow mode, which takes half the time of all; with -
 SOURCE, by its path in the tree, limits all of it to these.
 
 Most of the time goes into the headers of others, so sources of one command are checked as one text, one behind the
-other (cmake/together.py). Where that text has a finding, or doesn't compile as names meet, its sources are checked one by one, and that
-decides.
+other (cmake/together.py), with other names for those that two of them declare for themselves. Where that text has a
+finding, or doesn't compile, its sources are checked one by one, and that decides.
 """
 
 import argparse
@@ -103,7 +103,7 @@ def checker(build, tree, name, command, is_deep):
 
 def groups_of(due, tree):
     """The due sources that may be checked as one text: of one command but for include roots, which lead to other names
-    each, and without names of their own in common."""
+    each."""
     names = {tree / name: name for name in due}
 
     def kind(source):
@@ -111,7 +111,7 @@ def groups_of(due, tree):
 
     alone = [name for name in due if name.startswith(ALONE)]
     others = [tree / name for name in due if not name.startswith(ALONE)]
-    found = [[names[source] for source in group] for group in together.groups(others, kind, TOGETHER)]
+    found = [[names[source] for source in group] for group in together.groups(others, kind, TOGETHER, may_meet=True)]
     return [[name] for name in alone] + found
 
 
@@ -153,7 +153,7 @@ def check_together(members, due, tree, stamps):
     roots = dict.fromkeys(word for name in members for word in due[name][2] if word.startswith("-I"))
     check_command = [word for word in check_command if not word.startswith("-I")] + list(roots)
     unit = stamps / ("unit__" + members[0].replace("/", "__"))
-    unit.write_text(one_text([(tree / name).read_text() for name in members]))
+    unit.write_text(one_text(together.apart([(tree / name).read_text() for name in members])))
     source = str(tree / members[0])
     is_clean = check(members[0], [str(unit) if word == source else word for word in check_command], folder, is_told=False)
     unit.unlink()

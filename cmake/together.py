@@ -36,8 +36,27 @@ def meet(names, others):
     return any(names[name] is None or names[name] != others[name] for name in names.keys() & others.keys())
 
 
-def groups(sources, kind=lambda source: None, most=MOST):
-    """Lists of the sources, each of at most `most` of one `kind` that can be one text. Their order is kept."""
+def apart(texts):
+    """The texts with another name for each that an earlier one declares for itself too, `main` among them. For a reader
+    that is asked again, one by one, where that doesn't come out right."""
+    seen = {}
+    result = []
+    for number, text in enumerate(texts):
+        own = own_names(text)
+        if re.search(r"^int main\(", text, re.MULTILINE):
+            own["main"] = None
+        taken = [name for name in own if name in seen and (own[name] is None or own[name] != seen[name])]
+        seen |= own
+        if taken:
+            names = re.compile(r'(R"\((?:.|\n)*?\)"|"(?:[^"\\\n]|\\.)*")|(?<![\w.:>])(%s)\b' % "|".join(taken))
+            text = names.sub(lambda found: found[1] or f"{found[2]}{number}", text)
+        result.append(text)
+    return result
+
+
+def groups(sources, kind=lambda source: None, most=MOST, may_meet=False):
+    """Lists of the sources, each of at most `most` of one `kind` that can be one text. Their order is kept. With `may_meet`
+    names may be declared twice."""
     found = []  # [kind, names declared, sources]
     for source in sources:
         text = pathlib.Path(source).read_text()
@@ -46,7 +65,7 @@ def groups(sources, kind=lambda source: None, most=MOST):
             continue
         own = own_names(text)
         for other, names, members in found:
-            if other == kind(source) and len(members) < most and not meet(own, names):
+            if other == kind(source) and len(members) < most and (may_meet or not meet(own, names)):
                 names |= own
                 members.append(source)
                 break

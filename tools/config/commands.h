@@ -18,6 +18,7 @@ void AddHeadphonesCommand(Program& program);
 void AddSpeakerTestCommand(Program& program);
 void AddCheckCommand(Program& program);
 void AddLogCommand(Program& program);
+void AddGameCommand(Program& program);
 void AddDocumentCommands(Program& program);
 
 }  // namespace tool

@@ -34,10 +34,10 @@ int main(int count, char** arguments) {
     tool::Program program("tessarune-config", "Shows and changes the settings of Tessarune.");
     program.require_subcommand(1);
     program.footer(Footer());
-    for (const auto add :
-         {tool::AddShowCommand, tool::AddSettingCommands, tool::AddDevicesCommand, tool::AddLayoutCommands,
-          tool::AddSpeakersCommand, tool::AddHeadCommand, tool::AddHeadphonesCommand,
-          tool::AddSpeakerTestCommand, tool::AddCheckCommand, tool::AddLogCommand, tool::AddDocumentCommands})
+    for (const auto add : {tool::AddShowCommand, tool::AddSettingCommands, tool::AddDevicesCommand,
+                           tool::AddLayoutCommands, tool::AddSpeakersCommand, tool::AddHeadCommand,
+                           tool::AddHeadphonesCommand, tool::AddSpeakerTestCommand, tool::AddCheckCommand,
+                           tool::AddLogCommand, tool::AddGameCommand, tool::AddDocumentCommands})
         add(program);
     return program.Run(count, arguments);
 }
