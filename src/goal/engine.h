@@ -15,6 +15,7 @@
 namespace goal {
 
 struct Context;
+class StatusPage;
 
 /// The one device. Buffers live in it and outlive a context.
 struct Device {
@@ -36,7 +37,8 @@ struct Engine {
     slib::Mutex apiMutex;              ///< serialises all calls of all of the game's threads
     orb3::SharedConfiguration configuration;
     Device device SLIB_GUARDED_BY(apiMutex);
-    slib::RetireList retired;  ///< what the server has done with; every call frees it
+    StatusPage* status = nullptr;  ///< borrowed; null where nothing is told
+    slib::RetireList retired;      ///< what the server has done with; every call frees it
 };
 
 }  // namespace goal

@@ -19,6 +19,7 @@
 #include "app/goaldll/extensions.h"
 #include "app/goaldll/process.h"
 #include "goal/version.h"
+#include "orb3core/settings/gameswitches.h"
 
 namespace {
 
@@ -38,6 +39,7 @@ Result Call(Result failure, const Work& work) {
         return failure;
     }
     const goal::ApiLock lock(process);
+    process.status.Publish();
     try {
         return std::invoke(work, process);  // clang takes `work` for the argument of its own annotation
     } catch (const std::exception& exception) {
@@ -128,8 +130,10 @@ Context* CreateContext(Process& process, const ALCdevice* device, const ALCint* 
         return nullptr;
     };
     if (!IsDevice(process, device)) return fail("Invalid device in alcCreateContext().", ALC_INVALID_DEVICE);
-    if (process.engine.device.context != nullptr)
+    if (process.engine.device.context != nullptr) {
+        process.status.NoteRefusal(orb3::GameSwitchIndex("SeveralContexts"));
         return fail("The device already has a context in alcCreateContext()", ALC_INVALID_VALUE);
+    }
     if (process.isUnloading)
         return fail("The library is being unloaded in alcCreateContext().", ALC_INVALID_VALUE);
     const Attributes attributes = ReadAttributes(list);
@@ -490,6 +494,7 @@ ALC_API void ALC_APIENTRY alcGetIntegerv(ALCdevice* device, ALCenum parameter, A
 
 ALC_API ALCdevice* ALC_APIENTRY alcCaptureOpenDevice(const ALCchar*, ALCuint, ALCenum, ALCsizei) {
     return Call<ALCdevice*>(nullptr, [](Process& process) -> ALCdevice* {
+        process.status.NoteRefusal(orb3::GameSwitchIndex("Capture"));
         const char* const prefix = "Game ALC call failed: ";
         if (process.LogCallFailure(prefix, "Capture is not supported in alcCaptureOpenDevice().", false))
             process.alcError.Record(ALC_INVALID_VALUE);

@@ -11,6 +11,7 @@
 #include "goal/context.h"
 #include "goal/engine.h"
 #include "goal/outputmachinery.h"
+#include "goal/statuspage.h"
 #include "orb3core/store/registrylog.h"
 
 namespace goal {
@@ -36,6 +37,7 @@ struct Process {
 
     ggui::RegistryLog log;
     OutputMachinery machinery;
+    StatusPage status;
     Engine engine;
     Context* currentContext SLIB_GUARDED_BY(engine.apiMutex) = nullptr;  ///< as the game gave it
     ErrorSlot alcError;
