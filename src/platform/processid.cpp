@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <iterator>
 #include <sstream>
 
@@ -43,7 +44,7 @@ std::uint64_t PidSpaceOf(pid_t pid) {
 std::string ProgramName() {
     std::array<char, PATH_MAX> path{};
     const ssize_t length = readlink("/proc/self/exe", path.data(), path.size());
-    if (length <= 0) return {};
+    if (length <= 0) return program_invocation_short_name;
     const std::string whole(path.data(), static_cast<std::size_t>(length));
     return whole.substr(whole.rfind('/') + 1);
 }

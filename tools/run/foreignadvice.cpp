@@ -20,11 +20,22 @@ using std::filesystem::path;
 
 constexpr const char* libraryName = "libopenal.so.1";
 
-// Whether it belongs to other programs as well.
+// True for what belongs to other programs as well.
 bool IsOfSystem(const path& file) {
     const std::string text = file.string();
     const std::array<const char*, 3> roots{"/usr/", "/lib", "/bin/"};
     return std::ranges::any_of(roots, [&](const char* root) { return text.starts_with(root); });
+}
+
+bool IsOfGame(const path& library) {
+    return !IsOfSystem(library) && access(library.parent_path().c_str(), W_OK) == 0;
+}
+
+// A program that opens a library itself takes that one, whatever else is loaded.
+bool IsLinkedWith(const path& library, const Game& game) {
+    const std::optional<ElfFile> program = ReadElfFile(game.file);
+    return program &&
+           std::ranges::find(program->needed, library.filename().string()) != program->needed.end();
 }
 
 // The drop-in of the width of `library`; empty where there is none.
@@ -50,13 +61,17 @@ bool IsCommonFolder(const path& folder) {
 
 }  // namespace
 
-std::vector<std::string> AdviceOn(const path& library, const Game& game, const std::vector<path>& folders) {
+std::vector<std::string> AdviceOn(const path& library, const Game& game, const StartPlan& plan) {
     if (slib::toLower(library.extension().string()) == ".dll")
         return {"Have Wine take its own, which plays through Tessarune:",
                 "  WINEDLLOVERRIDES=openal32=b tessarune-run " + ForShell(game.name)};
-    if (IsOfSystem(library) || access(library.parent_path().c_str(), W_OK) != 0)
+    if (plan.preloads.empty() && (IsLinkedWith(library, game) || !IsOfGame(library)))
         return {"Load Tessarune before it:", "  tessarune-run --preload " + ForShell(game.name)};
-    const path ours = ReplacementFor(library, folders);
+    if (!IsOfGame(library))
+        return {
+            "It isn't this game's own, and the game asks for this file and no other: it can't be replaced "
+            "for this game alone."};
+    const path ours = ReplacementFor(library, plan.folders);
     if (ours.empty()) return {"It is of a width that this installation of Tessarune has no library for."};
     const std::string theirs = ForShell(library.string());
     const std::string kept = ForShell(library.string() + ".own");

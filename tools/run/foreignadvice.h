@@ -11,10 +11,10 @@
 
 namespace tool {
 
-/// Sentences and commands, a line each, that put ours in the place of `library`, as far as that is the game's
-/// own; else they start the game in another way. `folders` are those of the plan.
+/// Sentences and commands, a line each: those that start the game so that ours goes before `library`, where
+/// that helps and `plan` doesn't do it already; else those that put ours in its place.
 std::vector<std::string> AdviceOn(const std::filesystem::path& library, const Game& game,
-                                  const std::vector<std::filesystem::path>& folders);
+                                  const StartPlan& plan);
 
 /// Libraries that lie in the folder of the game, or where its own search path leads, and that it would load.
 /// Empty for a program of the system, in whose folders lie those of all programs.

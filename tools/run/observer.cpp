@@ -61,12 +61,12 @@ void Observer::Look() {
 }
 
 void Observer::LookAt(pid_t process) {
-    for (const std::string& file : MappedFiles(process)) {
-        if (IsStatusFile(file))
-            KeepPage(ReachedBy(process, file));
-        else if (NameOf(file).starts_with(ownName))
-            loaded.try_emplace(process, ProgramOf(process));
-        else if (IsOpenAl(file))
+    for (const MappedFile& file : MappedFiles(process)) {
+        if (IsStatusFile(file.path))
+            KeepPage(Reach(process, file));
+        else if (NameOf(file.path).starts_with(ownName))
+            NoteOurs(process);
+        else if (IsOpenAl(file.path))
             NoteOpenAl(process, file);
     }
 }
@@ -81,20 +81,24 @@ void Observer::KeepPage(const std::string& file) {
 }
 
 // Ours may have been copied to where a game looks, under any name.
-bool Observer::IsOurs(pid_t process, const std::string& file) const {
-    const auto has = [&](const std::string& folder) { return file.starts_with(folder); };
+bool Observer::IsOurs(pid_t process, const MappedFile& file) const {
+    const auto has = [&](const std::string& folder) { return file.path.starts_with(folder); };
     if (std::ranges::any_of(ours, has)) return true;
-    const std::optional<ElfFile> library = ReadElfFile(ReachedBy(process, file));
+    const std::optional<ElfFile> library = ReadElfFile(Reach(process, file));
     return library && library->name.starts_with(ownName);
 }
 
-void Observer::NoteOpenAl(pid_t process, const std::string& file) {
-    const auto isThis = [&](const MappedForeign& known) { return known.file == file; };
+void Observer::NoteOurs(pid_t process) {
+    if (!loaded.contains(process)) loaded[process] = {ProgramOf(process), IsApart(process)};
+}
+
+void Observer::NoteOpenAl(pid_t process, const MappedFile& file) {
+    const auto isThis = [&](const MappedForeign& known) { return known.file == file.path; };
     if (loaded.contains(process) || std::ranges::any_of(foreign, isThis)) return;
     if (IsOurs(process, file))
-        loaded.try_emplace(process, ProgramOf(process));
+        NoteOurs(process);
     else
-        foreign.push_back({ProgramOf(process), file, process});
+        foreign.push_back({ProgramOf(process), file.path, process});
 }
 
 std::vector<GameStatus> Observer::Statuses() const {

@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "tools/run/processes.h"
 #include "tools/support/gamestatus.h"
 
 namespace tool {
@@ -20,6 +21,12 @@ struct MappedForeign {
     std::string program;
     std::string file;  ///< as the process names it
     pid_t process = 0;
+};
+
+/// Our library, mapped by a process.
+struct LoadedOurs {
+    std::string program;
+    bool isApart = false;  ///< in a container, from where it may not have reached us
 };
 
 class Observer {
@@ -36,16 +43,17 @@ public:
     /// What the games have told, those that have ended as well; ordered by start.
     std::vector<GameStatus> Statuses() const;
 
-    std::map<pid_t, std::string> loaded;  ///< processes that had our library mapped, and their programs
-    std::vector<MappedForeign> foreign;   ///< each file once
+    std::map<pid_t, LoadedOurs> loaded;  ///< by process
+    std::vector<MappedForeign> foreign;  ///< each file once
 
 private:
     using FileNumber = std::pair<dev_t, ino_t>;
 
     void LookAt(pid_t process);
     void KeepPage(const std::string& file);
-    void NoteOpenAl(pid_t process, const std::string& file);
-    bool IsOurs(pid_t process, const std::string& file) const;
+    void NoteOurs(pid_t process);
+    void NoteOpenAl(pid_t process, const MappedFile& file);
+    bool IsOurs(pid_t process, const MappedFile& file) const;
 
     const std::filesystem::path links;
     std::vector<std::string> ours;    // folders

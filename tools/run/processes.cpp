@@ -1,13 +1,14 @@
 #include "tools/run/processes.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <system_error>
-
-#include "slib/text.h"
+#include <utility>
 
 namespace tool {
 namespace {
@@ -51,22 +52,41 @@ std::string ProgramOf(pid_t process) {
     return name;
 }
 
-std::vector<std::string> MappedFiles(pid_t process) {
-    std::vector<std::string> files;
+// A line: addresses, rights, offset, device, inode, path.
+std::vector<MappedFile> MappedFiles(pid_t process) {
+    std::vector<MappedFile> files;
     std::ifstream maps(FolderOf(process) / "maps");
     for (std::string line; std::getline(maps, line);) {
         const std::size_t start = line.find('/');
-        if (start != std::string::npos &&
-            (files.empty() || line.compare(start, line.npos, files.back()) != 0))
-            files.push_back(line.substr(start));
+        if (start == std::string::npos) continue;
+        MappedFile file{line.substr(start), 0};
+        if (!files.empty() && files.back().path == file.path) continue;
+        std::istringstream fields(line);
+        std::string skipped;
+        fields >> skipped >> skipped >> skipped >> skipped >> file.inode;
+        files.push_back(std::move(file));
     }
     std::sort(files.begin(), files.end());
     files.erase(std::unique(files.begin(), files.end()), files.end());
     return files;
 }
 
-std::string ReachedBy(pid_t process, const std::string& path) {
-    return (FolderOf(process) / "root").string() + path;
+// The system names it from the root of the process's mounts, or from ours.
+std::string Reach(pid_t process, const MappedFile& file) {
+    struct stat status {};
+    if (stat(file.path.c_str(), &status) == 0 && status.st_ino == file.inode) return file.path;
+    return (FolderOf(process) / "root").string() + file.path;
+}
+
+bool IsApart(pid_t process) {
+    struct stat own {};
+    struct stat other {};
+    const auto differs = [&](const char* name) {
+        return stat((FolderOf(getpid()) / name).c_str(), &own) == 0 &&
+               stat((FolderOf(process) / name).c_str(), &other) == 0 &&
+               (own.st_ino != other.st_ino || own.st_dev != other.st_dev);
+    };
+    return differs("root") || differs("ns/mnt");
 }
 
 }  // namespace tool

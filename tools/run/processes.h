@@ -16,10 +16,21 @@ std::vector<pid_t> Descendants();
 /// The file name of the process's program.
 std::string ProgramOf(pid_t process);
 
-/// The files that the process has mapped, each once, as it names them itself.
-std::vector<std::string> MappedFiles(pid_t process);
+struct MappedFile {
+    std::string path;
+    ino_t inode = 0;
 
-/// A path of the process's own as this process reaches it: a process in a container has another root.
-std::string ReachedBy(pid_t process, const std::string& path);
+    auto operator<=>(const MappedFile&) const = default;
+};
+
+/// The files that the process has mapped, each once. In a container their paths are those in there.
+std::vector<MappedFile> MappedFiles(pid_t process);
+
+/// A path by which this process reaches that file, wherever the process has its root; one of a file that
+/// isn't there where it can't.
+std::string Reach(pid_t process, const MappedFile& file);
+
+/// True for a process that sees other folders than this one, as in a container.
+bool IsApart(pid_t process);
 
 }  // namespace tool

@@ -61,12 +61,14 @@ std::vector<GameStatus> OnePerProgram(std::vector<GameStatus> games) {
 // Processes that had the library, and left no page.
 Lines LoadedAlone(const Run& run) {
     Lines lines;
-    for (const auto& [process, program] : run.observer.loaded) {
+    for (const auto& [process, ours] : run.observer.loaded) {
+        const bool isKnown = run.canTell && !ours.isApart;
         const std::string line =
-            Quoted(program) + (run.canTell
-                                   ? " loaded Tessarune, but made no context with it."
-                                   : " loaded Tessarune. Whether it made a context isn't known, since "
-                                     "this user has no folder for what runs (XDG_RUNTIME_DIR).");
+            Quoted(ours.program) + " loaded Tessarune" +
+            (isKnown
+                 ? ", but made no context with it."
+                 : ". Whether it made a context isn't known: XDG_RUNTIME_DIR has to name a folder of yours "
+                   "that this program and the game can both reach.");
         if (std::ranges::find(lines, line) == lines.end()) lines.push_back(line);
     }
     return lines;
@@ -78,7 +80,7 @@ Lines MappedForeigners(const Run& run, const std::vector<GameStatus>& games) {
     for (const MappedForeign& foreign : run.observer.foreign) {
         if (HasUsed(games, foreign.program)) continue;
         lines.push_back(Quoted(foreign.program) + " loaded another OpenAL library, " + foreign.file + ".");
-        Append(lines, AdviceOn(foreign.file, run.game, run.plan.folders));
+        Append(lines, AdviceOn(foreign.file, run.game, run.plan));
     }
     return lines;
 }
@@ -91,7 +93,7 @@ Lines Unused(const Run& run) {
     Lines lines{name};
     for (const std::filesystem::path& library : beside) {
         lines.push_back("It brings an OpenAL library of its own, " + library.string() + ".");
-        Append(lines, AdviceOn(library, run.game, run.plan.folders));
+        Append(lines, AdviceOn(library, run.game, run.plan));
     }
     return lines;
 }
