@@ -3,7 +3,6 @@
 // The switches of a game's profile, each of which lets the game do what the library refuses otherwise. The
 // library counts what it refused by them, and the programs for people name them. Constants; any thread.
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <string_view>
@@ -16,9 +15,10 @@ inline constexpr std::array<std::string_view, 5> gameSwitchNames{
 
 /// Of a name that there is; another doesn't compile.
 consteval std::size_t GameSwitchIndex(std::string_view name) {
-    const auto found = std::find(gameSwitchNames.begin(), gameSwitchNames.end(), name);
-    if (found == gameSwitchNames.end()) throw "there is no such switch";
-    return static_cast<std::size_t>(found - gameSwitchNames.begin());
+    std::size_t index = 0;
+    while (gameSwitchNames.at(index) != name)
+        ++index;
+    return index;
 }
 
 }  // namespace orb3
