@@ -42,7 +42,8 @@ public:
 
     // The next one, or 0 when the time is over.
     int Await(std::chrono::milliseconds patience) const {
-        const timespec time{patience.count() / 1000, patience.count() % 1000 * 1'000'000};
+        const timespec time{static_cast<time_t>(patience.count() / 1000),
+                            static_cast<long>(patience.count() % 1000 * 1'000'000)};
         const int number = sigtimedwait(&held, nullptr, &time);
         return number > 0 ? number : 0;
     }
