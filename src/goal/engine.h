@@ -20,6 +20,7 @@
 namespace goal {
 
 struct Context;
+class StatusPage;
 
 /// The contexts of the device: one, unless the game's profile allows several. Each has a place, by which the
 /// buffers know who reads them. Holds no memory of its own.
@@ -86,7 +87,8 @@ struct Engine {
     orb3::SharedConfiguration configuration;
     Device device SLIB_GUARDED_BY(apiMutex);
     std::atomic<std::uint64_t> contextsMade{0};
-    slib::RetireList retired;  ///< what the server has done with; every call frees it
+    StatusPage* status = nullptr;  ///< borrowed; null where nothing is told
+    slib::RetireList retired;      ///< what the server has done with; every call frees it
 };
 
 }  // namespace goal

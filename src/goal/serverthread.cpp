@@ -17,6 +17,7 @@
 #include "goal/render/silentrenderer.h"
 #include "goal/render/sourcereader.h"
 #include "goal/state/comingeffect.h"
+#include "goal/statuspage.h"
 #include "goal/version.h"
 #include "numeric/ambisonicorder.h"
 #include "orb3core/decoder/transformedpipe.h"
@@ -196,6 +197,7 @@ void ServerThread::Start(Context& owner, double frequency) {
     if (hasStartFailed)
         throw slib::BadStateException("Failed to start: " +
                                       (startFailure.empty() ? "Out of memory." : startFailure));
+    if (engine.status != nullptr) engine.status->NoteContextMade();
     UnlessMemoryLacks([&] { LogInForce()->Write("Rendering started.", false); });
 }
 
@@ -204,6 +206,7 @@ void ServerThread::End() {
     UnlessMemoryLacks([&] { LogInForce()->Write("Stopping Tessarune.", false); });
     Thread::Stop();
     measurement.reset();
+    if (engine.status != nullptr && !hasStartFailed) engine.status->NoteContextEnded();
     context = nullptr;
     UnlessMemoryLacks([&] { mainLog->Write("Stopped Tessarune.", false); });
 }
@@ -225,6 +228,7 @@ void ServerThread::Run() {
 
 void ServerThread::Fail(const char* reason) noexcept {
     hasStartFailed = !startSignalled;
+    if (hasStartFailed && engine.status != nullptr) engine.status->NoteContextFailed(reason);
     UnlessMemoryLacks([&] {
         if (hasStartFailed) startFailure = reason;
         mainLog->Write(std::string("Exception: ") + reason, true);
@@ -306,6 +310,7 @@ void ServerThread::Perform(Machine& run) {
     BuildEffects();
     if (IsLeaving()) return;
     PublishTiming(run.sampleRate, run.blockFrames);
+    NoteStatus(run);
     SignalStart();
     if (!measurement && engine.configuration.IsChoiceOpen())
         measurement = std::make_unique<Measurement>(engine.configuration);
@@ -452,6 +457,14 @@ void ServerThread::PublishTiming(double rate, std::uint32_t frames) {
     context->sampleRate = rate;
     context->refreshRate = static_cast<float>(rate / frames);
     context->blockFrames = frames;
+}
+
+void ServerThread::NoteStatus(const Machine& run) {
+    if (engine.status == nullptr) return;
+    const OutputSetUp& output = run.outputSetUp;
+    engine.status->NoteOutput({output.pipe->name, output.formatName,
+                               static_cast<std::uint32_t>(run.sampleRate + 0.5), run.blockFrames,
+                               static_cast<std::uint32_t>(run.order)});
 }
 
 // While the output hasn't told.

@@ -252,7 +252,8 @@ TEST(ProfileInForce, OfThisProgram_IsFoundAndItsSettingsStayOutOfTheStore) {
                "QuietLookups=\"True\" Nonsense=\"3\"/></Games>");
     testing_support::RecordingLog log;
     orb3::SharedConfiguration shared(&log, testing_support::keepDefaults);
-    goal::ProfileInForce profile;
+    goal::StatusPage status;
+    goal::ProfileInForce profile(status);
     profile.Take(shared, log);
     EXPECT_EQ(profile.name, "Mine");
     EXPECT_TRUE(profile.IsOn(GameSwitch::QuietLookups));

@@ -345,6 +345,15 @@ void FileSizeLimit(const char* path) {
     library.destroyContext(context);
 }
 
+// Not a promise: what tessarune-run tells of.
+void RefusedCalls(const char* path) {
+    const Library library(path);
+    ALCcontext* const context = library.Create();
+    Check(library.createContext(library.openDevice(nullptr), nullptr) == nullptr, "A second context.");
+    library.Find<LPALCCAPTUREOPENDEVICE>("alcCaptureOpenDevice")(nullptr, 48000, AL_FORMAT_MONO16, 480);
+    library.destroyContext(context);
+}
+
 constexpr int skipped = 77;
 
 std::map<std::string, std::string> AllFiles() {
@@ -405,6 +414,10 @@ int main(int argumentCount, char** arguments) {
     if (argumentCount == 3 && *arguments[1] == '\0') {  // what SetGroupId started
         if (getauxval(AT_SECURE) == 0) return skipped;
         Library(arguments[2]).Create();
+        return 0;
+    }
+    if (argumentCount == 3 && std::string(arguments[1]) == "refused_calls") {  // in the starter's store
+        RefusedCalls(arguments[2]);
         return 0;
     }
     Check(argumentCount == 3 && modes.contains(arguments[1]), "Usage: life MODE LIBRARY");

@@ -41,8 +41,8 @@ inline std::filesystem::path BuildTree() {
     return std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path();
 }
 
-/// Both scopes of this process's store, its cache and its data, in an empty folder. The machine scope names
-/// the format library of the build tree.
+/// Both scopes of this process's store, its cache, its data and what it tells while it runs, in an empty
+/// folder. The machine scope names the format library of the build tree.
 class TemporaryStore {
 public:
     TemporaryStore() {
@@ -50,6 +50,8 @@ public:
         setenv("XDG_CONFIG_DIRS", (folder.path / "machine").c_str(), 1);
         setenv("XDG_CACHE_HOME", (folder.path / "cache").c_str(), 1);
         setenv("XDG_DATA_HOME", (folder.path / "data").c_str(), 1);
+        std::filesystem::create_directory(folder.path / "runtime");
+        setenv("XDG_RUNTIME_DIR", (folder.path / "runtime").c_str(), 1);
         Write(MachineFile(), "[Formats]\nAFL=" + FormatLibrary().string() + "\n");
     }
 

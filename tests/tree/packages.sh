@@ -31,7 +31,7 @@ chroot "$root" /usr/bin/tessarune-config set Output Silent
 chroot "$root" /usr/bin/tessarune-config show | grep -q /usr/share/tessarune/Tessarune.afl
 chroot "$root" /usr/bin/tessarune-run /usr/bin/tessarune-info >"$work/info.txt"
 grep -q "AL vendor" "$work/info.txt"
-rm -rf "$root/root/.config"
+rm -rf "$root/root/.config" "$root"/tmp/HollowbrookLabs-*
 dpkg --root="$root" --force-script-chrootless --log=/dev/null -P tessarune-openal tessarune-dev tessarune >"$work/remove.log" 2>&1 ||
     { cat "$work/remove.log"; exit 1; }
 left=$(comm -13 <(echo "$before") <(list))

@@ -43,6 +43,7 @@ Result Call(Result failure, const Work& work) {
     }
     const goal::ApiLock lock(process);
     process.TakeProfile();
+    process.status.Publish();
     try {
         return std::invoke(work, process);  // clang takes `work` for the argument of its own annotation
     } catch (const std::exception& exception) {
@@ -564,6 +565,7 @@ ALC_API void ALC_APIENTRY alcGetIntegerv(ALCdevice* device, ALCenum parameter, A
 
 ALC_API ALCdevice* ALC_APIENTRY alcCaptureOpenDevice(const ALCchar*, ALCuint, ALCenum, ALCsizei) {
     return Call<ALCdevice*>(nullptr, [](Process& process) -> ALCdevice* {
+        static_cast<void>(process.profile.Allows(GameSwitch::Capture));
         const char* const prefix = "Game ALC call failed: ";
         if (process.LogCallFailure(prefix, "Capture is not supported in alcCaptureOpenDevice().", false))
             process.alcError.Record(ALC_INVALID_VALUE);

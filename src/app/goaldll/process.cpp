@@ -52,6 +52,7 @@ public:
         } else if (TheProcess().ending.RunWithin(longestEnding)) {
             static_cast<void>(slib::TaskQueue::Instance().EndWithin(longestTask));
         }
+        TheProcess().status.RemoveName();
     }
     Loaded(const Loaded&) = delete;
     Loaded& operator=(const Loaded&) = delete;
@@ -92,7 +93,9 @@ bool HasExitBegun() {
 }
 
 Process::Process()
-    : log(orb3::storeRoot, "Tessarune"), engine(&log, &machinery), ending([this] { ShutDown(); }) {}
+    : log(orb3::storeRoot, "Tessarune"), engine(&log, &machinery), ending([this] { ShutDown(); }) {
+    engine.status = &status;
+}
 
 bool Process::LogCallFailure(const char* prefix, std::string_view text, bool always) noexcept {
     const CancellationHeldOff heldOff;
@@ -158,12 +161,14 @@ void Process::ShutDown() {
         deviceList = std::string();
         engine.configuration.Unload();
     }
+    status.Withdraw();
     log.Close();
     orb3::CloseStores();
 }
 
 // The two mutexes may have had waiting threads, or one that had just taken it.
 void Process::ContinueInChild() noexcept SLIB_UNCHECKED_LOCKS {
+    status.ContinueInChild();
     if (callsUnderWay != 0 || engine.device.contexts.First() != nullptr || slib::Mutex::AreGivenUp())
         return slib::Mutex::GiveUpAll();
     try {

@@ -14,6 +14,7 @@
 #include "goal/context.h"
 #include "goal/engine.h"
 #include "goal/outputmachinery.h"
+#include "goal/statuspage.h"
 #include "orb3core/store/registrylog.h"
 
 namespace goal {
@@ -39,8 +40,9 @@ struct Process {
 
     ggui::RegistryLog log;
     OutputMachinery machinery;
+    StatusPage status;
     Engine engine;
-    ProfileInForce profile;
+    ProfileInForce profile{status};
     Context* currentContext SLIB_GUARDED_BY(engine.apiMutex) = nullptr;  ///< as the game gave it
     ErrorSlot alcError;
     ErrorSlot alError;

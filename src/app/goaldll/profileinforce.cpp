@@ -66,6 +66,7 @@ void ProfileInForce::TakeProfile(const orb3::GameProfile& profile, orb3::SharedC
     }
     name = profile.name;
     changes = orb3::DescribeChanges(profile);
+    status.SetProfile(name, changes);
     log.Write(
         "The profile '" + name + "' is in force: " + (changes.empty() ? "nothing is changed" : changes) + ".",
         false);

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <string>
 
+#include "goal/statuspage.h"
 #include "orb3core/settings/gameprofile.h"
 #include "orb3core/settings/sharedconfiguration.h"
 #include "slib/log.h"
@@ -19,6 +20,9 @@ using orb3::GameSwitch;
 
 class ProfileInForce {
 public:
+    /// Tells `status`, which outlives it, what is in force and what was refused.
+    explicit ProfileInForce(StatusPage& status) : status(status) {}
+
     /// Finds the profile of the running program, puts its settings in force in `configuration`, and logs
     /// which one it is and what it changes. What can't be read is logged and left out. Once; with apiMutex
     /// held.
@@ -31,6 +35,7 @@ public:
     bool Allows(GameSwitch which) noexcept {
         if (IsOn(which)) return true;
         refusals[Index(which)].fetch_add(1, std::memory_order_relaxed);
+        status.NoteRefusal(Index(which));
         return false;
     }
 
@@ -51,6 +56,7 @@ private:
     void TakeProfile(const orb3::GameProfile& profile, orb3::SharedConfiguration& configuration,
                      slib::Log& log);
 
+    StatusPage& status;
     std::array<std::atomic<bool>, orb3::gameSwitches.size()> isOn{};
     std::array<std::atomic<std::uint32_t>, orb3::gameSwitches.size()> refusals{};
 };

@@ -1,6 +1,8 @@
 #include "orb3core/settings/gameprofile.h"
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
 #include <iterator>
 #include <sstream>
 

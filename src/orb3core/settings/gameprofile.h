@@ -13,8 +13,6 @@
 //
 // where what isn't one of the first four attributes is a switch or a setting of the configuration document.
 
-#include <array>
-#include <cstddef>
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -23,33 +21,11 @@
 #include <string_view>
 #include <vector>
 
+#include "orb3core/settings/gameswitches.h"
 #include "orb3core/settings/settingtable.h"
 #include "slib/sxml.h"
 
 namespace orb3 {
-
-/// What a profile may switch on. Off, every call answers as it does for all games.
-enum class GameSwitch : std::size_t {
-    QuietLookups,
-    ThreadContexts,
-    SeveralContexts,
-    StandardErrors,
-    Capture
-};
-
-struct GameSwitchRow {
-    std::string_view name;
-    std::string_view meaning;  ///< for people, in a few words
-};
-
-/// In the order of GameSwitch.
-inline constexpr std::array<GameSwitchRow, 5> gameSwitches{{
-    {"QuietLookups", "a look-up of a name that isn't there records no error"},
-    {"ThreadContexts", "each thread may have a current context of its own (ALC_EXT_thread_local_context)"},
-    {"SeveralContexts", "the device takes more than one context"},
-    {"StandardErrors", "error codes, calls without effect and changes of state as OpenAL 1.1 has them"},
-    {"Capture", "a microphone can be recorded"},
-}};
 
 struct GameProfile {
     std::string name;
