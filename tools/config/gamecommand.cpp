@@ -45,6 +45,14 @@ std::string Patterns(const orb3::GameProfile& profile) {
     return text;
 }
 
+// The name of the profile that is meant: by its name, or by that of a program that it is for.
+std::string ProfileName(const std::string& name) {
+    std::vector<orb3::GameProfile> all = orb3::JoinGameProfiles(Shipped(), Users());
+    if (orb3::FindGameProfile(all, name) != all.end()) return name;
+    const auto found = orb3::FindGameProfileFor(all, {{name}, {}});
+    return found ? found->name : name;
+}
+
 // Where a profile comes from.
 std::string Origin(const orb3::GameProfile& profile, std::vector<orb3::GameProfile>& shipped,
                    std::vector<orb3::GameProfile>& users) {
@@ -196,9 +204,13 @@ void AddGameCommand(Program& program) {
     AddJsonFlag(*list, options->isJson);
     list->callback([options] { List(*options); });
     CLI::App* show = game->add_subcommand("show", "Print a profile, and why it is there.");
-    show->add_option("NAME", options->name, "The profile's name")->required();
+    show->add_option("NAME", options->name, "The profile's name, or that of the game's executable")
+        ->required();
     AddJsonFlag(*show, options->isJson);
-    show->callback([options] { Show(*options); });
+    show->callback([options] {
+        options->name = ProfileName(options->name);
+        Show(*options);
+    });
     CLI::App* set = game->add_subcommand("set", "Change something for a game.");
     set->footer(Switches());
     set->add_option("NAME", options->name, "The profile's name, or that of the game's executable")
@@ -209,10 +221,17 @@ void AddGameCommand(Program& program) {
     set->add_option("--program", options->programs,
                     "Names of executables that it is for, parted by |, with * and ? for other characters");
     set->add_option("--library", options->libraries, "Names of libraries whose programs it is for, likewise");
-    set->callback([options] { Set(*options); });
+    set->callback([options] {
+        options->name = ProfileName(options->name);
+        Set(*options);
+    });
     CLI::App* reset = game->add_subcommand("reset", "Forget what you have changed for a game.");
-    reset->add_option("NAME", options->name, "The profile's name")->required();
-    reset->callback([options] { Reset(*options); });
+    reset->add_option("NAME", options->name, "The profile's name, or that of the game's executable")
+        ->required();
+    reset->callback([options] {
+        options->name = ProfileName(options->name);
+        Reset(*options);
+    });
 }
 
 }  // namespace tool
