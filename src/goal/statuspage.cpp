@@ -13,6 +13,7 @@
 #include "goal/version.h"
 #include "orb3core/store/configstore.h"
 #include "platform/processid.h"
+#include "platform/runningprogram.h"
 #include "platform/runtimefolder.h"
 
 namespace goal {
@@ -65,7 +66,7 @@ void StatusPage::Describe() {
     Put(own, Layout::pid, static_cast<std::uint32_t>(pid));
     Put(own, Layout::startTime, platform::StartTimeOf(pid).value_or(0));
     Put(own, Layout::pidSpace, platform::PidSpaceOf(pid));
-    Put(own, Layout::program, platform::ProgramName());
+    Put(own, Layout::program, platform::GameName());
 }
 
 // A process may execute another program, and so have several pages in its time.

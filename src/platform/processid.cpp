@@ -1,11 +1,7 @@
 #include "platform/processid.h"
 
-#include <limits.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <array>
-#include <cerrno>
 #include <iterator>
 #include <sstream>
 
@@ -39,14 +35,6 @@ std::optional<std::uint64_t> StartTimeOf(pid_t pid) {
 std::uint64_t PidSpaceOf(pid_t pid) {
     struct stat status {};
     return stat((FolderOf(pid) + "/ns/pid").c_str(), &status) == 0 ? status.st_ino : 0;
-}
-
-std::string ProgramName() {
-    std::array<char, PATH_MAX> path{};
-    const ssize_t length = readlink("/proc/self/exe", path.data(), path.size());
-    if (length <= 0) return program_invocation_short_name;
-    const std::string whole(path.data(), static_cast<std::size_t>(length));
-    return whole.substr(whole.rfind('/') + 1);
 }
 
 }  // namespace platform

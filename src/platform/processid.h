@@ -19,7 +19,4 @@ std::optional<std::uint64_t> StartTimeOf(pid_t pid);
 /// when the system doesn't tell.
 std::uint64_t PidSpaceOf(pid_t pid);
 
-/// The file name of the program that this process runs, or what it was called where the system doesn't tell.
-std::string ProgramName();
-
 }  // namespace platform

@@ -45,6 +45,12 @@ std::vector<std::string> CommandLine() {
     return words;
 }
 
+bool IsInterpreter(const std::string& name) {
+    constexpr std::array<std::string_view, 9> interpreters{"python", "java", "perl", "ruby", "lua",
+                                                           "mono",   "node", "wine", "qemu"};
+    return std::ranges::any_of(interpreters, [&](std::string_view start) { return name.starts_with(start); });
+}
+
 int AddLibrary(dl_phdr_info* info, std::size_t, void* names) noexcept {
     try {
         if (info->dlpi_name != nullptr && *info->dlpi_name != '\0')
@@ -67,6 +73,13 @@ std::vector<std::string> RunningProgramNames() {
     for (std::size_t i = 0; i < words.size(); ++i)
         if (i == 0 || !words[i].starts_with('-')) add(NameOf(words[i]));
     return names;
+}
+
+std::string GameName() {
+    const std::vector<std::string> names = RunningProgramNames();
+    const auto name = std::ranges::find_if_not(names, IsInterpreter);
+    if (name != names.end()) return *name;
+    return names.empty() ? "?" : names.front();
 }
 
 std::vector<std::string> LoadedLibraryNames() {

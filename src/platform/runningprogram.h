@@ -12,6 +12,10 @@ namespace platform {
 /// name the game where the executable is an interpreter. Fewer where the system doesn't tell.
 std::vector<std::string> RunningProgramNames();
 
+/// The one of these that a person would know the program by: its executable, or, where that is an
+/// interpreter, what it runs. "?" where the system doesn't tell.
+std::string GameName();
+
 /// The names of the files that the loader has mapped into the process, without folders.
 std::vector<std::string> LoadedLibraryNames();
 
