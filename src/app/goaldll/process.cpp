@@ -75,7 +75,10 @@ bool HasExitBegun() {
 }
 
 Process::Process()
-    : log(orb3::storeRoot, "Tessarune"), engine(&log, &machinery), ending([this] { ShutDown(); }) {}
+    : log(orb3::storeRoot, "Tessarune"),
+      engine(&log, &machinery),
+      captures(&log),
+      ending([this] { ShutDown(); }) {}
 
 bool Process::LogCallFailure(const char* prefix, std::string_view text, bool always) noexcept {
     const CancellationHeldOff heldOff;
@@ -121,6 +124,7 @@ void Process::ShutDown() {
     currentContext = nullptr;
     apiLock.Release();
     DestroyContext(*this, context);
+    captures.ShutDown();
 
     {
         const slib::Lock secondApiLock(engine.apiMutex);
@@ -135,7 +139,8 @@ void Process::ShutDown() {
 
 // The two mutexes may have had waiting threads, or one that had just taken it.
 void Process::ContinueInChild() noexcept SLIB_UNCHECKED_LOCKS {
-    if (callsUnderWay != 0 || engine.device.context != nullptr || slib::Mutex::AreGivenUp())
+    if (callsUnderWay != 0 || captures.IsInUse() || engine.device.context != nullptr ||
+        slib::Mutex::AreGivenUp())
         return slib::Mutex::GiveUpAll();
     try {
         std::construct_at(&engine.contextLifetimeMutex);
