@@ -1,8 +1,11 @@
 #include "platform/pulseinput.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
+#include <cstring>
 #include <exception>
+#include <numeric>
 #include <set>
 #include <utility>
 
@@ -94,6 +97,19 @@ pa_sample_format_t FormatOf(InputFormat::Sample sample) {
     return PA_SAMPLE_INVALID;  // a value outside the table
 }
 
+// Frames of a stereo stream as mono ones; all of them if there are `most` at most.
+template <typename T>
+std::size_t Average(const void* stereo, void* mono, std::size_t frames, std::size_t most) {
+    const std::size_t count = std::min(frames, most);
+    for (std::size_t i = 0; i < count; ++i) {
+        std::array<T, 2> frame{};
+        std::memcpy(frame.data(), static_cast<const std::byte*>(stereo) + i * sizeof frame, sizeof frame);
+        const T middle = std::midpoint(frame[0], frame[1]);
+        std::memcpy(static_cast<std::byte*>(mono) + i * sizeof middle, &middle, sizeof middle);
+    }
+    return count;
+}
+
 // Wakes whoever keeps the stream.
 using Signal = std::shared_ptr<slib::Semaphore>;
 
@@ -114,14 +130,21 @@ public:
     InputName input;  // what it was opened on; the user's default has no identifier
 
 private:
+    static constexpr std::uint8_t streamChannels = 2;
+
+    std::uint32_t SampleBytes() const {
+        return static_cast<std::uint32_t>(ring->format.FrameBytes() / ring->format.channels);
+    }
     void Choose(const std::string& name);
     void Connect();
+    void Write(const std::byte* samples, std::size_t frames);
     static void OnFrames(pa_stream*, std::size_t bytes, void* self);
     static void OnState(pa_stream*, void* self);
 
     const std::shared_ptr<InputRing> ring;
     const Signal signal;
     InputServer server;
+    std::vector<float> mixed;  // room for some mono frames of any format, where the stream is averaged
     pa_stream* stream = nullptr;
     std::atomic<bool> isLost{false};
     bool isRunning = false;
@@ -157,10 +180,12 @@ void RecordStream::Choose(const std::string& name) {
     if (found == inputs.begin() && name != input.identifier) input.identifier.clear();
 }
 
+// Always stereo: PulseAudio averages two channels for a mono stream, PipeWire makes them louder by 3 dB, so
+// that they may clip.
 void RecordStream::Connect() {
-    const pa_sample_spec format{.format = FormatOf(ring->format.sample),
-                                .rate = ring->format.rate,
-                                .channels = static_cast<std::uint8_t>(ring->format.channels)};
+    const pa_sample_spec format{
+        .format = FormatOf(ring->format.sample), .rate = ring->format.rate, .channels = streamChannels};
+    if (ring->format.channels != streamChannels) mixed.resize(ring->format.rate / piecesPerSecond);
     pa_proplist* const properties = Pulse().newProperties();
     Pulse().setProperty(properties, PA_PROP_MEDIA_ROLE, "game");
     stream = Pulse().newStream(server.connection.Context(), "Input", &format, nullptr, properties);
@@ -173,7 +198,7 @@ void RecordStream::Connect() {
     Pulse().onRead(stream, &RecordStream::OnFrames, this);
     Pulse().onStreamState(stream, &RecordStream::OnState, this);
     constexpr auto open = static_cast<std::uint32_t>(-1);
-    const auto piece = static_cast<std::uint32_t>(format.rate / piecesPerSecond * ring->format.FrameBytes());
+    const std::uint32_t piece = format.rate / piecesPerSecond * streamChannels * SampleBytes();
     const pa_buffer_attr sizes{
         .maxlength = open, .tlength = open, .prebuf = open, .minreq = open, .fragsize = piece};
     const std::string& device = input.identifier;
@@ -196,13 +221,34 @@ void RecordStream::SetRunning(bool running) {
 
 // A hole, where the server has lost frames, is as long as they were.
 void RecordStream::OnFrames(pa_stream* stream, std::size_t, void* self) {
-    const auto& own = *static_cast<RecordStream*>(self);
+    auto& own = *static_cast<RecordStream*>(self);
     for (;;) {
         const void* samples = nullptr;
         std::size_t bytes = 0;
         if (Pulse().peek(stream, &samples, &bytes) < 0 || bytes == 0) return;
-        own.ring->Write(samples, bytes / own.ring->format.FrameBytes());
+        own.Write(static_cast<const std::byte*>(samples), bytes / (streamChannels * own.SampleBytes()));
         Pulse().drop(stream);
+    }
+}
+
+void RecordStream::Write(const std::byte* samples, std::size_t frames) {
+    if (mixed.empty() || samples == nullptr) return ring->Write(samples, frames);
+    while (frames > 0) {
+        std::size_t count = 0;
+        switch (ring->format.sample) {
+            case InputFormat::Sample::Unsigned8:
+                count = Average<std::uint8_t>(samples, mixed.data(), frames, mixed.size());
+                break;
+            case InputFormat::Sample::Signed16:
+                count = Average<std::int16_t>(samples, mixed.data(), frames, mixed.size());
+                break;
+            case InputFormat::Sample::Float32:
+                count = Average<float>(samples, mixed.data(), frames, mixed.size());
+                break;
+        }
+        ring->Write(mixed.data(), count);
+        samples += count * streamChannels * SampleBytes();
+        frames -= count;
     }
 }
 
