@@ -17,8 +17,7 @@ namespace platform {
 namespace {
 
 constexpr std::uint32_t piecesPerSecond = 50;  // in which the server sends frames
-constexpr std::uint32_t pause = 1000;          // ms between two attempts to find a lost input
-constexpr std::uint32_t longWait = 60'000;     // ms, until a signal
+constexpr std::uint32_t pause = 1000;  // ms between two looks at the stream, or attempts to find it again
 
 // A connection, and what the server has.
 class InputServer {
@@ -125,7 +124,7 @@ public:
     // As OpenInput, but that it waits as long as the server does.
     void Open(const std::string& name);
     void SetRunning(bool running);
-    bool IsLost() const { return isLost; }
+    bool IsLost() const { return isLost || !server.connection.IsIntact(); }
 
     InputName input;  // what it was opened on; the user's default has no identifier
 
@@ -155,6 +154,7 @@ RecordStream::~RecordStream() {
     const PulseLock lock(server.connection);
     Pulse().onRead(stream, nullptr, nullptr);
     Pulse().onStreamState(stream, nullptr, nullptr);
+    if (!server.connection.IsIntact()) return;
     Pulse().disconnectStream(stream);
     Pulse().unrefStream(stream);
 }
@@ -319,7 +319,7 @@ private:
     void Run() override {
         while (!IsStopRequested()) {
             // Woken or not, there may be something to do.
-            static_cast<void>(signal->WaitFor(stream ? longWait : pause));
+            static_cast<void>(signal->WaitFor(pause));
             try {
                 if (!IsStopRequested()) Keep();
             } catch (const std::exception&) {  // there was no memory; the next turn tries again

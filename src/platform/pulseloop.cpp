@@ -1,10 +1,35 @@
 #include "platform/pulseloop.h"
 
 #include <errno.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+
+#include <utility>
 
 namespace platform {
+namespace {
 
-PulseLoop::PulseLoop() : loop(Pulse().library.problem.empty() ? Pulse().newLoop() : nullptr) {}
+// 0 for a descriptor that isn't open.
+ino_t FileOf(int descriptor) {
+    struct stat now {};
+    return fstat(descriptor, &now) == 0 ? now.st_ino : 0;
+}
+
+}  // namespace
+
+PulseLoop::PulseLoop()
+    : loop(Pulse().library.problem.empty() ? Pulse().newLoop() : nullptr),
+      witness(memfd_create("witness", MFD_CLOEXEC)),
+      witnessFile(FileOf(witness)) {}
+
+PulseLoop::~PulseLoop() {
+    End();
+    if (IsHere() && IsIntact()) close(witness);
+}
+
+bool PulseLoop::IsIntact() const {
+    return witnessFile != 0 && FileOf(witness) == witnessFile;
+}
 
 void PulseLoop::End() {
     if (!IsHere() || loop == nullptr) return;
@@ -13,17 +38,19 @@ void PulseLoop::End() {
         if (context != nullptr) {
             Pulse().onContextState(context, nullptr, nullptr);
             Pulse().onEvent(context, nullptr, nullptr);
+        }
+        if (context != nullptr && IsIntact()) {
             Pulse().disconnect(context);
             Pulse().unrefContext(context);
         }
     }
     Pulse().stopLoop(loop);
-    Pulse().freeLoop(loop);
-    loop = nullptr;
+    pa_threaded_mainloop* const ended = std::exchange(loop, nullptr);
+    if (IsIntact()) Pulse().freeLoop(ended);
 }
 
 bool PulseLoop::Connect() {
-    if (loop == nullptr) return false;
+    if (loop == nullptr || !IsIntact()) return false;
     {
         const PulseLock lock(*this);
         // Under this name the user finds the game in the server's mixer.
