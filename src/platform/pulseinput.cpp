@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "platform/boundedcall.h"
+#include "platform/clock.h"
 #include "platform/pulseloop.h"
 #include "slib/thread.h"
 
@@ -18,6 +19,7 @@ namespace {
 
 constexpr std::uint32_t piecesPerSecond = 50;  // in which the server sends frames
 constexpr std::uint32_t pause = 1000;  // ms between two looks at the stream, or attempts to find it again
+constexpr std::int64_t longestAttempt = 5'000'000'000;  // ns
 
 // A connection, and what the server has.
 class InputServer {
@@ -337,10 +339,12 @@ private:
         if (stream) stream->SetRunning(ring->IsRunning());
     }
 
-    // One attempt at a time, however long the server takes.
+    // A server that has just begun may never answer one attempt, which the library gives up after 30 seconds.
     void Seek() {
+        if (attempt && !attempt->isOver && NowNanoseconds() > attemptEnd) attempt.reset();
         if (!attempt) {
             attempt = std::make_shared<Attempt>();
+            attemptEnd = NowNanoseconds() + longestAttempt;
             static_cast<void>(TryToOpen(attempt, identifier, ring, signal));
         }
         if (!attempt->isOver) return;
@@ -361,6 +365,7 @@ private:
     // The thread's, while it runs.
     std::unique_ptr<RecordStream> stream;  // null while the input is away
     std::shared_ptr<Attempt> attempt;      // null for none under way
+    std::int64_t attemptEnd = 0;           // ns
 };
 
 }  // namespace
