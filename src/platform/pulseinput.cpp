@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::uint32_t piecesPerSecond = 50;  // in which the server sends frames
 constexpr std::uint32_t pause = 1000;  // ms between two looks at the stream, or attempts to find it again
-constexpr std::int64_t longestAttempt = 5'000'000'000;  // ns
+constexpr std::int64_t longestAttempt = std::int64_t{5000} * 1'000'000;  // ns
 
 // A connection, and what the server has.
 class InputServer {

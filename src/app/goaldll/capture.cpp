@@ -17,7 +17,7 @@ using platform::InputFormat;
 using Sample = InputFormat::Sample;
 
 constexpr std::size_t mostLists = 64;
-constexpr std::int64_t listPause = 1'000'000'000;  // ns between two questions to the server
+constexpr std::int64_t listPause = std::int64_t{1000} * 1'000'000;  // ns between two questions to the server
 
 struct FormatRow {
     int format;
@@ -34,16 +34,14 @@ constexpr std::array<FormatRow, 6> formats{{
     {AL_FORMAT_STEREO_FLOAT32, Sample::Float32, 2},
 }};
 
-[[noreturn]] void Fail(const std::string& text, const char* call, int code) {
-    throw CaptureException(text + " in " + call + "().", code);
-}
-
 InputFormat FormatOf(std::uint32_t frequency, int format, int size) {
-    const char* const call = "alcCaptureOpenDevice";
     const auto* const row = std::ranges::find(formats, format, &FormatRow::format);
-    if (row == formats.end()) Fail("Invalid format", call, ALC_INVALID_ENUM);
-    if (frequency == 0) Fail("Invalid frequency", call, ALC_INVALID_VALUE);
-    if (size <= 0) Fail("Invalid buffer size", call, ALC_INVALID_VALUE);
+    if (row == formats.end())
+        throw CaptureException("Invalid format in alcCaptureOpenDevice().", ALC_INVALID_ENUM);
+    if (frequency == 0)
+        throw CaptureException("Invalid frequency in alcCaptureOpenDevice().", ALC_INVALID_VALUE);
+    if (size <= 0)
+        throw CaptureException("Invalid buffer size in alcCaptureOpenDevice().", ALC_INVALID_VALUE);
     return {row->sample, row->channels, frequency};
 }
 
@@ -76,7 +74,8 @@ CaptureDevices::Device* CaptureDevices::Open(const char* name, std::uint32_t fre
     auto device = std::make_unique<Device>();
     device->ring = std::make_shared<platform::InputRing>(frames, static_cast<std::uint32_t>(size));
     const slib::Lock serverLock(serverMutex);
-    if (isOver) Fail("The library is being unloaded", "alcCaptureOpenDevice", ALC_INVALID_VALUE);
+    if (isOver)
+        throw CaptureException("The library is being unloaded in alcCaptureOpenDevice().", ALC_INVALID_VALUE);
     try {
         device->input = platform::OpenInput(orb3::ReadInputSettings(*log), name == nullptr ? "" : name,
                                             device->ring, log);
@@ -107,7 +106,8 @@ void CaptureDevices::Close(const void* device) {
 std::unique_ptr<CaptureDevices::Device>& CaptureDevices::Find(const void* device, const char* call) {
     const auto place = std::ranges::find_if(
         devices, [&](const std::unique_ptr<Device>& each) { return each.get() == device; });
-    if (place == devices.end()) Fail("Invalid device", call, ALC_INVALID_DEVICE);
+    if (place == devices.end())
+        throw CaptureException("Invalid device in " + std::string(call) + "().", ALC_INVALID_DEVICE);
     return *place;
 }
 
@@ -123,12 +123,12 @@ void CaptureDevices::SetRunning(const void* device, bool running, const char* ca
 
 void CaptureDevices::Read(const void* device, void* samples, int frames) {
     const Use use(*this);
-    const char* const call = "alcCaptureSamples";
     const slib::Lock lock(mutex);
-    platform::InputRing& ring = *Find(device, call)->ring;
-    if (frames < 0 || (samples == nullptr && frames > 0)) Fail("Invalid buffer", call, ALC_INVALID_VALUE);
+    platform::InputRing& ring = *Find(device, "alcCaptureSamples")->ring;
+    if (frames < 0 || (samples == nullptr && frames > 0))
+        throw CaptureException("Invalid buffer in alcCaptureSamples().", ALC_INVALID_VALUE);
     if (!ring.Read(samples, static_cast<std::uint32_t>(frames)))
-        Fail("More samples than were captured", call, ALC_INVALID_VALUE);
+        throw CaptureException("More samples than were captured in alcCaptureSamples().", ALC_INVALID_VALUE);
 }
 
 int CaptureDevices::Available(const void* device) {
