@@ -124,6 +124,7 @@ FileFrames ReadFrames(const std::string& path) {
     const std::unique_ptr<SNDFILE, decltype(close)> file(library.open(descriptor, SFM_READ, &info, SF_TRUE),
                                                          close);
     if (!file) Refuse(path, library.explain(nullptr));
+    if (info.samplerate < 1 || info.channels < 1) Refuse(path, "It has no rate or no channels.");
     if (info.frames > mostBytes / (std::int64_t{info.channels} * 4))
         Refuse(path, "It is longer than 256 MiB.");
     FileFrames frames{{}, static_cast<std::size_t>(info.channels), info.samplerate};
@@ -176,7 +177,7 @@ std::unique_ptr<Input> MakeSilentInput(std::shared_ptr<InputRing> ring) {
     return std::make_unique<ClockedInput>(std::move(ring), std::vector<std::byte>());
 }
 
-std::unique_ptr<Input> MakeFileInput(const std::string& path, std::shared_ptr<InputRing> ring) {
+std::unique_ptr<Input> MakeFileInput(const std::string& path, const std::shared_ptr<InputRing>& ring) {
     const FileFrames frames = ReadFrames(path);
     const InputFormat& format = ring->format;
     const std::int64_t count =

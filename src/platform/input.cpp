@@ -27,8 +27,8 @@ std::unique_ptr<Input> Open(const InputSettings& settings, const std::string& na
     if (kind == Kind::Auto) return OpenPulseInput(name, std::move(ring), log);
     const std::string only = kind == Kind::Silent ? silenceName : waveFileName;
     if (!name.empty() && name != only) throw NoSuchInputException(name);
-    auto input = kind == Kind::Silent ? MakeSilentInput(std::move(ring))
-                                      : MakeFileInput(settings.waveFile, std::move(ring));
+    auto input =
+        kind == Kind::Silent ? MakeSilentInput(std::move(ring)) : MakeFileInput(settings.waveFile, ring);
     input->name = only;
     return input;
 }

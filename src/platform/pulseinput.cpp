@@ -133,8 +133,9 @@ public:
 private:
     static constexpr std::uint8_t streamChannels = 2;
 
-    std::uint32_t SampleBytes() const {
-        return static_cast<std::uint32_t>(ring->format.FrameBytes() / ring->format.channels);
+    // Of the stream.
+    std::size_t FrameBytes() const {
+        return ring->format.FrameBytes() / ring->format.channels * streamChannels;
     }
     void Choose(const std::string& name);
     void Connect();
@@ -200,7 +201,7 @@ void RecordStream::Connect() {
     Pulse().onRead(stream, &RecordStream::OnFrames, this);
     Pulse().onStreamState(stream, &RecordStream::OnState, this);
     constexpr auto open = static_cast<std::uint32_t>(-1);
-    const std::uint32_t piece = format.rate / piecesPerSecond * streamChannels * SampleBytes();
+    const auto piece = static_cast<std::uint32_t>(format.rate / piecesPerSecond * FrameBytes());
     const pa_buffer_attr sizes{
         .maxlength = open, .tlength = open, .prebuf = open, .minreq = open, .fragsize = piece};
     const std::string& device = input.identifier;
@@ -228,7 +229,7 @@ void RecordStream::OnFrames(pa_stream* stream, std::size_t, void* self) {
         const void* samples = nullptr;
         std::size_t bytes = 0;
         if (Pulse().peek(stream, &samples, &bytes) < 0 || bytes == 0) return;
-        own.Write(static_cast<const std::byte*>(samples), bytes / (streamChannels * own.SampleBytes()));
+        own.Write(static_cast<const std::byte*>(samples), bytes / own.FrameBytes());
         Pulse().drop(stream);
     }
 }
@@ -249,7 +250,7 @@ void RecordStream::Write(const std::byte* samples, std::size_t frames) {
                 break;
         }
         ring->Write(mixed.data(), count);
-        samples += count * streamChannels * SampleBytes();
+        samples += count * FrameBytes();
         frames -= count;
     }
 }
