@@ -1,7 +1,7 @@
 #pragma once
 
-// The machine's own settings of the sound output, as plain data. Read from the store above this folder, and
-// passed in when the sound system is made.
+// The machine's own settings of the sound output and input, as plain data. Read from the store above this
+// folder, and passed in when the sound system is made, or an input is opened.
 
 #include <cstdint>
 #include <optional>
@@ -34,6 +34,19 @@ struct PlatformSettings {
     std::optional<slib::StandardFormat> speakerSetting;  ///< instead of what the device reports
 
     bool operator==(const PlatformSettings&) const = default;
+};
+
+struct InputSettings {
+    enum class Input {
+        Auto,      ///< a PulseAudio server, or PipeWire's in its place
+        Silent,    ///< silence, at the pace of the clock
+        WaveFile,  ///< a WAV file over and over, as well
+    };
+
+    Input input = Input::Auto;
+    std::string waveFile;  ///< path, for Input::WaveFile
+
+    bool operator==(const InputSettings&) const = default;
 };
 
 }  // namespace platform

@@ -1,7 +1,5 @@
 #include "platform/pulseconnection.h"
 
-#include <errno.h>
-
 #include <algorithm>
 #include <array>
 #include <map>
@@ -9,17 +7,13 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/pulselibrary.h"
+#include "platform/pulseloop.h"
 #include "slib/mutex.h"
 #include "slib/nodestroy.h"
 #include "slib/text.h"
 
 namespace platform {
 namespace {
-
-std::string OrEmpty(const char* text) {
-    return text == nullptr ? "" : text;
-}
 
 bool Contains(const std::string& text, const char* part) {
     return text.find(part) != std::string::npos;
@@ -73,13 +67,13 @@ std::vector<std::string> NamesOf(const pa_channel_map& map) {
 }
 
 ServerOutput OutputOf(const pa_sink_info& info) {
-    const std::string form = OrEmpty(Pulse().property(info.proplist, PA_PROP_DEVICE_FORM_FACTOR));
+    const std::string form = TextOf(Pulse().property(info.proplist, PA_PROP_DEVICE_FORM_FACTOR));
     const bool isPort = info.active_port != nullptr;
     return {
-        .identifier = OrEmpty(info.name),
-        .description = OrEmpty(info.description),
+        .identifier = TextOf(info.name),
+        .description = TextOf(info.description),
         .channels = info.channel_map.channels,
-        .isHeadphones = IsOfHeadphones(form) || (isPort && IsOfHeadphones(OrEmpty(info.active_port->name))),
+        .isHeadphones = IsOfHeadphones(form) || (isPort && IsOfHeadphones(TextOf(info.active_port->name))),
         .channelNames = NamesOf(info.channel_map)};
 }
 
@@ -160,24 +154,22 @@ std::string DefaultHere(const std::string& name, const std::vector<ServerOutput>
 
 class PulseStream;
 
-// The library's thread with its connection, and what the server has. Callbacks run on the thread, which holds
-// the loop's lock meanwhile.
+// A connection, and what the server has.
 class PulseContext {
 public:
-    PulseContext();
-    ~PulseContext();
+    PulseContext() = default;
+    ~PulseContext() { connection.End(); }
     PulseContext(const PulseContext&) = delete;
     PulseContext& operator=(const PulseContext&) = delete;
 
-    bool IsHere() const { return owner == getpid(); }
+    bool IsHere() const { return connection.IsHere(); }
 
     // Any other thread; these wait for the server.
     bool Connect();
     std::vector<ServerOutput> List();
 
     // With the lock.
-    pa_context* Handle() const { return context; }
-    void Await(pa_operation* operation) const;
+    pa_context* Handle() const { return connection.Context(); }
     void Add(PulseStream& stream) { streams.push_back(&stream); }
     void Remove(PulseStream& stream) { std::erase(streams, &stream); }
     const std::string& DefaultOfAll() const { return defaultOutput; }
@@ -196,34 +188,19 @@ public:
     }
     void CheckStreams();
 
-    pa_threaded_mainloop* const loop;
+    PulseLoop connection;
 
 private:
     pa_operation* Ask();
-    static void Drop(pa_operation* operation);
-    static void OnState(pa_context*, void* self);
     static void OnEvent(pa_context*, pa_subscription_event_type_t, std::uint32_t, void* self);
     static void OnServer(pa_context*, const pa_server_info* info, void* self);
     static void OnSink(pa_context*, const pa_sink_info* info, int end, void* self);
 
-    pa_context* context = nullptr;
-    const pid_t owner = getpid();
     std::string defaultOutput;
     std::vector<ServerOutput> outputs;
     std::vector<ServerOutput> incoming;          // of the listing under way
     std::map<std::string, pa_channel_map> maps;  // of all outputs that were there
     std::vector<PulseStream*> streams;           // borrowed; each takes itself out
-};
-
-class Locked {
-public:
-    explicit Locked(const PulseContext& context) : loop(context.loop) { Pulse().lockLoop(loop); }
-    ~Locked() { Pulse().unlockLoop(loop); }
-    Locked(const Locked&) = delete;
-    Locked& operator=(const Locked&) = delete;
-
-private:
-    pa_threaded_mainloop* const loop;
 };
 
 class PulseStream : public OutputStream {
@@ -266,53 +243,21 @@ private:
     std::vector<float> frames;    // as many as the server's buffer holds at most
 };
 
-PulseContext::PulseContext() : loop(Pulse().newLoop()) {}
-
-PulseContext::~PulseContext() {
-    if (!IsHere() || loop == nullptr) return;
-    {
-        const Locked locked(*this);
-        if (context != nullptr) {
-            Pulse().onContextState(context, nullptr, nullptr);
-            Pulse().onEvent(context, nullptr, nullptr);
-            Pulse().disconnect(context);
-            Pulse().unrefContext(context);
-        }
-    }
-    Pulse().stopLoop(loop);
-    Pulse().freeLoop(loop);
-}
-
 bool PulseContext::Connect() {
-    if (loop == nullptr) return false;
-    {
-        const Locked locked(*this);
-        // Under this name the user finds the game in the server's mixer.
-        context = Pulse().newContext(Pulse().loopApi(loop), program_invocation_short_name);
-        if (context == nullptr) return false;
-        Pulse().onContextState(context, &PulseContext::OnState, this);
-        Pulse().onEvent(context, &PulseContext::OnEvent, this);
-        if (Pulse().connect(context, nullptr, PA_CONTEXT_NOFLAGS, nullptr) < 0) return false;
-    }
-    if (Pulse().startLoop(loop) < 0) return false;
-    const Locked locked(*this);
-    for (;;) {
-        const pa_context_state_t state = Pulse().contextState(context);
-        if (state == PA_CONTEXT_READY) break;
-        if (!PA_CONTEXT_IS_GOOD(state)) return false;
-        Pulse().waitLoop(loop);
-    }
+    if (!connection.Connect()) return false;
+    const PulseLock lock(connection);
+    Pulse().onEvent(Handle(), &PulseContext::OnEvent, this);
     constexpr auto wanted =
         static_cast<pa_subscription_mask_t>(PA_SUBSCRIPTION_MASK_SERVER | PA_SUBSCRIPTION_MASK_SINK);
-    Drop(Pulse().subscribe(context, wanted, nullptr, nullptr));
+    PulseLoop::Drop(Pulse().subscribe(Handle(), wanted, nullptr, nullptr));
     return true;
 }
 
 std::vector<ServerOutput> PulseContext::List() {
     if (!IsHere()) return {};
-    const Locked locked(*this);
-    Await(Ask());
-    if (!PA_CONTEXT_IS_GOOD(Pulse().contextState(context))) return {};
+    const PulseLock lock(connection);
+    connection.Await(Ask());
+    if (!connection.IsConnected()) return {};
     std::vector<ServerOutput> found = outputs;
     const std::string byDefault = DefaultHere(defaultOutput, found);
     for (ServerOutput& output : found)
@@ -320,48 +265,32 @@ std::vector<ServerOutput> PulseContext::List() {
     return found;
 }
 
-// Over when the connection is lost as well.
-void PulseContext::Await(pa_operation* operation) const {
-    if (operation == nullptr) return;
-    while (Pulse().operationState(operation) == PA_OPERATION_RUNNING)
-        Pulse().waitLoop(loop);
-    Pulse().unrefOperation(operation);
-}
-
-void PulseContext::Drop(pa_operation* operation) {
-    if (operation != nullptr) Pulse().unrefOperation(operation);
-}
-
 // The default output comes before the list of all, whose end concludes it.
 pa_operation* PulseContext::Ask() {
-    Drop(Pulse().serverInfo(context, &PulseContext::OnServer, this));
-    return Pulse().sinkInfos(context, &PulseContext::OnSink, this);
-}
-
-void PulseContext::OnState(pa_context*, void* self) {
-    Pulse().signalLoop(static_cast<PulseContext*>(self)->loop, 0);
+    PulseLoop::Drop(Pulse().serverInfo(Handle(), &PulseContext::OnServer, this));
+    return Pulse().sinkInfos(Handle(), &PulseContext::OnSink, this);
 }
 
 void PulseContext::OnEvent(pa_context*, pa_subscription_event_type_t, std::uint32_t, void* self) {
     auto& own = *static_cast<PulseContext*>(self);
-    if (!own.streams.empty()) Drop(own.Ask());
+    if (!own.streams.empty()) PulseLoop::Drop(own.Ask());
 }
 
 void PulseContext::OnServer(pa_context*, const pa_server_info* info, void* self) {
-    if (info != nullptr) static_cast<PulseContext*>(self)->defaultOutput = OrEmpty(info->default_sink_name);
+    if (info != nullptr) static_cast<PulseContext*>(self)->defaultOutput = TextOf(info->default_sink_name);
 }
 
 void PulseContext::OnSink(pa_context*, const pa_sink_info* info, int end, void* self) {
     auto& own = *static_cast<PulseContext*>(self);
     if (end == 0 && info != nullptr) {
-        own.maps[OrEmpty(info->name)] = info->channel_map;
+        own.maps[TextOf(info->name)] = info->channel_map;
         return own.incoming.push_back(OutputOf(*info));
     }
     TellApart(own.incoming);
     own.outputs = std::move(own.incoming);
     own.incoming.clear();
     own.CheckStreams();
-    Pulse().signalLoop(own.loop, 0);
+    own.connection.Wake();
 }
 
 void PulseContext::CheckStreams() {
@@ -371,7 +300,7 @@ void PulseContext::CheckStreams() {
 
 PulseStream::~PulseStream() {
     if (!context->IsHere() || stream == nullptr) return;
-    const Locked locked(*context);
+    const PulseLock lock(context->connection);
     context->Remove(*this);
     Pulse().onStreamState(stream, nullptr, nullptr);
     Pulse().onRequest(stream, nullptr, nullptr);
@@ -421,7 +350,7 @@ Result PulseStream::Open(std::uint32_t capacity) {
         if (state == PA_STREAM_READY) break;
         if (!PA_STREAM_IS_GOOD(state))
             return Pulse().lastError(context->Handle()) == PA_ERR_INVALID ? DSERR_BADFORMAT : DSERR_NODRIVER;
-        Pulse().waitLoop(context->loop);
+        context->connection.Wait();
     }
     frames.resize(std::size_t{shape.rate} / 2 * shape.channels);
     NoteSizes();
@@ -432,7 +361,7 @@ Result PulseStream::Open(std::uint32_t capacity) {
 
 // What it was opened on is still right, and it is still there.
 void PulseStream::Check(const std::string& defaultOutput, const std::vector<ServerOutput>& outputs) {
-    const std::string here = OrEmpty(Pulse().streamDevice(stream));
+    const std::string here = TextOf(Pulse().streamDevice(stream));
     const auto output = std::find_if(outputs.begin(), outputs.end(),
                                      [&](const ServerOutput& each) { return each.identifier == here; });
     if (output == outputs.end()) return;  // a listing that has it is under way
@@ -445,7 +374,7 @@ void PulseStream::Check(const std::string& defaultOutput, const std::vector<Serv
 
 // The user may have sent the sound elsewhere, now or when the game last ran.
 void PulseStream::NotePlace() {
-    const std::string here = OrEmpty(Pulse().streamDevice(stream));
+    const std::string here = TextOf(Pulse().streamDevice(stream));
     const std::string& byDefault = context->DefaultOfAll();
     if (watch.identifier.empty() && !here.empty()) NoteMove(byDefault, here);
 }
@@ -457,12 +386,12 @@ void PulseStream::NoteSizes() {
 
 Result PulseStream::Cork(bool isCorked) {
     if (!context->IsHere()) return DSERR_BUFFERLOST;
-    const Locked locked(*context);
+    const PulseLock lock(context->connection);
     if (Pulse().streamState(stream) != PA_STREAM_READY) return DSERR_BUFFERLOST;
     isRunning = !isCorked;
     pa_operation* const operation = Pulse().cork(stream, isCorked ? 1 : 0, nullptr, nullptr);
     if (operation == nullptr) return DSERR_BUFFERLOST;
-    Pulse().unrefOperation(operation);
+    PulseLoop::Drop(operation);
     if (!isRunning) return DS_OK;
     const std::size_t wanted = Pulse().writableSize(stream);
     if (wanted != static_cast<std::size_t>(-1)) Feed(wanted);
@@ -471,7 +400,7 @@ Result PulseStream::Cork(bool isCorked) {
 
 bool PulseStream::Resize(std::uint32_t capacity) {
     if (!context->IsHere()) return false;
-    const Locked locked(*context);
+    const PulseLock lock(context->connection);
     if (Pulse().streamState(stream) != PA_STREAM_READY) return false;
     const pa_buffer_attr sizes = Sizes(capacity);
     const auto onDone = [](pa_stream*, int, void* self) { static_cast<PulseStream*>(self)->NoteSizes(); };
@@ -512,7 +441,7 @@ void PulseStream::OnRequest(pa_stream*, std::size_t bytes, void* self) {
 void PulseStream::OnState(pa_stream* stream, void* self) {
     auto& own = *static_cast<PulseStream*>(self);
     if (!PA_STREAM_IS_GOOD(Pulse().streamState(stream))) own.outlet.NoteLoss();
-    Pulse().signalLoop(own.context->loop, 0);
+    own.context->connection.Wake();
 }
 
 void PulseStream::OnUnderflow(pa_stream*, void* self) {
@@ -540,7 +469,7 @@ public:
         auto opened = std::make_unique<PulseStream>(context, watch, shape, outlet);
         Result result = DS_OK;
         {
-            const Locked locked(*context);
+            const PulseLock lock(context->connection);
             result = opened->Open(capacity);
             if (result == DS_OK) context->CheckStreams();
         }

@@ -36,7 +36,10 @@ struct PulseLibrary {
     Imported<decltype(pa_context_subscribe)> subscribe{library, "pa_context_subscribe"};
     Imported<decltype(pa_context_get_server_info)> serverInfo{library, "pa_context_get_server_info"};
     Imported<decltype(pa_context_get_sink_info_list)> sinkInfos{library, "pa_context_get_sink_info_list"};
+    Imported<decltype(pa_context_get_source_info_list)> sourceInfos{library,
+                                                                    "pa_context_get_source_info_list"};
     Imported<decltype(pa_context_errno)> lastError{library, "pa_context_errno"};
+    Imported<decltype(pa_strerror)> explain{library, "pa_strerror"};
 
     Imported<decltype(pa_operation_get_state)> operationState{library, "pa_operation_get_state"};
     Imported<decltype(pa_operation_unref)> unrefOperation{library, "pa_operation_unref"};
@@ -49,6 +52,7 @@ struct PulseLibrary {
     Imported<decltype(pa_stream_new_with_proplist)> newStream{library, "pa_stream_new_with_proplist"};
     Imported<decltype(pa_stream_unref)> unrefStream{library, "pa_stream_unref"};
     Imported<decltype(pa_stream_connect_playback)> connectPlayback{library, "pa_stream_connect_playback"};
+    Imported<decltype(pa_stream_connect_record)> connectRecord{library, "pa_stream_connect_record"};
     Imported<decltype(pa_stream_disconnect)> disconnectStream{library, "pa_stream_disconnect"};
     Imported<decltype(pa_stream_get_state)> streamState{library, "pa_stream_get_state"};
     Imported<decltype(pa_stream_get_device_name)> streamDevice{library, "pa_stream_get_device_name"};
@@ -57,9 +61,12 @@ struct PulseLibrary {
     Imported<decltype(pa_stream_get_latency)> latency{library, "pa_stream_get_latency"};
     Imported<decltype(pa_stream_writable_size)> writableSize{library, "pa_stream_writable_size"};
     Imported<decltype(pa_stream_write)> write{library, "pa_stream_write"};
+    Imported<decltype(pa_stream_peek)> peek{library, "pa_stream_peek"};
+    Imported<decltype(pa_stream_drop)> drop{library, "pa_stream_drop"};
     Imported<decltype(pa_stream_cork)> cork{library, "pa_stream_cork"};
     Imported<decltype(pa_stream_set_state_callback)> onStreamState{library, "pa_stream_set_state_callback"};
     Imported<decltype(pa_stream_set_write_callback)> onRequest{library, "pa_stream_set_write_callback"};
+    Imported<decltype(pa_stream_set_read_callback)> onRead{library, "pa_stream_set_read_callback"};
     Imported<decltype(pa_stream_set_underflow_callback)> onUnderflow{library,
                                                                      "pa_stream_set_underflow_callback"};
     Imported<decltype(pa_stream_set_moved_callback)> onMove{library, "pa_stream_set_moved_callback"};

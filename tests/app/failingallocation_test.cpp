@@ -1,5 +1,7 @@
 // Calls of a game in a process that runs out of memory.
 
+#include <filesystem>
+#include <fstream>
 #include <functional>
 #include <tuple>
 #include <utility>
@@ -155,6 +157,22 @@ TEST_F(FailingAllocation, TheServersSteps_AllocateAndFreeNothingWhateverTheGameA
         EXPECT_EQ(allocations + frees, before) << name;
         EXPECT_EQ(alGetError(), AL_NO_ERROR) << name;
     }
+}
+
+TEST_F(FailingAllocation, CaptureOpenDevice_HasItsOwnCodeAndSucceedsOnceThereIsRoom) {
+    std::filesystem::create_directories(store.UserFile().parent_path());
+    std::ofstream(store.UserFile()) << "[Platform]\nInput=Silent\n";
+    process.profile.Set(goal::GameSwitch::Capture, true);
+    ALCdevice* device = nullptr;
+    for (int room = 0; device == nullptr; ++room) {
+        ASSERT_LT(room, 1000);
+        allocationsLeft = room;
+        device = alcCaptureOpenDevice(nullptr, 8000, AL_FORMAT_MONO8, 64);
+        allocationsLeft = never;
+        EXPECT_EQ(alcGetError(nullptr), device == nullptr ? ALC_OUT_OF_MEMORY : ALC_NO_ERROR) << room;
+    }
+    alcCaptureCloseDevice(device);
+    process.profile.Set(goal::GameSwitch::Capture, false);
 }
 
 }  // namespace

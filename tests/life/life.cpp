@@ -78,6 +78,13 @@ struct Library {
         genSources(200, sources);
         deleteSources(200, sources);
     }
+    // From silence, which the settings have to name.
+    ALCdevice* Record() const {
+        ALCdevice* const device = openCapture(nullptr, 8000, AL_FORMAT_MONO16, 8000);
+        Check(device != nullptr, "Nothing can be recorded.");
+        startCapture(device);
+        return device;
+    }
     void Close() const { Check(dlclose(handle) == 0, "The library could not be closed."); }
 
     void* const handle;
@@ -91,6 +98,10 @@ struct Library {
     const LPALDELETESOURCES deleteSources = Find<LPALDELETESOURCES>("alDeleteSources");
     const LPALSOURCEF sourcef = Find<LPALSOURCEF>("alSourcef");
     const LPALSOURCE3I source3i = Find<LPALSOURCE3I>("alSource3i");
+
+    const LPALCCAPTUREOPENDEVICE openCapture = Find<LPALCCAPTUREOPENDEVICE>("alcCaptureOpenDevice");
+    const LPALCCAPTURECLOSEDEVICE closeCapture = Find<LPALCCAPTURECLOSEDEVICE>("alcCaptureCloseDevice");
+    const LPALCCAPTURESTART startCapture = Find<LPALCCAPTURESTART>("alcCaptureStart");
 
     using AnyCall = void (*)(long, long, long, long, long, long, float, float, float, float, float, float);
     const std::vector<AnyCall> calls = [this] {
@@ -206,6 +217,36 @@ void MakeContextsOften(const char* path) {
     Holdings().CheckAgainst(before);
 }
 
+void ChooseSilentRecording() {
+    std::ofstream(store->UserFile())
+        << "[Platform]\nOutput=Silent\nInput=Silent\n[Games]\n"
+           "Profiles=<Games><Game Name=\"Recorder\" Programs=\"*\" Capture=\"True\"/></Games>\n";
+}
+
+// A process that records, and has no context, ends; so does its child; an unload leaves nothing.
+void Recording(const char* path) {
+    ChooseSilentRecording();
+    const Library library(path);
+    const auto inChild = [](const std::function<bool()>& work) {
+        const int code = testing_support::RunInChild([&]() -> int {
+            alarm(5);
+            std::exit(work() ? 0 : 1);
+        });
+        if (code != 0) Fail("The child ended with " + std::to_string(code));
+    };
+    inChild([&] { return library.Record() != nullptr; });
+    library.Record();
+    inChild([&] {
+        library.CallAll();
+        library.getError(nullptr);
+        return library.openCapture(nullptr, 8000, AL_FORMAT_MONO16, 1) == nullptr &&
+               library.getError(nullptr) == ALC_INVALID_VALUE;
+    });
+    library.Close();
+    Check(!IsMapped(path), "The library is still loaded.");
+    CheckNoThreadIsLeft();
+}
+
 // Measures the machine and stores what it chose, so that later starts are quick.
 void StartForTheFirstTime(const char* path) {
     const int code = testing_support::RunInChild([&] {
@@ -276,7 +317,7 @@ void ContextInADaemon(const char* path) {
 std::function<void(const char*)> LiveInThreads(const std::vector<std::function<void()>>& states) {
     return [=](const char* path) {
         const Library library(path);
-        store->ChooseSilence();
+        ChooseSilentRecording();
         pthread_attr_t smallStack;
         pthread_attr_init(&smallStack);
         pthread_attr_setstacksize(&smallStack, 65536);
@@ -294,6 +335,7 @@ std::function<void(const char*)> LiveInThreads(const std::vector<std::function<v
                         library.sourcef(source, name, number);
                 library.source3i(source, AL_POSITION, 16777217, -2147483647, 1);
                 library.CallAll();
+                library.closeCapture(library.Record());
                 library.destroyContext(context);
                 isThrough = std::array{fegetround(), fegetexcept()} == before;
             }).join();
@@ -401,6 +443,7 @@ const std::map<std::string, std::function<void(const char*)>> modes{
     {"closed_descriptors", ClosedDescriptors},
     {"file_size_limit", FileSizeLimit},
     {"set_group_id", SetGroupId},
+    {"recording", Recording},
     {"exit_from_main", ExitFromMain},
     {"exit_from_another_thread", ExitFromAnotherThread},
     {"exit_while_contexts_come_and_go", ExitWhileContextsComeAndGo},

@@ -28,6 +28,7 @@
 #include "AL/tessarune.h"
 #include "tests/support/program.h"
 #include "tests/support/recording.h"
+#include "tests/support/signals.h"
 #include "tests/support/stallwatch.h"
 
 namespace {
@@ -203,6 +204,25 @@ protected:
         std::vector<float> samples(bytes.size() / sizeof(float));
         std::copy_n(bytes.data(), samples.size() * sizeof(float), reinterpret_cast<char*>(samples.data()));
         return {samples, speakers.channels};
+    }
+
+    // Another program plays 441 Hz for twelve seconds.
+    Program PlayTone(const std::string& output) const {
+        const std::string file = store.folder.path / "tone";
+        std::vector<float> tone;
+        for (int i = 0; i < 12 * rate; ++i)
+            for (int channel = 0; channel < 2; ++channel)
+                tone.push_back(0.5F * static_cast<float>(std::sin(2 * std::numbers::pi * 441 * i / rate)));
+        std::ofstream(file, std::ios::binary)
+            .write(reinterpret_cast<const char*>(tone.data()), std::ssize(tone) * 4);
+        return Program("exec pacat --device=" + output +
+                       " --format=float32le --rate=48000 --channels=2 --raw --latency-msec=300 " + file +
+                       " 2> /dev/null");
+    }
+    void AllowCapture() const {
+        std::filesystem::create_directories(store.UserFile().parent_path());
+        std::ofstream(store.UserFile())
+            << "[Games]\nProfiles=<Games><Game Name=\"Recorder\" Programs=\"*\" Capture=\"True\"/></Games>\n";
     }
 
     testing_support::TemporaryStore store;
@@ -412,23 +432,11 @@ TEST_F(OnASoundServer, AChangedSetting_InterruptsTheSoundForLessThanASecond) {
 // First starts measure the machine, and a scene of thousands of sources is more than it can render.
 TEST_F(OnASoundServer, AnotherProgramsTone_KeepsWholeBesideFirstStartsAndAnOverload) {
     const Program server = StartServer(stereo);
-    const std::string file = store.folder.path / "tone";
-    {
-        std::vector<float> tone;
-        for (int i = 0; i < 12 * rate; ++i)
-            for (int channel = 0; channel < 2; ++channel)
-                tone.push_back(0.5F * static_cast<float>(std::sin(2 * std::numbers::pi * 441 * i / rate)));
-        std::ofstream(file, std::ios::binary)
-            .write(reinterpret_cast<const char*>(tone.data()), std::ssize(tone) * 4);
-    }
     std::optional<Program> player;
     const Recording heard = Record(
         stereo,
         [&] {
-            player.emplace(
-                "exec pacat --device=other --format=float32le --rate=48000 --channels=2 --raw "
-                "--latency-msec=300 " +
-                file + " 2> /dev/null");
+            player.emplace(PlayTone("other"));
             std::this_thread::sleep_for(1s);
             for (int i = 0; i < 2; ++i) {
                 testing_support::Configure("reset");
@@ -582,6 +590,78 @@ TEST_P(OnEither, APlay_IsHeardSoon) {
     std::ranges::sort(delays);
     std::printf("median %.1f ms, worst %.1f ms\n", delays[plays / 2], delays.back());
     EXPECT_LT(delays[plays / 2], 80);
+}
+
+// A capture device, as a game has one.
+class Microphone {
+public:
+    explicit Microphone(const char* name, ALCuint frequency = 11025)
+        : device(alcCaptureOpenDevice(name, frequency, AL_FORMAT_MONO16, static_cast<ALCsizei>(frequency))) {
+        alcCaptureStart(device);
+    }
+    ~Microphone() { alcCaptureCloseDevice(device); }
+    Microphone(const Microphone&) = delete;
+    Microphone& operator=(const Microphone&) = delete;
+
+    ALCint Available() const {
+        ALCint count = 0;
+        alcGetIntegerv(device, ALC_CAPTURE_SAMPLES, 1, &count);
+        return count;
+    }
+    // Fewer when they don't come for ten seconds.
+    std::vector<float> Read(ALCint frames) const {
+        for (int i = 0; i < 1000 && Available() < frames; ++i)
+            std::this_thread::sleep_for(10ms);
+        std::vector<ALshort> samples(static_cast<std::size_t>(std::min(frames, Available())));
+        alcCaptureSamples(device, samples.data(), static_cast<ALCsizei>(samples.size()));
+        std::vector<float> scaled;
+        for (const ALshort sample : samples)
+            scaled.push_back(static_cast<float>(sample) / 32768);
+        return scaled;
+    }
+
+    ALCdevice* const device;
+};
+
+// What another program plays, by the monitor of its output.
+TEST_P(OnEither, ATone_IsRecordedAtItsFrequencyAndLevel) {
+    AllowCapture();
+    const Program server = StartServer(stereo, GetParam());
+    if (IsMissing()) GTEST_SKIP() << "PipeWire doesn't start on this machine.";
+    const Program player = PlayTone("out");
+    EXPECT_STREQ(alcGetString(nullptr, ALC_CAPTURE_DEFAULT_DEVICE_SPECIFIER), "Monitor of out");
+    const Microphone microphone("out.monitor");
+    ASSERT_NE(microphone.device, nullptr) << Log();
+    static_cast<void>(microphone.Read(8000));
+    const std::vector<float> heard = microphone.Read(5500);
+    ASSERT_EQ(heard.size(), 5500U);
+    double energy = 0;
+    for (const float sample : heard)
+        energy += double{sample} * double{sample};
+    const double angle = 2 * std::numbers::pi * 441 / 11025;
+    EXPECT_NEAR(std::abs(testing_support::SpectrumAt(heard, angle)) * 2 / 5500, 0.5, 0.005);
+    EXPECT_NEAR(energy / 5500, 0.5 * 0.5 / 2, 0.002);
+}
+
+TEST_F(OnASoundServer, ThatDies_TakesARecordingAwayUntilItIsBack) {
+    AllowCapture();
+    EXPECT_EQ(alcCaptureOpenDevice(nullptr, 8000, AL_FORMAT_MONO8, 1), nullptr);
+    Program server = StartServer(stereo);
+    const Microphone microphone(nullptr);
+    EXPECT_EQ(microphone.Read(1000).size(), 1000U) << Log();
+    server.End(SIGKILL);
+    std::this_thread::sleep_for(100ms);
+    static_cast<void>(microphone.Read(microphone.Available()));
+    std::this_thread::sleep_for(300ms);
+    EXPECT_EQ(microphone.Available(), 0);
+    server = StartServer(stereo);
+    EXPECT_EQ(microphone.Read(1000).size(), 1000U) << Log();
+    close_range(3, 1023, 0);  // as a daemon does
+    std::this_thread::sleep_for(100ms);
+    static_cast<void>(microphone.Read(microphone.Available()));
+    EXPECT_EQ(microphone.Read(1000).size(), 1000U) << Log();
+    EXPECT_NE(Log().find("No sound server answers, so nothing can be recorded."), std::string::npos);
+    EXPECT_NE(Log().find("The input 'Monitor of out' is back."), std::string::npos) << Log();
 }
 
 #ifdef TESSARUNE_HAS_PIPEWIRE

@@ -36,6 +36,7 @@ const std::vector<SettingCase> settings{
     {"WaveFile", "/usr/../usr/a b.wav", "/usr/a b.wav", "/no/such/folder/a.wav", "a folder that exists"},
     {"WaveFileChannels", "24", "24", "65", "WaveFileChannels must be 8 to 64, not '65'."},
     {"WaveFilePace", "realtime", "RealTime", "Fast", "must be Renderer or RealTime, not 'Fast'."},
+    {"Input", "silent", "Silent", "Loud", "Input must be Auto, Silent or WaveFile, not 'Loud'."},
     {"SpeakerSetting", "surround 5.1 (itu)", "Surround 5.1 (ITU)", "Unknown", "or Surround 7.1 (Wide)"},
     {"AudioRenderer.SuggestedBufferLength", "2147483647", "2147483647", "2147483648", "must be 64 or more"}};
 
@@ -47,7 +48,7 @@ protected:
         if (dot != std::string::npos)
             return slib::SXMLNode(Document()).GetChild("AudioRenderer").GetAttribute(name.substr(dot + 1));
         if (name == "Output" || name == "WaveFile" || name == "WaveFileChannels" || name == "WaveFilePace" ||
-            name == "SpeakerSetting")
+            name == "SpeakerSetting" || name.starts_with("Input"))
             return store.Read("/Platform/" + name, "?");
         const slib::SXMLNode document(Document());
         return (name == "UseDirectSoundAutoselect" ? document : document.GetChild("Tessarune"))

@@ -33,7 +33,7 @@ std::string StoreSetting(const orb3::Setting& setting, const std::string& text, 
 /// Forgets the settings that are values of their own in the store. Throws what the storing throws.
 void ForgetPlatformSettings();
 
-/// Their names: "Output, WaveFile, WaveFileChannels, WaveFilePace and SpeakerSetting".
+/// Their names: "Output, WaveFile, WaveFilePace, WaveFileChannels, SpeakerSetting, Input and InputFile".
 std::string PlatformSettingNames();
 
 /// Throws WrongUse for a number or word in the text of a document that its reader would change in silence.

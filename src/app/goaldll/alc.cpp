@@ -1,5 +1,5 @@
-// The alc* calls: the one device, its contexts, which are one unless the game's profile allows several, and
-// what can be asked about them.
+// The alc* calls: the one device, its contexts, which are one unless the game's profile allows several, what
+// can be asked about them, and the devices that a game may record from.
 
 #include "AL/alc.h"
 
@@ -17,6 +17,7 @@
 #include "app/goaldll/alcenums.h"
 #include "app/goaldll/alcprocs.h"
 #include "app/goaldll/callframe.h"
+#include "app/goaldll/capture.h"
 #include "app/goaldll/extensions.h"
 #include "app/goaldll/process.h"
 #include "app/goaldll/standarderrors.h"
@@ -404,7 +405,84 @@ void GetInteger(Process& process, const ALCdevice* device, ALCenum parameter, AL
     }
 }
 
-// Capture, which the system has none of.
+// ---- Capture ----
+
+bool IsCaptureOn() {
+    return Call(false, [](const Process& process) { return process.profile.IsOn(GameSwitch::Capture); });
+}
+
+// Runs the work of a call that IsCaptureOn has let through, without apiMutex: it may wait for a sound server.
+template <typename Result, typename Work>
+Result CaptureCall(Result failure, const Work& work) {
+    const goal::CallFrame frame;
+    const goal::CancellationHeldOff heldOff;
+    Process& process = goal::TheProcess();
+    const auto fail = [&](const char* text, int code, bool always = false) {
+        process.alcError.Record(code);
+        process.LogCallFailure("Game ALC call failed: ", text, always);
+        return failure;
+    };
+    try {
+        return std::invoke(work, process.captures);
+    } catch (const goal::CaptureException& exception) {
+        return fail(exception.what(), exception.code, exception.isOfMachine);
+    } catch (const std::bad_alloc& exception) {
+        return fail(exception.what(), ALC_OUT_OF_MEMORY);
+    } catch (const slib::OutOfMemoryException& exception) {
+        return fail(exception.what(), ALC_OUT_OF_MEMORY);
+    } catch (const std::exception& exception) {
+        return fail(exception.what(), ALC_INVALID_VALUE);
+    }
+}
+
+ALCdevice* OpenCapture(const ALCchar* name, ALCuint frequency, ALCenum format, ALCsizei size) {
+    goal::NoteExit();
+    return CaptureCall<ALCdevice*>(nullptr, [&](goal::CaptureDevices& captures) {
+        return reinterpret_cast<ALCdevice*>(captures.Open(name, frequency, format, size));
+    });
+}
+
+ALCboolean CloseCapture(const ALCdevice* device) {
+    return CaptureCall<ALCboolean>(ALC_FALSE, [&](goal::CaptureDevices& captures) -> ALCboolean {
+        captures.Close(device);
+        return ALC_TRUE;
+    });
+}
+
+void SetCapturing(const ALCdevice* device, bool running, const char* call) {
+    CaptureCall(false, [&](goal::CaptureDevices& captures) {
+        captures.SetRunning(device, running, call);
+        return true;
+    });
+}
+
+const char* CaptureName(const ALCdevice* device, ALCenum parameter) {
+    return CaptureCall<const char*>(nullptr, [&](goal::CaptureDevices& captures) {
+        const bool isOfDevice = parameter == ALC_CAPTURE_DEVICE_SPECIFIER && device != nullptr;
+        return isOfDevice ? captures.NameOf(device) : captures.Names();
+    });
+}
+
+void ReadCapture(const ALCdevice* device, ALCvoid* samples, ALCsizei frames) {
+    CaptureCall(false, [&](goal::CaptureDevices& captures) {
+        captures.Read(device, samples, frames);
+        return true;
+    });
+}
+
+void GetCaptureSamples(const ALCdevice* device, ALCsizei size, ALCint* data) {
+    CaptureCall(false, [&](goal::CaptureDevices& captures) {
+        const ALCint available = captures.Available(device);
+        if (data == nullptr)
+            throw goal::CaptureException("Invalid data array in alcGetIntegerv().", ALC_INVALID_VALUE);
+        if (size < 1)
+            throw goal::CaptureException("Invalid data size in alcGetIntegerv().", ALC_INVALID_VALUE);
+        *data = available;
+        return true;
+    });
+}
+
+// What all games get whose profile doesn't allow it.
 bool RefuseCapture(const char* text) {
     return Call(false, [&](Process& process) {
         process.FailAlc(text, ALC_INVALID_DEVICE);
@@ -549,6 +627,9 @@ ALC_API ALCenum ALC_APIENTRY alcGetEnumValue(ALCdevice*, const ALCchar* name) {
 }
 
 ALC_API const ALCchar* ALC_APIENTRY alcGetString(ALCdevice* device, ALCenum parameter) {
+    const bool isOfCapture =
+        parameter == ALC_CAPTURE_DEVICE_SPECIFIER || parameter == ALC_CAPTURE_DEFAULT_DEVICE_SPECIFIER;
+    if (isOfCapture && IsCaptureOn()) return CaptureName(device, parameter);
     return Call<const ALCchar*>(nullptr, [&](Process& process) {
         const char* const text = StringOf(process, device, parameter);
         if (text == nullptr) process.FailAlc("Unknown param in alcGetString().", ALC_INVALID_ENUM);
@@ -557,13 +638,16 @@ ALC_API const ALCchar* ALC_APIENTRY alcGetString(ALCdevice* device, ALCenum para
 }
 
 ALC_API void ALC_APIENTRY alcGetIntegerv(ALCdevice* device, ALCenum parameter, ALCsizei size, ALCint* data) {
+    if (parameter == ALC_CAPTURE_SAMPLES && IsCaptureOn()) return GetCaptureSamples(device, size, data);
     Call(false, [&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) {
         GetInteger(process, device, parameter, size, data);
         return true;
     });
 }
 
-ALC_API ALCdevice* ALC_APIENTRY alcCaptureOpenDevice(const ALCchar*, ALCuint, ALCenum, ALCsizei) {
+ALC_API ALCdevice* ALC_APIENTRY alcCaptureOpenDevice(const ALCchar* name, ALCuint frequency, ALCenum format,
+                                                     ALCsizei size) {
+    if (IsCaptureOn()) return OpenCapture(name, frequency, format, size);
     return Call<ALCdevice*>(nullptr, [](Process& process) -> ALCdevice* {
         static_cast<void>(process.profile.Allows(GameSwitch::Capture));
         const char* const prefix = "Game ALC call failed: ";
@@ -575,20 +659,24 @@ ALC_API ALCdevice* ALC_APIENTRY alcCaptureOpenDevice(const ALCchar*, ALCuint, AL
     });
 }
 
-ALC_API ALCboolean ALC_APIENTRY alcCaptureCloseDevice(ALCdevice*) {
+ALC_API ALCboolean ALC_APIENTRY alcCaptureCloseDevice(ALCdevice* device) {
+    if (IsCaptureOn()) return CloseCapture(device);
     RefuseCapture("Capture is not supported in alcCaptureCloseDevice().");
     return ALC_FALSE;
 }
 
-ALC_API void ALC_APIENTRY alcCaptureStart(ALCdevice*) {
+ALC_API void ALC_APIENTRY alcCaptureStart(ALCdevice* device) {
+    if (IsCaptureOn()) return SetCapturing(device, true, "alcCaptureStart");
     RefuseCapture("Capture is not supported in alcCaptureStart().");
 }
 
-ALC_API void ALC_APIENTRY alcCaptureStop(ALCdevice*) {
+ALC_API void ALC_APIENTRY alcCaptureStop(ALCdevice* device) {
+    if (IsCaptureOn()) return SetCapturing(device, false, "alcCaptureStop");
     RefuseCapture("Capture is not supported in alcCaptureStop().");
 }
 
-ALC_API void ALC_APIENTRY alcCaptureSamples(ALCdevice*, ALCvoid*, ALCsizei) {
+ALC_API void ALC_APIENTRY alcCaptureSamples(ALCdevice* device, ALCvoid* samples, ALCsizei frames) {
+    if (IsCaptureOn()) return ReadCapture(device, samples, frames);
     RefuseCapture("Capture is not supported in alcCaptureSamples().");
 }
 

@@ -93,7 +93,10 @@ bool HasExitBegun() {
 }
 
 Process::Process()
-    : log(orb3::storeRoot, "Tessarune"), engine(&log, &machinery), ending([this] { ShutDown(); }) {
+    : log(orb3::storeRoot, "Tessarune"),
+      engine(&log, &machinery),
+      captures(&log),
+      ending([this] { ShutDown(); }) {
     engine.status = &status;
 }
 
@@ -153,6 +156,7 @@ void Process::ShutDown() {
     const slib::Lock lifetimeLock(engine.contextLifetimeMutex);
     while (Context* const context = BeginShutDown())
         DestroyContext(*this, context);
+    captures.ShutDown();
 
     {
         const slib::Lock secondApiLock(engine.apiMutex);
@@ -169,8 +173,8 @@ void Process::ShutDown() {
 // The two mutexes may have had waiting threads, or one that had just taken it.
 void Process::ContinueInChild() noexcept SLIB_UNCHECKED_LOCKS {
     status.ContinueInChild();
-    if (callsUnderWay != 0 || engine.device.contexts.First() != nullptr || slib::Mutex::AreGivenUp())
-        return slib::Mutex::GiveUpAll();
+    const bool isUsed = callsUnderWay != 0 || captures.IsInUse() || engine.device.contexts.First() != nullptr;
+    if (isUsed || slib::Mutex::AreGivenUp()) return slib::Mutex::GiveUpAll();
     try {
         std::construct_at(&engine.contextLifetimeMutex);
         std::construct_at(&engine.apiMutex);

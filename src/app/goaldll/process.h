@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 
+#include "app/goaldll/capture.h"
 #include "app/goaldll/ending.h"
 #include "app/goaldll/profileinforce.h"
 #include "goal/context.h"
@@ -43,6 +44,7 @@ struct Process {
     StatusPage status;
     Engine engine;
     ProfileInForce profile{status};
+    CaptureDevices captures;
     Context* currentContext SLIB_GUARDED_BY(engine.apiMutex) = nullptr;  ///< as the game gave it
     ErrorSlot alcError;
     ErrorSlot alError;
@@ -73,14 +75,14 @@ struct Process {
     /// False when there was no memory for that. Never throws.
     bool LogCallFailure(const char* prefix, std::string_view text, bool always) noexcept;
 
-    /// Ends the contexts and gives back all memory. What is called afterwards finds a device
-    /// that makes no context.
+    /// Ends the contexts, closes what is recorded from, and gives back all memory. What is called afterwards
+    /// finds a device that makes no context.
     void ShutDown();
 
     /// In a child that the game forked, before anything else runs there. No thread of ours exists in it.
-    /// Where there was neither a context nor a call under way all is as it was in the parent; otherwise the
-    /// memory may be in the middle of a change by a thread that is gone, and every call is refused from then
-    /// on.
+    /// Where there was neither a context, a capture device nor a call under way all is as it was in the
+    /// parent; otherwise the memory may be in the middle of a change by a thread that is gone, and every call
+    /// is refused from then on.
     void ContinueInChild() noexcept;
 
 private:

@@ -30,6 +30,10 @@ inline constexpr auto choiceTexts<platform::PlatformSettings::Output> =
                                                             "JACK", "ALSA");
 
 template <>
+inline constexpr auto choiceTexts<platform::InputSettings::Input> =
+    slib::MakeEnumTexts<platform::InputSettings::Input>("Auto", "Silent", "WaveFile");
+
+template <>
 inline constexpr auto choiceTexts<platform::PlatformSettings::Pace> =
     slib::MakeEnumTexts<platform::PlatformSettings::Pace>("Renderer", "RealTime");
 

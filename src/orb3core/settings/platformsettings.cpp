@@ -14,6 +14,7 @@ namespace {
 
 using platform::PlatformSettings;
 using Output = PlatformSettings::Output;
+using platform::InputSettings;
 
 Output ReadOutput(const std::string& text, const std::string& waveFile, slib::Log& log) {
     const std::optional<Output> output = text.empty() ? Output::Auto : choiceTexts<Output>.Find(text);
@@ -27,6 +28,20 @@ Output ReadOutput(const std::string& text, const std::string& waveFile, slib::Lo
     else
         return *output;
     return Output::Auto;
+}
+
+InputSettings::Input ReadInput(const std::string& text, const std::string& waveFile, slib::Log& log) {
+    using Input = InputSettings::Input;
+    const std::optional<Input> input = text.empty() ? Input::Auto : choiceTexts<Input>.Find(text);
+    if (!input)
+        log.Write("The setting '/Platform/Input' is '" + text +
+                      "', which is none of 'Auto', 'Silent' and 'WaveFile'.",
+                  true);
+    else if (*input == Input::WaveFile && waveFile.empty())
+        log.Write("A file can't be recorded from, since the setting '/Platform/InputFile' names none.", true);
+    else
+        return *input;
+    return Input::Auto;
 }
 
 PlatformSettings::Pace ReadPace(const std::string& text, slib::Log& log) {
@@ -75,6 +90,14 @@ PlatformSettings ReadPlatformSettings(slib::Log& log) {
     settings.waveFileChannels = ReadChannels(store.Read("/Platform/WaveFileChannels", ""), log);
     settings.waveFilePace = ReadPace(store.Read("/Platform/WaveFilePace", ""), log);
     settings.speakerSetting = ReadSpeakerSetting(store.Read("/Platform/SpeakerSetting", ""), log);
+    return settings;
+}
+
+InputSettings ReadInputSettings(slib::Log& log) {
+    const ConfigStore store(storeRoot, ConfigStore::Scope::User);
+    InputSettings settings;
+    settings.waveFile = store.Read("/Platform/InputFile", "");
+    settings.input = ReadInput(store.Read("/Platform/Input", ""), settings.waveFile, log);
     return settings;
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
-// The machine's own settings of the sound output, as the store holds them. Read by the server when it sets
-// its output up, and by the programs that show them.
+// The machine's own settings of the sound output and input, as the store holds them. Read by the server when
+// it sets its output up, by calls that record, and by the programs that show them.
 
 #include "platform/platformsettings.h"
 #include "slib/log.h"
@@ -13,5 +13,8 @@ namespace orb3 {
 /// default. A value that isn't one of these, or a WAV file without a path, is an error in `log` and counts as
 /// missing.
 platform::PlatformSettings ReadPlatformSettings(slib::Log& log);
+
+/// The same of "Input" and "InputFile".
+platform::InputSettings ReadInputSettings(slib::Log& log);
 
 }  // namespace orb3

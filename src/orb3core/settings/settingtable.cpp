@@ -277,6 +277,15 @@ constexpr std::array settings{
     Setting{"SpeakerSetting", Optional, StoredChoice(SpeakerSettings),
         "the speakers, in place of those that the device reports", "layout",
         "Set it for headphones on a plain stereo output, or for speakers that the system doesn't know of."},
+    Setting{"Input", Optional, StoredChoice(ChoicesOf<platform::InputSettings::Input>),
+        "what a game records from", "capture",
+        "Of use to a game whose profile allows it to record, and read when it opens an input. Auto is a PulseAudio "
+        "server (PipeWire answers it as well). Silent is silence. WaveFile plays the file that InputFile names, "
+        "over and over, in place of a microphone."},
+    Setting{"InputFile", Optional, StoredPath(),
+        "the file that Input WaveFile plays to a game", "capture",
+        "A WAV file, or another one that libsndfile reads, of 256 MiB at most. For a mono recording its channels "
+        "are averaged; another rate than the game's is interpolated linearly."},
 
     Setting{"Gain", Required, Gain<At<&General::gain>>(Outside::Kept), forOthers, "nothing", ""},
     Setting{"SuggestedBufferLength", Required,

@@ -44,4 +44,25 @@ TEST(PlatformSettings, Texts_AreReadOrTakenForMissingWithAnError) {
     }
 }
 
+TEST(PlatformSettings, Inputs_AreReadOrTakenForMissingWithAnError) {
+    using Input = platform::InputSettings::Input;
+    const struct {
+        const char *input, *file;
+        platform::InputSettings expected;
+        int errors;
+    } cases[] = {{"", "", {Input::Auto, ""}, 0},
+                 {"WaveFile", "/a.wav", {Input::WaveFile, "/a.wav"}, 0},
+                 {"WaveFile", "", {Input::Auto, ""}, 1},
+                 {"Loud", "", {Input::Auto, ""}, 1}};
+    const testing_support::TemporaryStore folder;
+    const orb3::ConfigStore store(orb3::storeRoot, orb3::ConfigStore::Scope::User);
+    for (const auto& [input, file, expected, errors] : cases) {
+        store.Write("/Platform/Input", input);
+        store.Write("/Platform/InputFile", file);
+        testing_support::RecordingLog log;
+        EXPECT_EQ(orb3::ReadInputSettings(log), expected);
+        EXPECT_EQ(std::count(log.lines.begin(), log.lines.end(), ':'), errors) << log.lines;
+    }
+}
+
 }  // namespace
