@@ -64,6 +64,7 @@ void SharedPage::RemoveName() noexcept {
 
 void SharedPage::Unmap() noexcept {
     if (std::byte* const old = std::exchange(memory, nullptr)) munmap(old, size);
+    std::filesystem::path().swap(file);  // an unload leaves nothing
 }
 
 void SharedPage::Forget() noexcept {

@@ -541,7 +541,7 @@ ALC_API ALCboolean ALC_APIENTRY alcMakeContextCurrent(ALCcontext* context) {
                 return ALC_FALSE;
             }
             process.currentContext = wanted;
-            goal::SetThreadContext(nullptr);
+            if (process.profile.IsOn(GameSwitch::ThreadContexts)) goal::SetThreadContext(nullptr);
             return ALC_TRUE;
         });
 }
