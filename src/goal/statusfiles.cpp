@@ -1,5 +1,6 @@
 #include "goal/statusfiles.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/stat.h>
@@ -9,7 +10,8 @@
 #include <array>
 #include <cerrno>
 #include <cstddef>
-#include <system_error>
+#include <memory>
+#include <string_view>
 
 #include "goal/statuslayout.h"
 #include "platform/processid.h"
@@ -54,12 +56,19 @@ std::string StatusFileName(pid_t pid) {
     return std::to_string(pid) + statusFileEnding;
 }
 
+// Not by the iterators of the standard library, which end the process when there is no memory.
 std::vector<path> ListStatusFiles(const path& folder) {
+    struct Close {
+        void operator()(DIR* open) const { closedir(open); }
+    };
     std::vector<path> files;
-    std::error_code error;
-    for (std::filesystem::directory_iterator at(folder, error), end;
-         !error && at != end && files.size() < mostFiles; at.increment(error))
-        if (at->path().extension() == statusFileEnding) files.push_back(at->path());
+    const std::unique_ptr<DIR, Close> open(opendir(folder.c_str()));
+    while (open != nullptr && files.size() < mostFiles) {
+        const dirent* const entry = readdir(open.get());
+        if (entry == nullptr) break;
+        const std::string_view name = entry->d_name;
+        if (name.ends_with(statusFileEnding)) files.push_back(folder / name);
+    }
     return files;
 }
 

@@ -69,8 +69,8 @@ private:
     std::span<std::byte> Page() SLIB_REQUIRES(mutex);
 
     slib::Mutex mutex;
-    alignas(
-        64) std::array<std::byte, platform::SharedPage::size> own{};  // until it is published, and afterwards
+    // Until it is published, and afterwards. Numbers are aligned in it.
+    alignas(std::uint64_t) std::array<std::byte, platform::SharedPage::size> own{};
     platform::SharedPage shared;
     std::atomic<bool> wasTried{false};
 };

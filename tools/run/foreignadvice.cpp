@@ -18,8 +18,6 @@ namespace {
 
 using std::filesystem::path;
 
-constexpr const char* libraryName = "libopenal.so.1";
-
 // True for what belongs to other programs as well.
 bool IsOfSystem(const path& file) {
     const std::string text = file.string();
@@ -42,8 +40,8 @@ bool IsLinkedWith(const path& library, const Game& game) {
 path ReplacementFor(const path& library, const std::vector<path>& folders) {
     const std::optional<ElfFile> old = ReadElfFile(library);
     for (const path& folder : folders)
-        if (const auto ours = ReadElfFile(folder / libraryName); old && ours && ours->bits == old->bits)
-            return folder / libraryName;
+        if (const auto ours = ReadElfFile(folder / nameAskedFor); old && ours && ours->bits == old->bits)
+            return folder / nameAskedFor;
     return {};
 }
 

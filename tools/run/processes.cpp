@@ -66,8 +66,9 @@ std::vector<MappedFile> MappedFiles(pid_t process) {
         fields >> skipped >> skipped >> skipped >> skipped >> file.inode;
         files.push_back(std::move(file));
     }
-    std::sort(files.begin(), files.end());
-    files.erase(std::unique(files.begin(), files.end()), files.end());
+    std::ranges::sort(files, {}, &MappedFile::path);
+    const auto isSame = [](const MappedFile& a, const MappedFile& b) { return a.path == b.path; };
+    files.erase(std::unique(files.begin(), files.end(), isSame), files.end());
     return files;
 }
 

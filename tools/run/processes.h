@@ -19,8 +19,6 @@ std::string ProgramOf(pid_t process);
 struct MappedFile {
     std::string path;
     ino_t inode = 0;
-
-    auto operator<=>(const MappedFile&) const = default;
 };
 
 /// The files that the process has mapped, each once. In a container their paths are those in there.

@@ -14,14 +14,12 @@ namespace {
 
 using std::filesystem::path;
 
-constexpr const char* libraryName = "libopenal.so.1";
-
 path FindProgram(const std::string& name) {
     if (name.find('/') != std::string::npos) return access(name.c_str(), X_OK) == 0 ? path(name) : path();
     const char* const list = std::getenv("PATH");
     std::istringstream folders(list == nullptr ? "/bin:/usr/bin" : list);
     for (std::string folder; std::getline(folders, folder, ':');) {
-        const path file = path(folder.empty() ? "." : folder) / name;
+        path file = path(folder.empty() ? "." : folder) / name;
         if (access(file.c_str(), X_OK) == 0 && !std::filesystem::is_directory(file)) return file;
     }
     return {};
@@ -42,8 +40,8 @@ void PutFirst(const char* variable, const std::vector<path>& entries) {
     setenv(variable, list.c_str(), 1);
 }
 
-// In double quotes, as Steam and shells take them.
-std::string Quoted(const std::string& text) {
+// As Steam and shells take them.
+std::string InDoubleQuotes(const std::string& text) {
     std::string quoted = "\"";
     for (const char c : text) {
         if (std::string("\"\\$`").find(c) != std::string::npos) quoted += '\\';
@@ -66,19 +64,19 @@ void StartPlan::Enter() const {
 std::vector<path> PreloadsFor(const Game& game, const std::vector<path>& folders) {
     std::vector<path> libraries;
     for (const path& folder : folders)
-        if (game.bits == 0 || BitsOf(folder / libraryName) == game.bits)
-            libraries.push_back(folder / libraryName);
+        if (game.bits == 0 || BitsOf(folder / nameAskedFor) == game.bits)
+            libraries.push_back(folder / nameAskedFor);
     return libraries;
 }
 
 bool CanLoadOurs(const Game& game, const std::vector<path>& folders) {
     return game.bits == 0 || std::ranges::any_of(folders, [&](const path& folder) {
-               return BitsOf(folder / libraryName) == game.bits;
+               return BitsOf(folder / nameAskedFor) == game.bits;
            });
 }
 
 std::string SteamLaunchOptions() {
-    return Quoted(std::filesystem::read_symlink("/proc/self/exe").string()) + " %command%";
+    return InDoubleQuotes(std::filesystem::read_symlink("/proc/self/exe").string()) + " %command%";
 }
 
 }  // namespace tool

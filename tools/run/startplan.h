@@ -10,6 +10,9 @@
 
 namespace tool {
 
+/// The name by which games ask the loader for the library.
+inline constexpr const char* nameAskedFor = "libopenal.so.1";
+
 /// A program that is about to be started.
 struct Game {
     /// `name` is a path, or is looked for along PATH. What isn't found keeps its name, and the start says so.
