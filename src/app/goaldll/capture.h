@@ -6,7 +6,7 @@
 
 #include <atomic>
 #include <cstdint>
-#include <deque>
+#include <list>
 #include <memory>
 #include <string>
 #include <vector>
@@ -71,7 +71,7 @@ private:
     slib::Mutex serverMutex;  // held by those who wait for the server; taken before `mutex`
     bool isOver SLIB_GUARDED_BY(serverMutex) = false;
     std::int64_t nextListing SLIB_GUARDED_BY(serverMutex) = 0;  // ns
-    std::deque<std::string> lists SLIB_GUARDED_BY(serverMutex);
+    std::list<std::string> lists SLIB_GUARDED_BY(serverMutex);
     const std::string* newest SLIB_GUARDED_BY(serverMutex) = nullptr;  // of them
 
     slib::Mutex mutex;  // held for a moment
