@@ -307,7 +307,10 @@ public:
             signal->Post();
             AwaitEnd();
         }
-        Forget();
+        try {
+            Forget();
+        } catch (const std::exception&) {  // without memory for a thread it was destroyed on this one
+        }
     }
 
     void Start() override { SetRunning(true); }

@@ -1,7 +1,5 @@
 // Calls of a game in a process that runs out of memory.
 
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <tuple>
 #include <utility>
@@ -160,8 +158,7 @@ TEST_F(FailingAllocation, TheServersSteps_AllocateAndFreeNothingWhateverTheGameA
 }
 
 TEST_F(FailingAllocation, CaptureOpenDevice_HasItsOwnCodeAndSucceedsOnceThereIsRoom) {
-    std::filesystem::create_directories(store.UserFile().parent_path());
-    std::ofstream(store.UserFile()) << "[Platform]\nInput=Silent\n";
+    store.ChooseSilence();
     process.profile.Set(goal::GameSwitch::Capture, true);
     ALCdevice* device = nullptr;
     for (int room = 0; device == nullptr; ++room) {

@@ -55,8 +55,8 @@ public:
         Write(MachineFile(), "[Formats]\nAFL=" + FormatLibrary().string() + "\n");
     }
 
-    /// From now on a context plays into silence, at the pace of the clock.
-    void ChooseSilence() const { Write(UserFile(), "[Platform]\nOutput=Silent\n"); }
+    /// From now on a context plays into silence, and silence is recorded, at the pace of the clock.
+    void ChooseSilence() const { Write(UserFile(), "[Platform]\nOutput=Silent\nInput=Silent\n"); }
 
     std::filesystem::path UserFile() const { return folder.path / "user" / "HollowbrookLabs" / "store.conf"; }
     std::filesystem::path LogFile() const { return folder.path / "user" / "HollowbrookLabs" / "log.conf"; }

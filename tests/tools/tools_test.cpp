@@ -222,6 +222,25 @@ TEST_F(Tools, Log_ShowsTheRingInOrderAndFollowsIt) {
     EXPECT_TRUE(isSomeLost);
 }
 
+TEST_F(Tools, Game_IsChangedByTheNameOfItsProgramAndForgotten) {
+    const auto shows = [&](const std::string& text) {
+        EXPECT_THAT(Config({"game", "show", "WARZONE2100"}).out, HasSubstr(text));
+    };
+    shows("Warzone 2100 (shipped)");
+    EXPECT_EQ(Config({"game", "set", "warzone2100", "quietlookups", "off"}).status, 0);
+    EXPECT_EQ(Config({"game", "set", "Mine", "order", "2", "--program", "mine*"}).status, 0);
+    EXPECT_EQ(store.Read("/Games/Profiles", ""),
+              "<Games><Game Name=\"Warzone 2100\" QuietLookups=\"False\"/><Game Name=\"Mine\" Order=\"2\" "
+              "Programs=\"mine*\"/></Games>");
+    shows("Warzone 2100 (shipped, changed by you)");
+    EXPECT_THAT(Config({"game", "list"}).out, HasSubstr("QuietLookups off"));
+    EXPECT_EQ(Config({"game", "reset", "Warzone 2100"}).status, 0);
+    shows("QuietLookups  True");
+    ExpectOutcome(Config({"game", "set", "Mine", "Output", "Silent"}), 2, "Output holds for all games");
+    ExpectOutcome(Config({"game", "set", "Mine", "Capture", "maybe"}), 2, "Capture must be True or False");
+    ExpectOutcome(Config({"game", "reset", "Nobody"}), 2, "There is no profile 'Nobody'.");
+}
+
 TEST_F(Tools, WrongUse_IsExplainedWithStatus2) {
     const std::vector<std::pair<Words, std::string>> cases{
         {{}, "Name a command."},

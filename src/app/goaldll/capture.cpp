@@ -176,7 +176,7 @@ void CaptureDevices::ShutDown() {
     }
     uses -= static_cast<int>(closed.size());
     newest = nullptr;
-    lists = {};
+    lists.clear();
 }
 
 }  // namespace goal
