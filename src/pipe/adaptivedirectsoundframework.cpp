@@ -6,6 +6,7 @@
 
 #include "pipe/adaptivedirectsounddevice.h"
 #include "pipe/directsoundexception.h"
+#include "platform/outputnames.h"
 #include "slib/exception.h"
 
 namespace audiopipe::directsound {
@@ -72,8 +73,8 @@ void AdaptiveDirectSoundFramework::Add(const char* identifier, const char* descr
     const slib::Lock lock(addMutex);
     std::optional<std::string> guid;
     if (identifier != nullptr) guid = identifier;
-    devices.emplace_back(
-        new AdaptiveDirectSoundDevice(system, std::move(guid), description, module, nextIndex));
+    devices.emplace_back(new AdaptiveDirectSoundDevice(system, guid, description, module, nextIndex));
+    if (guid) devices.back()->fullId = platform::OutputKey(description, *guid);
     ++nextIndex;
 }
 

@@ -15,6 +15,9 @@ public:
     std::string name;         ///< for people
     std::string id;           ///< for stored layouts
     std::uint32_t index = 0;  ///< in the framework's list of devices, from 0
+    /// An id that the device has as well, whichever others there are: it names the driver's device too. Empty
+    /// where there is no such.
+    std::string fullId;
 
     /// The id is what `name` has of letters and digits, or "DeviceNU" and the number of the device, from 1,
     /// where fewer than four of them are left.

@@ -4,12 +4,14 @@
 #include <chrono>
 #include <exception>
 #include <new>
+#include <optional>
 #include <string_view>
 #include <thread>
 
 #include "platform/boundedcall.h"
 #include "platform/cubebconnection.h"
 #include "platform/outputdevice.h"
+#include "platform/outputnames.h"
 #include "platform/privileges.h"
 #include "platform/pulseconnection.h"
 #include "platform/serverdevice.h"
@@ -47,7 +49,10 @@ ServerConnectionPtr ConnectBounded(Output output) {
 std::vector<ServerOutput> ListBounded(const ServerConnectionPtr& connection) {
     if (!connection || !connection->IsHere()) return {};
     const auto found = std::make_shared<std::vector<ServerOutput>>();
-    const bool isOver = CallBounded([=] { *found = connection->Outputs(); });
+    const bool isOver = CallBounded([=] {
+        *found = connection->Outputs();
+        TellApart(*found);
+    });
     return isOver ? *found : std::vector<ServerOutput>();
 }
 
@@ -142,7 +147,7 @@ private:
         if (!outputs.empty()) {
             const ServerOutput* const output = Find(outputs, identifier);
             if (output == nullptr) return nullptr;
-            return OpenServed(connection, std::move(watch), output->Speakers());
+            return OpenServed(connection, std::move(watch), output->Speakers(), SettingFor(*output));
         }
         const bool isWaveFile = identifier != nullptr && identifier == std::string_view(waveFileIdentifier) &&
                                 settings.output == Output::WaveFile;
@@ -151,7 +156,7 @@ private:
             if (const std::string problem = CubebProblem(); !problem.empty())
                 log->Write("The sound library can't be loaded: " + problem, true);
             log->Write("No sound server and no sound card answers: the sound isn't heard.", true);
-            return OpenServed(nullptr, std::move(watch), DSSPEAKER_STEREO);
+            return OpenServed(nullptr, std::move(watch), DSSPEAKER_STEREO, settings.speakerSetting);
         }
         const std::uint32_t speakers =
             SpeakerSettingOf(settings.speakerSetting.value_or(slib::StandardFormat::Stereo));
@@ -166,10 +171,17 @@ private:
         return MakeWaveFileDevice(speakers, {settings.waveFile, settings.waveFilePace}, log);
     }
 
+    // What a setting says of the output's speakers: the output's own, else the one for all.
+    std::optional<slib::StandardFormat> SettingFor(const ServerOutput& output) const {
+        const auto own = settings.speakerSettings.find(OutputKey(output.description, output.identifier));
+        return own != settings.speakerSettings.end() ? own->second : settings.speakerSetting;
+    }
+
     // `speakers` are those of the output, where no setting says what they are.
-    SoundDevicePtr OpenServed(ServerConnectionPtr served, OutputWatch watch, std::uint32_t speakers) {
-        if (settings.speakerSetting)
-            speakers = SpeakerSettingOf(*settings.speakerSetting);
+    SoundDevicePtr OpenServed(ServerConnectionPtr served, OutputWatch watch, std::uint32_t speakers,
+                              std::optional<slib::StandardFormat> setting) {
+        if (setting)
+            speakers = SpeakerSettingOf(*setting);
         else
             watch.speakers = speakers;
         return MakeServerDevice(

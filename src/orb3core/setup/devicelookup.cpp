@@ -11,12 +11,14 @@ audiopipe::FrameworkPtr FindFramework(const Frameworks& frameworks, const std::s
 }
 
 audiopipe::DevicePtr FindDevice(audiopipe::Framework& framework, const std::string& id) {
+    audiopipe::DevicePtr byFullId;
     const std::uint32_t count = framework.GetDeviceCount();
     for (std::uint32_t index = 0; index < count; ++index) {
         audiopipe::DevicePtr device = framework.GetDevice(index);
         if (device->id == id) return device;
+        if (!id.empty() && device->fullId == id) byFullId = device;
     }
-    return {};
+    return byFullId;
 }
 
 std::vector<std::string> PlaybackChannelNames(audiopipe::Device& device) {
