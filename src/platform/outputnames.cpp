@@ -5,20 +5,30 @@
 #include "slib/text.h"
 
 namespace platform {
+namespace {
+
+std::string Ending(const std::string& identifier) {
+    return " (" + identifier + ")";
+}
+
+}  // namespace
 
 std::string FullName(const std::string& description, const std::string& identifier) {
-    const std::string end = " (" + identifier + ")";
+    const std::string end = Ending(identifier);
     return description.ends_with(end) ? description : description + end;
 }
 
+std::string PlainName(const std::string& description, const std::string& identifier) {
+    const std::string end = Ending(identifier);
+    return description.substr(0, description.size() - (description.ends_with(end) ? end.size() : 0));
+}
+
 void TellApart(std::vector<ServerOutput>& outputs) {
-    std::map<std::string, std::string> firsts;  // identifiers, by descriptions
-    for (const ServerOutput& output : outputs) {
-        const auto [first, isNew] = firsts.emplace(output.description, output.identifier);
-        if (!isNew && output.identifier < first->second) first->second = output.identifier;
-    }
+    std::map<std::string, int> counts;
+    for (const ServerOutput& output : outputs)
+        ++counts[output.description];
     for (ServerOutput& output : outputs)
-        if (firsts.at(output.description) != output.identifier)
+        if (counts.at(output.description) > 1)
             output.description = FullName(output.description, output.identifier);
 }
 

@@ -13,8 +13,10 @@ namespace platform {
 /// The description with the server's own name behind it, "USB Audio (usb-2)", unless it ends so already.
 std::string FullName(const std::string& description, const std::string& identifier);
 
-/// Gives outputs of one description their full names, but for the first by the server's own names: whatever
-/// the order in which the server lists them, each keeps its name.
+/// The description alone, of one that ends so.
+std::string PlainName(const std::string& description, const std::string& identifier);
+
+/// Gives outputs of one description their full names, whatever the order in which the server lists them.
 void TellApart(std::vector<ServerOutput>& outputs);
 
 /// Letters and digits of the full name: by them what is stored of one output is found.

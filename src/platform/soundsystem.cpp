@@ -8,13 +8,12 @@
 #include <string_view>
 #include <thread>
 
-#include "platform/boundedcall.h"
 #include "platform/cubebconnection.h"
 #include "platform/outputdevice.h"
 #include "platform/outputnames.h"
 #include "platform/privileges.h"
-#include "platform/pulseconnection.h"
 #include "platform/serverdevice.h"
+#include "platform/servers.h"
 #include "platform/silentdevice.h"
 #include "platform/speakersetting.h"
 #include "platform/wavefiledevice.h"
@@ -28,33 +27,6 @@ constexpr const char* waveFileIdentifier = "WaveFile";
 constexpr std::uint32_t mostUsualChannels = 8;  // that a speaker setting has
 
 using Output = PlatformSettings::Output;
-
-// May wait for a server.
-ServerConnectionPtr Connect(Output output) {
-    ServerConnectionPtr found;
-    if (output == Output::Auto || output == Output::PulseAudio) found = ConnectPulse();
-    if (output == Output::Auto && !found) found = ConnectCubeb(nullptr);
-    if (output == Output::JACK) found = ConnectCubeb("jack");
-    if (output == Output::ALSA) found = ConnectCubeb("alsa");
-    return found;
-}
-
-// A server that hangs is one that doesn't answer.
-ServerConnectionPtr ConnectBounded(Output output) {
-    const auto found = std::make_shared<ServerConnectionPtr>();
-    const bool isOver = CallBounded([=] { *found = Connect(output); });
-    return isOver ? *found : nullptr;
-}
-
-std::vector<ServerOutput> ListBounded(const ServerConnectionPtr& connection) {
-    if (!connection || !connection->IsHere()) return {};
-    const auto found = std::make_shared<std::vector<ServerOutput>>();
-    const bool isOver = CallBounded([=] {
-        *found = connection->Outputs();
-        TellApart(*found);
-    });
-    return isOver ? *found : std::vector<ServerOutput>();
-}
 
 // Numbers where the server has no name, or one twice.
 std::vector<std::string> ChannelNames(const ServerOutput& output) {
@@ -185,8 +157,8 @@ private:
         else
             watch.speakers = speakers;
         return MakeServerDevice(
-            speakers, std::move(served), std::move(watch), [kind = settings.output] { return Connect(kind); },
-            log);
+            speakers, std::move(served), std::move(watch),
+            [kind = settings.output] { return ConnectServer(kind); }, log);
     }
 
     static const ServerOutput* Find(const std::vector<ServerOutput>& outputs, const char* identifier) {

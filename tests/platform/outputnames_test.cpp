@@ -18,9 +18,10 @@ TEST(OutputNames, OfOneDescription_AreToldApartInTheSameWayInAnyOrder) {
         platform::TellApart(named);
         platform::TellApart(named);
         for (const ServerOutput& output : named) {
-            EXPECT_EQ(output.description, output.identifier == "usb.3" ? "USB Audio (usb.3)"
-                                          : output.identifier == "pci" ? "Built-in"
-                                                                       : "USB Audio");
+            const bool isAlone = output.identifier == "pci";
+            EXPECT_EQ(output.description, isAlone ? "Built-in" : "USB Audio (" + output.identifier + ")");
+            EXPECT_EQ(platform::PlainName(output.description, output.identifier),
+                      isAlone ? "Built-in" : "USB Audio");
             EXPECT_EQ(platform::OutputKey(output.description, output.identifier).starts_with("USBAudiousb"),
                       output.identifier != "pci");
         }

@@ -11,14 +11,15 @@ audiopipe::FrameworkPtr FindFramework(const Frameworks& frameworks, const std::s
 }
 
 audiopipe::DevicePtr FindDevice(audiopipe::Framework& framework, const std::string& id) {
-    audiopipe::DevicePtr byFullId;
+    audiopipe::DevicePtr byOtherId;
     const std::uint32_t count = framework.GetDeviceCount();
     for (std::uint32_t index = 0; index < count; ++index) {
         audiopipe::DevicePtr device = framework.GetDevice(index);
         if (device->id == id) return device;
-        if (!id.empty() && device->fullId == id) byFullId = device;
+        const bool isMeant = device->fullId == id || device->plainId == id;
+        if (isMeant && !id.empty() && !byOtherId) byOtherId = device;
     }
-    return byFullId;
+    return byOtherId;
 }
 
 std::vector<std::string> PlaybackChannelNames(audiopipe::Device& device) {
