@@ -6,7 +6,9 @@
 
 #include "pipe/adaptivedirectsounddevice.h"
 #include "pipe/directsoundexception.h"
+#include "platform/outputnames.h"
 #include "slib/exception.h"
+#include "slib/text.h"
 
 namespace audiopipe::directsound {
 namespace {
@@ -73,9 +75,10 @@ void AdaptiveDirectSoundFramework::Add(const char* identifier, const char* descr
     const slib::Lock lock(addMutex);
     std::optional<std::string> guid;
     if (identifier != nullptr) guid = identifier;
-    devices.emplace_back(
-        new AdaptiveDirectSoundDevice(system, std::move(guid), description, module, nextIndex));
-    ++nextIndex;
+    devices.emplace_back(new AdaptiveDirectSoundDevice(system, guid, description, module, nextIndex++));
+    if (!guid) return;
+    devices.back()->fullId = platform::OutputKey(description, *guid);
+    devices.back()->plainId = slib::KeepAlphanumeric(platform::PlainName(description, *guid));
 }
 
 }  // namespace audiopipe::directsound

@@ -15,6 +15,10 @@ public:
     std::string name;         ///< for people
     std::string id;           ///< for stored layouts
     std::uint32_t index = 0;  ///< in the framework's list of devices, from 0
+    /// Other ids by which what is stored of the device is found: one with the driver's own name for it, which
+    /// is right whichever devices there are, and one without, which several may have. Empty where there are
+    /// none.
+    std::string fullId, plainId;
 
     /// The id is what `name` has of letters and digits, or "DeviceNU" and the number of the device, from 1,
     /// where fewer than four of them are left.

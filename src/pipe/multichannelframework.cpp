@@ -3,7 +3,9 @@
 #include <utility>
 
 #include "pipe/adaptivedirectsounddevice.h"
+#include "platform/outputnames.h"
 #include "slib/exception.h"
+#include "slib/text.h"
 
 namespace audiopipe {
 
@@ -28,11 +30,15 @@ DevicePtr MultichannelFramework::GetDevice(std::uint32_t index) {
 const std::vector<DevicePtr>& MultichannelFramework::Devices() {
     if (std::exchange(isListed, true)) return devices;
     for (platform::SoundSystem::WideOutput& output : system->WideOutputs()) {
-        const std::string name =
-            output.description + ", " + std::to_string(output.channels.size()) + " outputs";
+        const std::string count = ", " + std::to_string(output.channels.size()) + " outputs";
+        const std::string name = output.description + count;
+        const std::string fullName = platform::FullName(output.description, output.identifier) + count;
+        const std::string plainName = platform::PlainName(output.description, output.identifier) + count;
         const auto index = static_cast<std::uint32_t>(devices.size());
         devices.emplace_back(new directsound::AdaptiveDirectSoundDevice(
             system, output.identifier, name, output.module, index, std::move(output.channels)));
+        devices.back()->fullId = slib::KeepAlphanumeric(fullName);
+        devices.back()->plainId = slib::KeepAlphanumeric(plainName);
     }
     return devices;
 }

@@ -196,6 +196,7 @@ std::vector<ServerOutput> Connection::Outputs() {
         outputs.push_back({.identifier = OrEmpty(info.device_id),
                            .description = OrEmpty(info.friendly_name),
                            .channels = info.max_channels,
+                           .rate = info.default_rate,
                            .isDefault = info.preferred != CUBEB_DEVICE_PREF_NONE});
         handles[outputs.back().identifier] = info.devid;
     }

@@ -4,6 +4,7 @@
 // folder, and passed in when the sound system is made, or an input is opened.
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 
@@ -32,6 +33,8 @@ struct PlatformSettings {
     std::uint32_t waveFileChannels = 8;  ///< more than 8 also make it an output of so many, 64 at most
     Pace waveFilePace = Pace::Renderer;
     std::optional<slib::StandardFormat> speakerSetting;  ///< instead of what the device reports
+    /// The same for single outputs, by their keys (outputnames.h); each comes before the one for all.
+    std::map<std::string, slib::StandardFormat> speakerSettings{};
 
     bool operator==(const PlatformSettings&) const = default;
 };

@@ -73,20 +73,9 @@ ServerOutput OutputOf(const pa_sink_info& info) {
         .identifier = TextOf(info.name),
         .description = TextOf(info.description),
         .channels = info.channel_map.channels,
+        .rate = info.sample_spec.rate,
         .isHeadphones = IsOfHeadphones(form) || (isPort && IsOfHeadphones(TextOf(info.active_port->name))),
         .channelNames = NamesOf(info.channel_map)};
-}
-
-// Of several outputs of one description all but the first show their identifier too.
-void TellApart(std::vector<ServerOutput>& outputs) {
-    std::vector<std::string> seen;
-    for (ServerOutput& output : outputs) {
-        const bool isNew = std::find(seen.begin(), seen.end(), output.description) == seen.end();
-        if (isNew)
-            seen.push_back(output.description);
-        else
-            output.description += " (" + output.identifier + ")";
-    }
 }
 
 // In the order of the bits of a channel mask.
@@ -286,7 +275,6 @@ void PulseContext::OnSink(pa_context*, const pa_sink_info* info, int end, void* 
         own.maps[TextOf(info->name)] = info->channel_map;
         return own.incoming.push_back(OutputOf(*info));
     }
-    TellApart(own.incoming);
     own.outputs = std::move(own.incoming);
     own.incoming.clear();
     own.CheckStreams();

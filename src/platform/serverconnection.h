@@ -24,6 +24,7 @@ struct ServerOutput {
     std::string identifier;   ///< the server's own name for it
     std::string description;  ///< for people
     std::uint32_t channels = 0;
+    std::uint32_t rate = 0;     ///< Hz, at which the server plays on it now; 0 where it doesn't say
     bool isHeadphones = false;  ///< as the server knows it
     bool isDefault = false;
     std::vector<std::string> channelNames{};  ///< empty where the server has none

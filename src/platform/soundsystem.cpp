@@ -4,15 +4,16 @@
 #include <chrono>
 #include <exception>
 #include <new>
+#include <optional>
 #include <string_view>
 #include <thread>
 
-#include "platform/boundedcall.h"
 #include "platform/cubebconnection.h"
 #include "platform/outputdevice.h"
+#include "platform/outputnames.h"
 #include "platform/privileges.h"
-#include "platform/pulseconnection.h"
 #include "platform/serverdevice.h"
+#include "platform/servers.h"
 #include "platform/silentdevice.h"
 #include "platform/speakersetting.h"
 #include "platform/wavefiledevice.h"
@@ -26,30 +27,6 @@ constexpr const char* waveFileIdentifier = "WaveFile";
 constexpr std::uint32_t mostUsualChannels = 8;  // that a speaker setting has
 
 using Output = PlatformSettings::Output;
-
-// May wait for a server.
-ServerConnectionPtr Connect(Output output) {
-    ServerConnectionPtr found;
-    if (output == Output::Auto || output == Output::PulseAudio) found = ConnectPulse();
-    if (output == Output::Auto && !found) found = ConnectCubeb(nullptr);
-    if (output == Output::JACK) found = ConnectCubeb("jack");
-    if (output == Output::ALSA) found = ConnectCubeb("alsa");
-    return found;
-}
-
-// A server that hangs is one that doesn't answer.
-ServerConnectionPtr ConnectBounded(Output output) {
-    const auto found = std::make_shared<ServerConnectionPtr>();
-    const bool isOver = CallBounded([=] { *found = Connect(output); });
-    return isOver ? *found : nullptr;
-}
-
-std::vector<ServerOutput> ListBounded(const ServerConnectionPtr& connection) {
-    if (!connection || !connection->IsHere()) return {};
-    const auto found = std::make_shared<std::vector<ServerOutput>>();
-    const bool isOver = CallBounded([=] { *found = connection->Outputs(); });
-    return isOver ? *found : std::vector<ServerOutput>();
-}
 
 // Numbers where the server has no name, or one twice.
 std::vector<std::string> ChannelNames(const ServerOutput& output) {
@@ -142,7 +119,7 @@ private:
         if (!outputs.empty()) {
             const ServerOutput* const output = Find(outputs, identifier);
             if (output == nullptr) return nullptr;
-            return OpenServed(connection, std::move(watch), output->Speakers());
+            return OpenServed(connection, std::move(watch), output->Speakers(), SettingFor(*output));
         }
         const bool isWaveFile = identifier != nullptr && identifier == std::string_view(waveFileIdentifier) &&
                                 settings.output == Output::WaveFile;
@@ -151,7 +128,7 @@ private:
             if (const std::string problem = CubebProblem(); !problem.empty())
                 log->Write("The sound library can't be loaded: " + problem, true);
             log->Write("No sound server and no sound card answers: the sound isn't heard.", true);
-            return OpenServed(nullptr, std::move(watch), DSSPEAKER_STEREO);
+            return OpenServed(nullptr, std::move(watch), DSSPEAKER_STEREO, settings.speakerSetting);
         }
         const std::uint32_t speakers =
             SpeakerSettingOf(settings.speakerSetting.value_or(slib::StandardFormat::Stereo));
@@ -166,15 +143,22 @@ private:
         return MakeWaveFileDevice(speakers, {settings.waveFile, settings.waveFilePace}, log);
     }
 
+    // What a setting says of the output's speakers: the output's own, else the one for all.
+    std::optional<slib::StandardFormat> SettingFor(const ServerOutput& output) const {
+        const auto own = settings.speakerSettings.find(OutputKey(output.description, output.identifier));
+        return own != settings.speakerSettings.end() ? own->second : settings.speakerSetting;
+    }
+
     // `speakers` are those of the output, where no setting says what they are.
-    SoundDevicePtr OpenServed(ServerConnectionPtr served, OutputWatch watch, std::uint32_t speakers) {
-        if (settings.speakerSetting)
-            speakers = SpeakerSettingOf(*settings.speakerSetting);
+    SoundDevicePtr OpenServed(ServerConnectionPtr served, OutputWatch watch, std::uint32_t speakers,
+                              std::optional<slib::StandardFormat> setting) {
+        if (setting)
+            speakers = SpeakerSettingOf(*setting);
         else
             watch.speakers = speakers;
         return MakeServerDevice(
-            speakers, std::move(served), std::move(watch), [kind = settings.output] { return Connect(kind); },
-            log);
+            speakers, std::move(served), std::move(watch),
+            [kind = settings.output] { return ConnectServer(kind); }, log);
     }
 
     static const ServerOutput* Find(const std::vector<ServerOutput>& outputs, const char* identifier) {

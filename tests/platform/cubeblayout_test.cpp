@@ -19,8 +19,9 @@ TEST(CubebLayout, OfWhatWeReadAndWrite_IsThatOfTheLibrarysInterface) {
     using Info = cubeb_device_info;
     EXPECT_THAT((Offsets{offsetof(Info, devid), offsetof(Info, device_id), offsetof(Info, friendly_name)}),
                 ElementsAre(0, pointer, 2 * pointer));
-    EXPECT_THAT((Offsets{offsetof(Info, state), offsetof(Info, preferred), offsetof(Info, max_channels)}),
-                ElementsAre(numbers + 4, numbers + 8, numbers + 20));
+    EXPECT_THAT((Offsets{offsetof(Info, state), offsetof(Info, preferred), offsetof(Info, max_channels),
+                         offsetof(Info, default_rate)}),
+                ElementsAre(numbers + 4, numbers + 8, numbers + 20, numbers + 24));
     EXPECT_EQ(sizeof(Info), (numbers + 44 + pointer - 1) / pointer * pointer);
     using Collection = cubeb_device_collection;
     EXPECT_THAT((Offsets{offsetof(Collection, device), offsetof(Collection, count)}),

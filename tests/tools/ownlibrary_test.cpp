@@ -65,8 +65,8 @@ TEST_F(OwnLibrary, ANewcomersRoad_EndsInSoundByHisOwnHeadAndHeadphones) {
     Set({{"SpeakerSetting", "Headphone Stereo"}});
     const std::string before = SystemFiles();
     Works({"headphones", "add", "hd.txt", "--name", "HD600"});  // before the head, and it goes with that too
-    EXPECT_THAT(Works({"head", "add", measuredHead, "--name", "Me", "--circumference", "59cm"}).error,
-                HasSubstr("4 of 4"));
+    const Outcome added = Works({"head", "add", measuredHead, "--name", "Me", "--circumference", "59cm"});
+    EXPECT_EQ(added.error, "");  // no progress, which is for a terminal
     ExpectOutcome(Config({"head", "add", measuredHead, "--name", "me"}), 1, "There is a head 'Me' already.");
     Works({"head", "use", "Me"});
     EXPECT_THAT(Method(), HasSubstr("\"method\": \"Me\""));

@@ -17,7 +17,7 @@ struct Program {
     std::size_t commands;  // that its help has to list
 };
 
-const std::vector<Program> programs{{"tessarune-config", 16},
+const std::vector<Program> programs{{"tessarune-config", 17},
                                     {"tessarune-library", 6},
                                     {"tessarune-run", 0},
                                     {"tessarune-demo", 0},

@@ -244,9 +244,13 @@ TEST_F(Tools, Game_IsChangedByTheNameOfItsProgramAndForgotten) {
 TEST_F(Tools, WrongUse_IsExplainedWithStatus2) {
     const std::vector<std::pair<Words, std::string>> cases{
         {{}, "Name a command."},
-        {{"sow"}, "There is no command 'sow'."},
+        {{"sow"}, "There is no command 'sow'. Did you mean 'show'?"},
+        {{"head", "ad"}, "There is no command 'ad'. Did you mean 'add'?"},
+        {{"get", "--jsn"}, "tessarune-config: There is no option '--jsn'. Did you mean '--json'?"},
+        {{"set", "SRC", "Liner"}, "not 'Liner'. Did you mean 'Linear'?"},
+        {{"set", "SpeakerSetting", "Quad", "--device", "1"}, "is whichever output is the default."},
         {{"set", "Gian", "1"}, "There is no setting 'Gian'."},
-        {{"get", "gai"}, "Did you mean Gain or AudioRenderer.Gain?"},
+        {{"get", "gai"}, "Did you mean 'Gain' or 'AudioRenderer.Gain'?"},
         {{"set", "Gain", "1e300"}, "A Gain of 1e+300 is above 100. Nothing was changed"},
         {{"set", "SuggestedBufferCount", "9999"}, "would delay the sound by more than two seconds."},
         {{"select", "Stereo", "--device", "9"}, "PrimarySoundDriver"},

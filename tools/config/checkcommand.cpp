@@ -1,24 +1,17 @@
-#include <algorithm>
 #include <cmath>
-#include <exception>
 #include <iostream>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "orb3core/decoder/transformedpipe.h"
-#include "orb3core/settings/sharedconfiguration.h"
 #include "orb3core/setup/layoutselection.h"
-#include "orb3core/setup/outputsetup.h"
 #include "orb3core/setup/speakerconnection.h"
 #include "platform/outputdevice.h"
-#include "slib/mutex.h"
 #include "slib/text.h"
 #include "tools/config/commands.h"
 #include "tools/config/connection.h"
-#include "tools/config/drydevice.h"
 #include "tools/config/machine.h"
-#include "tools/config/storedvalues.h"
+#include "tools/config/start.h"
 #include "tools/support/table.h"
 
 namespace tool {
@@ -30,72 +23,18 @@ constexpr const char* examples = R"(Examples:
 
 Nothing is stored, and no device is opened for playing. Exit status 1 when a start would fail.)";
 
-// Keeps what a start would write to the log.
-class KeptLog : public slib::Log {
-public:
-    void Write(const std::string& text, bool isError) override {
-        const slib::Lock lock(mutex);
-        lines.push_back((isError ? "E " : "I ") + text);
-    }
-    Json ToJson() const {
-        const slib::Lock lock(mutex);
-        Json array = Json::array();
-        for (const std::string& line : lines)
-            array.push_back({{"is_error", line.starts_with('E')}, {"text", line.substr(2)}});
-        return array;
-    }
-    void Print() const {
-        const slib::Lock lock(mutex);
-        if (!lines.empty()) std::cout << "The start would log, E for errors:\n";
-        for (const std::string& line : lines)
-            std::cout << "  " << line << "\n";
-    }
+Json ToJson(const KeptLog& log) {
+    Json array = Json::array();
+    for (const KeptLog::Line& line : log.Lines())
+        array.push_back({{"is_error", line.isError}, {"text", line.text}});
+    return array;
+}
 
-private:
-    mutable slib::Mutex mutex;
-    std::vector<std::string> lines SLIB_GUARDED_BY(mutex);
-};
-
-// What a start comes to.
-struct Outcome {
-    orb3::Configuration before, after;
-    orb3::OutputRequest request;
-    orb3::OutputSetUp output;
-    bool mayStore = true;             // the stored document could be used, or there is none
-    int order = 1;                    // of the bus
-    std::uint32_t blockFrames = 0;    // rendered at a time
-    std::uint32_t decoderFrames = 0;  // by which the decoder lags
-
-    bool StoresLayout() const { return output.isConfigurationChanged && mayStore; }
-    // A block is rendered as soon as there is room for it.
-    std::uint32_t AheadFrames() const {
-        const std::uint32_t lead = output.pipe->GetLatency() + 2 * output.pipe->GetBufferLength();
-        return lead - std::min(lead, blockFrames);
-    }
-    // From the call to the speaker, on average.
-    std::uint32_t LatencyFrames() const { return blockFrames / 2 + decoderFrames + AheadFrames(); }
-};
-
-// All that a start does but to open the device and to store what it found.
-Outcome TryStart(const FormatLibrary& library, const orb3::Frameworks& frameworks, int gameRate,
-                 KeptLog& log) {
-    Outcome outcome;
-    orb3::SharedConfiguration shared(&log);
-    outcome.before = shared.Read([](const orb3::Configuration& configuration) { return configuration; });
-    outcome.mayStore = shared.MayStore();
-    outcome.after = outcome.before;
-    const orb3::GoalConfig& settings = outcome.after.goalConfig;
-    outcome.request = orb3::RequestFor(settings, gameRate);
-    outcome.output = orb3::SetUp(&log, &log, outcome.after, WithDryDevices(frameworks), library.Librarian(),
-                                 outcome.request);
-    outcome.order = orb3::FitToBus(outcome.output.transform, settings.order);
-    const auto decoder = orb3::createTransformedPipe(
-        outcome.output.transform, &log, outcome.output.pipe,
-        settings.useParallelDecoder ? orb3::DecoderMode::Parallel : orb3::DecoderMode::Serial,
-        orb3::Limiting::Refined);
-    outcome.blockFrames = decoder->blockFrames;
-    outcome.decoderFrames = decoder->LatencyFrames();
-    return outcome;
+void Print(const KeptLog& log) {
+    const std::vector<KeptLog::Line> lines = log.Lines();
+    if (!lines.empty()) std::cout << "The start would log, E for errors:\n";
+    for (const KeptLog::Line& line : lines)
+        std::cout << "  " << (line.isError ? "E " : "I ") << line.text << "\n";
 }
 
 std::string WhyLayout(const Outcome& outcome) {
@@ -183,14 +122,6 @@ Json ToJson(const Outcome& outcome, const FormatLibrary& library, int gameRate) 
             {"latency_seconds", outcome.LatencyFrames() / pipe.GetSampleRate()}};
 }
 
-void CheckRate(const Outcome& outcome, const orb3::Frameworks& frameworks) {
-    const Output device = FindOutput(frameworks, orb3::FindSelectedLayout(outcome.after)->pipeDevice);
-    if (!device.device->IsSampleRateSupported(outcome.request.sampleRate))
-        throw slib::BadStateException("The sample rate must be one that the device runs at, not " +
-                                      std::to_string(outcome.request.sampleRate) +
-                                      " Hz. Choose another: tessarune-config set DefaultSampleRate 48000.");
-}
-
 [[noreturn]] void Fail(const slib::StringException& failure) {
     throw slib::BadStateException(
         std::string("A start would fail. ") + failure.what() +
@@ -205,7 +136,7 @@ void Check(int gameRate) {
     try {
         const Outcome outcome = TryStart(library, frameworks, gameRate, log);
         Print(outcome, library, gameRate);
-        log.Print();
+        Print(log);
         CheckRate(outcome, frameworks);
         std::cout << (outcome.StoresLayout()
                           ? "A start would work, and store the layout. Nothing was stored now.\n"
@@ -214,7 +145,7 @@ void Check(int gameRate) {
                           : "A start would work, on the defaults, and store nothing in place of "
                             "the configuration that can't be used.\n");
     } catch (const slib::StringException& failure) {
-        log.Print();
+        Print(log);
         Fail(failure);
     }
 }
@@ -226,7 +157,7 @@ void CheckForPrograms(int gameRate) {
     Json document = Json::object();
     document["would_start"] = false;
     const auto print = [&] {
-        document["log"] = log.ToJson();
+        document["log"] = ToJson(log);
         PrintJson(document);
     };
     try {

@@ -17,6 +17,7 @@ void AddHeadCommand(Program& program);
 void AddHeadphonesCommand(Program& program);
 void AddSpeakerTestCommand(Program& program);
 void AddCheckCommand(Program& program);
+void AddDoctorCommand(Program& program);
 void AddLogCommand(Program& program);
 void AddGameCommand(Program& program);
 void AddDocumentCommands(Program& program);

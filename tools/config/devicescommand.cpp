@@ -7,6 +7,7 @@
 #include "slib/standardformats.h"
 #include "tools/config/commands.h"
 #include "tools/config/machine.h"
+#include "tools/support/progress.h"
 #include "tools/support/table.h"
 
 namespace tool {
@@ -41,7 +42,8 @@ std::vector<Cell> Row(std::uint32_t number, audiopipe::Device& device) {
     return row;
 }
 
-void Show(bool isJson) {
+Table Devices() {
+    const Progress progress("Asking for the devices");
     ErrorsToTerminal log;
     const orb3::Frameworks frameworks = MakeFrameworks(log);
     Table table({{"", "number"},
@@ -54,6 +56,11 @@ void Show(bool isJson) {
     for (const audiopipe::FrameworkPtr& framework : frameworks)
         for (std::uint32_t i = 0; i < framework->GetDeviceCount(); ++i)
             table.AddRow(Row(++number, *framework->GetDevice(i)));
+    return table;
+}
+
+void Show(bool isJson) {
+    const Table table = Devices();
     if (isJson) return PrintJson(table.ToJson());
     table.PrintAligned(std::cout);
     std::cout << "Device 1 is the default. Where a device doesn't report its speakers, name them with "

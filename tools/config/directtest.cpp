@@ -13,6 +13,7 @@
 #include "tools/config/commands.h"
 #include "tools/config/storedvalues.h"
 #include "tools/config/testsounds.h"
+#include "tools/support/terminal.h"
 
 namespace tool {
 namespace {
@@ -69,7 +70,7 @@ public:
             PlaySilence(pipe->GetLatency() / pipe->GetSampleRate() + pause);
             pipe->Stop();
         } catch (const std::exception& failure) {
-            std::cerr << failure.what() << "\n";
+            Complain(failure.what());
         }
     }
     Player(const Player&) = delete;

@@ -2,6 +2,7 @@
 #include <memory>
 #include <string>
 
+#include "orb3core/store/configstore.h"
 #include "platform/storefile.h"
 #include "slib/files.h"
 #include "slib/sxml.h"
@@ -83,6 +84,11 @@ void Restore() {
     }
 }
 
+void Discard() {
+    ReplaceValue(orb3::keptConfigurationKey, [](const std::string&) { return ""; });
+    std::cout << "No configuration is kept any more.\n";
+}
+
 }  // namespace
 
 void AddDocumentCommands(Program& program) {
@@ -90,6 +96,7 @@ void AddDocumentCommands(Program& program) {
         std::string file;
         bool isAll = false;
         bool isForced = false;
+        bool isDiscarded = false;
     };
     const auto options = std::make_shared<Options>();
     CLI::App* out = program.add_subcommand("export", "Write the configuration document to a file.");
@@ -107,7 +114,8 @@ void AddDocumentCommands(Program& program) {
 
     CLI::App* restore =
         program.add_subcommand("restore", "Put back a configuration document that was replaced for a fault.");
-    restore->callback(Restore);
+    restore->add_flag("--discard", options->isDiscarded, "Forget the one that is kept instead");
+    restore->callback([options] { options->isDiscarded ? Discard() : Restore(); });
     for (CLI::App* command : {out, in, reset, restore})
         command->footer(examples);
 }

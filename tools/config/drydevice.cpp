@@ -43,7 +43,11 @@ private:
 
 class DryDevice : public audiopipe::Device {
 public:
-    explicit DryDevice(DevicePtr source) : Device(source->name, source->index), source(std::move(source)) {}
+    explicit DryDevice(DevicePtr device) : Device(device->name, device->index), source(std::move(device)) {
+        id = source->id;
+        fullId = source->fullId;
+        plainId = source->plainId;
+    }
 
     bool IsEmulated() override { return source->IsEmulated(); }
     std::uint32_t GetPlaybackChannelCount() override { return source->GetPlaybackChannelCount(); }

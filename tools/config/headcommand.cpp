@@ -10,6 +10,8 @@
 #include "tools/config/headphonemethod.h"
 #include "tools/config/machine.h"
 #include "tools/config/storedvalues.h"
+#include "tools/support/nearest.h"
+#include "tools/support/progress.h"
 
 namespace tool {
 namespace {
@@ -39,7 +41,8 @@ double Seconds(Clock::time_point since) {
 }
 
 // In metres.
-double Length(const std::string& text) {
+double Length(const std::string& given) {
+    const std::string text = WithDecimalPoint(given);
     const std::size_t end = text.find_last_of("0123456789.") + 1;
     const std::string unit = text.substr(std::min(text.find_first_not_of(' ', end), text.size()));
     const double scale = unit == "cm" ? 0.01 : unit == "mm" ? 0.001 : unit == "in" ? 0.0254 : 0;
@@ -52,25 +55,21 @@ double Length(const std::string& text) {
         "'.");
 }
 
-// Nothing is said of what takes less than a second.
-std::function<void(unsigned)> Progress(Clock::time_point begin) {
-    return [begin](unsigned order) {
-        if (Seconds(begin) > 1)
-            std::cerr << "Designing decoders, " << order << " of " << design::greatestOrder << ": order "
-                      << order << "\n";
-    };
-}
-
 void Add(const Options& options) {
     const Clock::time_point begin = Clock::now();
     design::AddedHead head;
     if (!options.circumference.empty()) head.circumference = Length(options.circumference);
-    ChangeOwnLibrary([&](orb3::fl::FormatRegistrar& library) {
-        design::NewHeadTag(options.name, library);
-        head.impulses = design::ReadSofaInChild(options.file);
-        head.report = Progress(begin);
-        design::AddOwnHead(head, options.name, library);
-    });
+    {
+        Progress progress("Designing decoders");
+        ChangeOwnLibrary([&](orb3::fl::FormatRegistrar& library) {
+            design::NewHeadTag(options.name, library);
+            head.impulses = design::ReadSofaInChild(options.file);
+            head.report = [&](unsigned order) {
+                progress.Step(order, design::greatestOrder, "order " + std::to_string(order));
+            };
+            design::AddOwnHead(head, options.name, library);
+        });
+    }
     std::cout << "The head '" << options.name << "' is in your library, made from "
               << head.impulses.directions.size() << " directions in "
               << slib::FormatNumber(std::round(Seconds(begin) * 10) / 10)

@@ -9,6 +9,7 @@
 #include "tools/config/connection.h"
 #include "tools/config/machine.h"
 #include "tools/config/storedvalues.h"
+#include "tools/support/nearest.h"
 
 namespace tool {
 namespace {
@@ -62,13 +63,16 @@ design::HeadChoice StoredChoice(const orb3::Configuration& configuration) {
 
 const design::OwnEntry& FindEntry(const std::vector<design::OwnEntry>& entries, const std::string& name,
                                   const std::string& what) {
+    std::vector<std::string> names;
     std::string known;
     for (const design::OwnEntry& entry : entries) {
         if (IsMeant(entry, orb3::MakeFormatTag(name))) return entry;
+        names.push_back(entry.name);
         known += (known.empty() ? "" : ", ") + entry.name;
     }
     if (known.empty()) throw WrongUse("There is no " + what + " yet.");
-    throw WrongUse("There is no " + what + " '" + name + "'. There is " + known + ".");
+    throw WrongUse("There is no " + what + " '" + name + "'." + DidYouMean(names, name) + " There is " +
+                   known + ".");
 }
 
 void ChangeChoice(const orb3::fl::FormatLibrarian& library,

@@ -13,6 +13,7 @@
 #include "tools/config/selecting.h"
 #include "tools/config/storedvalues.h"
 #include "tools/support/layoutnames.h"
+#include "tools/support/nearest.h"
 #include "tools/support/table.h"
 
 namespace tool {
@@ -119,10 +120,12 @@ void List(bool isJson) {
 
 // The name as the library spells it.
 std::string FindName(const orb3::fl::FormatLibrarian& librarian, const std::string& name) {
+    std::vector<std::string> names;
     for (const orb3::fl::Format& format : LibraryLayouts(librarian))
-        if (orb3::MakeFormatTag(format.name) == orb3::MakeFormatTag(name)) return format.name;
-    throw WrongUse("The format library has no layout '" + name +
-                   "'. 'tessarune-config layouts' lists what it has, and 'tessarune-library layout' adds "
+        names.push_back(format.name);
+    if (const auto found = FindMeant(names, name)) return names[*found];
+    throw WrongUse("The format library has no layout '" + name + "'." + DidYouMean(names, name) +
+                   " 'tessarune-config layouts' lists what it has, and 'tessarune-library layout' adds "
                    "another one.");
 }
 
@@ -130,7 +133,7 @@ std::string CheckMethod(const orb3::fl::FormatLibrarian& librarian, const Layout
     const std::vector<std::string> methods = MethodsFor(librarian, choice.name);
     if (std::find(methods.begin(), methods.end(), choice.method) != methods.end()) return choice.method;
     throw WrongUse("The method for '" + choice.name + "' must be one of " + Joined(methods) + ", not '" +
-                   choice.method + "'.");
+                   choice.method + "'." + DidYouMean(methods, choice.method));
 }
 
 void CheckChannels(const std::string& name, std::size_t needed, audiopipe::Device& device) {

@@ -9,6 +9,7 @@
 #include "tools/config/commands.h"
 #include "tools/support/json.h"
 #include "tools/support/logring.h"
+#include "tools/support/terminal.h"
 
 namespace tool {
 namespace {
@@ -46,7 +47,7 @@ void Show(bool follow) {
     LogRing ring = ReadLogRing();
     const std::vector<std::string> lines = Lines(ring);
     Print(lines);
-    if (lines.empty()) std::cerr << "The log is empty: no game has started yet.\n";
+    if (lines.empty()) Complain("The log is empty: no game has started yet.");
     while (follow && std::cout) {
         std::this_thread::sleep_for(patience);
         if (!HasNewLines(ring)) continue;

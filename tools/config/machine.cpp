@@ -1,6 +1,8 @@
 #include "tools/config/machine.h"
 
-#include <iostream>
+#include <cstdint>
+#include <string>
+#include <vector>
 
 #include "orb3core/library/formatlibraries.h"
 #include "orb3core/settings/platformsettings.h"
@@ -11,6 +13,8 @@
 #include "platform/storelocation.h"
 #include "slib/exception.h"
 #include "tools/config/commands.h"
+#include "tools/support/nearest.h"
+#include "tools/support/terminal.h"
 
 namespace tool {
 namespace {
@@ -25,8 +29,21 @@ std::string ConfiguredPath() {
     return path;
 }
 
-bool IsNamed(const audiopipe::Device& device, std::uint32_t number, const std::string& name) {
-    return device.id == name || device.name == name || std::to_string(number) == name;
+std::vector<Output> AllOutputs(const orb3::Frameworks& frameworks) {
+    std::vector<Output> outputs;
+    for (const audiopipe::FrameworkPtr& framework : frameworks)
+        for (std::uint32_t i = 0; i < framework->GetDeviceCount(); ++i)
+            outputs.push_back({framework, framework->GetDevice(i)});
+    return outputs;
+}
+
+bool IsNamed(const audiopipe::Device& device, const std::string& name) {
+    return device.id == name || device.name == name;
+}
+
+// As what is stored of it may name it.
+bool IsStoredAs(const audiopipe::Device& device, const std::string& name) {
+    return device.fullId == name || device.plainId == name;
 }
 
 }  // namespace
@@ -39,17 +56,22 @@ orb3::Frameworks MakeFrameworks(slib::Log& log) {
 }
 
 Output FindOutput(const orb3::Frameworks& frameworks, const std::string& name) {
+    const std::vector<Output> outputs = AllOutputs(frameworks);
+    if (outputs.empty()) throw WrongUse("There is no output device.");
+    if (name.empty()) return outputs.front();
+    std::vector<std::string> names;
     std::string known;
-    std::uint32_t number = 0;
-    for (const audiopipe::FrameworkPtr& framework : frameworks)
-        for (std::uint32_t i = 0; i < framework->GetDeviceCount(); ++i) {
-            audiopipe::DevicePtr device = framework->GetDevice(i);
-            if (name.empty() || IsNamed(*device, ++number, name)) return {framework, device};
-            known += (known.empty() ? "" : ", ") + device->id;
-        }
-    if (known.empty()) throw WrongUse("There is no output device.");
-    throw WrongUse("The device must be one of " + known + ", not '" + name +
-                   "'. 'tessarune-config devices' describes them.");
+    for (const Output& output : outputs) {
+        if (IsNamed(*output.device, name)) return output;
+        names.push_back(output.device->name);
+        if (std::to_string(names.size()) == name) return output;
+        known += (known.empty() ? "" : ", ") + output.device->id;
+    }
+    for (const Output& output : outputs)
+        if (IsStoredAs(*output.device, name)) return output;
+    if (const auto meant = FindMeant(names, name)) return outputs[*meant];
+    throw WrongUse("The device must be one of " + known + ", not '" + name + "'." + DidYouMean(names, name) +
+                   " 'tessarune-config devices' describes them.");
 }
 
 FormatLibrary::FormatLibrary(slib::Log& log) : path(ConfiguredPath()) {
@@ -72,7 +94,7 @@ void ChangeOwnLibrary(const std::function<void(orb3::fl::LayeredLibrarian& libra
 }
 
 void ErrorsToTerminal::Write(const std::string& text, bool isError) {
-    if (isError) std::cerr << "tessarune-config: " << text << "\n";
+    if (isError) Complain(text);
 }
 
 }  // namespace tool

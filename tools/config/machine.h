@@ -24,8 +24,8 @@ struct Output {
     audiopipe::DevicePtr device;
 };
 
-/// The device with this id, name or number (from 1, through all frameworks); the default device when `name`
-/// is empty. Throws WrongUse, which lists the devices.
+/// The device with this id, name or number (from 1, through all frameworks), or the only one whose name
+/// begins or ends so; the default device when `name` is empty. Throws WrongUse, which lists the devices.
 Output FindOutput(const orb3::Frameworks& frameworks, const std::string& name);
 
 /// The library that the machine's store names.

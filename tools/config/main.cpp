@@ -9,6 +9,7 @@ namespace {
 
 constexpr const char* examples = R"(Examples:
   tessarune-config check                  what a game's start would do, and why
+  tessarune-config doctor                 what is wrong, and what mends it
   tessarune-config show                   all that is set
   tessarune-config get Order
   tessarune-config set Order 2
@@ -34,10 +35,11 @@ int main(int count, char** arguments) {
     tool::Program program("tessarune-config", "Shows and changes the settings of Tessarune.");
     program.require_subcommand(1);
     program.footer(Footer());
-    for (const auto add : {tool::AddShowCommand, tool::AddSettingCommands, tool::AddDevicesCommand,
-                           tool::AddLayoutCommands, tool::AddSpeakersCommand, tool::AddHeadCommand,
-                           tool::AddHeadphonesCommand, tool::AddSpeakerTestCommand, tool::AddCheckCommand,
-                           tool::AddLogCommand, tool::AddGameCommand, tool::AddDocumentCommands})
+    for (const auto add :
+         {tool::AddShowCommand, tool::AddSettingCommands, tool::AddDevicesCommand, tool::AddLayoutCommands,
+          tool::AddSpeakersCommand, tool::AddHeadCommand, tool::AddHeadphonesCommand,
+          tool::AddSpeakerTestCommand, tool::AddCheckCommand, tool::AddDoctorCommand, tool::AddLogCommand,
+          tool::AddGameCommand, tool::AddDocumentCommands})
         add(program);
     return program.Run(count, arguments);
 }

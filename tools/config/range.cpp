@@ -1,4 +1,5 @@
 #include "tools/config/range.h"
+#include "tools/support/nearest.h"
 
 #include <array>
 #include <charconv>
@@ -85,14 +86,6 @@ std::optional<std::string> Find(const orb3::SettingRange& range, const std::stri
     slib::ThrowUnreachable();
 }
 
-// "Low, Medium or High"
-std::string Alternatives(const std::vector<std::string>& choices) {
-    std::string text = choices.front();
-    for (std::size_t i = 1; i < choices.size(); ++i)
-        text += (i + 1 == choices.size() ? " or " : ", ") + choices[i];
-    return text;
-}
-
 std::string WholeText(const Bounds& bounds) {
     const std::string least = std::to_string(bounds.least), greatest = std::to_string(bounds.greatest);
     if (bounds.greatest == orb3::noLimit) return least + " or more";
@@ -125,7 +118,8 @@ std::vector<std::string> Words(const orb3::SettingRange& range) {
 std::string Canonical(const orb3::SettingRange& range, const std::string& text) {
     const std::optional<std::string> found = Find(range, text);
     if (found) return *found;
-    throw slib::BadParameterException("must be " + RangeText(range) + ", not '" + text + "'.");
+    throw slib::BadParameterException("must be " + RangeText(range) + ", not '" + text + "'." +
+                                      DidYouMean(Words(range), text));
 }
 
 }  // namespace tool

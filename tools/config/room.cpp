@@ -6,6 +6,7 @@
 
 #include "slib/text.h"
 #include "tools/config/commands.h"
+#include "tools/support/nearest.h"
 
 namespace tool {
 namespace {
@@ -55,13 +56,16 @@ Place PlaceOf(const orb3::Location& location) {
 }
 
 std::size_t FindSpeaker(const orb3::spk::Layout& layout, const std::string& name) {
+    std::vector<std::string> labels;
     std::string known;
-    for (std::size_t i = 0; i < layout.speakers.size(); ++i) {
-        const std::string& label = layout.speakers[i].label;
-        if (slib::toLower(label) == slib::toLower(name) || std::to_string(i + 1) == name) return i;
-        known += (i == 0 ? " It has " : ", ") + label;
+    for (const orb3::spk::Speaker& speaker : layout.speakers) {
+        known += (labels.empty() ? " It has " : ", ") + speaker.label;
+        labels.push_back(speaker.label);
+        if (std::to_string(labels.size()) == name) return labels.size() - 1;
     }
-    throw WrongUse("'" + layout.format + "' has no speaker '" + name + "'." + known + ".");
+    if (const auto found = FindMeant(labels, name)) return *found;
+    throw WrongUse("'" + layout.format + "' has no speaker '" + name + "'." + DidYouMean(labels, name) +
+                   known + ".");
 }
 
 std::string RoomText(const orb3::spk::Layout& layout, const std::string& name,

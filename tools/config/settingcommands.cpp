@@ -6,6 +6,7 @@
 
 #include "slib/text.h"
 #include "tools/config/commands.h"
+#include "tools/config/devicespeakers.h"
 #include "tools/config/range.h"
 #include "tools/config/settings.h"
 #include "tools/config/storedvalues.h"
@@ -23,14 +24,17 @@ constexpr const char* getExamples = R"(Examples:
 constexpr const char* setExamples = R"(Examples:
   tessarune-config set Order 4
   tessarune-config set UseParallelDecoder on
+  tessarune-config set Gain -6dB
   tessarune-config set SpeakerSetting "Surround 5.1"
+  tessarune-config set SpeakerSetting Quad --device 2       of this device alone
   tessarune-config set WaveFile game.wav
   tessarune-config set Output WaveFile
 
 )";
 
 struct Options {
-    std::string name, value;
+    std::string name, device;
+    std::vector<std::string> value;  // in words
     bool withRange = false;
     bool isPage = false;
     bool isForced = false;
@@ -68,6 +72,11 @@ void Get(const Options& options) {
     }
     if (options.name.empty()) return PrintAll(options.isJson);
     const orb3::Setting& setting = FindSetting(options.name);
+    if (!options.device.empty()) {
+        CheckIsOfDevices(setting);
+        std::cout << SpeakersOf(DeviceOfOwn(options.device)) << "\n";
+        return;
+    }
     if (options.isJson) return PrintJsonOf(setting);
     std::cout << GetSetting(setting, ReadDocument()) << "\n";
     if (options.withRange)
@@ -75,10 +84,34 @@ void Get(const Options& options) {
                   << setting.meaning << ").\n";
 }
 
+// As a shell parts them.
+std::string Joined(const std::vector<std::string>& words) {
+    std::string text;
+    for (std::size_t i = 0; i < words.size(); ++i)
+        text += (i == 0 ? "" : " ") + words[i];
+    return text;
+}
+
+void SayWhenItActs(const orb3::Setting& setting) {
+    if (setting.GetPlace() == orb3::Setting::Place::Platform)
+        std::cout
+            << "A game that runs keeps its own until it is started again, or another setting changes.\n";
+}
+
 void Set(const Options& options) {
     const orb3::Setting& setting = FindSetting(options.name);
-    const std::string value = StoreSetting(setting, options.value, options.isForced ? Force::Yes : Force::No);
-    std::cout << setting.Name() << " is now " << (value.empty() ? "empty" : value) << ".\n";
+    const std::string text = Joined(options.value);
+    if (options.device.empty()) {
+        const std::string value = StoreSetting(setting, text, options.isForced ? Force::Yes : Force::No);
+        std::cout << setting.Name() << " is now " << (value.empty() ? "empty" : value) << ".\n";
+    } else {
+        CheckIsOfDevices(setting);
+        const OwnDevice device = DeviceOfOwn(options.device);
+        const std::string value = CheckedSetting(setting, text);
+        StoreSpeakersOf(device, value == setting.Default() ? "" : value);
+        std::cout << setting.Name() << " of '" << device.name << "' is now " << value << ".\n";
+    }
+    SayWhenItActs(setting);
 }
 
 // The names of all settings, in lines for the terminal.
@@ -111,6 +144,8 @@ void AddSettingCommands(Program& program) {
     get->footer(std::string(getExamples) + Names());
     program.OfferFor(get->add_option("SETTING", options->name, "The setting; left out, all are listed"),
                      SettingNames());
+    get->add_option("--device", options->device,
+                    "Of SpeakerSetting: that of this device, by its id, name or number");
     get->add_flag("--range", options->withRange, "Also print what the setting may be, and what it is for");
     get->add_flag("--markdown", options->isPage, "Print the page docs/settings.md")->group("");
     AddJsonFlag(*get, options->isJson);
@@ -120,6 +155,8 @@ void AddSettingCommands(Program& program) {
     set->footer(std::string(setExamples) + Names());
     program.OfferFor(set->add_option("SETTING", options->name, "The setting")->required(), SettingNames());
     program.OfferFor(set->add_option("VALUE", options->value, "Its new value")->required(), SettingValues());
+    set->add_option("--device", options->device,
+                    "Of SpeakerSetting: for this device alone, by its id, name or number");
     set->add_flag("--force", options->isForced, "Even if it would spoil the sound");
     set->callback([options] { Set(*options); });
 }

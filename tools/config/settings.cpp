@@ -3,11 +3,13 @@
 #include <cstddef>
 #include <vector>
 
+#include "orb3core/settings/platformsettings.h"
 #include "slib/exception.h"
 #include "slib/sxml.h"
 #include "slib/text.h"
 #include "tools/config/commands.h"
 #include "tools/config/range.h"
+#include "tools/support/nearest.h"
 
 namespace tool {
 namespace {
@@ -70,12 +72,25 @@ std::vector<const Setting*> PlatformSettings() {
     return found;
 }
 
-std::string SimilarNames(const std::string& name) {
-    std::string names;
+std::vector<std::string> Names() {
+    std::vector<std::string> names;
     for (const Setting& setting : orb3::Settings())
-        if (slib::toLower(setting.Name()).find(slib::toLower(name)) != std::string::npos)
-            names += (names.empty() ? " Did you mean " : " or ") + setting.Name();
-    return names.empty() ? names : names + "?";
+        names.push_back(setting.Name());
+    return names;
+}
+
+// As it is written in the range, where there is no doubt. The range is what decides.
+std::string Meant(const Setting& setting, const std::string& text) {
+    using Kind = orb3::SettingRange::Kind;
+    const orb3::SettingRange& range = setting.value.range;
+    if (range.kind == Kind::Choice) {
+        const std::vector<std::string> words = range.choices();
+        const auto found = FindMeant(words, text);
+        return found ? words[*found] : text;
+    }
+    if (range.kind != Kind::Real) return text;  // those are gains
+    const auto gain = ParseGain(text);
+    return gain ? slib::FormatNumber(*gain) : text;
 }
 
 }  // namespace
@@ -83,7 +98,7 @@ std::string SimilarNames(const std::string& name) {
 const Setting& FindSetting(const std::string& name) {
     for (const Setting& setting : orb3::Settings())
         if (slib::toLower(setting.Name()) == slib::toLower(name)) return setting;
-    throw WrongUse("There is no setting '" + name + "'." + SimilarNames(name) +
+    throw WrongUse("There is no setting '" + name + "'." + DidYouMean(Names(), name) +
                    " 'tessarune-config get' lists all of them.");
 }
 
@@ -111,14 +126,15 @@ Cell SettingCell(const Setting& setting, const orb3::Configuration& configuratio
 }
 
 Offer SettingNames() {
-    Offer offer;
-    for (const Setting& setting : orb3::Settings())
-        offer.values.push_back(setting.Name());
-    return offer;
+    return {Names(), {}, false};
+}
+
+std::string CheckedSetting(const Setting& setting, const std::string& text) {
+    return Checked(setting, Meant(setting, text));
 }
 
 std::string StoreSetting(const Setting& setting, const std::string& text, Force force) {
-    std::string value = Checked(setting, text);
+    std::string value = CheckedSetting(setting, text);
     if (setting.GetPlace() == SettingPlace::Platform)
         StorePlatform(setting, value);
     else
@@ -129,6 +145,7 @@ std::string StoreSetting(const Setting& setting, const std::string& text, Force 
 void ForgetPlatformSettings() {
     for (const Setting* setting : PlatformSettings())
         ReplaceValue(setting->StoreKey(), [](const std::string&) { return ""; });
+    ReplaceValue(orb3::speakerSettingsKey, [](const std::string&) { return ""; });
 }
 
 std::string PlatformSettingNames() {

@@ -26,6 +26,9 @@ Cell SettingCell(const orb3::Setting& setting, const orb3::Configuration& config
 /// What completion offers for a setting's name.
 Offer SettingNames();
 
+/// `text` in the one way in which it is stored. Throws WrongUse for what isn't in the range.
+std::string CheckedSetting(const orb3::Setting& setting, const std::string& text);
+
 /// Stores `text`, in the one way in which it is stored, and returns that. Throws WrongUse for what isn't in
 /// the range, and what the storing throws.
 std::string StoreSetting(const orb3::Setting& setting, const std::string& text, Force force);

@@ -21,7 +21,7 @@ tessarune-config get Order --range
 tessarune-config set Order 2
 ```
 
-Names and words may be given in any case. `set` refuses a value that a setting may not have; when a document is read, such a
+Names and words may be given in any case, words also by a beginning or end that no other has, and gains in decibels (`-6dB`). `set` refuses a value that a setting may not have; when a document is read, such a
 number is corrected in silence.
 )";
 
@@ -50,7 +50,8 @@ document holds.
 ## The machine
 
 These are stored under `[Platform]` of your `store.conf`. A running game takes a change up with the next change of a setting
-above, or when it starts.
+above, or when it starts. `tessarune-config set SpeakerSetting LAYOUT --device DEVICE` sets the speakers of one device alone, which come
+before the setting for all; `Auto` takes them back. They are stored as `SpeakerSettings`, a list of `DEVICE=LAYOUT` with `;` between.
 
 )"},
     {SettingPlace::AudioRenderer, R"(

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -21,6 +20,7 @@
 #include "tools/config/roomstore.h"
 #include "tools/config/selecting.h"
 #include "tools/config/storedvalues.h"
+#include "tools/support/nearest.h"
 #include "tools/support/table.h"
 
 namespace tool {
@@ -42,7 +42,7 @@ a file, from which 'room FILE --apply' makes the decoder in your own format libr
 
 struct Options {
     std::string layout, speaker, output, device, file, name;
-    std::optional<double> gain;
+    std::string gain;
     bool isForced = false, isApplied = false;
     std::vector<std::string> places;  // four for each speaker
     double distance = 1;
@@ -130,10 +130,12 @@ std::vector<std::string> OutputsOf(const Layout& layout, const orb3::Frameworks&
 
 std::string FindOutputName(const std::vector<std::string>& outputs, const std::string& name) {
     if (const auto found = orb3::FindChannel(outputs, name)) return outputs[*found];
+    if (const auto found = FindMeant(outputs, name)) return outputs[*found];
     std::string known;
     for (const std::string& output : outputs)
         known += (known.empty() ? "" : ", ") + output;
-    throw WrongUse("The output must be one of " + known + ", not '" + name + "'.");
+    throw WrongUse("The output must be one of " + known + ", not '" + name + "'." +
+                   DidYouMean(outputs, name));
 }
 
 // The speaker that had the output gets the one that is given up, for one output can't play two speakers.
@@ -145,12 +147,14 @@ void Connect(Layout& layout, std::size_t speaker, const std::string& output) {
 }
 
 void Set(const Options& options) {
-    if (options.output.empty() && !options.gain)
+    if (options.output.empty() && options.gain.empty())
         throw WrongUse(
             "Name what to change, with --output or --gain. For places and distances see "
             "'tessarune-config speakers room --help'.");
-    if (options.gain && !(std::isfinite(*options.gain) && *options.gain >= 0))
-        throw WrongUse("--gain must be a number of 0 or more.");
+    const std::optional<double> gain = ParseGain(options.gain);
+    if (!options.gain.empty() && (!gain || *gain < 0))
+        throw WrongUse("--gain must be a number of 0 or more, or of decibels as -6dB, not '" + options.gain +
+                       "'.");
     ErrorsToTerminal log;
     const orb3::Frameworks frameworks = MakeFrameworks(log);
     ChangeDocument(
@@ -158,7 +162,7 @@ void Set(const Options& options) {
             Layout& layout = FindLayoutToChange(configuration, options.layout);
             CheckIsWhole(layout);
             const std::size_t speaker = FindSpeaker(layout, options.speaker);
-            if (options.gain) layout.channels[speaker].gain = *options.gain;
+            if (gain) layout.channels[speaker].gain = *gain;
             if (!options.output.empty())
                 Connect(layout, speaker, FindOutputName(OutputsOf(layout, frameworks), options.output));
         },
@@ -187,7 +191,8 @@ void ConnectAll(const Options& options) {
 // In the ranges of the file that the place goes into.
 double Number(const std::string& text, double least, double greatest) {
     double number = 0;
-    if (CLI::detail::lexical_cast(text, number) && number >= least && number <= greatest) return number;
+    if (CLI::detail::lexical_cast(WithDecimalPoint(text), number) && number >= least && number <= greatest)
+        return number;
     throw WrongUse(
         "A place must be SPEAKER AZIMUTH ELEVATION DISTANCE, with numbers in degrees (azimuth -360 to 360, "
         "elevation -90 to 90) and metres (0.1 to 100), not '" +
@@ -255,7 +260,6 @@ void ApplyRoom(const Options& options) {
     if (!options.name.empty()) room.name = options.name;
     const LayoutChoice choice{room.name, options.device, ""};
     CheckOutputs(choice, room.speakers.size());
-    std::cout << "Making the decoders of '" << room.name << "' ..." << std::endl;
     StoreRoom(room);
     SelectLayout(choice);
     SetGains(room.name, room);
@@ -272,7 +276,7 @@ void AddSetCommand(CLI::App& speakers, const std::shared_ptr<Options>& options) 
     CLI::App* set = speakers.add_subcommand("set", "Change a speaker's output or gain.");
     set->add_option("SPEAKER", options->speaker, "Its name, or its number in the list")->required();
     set->add_option("--output", options->output, "The device's output that plays it");
-    set->add_option("--gain", options->gain, "Linear");
+    set->add_option("--gain", options->gain, "Linear, or in decibels: 0.5, -6dB");
     set->add_flag("--force", options->isForced, "Even if it would spoil the sound");
     set->callback([options] { Set(*options); });
 }
@@ -297,6 +301,7 @@ void AddRoomCommand(CLI::App& speakers, const std::shared_ptr<Options>& options)
         ->expected(-1);
     room->add_option("--distance", options->distance,
                      "Metres to the furthest of the speakers without --place")
+        ->transform(WithDecimalPoint, "", "")
         ->check(CLI::Range(0.1, 100.0))
         ->capture_default_str();
     room->callback([options] { MakeRoom(*options); });

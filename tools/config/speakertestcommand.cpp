@@ -1,4 +1,5 @@
 #include <chrono>
+#include <cstddef>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -17,6 +18,8 @@
 #include "tools/config/storedvalues.h"
 #include "tools/config/testsounds.h"
 #include "tools/support/logring.h"
+#include "tools/support/nearest.h"
+#include "tools/support/progress.h"
 #include "tools/support/realoutput.h"
 
 namespace tool {
@@ -162,6 +165,11 @@ private:
     ALCcontext* context = nullptr;
 };
 
+Game StartGame() {
+    const Progress progress("Starting");
+    return Game();
+}
+
 // Says beforehand that nothing will be heard.
 void CheckIsHeard() {
     using Output = platform::PlatformSettings::Output;
@@ -222,13 +230,16 @@ void Test(const Options& options) {
     CheckIsHeard();
     if (options.isDirect) return TestDirectly(options);
     if (!options.speaker.empty()) CheckSpeaker(options.speaker);
-    const Game game;
+    const Game game = StartGame();
     const Layout layout = LayoutInForce(ReadDocument());  // the start has stored it
     std::vector<Speaker> speakers = layout.speakers;
     if (!options.speaker.empty()) speakers = {layout.speakers[FindSpeaker(layout, options.speaker)]};
     std::cout << layout.format << " on '" << layout.pipeDevice << "'; degrees, positive to the left:\n";
-    for (const Speaker& speaker : speakers) {
+    for (std::size_t i = 0; i < speakers.size(); ++i) {
+        const Speaker& speaker = speakers[i];
         Print(speaker);
+        Progress progress("Playing");
+        progress.Step(i + 1, speakers.size(), speaker.label);
         game.Play(speaker, options);
     }
 }
@@ -251,6 +262,7 @@ void AddSpeakerTestCommand(Program& program) {
     command
         ->add_option("--seconds", options->seconds,
                      "Seconds for each speaker; left out, the sound is played once")
+        ->transform(WithDecimalPoint, "", "")
         ->check(CLI::Range(0.1, 3600.0));
     command->add_flag("--noise", options->isNoise, "Pink noise in place of voices");
     command->callback([options, direct] {

@@ -11,6 +11,7 @@
 #include "slib/exception.h"
 #include "slib/sxml.h"
 #include "tools/config/sense.h"
+#include "tools/support/progress.h"
 
 namespace tool {
 namespace {
@@ -21,6 +22,7 @@ orb3::ConfigStore UserStore() {
 
 // What a start makes of a store without a document.
 orb3::Configuration FirstDocument() {
+    const Progress progress("Measuring the machine");
     slib::Log target;
     slib::ErrorLog errors(&target);
     orb3::SharedConfiguration shared(&errors);

@@ -10,13 +10,13 @@
 
 #include "orb3core/settings/platformsettings.h"
 #include "slib/exception.h"
-#include "slib/text.h"
 #include "tools/demo/levels.h"
 #include "tools/demo/player.h"
 #include "tools/demo/privatestore.h"
 #include "tools/demo/scene.h"
 #include "tools/support/layoutnames.h"
 #include "tools/support/logring.h"
+#include "tools/support/nearest.h"
 #include "tools/support/program.h"
 #include "tools/support/realoutput.h"
 #include "tools/support/voices.h"
@@ -59,14 +59,10 @@ public:
 
 // By its name, or as people call it: "5.1", "headphones".
 StandardFormat FindSpeakers(const std::string& text) {
-    const std::string wanted = slib::toLower(text == "headphones" ? "headphone stereo" : text);
-    std::string known;
-    for (const std::string& name : tool::StandardLayoutNames()) {
-        if (slib::toLower(name) == wanted || slib::toLower(name) == "surround " + wanted)
-            return slib::ParseStandardFormat(name);
-        known += (known.empty() ? "" : ", ") + name;
-    }
-    throw tool::WrongUse("--layout must be one of " + known + ", not '" + text + "'.");
+    const std::vector<std::string> names = tool::StandardLayoutNames();
+    if (const auto found = tool::FindMeant(names, text)) return slib::ParseStandardFormat(names[*found]);
+    throw tool::WrongUse("--layout must be " + tool::Alternatives(names) + ", not '" + text + "'." +
+                         tool::DidYouMean(names, text));
 }
 
 tool::Offer Rooms() {
@@ -84,7 +80,7 @@ demo::Scene SceneOf(const Options& options) {
                       options.isQuick};
     if (scene.room == nullptr)
         throw tool::WrongUse("--room must be one of those that 'tessarune-demo --list' lists, not '" +
-                             options.room + "'.");
+                             options.room + "'." + tool::DidYouMean(Rooms().values, options.room));
     if (options.part == "voices") scene.parts = {Part::Voices};
     if (options.part == "circle") scene.parts = {Part::Circle};
     if (options.part == "room") scene.parts = {Part::Room};

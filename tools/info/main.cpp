@@ -15,6 +15,7 @@
 #include "AL/tessarune.h"
 #include "tools/support/json.h"
 #include "tools/support/program.h"
+#include "tools/support/terminal.h"
 
 namespace {
 
@@ -143,7 +144,7 @@ private:
 
 int Fail(const std::string& sentence, const std::string& hint = "") {
     std::cout.flush();
-    std::cerr << sentence << "\n" << hint;
+    tool::Complain(sentence + hint);
     return tool::failed;
 }
 
@@ -155,8 +156,7 @@ int ShowAll(bool isJson) {
     ALCcontext* const context = alcCreateContext(device, nullptr);
     if (context == nullptr)
         return Fail(std::string("No context could be made: ") + alcGetString(device, alcGetError(device)),
-                    "The reason stands in the log, in HollowbrookLabs/log.conf of your "
-                    "configuration folder\n(usually ~/.config).\n");
+                    " The reason stands in the log: 'tessarune-config log' prints it.");
     alcMakeContextCurrent(context);
     report.Add(FactsOfContext(device));
     const ALCenum error = alcGetError(device);

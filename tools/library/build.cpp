@@ -2,6 +2,7 @@
 
 #include "tools/library/commands.h"
 #include "tools/library/making.h"
+#include "tools/support/progress.h"
 
 namespace tool {
 namespace {
@@ -10,6 +11,15 @@ constexpr const char* examples = R"(Examples:
   tessarune-library build lib/default.afl
   tessarune-library build lib/mine.dfl --sofa my_ears.sofa --rates 48000 96000
   tessarune-library build lib/small.afl --no-sofa)";
+
+void Build(MakingOptions options) {
+    auto progress = std::make_unique<Progress>("Designing decoders");
+    options.report = [&](std::size_t number, std::size_t all, const std::string& layout) {
+        progress->Step(number, all, layout);
+    };
+    options.reportEnd = [&] { progress.reset(); };
+    MakeLibrary(options);
+}
 
 }  // namespace
 
@@ -26,7 +36,7 @@ void AddBuildCommand(Program& program) {
     command->add_option("--rates", options->rates, "Sample rates in Hz to store transforms at")
         ->check(CLI::Range(44100, 96000))
         ->capture_default_str();
-    command->callback([options] { MakeLibrary(*options); });
+    command->callback([options] { Build(*options); });
 }
 
 }  // namespace tool

@@ -10,7 +10,9 @@
 #include "tools/library/commands.h"
 #include "tools/library/making.h"
 #include "tools/library/opening.h"
+#include "tools/support/progress.h"
 #include "tools/support/table.h"
+#include "tools/support/terminal.h"
 
 namespace tool {
 namespace {
@@ -30,6 +32,7 @@ struct Counts {
 };
 
 Counts CountAll(const orb3::fl::FormatLibrarian& library) {
+    const Progress progress("Reading transforms");
     Counts counts;
     for (const design::TransformFinding& finding : design::CheckTransforms(library)) {
         ++counts.transforms;
@@ -136,6 +139,7 @@ void Print(const Table& speakers, const Table& heads, bool isHeadMissing) {
 
 // Returns how many decoders miss their limits.
 std::size_t CheckAcoustics(const orb3::fl::FormatLibrarian& library, const Options& options, Json& document) {
+    auto progress = std::make_unique<Progress>("Measuring decoders");
     const int rate = RateOf(library);
     const std::vector<design::SpeakerFigures> rows = design::CheckSpeakers(library, rate);
     const Table speakers = Speakers(rows);
@@ -143,10 +147,11 @@ std::size_t CheckAcoustics(const orb3::fl::FormatLibrarian& library, const Optio
     for (const design::SpeakerFigures& row : rows) {
         if (row.fault.empty()) continue;
         ++faults;
-        std::cerr << row.fault << "\n";
+        Complain(row.fault);
     }
     const design::ReferenceHeads references = design::MakeReferenceHeads(HeadFile(options.sofa), rate);
     const Table heads = Heads(library, references, rate);
+    progress.reset();
     if (!options.isJson) Print(speakers, heads, references.measured.directions.empty());
     document["speakers"] = speakers.ToJson();
     document["heads"] = heads.ToJson();
@@ -157,7 +162,7 @@ void Check(const Options& options) {
     const LibraryPtr library = OpenToRead(options.path);
     const Counts counts = CountAll(*library);
     for (const design::TransformFinding& finding : counts.faults)
-        std::cerr << Name(finding) << " at " << finding.rate << " Hz: " << finding.fault << "\n";
+        Complain(Name(finding) + " at " + std::to_string(finding.rate) + " Hz: " + finding.fault);
     Json document = ToJson(*library, counts);
     if (!options.isJson) Print(*library, counts);
     const std::size_t misses = options.hasAcoustics ? CheckAcoustics(*library, options, document) : 0;

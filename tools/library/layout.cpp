@@ -9,6 +9,7 @@
 #include "slib/exception.h"
 #include "tools/library/commands.h"
 #include "tools/library/opening.h"
+#include "tools/support/progress.h"
 
 namespace tool {
 namespace {
@@ -35,8 +36,11 @@ void AddLayout(const std::string& path, const std::string& file) {
     const design::SpeakerLayout layout = design::ReadLayout(stream, file);
     const auto library = OpenToChange(path);
     RateOf(*library);
-    design::AddSpeakerLayout(layout, design::BaseRates(*library), *library);
-    library->commit();
+    {
+        const Progress progress("Designing the decoders of '" + layout.name + "'");
+        design::AddSpeakerLayout(layout, design::BaseRates(*library), *library);
+        library->commit();
+    }
     std::cout << "'" << layout.name << "' with " << layout.speakers.size() << " speakers, by";
     for (const design::SpeakerMethod method : design::MethodsFor(layout))
         std::cout << " " << design::DescribeMethod(method).tag;

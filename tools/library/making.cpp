@@ -1,9 +1,8 @@
 #include "tools/library/making.h"
 
-#include <unistd.h>
-
 #include <chrono>
 #include <cmath>
+#include <cstddef>
 #include <filesystem>
 #include <iostream>
 
@@ -35,13 +34,14 @@ void MakeLibrary(const MakingOptions& options) {
     const auto begin = std::chrono::steady_clock::now();
     design::LibraryPlan plan = design::DefaultPlan(HeadOf(options));
     plan.rates = options.rates;
-    if (isatty(STDERR_FILENO) == 1)
-        plan.report = [count = 0, all = plan.layouts.size()](const std::string& layout) mutable {
-            std::cerr << "Designing decoders, " << ++count << " of " << all << ": " << layout << "\n";
+    if (options.report)
+        plan.report = [&, count = std::size_t{0}](const std::string& layout) mutable {
+            options.report(++count, plan.layouts.size(), layout);
         };
     design::WriteLibrary(options.path, [&](orb3::fl::FormatRegistrar& library) {
         design::AssembleLibrary(plan, library);
         design::CheckLimits(library, plan.rates.back());
+        if (options.reportEnd) options.reportEnd();
         std::cout << options.path << ": " << library.getFormatCount() << " formats, "
                   << library.getMethodCount() << " methods, " << library.getConversionCount()
                   << " conversions";

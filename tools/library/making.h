@@ -2,6 +2,8 @@
 
 // Makes a whole format library. On the main thread.
 
+#include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -18,10 +20,14 @@ struct MakingOptions {
     std::string sofa;                      ///< a measured head (HRTF); the system's when empty
     bool hasNoSofa = false;                ///< no measured head at all
     std::vector<int> rates{44100, 48000};  ///< Hz, that transforms are stored at
+    /// Where given called before each layout, with its number of so many and its name, and once all are
+    /// designed.
+    std::function<void(std::size_t number, std::size_t all, const std::string& layout)> report;
+    std::function<void()> reportEnd;
 };
 
-/// All layouts, methods and orders, in place of what is at the path. Shows how far it is where a person
-/// watches, and prints what it made. Throws slib::BadDataException for a head or a path that can't be used.
+/// All layouts, methods and orders, in place of what is at the path. Prints what it made. Throws
+/// slib::BadDataException for a head or a path that can't be used.
 void MakeLibrary(const MakingOptions& options);
 
 }  // namespace tool

@@ -9,6 +9,7 @@
 #include "slib/text.h"
 #include "tools/library/commands.h"
 #include "tools/library/opening.h"
+#include "tools/support/progress.h"
 
 namespace tool {
 namespace {
@@ -37,12 +38,14 @@ void Pack(const Options& options) {
     const LibraryPtr library = OpenToRead(options.path);
     if (std::filesystem::exists(options.out) && std::filesystem::equivalent(options.path, options.out))
         throw slib::BadDataException("OUT must be another file than PATH.");
+    auto progress = std::make_unique<Progress>("Writing '" + options.out + "'");
     if (extension == ".PFL")
         orb3::fl::WritePAKLibrary(*library, options.out,
                                   options.bits.empty() ? TransformForm::Single : forms.at(options.bits));
     else
         design::WriteLibrary(
             options.out, [&](orb3::fl::FormatRegistrar& target) { design::CopyLibrary(*library, target); });
+    progress.reset();
     std::cout << options.out << ": " << library->getConversionCount() << " conversions\n";
 }
 

@@ -11,6 +11,7 @@
 #include "tools/library/commands.h"
 #include "tools/library/making.h"
 #include "tools/library/opening.h"
+#include "tools/support/progress.h"
 
 namespace tool {
 namespace {
@@ -109,8 +110,10 @@ void Plot(const Options& options) {
     const std::vector<Subject> subjects = ChooseSubjects(FindSubjects(*library, options), options);
     slib::createDirectories(options.out);
     design::ReferenceHeads heads;
-    if (std::ranges::any_of(subjects, &Subject::IsOfHeadphones))
+    if (std::ranges::any_of(subjects, &Subject::IsOfHeadphones)) {
+        const Progress progress("Measuring heads");
         heads = design::MakeReferenceHeads(HeadFile(options.sofa), rate);
+    }
     for (const Subject& subject : subjects) {
         design::DecoderTransform transform;
         library->getTransform(subject.index, rate, transform);

@@ -18,9 +18,12 @@ constexpr int deepest = 12;
 constexpr std::size_t mostFiles = 200'000;
 const std::vector<std::string> askedFor{"libopenal.so.1", "libopenal.so"};
 
+// With a version or none: nobody asks for "libopenal.so.1.old".
 bool IsOpenAlName(const std::string& name) {
     const std::string lower = slib::toLower(name);
-    return lower.starts_with("libopenal") && lower.find(".so") != std::string::npos;
+    const std::size_t end = lower.find(".so");
+    return lower.starts_with("libopenal") && end != std::string::npos &&
+           lower.find_first_not_of(".0123456789", end + 3) == std::string::npos;
 }
 
 // Ours says so under whatever name it was put there.

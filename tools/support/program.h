@@ -65,7 +65,7 @@ public:
     std::vector<KnownFile> files = StoreFiles();
 
 private:
-    std::string Fault(const CLI::ParseError& error, const char* command) const;
+    std::string Fault(const CLI::ParseError& error, bool isEmpty) const;
     int Explain(const std::string& sentence, int status) const;
 
     std::map<const CLI::Option*, Offer> offers;

@@ -1,18 +1,20 @@
 #include "tools/support/table.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cmath>
-#include <cstddef>
 #include <cstdio>
+#include <iostream>
+#include <sstream>
 #include <string_view>
+
+#include "tools/support/terminal.h"
 
 namespace tool {
 namespace {
 
-// Characters, not bytes: titles have degree signs.
-std::size_t WidthOf(const std::string& text) {
-    return static_cast<std::size_t>(std::ranges::count_if(text, [](char c) { return (c & 0xC0) != 0x80; }));
-}
+constexpr std::size_t gap = 2;  // between columns
 
 std::vector<std::size_t> WidthsOf(const std::vector<std::vector<std::string>>& rows, std::size_t columns,
                                   std::size_t least) {
@@ -21,6 +23,69 @@ std::vector<std::size_t> WidthsOf(const std::vector<std::vector<std::string>>& r
         for (std::size_t c = 0; c < row.size(); ++c)
             widths[c] = std::max(widths[c], WidthOf(row[c]));
     return widths;
+}
+
+std::size_t LongestWord(const std::string& text) {
+    std::istringstream words(text);
+    std::size_t longest = 0;
+    for (std::string word; words >> word;)
+        longest = std::max(longest, WidthOf(word));
+    return longest;
+}
+
+// The widest columns give way until a line has `room` columns of the terminal. No word is broken.
+void Narrow(std::vector<std::size_t>& widths, const std::vector<std::vector<std::string>>& rows,
+            std::size_t room) {
+    std::vector<std::size_t> least(widths.size(), 0);
+    for (const auto& row : rows)
+        for (std::size_t c = 0; c < row.size(); ++c)
+            least[c] = std::max(least[c], LongestWord(row[c]));
+    std::size_t sum = gap * (widths.size() - 1);
+    for (const std::size_t width : widths)
+        sum += width;
+    for (; sum > room; --sum) {
+        std::size_t widest = widths.size();
+        for (std::size_t c = 0; c < widths.size(); ++c)
+            if (widths[c] > least[c] && (widest == widths.size() || widths[c] > widths[widest])) widest = c;
+        if (widest == widths.size()) return;
+        --widths[widest];
+    }
+}
+
+// A cell that has room stays as it is, with all of its blanks.
+std::vector<std::string> Wrapped(const std::string& text, std::size_t width) {
+    if (WidthOf(text) <= width) return {text};
+    std::vector<std::string> lines{""};
+    std::istringstream words(text);
+    for (std::string word; words >> word;) {
+        std::string& line = lines.back();
+        if (line.empty())
+            line = word;
+        else if (WidthOf(line) + 1 + WidthOf(word) <= width)
+            line += " " + word;
+        else
+            lines.push_back(word);
+    }
+    return lines;
+}
+
+void PrintRow(std::ostream& stream, const std::string& indent, const std::vector<std::string>& row,
+              const std::vector<std::size_t>& widths) {
+    std::vector<std::vector<std::string>> cells;
+    std::size_t lines = 1;
+    for (std::size_t c = 0; c < row.size(); ++c) {
+        cells.push_back(Wrapped(row[c], widths[c]));
+        lines = std::max(lines, cells.back().size());
+    }
+    for (std::size_t i = 0; i < lines; ++i) {
+        std::string line = indent;
+        for (std::size_t c = 0; c < cells.size(); ++c) {
+            const std::string text = i < cells[c].size() ? cells[c][i] : "";
+            line += text + std::string(widths[c] - std::min(widths[c], WidthOf(text)) + gap, ' ');
+        }
+        line.erase(line.find_last_not_of(' ') + 1);
+        stream << line << "\n";
+    }
 }
 
 }  // namespace
@@ -40,16 +105,17 @@ std::vector<std::vector<std::string>> Table::Texts(bool withTitles) const {
     return texts;
 }
 
-void Table::PrintAligned(std::ostream& stream, const std::string& indent, bool withTitles) const {
+void Table::PrintAligned(std::ostream& stream, const std::string& indent, bool withTitles,
+                         std::size_t width) const {
     const auto texts = Texts(withTitles);
-    const std::vector<std::size_t> widths = WidthsOf(texts, columns.size(), 0);
-    for (const auto& row : texts) {
-        std::string line = indent;
-        for (std::size_t c = 0; c < row.size(); ++c)
-            line += row[c] + std::string(widths[c] - WidthOf(row[c]) + 2, ' ');
-        line.erase(line.find_last_not_of(' ') + 1);
-        stream << line << "\n";
-    }
+    std::vector<std::size_t> widths = WidthsOf(texts, columns.size(), 0);
+    if (width > indent.size()) Narrow(widths, texts, width - indent.size());
+    for (const auto& row : texts)
+        PrintRow(stream, indent, row, widths);
+}
+
+void Table::PrintAligned(std::ostream& stream, const std::string& indent, bool withTitles) const {
+    PrintAligned(stream, indent, withTitles, &stream == &std::cout ? TerminalWidth(STDOUT_FILENO) : 0);
 }
 
 void Table::PrintMarkdown(std::ostream& stream) const {

@@ -2,6 +2,7 @@
 
 // Tables, for people and for programs: aligned columns, Markdown, and JSON. Plain objects.
 
+#include <cstddef>
 #include <ostream>
 #include <string>
 #include <type_traits>
@@ -38,7 +39,11 @@ public:
     /// As many cells as columns.
     void AddRow(std::vector<Cell> cells) { rows.push_back(std::move(cells)); }
 
-    /// Columns two blanks apart, each line behind `indent`; `withTitles` first.
+    /// Columns two blanks apart, each line behind `indent`; `withTitles` first. Cells are wrapped between
+    /// words so that a line has at most `width` characters, of which 0 has any number.
+    void PrintAligned(std::ostream& stream, const std::string& indent, bool withTitles,
+                      std::size_t width) const;
+    /// In the width of the terminal, where standard output is one.
     void PrintAligned(std::ostream& stream, const std::string& indent = "", bool withTitles = true) const;
     void PrintMarkdown(std::ostream& stream) const;
 

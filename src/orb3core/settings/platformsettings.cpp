@@ -1,6 +1,8 @@
 #include "orb3core/settings/platformsettings.h"
 
+#include <algorithm>
 #include <charconv>
+#include <cstddef>
 #include <optional>
 #include <string>
 
@@ -68,19 +70,64 @@ std::uint32_t ReadChannels(const std::string& text, slib::Log& log) {
     return least;
 }
 
-std::optional<slib::StandardFormat> ReadSpeakerSetting(const std::string& text, slib::Log& log) {
-    if (text.empty()) return std::nullopt;
+std::string Trimmed(const std::string& text) {
+    const std::size_t begin = std::min(text.find_first_not_of(' '), text.size());
+    return text.substr(begin, text.find_last_not_of(' ') + 1 - begin);
+}
+
+std::optional<slib::StandardFormat> FindSpeakers(const std::string& text) {
     try {
         const slib::StandardFormat format = slib::ParseStandardFormat(text);
         if (format != slib::StandardFormat::Unknown) return format;
     } catch (const slib::BadDataException&) {
     }
-    log.Write("The setting '/Platform/SpeakerSetting' is '" + text + "', which is no layout of speakers.",
-              true);
     return std::nullopt;
 }
 
+std::optional<slib::StandardFormat> ReadSpeakerSetting(const std::string& text, slib::Log& log) {
+    if (text.empty()) return std::nullopt;
+    const auto format = FindSpeakers(text);
+    if (!format)
+        log.Write("The setting '/Platform/SpeakerSetting' is '" + text + "', which is no layout of speakers.",
+                  true);
+    return format;
+}
+
+std::map<std::string, slib::StandardFormat> ReadSpeakerSettings(const std::string& text, slib::Log& log) {
+    std::map<std::string, slib::StandardFormat> formats;
+    for (const auto& [output, speakers] : SplitSpeakerSettings(text)) {
+        if (const auto format = FindSpeakers(speakers); format && !output.empty())
+            formats[output] = *format;
+        else
+            log.Write("The setting '/Platform/SpeakerSettings' has '" + output + "=" + speakers +
+                          "', which is no device with its layout of speakers.",
+                      true);
+    }
+    return formats;
+}
+
 }  // namespace
+
+std::map<std::string, std::string> SplitSpeakerSettings(const std::string& text) {
+    std::map<std::string, std::string> parts;
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t end = std::min(text.find(';', at), text.size());
+        const std::string part = text.substr(at, end - at);
+        const std::size_t middle = std::min(part.find('='), part.size());
+        const std::string output = Trimmed(part.substr(0, middle));
+        const std::string speakers = Trimmed(part.substr(std::min(middle + 1, part.size())));
+        if (!output.empty() || !speakers.empty()) parts[output] = speakers;
+        at = end + 1;
+    }
+    return parts;
+}
+
+std::string JoinSpeakerSettings(const std::map<std::string, std::string>& parts) {
+    std::string text;
+    for (const auto& [output, speakers] : parts)
+        text += (text.empty() ? "" : "; ") + output + "=" + speakers;
+    return text;
+}
 
 PlatformSettings ReadPlatformSettings(slib::Log& log) {
     const ConfigStore store(storeRoot, ConfigStore::Scope::User);
@@ -90,6 +137,7 @@ PlatformSettings ReadPlatformSettings(slib::Log& log) {
     settings.waveFileChannels = ReadChannels(store.Read("/Platform/WaveFileChannels", ""), log);
     settings.waveFilePace = ReadPace(store.Read("/Platform/WaveFilePace", ""), log);
     settings.speakerSetting = ReadSpeakerSetting(store.Read("/Platform/SpeakerSetting", ""), log);
+    settings.speakerSettings = ReadSpeakerSettings(store.Read(speakerSettingsKey, ""), log);
     return settings;
 }
 

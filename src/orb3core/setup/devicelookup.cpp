@@ -11,12 +11,15 @@ audiopipe::FrameworkPtr FindFramework(const Frameworks& frameworks, const std::s
 }
 
 audiopipe::DevicePtr FindDevice(audiopipe::Framework& framework, const std::string& id) {
+    audiopipe::DevicePtr byOtherId;
     const std::uint32_t count = framework.GetDeviceCount();
     for (std::uint32_t index = 0; index < count; ++index) {
         audiopipe::DevicePtr device = framework.GetDevice(index);
         if (device->id == id) return device;
+        const bool isMeant = device->fullId == id || device->plainId == id;
+        if (isMeant && !id.empty() && !byOtherId) byOtherId = device;
     }
-    return {};
+    return byOtherId;
 }
 
 std::vector<std::string> PlaybackChannelNames(audiopipe::Device& device) {

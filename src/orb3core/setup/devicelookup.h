@@ -18,7 +18,8 @@ using Frameworks = std::vector<audiopipe::FrameworkPtr>;
 /// The first framework with this id; null when there is none.
 audiopipe::FrameworkPtr FindFramework(const Frameworks& frameworks, const std::string& id);
 
-/// The first device of the framework with this id; null when there is none.
+/// The first device of the framework with this id, else the first with this full or plain id; null when there
+/// is none.
 audiopipe::DevicePtr FindDevice(audiopipe::Framework& framework, const std::string& id);
 
 /// The names of the device's playback channels, in its order.

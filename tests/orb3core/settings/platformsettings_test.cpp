@@ -14,30 +14,44 @@ using Output = platform::PlatformSettings::Output;
 using Pace = platform::PlatformSettings::Pace;
 
 struct Case {
-    const char *output = "", *waveFile = "", *channels = "", *pace = "",
-               *speakers = "";  // as they are stored
+    const char *output = "", *waveFile = "", *channels = "", *pace = "", *speakers = "",
+               *ofOutputs = "";  // as they are stored
     platform::PlatformSettings expected;
     int errors = 0;
 };
 
 TEST(PlatformSettings, Texts_AreReadOrTakenForMissingWithAnError) {
     const Case cases[] = {
-        {.expected = {Output::Auto, "", 8, Pace::Renderer, {}}},
+        {.expected = {Output::Auto, "", 8, Pace::Renderer, {}, {}}},
         {"WaveFile",
          "/a b.wav",
          "64",
          "RealTime",
          "Quad",
-         {Output::WaveFile, "/a b.wav", 64, Pace::RealTime, slib::StandardFormat::Quad}},
-        {"silent", "/a.wav", "65", "clock", "5.1", {Output::Auto, "/a.wav", 8, Pace::Renderer, {}}, 4}};
+         "usb1=Surround 5.1;usb2 = Quad ; ",
+         {Output::WaveFile,
+          "/a b.wav",
+          64,
+          Pace::RealTime,
+          slib::StandardFormat::Quad,
+          {{"usb1", slib::StandardFormat::Surround51}, {"usb2", slib::StandardFormat::Quad}}}},
+        {"silent",
+         "/a.wav",
+         "65",
+         "clock",
+         "5.1",
+         "usb1;usb2=;=Quad;usb3=Quad",
+         {Output::Auto, "/a.wav", 8, Pace::Renderer, {}, {{"usb3", slib::StandardFormat::Quad}}},
+         7}};
     const testing_support::TemporaryStore folder;
     const orb3::ConfigStore store(orb3::storeRoot, orb3::ConfigStore::Scope::User);
-    for (const auto& [output, waveFile, channels, pace, speakers, expected, errors] : cases) {
+    for (const auto& [output, waveFile, channels, pace, speakers, ofOutputs, expected, errors] : cases) {
         store.Write("/Platform/Output", output);
         store.Write("/Platform/WaveFile", waveFile);
         store.Write("/Platform/WaveFileChannels", channels);
         store.Write("/Platform/WaveFilePace", pace);
         store.Write("/Platform/SpeakerSetting", speakers);
+        store.Write(orb3::speakerSettingsKey, ofOutputs);
         testing_support::RecordingLog log;
         EXPECT_EQ(orb3::ReadPlatformSettings(log), expected);
         EXPECT_EQ(std::count(log.lines.begin(), log.lines.end(), ':'), errors) << log.lines;

@@ -9,7 +9,7 @@
 
 int main(int count, char** arguments) try {
     if (count != 2) {
-        std::cerr << "Name the library to make, and nothing else.\n";
+        std::cerr << "library_maker: Name the library to make, and nothing else.\n";
         return 2;
     }
     tool::MakingOptions options;
@@ -17,6 +17,6 @@ int main(int count, char** arguments) try {
     tool::MakeLibrary(options);
     return 0;
 } catch (const std::exception& failure) {
-    std::cerr << failure.what() << "\n";
+    std::cerr << "library_maker: " << failure.what() << "\n";
     return 1;
 }

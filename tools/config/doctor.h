@@ -1,0 +1,41 @@
+#pragma once
+
+// Everything that a game's sound depends on, looked at one after the other, for the command `doctor`. Nothing
+// is changed, nothing is played, and nothing waits for long. One thread.
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/servers.h"
+
+namespace tool {
+
+/// What was found of one thing.
+struct Finding {
+    bool isFine = true;
+    std::string text;    ///< how it is, without a point
+    std::string remedy;  ///< the command that mends it; empty where it is fine, or no command does
+};
+
+/// What several checks look at.
+struct Patient {
+    platform::PlatformSettings settings;
+    platform::ServerAnswer server;
+    std::filesystem::path game;  ///< its folder; empty for none
+};
+
+/// Asks the sound server.
+Patient Examine(const std::filesystem::path& game);
+
+struct Check {
+    const char* title;  ///< for people: "Sound server"
+    const char* key;    ///< in JSON
+    std::vector<Finding> (*look)(const Patient& patient);
+};
+
+/// In the order in which they are to be read. A `look` that throws found a fault that its exception tells.
+const std::vector<Check>& Checks();
+
+}  // namespace tool

@@ -1,0 +1,95 @@
+#include <algorithm>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "slib/exception.h"
+#include "tools/config/commands.h"
+#include "tools/config/doctor.h"
+#include "tools/support/json.h"
+#include "tools/support/progress.h"
+
+namespace tool {
+namespace {
+
+constexpr const char* examples = R"(Examples:
+  tessarune-config doctor
+  tessarune-config doctor ~/games/mygame     whether this game would take our library
+
+Each line says what was looked at, and "fine", or what is wrong and the command that mends it. Nothing is changed.
+Exit status: 0 when all is fine, 1 when something is wrong, 2 for a command line that is wrong.)";
+
+struct Result {
+    const Check* check;
+    Finding finding;
+};
+
+std::vector<Finding> Look(const Check& check, const Patient& patient) {
+    try {
+        return check.look(patient);
+    } catch (const std::exception& failure) {
+        return {{false, failure.what(), ""}};
+    }
+}
+
+std::vector<Result> LookAtAll(const std::string& folder) {
+    Progress progress("Looking");
+    const Patient patient = Examine(folder);
+    std::vector<Result> results;
+    for (std::size_t i = 0; i < Checks().size(); ++i) {
+        const Check& check = Checks()[i];
+        progress.Step(i + 1, Checks().size(), check.title);
+        for (Finding& finding : Look(check, patient))
+            results.push_back({&check, std::move(finding)});
+    }
+    return results;
+}
+
+void Print(const std::vector<Result>& results) {
+    constexpr std::size_t width = 18;
+    for (const auto& [check, finding] : results) {
+        std::string title = check->title;
+        title.resize(std::max(width, title.size()), ' ');
+        std::cout << title << (finding.isFine ? "fine: " : "WRONG: ") << finding.text;
+        if (!finding.remedy.empty())
+            std::cout << (finding.text.ends_with('.') ? " " : ". ") << "Mend it: " << finding.remedy;
+        std::cout << "\n";
+    }
+}
+
+Json ToJson(const std::vector<Result>& results, bool areFine) {
+    Json checks = Json::array();
+    for (const auto& [check, finding] : results)
+        checks.push_back({{"check", check->key},
+                          {"is_fine", finding.isFine},
+                          {"finding", finding.text},
+                          {"remedy", finding.remedy.empty() ? Json(nullptr) : Json(finding.remedy)}});
+    return {{"version", Version()}, {"is_fine", areFine}, {"checks", std::move(checks)}};
+}
+
+void Doctor(const std::string& folder, bool isJson) {
+    const std::vector<Result> results = LookAtAll(folder);
+    const auto faults = std::ranges::count_if(results, [](const Result& r) { return !r.finding.isFine; });
+    isJson ? PrintJson(ToJson(results, faults == 0)) : Print(results);
+    std::cout.flush();
+    if (faults > 0)
+        throw slib::BadStateException(faults == 1 ? "One thing is wrong."
+                                                  : std::to_string(faults) + " things are wrong.");
+}
+
+}  // namespace
+
+void AddDoctorCommand(Program& program) {
+    const auto folder = std::make_shared<std::string>();
+    const auto isJson = std::make_shared<bool>(false);
+    CLI::App* command =
+        program.add_subcommand("doctor", "Look for what keeps a game's sound from being right.");
+    command->footer(examples);
+    command->add_option("FOLDER", *folder, "Also look into this folder of a game")
+        ->check(CLI::ExistingDirectory);
+    AddJsonFlag(*command, *isJson);
+    command->callback([folder, isJson] { Doctor(*folder, *isJson); });
+}
+
+}  // namespace tool
