@@ -4,7 +4,11 @@
 #include <sys/mman.h>
 #include <sys/stat.h>
 
+#include <cstdint>
+#include <memory>
 #include <utility>
+
+#include "slib/mutex.h"
 
 namespace platform {
 namespace {
@@ -13,6 +17,23 @@ namespace {
 ino_t FileOf(int descriptor) {
     struct stat now {};
     return fstat(descriptor, &now) == 0 ? now.st_ino : 0;
+}
+
+// The library takes a thread that the system refused for one that has started. False then; the sign of life
+// is lost.
+bool StartThread(pa_threaded_mainloop* loop) {
+    constexpr std::uint32_t longestStart = 1000;  // ms
+    auto isAlive = std::make_unique<slib::Semaphore>();
+    const auto onAlive = [](pa_mainloop_api* api, pa_defer_event* event, void* signal) {
+        api->defer_free(event);
+        static_cast<slib::Semaphore*>(signal)->Post();
+    };
+    pa_mainloop_api* const api = Pulse().loopApi(loop);
+    api->defer_new(api, onAlive, isAlive.get());
+    if (Pulse().startLoop(loop) < 0) return false;
+    if (isAlive->WaitFor(longestStart)) return true;
+    static_cast<void>(isAlive.release());  // for a thread that is only late
+    return false;
 }
 
 }  // namespace
@@ -60,7 +81,12 @@ bool PulseLoop::Connect() {
         Pulse().onContextState(context, onState, this);
         if (Pulse().connect(context, nullptr, PA_CONTEXT_NOFLAGS, nullptr) < 0) return false;
     }
-    if (Pulse().startLoop(loop) < 0) return false;
+    if (!StartThread(loop)) {
+        const PulseLock lock(*this);
+        Pulse().onContextState(context, nullptr, nullptr);
+        loop = nullptr;  // nor does it end
+        return false;
+    }
     const PulseLock lock(*this);
     for (;;) {
         const pa_context_state_t state = Pulse().contextState(context);
