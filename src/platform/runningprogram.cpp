@@ -70,8 +70,10 @@ std::vector<std::string> RunningProgramNames() {
     };
     add(ExecutableName());
     const std::vector<std::string> words = CommandLine();
-    for (std::size_t i = 0; i < words.size(); ++i)
-        if (i == 0 || !words[i].starts_with('-')) add(NameOf(words[i]));
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        const bool isFolders = i > 0 && (words[i - 1] == "-cp" || words[i - 1] == "-classpath");
+        if (i == 0 || (!words[i].starts_with('-') && !isFolders)) add(NameOf(words[i]));
+    }
     return names;
 }
 
