@@ -5,6 +5,7 @@
 
 #include <utility>
 
+#include "goal/blockgate.h"
 #include "goal/machinery.h"
 #include "goal/sound/bufferpool.h"
 #include "orb3core/settings/sharedconfiguration.h"
@@ -36,6 +37,7 @@ struct Engine {
     slib::Mutex apiMutex;              ///< serialises all calls of all of the game's threads
     orb3::SharedConfiguration configuration;
     Device device SLIB_GUARDED_BY(apiMutex);
+    BlockGate gate;            ///< of the server's blocks
     slib::RetireList retired;  ///< what the server has done with; every call frees it
 };
 

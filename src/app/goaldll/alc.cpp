@@ -18,6 +18,7 @@
 #include "app/goaldll/callframe.h"
 #include "app/goaldll/extensions.h"
 #include "app/goaldll/process.h"
+#include "app/goaldll/stepping.h"
 #include "goal/version.h"
 
 namespace {
@@ -460,6 +461,7 @@ ALC_API void* ALC_APIENTRY alcGetProcAddress(ALCdevice*, const ALCchar* name) {
             return nullptr;
         }
         if (const auto* row = goal::Find(goal::AlcProcs(), name)) return row->entry;
+        if (void* const entry = goal::SteppingEntry(name)) return entry;
         process.FailAlc("Unsupported function '" + std::string(name) + "' could not be found.",
                         ALC_INVALID_VALUE);
         return nullptr;
