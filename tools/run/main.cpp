@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
@@ -28,6 +29,7 @@ extern "C" {  // which this header of the C library leaves to us
 }
 
 #include "slib/exception.h"
+#include "tools/run/recorder.h"
 #include "tools/support/installedtree.h"
 #include "tools/support/logring.h"
 #include "tools/support/program.h"
@@ -43,8 +45,14 @@ Examples:
   tessarune-run ./game
   tessarune-run supertuxkart --fullscreen
   tessarune-run ./bin/tessarune-info
+  tessarune-run --record bug.calls ./game
 
 Exit status: 0 to 255 as the game ends; 128 and the number of the signal that ended the game; 127 when it couldn't be started; 2 for a command line that is wrong.)";
+
+struct Options {
+    std::string recording;             // a file; empty for none
+    std::uint64_t recordingLimit = 0;  // MiB; 0 for the usual one
+};
 
 // What was in the loader's path before comes after ours. The loader passes over libraries of the other width.
 void PutFirst(const std::vector<path>& folders) {
@@ -180,9 +188,18 @@ int ExitStatus(int status, const std::string& name) {
     return 128 + WTERMSIG(status);
 }
 
-int Run(char** arguments) {
+void Record(const Options& options, std::vector<path>& folders) {
+    const std::vector<path> recorders = tool::RecorderFolders(folders);
+    folders.insert(folders.begin(), recorders.begin(), recorders.end());
+    for (const auto& [name, value] : tool::PrepareRecording(options.recording, options.recordingLimit))
+        setenv(name.c_str(), value.c_str(), 1);
+}
+
+int Run(char** arguments, const Options& options) {
     const std::vector<path> dropIns = tool::DropInFolders();
-    PutFirst(dropIns);
+    std::vector<path> folders = dropIns;
+    if (!options.recording.empty()) Record(options, folders);
+    PutFirst(folders);
     std::vector<std::string> libraries;
     libraries.reserve(dropIns.size());
     for (const path& folder : dropIns)
@@ -193,13 +210,16 @@ int Run(char** arguments) {
     bool isSomeLost = false;
     const std::vector<std::string> lines = tool::LinesSince(before, tool::ReadLogRing(), isSomeLost);
     Report(arguments[0], end.wasLoaded, lines, dropIns.front());
+    if (!options.recording.empty())
+        for (const std::string& line : tool::TellOfRecording(options.recording))
+            std::cerr << "tessarune-run: " << line << "\n";
     if (isSomeLost) std::cerr << "Earlier lines are no longer in the log.\n";
     return ExitStatus(end.status, arguments[0]);
 }
 
-int RunOrExplain(char** arguments, const std::string& program) {
+int RunOrExplain(char** arguments, const Options& options, const std::string& program) {
     try {
-        return Run(arguments);
+        return Run(arguments, options);
     } catch (const std::exception& failure) {
         std::cerr << program << ": " << failure.what() << "\n";
         return notStarted;
@@ -207,10 +227,12 @@ int RunOrExplain(char** arguments, const std::string& program) {
 }
 
 // The words up to the game's name; what follows is the game's.
-int CountOwn(int count, char** arguments) {
+int CountOwn(const tool::Program& program, int count, char** arguments) {
     int own = 1;
-    while (own < count && arguments[own][0] == '-')
-        ++own;
+    for (; own < count && arguments[own][0] == '-'; ++own) {
+        const CLI::Option* const option = program.get_option_no_throw(arguments[own]);
+        if (option != nullptr && option->get_expected_min() > 0) ++own;
+    }
     return std::min(own + 1, count);
 }
 
@@ -227,6 +249,12 @@ int main(int count, char** arguments) {
         program.add_option("PROGRAM", game, "The game: its path, or a name that PATH finds")->required(),
         {{}, {}, true});
     program.add_option("ARGUMENTS", passed, "What the game takes");
-    const int own = CountOwn(count, arguments);
-    return program.Run(own, arguments, [&] { return RunOrExplain(arguments + own - 1, program.get_name()); });
+    Options options;
+    program.add_option("--record", options.recording,
+                       "Record all calls of the game into this file, which tessarune-replay plays");
+    program.add_option("--record-limit", options.recordingLimit,
+                       "End the recording at so many MiB; 1024 when this isn't given");
+    const int own = CountOwn(program, count, arguments);
+    return program.Run(own, arguments,
+                       [&] { return RunOrExplain(arguments + own - 1, options, program.get_name()); });
 }
