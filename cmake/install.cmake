@@ -8,7 +8,7 @@ install(TARGETS tessarune tessarune_headers EXPORT TessaruneTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_COMPONENT development)
 install(TARGETS tessarune_info tessarune_run_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 if(NOT TESSARUNE_FORMAT_LIBRARY)
-    install(TARGETS tessarune_demo_tool tessarune_library_tool tessarune_config_tool
+    install(TARGETS tessarune_demo_tool tessarune_library_tool tessarune_config_tool tessarune_replay_tool
             RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()
 install(DIRECTORY include/AL DESTINATION ${TESSARUNE_INSTALL_INCLUDEDIR} COMPONENT development)
@@ -39,6 +39,11 @@ set(library libtessarune.so.${PROJECT_VERSION_MAJOR})
 foreach(name libopenal.so libopenal.so.1 ${library})
     tessarune_install_link(${TESSARUNE_INSTALL_DROPINDIR}/${name} ${CMAKE_INSTALL_LIBDIR}/${library} runtime)
 endforeach()
+# Beside it the library that records, which looks for ours in the folder above, or the one above that.
+get_filename_component(record_folder /${TESSARUNE_INSTALL_DROPINDIR}/../record ABSOLUTE)
+string(SUBSTRING ${record_folder} 1 -1 record_folder)
+install(TARGETS tessarune_recorder LIBRARY DESTINATION ${record_folder})
+tessarune_install_link(${record_folder}/${library} ${record_folder}/libopenal.so.1 runtime)
 tessarune_install_link(${TESSARUNE_INSTALL_DROPINDIR}/include ${TESSARUNE_INSTALL_INCLUDEDIR} development)
 
 # The machine store names the library of the tree that it is in, wherever the prefix ends up. Where the folder of

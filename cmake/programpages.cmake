@@ -13,7 +13,7 @@ function(tessarune_page target program page file)
     set(program_pages ${program_pages} ${share}/${file} PARENT_SCOPE)
 endfunction()
 
-foreach(target tessarune_config_tool tessarune_library_tool tessarune_run_tool tessarune_demo_tool tessarune_info)
+foreach(target tessarune_config_tool tessarune_library_tool tessarune_run_tool tessarune_replay_tool tessarune_demo_tool tessarune_info)
     get_target_property(program ${target} OUTPUT_NAME)
     tessarune_page(${target} ${program} man man/man1/${program}.1)
     tessarune_page(${target} ${program} bash bash-completion/completions/${program})

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <utility>
 
+#include "goal/blockgate.h"
 #include "goal/machinery.h"
 #include "goal/sound/bufferpool.h"
 #include "orb3core/settings/sharedconfiguration.h"
@@ -87,6 +88,7 @@ struct Engine {
     orb3::SharedConfiguration configuration;
     Device device SLIB_GUARDED_BY(apiMutex);
     std::atomic<std::uint64_t> contextsMade{0};
+    BlockGate gate;                ///< of the server's blocks
     StatusPage* status = nullptr;  ///< borrowed; null where nothing is told
     slib::RetireList retired;      ///< what the server has done with; every call frees it
 };

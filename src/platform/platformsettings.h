@@ -26,6 +26,7 @@ struct PlatformSettings {
     enum class Pace {
         Renderer,  ///< the clock, which waits for a renderer that is late, so that nothing is missing
         RealTime,  ///< the clock, whatever the renderer does: what is late is silence, as on a sound card
+        Unpaced,   ///< none: as fast as blocks are rendered. No setting of people's, see orb3::unpaced
     };
 
     Output output = Output::Auto;

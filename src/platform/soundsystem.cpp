@@ -139,7 +139,7 @@ private:
     }
 
     SoundDevicePtr OpenWaveFile(std::uint32_t speakers) {
-        news->isPatient = settings.waveFilePace == PlatformSettings::Pace::Renderer;
+        news->isPatient = settings.waveFilePace != PlatformSettings::Pace::RealTime;
         return MakeWaveFileDevice(speakers, {settings.waveFile, settings.waveFilePace}, log);
     }
 

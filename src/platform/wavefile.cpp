@@ -2,8 +2,6 @@
 
 #include <fcntl.h>
 #include <sndfile.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -14,6 +12,7 @@
 #include <vector>
 
 #include "platform/dynamiclibrary.h"
+#include "platform/gamefile.h"
 #include "slib/mutex.h"
 #include "slib/nodestroy.h"
 
@@ -64,45 +63,25 @@ std::vector<int> ChannelMap(const RingShape& shape) {
 
 }  // namespace
 
-// A descriptor that a game may close, as a daemon closes all that it finds. The number may then be that of a
-// file of the game's, which stays untouched.
+// The file as the library for such files wants it.
 class WaveFile::Target {
 public:
-    // Above the numbers of the standard streams, which a game that closed those writes to all the same.
-    explicit Target(const std::string& path) {
-        const int opened = ::open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-        if (opened < 0) return;
-        descriptor = fcntl(opened, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-        ::close(opened);
-        if (fstat(descriptor, &identity) != 0) descriptor = -1;
-    }
-    ~Target() {
-        if (IsOurs()) ::close(descriptor);
-    }
-    Target(const Target&) = delete;
-    Target& operator=(const Target&) = delete;
+    explicit Target(const std::string& path) : file(path, O_RDWR | O_CREAT | O_TRUNC) {}
 
-    // In a child that the game forked it isn't, either.
-    bool IsOurs() const {
-        struct stat now {};
-        return owner == getpid() && descriptor >= 0 && fstat(descriptor, &now) == 0 &&
-               now.st_dev == identity.st_dev && now.st_ino == identity.st_ino;
-    }
+    bool IsOurs() const { return file.IsOurs(); }
 
     static SF_VIRTUAL_IO Calls() {
         return {.get_filelen = [](void* self) { return Of(self).length; },
                 .seek = Seek,
                 .read = [](void* bytes, sf_count_t count, void* self) -> sf_count_t {
-                    return Of(self).Advance([&](Target& target) {
-                        return pread64(target.descriptor, bytes, static_cast<std::size_t>(count),
-                                       target.position);
-                    });
+                    Target& target = Of(self);
+                    return target.Advance(
+                        target.file.Read(bytes, static_cast<std::size_t>(count), target.position));
                 },
                 .write = [](const void* bytes, sf_count_t count, void* self) -> sf_count_t {
-                    return Of(self).Advance([&](Target& target) {
-                        return pwrite64(target.descriptor, bytes, static_cast<std::size_t>(count),
-                                        target.position);
-                    });
+                    Target& target = Of(self);
+                    return target.Advance(
+                        target.file.Write(bytes, static_cast<std::size_t>(count), target.position));
                 },
                 .tell = [](void* self) -> sf_count_t { return Of(self).position; }};
     }
@@ -118,19 +97,14 @@ private:
         return target.position;
     }
 
-    template <typename Transfer>
-    sf_count_t Advance(const Transfer& transfer) {
-        if (!IsOurs()) return 0;
-        const ssize_t count = transfer(*this);
+    sf_count_t Advance(ssize_t count) {
         if (count <= 0) return 0;
         position += count;
         length = std::max(length, position);
         return count;
     }
 
-    const pid_t owner = getpid();
-    int descriptor = -1;
-    struct stat identity {};
+    const GameFile file;
     sf_count_t position = 0;  // bytes
     sf_count_t length = 0;    // bytes
 };

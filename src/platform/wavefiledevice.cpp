@@ -82,8 +82,10 @@ private:
 // Takes the ring by the clock, as a sound card does.
 class RealTimeBuffer : public FedBuffer {
 public:
-    RealTimeBuffer(const RingShape& shape, const std::string& path, slib::Log* log)
-        : FedBuffer(shape, TurnLength(shape)), files(shape, path, log), writer([this] { TakeTurn(); }) {}
+    RealTimeBuffer(const RingShape& shape, const WaveFileOutput& output, slib::Log* log)
+        : FedBuffer(shape, TurnLength(shape)),
+          files(shape, output.path, log),
+          writer([this] { TakeTurn(); }) {}
 
     bool HasFile() const { return files.IsOpen(); }
 
@@ -139,11 +141,12 @@ private:
 //                                       takes
 class PatientBuffer : public RingBuffer {
 public:
-    PatientBuffer(const RingShape& shape, const std::string& path, slib::Log* log)
+    PatientBuffer(const RingShape& shape, const WaveFileOutput& output, slib::Log* log)
         : RingBuffer(shape),
+          isPaced(output.pace != PlatformSettings::Pace::Unpaced),
           queueFrames(2 * std::int64_t{shape.frames} + shape.rate),
           queue(static_cast<std::size_t>(queueFrames) * shape.channels),
-          files(shape, path, log),
+          files(shape, output.path, log),
           writer([this] { Drain(); }) {}
 
     bool HasFile() const { return files.IsOpen(); }
@@ -189,7 +192,7 @@ private:
     // Up to `limit`. The clock waits there; and a reader of the cursor doesn't see whole rounds.
     void MoveTo(std::int64_t limit, std::int64_t now) {
         limit = std::min(limit, play + (shape.frames + 1) / 2);
-        const std::int64_t byClock = clockPlay + FramesIn(now - clockStart, shape.rate);
+        const std::int64_t byClock = isPaced ? clockPlay + FramesIn(now - clockStart, shape.rate) : limit;
         play = std::max(play, std::min(byClock, limit));
         if (byClock <= limit) return;
         clockPlay = play;
@@ -238,6 +241,7 @@ private:
         }
     }
 
+    const bool isPaced;
     const std::int64_t queueFrames;
     std::vector<std::int32_t> queue;  // queueFrames rows of shape.channels; a frame's place is its number
     std::atomic<std::int64_t> written{0};  // frames
@@ -269,7 +273,7 @@ protected:
 private:
     template <typename Buffer>
     Result Make(const RingShape& shape, SoundBufferPtr& buffer) const {
-        auto* const made = new Buffer(shape, output.path, log);
+        auto* const made = new Buffer(shape, output, log);
         buffer.reset(made);
         if (made->HasFile()) return DS_OK;
         buffer.reset();

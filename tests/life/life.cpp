@@ -466,6 +466,8 @@ int main(int argumentCount, char** arguments) {
     Check(argumentCount == 3 && modes.contains(arguments[1]), "Usage: life MODE LIBRARY");
     store = new testing_support::TemporaryStore;
     store->ChooseSilence();
+    // Where the library is the recorder.
+    setenv("TESSARUNE_RECORD", (store->folder.path / "calls").c_str(), 0);
     static const pid_t self = getpid();
     std::atexit([] {
         if (getpid() == self) delete store;

@@ -17,11 +17,10 @@ struct Program {
     std::size_t commands;  // that its help has to list
 };
 
-const std::vector<Program> programs{{"tessarune-config", 17},
-                                    {"tessarune-library", 6},
-                                    {"tessarune-run", 0},
-                                    {"tessarune-demo", 0},
-                                    {"tessarune-info", 0}};
+const std::vector<Program> programs{
+    {"tessarune-config", 17}, {"tessarune-library", 6}, {"tessarune-run", 0},
+    {"tessarune-replay", 0},  {"tessarune-demo", 0},    {"tessarune-info", 0},
+};
 
 class EveryProgram : public Tools, public testing::WithParamInterface<Program> {
 protected:

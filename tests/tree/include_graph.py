@@ -36,10 +36,12 @@ LEVELS = [
     ["goal/render"],
     ["goal"],
     ["app/goaldll"],
+    ["app/recording"],
+    ["app/recorder", "app/replay"],
     ["library"],
     ["library/check"],
     ["tools/support", "tools/presets"],
-    ["tools/library", "tools/config", "tools/run", "tools/demo", "tools/info"],
+    ["tools/library", "tools/config", "tools/run", "tools/demo", "tools/info", "tools/replay"],
     ["tools/library/maker"],
 ]
 LEVEL_OF = {room: level for level, rooms in enumerate(LEVELS) for room in rooms}

@@ -14,7 +14,7 @@ prefix=$work/moved
 cmake --install "$tree" --prefix "$work/prefix" >"$work/install.log"
 mv "$work/prefix" "$prefix"
 for file in lib/libtessarune.so.2 lib/libtessarune.so lib/dropin/libopenal.so.1 lib/dropin/libopenal.so \
-    lib/dropin/libtessarune.so.2 include/tessarune/AL/{al,alc,alext,efx,efx-presets,tessarune}.h \
+    lib/dropin/libtessarune.so.2 lib/record/libopenal.so.1 include/tessarune/AL/{al,alc,alext,efx,efx-presets,tessarune}.h \
     etc/xdg/HollowbrookLabs/store.conf share/tessarune bin/tessarune-info share/doc/tessarune/THIRD-PARTY.md; do
     [ -e "$prefix/$file" ] || { echo "The installed tree has no $file."; exit 1; }
 done

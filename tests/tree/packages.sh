@@ -23,7 +23,7 @@ before=$(list)
 
 dpkg --root="$root" --force-depends --force-script-chrootless --log=/dev/null -i "$packages"/*.deb >"$work/install.log" 2>&1 ||
     { cat "$work/install.log"; exit 1; }
-for program in info config library run demo; do
+for program in info config library run replay demo; do
     chroot "$root" "/usr/bin/tessarune-$program" --version | grep -q "^tessarune-$program [0-9]" ||
         { echo "tessarune-$program of the package doesn't tell its version."; exit 1; }
 done
@@ -31,6 +31,9 @@ chroot "$root" /usr/bin/tessarune-config set Output Silent
 chroot "$root" /usr/bin/tessarune-config show | grep -q /usr/share/tessarune/Tessarune.afl
 chroot "$root" /usr/bin/tessarune-run /usr/bin/tessarune-info >"$work/info.txt"
 grep -q "AL vendor" "$work/info.txt"
+chroot "$root" /usr/bin/tessarune-run --record /tmp/info.calls /usr/bin/tessarune-info >/dev/null
+chroot "$root" /usr/bin/tessarune-replay --info /tmp/info.calls | grep -q alcOpenDevice
+rm "$root/tmp/info.calls"
 rm -rf "$root/root/.config" "$root"/tmp/HollowbrookLabs-*
 dpkg --root="$root" --force-script-chrootless --log=/dev/null -P tessarune-openal tessarune-dev tessarune >"$work/remove.log" 2>&1 ||
     { cat "$work/remove.log"; exit 1; }

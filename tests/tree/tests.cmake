@@ -6,6 +6,8 @@ add_test(NAME tree/include_graph
 # and the list of messages.
 add_test(NAME tree/exported_names
          COMMAND ${CMAKE_CURRENT_LIST_DIR}/exported_names.sh $<TARGET_FILE:tessarune>)
+add_test(NAME tree/exported_names_of_the_recorder
+         COMMAND ${CMAKE_CURRENT_LIST_DIR}/exported_names.sh $<TARGET_FILE:tessarune_recorder>)
 if(NOT TESSARUNE_SANITIZE)
     add_test(NAME tree/loaded_with COMMAND ${CMAKE_CURRENT_LIST_DIR}/loaded_with.sh $<TARGET_FILE:tessarune>
              ${PROJECT_SOURCE_DIR}/docs/user-guide.md)

@@ -7,9 +7,9 @@
 #include "orb3core/settings/gameprofile.h"
 #include "platform/storelocation.h"
 #include "tools/config/commands.h"
-#include "tools/config/range.h"
 #include "tools/config/settings.h"
 #include "tools/config/storedvalues.h"
+#include "tools/support/range.h"
 #include "tools/support/table.h"
 
 namespace tool {

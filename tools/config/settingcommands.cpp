@@ -7,9 +7,9 @@
 #include "slib/text.h"
 #include "tools/config/commands.h"
 #include "tools/config/devicespeakers.h"
-#include "tools/config/range.h"
 #include "tools/config/settings.h"
 #include "tools/config/storedvalues.h"
+#include "tools/support/range.h"
 #include "tools/support/table.h"
 
 namespace tool {

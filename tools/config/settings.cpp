@@ -8,8 +8,8 @@
 #include "slib/sxml.h"
 #include "slib/text.h"
 #include "tools/config/commands.h"
-#include "tools/config/range.h"
 #include "tools/support/nearest.h"
+#include "tools/support/range.h"
 
 namespace tool {
 namespace {

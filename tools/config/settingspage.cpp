@@ -1,7 +1,7 @@
 // The page docs/settings.md, from the table of settings.
 
-#include "tools/config/range.h"
 #include "tools/config/settings.h"
+#include "tools/support/range.h"
 
 namespace tool {
 namespace {

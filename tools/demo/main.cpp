@@ -12,11 +12,11 @@
 #include "slib/exception.h"
 #include "tools/demo/levels.h"
 #include "tools/demo/player.h"
-#include "tools/demo/privatestore.h"
 #include "tools/demo/scene.h"
 #include "tools/support/layoutnames.h"
 #include "tools/support/logring.h"
 #include "tools/support/nearest.h"
+#include "tools/support/privatestore.h"
 #include "tools/support/program.h"
 #include "tools/support/realoutput.h"
 #include "tools/support/voices.h"
@@ -178,7 +178,7 @@ void Show(const Output& output, const demo::Played& played) {
 void Run(const Options& options) {
     if (options.isListed) return demo::List(SceneOf(options));
     const Output output = ChooseOutput(options);
-    std::optional<demo::PrivateStore> store;
+    std::optional<tool::PrivateStore> store;
     if (!output.waveFile.empty()) store.emplace().PlayInto(output.waveFile);
     if (output.areSpeakersGiven) store->TakeSpeakers(output.speakers);
     demo::WatchForInterruption();

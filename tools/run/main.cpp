@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <exception>
 #include <filesystem>
@@ -17,6 +18,7 @@
 #include "goal/statusfiles.h"
 #include "tools/run/linksfolder.h"
 #include "tools/run/observer.h"
+#include "tools/run/recorder.h"
 #include "tools/run/report.h"
 #include "tools/run/startplan.h"
 #include "tools/run/supervisor.h"
@@ -39,22 +41,32 @@ Examples:
   tessarune-run supertuxkart --fullscreen
   tessarune-run --preload ./game
   tessarune-run --steam
+  tessarune-run --record bug.calls ./game
 
 Exit status: 0 to 255 as PROGRAM ends, whatever becomes of what it started; 128 and the number of the signal that ended it; 127 when it couldn't be started; 2 for a command line that is wrong.)";
 
 struct Options {
     bool isPreloaded = false;
     bool isForSteam = false;
+    std::string recording;             // a file; empty for none
+    std::uint64_t recordingLimit = 0;  // MiB; 0 for the usual one
 };
 
 void Say(const std::string& sentence) {
     std::cerr << name << ": " << sentence << "\n";
 }
 
-// The folders that hold more than the usual library, as one that records calls, come first.
+// The library that records calls comes first, and loads ours itself.
+void Record(const Options& options, tool::StartPlan& plan) {
+    const std::vector<path> recorders = tool::RecorderFolders(plan.folders);
+    plan.folders.insert(plan.folders.begin(), recorders.begin(), recorders.end());
+    plan.variables = tool::PrepareRecording(options.recording, options.recordingLimit);
+}
+
 tool::StartPlan PlanFor(const tool::Game& game, const Options& options, const path& links) {
     tool::StartPlan plan;
     plan.folders = tool::DropInFolders();
+    if (!options.recording.empty()) Record(options, plan);
     if (options.isPreloaded) plan.preloads = tool::PreloadsFor(game, plan.folders);
     if (!links.empty()) plan.variables[goal::statusLinksVariable] = links;
     return plan;
@@ -93,6 +105,9 @@ int Run(char** arguments, const Options& options) {
     const tool::Ending ending = tool::Supervise(
         arguments, [&] { observer.Look(); }, Say);
     PrintReport({game, plan, observer, ending, !links.path.empty()}, before);
+    if (!options.recording.empty())
+        for (const std::string& line : tool::TellOfRecording(options.recording))
+            Say(line);
     return WIFSIGNALED(ending.status) ? 128 + WTERMSIG(ending.status) : WEXITSTATUS(ending.status);
 }
 
@@ -133,6 +148,10 @@ int main(int count, char** arguments) {
                      "with an OpenAL library of its own");
     program.add_flag("--steam", options.isForSteam,
                      "Start nothing; print what Steam takes as a game's launch options");
+    program.add_option("--record", options.recording,
+                       "Record all calls of the game into this file, which tessarune-replay plays");
+    program.add_option("--record-limit", options.recordingLimit,
+                       "End the recording at so many MiB; 1024 when this isn't given");
     std::string game;
     std::vector<std::string> passed;  // always empty: for the help
     program.OfferFor(program.add_option("PROGRAM", game, "The game: its path, or a name that PATH finds"),

@@ -21,6 +21,7 @@
 #include "app/goaldll/extensions.h"
 #include "app/goaldll/process.h"
 #include "app/goaldll/standarderrors.h"
+#include "app/goaldll/stepping.h"
 #include "app/goaldll/threadcontexts.h"
 #include "goal/version.h"
 
@@ -609,6 +610,7 @@ ALC_API void* ALC_APIENTRY alcGetProcAddress(ALCdevice*, const ALCchar* name) {
             return nullptr;
         }
         if (const auto* row = goal::Find(goal::AlcProcs(), name)) return row->entry;
+        if (void* const entry = goal::SteppingEntry(name)) return entry;
         if (const auto* row = goal::Find(goal::ThreadContextProcs(), name))
             if (goal::AllowsThreadContexts(process, name)) return row->entry;
         if (process.profile.Allows(GameSwitch::QuietLookups)) return nullptr;

@@ -48,6 +48,7 @@ InputSettings::Input ReadInput(const std::string& text, const std::string& waveF
 
 PlatformSettings::Pace ReadPace(const std::string& text, slib::Log& log) {
     constexpr auto byDefault = PlatformSettings::Pace::Renderer;
+    if (text == unpaced) return PlatformSettings::Pace::Unpaced;
     const auto pace = text.empty() ? byDefault : choiceTexts<PlatformSettings::Pace>.Find(text);
     if (!pace)
         log.Write("The setting '/Platform/WaveFilePace' is '" + text +

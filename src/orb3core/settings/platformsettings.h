@@ -6,10 +6,16 @@
 #include <map>
 #include <string>
 
+#include <string_view>
+
 #include "platform/platformsettings.h"
 #include "slib/log.h"
 
 namespace orb3 {
+
+/// A "WaveFilePace" of programs that have their blocks rendered one by one (goal/blockgate.h), which no
+/// person can set.
+inline constexpr std::string_view unpaced = "Unpaced";
 
 /// What is stored in the user's scope under "/Platform": "Output" (a text of choiceTexts),
 /// "WaveFile" (a path), "SpeakerSetting" (the text of a standard format) and "SpeakerSettings" (such texts

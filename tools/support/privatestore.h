@@ -8,19 +8,27 @@
 
 #include "slib/standardformats.h"
 
-namespace demo {
+namespace tool {
 
-/// Starts as a copy of the user's store, and is deleted at the end of the scope.
+/// Is deleted at the end of the scope.
 class PrivateStore {
 public:
+    enum class Content {
+        UsersOwn,  ///< a copy of the user's store
+        Defaults,  ///< a document with the defaults, whatever the user and the machine are like
+    };
+
     /// Throws slib::StringException when there is no room for it.
-    PrivateStore();
+    explicit PrivateStore(Content content = Content::UsersOwn);
     ~PrivateStore();
     PrivateStore(const PrivateStore&) = delete;
     PrivateStore& operator=(const PrivateStore&) = delete;
 
     /// From now on contexts play into this file.
     void PlayInto(const std::string& waveFile) const;
+
+    /// Stores one value. Throws slib::BadStateException when there is no room for it.
+    static void Write(const std::string& key, const std::string& value);
 
     /// From now on these are the system's speakers, and the layout follows them.
     void TakeSpeakers(slib::StandardFormat format) const;
@@ -29,4 +37,4 @@ private:
     std::filesystem::path folder;
 };
 
-}  // namespace demo
+}  // namespace tool

@@ -1,4 +1,4 @@
-#include "tools/config/range.h"
+#include "tools/support/range.h"
 #include "tools/support/nearest.h"
 
 #include <array>

@@ -1,4 +1,4 @@
-#include "tools/demo/privatestore.h"
+#include "tools/support/privatestore.h"
 
 #include <stdlib.h>
 
@@ -10,13 +10,15 @@
 #include "slib/exception.h"
 #include "slib/sxml.h"
 
-namespace demo {
+namespace tool {
 namespace {
 
 using std::filesystem::path;
 
+constexpr const char* document = "/Speakers/Configuration";
+
 path MakeFolder() {
-    std::string name = (std::filesystem::temp_directory_path() / "tessarune-demo-XXXXXX").string();
+    std::string name = (std::filesystem::temp_directory_path() / "tessarune-XXXXXX").string();
     if (mkdtemp(name.data()) != nullptr) return name;
     throw slib::OperatingSystemErrnoException("No folder can be made in '" +
                                               std::filesystem::temp_directory_path().string() +
@@ -27,23 +29,18 @@ orb3::ConfigStore Store() {
     return {orb3::storeRoot, orb3::ConfigStore::Scope::User};
 }
 
-void WriteChecked(const std::string& key, const std::string& value) {
-    Store().Write(key, value);
-    if (Store().Read(key, "") == value) return;
-    throw slib::BadStateException("The settings of this run can't be stored in '" +
-                                  platform::UserStorePath(orb3::storeRoot).string() +
-                                  "'. Free space there, or name another folder in TMPDIR.");
-}
-
 }  // namespace
 
-PrivateStore::PrivateStore() : folder(MakeFolder()) {
+PrivateStore::PrivateStore(Content content) : folder(MakeFolder()) {
     const path own = platform::UserStorePath(orb3::storeRoot);
     setenv("XDG_CONFIG_HOME", folder.c_str(), 1);
     const path copy = platform::UserStorePath(orb3::storeRoot);
     std::error_code ignored;  // without a store of the user's own all is at its default
     std::filesystem::create_directories(copy.parent_path(), ignored);
-    std::filesystem::copy_file(own, copy, ignored);
+    if (content == Content::UsersOwn)
+        std::filesystem::copy_file(own, copy, ignored);
+    else
+        Write(document, orb3::Configuration().CreateNode()->ToString(slib::SXMLNode::Style::Compact));
 }
 
 PrivateStore::~PrivateStore() {
@@ -51,20 +48,27 @@ PrivateStore::~PrivateStore() {
     std::filesystem::remove_all(folder, ignored);
 }
 
+void PrivateStore::Write(const std::string& key, const std::string& value) {
+    Store().Write(key, value);
+    if (Store().Read(key, "") == value) return;
+    throw slib::BadStateException("The settings of this run can't be stored in '" +
+                                  platform::UserStorePath(orb3::storeRoot).string() +
+                                  "'. Free space there, or name another folder in TMPDIR.");
+}
+
 void PrivateStore::PlayInto(const std::string& waveFile) const {
-    WriteChecked("/Platform/Output", "WaveFile");
-    WriteChecked("/Platform/WaveFile", waveFile);
+    Write("/Platform/Output", "WaveFile");
+    Write("/Platform/WaveFile", waveFile);
 }
 
 void PrivateStore::TakeSpeakers(slib::StandardFormat format) const {
-    constexpr const char* document = "/Speakers/Configuration";
-    WriteChecked("/Platform/SpeakerSetting", slib::GetStandardFormatName(format));
+    Write("/Platform/SpeakerSetting", slib::GetStandardFormatName(format));
     const std::string text = Store().Read(document, "");
     if (text.empty()) return;  // the defaults follow the speakers
     orb3::Configuration configuration;
     configuration.Read(slib::SXMLNode(text));
     configuration.useDirectSoundAutoselect = true;
-    WriteChecked(document, configuration.CreateNode()->ToString(slib::SXMLNode::Style::Compact));
+    Write(document, configuration.CreateNode()->ToString(slib::SXMLNode::Style::Compact));
 }
 
-}  // namespace demo
+}  // namespace tool
