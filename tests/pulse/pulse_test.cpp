@@ -454,12 +454,17 @@ TEST_F(OnASoundServer, AnotherProgramsTone_KeepsWholeBesideFirstStartsAndAnOverl
     EXPECT_NE(Log().find("This machine can't keep up"), std::string::npos) << Log();
 }
 
-// The user sends a running game to the other one of two outputs that are named the same.
+// The user sends a running game to the other one of two outputs that are named the same, on which he has
+// headphones.
 TEST_F(OnASoundServer, AnotherDevice_GetsTheSoundOfARunningGame) {
     otherProperties = "device.description=out";
     const Program server = StartServer(stereo);
     const Game game;
     ASSERT_NE(game.context, nullptr) << Log();
+    testing_support::Configure("set SpeakerSetting headphones --device 'out (other)'");
+    const std::string devices = (testing_support::BuildTree() / "bin/tessarune-config devices").string();
+    EXPECT_EQ(std::system((devices + " | grep -q 'out (other) *Headphone Stereo'").c_str()), 0);
+    EXPECT_EQ(std::system((devices + " | grep -q 'out (out) *Stereo'").c_str()), 0);
     testing_support::Configure("select Stereo --device 'out (other)'");
     std::this_thread::sleep_for(4s);
     const auto play = [&] { game.Play(0, 300ms); };

@@ -64,7 +64,7 @@ void Show(bool isJson) {
     if (isJson) return PrintJson(table.ToJson());
     table.PrintAligned(std::cout);
     std::cout << "Device 1 is the default. Where a device doesn't report its speakers, name them with "
-                 "'tessarune-config set SpeakerSetting'.\n";
+                 "'tessarune-config set SpeakerSetting', those of one device with '--device'.\n";
 }
 
 }  // namespace

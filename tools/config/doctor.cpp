@@ -333,16 +333,16 @@ Patient Examine(const fs::path& game) {
     return patient;
 }
 
-const std::vector<Check>& Checks() {
-    static const std::vector<Check> checks{{"Sound server", "sound_server", LookAtServer},
-                                           {"Real-time rights", "realtime_rights", LookAtRights},
-                                           {"Library", "library", LookAtLibrary},
-                                           {"Format library", "format_library", LookAtFormatLibrary},
-                                           {"Wiring", "wiring", LookAtWiring},
-                                           {"Versions", "versions", LookAtVersions},
-                                           {"Settings", "settings", LookAtSettings},
-                                           {"Store", "store", LookAtStore},
-                                           {"Game", "game", LookAtGame}};
+const std::vector<HealthCheck>& HealthChecks() {
+    static const std::vector<HealthCheck> checks{{"Sound server", "sound_server", LookAtServer},
+                                                 {"Real-time rights", "realtime_rights", LookAtRights},
+                                                 {"Library", "library", LookAtLibrary},
+                                                 {"Format library", "format_library", LookAtFormatLibrary},
+                                                 {"Wiring", "wiring", LookAtWiring},
+                                                 {"Versions", "versions", LookAtVersions},
+                                                 {"Settings", "settings", LookAtSettings},
+                                                 {"Store", "store", LookAtStore},
+                                                 {"Game", "game", LookAtGame}};
     return checks;
 }
 

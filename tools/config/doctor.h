@@ -29,13 +29,13 @@ struct Patient {
 /// Asks the sound server.
 Patient Examine(const std::filesystem::path& game);
 
-struct Check {
+struct HealthCheck {
     const char* title;  ///< for people: "Sound server"
     const char* key;    ///< in JSON
     std::vector<Finding> (*look)(const Patient& patient);
 };
 
 /// In the order in which they are to be read. A `look` that throws found a fault that its exception tells.
-const std::vector<Check>& Checks();
+const std::vector<HealthCheck>& HealthChecks();
 
 }  // namespace tool

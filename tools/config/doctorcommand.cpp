@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <exception>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -21,11 +22,11 @@ Each line says what was looked at, and "fine", or what is wrong and the command 
 Exit status: 0 when all is fine, 1 when something is wrong, 2 for a command line that is wrong.)";
 
 struct Result {
-    const Check* check;
+    const HealthCheck* check;
     Finding finding;
 };
 
-std::vector<Finding> Look(const Check& check, const Patient& patient) {
+std::vector<Finding> Look(const HealthCheck& check, const Patient& patient) {
     try {
         return check.look(patient);
     } catch (const std::exception& failure) {
@@ -37,9 +38,9 @@ std::vector<Result> LookAtAll(const std::string& folder) {
     Progress progress("Looking");
     const Patient patient = Examine(folder);
     std::vector<Result> results;
-    for (std::size_t i = 0; i < Checks().size(); ++i) {
-        const Check& check = Checks()[i];
-        progress.Step(i + 1, Checks().size(), check.title);
+    for (std::size_t i = 0; i < HealthChecks().size(); ++i) {
+        const HealthCheck& check = HealthChecks()[i];
+        progress.Step(i + 1, HealthChecks().size(), check.title);
         for (Finding& finding : Look(check, patient))
             results.push_back({&check, std::move(finding)});
     }

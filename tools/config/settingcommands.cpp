@@ -65,6 +65,16 @@ void PrintJsonOf(const orb3::Setting& setting) {
     PrintJson(table.ToJson()[0]);
 }
 
+void GetOfDevice(const orb3::Setting& setting, const Options& options) {
+    CheckIsOfDevices(setting);
+    const OwnDevice device = DeviceOfOwn(options.device);
+    const std::string value = SpeakersOf(device);
+    if (options.isJson)
+        PrintJson({{"setting", setting.Name()}, {"device", device.name}, {"value", value}});
+    else
+        std::cout << value << "\n";
+}
+
 void Get(const Options& options) {
     if (options.isPage) {
         std::cout << SettingsPage();
@@ -72,11 +82,7 @@ void Get(const Options& options) {
     }
     if (options.name.empty()) return PrintAll(options.isJson);
     const orb3::Setting& setting = FindSetting(options.name);
-    if (!options.device.empty()) {
-        CheckIsOfDevices(setting);
-        std::cout << SpeakersOf(DeviceOfOwn(options.device)) << "\n";
-        return;
-    }
+    if (!options.device.empty()) return GetOfDevice(setting, options);
     if (options.isJson) return PrintJsonOf(setting);
     std::cout << GetSetting(setting, ReadDocument()) << "\n";
     if (options.withRange)
@@ -142,10 +148,11 @@ void AddSettingCommands(Program& program) {
     const auto options = std::make_shared<Options>();
     CLI::App* get = program.add_subcommand("get", "Print a setting, or all of them.");
     get->footer(std::string(getExamples) + Names());
-    program.OfferFor(get->add_option("SETTING", options->name, "The setting; left out, all are listed"),
-                     SettingNames());
+    CLI::Option* name = get->add_option("SETTING", options->name, "The setting; left out, all are listed");
+    program.OfferFor(name, SettingNames());
     get->add_option("--device", options->device,
-                    "Of SpeakerSetting: that of this device, by its id, name or number");
+                    "Of SpeakerSetting: that of this device, by its id, name or number")
+        ->needs(name);
     get->add_flag("--range", options->withRange, "Also print what the setting may be, and what it is for");
     get->add_flag("--markdown", options->isPage, "Print the page docs/settings.md")->group("");
     AddJsonFlag(*get, options->isJson);

@@ -136,7 +136,7 @@ std::optional<ElfFile> ReadElfFile(const std::filesystem::path& file) {
     Reader reader(file);
     const std::string header = reader.Read(0, sizeof(Elf64_Ehdr));
     if (header.size() < sizeof(Elf32_Ehdr) || !header.starts_with(ELFMAG)) return std::nullopt;
-    const int width = header[EI_CLASS];
+    const char width = header[EI_CLASS];
     if ((width != ELFCLASS32 && width != ELFCLASS64) || header[EI_DATA] != ELFDATA2LSB) return std::nullopt;
     const Fields& fields = width == ELFCLASS32 ? fieldsOf32 : fieldsOf64;
     const DynamicSegment dynamic(reader, ReadSegments(reader, header, fields), fields);
