@@ -59,7 +59,7 @@ void Play(std::istream& stream) {
     player.Finish();
     // Before the samples that static buffers refer to.
     const slib::Lock lock(goal::TheProcess().engine.apiMutex);
-    Check(goal::TheProcess().engine.device.context == nullptr);
+    Check(goal::TheProcess().engine.device.contexts.First() == nullptr);
     goal::TheProcess().engine.device.bufferPool.Clear();
 }
 

@@ -13,7 +13,7 @@ void ALC_APIENTRY Hold() {
 
 bool HasContext(Process& process) {
     const ApiLock lock(process);
-    return process.engine.device.context != nullptr;
+    return process.engine.device.contexts.First() != nullptr;
 }
 
 ALCsizei ALC_APIENTRY Render(ALCint* frequency) {
