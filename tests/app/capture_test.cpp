@@ -71,7 +71,8 @@ TEST_F(Capture, EachFormat_HasTheSamplesOfTheFile) {
                 {AL_FORMAT_STEREO8, {0.5F, -0.25F}, 128, 128, 1},
                 {AL_FORMAT_STEREO16, {0.5F, -0.25F}, 32768, 0, 2},
                 {AL_FORMAT_MONO_FLOAT32, {0.125F}, 1, 0, 4},
-                {AL_FORMAT_STEREO_FLOAT32, {0.5F, -0.25F}, 1, 0, 4}};
+                {AL_FORMAT_STEREO_FLOAT32, {0.5F, -0.25F}, 1, 0, 4},
+                {AL_FORMAT_STEREO_DOUBLE_EXT, {0.5F, -0.25F}, 1, 0, 8}};
     for (const auto& [format, frame, scale, zero, bytes] : rows) {
         ALCdevice* const device = alcCaptureOpenDevice("WAV File", rate * 2, format, 400);
         ASSERT_NE(device, nullptr);
@@ -81,9 +82,12 @@ TEST_F(Capture, EachFormat_HasTheSamplesOfTheFile) {
         for (std::size_t i = 0; i < 10 * frame.size(); ++i) {
             std::int16_t whole = data[i];
             float value = 0;
+            double wide = 0;
             if (bytes == 2) std::memcpy(&whole, &data[i * 2], 2);
             if (bytes == 4) std::memcpy(&value, &data[i * 4], 4);
-            EXPECT_EQ(bytes == 4 ? value : (static_cast<float>(whole) - zero) / scale,
+            if (bytes == 8) std::memcpy(&wide, &data[i * 8], 8);
+            if (bytes == 8) value = static_cast<float>(wide);
+            EXPECT_EQ(bytes >= 4 ? value : (static_cast<float>(whole) - zero) / scale,
                       frame[i % frame.size()]);
         }
         EXPECT_EQ(alcCaptureCloseDevice(device), ALC_TRUE);

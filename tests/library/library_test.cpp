@@ -53,6 +53,7 @@ class Library : public testing::Test {
 protected:
     Library() {
         fs::copy(testing_support::TemporaryStore::FormatLibrary().parent_path(), folder.path / "lib");
+        fs::remove(folder.path / "lib" / "games.conf");
     }
 
     std::string Path(const std::string& name) const { return folder.path / name / "Tessarune.afl"; }

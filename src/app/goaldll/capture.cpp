@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <iterator>
 #include <utility>
 
@@ -21,21 +22,39 @@ constexpr std::int64_t listPause = std::int64_t{1000} * 1'000'000;  // ns betwee
 
 struct FormatRow {
     int format;
-    Sample sample;
+    Sample sample;  // in the ring
     std::uint32_t channels;
+    bool isDouble = false;  // for the game
 };
 
-constexpr std::array<FormatRow, 6> formats{{
+constexpr std::array<FormatRow, 8> formats{{
     {AL_FORMAT_MONO8, Sample::Unsigned8, 1},
     {AL_FORMAT_MONO16, Sample::Signed16, 1},
     {AL_FORMAT_STEREO8, Sample::Unsigned8, 2},
     {AL_FORMAT_STEREO16, Sample::Signed16, 2},
     {AL_FORMAT_MONO_FLOAT32, Sample::Float32, 1},
     {AL_FORMAT_STEREO_FLOAT32, Sample::Float32, 2},
+    {AL_FORMAT_MONO_DOUBLE_EXT, Sample::Float32, 1, true},
+    {AL_FORMAT_STEREO_DOUBLE_EXT, Sample::Float32, 2, true},
 }};
 
+const FormatRow* FindRow(int format) {
+    return std::ranges::find(formats, format, &FormatRow::format);
+}
+
+// As many floats as fit into the second half of the memory become that many doubles.
+void Widen(void* samples, std::size_t count) {
+    auto* const bytes = static_cast<std::byte*>(samples);
+    for (std::size_t i = 0; i < count; ++i) {
+        float narrow = 0;
+        std::memcpy(&narrow, bytes + (count + i) * sizeof narrow, sizeof narrow);
+        const double wide = double{narrow};
+        std::memcpy(bytes + i * sizeof wide, &wide, sizeof wide);
+    }
+}
+
 InputFormat FormatOf(std::uint32_t frequency, int format, int size) {
-    const auto* const row = std::ranges::find(formats, format, &FormatRow::format);
+    const auto* const row = FindRow(format);
     if (row == formats.end())
         throw CaptureException("Invalid format in alcCaptureOpenDevice().", ALC_INVALID_ENUM);
     if (frequency == 0)
@@ -50,6 +69,7 @@ InputFormat FormatOf(std::uint32_t frequency, int format, int size) {
 struct CaptureDevices::Device {
     std::shared_ptr<platform::InputRing> ring;
     std::unique_ptr<platform::Input> input;
+    bool isDouble = false;
 };
 
 CaptureDevices::CaptureDevices(slib::Log* log) : log(log) {}
@@ -72,6 +92,7 @@ CaptureDevices::Device* CaptureDevices::Open(const char* name, std::uint32_t fre
     const Use use(*this);
     const InputFormat frames = FormatOf(frequency, format, size);
     auto device = std::make_unique<Device>();
+    device->isDouble = FindRow(format)->isDouble;
     device->ring = std::make_shared<platform::InputRing>(frames, static_cast<std::uint32_t>(size));
     const slib::Lock serverLock(serverMutex);
     if (isOver)
@@ -124,11 +145,15 @@ void CaptureDevices::SetRunning(const void* device, bool running, const char* ca
 void CaptureDevices::Read(const void* device, void* samples, int frames) {
     const Use use(*this);
     const slib::Lock lock(mutex);
-    platform::InputRing& ring = *Find(device, "alcCaptureSamples")->ring;
+    const Device& from = *Find(device, "alcCaptureSamples");
+    const std::size_t count =
+        frames > 0 ? std::size_t{from.ring->format.channels} * static_cast<std::size_t>(frames) : 0;
     if (frames < 0 || (samples == nullptr && frames > 0))
         throw CaptureException("Invalid buffer in alcCaptureSamples().", ALC_INVALID_VALUE);
-    if (!ring.Read(samples, static_cast<std::uint32_t>(frames)))
+    void* const place = from.isDouble ? static_cast<std::byte*>(samples) + count * sizeof(float) : samples;
+    if (!from.ring->Read(place, static_cast<std::uint32_t>(frames)))
         throw CaptureException("More samples than were captured in alcCaptureSamples().", ALC_INVALID_VALUE);
+    if (from.isDouble) Widen(samples, count);
 }
 
 int CaptureDevices::Available(const void* device) {
