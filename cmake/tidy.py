@@ -103,15 +103,17 @@ def checker(build, tree, name, command, is_deep):
 
 def groups_of(due, tree):
     """The due sources that may be checked as one text: of one command but for include roots, which lead to other names
-    each."""
+    each. Those of programs may have names of their own in common, as each command has its options and its work."""
     names = {tree / name: name for name in due}
 
     def kind(source):
         return [word for word in due[names[source]][2] if word != str(source) and not word.startswith("-I")]
 
     alone = [name for name in due if name.startswith(ALONE)]
-    others = [tree / name for name in due if not name.startswith(ALONE)]
-    found = [[names[source] for source in group] for group in together.groups(others, kind, TOGETHER, may_meet=True)]
+    found = []
+    for of_programs in (True, False):
+        some = [tree / name for name in due if not name.startswith(ALONE) and name.startswith("tools") == of_programs]
+        found += [[names[source] for source in group] for group in together.groups(some, kind, TOGETHER, of_programs)]
     return [[name] for name in alone] + found
 
 

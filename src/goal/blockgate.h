@@ -23,7 +23,7 @@ public:
         double sampleRate = 0;  ///< Hz
     };
 
-    /// From now on each block is rendered when the program says so. For good; before the first context.
+    /// From now on each block is rendered when the program says so. For good; before the start.
     void Close() { isClosed.store(true, std::memory_order_relaxed); }
     bool IsClosed() const { return isClosed.load(std::memory_order_relaxed); }
 

@@ -14,7 +14,9 @@ void ReleaseQueues(const EntryTable<Source>& sources) {
 
 }  // namespace
 
-Context::Context(Engine& engine) : engine(engine), number(++engine.contextsMade), server(engine) {}
+Context::Context(Engine& engine) : engine(engine), number(++engine.contextsMade), server(engine) {
+    if (engine.isStepped) gate.Close();
+}
 
 void Context::End() {
     monitor.reset();

@@ -7,6 +7,7 @@
 #include <memory>
 #include <utility>
 
+#include "goal/blockgate.h"
 #include "goal/configmonitor.h"
 #include "goal/engine.h"
 #include "goal/foldbackmanager.h"
@@ -48,6 +49,7 @@ struct Context {
     std::uint32_t suspendCount = 0;  ///< guarded by apiMutex, as is the record that follows
     SuspendedState suspended;
 
+    BlockGate gate;  ///< of the server's blocks
     FoldbackManager foldback;
     ServerThread server;
     std::unique_ptr<ConfigMonitor> monitor;  ///< null where nothing is to be watched

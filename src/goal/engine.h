@@ -10,7 +10,6 @@
 #include <cstdint>
 #include <utility>
 
-#include "goal/blockgate.h"
 #include "goal/machinery.h"
 #include "goal/sound/bufferpool.h"
 #include "orb3core/settings/sharedconfiguration.h"
@@ -88,7 +87,8 @@ struct Engine {
     orb3::SharedConfiguration configuration;
     Device device SLIB_GUARDED_BY(apiMutex);
     std::atomic<std::uint64_t> contextsMade{0};
-    BlockGate gate;                ///< of the server's blocks
+    std::atomic<bool> isStepped{
+        false};  ///< contexts to come render a block when they are asked to (goal/blockgate.h)
     StatusPage* status = nullptr;  ///< borrowed; null where nothing is told
     slib::RetireList retired;      ///< what the server has done with; every call frees it
 };

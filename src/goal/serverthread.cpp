@@ -326,7 +326,7 @@ void ServerThread::PrepareFirst(Machine& run) {
     constexpr std::uint32_t step = 10, usual = 70, ofOutput = 40;  // ms
     Preparation preparation(*this, run);
     std::uint32_t passed = 0, promising = 0;
-    while (!preparation.IsOver() && (passed < usual || promising < ofOutput || engine.gate.IsClosed())) {
+    while (!preparation.IsOver() && (passed < usual || promising < ofOutput || context->gate.IsClosed())) {
         static_cast<void>(preparation.over.WaitFor(step));
         passed += step;
         if (run.isPromising) promising += step;
@@ -481,15 +481,15 @@ void ServerThread::SignalStart() {
 void ServerThread::RenderBlocks(Machine& run) {
     SetUrgent(run, true);
     while (!IsLeaving() && !run.isTooMuch && !NoteOutput(run)) {
-        if (!engine.gate.Enter()) continue;
+        if (!context->gate.Enter()) continue;
         try {
             RenderBlock(run);
             NoteBlock(run);
-            if (!engine.gate.IsClosed()) NoteLoad(run);
+            if (!context->gate.IsClosed()) NoteLoad(run);
         } catch (const std::exception& exception) {
             LeaveBlockOut(run, exception);
         }
-        engine.gate.Leave({run.blockFrames, run.sampleRate});
+        context->gate.Leave({run.blockFrames, run.sampleRate});
     }
 }
 

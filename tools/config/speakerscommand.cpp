@@ -189,7 +189,7 @@ void ConnectAll(const Options& options) {
 }
 
 // In the ranges of the file that the place goes into.
-double Number(const std::string& text, double least, double greatest) {
+double NumberWithin(const std::string& text, double least, double greatest) {
     double number = 0;
     if (CLI::detail::lexical_cast(WithDecimalPoint(text), number) && number >= least && number <= greatest)
         return number;
@@ -203,8 +203,8 @@ std::vector<MeasuredSpeaker> Measured(const Layout& layout, const std::vector<st
     std::vector<MeasuredSpeaker> measured;
     for (std::size_t i = 0; i + 3 < words.size(); i += 4)
         measured.push_back({FindSpeaker(layout, words[i]),
-                            {Number(words[i + 1], -360, 360), Number(words[i + 2], -90, 90),
-                             Number(words[i + 3], 0.1, 100)}});
+                            {NumberWithin(words[i + 1], -360, 360), NumberWithin(words[i + 2], -90, 90),
+                             NumberWithin(words[i + 3], 0.1, 100)}});
     return measured;
 }
 

@@ -21,12 +21,12 @@ namespace fs = std::filesystem;
 constexpr const char* beginning = "run.";
 
 // Numbers of processes count in their own space alone.
-std::string Ending() {
+std::string EndOfName() {
     return "." + std::to_string(platform::PidSpaceOf(getpid()));
 }
 
 bool IsLeft(const std::string& name) {
-    if (!name.starts_with(beginning) || !name.ends_with(Ending())) return false;
+    if (!name.starts_with(beginning) || !name.ends_with(EndOfName())) return false;
     const pid_t owner = slib::ParseInt(name.substr(std::string(beginning).size()));
     return owner > 0 && kill(owner, 0) != 0 && errno == ESRCH;
 }
@@ -45,7 +45,7 @@ LinksFolder::LinksFolder() {
     const fs::path folder = platform::MakeRuntimeFolder(orb3::storeRoot);
     if (folder.empty()) return;
     RemoveLeft(folder);
-    path = folder / (beginning + std::to_string(getpid()) + Ending());
+    path = folder / (beginning + std::to_string(getpid()) + EndOfName());
     std::error_code ignored;
     fs::remove_all(path, ignored);
     if (mkdir(path.c_str(), 0700) != 0) path.clear();

@@ -30,7 +30,7 @@ namespace {
 
 using std::filesystem::path;
 
-constexpr const char* name = "tessarune-run";
+constexpr const char* programName = "tessarune-run";
 constexpr int notStarted = 127;
 constexpr const char* footer = R"(Everything behind PROGRAM is passed to the game unchanged.
 
@@ -53,7 +53,7 @@ struct Options {
 };
 
 void Say(const std::string& sentence) {
-    std::cerr << name << ": " << sentence << "\n";
+    std::cerr << programName << ": " << sentence << "\n";
 }
 
 // The library that records calls comes first, and loads ours itself.
@@ -138,7 +138,7 @@ int CountOwn(const tool::Program& program, int count, char** arguments) {
 }  // namespace
 
 int main(int count, char** arguments) {
-    tool::Program program(name,
+    tool::Program program(programName,
                           "Starts a game with Tessarune in place of the OpenAL library that it would load. "
                           "Says afterwards whether the game used it, and prints what was logged meanwhile.");
     program.footer(footer);

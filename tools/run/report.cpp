@@ -12,13 +12,13 @@
 namespace tool {
 namespace {
 
-using Lines = std::vector<std::string>;
+using Sentences = std::vector<std::string>;
 
 std::string Quoted(const std::string& name) {
     return "'" + name + "'";
 }
 
-void Append(Lines& lines, const Lines& more) {
+void Append(Sentences& lines, const Sentences& more) {
     lines.insert(lines.end(), more.begin(), more.end());
 }
 
@@ -59,8 +59,8 @@ std::vector<GameStatus> OnePerProgram(std::vector<GameStatus> games) {
 }
 
 // Processes that had the library, and left no page.
-Lines LoadedAlone(const Run& run) {
-    Lines lines;
+Sentences LoadedAlone(const Run& run) {
+    Sentences lines;
     for (const auto& [process, ours] : run.observer.loaded) {
         const bool isKnown = run.canTell && !ours.isApart;
         const std::string line =
@@ -75,8 +75,8 @@ Lines LoadedAlone(const Run& run) {
 }
 
 // What else was loaded beside ours doesn't matter.
-Lines MappedForeigners(const Run& run, const std::vector<GameStatus>& games) {
-    Lines lines;
+Sentences MappedForeigners(const Run& run, const std::vector<GameStatus>& games) {
+    Sentences lines;
     for (const MappedForeign& foreign : run.observer.foreign) {
         if (HasUsed(games, foreign.program)) continue;
         lines.push_back(Quoted(foreign.program) + " loaded another OpenAL library, " + foreign.file + ".");
@@ -85,12 +85,12 @@ Lines MappedForeigners(const Run& run, const std::vector<GameStatus>& games) {
     return lines;
 }
 
-Lines Unused(const Run& run) {
+Sentences Unused(const Run& run) {
     const std::string name = Quoted(run.game.name) + " didn't use Tessarune.";
     const std::vector<std::filesystem::path> beside = LibrariesBesideGame(run.game);
     if (beside.empty())
         return {name + " Either it plays no sound through OpenAL, or it has the calls built into itself."};
-    Lines lines{name};
+    Sentences lines{name};
     for (const std::filesystem::path& library : beside) {
         lines.push_back("It brings an OpenAL library of its own, " + library.string() + ".");
         Append(lines, AdviceOn(library, run.game, run.plan));
@@ -102,7 +102,7 @@ Lines Unused(const Run& run) {
 
 std::vector<std::string> Verdict(const Run& run) {
     const std::vector<GameStatus> games = OnePerProgram(run.observer.Statuses());
-    Lines lines;
+    Sentences lines;
     for (const GameStatus& game : games)
         lines.push_back(FateOf(game));
     if (games.empty()) Append(lines, LoadedAlone(run));
@@ -117,7 +117,7 @@ std::vector<std::string> Deaths(const Run& run) {
     const auto say = [](const std::string& program, int number) {
         return Quoted(program) + " was ended by the signal '" + strsignal(number) + "'.";
     };
-    Lines lines;
+    Sentences lines;
     if (WIFSIGNALED(run.ending.status)) return {say(run.game.name, WTERMSIG(run.ending.status))};
     for (const Killed& killed : run.ending.killed)
         lines.push_back(say(killed.program, killed.signal));

@@ -90,12 +90,12 @@ void WithDeletedBuffersOfAll(Process& process, std::size_t most, const Work& wor
 template <typename Work>
 void WithDeletedBuffers(Process& process, std::size_t most, const Work& work)
     SLIB_REQUIRES(process.engine.apiMutex) {
-    BufferPool& pool = process.engine.device.bufferPool;
+    BufferPool* const pool = &process.engine.device.bufferPool;  // for a lambda that says nothing of the lock
     const ContextTable& contexts = process.engine.device.contexts;
     Context* const first = contexts.First();
-    if (first == nullptr) return work(pool, nullptr);
+    if (first == nullptr) return work(*pool, nullptr);
     if (contexts.Count() > 1) return WithDeletedBuffersOfAll(process, most, work);
-    WithDeletedBuffersOf(*first, [&](BufferList& list) { work(pool, &list); });
+    WithDeletedBuffersOf(*first, [&](BufferList& list) { work(*pool, &list); });
 }
 
 std::vector<ALuint> WithoutNull(std::span<const ALuint> names) {

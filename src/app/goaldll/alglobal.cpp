@@ -125,15 +125,18 @@ AL_API ALboolean AL_APIENTRY alIsEnabled(ALenum) {
 
 AL_API ALenum AL_APIENTRY alGetError(void) {
     if (goal::CallFrame::IsRefused()) return goal::TheProcess().alError.Take();
-    return goal::AlCallFor<ALenum>(AL_NO_ERROR, [](Process& process) { return process.AlErrors().Take(); });
+    return goal::AlCallFor<ALenum>(AL_NO_ERROR, [](Process& process) SLIB_REQUIRES(process.engine.apiMutex) {
+        return process.AlErrors().Take();
+    });
 }
 
 AL_API const ALchar* AL_APIENTRY alGetString(ALenum parameter) {
-    return goal::AlCallFor<const ALchar*>(nullptr, [&](Process& process) {
-        const char* const text = FindText(parameter);
-        if (text == nullptr) process.AlErrors().Record(AL_INVALID_ENUM);
-        return text;
-    });
+    return goal::AlCallFor<const ALchar*>(nullptr,
+                                          [&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) {
+                                              const char* const text = FindText(parameter);
+                                              if (text == nullptr) process.AlErrors().Record(AL_INVALID_ENUM);
+                                              return text;
+                                          });
 }
 
 AL_API void AL_APIENTRY alGetBooleanv(ALenum parameter, ALboolean* value) {
@@ -199,28 +202,31 @@ AL_API void AL_APIENTRY alDistanceModel(ALenum model) {
 }
 
 AL_API ALboolean AL_APIENTRY alIsExtensionPresent(const ALchar* name) {
-    return goal::AlCallFor<ALboolean>(AL_FALSE, [&](Process& process) -> ALboolean {
-        if (name != nullptr) return goal::AlExtensions().contains(name) ? AL_TRUE : AL_FALSE;
-        process.AlErrors().Record(AL_INVALID_VALUE);
-        return AL_FALSE;
-    });
+    return goal::AlCallFor<ALboolean>(
+        AL_FALSE, [&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) -> ALboolean {
+            if (name != nullptr) return goal::AlExtensions().contains(name) ? AL_TRUE : AL_FALSE;
+            process.AlErrors().Record(AL_INVALID_VALUE);
+            return AL_FALSE;
+        });
 }
 
 AL_API void* AL_APIENTRY alGetProcAddress(const ALchar* name) {
-    return goal::AlCallFor<void*>(nullptr, [&](Process& process) -> void* {
-        if (name == nullptr) {
-            process.AlErrors().Record(AL_INVALID_VALUE);
+    return goal::AlCallFor<void*>(
+        nullptr, [&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) -> void* {
+            if (name == nullptr) {
+                process.AlErrors().Record(AL_INVALID_VALUE);
+                return nullptr;
+            }
+            if (const goal::ProcRow* const row = goal::Find(goal::AlProcs(), name)) return row->entry;
+            process.LogCallFailure(
+                "Game call failed: ", "Unsupported function '" + std::string(name) + "' could not be found.",
+                false);
             return nullptr;
-        }
-        if (const goal::ProcRow* const row = goal::Find(goal::AlProcs(), name)) return row->entry;
-        process.LogCallFailure("Game call failed: ",
-                               "Unsupported function '" + std::string(name) + "' could not be found.", false);
-        return nullptr;
-    });
+        });
 }
 
 AL_API ALenum AL_APIENTRY alGetEnumValue(const ALchar* name) {
-    return goal::AlCallFor<ALenum>(0, [&](Process& process) -> ALenum {
+    return goal::AlCallFor<ALenum>(0, [&](Process& process) SLIB_REQUIRES(process.engine.apiMutex) -> ALenum {
         if (name != nullptr) {
             if (const goal::EnumRow* const row = goal::Find(goal::AlEnums(), name)) return row->value;
             goal::NoteEffectName(process, name);

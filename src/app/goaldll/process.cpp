@@ -157,6 +157,7 @@ void Process::ShutDown() {
     while (Context* const context = BeginShutDown())
         DestroyContext(*this, context);
     captures.ShutDown();
+    profile.Forget();
 
     {
         const slib::Lock secondApiLock(engine.apiMutex);
@@ -164,6 +165,7 @@ void Process::ShutDown() {
         const slib::Lock configurationLock(engine.configuration.configurationMutex);
         deviceList = std::string();
         engine.configuration.Unload();
+        engine.configuration.ForgetOverrides();
     }
     status.Withdraw();
     log.Close();

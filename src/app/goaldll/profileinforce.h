@@ -44,6 +44,12 @@ public:
         return refusals[Index(which)].load(std::memory_order_relaxed);
     }
 
+    /// Gives the memory of the texts back, at the end.
+    void Forget() noexcept {
+        std::string().swap(name);
+        std::string().swap(changes);
+    }
+
     /// Another state of a switch, for tests.
     void Set(GameSwitch which, bool value) { isOn[Index(which)] = value; }
 

@@ -1,5 +1,7 @@
 #include "app/goaldll/stepping.h"
 
+#include <vector>
+
 #include "AL/alc.h"
 #include "app/goaldll/callframe.h"
 #include "app/goaldll/process.h"
@@ -8,20 +10,26 @@ namespace goal {
 namespace {
 
 void ALC_APIENTRY Hold() {
-    TheProcess().engine.gate.Close();
+    TheProcess().engine.isStepped = true;
 }
 
-bool HasContext(Process& process) {
+std::vector<BlockGate*> Gates(Process& process) {
     const ApiLock lock(process);
-    return process.engine.device.contexts.First() != nullptr;
+    std::vector<BlockGate*> gates;
+    process.engine.device.contexts.ForEach([&](Context& context) { gates.push_back(&context.gate); });
+    return gates;
 }
 
 ALCsizei ALC_APIENTRY Render(ALCint* frequency) {
     constexpr std::uint32_t patience = 10'000;  // ms
     const CancellationHeldOff heldOff;
     Process& process = TheProcess();
-    if (CallFrame::IsRefused() || !process.engine.gate.IsClosed() || !HasContext(process)) return 0;
-    const BlockGate::Block block = process.engine.gate.LetOneThrough(patience);
+    if (CallFrame::IsRefused() || !process.engine.isStepped) return 0;
+    BlockGate::Block block;
+    for (BlockGate* const gate : Gates(process)) {
+        const BlockGate::Block one = gate->LetOneThrough(patience);
+        if (block.frames == 0) block = one;
+    }
     *frequency = static_cast<ALCint>(block.sampleRate + 0.5);
     return static_cast<ALCsizei>(block.frames);
 }

@@ -5,8 +5,9 @@
 // thread, one at a time, and without a lock while they wait.
 //
 //     void hold()                           before the first context: blocks are rendered only when asked for
-//     ALCsizei render(ALCint* frequency)    has one rendered and given to the output; its frames and rate in
-//                                           Hz, or 0 without a context
+//     ALCsizei render(ALCint* frequency)    has one of each context rendered and given to its output; the
+//     frames
+//                                           and rate in Hz of the first, or 0 without a context
 
 #include <string_view>
 

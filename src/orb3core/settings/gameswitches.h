@@ -9,9 +9,15 @@
 
 namespace orb3 {
 
-/// Off, every call answers as it does for all games. The number of a switch is its index in status pages, where it
-/// stays.
-enum class GameSwitch : std::size_t { QuietLookups, ThreadContexts, SeveralContexts, StandardErrors, Capture };
+/// Off, every call answers as it does for all games. The number of a switch is its index in status pages,
+/// where it stays.
+enum class GameSwitch : std::size_t {
+    QuietLookups,
+    ThreadContexts,
+    SeveralContexts,
+    StandardErrors,
+    Capture
+};
 
 struct GameSwitchRow {
     std::string_view name;     ///< as users write it

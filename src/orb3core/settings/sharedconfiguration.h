@@ -50,6 +50,12 @@ public:
     /// slib::BadDataException for a value that the setting can't have, and then nothing changes.
     void Override(std::vector<SettingOverride> settings) SLIB_REQUIRES(configurationMutex);
 
+    /// For the end of the process, after Unload: gives back the memory of what holds in place of the stored.
+    void ForgetOverrides() noexcept SLIB_REQUIRES(configurationMutex) {
+        std::vector<SettingOverride>().swap(overrides);
+        std::vector<std::string>().swap(overridden);
+    }
+
     /// `stored` as it would be in force here.
     Configuration InForce(Configuration stored) const SLIB_REQUIRES(configurationMutex);
 
