@@ -5,32 +5,21 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <mutex>
 #include <string_view>
 #include <thread>
 
 #include "AL/tessarune.h"
 #include "app/goaldll/process.h"
 #include "fuzz/check.h"
-#include "tests/support/defaultdocument.h"
+#include "fuzz/silentstore.h"
 #include "tests/support/randomgame.h"
 #include "tests/support/tasks.h"
-#include "tests/support/temporaryfolder.h"
 
 namespace {
 
 using testing_support::Dice;
 
 constexpr soak::Cast cast{.sources = 24, .buffers = 16, .slots = 6, .effects = 16, .filters = 4};
-
-void Prepare() {
-    static const testing_support::TemporaryStore store;
-    static std::once_flag isReady;
-    std::call_once(isReady, [] {
-        store.ChooseSilence();
-        testing_support::StoreDocument();
-    });
-}
 
 void Restart(Dice& dice) {
     orb3::SharedConfiguration& shared = goal::TheProcess().engine.configuration;
@@ -53,7 +42,7 @@ void Direct(soak::World& world, Dice& dice) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    Prepare();
+    fuzz::PrepareSilentStore();
     const std::string_view bytes(reinterpret_cast<const char*>(data), size);
     soak::World world{.seed = static_cast<unsigned>(std::hash<std::string_view>{}(bytes)), .cast = cast};
     Dice dice(world.seed);

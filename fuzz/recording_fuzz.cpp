@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 #include <sstream>
 #include <string>
 
@@ -13,25 +12,15 @@
 #include "app/recording/recordingreader.h"
 #include "app/replay/player.h"
 #include "fuzz/check.h"
+#include "fuzz/silentstore.h"
 #include "slib/exception.h"
-#include "tests/support/defaultdocument.h"
 #include "tests/support/tasks.h"
-#include "tests/support/temporaryfolder.h"
 
 namespace {
 
 // Some of a second's worth.
 constexpr int mostCalls = 500;
 constexpr int mostContexts = 2;
-
-void Prepare() {
-    static const testing_support::TemporaryStore store;
-    static std::once_flag isReady;
-    std::call_once(isReady, [] {
-        store.ChooseSilence();
-        testing_support::StoreDocument();
-    });
-}
 
 int contexts = 0;
 
@@ -66,7 +55,7 @@ void Play(std::istream& stream) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    Prepare();
+    fuzz::PrepareSilentStore();
     contexts = 0;
     std::istringstream stream(std::string(reinterpret_cast<const char*>(data), size));
     try {

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
+#include <span>
 #include <thread>
 
 #include "tests/support/defaultdocument.h"
@@ -64,6 +66,18 @@ TEST_F(Monitor, WhatTheServerStoredItself_IsNoDifference) {
     layout->format = configuration.selectedName = "Quad";
     configuration.layouts.push_back(layout);
     shared.StoreConfiguration(configuration);
+    ConfigMonitor::CheckConfiguration(shared);
+    EXPECT_FALSE(shared.isRestartRequested);
+}
+
+// A game's own settings differ from the stored ones for as long as it runs.
+TEST_F(Monitor, WhatHoldsInPlaceOfTheStored_IsNoDifference) {
+    const std::span<const orb3::Setting> settings = orb3::Settings();
+    const auto order = std::ranges::find(settings, "Order", &orb3::Setting::Name);
+    shared.Override({{&*order, "1"}});
+    ConfigMonitor::CheckConfiguration(shared);
+    EXPECT_FALSE(shared.isRestartRequested);
+    StoreOrder(2);
     ConfigMonitor::CheckConfiguration(shared);
     EXPECT_FALSE(shared.isRestartRequested);
 }

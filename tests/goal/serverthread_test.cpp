@@ -190,6 +190,23 @@ TEST_F(ServerThreadTest, ABlock_IsRenderedWhenThereIsRoomForIt) {
     EXPECT_LE(machinery.hastyBlocks, 1);
 }
 
+TEST_F(ServerThreadTest, ARequestToRestart_ReachesEachOfSeveralServers) {
+    const auto first = StartContext(), second = StartContext();
+    RequestRestart([](orb3::GoalConfig& c) { c.order = 1; });
+    const std::string restart = "I:Restarting because of configuration change.";
+    const auto count = [&] {
+        const std::string lines = log.Lines();
+        int found = 0;
+        for (std::size_t at = lines.find(restart); at != std::string::npos; at = lines.find(restart, at + 1))
+            ++found;
+        return found;
+    };
+    for (int i = 0; i < 2000 && count() < 2; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    AwaitBlocks(20);  // in which neither restarts again
+    EXPECT_EQ(count(), 2);
+}
+
 TEST_F(ServerThreadTest, SettingsAndTheGamesRateUnlessTold_ReachTheMachinery) {
     for (const bool isIgnored : {true, false}) {
         Configure([&](orb3::GoalConfig& c) {

@@ -623,6 +623,7 @@ ALC_API void* ALC_APIENTRY alcGetProcAddress(ALCdevice*, const ALCchar* name) {
 ALC_API ALCenum ALC_APIENTRY alcGetEnumValue(ALCdevice*, const ALCchar* name) {
     if (name != nullptr)
         if (const auto* row = goal::Find(goal::AlcEnums(), name)) return row->value;
+    if (!goal::TheProcess().profile.isTaken) Call(false, [](Process&) { return true; });
     const bool isQuiet = name != nullptr && goal::TheProcess().profile.Allows(GameSwitch::QuietLookups);
     if (!isQuiet) goal::TheProcess().alcError.Record(ALC_INVALID_ENUM);
     return 0;

@@ -3,11 +3,11 @@
 #include <pthread.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <memory>
 
 #include "app/goaldll/callframe.h"
 #include "orb3core/store/configstore.h"
+#include "slib/endoflibrary.h"
 #include "slib/nodestroy.h"
 #include "slib/task.h"
 
@@ -19,20 +19,6 @@ constexpr std::uint32_t longestEnding = 600;  // ms, of the context
 constexpr std::uint32_t longestTask = 200;    // ms, of a task that is running
 
 pid_t owner = 0;  // the process that our threads are in; another one is a child made behind our back
-
-// The one of the two that happened first. An unload runs the functions marked as destructors, then those
-// given to atexit and the destructors of objects, last registered first. `exit` runs what was given to atexit
-// since `main` began, then the same as an unload.
-enum class End { None, Unload, Exit };
-End begun = End::None;
-
-void Begin(End end) {
-    if (begun == End::None) begun = end;
-}
-
-[[gnu::destructor]] void NoteUnload() {
-    Begin(End::Unload);
-}
 
 // Brings the state of the process into being as the library is loaded, and shuts it down as the library is
 // unloaded or the process ends.
@@ -46,7 +32,7 @@ public:
     }
     ~Loaded() {
         if (getpid() != owner) return;
-        if (begun != End::Exit) {
+        if (slib::libraryEnd != slib::LibraryEnd::Exit) {
             TheProcess().ShutDown();
             slib::TaskQueue::DestroyInstance();
         } else if (TheProcess().ending.RunWithin(longestEnding)) {
@@ -85,11 +71,11 @@ Process& TheProcess() {
 }
 
 void NoteExit() {
-    [[maybe_unused]] static const int code = std::atexit([] { Begin(End::Exit); });
+    slib::NoteLibraryExit();
 }
 
 bool HasExitBegun() {
-    return begun == End::Exit;
+    return slib::libraryEnd == slib::LibraryEnd::Exit;
 }
 
 Process::Process()

@@ -53,9 +53,9 @@ public:
     /// Another state of a switch, for tests.
     void Set(GameSwitch which, bool value) { isOn[Index(which)] = value; }
 
-    bool isTaken = false;  ///< guarded by apiMutex
-    std::string name;      ///< of the profile; empty for none. Set by Take, with apiMutex held.
-    std::string changes;   ///< what it changes, for people
+    std::atomic<bool> isTaken{false};  ///< changes with apiMutex held
+    std::string name;                  ///< of the profile; empty for none. Set by Take, with apiMutex held.
+    std::string changes;               ///< what it changes, for people
 
 private:
     static std::size_t Index(GameSwitch which) { return static_cast<std::size_t>(which); }

@@ -13,6 +13,7 @@
 #include "app/recorder/forward.h"
 #include "platform/clock.h"
 #include "platform/privileges.h"
+#include "slib/endoflibrary.h"
 #include "slib/nodestroy.h"
 
 namespace recorder {
@@ -24,20 +25,6 @@ constexpr std::uint64_t usualLimit = 1024;  // MiB
 
 pid_t owner = 0;  // the process that records; another one is a child made behind our back
 
-// The one of the two that happened first. An unload runs the functions marked as destructors, then those
-// given to atexit and the destructors of objects, last registered first. `exit` runs what was given to atexit
-// since `main` began, then the same as an unload.
-enum class End { None, Unload, Exit };
-End begun = End::None;
-
-void NoteEnd(End end) {
-    if (begun == End::None) begun = end;
-}
-
-[[gnu::destructor]] void NoteUnload() {
-    NoteEnd(End::Unload);
-}
-
 class Loaded {
 public:
     Loaded() {
@@ -47,7 +34,7 @@ public:
     }
     ~Loaded() {
         if (getpid() != owner) return;
-        if (begun == End::Exit)
+        if (slib::libraryEnd == slib::LibraryEnd::Exit)
             TheRecorder().EndWithin(longestEnd);
         else
             TheRecorder().Close();
@@ -84,11 +71,11 @@ std::uint64_t ReadLimit() {
 }  // namespace
 
 void NoteExit() {
-    [[maybe_unused]] static const int code = std::atexit([] { NoteEnd(End::Exit); });
+    slib::NoteLibraryExit();
 }
 
 bool HasExitBegun() {
-    return begun == End::Exit;
+    return slib::libraryEnd == slib::LibraryEnd::Exit;
 }
 
 Recorder& TheRecorder() {
