@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -167,6 +168,11 @@ TEST_F(Profile, ThreadContexts_GiveAThreadItsOwnAndNothingWhenOff) {
     EXPECT_EQ(alGetError(), AL_INVALID_VALUE);
     process.engine.device.contexts.Remove(&other);
     EXPECT_EQ(get(), nullptr);  // it is gone
+    std::destroy_at(&other);
+    std::construct_at(&other, process.engine);
+    other.place = process.engine.device.contexts.Add(&other);
+    EXPECT_EQ(get(), nullptr) << "another one has its memory";
+    process.engine.device.contexts.Remove(&other);
     EXPECT_EQ(set(handle), ALC_FALSE);
     EXPECT_EQ(alcGetError(nullptr), ALC_INVALID_CONTEXT);
     EXPECT_EQ(set(nullptr), ALC_TRUE);
