@@ -40,7 +40,10 @@ LEVELS = [
     ["app/recorder", "app/replay"],
     ["library"],
     ["library/check"],
-    ["tools/support", "tools/presets"],
+    ["tools/support", "tools/presets", "tools/sounds"],
+    ["tools/manage"],
+    ["tools/page/api"],
+    ["tools/page"],
     ["tools/library", "tools/config", "tools/run", "tools/demo", "tools/info", "tools/replay"],
     ["tools/library/maker"],
 ]

@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "tools/support/voices.h"
+#include "tools/sounds/voices.h"
 
 namespace tool {
 namespace {

@@ -3,7 +3,7 @@
 // What a speaker plays while it is tested. One thread.
 
 #include "orb3core/speakers/speakers.h"
-#include "tools/support/sound.h"
+#include "tools/sounds/sound.h"
 
 namespace tool {
 

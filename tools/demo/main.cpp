@@ -13,13 +13,13 @@
 #include "tools/demo/levels.h"
 #include "tools/demo/player.h"
 #include "tools/demo/scene.h"
+#include "tools/sounds/voices.h"
 #include "tools/support/layoutnames.h"
 #include "tools/support/logring.h"
 #include "tools/support/nearest.h"
 #include "tools/support/privatestore.h"
 #include "tools/support/program.h"
 #include "tools/support/realoutput.h"
-#include "tools/support/voices.h"
 
 namespace {
 

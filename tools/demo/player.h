@@ -8,7 +8,7 @@
 #include <functional>
 
 #include "slib/exception.h"
-#include "tools/support/sound.h"
+#include "tools/sounds/sound.h"
 
 #define AL_ALEXT_PROTOTYPES 1
 #include "AL/tessarune.h"

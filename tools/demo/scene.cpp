@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "tools/demo/player.h"
-#include "tools/support/voices.h"
+#include "tools/sounds/voices.h"
 
 namespace demo {
 namespace {

@@ -1,4 +1,4 @@
-#include "tools/support/sound.h"
+#include "tools/sounds/sound.h"
 
 #include <sndfile.h>
 

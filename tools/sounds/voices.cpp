@@ -1,4 +1,4 @@
-#include "tools/support/voices.h"
+#include "tools/sounds/voices.h"
 
 #include "slib/files.h"
 

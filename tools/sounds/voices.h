@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/support/sound.h"
+#include "tools/sounds/sound.h"
 
 namespace tool {
 
