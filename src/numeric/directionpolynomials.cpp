@@ -9,8 +9,8 @@
 namespace hcml {
 namespace {
 
-template <typename T>
-void Evaluate(T X, T Y, T Z, unsigned order, float* e) {
+template <typename T, typename Out>
+void Evaluate(T X, T Y, T Z, unsigned order, Out* e) {
     assert(order <= highestOrder);
     std::array<T, mostBusChannels> p;
     p[0] = 1;
@@ -33,7 +33,7 @@ void Evaluate(T X, T Y, T Z, unsigned order, float* e) {
     for (unsigned i = 20; i < mostBusChannels; ++i)
         p[i] = p[i - 16] * p[8];
     std::transform(p.begin(), p.begin() + ChannelsOfOrder(order), e,
-                   [](T value) { return static_cast<float>(value); });
+                   [](T value) { return static_cast<Out>(value); });
 }
 
 }  // namespace
@@ -43,6 +43,10 @@ void directionPolynomials(float X, float Y, float Z, unsigned order, float* e) {
 }
 
 void directionPolynomials(double X, double Y, double Z, unsigned order, float* e) {
+    Evaluate(X, Y, Z, order, e);
+}
+
+void directionPolynomials(double X, double Y, double Z, unsigned order, double* e) {
     Evaluate(X, Y, Z, order, e);
 }
 

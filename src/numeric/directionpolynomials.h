@@ -19,5 +19,6 @@ namespace hcml {
 /// The arithmetic is done in the precision of the arguments.
 void directionPolynomials(float X, float Y, float Z, unsigned order, float* e);
 void directionPolynomials(double X, double Y, double Z, unsigned order, float* e);
+void directionPolynomials(double X, double Y, double Z, unsigned order, double* e);
 
 }  // namespace hcml
