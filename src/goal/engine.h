@@ -12,6 +12,7 @@
 
 #include "goal/machinery.h"
 #include "goal/sound/bufferpool.h"
+#include "goal/trackerinput.h"
 #include "orb3core/settings/sharedconfiguration.h"
 #include "slib/log.h"
 #include "slib/mutex.h"
@@ -88,7 +89,8 @@ struct Engine {
     Device device SLIB_GUARDED_BY(apiMutex);
     std::atomic<std::uint64_t> contextsMade{0};
     std::atomic<bool> isStepped{
-        false};  ///< contexts to come render a block when they are asked to (goal/blockgate.h)
+        false};              ///< contexts to come render a block when they are asked to (goal/blockgate.h)
+    TrackerInputs trackers;  ///< that the runs listen to
     StatusPage* status = nullptr;  ///< borrowed; null where nothing is told
     slib::RetireList retired;      ///< what the server has done with; every call frees it
 };

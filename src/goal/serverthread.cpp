@@ -12,8 +12,10 @@
 #include <utility>
 
 #include "goal/context.h"
+#include "goal/headfollower.h"
 #include "goal/loadmeter.h"
 #include "goal/machinery.h"
+#include "goal/render/headturn.h"
 #include "goal/render/silentrenderer.h"
 #include "goal/render/sourcereader.h"
 #include "goal/state/comingeffect.h"
@@ -26,6 +28,7 @@
 #include "platform/clock.h"
 #include "slib/exception.h"
 #include "slib/priority.h"
+#include "slib/standardformats.h"
 #include "slib/text.h"
 
 namespace goal {
@@ -70,6 +73,9 @@ struct ServerThread::Machine {
     std::unique_ptr<BlockRenderer> renderer;
     RenderOutput output;
     std::vector<orb3::DirectFeed> feeds;
+    std::shared_ptr<const TrackerInput> tracker;  // null where no head is followed
+    HeadFollower follower;
+    std::optional<HeadTurn> turn;
     std::uint32_t blocks = 0;        // rendered
     std::uint32_t failedBlocks = 0;  // in a row
     bool isWritten = false;          // the current block
@@ -436,12 +442,41 @@ void ServerThread::BuildRenderer(Machine& run) {
     run.output.dialogue.resize(run.blockFrames);
     run.output.hasLowFrequency = !run.outputSetUp.bassOutputs.empty();
     run.output.hasDialogue = !run.outputSetUp.centreOutputs.empty();
+    FollowHead(run);
     run.feeds.reserve(run.outputSetUp.bassOutputs.size() + run.outputSetUp.centreOutputs.size());
     const double refreshRate = std::floor(10 * run.sampleRate / run.blockFrames + 0.5) * 0.1;
     activeLog->Write("Renderer started (refresh rate " + slib::FormatNumber(refreshRate) + "Hz, block size " +
                          std::to_string(run.blockFrames) + ")" +
                          (IsSuspendSupported() ? "" : ", suspend/process is disabled") + ".",
                      false);
+}
+
+// A layout of the user's own for headphones has another name, and says Always.
+void ServerThread::FollowHead(Machine& run) {
+    const orb3::GoalConfig& settings = run.configuration.goalConfig;
+    const bool isForHead =
+        run.outputSetUp.formatName == slib::GetStandardFormatName(slib::StandardFormat::HeadphoneStereo);
+    switch (settings.headTracking) {
+        case orb3::HeadTracking::Off:
+            return;
+        case orb3::HeadTracking::Headphones:
+            if (!isForHead) return;
+            break;
+        case orb3::HeadTracking::Always:
+            break;
+    }
+    run.turn.emplace(static_cast<unsigned>(run.order), run.blockFrames);
+    run.tracker = engine.trackers.Use(static_cast<std::uint16_t>(settings.headTrackingPort), mainLog);
+    activeLog->Write("Listening to a head tracker at port " + std::to_string(settings.headTrackingPort) + ".",
+                     false);
+}
+
+// The field as the head hears it.
+const hcml::ac::Bus& ServerThread::Turned(Machine& run) {
+    if (run.tracker == nullptr) return run.output.spatial;
+    const hcml::Quaternion head = run.follower.Next(run.tracker->Newest(), platform::NowNanoseconds(),
+                                                    run.blockFrames / run.sampleRate);
+    return run.turn->Turn(run.output.spatial, head);
 }
 
 bool ServerThread::IsLeaving() {
@@ -597,7 +632,7 @@ void ServerThread::WriteBlock(Machine& run) {
     if (run.output.dialogueWritten)
         for (const DedicatedOutput& target : run.outputSetUp.centreOutputs)
             run.feeds.push_back({target.channel, run.output.dialogue.data, target.gain});
-    run.decoder->writeBus(run.output.spatial, run.feeds);
+    run.decoder->writeBus(Turned(run), run.feeds);
 }
 
 void ServerThread::TakePendingConfiguration() {

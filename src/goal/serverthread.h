@@ -30,6 +30,7 @@
 #include "goal/dsp/samplerateconverter.h"
 #include "goal/engine.h"
 #include "goal/relief.h"
+#include "numeric/bus.h"
 #include "orb3core/settings/configuration.h"
 #include "platform/urgentthread.h"
 #include "slib/log.h"
@@ -85,6 +86,8 @@ private:
                          std::uint32_t fadeBlocks);
     void BuildEffects();
     void BuildRenderer(Machine& run);
+    void FollowHead(Machine& run);
+    static const hcml::ac::Bus& Turned(Machine& run);
     void PublishTiming(double rate, std::uint32_t frames);
     void PublishExpectedTiming();
     void NoteStatus(const Machine& run);

@@ -8,12 +8,10 @@
 #include <vector>
 
 #include "numeric/ambisonicorder.h"
+#include "numeric/quaternion.h"
 #include "slib/realtime.h"
 
 namespace hcml {
-
-/// Row by row, for columns (X, Y, Z) of the bus's axes: forward, left, up. Orthogonal, of determinant 1.
-using RotationMatrix = std::array<std::array<double, 3>, 3>;
 
 class FieldRotation {
 public:

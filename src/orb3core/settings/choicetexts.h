@@ -25,6 +25,10 @@ template <>
 inline constexpr auto choiceTexts<Sound> = slib::MakeEnumTexts<Sound>("Refined", "Classic");
 
 template <>
+inline constexpr auto choiceTexts<HeadTracking> = slib::MakeEnumTexts<HeadTracking>("Off", "Headphones",
+                                                                                    "Always");
+
+template <>
 inline constexpr auto choiceTexts<platform::PlatformSettings::Output> =
     slib::MakeEnumTexts<platform::PlatformSettings::Output>("Auto", "Silent", "WaveFile", "PulseAudio",
                                                             "JACK", "ALSA");

@@ -22,6 +22,13 @@ enum class Sound {
     Classic,  ///< the plain formulas, exactly
 };
 
+/// Whether the sound field turns against the listener's head; stored by name.
+enum class HeadTracking {
+    Off,
+    Headphones,  ///< where the layout is that of headphones
+    Always,      ///< with speakers too
+};
+
 struct GoalConfig {
     double gain = 1.0;  ///< Overall output gain, linear, finite and not negative.
     int order = 3;      ///< Spherical-harmonic order of the rendering bus, 1 to 4.
@@ -40,6 +47,8 @@ struct GoalConfig {
     int suggestedBufferLength = 512;  ///< Frames per output buffer, at least 64.
     int suggestedBufferCount = 4;     ///< Output buffers in the ring, at least 1.
     Sound sound = Sound::Refined;
+    HeadTracking headTracking = HeadTracking::Off;
+    int headTrackingPort = 4242;               ///< At which trackers are listened to, 1 to 65535.
     bool masqueradeAsGenericSoftware = false;  ///< The device list also has "Generic Software".
     bool masqueradeAsGenericHardware = false;  ///< The device list also has "Generic Hardware".
 

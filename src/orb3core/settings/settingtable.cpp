@@ -215,6 +215,15 @@ constexpr std::array settings{
         "the way of rendering", "sources, decoder",
         "Refined has no clicks, steps or clipping where the formulas of Classic leave some. Set Classic to "
         "compare, or for a result that other writings of the formulas reproduce."},
+    Setting{"HeadTracking", UnlessDefault, Choice<At<&GoalConfig::headTracking>>(),
+        "turn the sound against your head", "decoder",
+        "With Headphones sources stay where they are while you turn your head, as far as a head tracker tells; "
+        "Always does so with speakers too. `tessarune-config tracker` sets it."},
+    Setting{"HeadTrackingPort", UnlessDefault,
+        Whole<At<&GoalConfig::headTrackingPort>>({1, 65535}, Outside::Default),
+        "port of this machine that a head tracker sends to", "decoder",
+        "4242 is where opentrack's output \"UDP over network\" sends to by itself. Only programs of this machine "
+        "are heard."},
     Setting{"IsLoggingVerbose", Required, Flag<At<&GoalConfig::isLoggingVerbose>>(),
         "log each step, and each call that fails", "log",
         "Set it while you look for the cause of a problem."},
