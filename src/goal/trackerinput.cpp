@@ -35,7 +35,7 @@ TrackedPose TrackerInput::Newest() const {
 }
 
 void TrackerInput::Run() {
-    constexpr std::uint32_t pause = 2000, step = 50;  // ms
+    constexpr std::uint32_t pause = 1000, step = 50;  // ms
     slib::Semaphore never;
     while (!IsStopRequested()) {
         try {

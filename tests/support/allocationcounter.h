@@ -5,6 +5,7 @@
 //
 //     Renderer.ASteadyScene_...          CopyToSnapshot, renderBlock with every effect, kind of source and
 //                                        converter, MergeProgress, and the kernels below these
+//     HeadTurnOfOrder.At300Degrees...    Turn
 //     AllEffects.AtAllLimits_...         each effect's process while its parameters move
 //     PartitionedTransformer.Blocks...   process, the Fourier and spectrum kernels
 //     BothForms.SteadyBlocks_...         writeBus with feeds, the delay lines, the limiter
