@@ -1,18 +1,14 @@
 #include "platform/wavefile.h"
 
-#include <fcntl.h>
 #include <sndfile.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <map>
 #include <system_error>
 #include <vector>
 
-#include "platform/dynamiclibrary.h"
-#include "platform/gamefile.h"
+#include "platform/soundfiletarget.h"
 #include "slib/mutex.h"
 #include "slib/nodestroy.h"
 
@@ -20,21 +16,6 @@ namespace platform {
 namespace {
 
 constexpr std::uint64_t mostBytes = 0xFFFFFFFFU - 65536;  // of the samples, beside the headers
-
-struct SoundFileLibrary {
-    DynamicLibrary library{"libsndfile.so.1"};
-
-    Imported<decltype(sf_open_virtual)> open{library, "sf_open_virtual"};
-    Imported<decltype(sf_close)> close{library, "sf_close"};
-    Imported<decltype(sf_command)> command{library, "sf_command"};
-    Imported<decltype(sf_writef_int)> write{library, "sf_writef_int"};
-    Imported<decltype(sf_strerror)> explain{library, "sf_strerror"};
-};
-
-SoundFileLibrary& Library() {
-    static slib::NoDestroy<SoundFileLibrary> library;
-    return *library;
-}
 
 // A bit of a channel mask, from the lowest on, and its name in the library.
 constexpr int channelNames[] = {
@@ -63,61 +44,15 @@ std::vector<int> ChannelMap(const RingShape& shape) {
 
 }  // namespace
 
-// The file as the library for such files wants it.
-class WaveFile::Target {
-public:
-    explicit Target(const std::string& path) : file(path, O_RDWR | O_CREAT | O_TRUNC) {}
-
-    bool IsOurs() const { return file.IsOurs(); }
-
-    static SF_VIRTUAL_IO Calls() {
-        return {.get_filelen = [](void* self) { return Of(self).length; },
-                .seek = Seek,
-                .read = [](void* bytes, sf_count_t count, void* self) -> sf_count_t {
-                    Target& target = Of(self);
-                    return target.Advance(
-                        target.file.Read(bytes, static_cast<std::size_t>(count), target.position));
-                },
-                .write = [](const void* bytes, sf_count_t count, void* self) -> sf_count_t {
-                    Target& target = Of(self);
-                    return target.Advance(
-                        target.file.Write(bytes, static_cast<std::size_t>(count), target.position));
-                },
-                .tell = [](void* self) -> sf_count_t { return Of(self).position; }};
-    }
-
-private:
-    static Target& Of(void* self) { return *static_cast<Target*>(self); }
-
-    static sf_count_t Seek(sf_count_t offset, int whence, void* self) {
-        Target& target = Of(self);
-        if (whence == SEEK_SET) target.position = offset;
-        if (whence == SEEK_CUR) target.position += offset;
-        if (whence == SEEK_END) target.position = target.length + offset;
-        return target.position;
-    }
-
-    sf_count_t Advance(ssize_t count) {
-        if (count <= 0) return 0;
-        position += count;
-        length = std::max(length, position);
-        return count;
-    }
-
-    const GameFile file;
-    sf_count_t position = 0;  // bytes
-    sf_count_t length = 0;    // bytes
-};
-
 struct WaveFile::Handle {
     SNDFILE* file;
 };
 
 WaveFile::WaveFile(const std::string& path, const RingShape& shape, std::string& error) : shape(shape) {
-    SoundFileLibrary& library = Library();
+    SoundFileLibrary& library = Sndfile();
     error = library.library.problem;
     if (!error.empty()) return;
-    target = std::make_unique<Target>(path);
+    target = std::make_unique<SoundFileTarget>(path);
     if (!target->IsOurs()) {
         error = std::generic_category().message(errno);
         return;
@@ -127,7 +62,7 @@ WaveFile::WaveFile(const std::string& path, const RingShape& shape, std::string&
     info.samplerate = static_cast<int>(shape.rate);
     info.channels = static_cast<int>(shape.channels);
     info.format = (shape.channels > 2 ? SF_FORMAT_WAVEX : SF_FORMAT_WAV) | SF_FORMAT_PCM_32;
-    SF_VIRTUAL_IO calls = Target::Calls();
+    SF_VIRTUAL_IO calls = SoundFileTarget::Calls();
     SNDFILE* const file = library.open(&calls, SFM_WRITE, &info, target.get());
     if (file == nullptr) {
         error = library.explain(nullptr);
@@ -142,16 +77,16 @@ WaveFile::WaveFile(const std::string& path, const RingShape& shape, std::string&
 }
 
 WaveFile::~WaveFile() {
-    if (handle) Library().close(handle->file);
+    if (handle) Sndfile().close(handle->file);
 }
 
 bool WaveFile::Write(const std::int32_t* samples, std::uint32_t frames) {
     if (!handle) return false;
-    if (Library().write(handle->file, samples, frames) != frames) return false;
+    if (Sndfile().writeIntegers(handle->file, samples, frames) != frames) return false;
     written += frames;
     sinceHeader += frames;
     if (sinceHeader >= shape.rate / 2) {
-        Library().command(handle->file, SFC_UPDATE_HEADER_NOW, nullptr, 0);
+        Sndfile().command(handle->file, SFC_UPDATE_HEADER_NOW, nullptr, 0);
         sinceHeader = 0;
     }
     return true;

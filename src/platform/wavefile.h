@@ -10,6 +10,8 @@
 
 namespace platform {
 
+class SoundFileTarget;
+
 class WaveFile {
 public:
     /// Replaces what is at `path`. `error` says why it couldn't, and the object is of no use then.
@@ -28,11 +30,10 @@ public:
     bool IsLost() const;
 
 private:
-    class Target;
     struct Handle;
 
     const RingShape shape;
-    std::unique_ptr<Target> target;
+    std::unique_ptr<SoundFileTarget> target;
     std::unique_ptr<Handle> handle;
     std::uint64_t written = 0;      // frames
     std::uint32_t sinceHeader = 0;  // frames
