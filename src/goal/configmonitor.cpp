@@ -5,6 +5,8 @@
 #include <utility>
 
 #include "orb3core/store/configstore.h"
+#include "platform/privileges.h"
+#include "platform/processid.h"
 #include "slib/sxml.h"
 
 namespace goal {
@@ -34,8 +36,8 @@ bool IsInForce(const orb3::Configuration& stored, const orb3::Configuration& inF
 
 }  // namespace
 
-ConfigMonitor::ConfigMonitor(orb3::SharedConfiguration& shared)
-    : Thread("ConfigMonitor", Priority::BelowNormal), shared(shared) {
+ConfigMonitor::ConfigMonitor(orb3::SharedConfiguration& shared, RecordingDesk& recordings)
+    : Thread("ConfigMonitor", Priority::BelowNormal), shared(shared), recordings(recordings) {
     Start();
 }
 
@@ -48,11 +50,20 @@ ConfigMonitor::~ConfigMonitor() {
 void ConfigMonitor::Run() {
     while (!IsStopRequested()) {
         try {
+            CheckRecording(recordings);
             CheckConfiguration(shared);
         } catch (const std::exception&) {  // the next check may fare better
         }
         static_cast<void>(stopping.WaitFor(pauseMilliseconds));  // the loop asks why it ended
     }
+}
+
+void ConfigMonitor::CheckRecording(RecordingDesk& recordings) {
+    if (platform::HasMoreRightsThanItsCaller()) return;
+    const orb3::ConfigStore store(orb3::storeRoot, orb3::ConfigStore::Scope::User);
+    std::optional<RecordingRequest> request = ParseRequest(store.Read(recordingKey, ""));
+    if (request && !platform::IsThisProcess(request->pid, request->startTime)) request.reset();
+    recordings.Ask(request);
 }
 
 // The store is read without a lock, since that can take its time; so what is in force may change meanwhile.

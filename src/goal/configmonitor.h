@@ -5,6 +5,7 @@
 //     store ──every two seconds──> document ── differs from the one in force? ──> pending configuration
 //                                                                                 ──> the server restarts
 
+#include "goal/recordingdesk.h"
 #include "orb3core/settings/sharedconfiguration.h"
 #include "slib/mutex.h"
 #include "slib/thread.h"
@@ -16,8 +17,8 @@ namespace goal {
 /// logged.
 class ConfigMonitor : public slib::Thread {
 public:
-    /// Starts at once. `shared` is borrowed and outlives this object. Throws what Thread::Start throws.
-    explicit ConfigMonitor(orb3::SharedConfiguration& shared);
+    /// Starts at once. Both are borrowed and outlive this object. Throws what Thread::Start throws.
+    ConfigMonitor(orb3::SharedConfiguration& shared, RecordingDesk& recordings);
     /// Stops the thread; waits for a check that is under way.
     ~ConfigMonitor() override;
 
@@ -26,10 +27,15 @@ public:
     /// slib::BadDataException when there is no document that can be used.
     static void CheckConfiguration(orb3::SharedConfiguration& shared);
 
+    /// The same for what is to be recorded of this process, which is the user's to say: a program with more
+    /// rights records nothing.
+    static void CheckRecording(RecordingDesk& recordings);
+
 private:
     void Run() override;
 
     orb3::SharedConfiguration& shared;
+    RecordingDesk& recordings;
     slib::Semaphore stopping;
 };
 

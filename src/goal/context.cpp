@@ -14,7 +14,8 @@ void ReleaseQueues(const EntryTable<Source>& sources) {
 
 }  // namespace
 
-Context::Context(Engine& engine) : engine(engine), number(++engine.contextsMade), server(engine) {
+Context::Context(Engine& engine)
+    : engine(engine), number(++engine.contextsMade), recordings(engine.log), server(engine) {
     if (engine.isStepped) gate.Close();
 }
 

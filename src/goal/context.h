@@ -11,6 +11,7 @@
 #include "goal/configmonitor.h"
 #include "goal/engine.h"
 #include "goal/foldbackmanager.h"
+#include "goal/recordingdesk.h"
 #include "goal/serverthread.h"
 #include "goal/state/enginestate.h"
 #include "slib/mutex.h"
@@ -51,6 +52,7 @@ struct Context {
 
     BlockGate gate;  ///< of the server's blocks
     FoldbackManager foldback;
+    RecordingDesk recordings;
     ServerThread server;
     std::unique_ptr<ConfigMonitor> monitor;  ///< null where nothing is to be watched
 };

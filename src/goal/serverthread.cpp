@@ -106,6 +106,21 @@ private:
     Context& context;
 };
 
+// As long as it lives, the blocks of this run may be recorded.
+class ServerThread::Recorded {
+public:
+    Recorded(Context& context, const Machine& run) : recordings(context.recordings) {
+        recordings.BeginRun({static_cast<std::uint32_t>(run.sampleRate + 0.5), run.blockFrames,
+                             static_cast<unsigned>(run.order), run.outputSetUp.transform.impulses.columns});
+    }
+    ~Recorded() { recordings.EndRun(); }
+    Recorded(const Recorded&) = delete;
+    Recorded& operator=(const Recorded&) = delete;
+
+private:
+    RecordingDesk& recordings;
+};
+
 // The set-up of the first run, which may have to wait for a sound server.
 class ServerThread::Preparation : public slib::Thread {
 public:
@@ -320,7 +335,10 @@ void ServerThread::Perform(Machine& run) {
     SignalStart();
     if (!measurement && engine.configuration.IsChoiceOpen())
         measurement = std::make_unique<Measurement>(engine.configuration);
-    RenderBlocks(run);
+    {
+        const Recorded recorded(*context, run);
+        RenderBlocks(run);
+    }
     ReportRights();
     SetUrgent(run, false);
     if (run.configuration.goalConfig.measureOutputPeak) run.decoder->reportPeak(mainLog);
@@ -394,6 +412,7 @@ void ServerThread::BuildDecoder(Machine& run) {
         settings.useParallelDecoder ? orb3::DecoderMode::Parallel : orb3::DecoderMode::Serial,
         settings.sound == orb3::Sound::Classic ? orb3::Limiting::Plain : orb3::Limiting::Refined,
         run.outputSetUp.feedDelays);
+    run.decoder->SetTap(context->recordings.output);
     run.blockFrames = run.decoder->blockFrames;
     if (run.outputSetUp.pipe->GetWaitedTime() >= 0) run.load.emplace(run.blockFrames / run.sampleRate);
     activeLog->Write("Decoder started (sample rate " + slib::FormatNumber(run.sampleRate * 0.001) + "kHz).",
@@ -625,6 +644,7 @@ void ServerThread::NoteSuspension() {
 
 void ServerThread::WriteBlock(Machine& run) {
     run.isWritten = true;
+    context->recordings.field.Take(run.output.spatial);
     run.feeds.clear();
     if (run.output.lowFrequencyWritten)
         for (const DedicatedOutput& target : run.outputSetUp.bassOutputs)

@@ -64,6 +64,7 @@ public:
 private:
     struct Machine;
     class Equipped;
+    class Recorded;
     class Preparation;
     class Measurement;
 

@@ -1,6 +1,7 @@
 #include "platform/processid.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <iterator>
 #include <sstream>
@@ -35,6 +36,10 @@ std::optional<std::uint64_t> StartTimeOf(pid_t pid) {
 std::uint64_t PidSpaceOf(pid_t pid) {
     struct stat status {};
     return stat((FolderOf(pid) + "/ns/pid").c_str(), &status) == 0 ? status.st_ino : 0;
+}
+
+bool IsThisProcess(pid_t pid, std::uint64_t startTime) {
+    return pid == getpid() && StartTimeOf(pid) == startTime;
 }
 
 }  // namespace platform

@@ -19,4 +19,7 @@ std::optional<std::uint64_t> StartTimeOf(pid_t pid);
 /// when the system doesn't tell.
 std::uint64_t PidSpaceOf(pid_t pid);
 
+/// Whether that is the calling process.
+bool IsThisProcess(pid_t pid, std::uint64_t startTime);
+
 }  // namespace platform

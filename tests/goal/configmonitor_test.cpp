@@ -39,6 +39,7 @@ protected:
     const testing_support::TemporaryStore store;
     testing_support::RecordingLog log;
     orb3::SharedConfiguration shared{&log, testing_support::keepDefaults};
+    RecordingDesk recordings{&log};
 };
 
 TEST_F(Monitor, ADifference_IsHandedToTheServerAndTheLatestWins) {
@@ -100,7 +101,7 @@ TEST_F(Monitor, Thread_LooksEveryTwoSecondsAndEndsAtOnce) {
     orb3::WriteSpeakerConfiguration(whole.substr(0, whole.size() / 2));
     const auto start = std::chrono::steady_clock::now();
     {
-        const ConfigMonitor monitor(shared);
+        const ConfigMonitor monitor(shared, recordings);
         std::this_thread::sleep_for(200ms);
         StoreOrder(1);
         while (!IsRestartRequested())
@@ -111,7 +112,7 @@ TEST_F(Monitor, Thread_LooksEveryTwoSecondsAndEndsAtOnce) {
         EXPECT_EQ(log.Lines(), "");
     }
     const auto beforeEnd = std::chrono::steady_clock::now();
-    delete new ConfigMonitor(shared);
+    delete new ConfigMonitor(shared, recordings);
     EXPECT_LT(std::chrono::steady_clock::now() - beforeEnd, 1s);
 }
 

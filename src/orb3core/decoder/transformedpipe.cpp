@@ -128,6 +128,7 @@ void TransformedPipeUPT::CheckBlock(std::uint32_t frames, std::uint32_t channels
 
 void TransformedPipeUPT::LimitAndWrite(hcml::GenericMatrix<float, 1>& output) {
     NotePeak(limiter->limit(output.data, output.rows, output.columns));
+    if (tap != nullptr) tap->Take(output.data);
     const std::size_t samplesPerPipeBlock = std::size_t{pipeFrames} * output.columns;
     for (std::uint32_t block = 0; block < pipeBlocksPerBlock; ++block)
         pipe->Write(output.data + block * samplesPerPipeBlock, nullptr);

@@ -15,6 +15,7 @@
 #include "numeric/genericmatrix.h"
 #include "orb3core/decoder/blocklimiter.h"
 #include "orb3core/decoder/directfeed.h"
+#include "orb3core/decoder/outputtap.h"
 #include "orb3core/decoder/partitionedtransformer.h"
 #include "orb3core/transform/timedomaintransform.h"
 #include "pipe/pipe.h"
@@ -63,6 +64,9 @@ public:
     /// does at first. Any thread; takes effect with a later block.
     virtual void SetUrgent(bool isUrgent) SLIB_NONBLOCKING { static_cast<void>(isUrgent); }
 
+    /// Who gets the blocks that the pipe gets, from now on; borrowed. Before the first block, once.
+    void SetTap(OutputTap& listener) { tap = &listener; }
+
     /// Writes a line about the greatest sample so far, before limiting, to `log`; nothing after silence.
     void reportPeak(slib::Log* log);
 
@@ -98,6 +102,7 @@ private:
     void NotePeak(float blockPeak);
 
     const std::unique_ptr<BlockLimiter> limiter;
+    OutputTap* tap = nullptr;
     slib::Mutex peakMutex;
     float peak SLIB_GUARDED_BY(peakMutex) = 0;
 };
