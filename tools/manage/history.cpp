@@ -85,7 +85,6 @@ History Parsed(const std::string& text) {
         history.undone.push_back(std::move(history.done.back()));
         history.done.pop_back();
     }
-    std::ranges::reverse(history.undone);
     return history;
 }
 
