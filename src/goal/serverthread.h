@@ -91,7 +91,6 @@ private:
     static const hcml::ac::Bus& Turned(Machine& run);
     void PublishTiming(double rate, std::uint32_t frames);
     void PublishExpectedTiming();
-    void NoteStatus(const Machine& run);
     void SignalStart();
     void RenderBlocks(Machine& run);
     bool NoteOutput(const Machine& run);

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "tools/config/commands.h"
-#include "tools/config/settings.h"
+#include "tools/manage/settings.h"
 
 namespace {
 
@@ -39,7 +39,7 @@ int main(int count, char** arguments) {
          {tool::AddShowCommand, tool::AddSettingCommands, tool::AddDevicesCommand, tool::AddLayoutCommands,
           tool::AddSpeakersCommand, tool::AddHeadCommand, tool::AddHeadphonesCommand,
           tool::AddSpeakerTestCommand, tool::AddCheckCommand, tool::AddDoctorCommand, tool::AddLogCommand,
-          tool::AddGameCommand, tool::AddDocumentCommands})
+          tool::AddGameCommand, tool::AddDocumentCommands, tool::AddUndoCommands, tool::AddMeasureCommand})
         add(program);
     return program.Run(count, arguments);
 }

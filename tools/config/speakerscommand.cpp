@@ -1,25 +1,22 @@
-#include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "library/layoutreader.h"
-#include "library/ownlibrary.h"
-#include "orb3core/library/conversionchoice.h"
-#include "orb3core/setup/layoutselection.h"
+#include "library/roompreview.h"
 #include "slib/files.h"
 #include "slib/text.h"
 #include "tools/config/commands.h"
-#include "tools/config/connection.h"
-#include "tools/config/machine.h"
-#include "tools/config/room.h"
-#include "tools/config/roomstore.h"
-#include "tools/config/selecting.h"
-#include "tools/config/storedvalues.h"
+#include "tools/config/selection.h"
+#include "tools/config/steps.h"
+#include "tools/config/warnings.h"
+#include "tools/manage/connection.h"
+#include "tools/manage/room.h"
+#include "tools/manage/roomstore.h"
+#include "tools/manage/speakers.h"
+#include "tools/manage/storedvalues.h"
 #include "tools/support/nearest.h"
 #include "tools/support/table.h"
 
@@ -34,6 +31,7 @@ constexpr const char* examples = R"(Examples:
   tessarune-config speakers set 2 --gain 0.8
   tessarune-config speakers connect 2
   tessarune-config speakers room attic.txt --name Attic --place 1 28 0 2.4 --place 2 -31 0 2.1
+  tessarune-config speakers room attic.txt --preview
   tessarune-config speakers room attic.txt --apply
   tessarune-config speakers remove Attic
 
@@ -43,37 +41,11 @@ a file, from which 'room FILE --apply' makes the decoder in your own format libr
 struct Options {
     std::string layout, speaker, output, device, file, name;
     std::string gain;
-    bool isForced = false, isApplied = false;
+    bool isForced = false, isApplied = false, isPreviewed = false;
     std::vector<std::string> places;  // four for each speaker
     double distance = 1;
     bool isJson = false;
 };
-
-const Layout& FindLayout(const orb3::Configuration& configuration, const std::string& name) {
-    const orb3::Configuration::LayoutPtr selected = orb3::FindSelectedLayout(configuration);
-    if (name.empty() && selected) return *selected;
-    for (auto layout = configuration.layouts.rbegin(); layout != configuration.layouts.rend(); ++layout)
-        if (!name.empty() && orb3::MakeFormatTag((*layout)->format) == orb3::MakeFormatTag(name))
-            return **layout;
-    throw WrongUse(
-        (name.empty() ? "No layout is in force yet." : "There is no stored layout '" + name + "'.") +
-        " 'tessarune-config select LAYOUT' makes one.");
-}
-
-// The layout as an object to change; `configuration` isn't const.
-Layout& FindLayoutToChange(orb3::Configuration& configuration, const std::string& name) {
-    const Layout& found = FindLayout(configuration, name);
-    for (const auto& layout : configuration.layouts)
-        if (layout.Get() == &found) return *layout;
-    slib::ThrowUnreachable();
-}
-
-void CheckIsWhole(const Layout& layout) {
-    if (layout.channels.size() == layout.speakers.size()) return;
-    throw slib::BadDataException("The stored layout '" + layout.format +
-                                 "' has different numbers of speakers and outputs. 'tessarune-config select "
-                                 "LAYOUT' makes it anew.");
-}
 
 Cell Figure(double value, int digits = 6) {
     return {slib::FormatNumber(value, digits), value};
@@ -115,35 +87,7 @@ void Show(const Options& options) {
     table.PrintAligned(std::cout, "  ");
     std::cout << "Angles are in degrees, positive to the left and upwards. Only the ratios of the distances "
                  "count.\n";
-    WarnOfBassOutputs(layout);
-}
-
-// The outputs of the layout's device, where that is there.
-std::vector<std::string> OutputsOf(const Layout& layout, const orb3::Frameworks& frameworks) {
-    if (layout.pipeDevice.empty())
-        throw WrongUse(
-            "'" + layout.format +
-            "' isn't connected to a device yet. Connect it: tessarune-config speakers connect DEVICE.");
-    const Output output = FindOutput(frameworks, layout.pipeDevice);
-    return orb3::PlaybackChannelNames(*output.device);
-}
-
-std::string FindOutputName(const std::vector<std::string>& outputs, const std::string& name) {
-    if (const auto found = orb3::FindChannel(outputs, name)) return outputs[*found];
-    if (const auto found = FindMeant(outputs, name)) return outputs[*found];
-    std::string known;
-    for (const std::string& output : outputs)
-        known += (known.empty() ? "" : ", ") + output;
-    throw WrongUse("The output must be one of " + known + ", not '" + name + "'." +
-                   DidYouMean(outputs, name));
-}
-
-// The speaker that had the output gets the one that is given up, for one output can't play two speakers.
-void Connect(Layout& layout, std::size_t speaker, const std::string& output) {
-    std::string& own = layout.channels[speaker].pipePlaybackChannel;
-    for (orb3::spk::Channel& channel : layout.channels)
-        if (channel.pipePlaybackChannel == output) channel.pipePlaybackChannel = own;
-    own = output;
+    PrintWarnings(BassWarnings(layout));
 }
 
 void Set(const Options& options) {
@@ -155,36 +99,13 @@ void Set(const Options& options) {
     if (!options.gain.empty() && (!gain || *gain < 0))
         throw WrongUse("--gain must be a number of 0 or more, or of decibels as -6dB, not '" + options.gain +
                        "'.");
-    ErrorsToTerminal log;
-    const orb3::Frameworks frameworks = MakeFrameworks(log);
-    ChangeDocument(
-        [&](orb3::Configuration& configuration) {
-            Layout& layout = FindLayoutToChange(configuration, options.layout);
-            CheckIsWhole(layout);
-            const std::size_t speaker = FindSpeaker(layout, options.speaker);
-            if (gain) layout.channels[speaker].gain = *gain;
-            if (!options.output.empty())
-                Connect(layout, speaker, FindOutputName(OutputsOf(layout, frameworks), options.output));
-        },
-        options.isForced ? Force::Yes : Force::No);
+    ChangeSpeaker({options.layout, options.speaker, options.output, gain},
+                  options.isForced ? Force::Yes : Force::No);
     Show(options);
 }
 
 void ConnectAll(const Options& options) {
-    ErrorsToTerminal log;
-    const Output output = FindOutput(MakeFrameworks(log), options.device);
-    const std::uint32_t available = output.device->GetPlaybackChannelCount();
-    ChangeDocument([&](orb3::Configuration& configuration) {
-        Layout& layout = FindLayoutToChange(configuration, options.layout);
-        if (layout.channels.size() > available)
-            throw WrongUse("'" + layout.format + "' needs " + std::to_string(layout.channels.size()) +
-                           " outputs, but '" + output.device->id + "' has " + std::to_string(available) +
-                           ". 'tessarune-config devices' lists the devices.");
-        layout.pipeFramework = output.framework->GetId();
-        layout.pipeDevice = output.device->id;
-        CheckIsWhole(layout);
-        ConnectTo(*output.device, layout);
-    });
+    ConnectAllSpeakers(options.layout, options.device);
     Show(options);
 }
 
@@ -209,22 +130,19 @@ std::vector<MeasuredSpeaker> Measured(const Layout& layout, const std::vector<st
 }
 
 void AddRoom(const std::string& file) {
-    std::ifstream stream(file);
-    if (!stream) throw slib::OperatingSystemErrnoException("Unable to open '" + file + "'.");
-    const design::SpeakerLayout room = design::ReadLayout(stream, file);
-    StoreRoom(room);
+    const design::SpeakerLayout room = ReadRoom(file);
+    {
+        Progress progress("Designing the decoders of '" + room.name + "'");
+        StoreRoom(room, StepsOf(progress));
+    }
     std::cout << "'" << room.name << "' with " << room.speakers.size()
               << " speakers is in your library. 'tessarune-config select' puts it in force:\n"
                  "  tessarune-config select '"
               << room.name << "'\n";
 }
 
-// Of the user's own library; the settings keep what they have of it.
-void RemoveRoom(const std::string& name) {
-    ChangeOwnLibrary([&](orb3::fl::LayeredLibrarian& library) {
-        if (!design::RemoveOwnRoom(orb3::MakeFormatTag(name), library))
-            throw WrongUse("Your library has no room '" + name + "'. 'tessarune-config layouts' lists all.");
-    });
+void Remove(const std::string& name) {
+    RemoveRoom(name);
     std::cout << "The room '" << name << "' is removed.\n";
 }
 
@@ -241,35 +159,50 @@ void WriteRoom(const Options& options) {
               << "  tessarune-config speakers room '" << options.file << "' --apply\n";
 }
 
-// Gains that a file has, which the library doesn't hold.
-void SetGains(const std::string& name, const design::SpeakerLayout& room) {
-    if (std::ranges::all_of(room.speakers, [](const auto& speaker) { return speaker.gain == 1; })) return;
-    ChangeDocument(
-        [&](orb3::Configuration& configuration) {
-            Layout& layout = FindLayoutToChange(configuration, name);
-            for (std::size_t i = 0; i < std::min(layout.channels.size(), room.speakers.size()); ++i)
-                layout.channels[i].gain = room.speakers[i].gain;
-        },
-        Force::Yes);
+void Apply(const Options& options) {
+    RoomInUse use{ReadRoom(options.file), options.device, {}};
+    if (!options.name.empty()) use.room.name = options.name;
+    Layout layout;
+    {
+        Progress progress("Designing the decoders of '" + use.room.name + "'");
+        layout = ApplyRoom(use, StepsOf(progress));
+    }
+    PrintSelection(layout);
 }
 
-void ApplyRoom(const Options& options) {
-    std::ifstream stream(options.file);
-    if (!stream) throw slib::OperatingSystemErrnoException("Unable to open '" + options.file + "'.");
-    design::SpeakerLayout room = design::ReadLayout(stream, options.file);
-    if (!options.name.empty()) room.name = options.name;
-    const LayoutChoice choice{room.name, options.device, ""};
-    CheckOutputs(choice, room.speakers.size());
-    StoreRoom(room);
-    SelectLayout(choice);
-    SetGains(room.name, room);
+void AddPreview(const std::string& plane, const std::vector<design::PreviewPoint>& points, Table& table) {
+    for (const design::PreviewPoint& point : points)
+        table.AddRow({plane, Figure(point.angle), Number(point.level, 1), Number(point.sharpness, 2),
+                      Number(point.error, 1)});
+}
+
+// What a decoder does that isn't fitted yet.
+void Preview(const Options& options) {
+    constexpr unsigned step = 15;  // degrees
+    const auto order = static_cast<unsigned>(PeekDocument().goalConfig.order);
+    const design::RoomPreview preview = design::PreviewRoom(ReadRoom(options.file), order, step);
+    Table table({{"PLANE", "plane"},
+                 {"ANGLE", "angle", true},
+                 {"LEVEL", "level", true},
+                 {"SHARPNESS", "sharpness", true},
+                 {"ERROR", "error", true}});
+    AddPreview("horizontal", preview.horizontal, table);
+    AddPreview("vertical", preview.vertical, table);
+    if (options.isJson) return PrintJson({{"order", order}, {"preview", table.ToJson()}});
+    table.PrintAligned(std::cout);
+    std::cout << "Of order " << order
+              << ", before the decoder is fitted, so the design is better than this. Angles are to the left "
+                 "on the horizon, and upwards from ahead. The level is in dB; the sharpness is 1 for a "
+                 "source that plays by one speaker, and 0 for one from all around; the error is how far off "
+                 "it sounds, in degrees.\n";
 }
 
 // A file that was measured elsewhere, or edited, stays as it is.
 void MakeRoom(const Options& options) {
+    if (options.isPreviewed) return Preview(options);
     const bool isThere = std::filesystem::exists(options.file);
     if (!options.isApplied || !isThere || !options.places.empty()) WriteRoom(options);
-    if (options.isApplied) ApplyRoom(options);
+    if (options.isApplied) Apply(options);
 }
 
 void AddSetCommand(CLI::App& speakers, const std::shared_ptr<Options>& options) {
@@ -293,8 +226,12 @@ void AddRoomCommand(CLI::App& speakers, const std::shared_ptr<Options>& options)
         "room", "Write the places of the speakers to a file, or make a decoder from one.");
     room->add_option("FILE", options->file, "The text to edit; with --apply JSON too")->required();
     room->add_option("--name", options->name, "The new layout's name");
-    room->add_flag("--apply", options->isApplied,
-                   "Make the decoder of the room in FILE, and put it in force");
+    CLI::Option* apply = room->add_flag("--apply", options->isApplied,
+                                        "Make the decoder of the room in FILE, and put it in force");
+    room->add_flag("--preview", options->isPreviewed,
+                   "Print how the room in FILE would sound in each direction; nothing is made")
+        ->excludes(apply);
+    AddJsonFlag(*room, options->isJson);
     room->add_option("--device", options->device, "With --apply: connect it to this device");
     room->add_option("--place", options->places, "SPEAKER AZIMUTH ELEVATION DISTANCE, as often as needed")
         ->type_size(4)
@@ -312,7 +249,7 @@ void AddRoomCommand(CLI::App& speakers, const std::shared_ptr<Options>& options)
     add->callback([options] { AddRoom(options->file); });
     CLI::App* remove = speakers.add_subcommand("remove", "Remove a room from your own library.");
     remove->add_option("NAME", options->name, "Its name")->required();
-    remove->callback([options] { RemoveRoom(options->name); });
+    remove->callback([options] { Remove(options->name); });
 }
 
 }  // namespace
