@@ -23,5 +23,7 @@ void AddGameCommand(Program& program);
 void AddDocumentCommands(Program& program);
 void AddUndoCommands(Program& program);
 void AddMeasureCommand(Program& program);
+void AddTrackerCommand(Program& program);
+void AddRecordCommand(Program& program);
 
 }  // namespace tool
