@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 
@@ -19,6 +20,21 @@ bool IsPrintable(const std::string& text) {
                                 [](char c) { return static_cast<unsigned char>(c) < ' ' || c == 0x7F; });
 }
 
+void CheckNumbers(const tool::GameStatus& status) {
+    Check(status.outputs.size() <= Layout::mostOutputs && status.effects.size() <= Layout::mostEffects &&
+          status.sources.size() <= Layout::mostSources);
+    const auto isLevel = [](double value) { return value >= 0 && value <= 1e6; };
+    Check(isLevel(status.greatestLoad) && isLevel(status.loadMean) && isLevel(status.loadMax) &&
+          isLevel(status.greatestPeak) && status.limiterGain > 0 && status.limiterGain <= 1);
+    for (const tool::GameOutput& output : status.outputs)
+        Check(IsPrintable(output.name) && isLevel(output.peak) && isLevel(output.rms));
+    for (const tool::GameEffect& effect : status.effects)
+        Check(isLevel(effect.gain));
+    for (const tool::GameSource& source : status.sources)
+        Check(isLevel(source.level) && source.distance >= 0 && source.distance <= 1e12 &&
+              std::ranges::max({std::fabs(source.x), std::fabs(source.y), std::fabs(source.z)}) <= 1);
+}
+
 }  // namespace
 
 // The input is a page from its version on, what it lacks is 0.
@@ -29,6 +45,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                 page.begin() + Layout::version.at);
     const std::optional<tool::GameStatus> status = tool::ParseStatusPage(page);
     if (!status) return 0;
+    CheckNumbers(*status);
     const std::array<std::pair<const std::string&, goal::StatusText>, 7> texts{
         {{status->program, Layout::program},
          {status->libraryVersion, Layout::libraryVersion},

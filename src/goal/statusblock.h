@@ -45,7 +45,7 @@ struct StatusBlock {
     std::uint32_t sourcesPlaying = 0;  ///< which may be more than are listed
     float load = 0;                    ///< of this block, of the time that it plays
     float loadMean = 0, loadMax = 0;   ///< of late
-    std::uint32_t latencyFrames = 0;   ///< from the renderer to the ear
+    std::uint32_t latencyFrames = 0;   ///< from a call to the ear
     std::uint32_t ringFrames = 0, serverFrames = 0;
     float limiterGain = 1;
     bool isOutputAway = false;

@@ -139,7 +139,8 @@ void StatusReport::NoteOutput() {
     block.lateBlocks = state.lateBlocks;
     block.ringFrames = state.ringFrames;
     block.serverFrames = state.serverFrames;
-    block.latencyFrames = ahead - std::min(ahead, decoder.blockFrames) + decoder.LatencyFrames();
+    // What a game does waits for half a block at the mean, and then lies behind all but its own block.
+    block.latencyFrames = ahead - std::min(ahead, decoder.blockFrames / 2) + decoder.LatencyFrames();
     block.isOutputAway = state.isAway;
     block.limiterGain = decoder.ReadLevels(block.outputs);
 }

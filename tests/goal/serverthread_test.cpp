@@ -4,6 +4,7 @@
 #include "goal/serverthread.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -11,6 +12,7 @@
 #include <chrono>
 #include <cmath>
 #include <functional>
+#include <span>
 #include <string>
 #include <thread>
 #include <utility>
@@ -19,6 +21,8 @@
 #include "AL/al.h"
 #include "goal/context.h"
 #include "goal/loadmeter.h"
+#include "goal/statusfiles.h"
+#include "goal/statuspage.h"
 #include "orb3core/store/configstore.h"
 #include "pipe/pipeexception.h"
 #include "tests/support/defaultdocument.h"
@@ -42,6 +46,7 @@ public:
     int filterOrder = 0;
     int renderedOrder = 0;
     std::array<float, 2> lastFrame{};
+    audiopipe::OutputState outputState;
     std::atomic<int> blocks{0}, runs{0}, hastyBlocks{0};
     bool isRoomAwaited = false;  // since the last block
     std::string destroyed;
@@ -96,6 +101,7 @@ private:
         }
         void AwaitRoom(std::uint32_t) override { owner.isRoomAwaited = true; }
         double GetWaitedTime() const override { return owner.waited; }
+        audiopipe::OutputState GetOutputState() const override { return owner.outputState; }
         ScriptedMachinery& owner;
         bool isAsked = false;
     };
@@ -335,6 +341,42 @@ TEST_F(ServerThreadTest, ARunThatFails_IsBuiltAnewOnWhatWorkedWhileSourcesMoveOn
     isBroken = false;
     AwaitBlocks(5);
     EXPECT_TRUE(log.Has("E:Exception: The output went."));
+}
+
+// The page of this process, by its layout: half of what the renderer makes comes out, of blocks that take a
+// millisecond and play for ten.
+TEST_F(ServerThreadTest, Status_TellsHowTheRunFaresUntilItEnds) {
+    using Layout = StatusLayout;
+    StatusPage page;
+    page.Publish();
+    engine.status = &page;
+    const std::string file = store.folder.path / "runtime" / "HollowbrookLabs" / StatusFileName(getpid());
+    std::string bytes;
+    const auto read = [&](auto field) {
+        bytes = testing_support::ReadFile(file);
+        return Get(std::as_bytes(std::span(bytes)), field);
+    };
+    machinery.outputState = {1500, 500, 3, true};
+    machinery.waited = 0;
+    auto context = StartContext();
+    AwaitBlocks(20);
+    EXPECT_EQ(read(Layout::ringFrames), 1500U);
+    EXPECT_EQ(read(Layout::serverFrames), 500U);
+    EXPECT_EQ(read(Layout::latencyFrames), 1744U);  // half a block less, which is the last of them
+    EXPECT_EQ(read(Layout::flags), Layout::outputAway);
+    EXPECT_EQ(read(Layout::outputCount), 2U);
+    EXPECT_EQ(read(StatusOutputFields(1).name), "R");
+    EXPECT_NEAR(read(StatusOutputFields(1).peak), 0.5F, 1e-4F);
+    EXPECT_GT(read(Layout::loadMean), 0.02F);
+    EXPECT_GE(read(Layout::greatestLoad), read(Layout::loadMean));
+    RequestRestart([](orb3::GoalConfig&) {});
+    AwaitBlocks(20);
+    EXPECT_EQ(read(Layout::lateBlocks), 6U);
+    context->server.End();
+    EXPECT_EQ(read(Layout::outputCount), 0U);
+    EXPECT_EQ(read(Layout::lateBlocks), 6U);
+    EXPECT_NEAR(read(Layout::greatestPeak), 0.5F, 1e-4F);
+    page.Withdraw();
 }
 
 // Blocks play for a tenth of a millisecond and take ten times as long, until there are no effects.

@@ -4,13 +4,26 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
+#include <cmath>
 #include <functional>
+#include <numbers>
+#include <thread>
+#include <tuple>
+#include <utility>
 
+#include "AL/tessarune.h"
+#include "goal/context.h"
+#include "goal/outputmachinery.h"
 #include "goal/statusfiles.h"
 #include "goal/statuspage.h"
 #include "platform/processid.h"
+#include "tests/support/defaultdocument.h"
 #include "tests/support/process.h"
+#include "tests/support/recording.h"
+#include "tests/support/recordinglog.h"
 #include "tests/support/temporaryfolder.h"
+#include "tools/support/statusjson.h"
 
 namespace {
 
@@ -92,6 +105,129 @@ TEST_F(StatusPages, Fork_LeavesThePageToTheParentAndWhatADeadChildLeavesIsRemove
     page.Withdraw();
 }
 
+// A block whose every value is the number of the change.
+goal::StatusBlock BlockOf(std::uint32_t number) {
+    goal::StatusBlock block;
+    const auto value = static_cast<float>(number);
+    block.ringFrames = block.serverFrames = block.latencyFrames = number;
+    block.outputs.fill({value, value * value});
+    block.sourceCount = StatusLayout::mostSources;
+    block.sources.fill({.number = number, .distance = value, .meanSquare = value * value});
+    return block;
+}
+
+TEST_F(StatusPages, Read_WhileBlocksAreWritten_SeesAWholeOne) {
+    page.Publish();
+    goal::StatusShare share;
+    page.NoteOutput({"Speakers", "Quad", 48000, 256, 3, std::vector<std::string>(32, "O")}, share);
+    std::atomic<bool> isOver{false};
+    std::thread writer([&] {
+        for (std::uint32_t number = 1; !isOver; number = number % 1000 + 1) {
+            page.NoteBlock(BlockOf(number), share);
+            std::this_thread::sleep_for(std::chrono::microseconds(20));
+        }
+    });
+    std::uint64_t last = 0;
+    for (int i = 0; i < 300; ++i) {
+        const GameStatus game = OfThisProcess().at(0);
+        EXPECT_GE(game.blocks, std::exchange(last, game.blocks));
+        const double number = game.ringFrames;
+        for (const tool::GameOutput& output : game.outputs)
+            ASSERT_EQ(std::pair(output.peak, output.rms), std::pair(number, number));
+        for (const tool::GameSource& source : game.sources)
+            ASSERT_EQ(std::tuple(source.number, source.distance, source.level),
+                      std::tuple(game.ringFrames, number, number));
+    }
+    isOver = true;
+    writer.join();
+    EXPECT_GT(last, 1U);
+    page.Withdraw();
+}
+
+TEST_F(StatusPages, SeveralRuns_AddUpAndTheLastThatBeganIsShown) {
+    page.Publish();
+    goal::StatusShare first, second;
+    const auto play = [&](goal::StatusShare& share, std::uint32_t sources, std::uint32_t late, float peak) {
+        goal::StatusBlock block;
+        block.sourcesPlaying = sources;
+        block.lateBlocks = late;
+        block.outputs[0].peak = peak;
+        page.NoteBlock(block, share);
+    };
+    page.NoteOutput({"One", "Mono", 48000, 256, 1, {"M"}}, first);
+    page.NoteOutput({"Two", "Mono", 48000, 256, 1, {"M"}}, second);
+    play(first, 5, 2, 0.5F);
+    play(second, 3, 1, 0.25F);
+    play(first, 4, 4, 0.5F);
+    GameStatus game = OfThisProcess().at(0);
+    EXPECT_EQ(std::tuple(game.sourcesPlaying, game.mostPlaying, game.lateBlocks, game.blocks),
+              std::tuple(7U, 8U, 5U, 3U));
+    EXPECT_EQ(std::pair(game.greatestPeak, game.outputs.at(0).peak), std::pair(0.5, 0.25));
+    page.NoteRunEnd(second);
+    EXPECT_TRUE(page.IsFree());
+    page.NoteRunEnd(first);
+    game = OfThisProcess().at(0);
+    EXPECT_EQ(std::tuple(game.sourcesPlaying, game.lateBlocks, game.outputs.size()), std::tuple(0U, 5U, 0U));
+    page.Withdraw();
+}
+
+// A tone of amplitude 0.5 at double the reference distance, on the right and a little behind. The file that
+// the sound goes into is what the levels of the outputs are held against.
+TEST_F(StatusPages, Levels_AreThoseOfAToneInTheOutput) {
+    const std::string file = store.folder.path / "out.wav";
+    orb3::ConfigStore settings{orb3::storeRoot, orb3::ConfigStore::Scope::User};
+    settings.Write("/Platform/Output", "WaveFile");
+    settings.Write("/Platform/WaveFile", file);
+    settings.Write("/Platform/WaveFilePace", "Unpaced");
+    settings.Write("/Platform/SpeakerSetting", "Quad");
+    testing_support::StoreDocument();
+    testing_support::RecordingLog log;
+    goal::OutputMachinery machinery;
+    goal::Engine engine{&log, &machinery, testing_support::keepDefaults};
+    engine.status = &page;
+    engine.isStepped = true;
+    page.Publish();
+    std::vector<float> tone(480);
+    for (std::size_t i = 0; i < tone.size(); ++i)
+        tone[i] = static_cast<float>(0.5 * std::sin(2 * std::numbers::pi * static_cast<double>(i) / 48));
+    goal::Buffer buffer(1, AL_FORMAT_MONO_FLOAT32, 48000, tone.data(), 480 * sizeof(float), true);
+    goal::Context context(engine);
+    context.server.Start(context, 48000);
+    {
+        const slib::Lock lock(context.stateMutex);
+        goal::Source source;
+        source.queue.append(&buffer);
+        source.looping = true;
+        static_cast<goal::SourceBaseParameters&>(source).position = {1.6F, 0, 1.2F};
+        source.state = goal::SourceState::Playing;
+        context.application.touched.Insert(context.application.sources.Take(source));
+    }
+    for (int passed = 0; passed < 2 * 48000;)
+        passed += static_cast<int>(context.gate.LetOneThrough(10'000).frames);
+    const GameStatus game = OfThisProcess().at(0);
+    ASSERT_EQ(game.sources.size(), 1U);
+    const tool::GameSource& heard = game.sources[0];
+    EXPECT_EQ(heard.number, 1U);
+    EXPECT_NEAR(heard.x, 0.8, 1e-4);
+    EXPECT_NEAR(heard.y, 0, 1e-4);
+    EXPECT_NEAR(heard.z, 0.6, 1e-4);
+    EXPECT_NEAR(heard.distance, 2, 1e-4);
+    EXPECT_NEAR(tool::Decibels(heard.level), 20 * std::log10(0.25 / std::sqrt(2)), 0.1);
+    context.server.End();
+    const testing_support::Recording recording = testing_support::ReadWaveFile(file, 4);
+    ASSERT_GE(recording.Frames(), 84000U);
+    const std::vector<double> levels = recording.Levels({60000, 84000});
+    ASSERT_EQ(game.outputs.size(), 4U);
+    for (std::size_t c = 0; c < 4; ++c)
+        EXPECT_NEAR(tool::Decibels(game.outputs[c].rms), tool::Decibels(levels[c]), 0.1) << c;
+    EXPECT_NEAR(game.outputs[3].peak, levels[3] * std::sqrt(2), levels[3] * 0.01);
+    EXPECT_EQ(game.outputs[3].name, "BR");
+    const tool::Json document = tool::GamesJson({game});
+    EXPECT_EQ(document.at("games")[0].at("sources")[0].at("z"), 0.6);
+    EXPECT_EQ(document.at("games")[0].at("limiterGain"), 0);
+    page.Withdraw();
+}
+
 struct Damage {
     const char* name;
     std::function<void(std::string&)> make;
@@ -112,16 +248,17 @@ TEST_P(DamagedPage, Read_RefusesWhatIsNoPage) {
 
 INSTANTIATE_TEST_SUITE_P(
     Pages, DamagedPage,
-    testing::Values(Damage{"Whole", [](std::string&) {}, true},
-                    Damage{"Empty", [](std::string& bytes) { bytes.clear(); }, false},
-                    Damage{"Cut", [](std::string& bytes) { bytes.pop_back(); }, false},
-                    Damage{"TooLong", [](std::string& bytes) { bytes += ' '; }, false},
-                    Damage{"OfAnotherKind", [](std::string& bytes) { bytes[0] = 'x'; }, false},
-                    Damage{"OfAnotherVersion", [](std::string& bytes) { bytes[8] = 2; }, false},
-                    Damage{"OfAnotherSize", [](std::string& bytes) { bytes[13] = 1; }, false},
-                    Damage{"InTheMiddleOfAChange", [](std::string& bytes) { ++bytes[20]; }, true},
-                    Damage{"FullOfText", [](std::string& bytes) { bytes.replace(64, 4032, 4032, 'x'); },
-                           true}),
+    testing::Values(
+        Damage{"Whole", [](std::string&) {}, true},
+        Damage{"Empty", [](std::string& bytes) { bytes.clear(); }, false},
+        Damage{"Cut", [](std::string& bytes) { bytes.pop_back(); }, false},
+        Damage{"TooLong", [](std::string& bytes) { bytes += ' '; }, false},
+        Damage{"OfAnotherKind", [](std::string& bytes) { bytes[0] = 'x'; }, false},
+        Damage{"OfAnotherVersion", [](std::string& bytes) { bytes[8] = 2; }, false},
+        Damage{"OfAnotherSize", [](std::string& bytes) { bytes[13] = 1; }, false},
+        Damage{"InTheMiddleOfAChange", [](std::string& bytes) { ++bytes[20]; }, true},
+        Damage{"FullOfNoNumbers", [](std::string& bytes) { bytes.replace(64, 4032, 4032, '\xFF'); }, true},
+        Damage{"FullOfText", [](std::string& bytes) { bytes.replace(64, 4032, 4032, 'x'); }, true}),
     [](const auto& row) { return std::string(row.param.name); });
 
 }  // namespace
