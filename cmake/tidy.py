@@ -1,18 +1,18 @@
 #!/usr/bin/env python3
 """Runs clang-tidy over the sources that changed since they were last found clean.
 
-    tidy.py BUILD_TREE [--all] [--deep] [SOURCE...]
+    tidy.py BUILD_TREE [--all] [--deep] [--times] [SOURCE...]
 
 For ./dev lint, which has built BUILD_TREE before: from there come the command of each source and the headers that
 it read. Checked are src, library, tools and fuzz by all of .clang-tidy; benches, which no other gate compiles,
 by clang's own warnings alone. A source that was clean leaves a stamp in the build tree: the digest of all that
 decided, which is clang-tidy's version, the rules, the command, and the source with its headers. --all looks at no stamp.
 The analyser works in its shallow mode, which takes half the time of all; with --deep it follows all paths.
-SOURCE, by its path in the tree, limits all of it to these.
+--times lists how long each group took, the longest first. SOURCE, by its path in the tree, limits all of it to these.
 
-Most of the time goes into the headers of others, so sources of one command are checked as one text, one behind the
-other (cmake/together.py), with other names for those that two of them declare for themselves. Where that text has a
-finding, or doesn't compile, its sources are checked one by one, and that decides.
+Most of the time goes into the headers of others, so sources are checked as one text, one behind the other
+(cmake/together.py), with other names for those that two of them declare for themselves. Where that text has a finding,
+or doesn't compile, each half of its sources is, down to single ones, and they decide.
 """
 
 import argparse
@@ -21,9 +21,11 @@ import hashlib
 import json
 import os
 import pathlib
+import re
 import shlex
 import subprocess
 import sys
+import time
 from concurrent.futures import ThreadPoolExecutor
 
 import together
@@ -34,9 +36,9 @@ COMPILED_ONLY = ("bench",)
 LOCKS_CHECKED = ("src", "library", "tools")
 # The analyser follows the designer's matrices into Eigen, and takes blocks of it for leaked or not set.
 NOT_ANALYSED = ("library",)
-# Benches take no time, and all fuzz targets define the same function.
-ALONE = COMPILED_ONLY + ("fuzz",)
-TOGETHER = 16
+TOGETHER = 32
+# Options that lead to no other text: of code that isn't made here, and include roots, which lead to other names each.
+NO_MATTER = re.compile(r"-(O\d|fPI[CE]|falign-loops=\d+|ftls-model=[\w-]+|I.*|isystem .*)$")
 SHALLOW = [f"--extra-arg={word}" for word in ("-Xclang", "-analyzer-config", "-Xclang", "mode=shallow")]
 
 
@@ -101,20 +103,30 @@ def checker(build, tree, name, command, is_deep):
     return ["clang-tidy", "--quiet", *options, str(tree / name), "--", *words[compiler:output]], build
 
 
+def options_of(check_command):
+    """The words of a command; an include root of others is one with its option."""
+    words = iter(check_command)
+    return [f"{word} {next(words)}" if word == "-isystem" else word for word in words]
+
+
 def groups_of(due, tree):
-    """The due sources that may be checked as one text: of one command but for include roots, which lead to other names
-    each. Those of programs may have names of their own in common, as each command has its options and its work."""
-    names = {tree / name: name for name in due}
+    """The due sources that may be checked as one text: of one command but for what doesn't matter, and for macros of which
+    no two have different values."""
+    options = {tree / name: options_of(due[name][2]) for name in due}
+    values = {}
+    for word in {word for words in options.values() for word in words if word.startswith("-D")}:
+        values.setdefault(word.partition("=")[0], []).append(word)
+    common = {words[0] for words in values.values() if len(words) == 1}
 
     def kind(source):
-        return [word for word in due[names[source]][2] if word != str(source) and not word.startswith("-I")]
+        is_of_targets = "foreach_target" in source.read_text()
+        return is_of_targets, [word for word in options[source]
+                               if word != str(source) and not NO_MATTER.match(word) and word not in common]
 
-    alone = [name for name in due if name.startswith(ALONE)]
-    found = []
-    for of_programs in (True, False):
-        some = [tree / name for name in due if not name.startswith(ALONE) and name.startswith("tools") == of_programs]
-        found += [[names[source] for source in group] for group in together.groups(some, kind, TOGETHER, of_programs)]
-    return [[name] for name in alone] + found
+    benches = [source for source in options if source.is_relative_to(tree / "bench")]
+    others = [source for source in options if source not in benches]
+    found = together.groups(benches, kind, TOGETHER) + together.groups(others, kind, TOGETHER, may_meet=True)
+    return [[str(source.relative_to(tree)) for source in group] for group in found]
 
 
 def key_of(check_command, command, files, digests, common):
@@ -137,8 +149,9 @@ def check(name, check_command, folder, is_told=True):
     return run.returncode == 0
 
 
-def one_text(texts):
-    """The texts end to end. What an earlier one includes isn't included again; what one includes twice stays a finding."""
+def one_text(texts, unit):
+    """The texts end to end, for that file. What an earlier one includes isn't included again; what one includes twice stays
+    a finding. What is read once for each vector target is the whole file."""
     included = set()
     result = []
     for text in texts:
@@ -146,16 +159,17 @@ def one_text(texts):
         own = {line for line in lines if line.startswith("#include")}
         result += ["" if line in own & included else line for line in lines]
         included |= own
-    return "\n".join(result) + "\n"
+    return re.sub('(?<=^#define HWY_TARGET_INCLUDE )".*"', f'"{unit}"', "\n".join(result), flags=re.MULTILINE) + "\n"
 
 
 def check_together(members, due, tree, stamps):
     """Checks sources of a group as one text. True for nothing found."""
     _, _, check_command, folder = due[members[0]]
-    roots = dict.fromkeys(word for name in members for word in due[name][2] if word.startswith("-I"))
-    check_command = [word for word in check_command if not word.startswith("-I")] + list(roots)
+    wanted = dict.fromkeys(option for name in members for option in options_of(due[name][2])
+                           if option.startswith(("-I", "-isystem", "-D")))
+    check_command = check_command + [word for option in wanted for word in option.split(" ", 1)]
     unit = stamps / ("unit__" + members[0].replace("/", "__"))
-    unit.write_text(one_text(together.apart([(tree / name).read_text() for name in members])))
+    unit.write_text(one_text(together.apart([(tree / name).read_text() for name in members]), unit))
     source = str(tree / members[0])
     is_clean = check(members[0], [str(unit) if word == source else word for word in check_command], folder, is_told=False)
     unit.unlink()
@@ -167,6 +181,7 @@ def main():
     parser.add_argument("build", type=pathlib.Path)
     parser.add_argument("--all", action="store_true")
     parser.add_argument("--deep", action="store_true")
+    parser.add_argument("--times", action="store_true")
     parser.add_argument("sources", nargs="*")
     arguments = parser.parse_intermixed_args()
     tree = pathlib.Path(__file__).resolve().parent.parent
@@ -196,13 +211,24 @@ def main():
         if arguments.all or key is None or not stamp.is_file() or stamp.read_text() != key:
             due[name] = (stamp, key, check_command, folder)
 
+    def clean_of(members):
+        """Those in which nothing is found."""
+        if len(members) == 1:
+            return members if check(members[0], *due[members[0]][2:]) else []
+        if check_together(members, due, tree, stamps):
+            return members
+        half = len(members) // 2
+        clean = clean_of(members[:half]) + clean_of(members[half:])
+        if clean == members:
+            print(f"Clean in two halves, but not as one text: {' '.join(members)}", file=sys.stderr, flush=True)
+        return clean
+
+    times = []
+
     def run(members):
-        if len(members) > 1 and check_together(members, due, tree, stamps):
-            clean = members
-        else:
-            clean = [name for name in members if check(name, *due[name][2:])]
-            if len(members) > 1 and clean == members:
-                print(f"Clean one by one, but not as one text: {' '.join(members)}", file=sys.stderr, flush=True)
+        start = time.monotonic()
+        clean = clean_of(members)
+        times.append(f"{time.monotonic() - start:6.1f} s  {members[0]} and {len(members) - 1} more")
         for name in clean:
             stamp, key, _, _ = due[name]
             if key is not None:
@@ -213,6 +239,8 @@ def main():
     print(f"lint looks at {len(due)} sources, in {len(groups)} groups.", file=sys.stderr, flush=True)
     with ThreadPoolExecutor(os.cpu_count()) as pool:
         results = list(pool.map(run, groups))
+    if arguments.times:
+        print("\n".join(sorted(times, reverse=True)))
     return 0 if all(results) else 1
 
 

@@ -17,17 +17,17 @@ MOST = 8
 
 
 def own_names(text):
-    """{name that a source declares in its unnamed namespace: the line, of an alias, or None}. Our format sets such names
-    at the start of a line."""
-    names = {}
-    for part in re.findall(r"^namespace \{$(.*?)^\}  // namespace$", text, re.DOTALL | re.MULTILINE):
+    """{name that a source declares in its unnamed namespace, in that of a vector target, or for a program's entry: the
+    line, of an alias, or None}. Our format sets such names at the start of a line."""
+    names = dict.fromkeys(re.findall(r'^(?:extern "C" )?int (main|LLVMFuzzerTestOneInput)\(', text, re.MULTILINE))
+    for part in re.findall(r"^namespace (?:[\w:]+HWY_NAMESPACE )?\{$(.*?)^\}  // namespace", text, re.DOTALL | re.MULTILINE):
         for line in part.splitlines():
             if found := re.match(r"using (\w+) =.*;", line):
                 names[found[1]] = line
-            elif found := re.match(r"(?:struct|class|enum class) (\w+)", line):
+            elif found := re.match(r"(?:struct|class|enum class|enum) (\w+)", line):
                 names[found[1]] = None
-            elif found := re.match(r"(?!using)[\w:\[][^=;({]*?\b(\w+)(?:\[\w*\])?(?: =|[({;])", line):
-                names[found[1]] = None
+            elif found := re.match(r"(?!using)(?:\[\[.*?\]\] )?[\w:][^=;({]*?(?<!:)\b(\w+)(?:\[\w*\])?(?: =|[({;])", line):
+                names |= dict.fromkeys([found[1], *re.findall(r", (\w+)(?: =|\{)", line)])
     return names
 
 
@@ -37,18 +37,22 @@ def meet(names, others):
 
 
 def apart(texts):
-    """The texts with another name for each that an earlier one declares for itself too, `main` among them. For a reader
-    that is asked again, one by one, where that doesn't come out right."""
+    """The texts with another name for each that an earlier one declares for itself too. For a reader that is asked again, of
+    fewer at a time, where that doesn't come out right."""
     seen = {}
     result = []
     for number, text in enumerate(texts):
         own = own_names(text)
-        if re.search(r"^int main\(", text, re.MULTILINE):
-            own["main"] = None
-        taken = [name for name in own if name in seen and (own[name] is None or own[name] != seen[name])]
+        taken = {name for name in own if name in seen and (own[name] is None or own[name] != seen[name])}
+        # An alias of such a name is another one too.
+        while more := {name for name in own if name in seen and own[name] and name not in taken
+                       and taken & set(re.findall(r"\w+", own[name]))}:
+            taken |= more
         seen |= own
         if taken:
-            names = re.compile(r'(R"\((?:.|\n)*?\)"|"(?:[^"\\\n]|\\.)*")|(?<![\w.:>])(%s)\b' % "|".join(taken))
+            home = re.search(r"^namespace ([\w:]+) \{$", text, re.MULTILINE)
+            names = re.compile(r'(R"\((?:.|\n)*?\)"|"(?:[^"\\\n]|\\.)*")|(?<![\w.:>])((?:%s::)?(?:%s))\b'
+                               % (home[1] if home else "(?!)", "|".join(sorted(taken))))
             text = names.sub(lambda found: found[1] or f"{found[2]}{number}", text)
         result.append(text)
     return result
@@ -56,11 +60,11 @@ def apart(texts):
 
 def groups(sources, kind=lambda source: None, most=MOST, may_meet=False):
     """Lists of the sources, each of at most `most` of one `kind` that can be one text. Their order is kept. With `may_meet`
-    names may be declared twice."""
+    names may be declared twice, and a kind has all sources or none that are read once for each vector target."""
     found = []  # [kind, names declared, sources]
     for source in sources:
         text = pathlib.Path(source).read_text()
-        if "foreach_target" in text:
+        if "foreach_target" in text and not may_meet:
             found.append([source, {}, [source]])
             continue
         own = own_names(text)

@@ -30,7 +30,7 @@ Calls Read(const std::string& file) {
     recording::RecordingReader reader(stream);
     Calls calls;
     for (RecordedCall call; reader.Next(call);)
-        if (const auto name = recording::callNames[call.index];
+        if (const auto name = recording::calls[call.index].name;
             name != "alGetSourcei" && name != "alcGetProcAddress" && name != "alGetProcAddress" &&
             name != "alcGetError")
             calls.emplace_back(name, call.content);

@@ -61,23 +61,26 @@ private:
 };
 
 template <typename Function>
-void Gather(Contents& contents, const recording::RecordingReader& reader, const recording::Row<Function>& row,
-            const RecordedCall& call) {
-    const auto decoded = recording::DecodeCall(row, call.content);
-    Gatherer gatherer(contents, reader, row.name);
+void GatherFrom(Contents& contents, const recording::RecordingReader& reader, const RecordedCall& call) {
+    const recording::DecodedCall<Function> decoded{recording::ByteReader(call.content)};
+    const std::string_view name = recording::calls[call.index].name;
+    Gatherer gatherer(contents, reader, name);
     std::apply([&](const auto&... each) { (gatherer.Take(each), ...); }, decoded.arguments);
     gatherer.Finish();
-    if (row.name == "alcCreateContext") ++contents.contexts;
+    if (name == "alcCreateContext") ++contents.contexts;
 }
+
+using GatherOne = void (*)(Contents&, const recording::RecordingReader&, const RecordedCall&);
+
+constexpr auto gatherers = recording::calls.ForEach<GatherOne>(
+    []<std::size_t, typename Function>() -> GatherOne { return &GatherFrom<Function>; });
 
 void Gather(Contents& contents, const recording::RecordingReader& reader, const RecordedCall& call) {
     ++contents.calls;
-    ++contents.callsByName[std::string(recording::callNames[call.index])];
+    ++contents.callsByName[std::string(recording::calls[call.index].name)];
     contents.threads.insert(call.thread);
     contents.seconds = 1e-6 * static_cast<double>(call.time);
-    recording::ForEachCall([&](auto index) {
-        if (index == call.index) Gather(contents, reader, std::get<index>(recording::calls), call);
-    });
+    gatherers[call.index](contents, reader, call);
 }
 
 std::vector<std::pair<std::string, std::uint64_t>> MostFirst(

@@ -99,10 +99,9 @@ struct Passed<ALint*> {
 };
 
 /// Writes the arguments of one call, as app/recording/decodedcall.h says.
-template <typename Function>
 class CallEncoder {
 public:
-    CallEncoder(Recorder& recorder, const recording::Row<Function>& row, const recording::Integers& integers,
+    CallEncoder(Recorder& recorder, const recording::CallFacts& row, const recording::Integers& integers,
                 ALuint name)
         : recorder(recorder), writer(recorder.writer), row(row), integers(integers), name(name) {}
 
@@ -172,7 +171,7 @@ private:
         const auto size = static_cast<std::size_t>(std::max(integers[1], 0));
         ALint held = 0;
         if (row.object == recording::Object::Buffer && bytes != nullptr && size > 0)
-            Ask<recording::IndexOf("alGetBufferi")>(AL_SIZE, held);
+            Ask(recording::IndexOf("alGetBufferi"), AL_SIZE, held);
         if (size == 0 || held != integers[1]) return writer.Number(0);
         recorder.PutSamples(bytes, size);
     }
@@ -183,20 +182,19 @@ private:
         const bool mayBe =
             integers[0] == AL_EAXREVERB_REFLECTIONS_PAN || integers[0] == AL_EAXREVERB_LATE_REVERB_PAN;
         if (mayBe && row.object == recording::Object::Effect)
-            Ask<recording::IndexOf("alGetEffecti")>(AL_EFFECT_TYPE, type);
+            Ask(recording::IndexOf("alGetEffecti"), AL_EFFECT_TYPE, type);
         return type == AL_EFFECT_EAXREVERB;
     }
 
     // An error that this makes was made by the call before.
-    template <std::size_t index>
-    void Ask(ALenum parameter, ALint& answer) const {
+    void Ask(std::size_t index, ALenum parameter, ALint& answer) const {
         auto* const ask = reinterpret_cast<void (*)(ALuint, ALenum, ALint*)>(recorder.Function(index));
         ask(name, parameter, &answer);
     }
 
     Recorder& recorder;
     recording::ByteWriter& writer;
-    const recording::Row<Function>& row;
+    const recording::CallFacts& row;
     const recording::Integers& integers;
     const ALuint name;
 };
@@ -229,12 +227,13 @@ ALuint NameOf(Parameters... parameters) {
     return name;
 }
 
-/// The call of that row as the recorder makes it.
-template <std::size_t index, typename Result, typename... Parameters>
-Result Record(Recorder& recorder, const recording::Row<Result(Parameters...)>& row,
-              Result (*function)(Parameters...), Parameters... parameters) {
+/// A call of that type as the recorder makes it. One function for all rows of the type.
+template <typename Result, typename... Parameters>
+Result Record(Recorder& recorder, std::size_t index, bool mayWait, Result (*function)(Parameters...),
+              std::type_identity_t<Parameters>... parameters) {
+    const recording::CallFacts& row = recording::calls[index];
     Turn turn(recorder);
-    if constexpr (!MayWait(recording::callNames[index])) turn.Lock();
+    if (!mayWait) turn.Lock();
     const recording::Integers integers = IntegersOf(parameters...);
     const ALuint name = NameOf(parameters...);
     std::tuple<Passed<Parameters>...> passed{Passed<Parameters>(parameters, row.name, integers)...};
@@ -246,7 +245,7 @@ Result Record(Recorder& recorder, const recording::Row<Result(Parameters...)>& r
         turn.Lock();
         if (!turn.IsGames()) return;
         recorder.Note(index, [&] {
-            CallEncoder<Result(Parameters...)> encoder(recorder, row, integers, name);
+            CallEncoder encoder(recorder, row, integers, name);
             std::apply([&](const auto&... each) { (encoder.Put(each), ...); }, passed);
             putResult(encoder);
         });
@@ -263,37 +262,41 @@ Result Record(Recorder& recorder, const recording::Row<Result(Parameters...)>& r
     }
 }
 
-/// Passes a call on. Result and parameters are those of the row.
-template <std::size_t index, typename... Parameters>
-auto Forward(Parameters... parameters) {
-    const auto& row = std::get<index>(recording::calls);
-    Recorder& recorder = TheRecorder();
-    const auto call = [&]<typename Result>(const recording::Row<Result(Parameters...)>& row) {
-        auto* const function = reinterpret_cast<Result (*)(Parameters...)>(recorder.Function(index));
-        if (function == nullptr) return Result();
-        return recorder.IsOn() ? Record<index>(recorder, row, function, parameters...)
-                               : function(parameters...);
-    };
-    constexpr std::string_view name = recording::callNames[index];
-    if constexpr (name == "alcCreateContext") NoteExit();
-    if constexpr (name == "alGetProcAddress" || name == "alcGetProcAddress")
-        return recorder.EntryFor(std::get<sizeof...(Parameters) - 1>(std::tuple(parameters...)), call(row));
-    else
-        return call(row);
-}
+/// The entry of a row.
+template <std::size_t index, typename Function>
+struct Entry;
 
 template <std::size_t index, typename Result, typename... Parameters>
-void* EntryOf(const recording::Row<Result(Parameters...)>&) {
-    return reinterpret_cast<void*>(
-        +[](Parameters... parameters) -> Result { return Forward<index>(parameters...); });
-}
+struct Entry<index, Result(Parameters...)> {
+    static constexpr std::string_view name = recording::calls[index].name;
+    static_assert(recording::calls[index].type == &recording::typeMark<Result(Parameters...)>);
 
-/// Of all rows, for GetProcAddress.
-inline const std::array<void*, recording::callCount>& Entries() {
-    static const auto entries = []<std::size_t... index>(std::index_sequence<index...>) {
-        return std::array{EntryOf<index>(std::get<index>(recording::calls))...};
+    /// Passes a call on.
+    static Result Forward(Parameters... parameters) {
+        if constexpr (name == "alcCreateContext") NoteExit();
+        if constexpr (name == "alGetProcAddress" || name == "alcGetProcAddress")
+            return TheRecorder().EntryFor(std::get<sizeof...(Parameters) - 1>(std::tuple(parameters...)),
+                                          Make(parameters...));
+        else
+            return Make(parameters...);
     }
-    (std::make_index_sequence<recording::callCount>());
+
+private:
+    static Result Make(Parameters... parameters) {
+        Recorder& recorder = TheRecorder();
+        auto* const function = reinterpret_cast<Result (*)(Parameters...)>(recorder.Function(index));
+        if (function == nullptr) return Result();
+        return recorder.IsOn() ? Record(recorder, index, MayWait(name), function, parameters...)
+                               : function(parameters...);
+    }
+};
+
+/// Those of all rows, for EntryOf.
+inline const auto& Entries() {
+    static const auto entries =
+        recording::calls.ForEach<void*>([]<std::size_t index, typename Function>() -> void* {
+            return reinterpret_cast<void*>(&Entry<index, Function>::Forward);
+        });
     return entries;
 }
 

@@ -10,7 +10,6 @@
 #include <exception>
 #include <filesystem>
 
-#include "app/recorder/forward.h"
 #include "platform/clock.h"
 #include "platform/privileges.h"
 #include "slib/endoflibrary.h"
@@ -93,7 +92,7 @@ Recorder::Recorder() : limit(ReadLimit()) {
         return;
     }
     for (std::size_t i = 0; i < recording::exportedCount; ++i)
-        functions[i] = dlsym(library, recording::callNames[i].data());
+        functions[i] = dlsym(library, recording::calls[i].name.data());
     const char* const file = std::getenv("TESSARUNE_RECORD");
     // A program with more rights than its caller writes no file that the caller may have named.
     if (file == nullptr || *file == '\0' || platform::HasMoreRightsThanItsCaller()) return;
@@ -106,7 +105,7 @@ void* Recorder::EntryFor(const char* name, void* function) {
     const auto index = recording::FindCall(name);
     if (!index) return function;
     if (*index >= recording::exportedCount) functions[*index] = function;
-    return Entries()[*index];
+    return EntryOf(*index);
 }
 
 // ---- Writing calls down ----
@@ -124,6 +123,36 @@ void Recorder::Begin() {
         Say(failure.what());
         state = State::Off;
     }
+}
+
+// A call that the tape has no place for is counted.
+bool Recorder::IsTaking() noexcept {
+    if (state == State::Ready) Begin();
+    if (state != State::On) return false;
+    if (!tape->IsStopped()) return true;
+    tape->CountMissing();
+    return false;
+}
+
+void Recorder::BeginCall(std::size_t index) {
+    records = std::exchange(prologue, {});
+    writer.bytes.clear();
+    PutThread();
+    if (numbers[index] == 0) {
+        recording::AppendRecord(records, recording::Tag::Function, recording::calls[index].name);
+        numbers[index] = ++functionCount;
+    }
+    PutTime();
+}
+
+void Recorder::EndCall(std::size_t index) {
+    recording::AppendRecord(records, recording::firstCall + numbers[index] - 1, writer.bytes);
+    if (!tape->Append(records)) tape->CountMissing();
+}
+
+void Recorder::LoseCall() noexcept {
+    tape->StopFor(recording::Reason::Memory);
+    tape->CountMissing();
 }
 
 void Recorder::PutNote(const char* name, const std::string& value) {

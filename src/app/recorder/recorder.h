@@ -43,7 +43,16 @@ public:
     /// Writes one call down, if the recording is on: `encode` writes its arguments and result. Under the lock
     /// of a Turn. Never throws.
     template <typename Encode>
-    void Note(std::size_t index, const Encode& encode) noexcept;
+    void Note(std::size_t index, const Encode& encode) noexcept {
+        if (!IsTaking()) return;
+        try {
+            BeginCall(index);
+            encode();
+            EndCall(index);
+        } catch (...) {
+            LoseCall();
+        }
+    }
 
     // For encoders.
     void PutHandle(const void* handle);
@@ -65,6 +74,10 @@ private:
     enum class State { Ready, On, Off };
 
     void Begin();
+    bool IsTaking() noexcept;
+    void BeginCall(std::size_t index);
+    void EndCall(std::size_t index);
+    void LoseCall() noexcept;
     void PutNote(const char* name, const std::string& value);
     void PutTime();
     void PutThread();
@@ -89,34 +102,14 @@ private:
 
 Recorder& TheRecorder();
 
+/// Our function of a row, for GetProcAddress. Defined with the exported ones (entries.cmake).
+void* EntryOf(std::size_t index);
+
 /// Before the first context, and the recording: lets the end of this library know that it is the end of the
 /// process too.
 void NoteExit();
 
 /// True once `exit` was called after NoteExit: threads may outlast this library's end then.
 bool HasExitBegun();
-
-template <typename Encode>
-void Recorder::Note(std::size_t index, const Encode& encode) noexcept {
-    if (state == State::Ready) Begin();
-    if (state != State::On) return;
-    bool isTaken = false;
-    if (!tape->IsStopped()) try {
-            records = std::exchange(prologue, {});
-            writer.bytes.clear();
-            PutThread();
-            if (numbers[index] == 0) {
-                recording::AppendRecord(records, recording::Tag::Function, recording::callNames[index]);
-                numbers[index] = ++functionCount;
-            }
-            PutTime();
-            encode();
-            recording::AppendRecord(records, recording::firstCall + numbers[index] - 1, writer.bytes);
-            isTaken = tape->Append(records);
-        } catch (...) {
-            tape->StopFor(recording::Reason::Memory);
-        }
-    if (!isTaken) tape->CountMissing();
-}
 
 }  // namespace recorder

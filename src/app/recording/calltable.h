@@ -8,7 +8,6 @@
 #include <cstddef>
 #include <optional>
 #include <string_view>
-#include <tuple>
 #include <utility>
 
 #include "AL/tessarune.h"
@@ -18,16 +17,49 @@ namespace recording {
 /// What a name (ALuint) stands for.
 enum class Object { None, Source, Buffer, Slot, Effect, Filter };
 
+/// Its address stands for the type of a function.
 template <typename Function>
-struct Row {
+inline constexpr char typeMark = 0;
+
+struct CallFacts {
     std::string_view name;
     Object object = Object::None;  ///< of the name that is passed by itself
     Object listed = Object::None;  ///< of the names in a list
+    const char* type = nullptr;    ///< the mark of its type
+};
+
+template <typename Function>
+struct Row : CallFacts {
+    explicit constexpr Row(std::string_view name, Object object = Object::None, Object listed = Object::None)
+        : CallFacts{name, object, listed, &typeMark<Function>} {}
+};
+
+/// The facts as data, and the types as a list: a compiler takes seconds for a tuple of as many rows.
+template <typename... Functions>
+class CallTable {
+public:
+    static constexpr std::size_t count = sizeof...(Functions);
+
+    explicit constexpr CallTable(const Row<Functions>&... rows) : facts{rows...} {}
+
+    constexpr const CallFacts& operator[](std::size_t index) const { return facts[index]; }
+
+    /// What `make.operator()<index, Function>()` returns for each row, in order.
+    template <typename Result, typename Make>
+    static constexpr std::array<Result, count> ForEach(const Make& make) {
+        return [&]<std::size_t... index>(std::index_sequence<index...>) {
+            return std::array<Result, count>{make.template operator()<index, Functions>()...};
+        }
+        (std::index_sequence_for<Functions...>());
+    }
+
+private:
+    std::array<CallFacts, count> facts;
 };
 
 /// Those that the library exports, in its order, and those that it gives by alcGetProcAddress alone.
 // clang-format off
-inline constexpr std::tuple calls{
+inline constexpr CallTable calls{
     Row<decltype(alEnable)>{"alEnable"},
     Row<decltype(alDisable)>{"alDisable"},
     Row<decltype(alIsEnabled)>{"alIsEnabled"},
@@ -163,31 +195,19 @@ inline constexpr std::tuple calls{
 };
 // clang-format on
 
-inline constexpr std::size_t callCount = std::tuple_size_v<decltype(calls)>;
+inline constexpr std::size_t callCount = calls.count;
 inline constexpr std::size_t exportedCount = callCount - 2;
-
-inline constexpr std::array<std::string_view, callCount> callNames = std::apply(
-    [](const auto&... rows) { return std::array<std::string_view, callCount>{rows.name...}; }, calls);
 
 /// The row of that name.
 constexpr std::optional<std::size_t> FindCall(std::string_view name) {
     for (std::size_t i = 0; i < callCount; ++i)
-        if (callNames[i] == name) return i;
+        if (calls[i].name == name) return i;
     return std::nullopt;
 }
 
 /// The same for a name that is there: another one doesn't compile.
 consteval std::size_t IndexOf(std::string_view name) {
     return FindCall(name).value();
-}
-
-/// Calls `work` with the number of each row as a constant, in order.
-template <typename Work>
-constexpr void ForEachCall(const Work& work) {
-    [&]<std::size_t... index>(std::index_sequence<index...>) {
-        (work(std::integral_constant<std::size_t, index>()), ...);
-    }
-    (std::make_index_sequence<callCount>());
 }
 
 }  // namespace recording

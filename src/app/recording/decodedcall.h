@@ -126,9 +126,4 @@ private:
     }
 };
 
-template <typename Function>
-DecodedCall<Function> DecodeCall(const Row<Function>&, std::string_view record) {
-    return DecodedCall<Function>(ByteReader(record));
-}
-
 }  // namespace recording

@@ -41,8 +41,11 @@ public:
     using Decoded = recording::DecodedCall<Result(Parameters...)>;
     using Entry = Result (*)(Parameters...);
 
-    Call(Player& player, const recording::Row<Result(Parameters...)>& row, const RecordedCall& call)
-        : player(player), row(row), call(call), decoded(recording::DecodeCall(row, call.content)) {
+    Call(Player& player, const RecordedCall& call)
+        : player(player),
+          row(recording::calls[call.index]),
+          call(call),
+          decoded(recording::ByteReader(call.content)) {
         std::apply([&](const auto&... each) { (Look(each), ...); }, decoded.arguments);
     }
 
@@ -225,7 +228,7 @@ private:
     }
 
     Player& player;
-    const recording::Row<Result(Parameters...)>& row;
+    const recording::CallFacts& row;
     const RecordedCall& call;
     const Decoded decoded;
 
@@ -240,8 +243,8 @@ private:
 };
 
 template <typename Function>
-void MakeCall(Player& player, const recording::Row<Function>& row, const RecordedCall& call) {
-    Call<Function> made(player, row, call);
+void MakeCall(Player& player, const RecordedCall& call) {
+    Call<Function> made(player, call);
     auto* const entry = reinterpret_cast<Function*>(player.FindEntry(call.index));
     if (entry == nullptr) {
         ++player.played.left;
@@ -252,12 +255,8 @@ void MakeCall(Player& player, const recording::Row<Function>& row, const Recorde
 
 using Maker = void (*)(Player& player, const RecordedCall& call);
 
-constexpr auto makers = []<std::size_t... index>(std::index_sequence<index...>) {
-    return std::array<Maker, recording::callCount>{[](Player& player, const RecordedCall& call) {
-        MakeCall(player, std::get<index>(recording::calls), call);
-    }...};
-}
-(std::make_index_sequence<recording::callCount>());
+constexpr auto makers = recording::calls.ForEach<Maker>(
+    []<std::size_t, typename Function>() -> Maker { return &MakeCall<Function>; });
 
 }  // namespace
 
@@ -336,7 +335,7 @@ void Player::Finish() {
 }
 
 void* Player::FindEntry(std::size_t index) {
-    if (!isSought[index]) entries[index] = find(std::string(recording::callNames[index]).c_str());
+    if (!isSought[index]) entries[index] = find(std::string(recording::calls[index].name).c_str());
     isSought[index] = true;
     return entries[index];
 }
@@ -384,7 +383,7 @@ void Player::Compare(const RecordedCall& call, double recorded, double replayed)
     if (recorded == replayed) return;
     ++played.differences;
     if (played.first.size() == mostKept) return;
-    played.first.push_back({played.calls, call.time, std::string(recording::callNames[call.index]),
+    played.first.push_back({played.calls, call.time, std::string(recording::calls[call.index].name),
                             slib::FormatNumber(recorded), slib::FormatNumber(replayed)});
 }
 
