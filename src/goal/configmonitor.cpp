@@ -5,8 +5,6 @@
 #include <utility>
 
 #include "orb3core/store/configstore.h"
-#include "platform/privileges.h"
-#include "platform/processid.h"
 #include "slib/sxml.h"
 
 namespace goal {
@@ -50,20 +48,12 @@ ConfigMonitor::~ConfigMonitor() {
 void ConfigMonitor::Run() {
     while (!IsStopRequested()) {
         try {
-            CheckRecording(recordings);
+            recordings.Ask(FindRequest());
             CheckConfiguration(shared);
         } catch (const std::exception&) {  // the next check may fare better
         }
         static_cast<void>(stopping.WaitFor(pauseMilliseconds));  // the loop asks why it ended
     }
-}
-
-void ConfigMonitor::CheckRecording(RecordingDesk& recordings) {
-    if (platform::HasMoreRightsThanItsCaller()) return;
-    const orb3::ConfigStore store(orb3::storeRoot, orb3::ConfigStore::Scope::User);
-    std::optional<RecordingRequest> request = ParseRequest(store.Read(recordingKey, ""));
-    if (request && !platform::IsThisProcess(request->pid, request->startTime)) request.reset();
-    recordings.Ask(request);
 }
 
 // The store is read without a lock, since that can take its time; so what is in force may change meanwhile.

@@ -1,6 +1,7 @@
 #pragma once
 
-// The watch on the stored configuration: a change that another process makes there reaches a running game.
+// The watch on the stored configuration: a change that another process makes there reaches a running game. So
+// does what it is asked to record.
 //
 //     store ──every two seconds──> document ── differs from the one in force? ──> pending configuration
 //                                                                                 ──> the server restarts
@@ -26,10 +27,6 @@ public:
     /// in force. While nothing has been loaded there is nothing to compare with, and nothing is done. Throws
     /// slib::BadDataException when there is no document that can be used.
     static void CheckConfiguration(orb3::SharedConfiguration& shared);
-
-    /// The same for what is to be recorded of this process, which is the user's to say: a program with more
-    /// rights records nothing.
-    static void CheckRecording(RecordingDesk& recordings);
 
 private:
     void Run() override;

@@ -17,8 +17,8 @@ double Eased(double share) {
 hcml::Quaternion HeadFollower::Next(const TrackedPose& pose, std::int64_t now, double seconds) {
     constexpr double farthest = fastest * std::numbers::pi / 180;  // a second
     const hcml::Quaternion ahead;
-    const double age = pose.time == 0 ? longest : static_cast<double>(now - pose.time) * 1e-9;
-    const double back = Eased((age - silence) / (longest - silence));
+    const double age = pose.time == 0 ? longest : pose.Age(now);
+    const double back = Eased((age - TrackedPose::silence) / (longest - TrackedPose::silence));
     const hcml::Quaternion wanted = back < 1 ? Between(pose.head, ahead, back) : ahead;
     const double angle = AngleBetween(head, wanted), most = farthest * seconds;
     head = angle > most ? Between(head, wanted, most / angle) : wanted;

@@ -14,7 +14,6 @@ namespace goal {
 
 class HeadFollower {
 public:
-    static constexpr double silence = 0.3;   ///< s without a packet, from which on the tracker is silent
     static constexpr double longest = 2;     ///< s without a packet, after which the head looks ahead
     static constexpr double fastest = 1000;  ///< degrees a second
 

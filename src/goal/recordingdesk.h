@@ -40,6 +40,9 @@ public:
     /// of a copy. Not the thread that makes the blocks.
     void Set(SoundRecorder* other);
 
+    /// Whether somebody records.
+    bool IsInUse() const SLIB_NONBLOCKING { return recorder.load(std::memory_order_relaxed) != nullptr; }
+
     void Take(const float* block) SLIB_NONBLOCKING override;
     void Take(const hcml::ac::Bus& block) SLIB_NONBLOCKING;
 

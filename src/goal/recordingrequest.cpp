@@ -1,15 +1,25 @@
 #include "goal/recordingrequest.h"
 
+#include <unistd.h>
+
 #include <charconv>
 #include <filesystem>
 
+#include "goal/statusfiles.h"
+#include "orb3core/store/configstore.h"
 #include "platform/floatfile.h"
+#include "platform/privileges.h"
+#include "platform/processid.h"
+#include "platform/runtimefolder.h"
 #include "slib/enumtexts.h"
 #include "slib/exception.h"
+#include "slib/files.h"
 #include "slib/sxml.h"
 
 namespace goal {
 namespace {
+
+constexpr std::uint64_t longestRequest = 65536;  // bytes
 
 constexpr auto whatTexts = slib::MakeEnumTexts<RecordingRequest::What>("Field", "Output", "Both");
 
@@ -55,6 +65,19 @@ std::optional<RecordingRequest> ParseRequest(const std::string& text) {
     } catch (const slib::BadDataException&) {
         return std::nullopt;
     }
+}
+
+std::optional<RecordingRequest> FindRequest() {
+    if (platform::HasMoreRightsThanItsCaller()) return std::nullopt;
+    for (const std::filesystem::path& folder : platform::RuntimeFolders(orb3::storeRoot)) {
+        const std::string path = folder / RecordingFileName(getpid());
+        std::string text;
+        if (!slib::fileExists(path) || slib::getFileSize(path) > longestRequest) continue;
+        slib::readFile(path, text);
+        std::optional<RecordingRequest> request = ParseRequest(text);
+        if (request && platform::IsThisProcess(request->pid, request->startTime)) return request;
+    }
+    return std::nullopt;
 }
 
 }  // namespace goal

@@ -1,16 +1,13 @@
 #pragma once
 
-// What a person asks a running game to record, as a value of the user's store that the monitor looks at.
-// Plain data and functions; any thread.
+// What a person asks a running game to record, in a file beside its status page that the monitor looks at
+// (goal/statusfiles.h). Plain data and functions; any thread.
 
 #include <cstdint>
 #include <optional>
 #include <string>
 
 namespace goal {
-
-/// The key in the user's store; nothing there while nothing is to be recorded.
-inline constexpr const char* recordingKey = "/Recording";
 
 struct RecordingRequest {
     enum class What {
@@ -33,9 +30,13 @@ struct RecordingRequest {
     std::string OutputPath() const;
 };
 
-/// As it is stored.
+/// As it is written.
 std::string RequestText(const RecordingRequest& request);
 /// Nothing for what is no request, or names no file that can be made.
 std::optional<RecordingRequest> ParseRequest(const std::string& text);
+
+/// What this process is asked for: what is there for one that had its number before doesn't count, and
+/// nothing does in a program with more rights than its caller.
+std::optional<RecordingRequest> FindRequest();
 
 }  // namespace goal

@@ -498,8 +498,10 @@ void ServerThread::FollowHead(Machine& run) {
 // The field as the head hears it.
 const hcml::ac::Bus& ServerThread::Turned(Machine& run) {
     if (run.tracker == nullptr) return run.output.spatial;
-    const hcml::Quaternion head = run.follower.Next(run.tracker->Newest(), platform::NowNanoseconds(),
-                                                    run.blockFrames / run.sampleRate);
+    const TrackedPose pose = run.tracker->Newest();
+    const std::int64_t now = platform::NowNanoseconds();
+    const hcml::Quaternion head = run.follower.Next(pose, now, run.blockFrames / run.sampleRate);
+    if (run.report) run.report->NoteHead(head, pose.IsFresh(now));
     return run.turn->Turn(run.output.spatial, head);
 }
 
@@ -644,7 +646,9 @@ void ServerThread::NoteSuspension() {
 
 void ServerThread::WriteBlock(Machine& run) {
     run.isWritten = true;
-    context->recordings.field.Take(run.output.spatial);
+    RecordingDesk& recordings = context->recordings;
+    if (run.report) run.report->NoteRecording(recordings.field.IsInUse(), recordings.output.IsInUse());
+    recordings.field.Take(run.output.spatial);
     run.feeds.clear();
     if (run.output.lowFrequencyWritten)
         for (const DedicatedOutput& target : run.outputSetUp.bassOutputs)

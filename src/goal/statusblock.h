@@ -49,6 +49,9 @@ struct StatusBlock {
     std::uint32_t ringFrames = 0, serverFrames = 0;
     float limiterGain = 1;
     bool isOutputAway = false;
+    bool listensToTracker = false, hearsTracker = false;
+    std::array<float, 3> head{};  ///< yaw, pitch and roll in degrees
+    bool recordsField = false, recordsOutput = false;
     std::array<orb3::OutputLevel, StatusLayout::mostOutputs> outputs{};
     std::array<StatusEffect, StatusLayout::mostEffects> effects{};
     std::uint32_t effectCount = 0;

@@ -56,6 +56,10 @@ std::string StatusFileName(pid_t pid) {
     return std::to_string(pid) + statusFileEnding;
 }
 
+std::string RecordingFileName(pid_t pid) {
+    return std::to_string(pid) + ".record";
+}
+
 // Not by the iterators of the standard library, which end the process when there is no memory.
 std::vector<path> ListStatusFiles(const path& folder) {
     struct Close {
@@ -74,7 +78,10 @@ std::vector<path> ListStatusFiles(const path& folder) {
 
 void RemoveStaleStatusFiles(const path& folder) {
     for (const path& file : ListStatusFiles(folder))
-        if (IsStale(file)) unlink(file.c_str());
+        if (IsStale(file)) {
+            unlink(file.c_str());
+            unlink((folder / RecordingFileName(slib::ParseInt(file.filename().string()))).c_str());
+        }
 }
 
 }  // namespace goal

@@ -66,7 +66,7 @@ struct StatusLayout {
     static constexpr StatusText lastFailure{1024, 256};  ///< why a context couldn't start
 
     // What goes on, written with each block. Up to greatestPeak it is of all runs of the process so far, and
-    // what follows is of the run that is shown. 1356 to 1407 are reserved.
+    // what follows is of the run that is shown. 1368 to 1407 are reserved.
     static constexpr StatusNumber<std::uint64_t> blocks{1280};
     static constexpr StatusNumber<std::uint64_t> blockTime{1288};  ///< of the last one, ns, monotonic clock
     static constexpr StatusNumber<std::uint32_t> lateBlocks{1296};
@@ -84,8 +84,13 @@ struct StatusLayout {
     static constexpr StatusNumber<std::uint32_t> outputCount{1344};  ///< may be more than mostOutputs
     static constexpr StatusNumber<std::uint32_t> effectCount{1348};  ///< of those listed
     static constexpr StatusNumber<std::uint32_t> sourceCount{1352};  ///< the same
+    static constexpr StatusNumber<float> headYaw{1356};    ///< degrees, to the left, as the sound is turned
+    static constexpr StatusNumber<float> headPitch{1360};  ///< the same, upwards
+    static constexpr StatusNumber<float> headRoll{1364};   ///< the same, with the right ear downwards
     static constexpr std::size_t effects = 1408, outputs = 1536, sources = 2048;
-    static constexpr std::uint32_t outputAway = 1;  ///< in `flags`
+    /// In `flags`. A tracker is listened to, and speaks; the field is recorded, and the output.
+    static constexpr std::uint32_t outputAway = 1, listensToTracker = 2, hearsTracker = 4, recordsField = 8,
+                                   recordsOutput = 16;
     static constexpr std::uint32_t sourceIsRelative = 1, sourceIsLooping = 2;
 };
 

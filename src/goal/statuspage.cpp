@@ -37,6 +37,13 @@ void Clear(std::span<std::byte> page, std::size_t from, std::size_t to) {
     std::ranges::fill(page.subspan(from, to - from), std::byte{0});
 }
 
+std::uint32_t FlagsOf(const StatusBlock& block) {
+    return (block.isOutputAway ? Layout::outputAway : 0) |
+           (block.listensToTracker ? Layout::listensToTracker : 0) |
+           (block.hearsTracker ? Layout::hearsTracker : 0) | (block.recordsField ? Layout::recordsField : 0) |
+           (block.recordsOutput ? Layout::recordsOutput : 0);
+}
+
 // Of the run that is shown, but for the names of its outputs.
 void PutRun(std::span<std::byte> page, const StatusBlock& block) {
     Put(page, Layout::latencyFrames, block.latencyFrames);
@@ -45,7 +52,10 @@ void PutRun(std::span<std::byte> page, const StatusBlock& block) {
     Put(page, Layout::loadMean, block.loadMean);
     Put(page, Layout::loadMax, block.loadMax);
     Put(page, Layout::limiterGain, block.limiterGain);
-    Put(page, Layout::flags, block.isOutputAway ? Layout::outputAway : 0);
+    Put(page, Layout::flags, FlagsOf(block));
+    Put(page, Layout::headYaw, block.head[0]);
+    Put(page, Layout::headPitch, block.head[1]);
+    Put(page, Layout::headRoll, block.head[2]);
     Put(page, Layout::effectCount, block.effectCount);
     Put(page, Layout::sourceCount, block.sourceCount);
 }

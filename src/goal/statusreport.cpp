@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <numbers>
 #include <string_view>
 #include <utility>
 
@@ -107,6 +108,19 @@ void StatusReport::BeginRendering() {
 
 void StatusReport::EndRendering() {
     rendered = 1e-9 * static_cast<double>(platform::NowNanoseconds() - renderingSince);
+}
+
+void StatusReport::NoteHead(const hcml::Quaternion& head, bool isHeard) {
+    constexpr double degrees = 180 / std::numbers::pi;
+    block.listensToTracker = true;
+    block.hearsTracker = isHeard;
+    std::ranges::transform(ToYawPitchRoll(head), block.head.begin(),
+                           [](double angle) { return static_cast<float>(angle * degrees); });
+}
+
+void StatusReport::NoteRecording(bool ofField, bool ofOutput) {
+    block.recordsField = ofField;
+    block.recordsOutput = ofOutput;
 }
 
 void StatusReport::NoteBlock(const RenderSnapshot& snapshot, bool isPaced) {

@@ -11,6 +11,7 @@
 #include "goal/state/enginestate.h"
 #include "goal/statusblock.h"
 #include "goal/statuspage.h"
+#include "numeric/quaternion.h"
 #include "orb3core/decoder/transformedpipe.h"
 #include "orb3core/setup/outputsetup.h"
 #include "slib/realtime.h"
@@ -51,6 +52,11 @@ public:
     /// what the output wasn't waited for.
     void BeginRendering() SLIB_NONBLOCKING;
     void EndRendering() SLIB_NONBLOCKING;
+
+    /// Where the head is that the next block is turned for, and whether its tracker speaks.
+    void NoteHead(const hcml::Quaternion& head, bool isHeard) SLIB_NONBLOCKING;
+    /// Which signals of the next block are recorded.
+    void NoteRecording(bool ofField, bool ofOutput) SLIB_NONBLOCKING;
 
     /// A block of `snapshot` was given to the output. `isPaced` says that nothing but the output was waited
     /// for since the one before.

@@ -18,6 +18,13 @@ namespace goal {
 struct TrackedPose {
     hcml::Quaternion head;
     std::int64_t time = 0;  ///< of its packet, in ns of platform::NowNanoseconds; 0 before the first
+
+    /// Seconds without a packet, from which on the tracker is silent.
+    static constexpr double silence = 0.3;
+
+    /// In seconds, at `now`.
+    double Age(std::int64_t now) const { return static_cast<double>(now - time) * 1e-9; }
+    bool IsFresh(std::int64_t now) const { return time != 0 && Age(now) < silence; }
 };
 
 class TrackerInput : private slib::Thread {

@@ -102,10 +102,10 @@ TEST(HeadFollower, ATrackerThatFallsSilent_LetsTheHeadEaseBackInTwoSeconds) {
     };
     double before = angleAt(0), steepest = 0;
     EXPECT_NEAR(before, HeadFollower::fastest * block, 1e-3) << "jumps";
-    for (double time = block; time < HeadFollower::silence; time += block)
+    for (double time = block; time < TrackedPose::silence; time += block)
         before = angleAt(time);
     EXPECT_NEAR(before, 60, 1e-3);
-    for (double time = HeadFollower::silence; time < HeadFollower::longest; time += block) {
+    for (double time = TrackedPose::silence; time < HeadFollower::longest; time += block) {
         const double now = angleAt(time);
         steepest = std::max(steepest, before - now);
         before = now;

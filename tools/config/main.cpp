@@ -39,7 +39,8 @@ int main(int count, char** arguments) {
          {tool::AddShowCommand, tool::AddSettingCommands, tool::AddDevicesCommand, tool::AddLayoutCommands,
           tool::AddSpeakersCommand, tool::AddHeadCommand, tool::AddHeadphonesCommand,
           tool::AddSpeakerTestCommand, tool::AddCheckCommand, tool::AddDoctorCommand, tool::AddLogCommand,
-          tool::AddGameCommand, tool::AddDocumentCommands, tool::AddUndoCommands, tool::AddMeasureCommand, tool::AddTrackerCommand, tool::AddRecordCommand})
+          tool::AddGameCommand, tool::AddDocumentCommands, tool::AddUndoCommands, tool::AddMeasureCommand,
+          tool::AddTrackerCommand, tool::AddRecordCommand})
         add(program);
     return program.Run(count, arguments);
 }

@@ -5,9 +5,11 @@
 #include <random>
 #include <vector>
 
+#include "goal/statusfiles.h"
 #include "orb3core/store/configstore.h"
 #include "platform/floatfile.h"
-#include "tools/manage/storedvalues.h"
+#include "platform/runtimefolder.h"
+#include "slib/files.h"
 #include "tools/support/gamestatus.h"
 #include "tools/support/wronguse.h"
 
@@ -34,6 +36,22 @@ GameStatus FindGame(pid_t pid) {
                    " There are " + known + ".");
 }
 
+// Where its page is.
+std::vector<std::filesystem::path> FoldersOf(pid_t pid) {
+    std::vector<std::filesystem::path> folders = platform::RuntimeFolders(orb3::storeRoot);
+    std::erase_if(folders, [pid](const std::filesystem::path& folder) {
+        return !std::filesystem::exists(folder / goal::StatusFileName(pid));
+    });
+    return folders;
+}
+
+// A reader finds the whole of it or nothing.
+void Replace(const std::filesystem::path& file, const std::string& text) {
+    const std::filesystem::path fresh = file.string() + ".new";
+    slib::writeFile(fresh, text);
+    std::filesystem::rename(fresh, file);
+}
+
 std::string CheckedPath(const std::string& given) {
     const std::filesystem::path path = std::filesystem::absolute(given).lexically_normal();
     if (!platform::FloatFile::IsNamedWell(path))
@@ -50,14 +68,17 @@ StartedRecording StartRecording(const std::string& path, goal::RecordingRequest:
     const std::string whole = CheckedPath(path);
     const GameStatus game = FindGame(pid);
     const goal::RecordingRequest request{std::random_device{}(), game.pid, game.startTime, what, whole};
-    UpdateStoreUnnoted([&](orb3::OpenStore& store) { store.Write(goal::recordingKey, RequestText(request)); });
+    for (const std::filesystem::path& folder : FoldersOf(game.pid))
+        Replace(folder / goal::RecordingFileName(game.pid), RequestText(request));
     return {game.program, game.pid, whole};
 }
 
 bool StopRecording() {
-    if (ReadValue(goal::recordingKey).empty()) return false;
-    UpdateStoreUnnoted([](orb3::OpenStore& store) { store.Write(goal::recordingKey, ""); });
-    return true;
+    bool isStopped = false;
+    for (const GameStatus& game : PlayingGames())
+        for (const std::filesystem::path& folder : FoldersOf(game.pid))
+            isStopped |= std::filesystem::remove(folder / goal::RecordingFileName(game.pid));
+    return isStopped;
 }
 
 }  // namespace tool

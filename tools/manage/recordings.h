@@ -2,8 +2,8 @@
 
 // What a running game is asked to record. One thread.
 
-#include <string>
 #include <sys/types.h>
+#include <string>
 
 #include "goal/recordingrequest.h"
 
@@ -15,12 +15,12 @@ struct StartedRecording {
     std::string path;  ///< a full one
 };
 
-/// Asks the game with this number, or the only one where it is 0. `path` ends in ".wav" or ".caf". Throws WrongUse
-/// for another name, a folder that isn't there, no such game, and several games without a number; and
-/// slib::BadStateException when the store can't be written.
+/// Asks the game with this number, or the only one where it is 0. `path` ends in ".wav" or ".caf". Throws
+/// WrongUse for another name, a folder that isn't there, no such game, and several games without a number;
+/// and what slib::writeFile and std::filesystem::rename throw.
 StartedRecording StartRecording(const std::string& path, goal::RecordingRequest::What what, pid_t pid);
 
-/// Ends what was asked for. False when nothing was. Throws as StartRecording.
+/// Ends what any game was asked for. False when none was.
 bool StopRecording();
 
 }  // namespace tool

@@ -23,27 +23,31 @@ using orb3::HeadTracking;
 using Angles = std::optional<HeadAngles>;
 
 constexpr auto pause = std::chrono::milliseconds(50);
-constexpr std::int64_t silence = 500'000'000;  // ns
 
 Tracking Of(const orb3::Configuration& configuration) {
     const orb3::GoalConfig& settings = configuration.goalConfig;
     return {settings.headTracking, static_cast<std::uint16_t>(settings.headTrackingPort)};
 }
 
+double Rounded(double degrees) {
+    return std::round(degrees * 10) / 10 + 0.0;  // no "-0"
+}
+
 double Degrees(double radians) {
-    return std::round(radians * 180 / std::numbers::pi * 10) / 10 + 0.0;
+    return Rounded(radians * 180 / std::numbers::pi);
 }
 
 Angles Heard(const goal::TrackerInput& input) {
     const goal::TrackedPose pose = input.Newest();
-    if (pose.time == 0 || platform::NowNanoseconds() - pose.time > silence) return std::nullopt;
+    if (!pose.IsFresh(platform::NowNanoseconds())) return std::nullopt;
     const auto [yaw, pitch, roll] = hcml::ToYawPitchRoll(pose.head);
     return HeadAngles{Degrees(yaw), Degrees(pitch), Degrees(roll)};
 }
 
 Angles HeardByGames() {
     for (const GameStatus& game : StatusOfGames())
-        if (game.isTrackerHeard) return HeadAngles{game.headYaw, game.headPitch, game.headRoll};
+        if (game.isTrackerHeard)
+            return HeadAngles{Rounded(game.headYaw), Rounded(game.headPitch), Rounded(game.headRoll)};
     return std::nullopt;
 }
 

@@ -21,8 +21,8 @@ Tracking ReadTracking();
 /// Stores it as one change; without a `port` that stays as it is. Throws as ChangeDocument.
 Tracking SetTracking(orb3::HeadTracking mode, std::optional<std::uint16_t> port);
 
-/// Tells all games that listen that where the head is now is ahead. Throws WrongUse while tracking is off, and
-/// slib::BadStateException when nothing can be sent.
+/// Tells all games that listen that where the head is now is ahead. Throws WrongUse while tracking is off,
+/// and slib::BadStateException when nothing can be sent.
 void CentreTracking();
 
 /// Where a head is turned to, in degrees: to the left, upwards, and with the right ear downwards.
@@ -30,9 +30,9 @@ struct HeadAngles {
     double yaw = 0, pitch = 0, roll = 0;
 };
 
-/// Listens to the tracker itself, or looks at what a game that has the port hears, and tells each change until
-/// `isOver`; nothing means that no tracker speaks. Throws slib::OperatingSystemErrnoException where neither
-/// works.
+/// Listens to the tracker itself, or looks at what a game that has the port hears, and tells each change
+/// until `isOver`; nothing means that no tracker speaks. Throws slib::OperatingSystemErrnoException where
+/// neither works.
 void WatchTracker(const std::function<void(const std::optional<HeadAngles>&)>& tell,
                   const std::function<bool()>& isOver);
 

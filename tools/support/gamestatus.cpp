@@ -114,7 +114,15 @@ void ReadRun(std::span<const std::byte> page, GameStatus& status) {
     status.loadMax = LoadOf(Get(page, Layout::loadMax));
     const double gain = Within(0, Get(page, Layout::limiterGain), 1);
     status.limiterGain = gain > 0 ? gain : 1;  // a limiter never silences; 0 is that there is none
-    status.isOutputAway = (Get(page, Layout::flags) & Layout::outputAway) != 0;
+    const auto has = [flags = Get(page, Layout::flags)](std::uint32_t flag) { return (flags & flag) != 0; };
+    status.isOutputAway = has(Layout::outputAway);
+    status.listensToTracker = has(Layout::listensToTracker);
+    status.isTrackerHeard = has(Layout::hearsTracker);
+    status.recordsField = has(Layout::recordsField);
+    status.recordsOutput = has(Layout::recordsOutput);
+    status.headYaw = Within(-180, Get(page, Layout::headYaw), 180);
+    status.headPitch = Within(-90, Get(page, Layout::headPitch), 90);
+    status.headRoll = Within(-180, Get(page, Layout::headRoll), 180);
     ReadLists(page, status);
 }
 

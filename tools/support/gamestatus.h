@@ -75,6 +75,9 @@ struct GameStatus {
     double loadMean = 0, loadMax = 0;  ///< of the time that a block plays
     double limiterGain = 1;            ///< linear
     bool isOutputAway = false;
+    bool listensToTracker = false, isTrackerHeard = false;
+    double headYaw = 0, headPitch = 0, headRoll = 0;  ///< degrees: to the left, up, over the right ear
+    bool recordsField = false, recordsOutput = false;
     std::vector<GameOutput> outputs;
     std::vector<GameEffect> effects;
     std::vector<GameSource> sources;  ///< of those that play the first ones
