@@ -3,7 +3,7 @@
 #include <string>
 
 #include "tools/config/commands.h"
-#include "tools/config/settings.h"
+#include "tools/manage/settings.h"
 
 namespace {
 
