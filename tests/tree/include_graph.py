@@ -42,6 +42,7 @@ LEVELS = [
     ["library/check"],
     ["tools/support", "tools/presets", "tools/sounds"],
     ["tools/manage"],
+    ["tools/library", "tools/config", "tools/run", "tools/demo", "tools/info", "tools/replay"],
     ["tools/page/api"],
     ["tools/page/server"],
     ["tools/page"],
