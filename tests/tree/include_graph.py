@@ -46,7 +46,6 @@ LEVELS = [
     ["tools/page/api"],
     ["tools/page/server"],
     ["tools/page"],
-    ["tools/library", "tools/config", "tools/run", "tools/demo", "tools/info", "tools/replay"],
     ["tools/library/maker"],
 ]
 LEVEL_OF = {room: level for level, rooms in enumerate(LEVELS) for room in rooms}
