@@ -29,6 +29,13 @@ RecordedSignal OutputOf(const RunShape& run) {
             .comment = ""};
 }
 
+std::unique_ptr<SoundRecorder> Begin(const std::string& path, RecordedSignal signal, slib::Log* log) {
+    const std::string free = platform::NextFilePath(path);
+    auto recorder = std::make_unique<SoundRecorder>(free, std::move(signal), log);
+    log->Write("Recording into '" + free + "'.", false);
+    return recorder;
+}
+
 }  // namespace
 
 void RecorderTap::Set(SoundRecorder* other) {
@@ -79,15 +86,10 @@ void RecordingDesk::EndRun() noexcept {
 void RecordingDesk::Open() {
     if (!wanted || !run) return;
     try {
-        if (wanted->HasField())
-            fieldRecorder = std::make_unique<SoundRecorder>(platform::NextFilePath(wanted->FieldPath()),
-                                                            FieldOf(*run), log);
-        if (wanted->HasOutput())
-            outputRecorder = std::make_unique<SoundRecorder>(platform::NextFilePath(wanted->OutputPath()),
-                                                             OutputOf(*run), log);
+        if (wanted->HasField()) fieldRecorder = Begin(wanted->FieldPath(), FieldOf(*run), log);
+        if (wanted->HasOutput()) outputRecorder = Begin(wanted->OutputPath(), OutputOf(*run), log);
         field.Set(fieldRecorder.get());
         output.Set(outputRecorder.get());
-        log->Write("Recording into '" + wanted->path + "'.", false);
     } catch (const std::exception& failure) {
         Close();
         try {

@@ -10,6 +10,7 @@
 
 #include "orb3core/settings/platformsettings.h"
 #include "slib/exception.h"
+#include "tools/demo/fieldrecording.h"
 #include "tools/demo/levels.h"
 #include "tools/demo/player.h"
 #include "tools/demo/scene.h"
@@ -33,11 +34,12 @@ constexpr const char* examples = R"(Examples:
   tessarune-demo --part room --room cave
   tessarune-demo --wav surround.wav --layout 5.1
   tessarune-demo --quick --layout headphones
+  tessarune-demo --part circle --ambix circle.wav      the sound field, for other programs
 
 )";
 
 struct Options {
-    std::string waveFile, part, layout;
+    std::string waveFile, ambixFile, part, layout;
     std::string room = "concerthall";
     std::string voiceFolder = tool::voiceFolder;
     bool isQuick = false;
@@ -141,6 +143,8 @@ void PrintLog(const std::vector<std::string>& lines) {
 
 // The player is destroyed, and so the recording complete, before it is read.
 demo::Played PlayScene(const Options& options) {
+    std::optional<demo::FieldRecording> recording;
+    if (!options.ambixFile.empty()) recording.emplace(options.ambixFile);
     const demo::Player player;
     return demo::Play(player, SceneOf(options));
 }
@@ -195,6 +199,8 @@ void AddOptions(tool::Program& program, Options& options) {
         program.add_option("--room", options.room, "The room of the last part")->capture_default_str(),
         Rooms());
     program.add_option("--wav", options.waveFile, "Record into this file instead of playing");
+    program.add_option("--ambix", options.ambixFile,
+                       "Also record the sound field into this file, .wav or .caf, as AmbiX");
     program.OfferFor(program.add_option("--layout", options.layout,
                                         "Record for these speakers: 5.1, Quad, headphones ..."),
                      {tool::StandardLayoutNames(), {}, false});

@@ -5,10 +5,13 @@
 #include <system_error>
 
 #include "orb3core/settings/configuration.h"
+#include "orb3core/settings/sharedconfiguration.h"
 #include "orb3core/store/configstore.h"
 #include "platform/storelocation.h"
 #include "slib/exception.h"
+#include "slib/log.h"
 #include "slib/sxml.h"
+#include "tools/support/progress.h"
 
 namespace tool {
 namespace {
@@ -29,6 +32,21 @@ orb3::ConfigStore Store() {
     return {orb3::storeRoot, orb3::ConfigStore::Scope::User};
 }
 
+void StoreDocument(const orb3::Configuration& configuration) {
+    PrivateStore::Write(document, configuration.CreateNode()->ToString(slib::SXMLNode::Style::Compact));
+}
+
+// A first start measures the machine beside its sound, and then begins anew with the settings that it chose,
+// which would part a recording. So they are chosen here.
+void ChooseSettings() {
+    if (!Store().Read(document, "").empty()) return;
+    const Progress progress("Measuring the machine");
+    slib::Log nowhere;
+    slib::ErrorLog errors(&nowhere);
+    orb3::SharedConfiguration shared(&errors);
+    StoreDocument(shared.Read([](const orb3::Configuration& configuration) { return configuration; }));
+}
+
 }  // namespace
 
 PrivateStore::PrivateStore(Content content) : folder(MakeFolder()) {
@@ -40,7 +58,7 @@ PrivateStore::PrivateStore(Content content) : folder(MakeFolder()) {
     if (content == Content::UsersOwn)
         std::filesystem::copy_file(own, copy, ignored);
     else
-        Write(document, orb3::Configuration().CreateNode()->ToString(slib::SXMLNode::Style::Compact));
+        StoreDocument({});
 }
 
 PrivateStore::~PrivateStore() {
@@ -59,6 +77,7 @@ void PrivateStore::Write(const std::string& key, const std::string& value) {
 void PrivateStore::PlayInto(const std::string& waveFile) const {
     Write("/Platform/Output", "WaveFile");
     Write("/Platform/WaveFile", waveFile);
+    ChooseSettings();
 }
 
 void PrivateStore::TakeSpeakers(slib::StandardFormat format) const {
@@ -68,7 +87,7 @@ void PrivateStore::TakeSpeakers(slib::StandardFormat format) const {
     orb3::Configuration configuration;
     configuration.Read(slib::SXMLNode(text));
     configuration.useDirectSoundAutoselect = true;
-    Write(document, configuration.CreateNode()->ToString(slib::SXMLNode::Style::Compact));
+    StoreDocument(configuration);
 }
 
 }  // namespace tool

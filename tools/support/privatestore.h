@@ -24,7 +24,8 @@ public:
     PrivateStore(const PrivateStore&) = delete;
     PrivateStore& operator=(const PrivateStore&) = delete;
 
-    /// From now on contexts play into this file.
+    /// From now on contexts play into this file, as a whole: where no settings are stored yet the machine is
+    /// measured for them, which takes a second.
     void PlayInto(const std::string& waveFile) const;
 
     /// Stores one value. Throws slib::BadStateException when there is no room for it.
