@@ -13,12 +13,15 @@ import { refresh } from './sync.js';
  * @typedef {{element: HTMLElement, update: (setting: Setting) => void}} Control
  */
 
-/** Stores a setting. @param {HTMLElement} note @param {string} name @param {string} value as a person types it */
-export async function sendSetting(note, name, value) {
+/**
+ * Stores a setting. @param {HTMLElement} note @param {string} name @param {string} value as a person types it
+ * @param {HTMLInputElement} [field] keeps what is refused, marked
+ */
+export async function sendSetting(note, name, value, field) {
     const answer = await attempt(note, () => post('/api/setting', { name, value }));
     if (answer?.warnings?.length) say(note, answer.warnings.join(' '), 'warning');
+    if (field && !answer) setAttribute(field, 'aria-invalid', 'true');
     await refresh();
-    return answer !== undefined;
 }
 
 /** A value as text, a number by the person's language. */
@@ -43,13 +46,9 @@ function makeSelect({ name }, label, send) {
 function makeText({ name, range }, label, send) {
     const isNumber = range.kind !== 'path';
     const field = makeField({ 'aria-label': label ?? name, class: isNumber ? 'number' : 'path',
-        inputmode: range.kind === 'whole' ? 'numeric' : null }, async (text) => {
-        setAttribute(field, 'aria-invalid', (await send(text)) ? null : 'true');
-    });
-    return { element: field, update: ({ value }) => {
-        setField(field, typeof value === 'number' ? formatNumber(value, 6) : String(value));
-        if (!field.isTouched && document.activeElement !== field) setAttribute(field, 'aria-invalid', null);
-    } };
+        inputmode: range.kind === 'whole' ? 'numeric' : null }, (text) => send(text, field));
+    return { element: field, update: ({ value }) =>
+        setField(field, typeof value === 'number' ? formatNumber(value, 6) : String(value)) };
 }
 
 /** Few choices side by side. @returns {Control} */
@@ -74,7 +73,7 @@ const makers = { flag: makeSwitch, choice: makeSelect, whole: makeText, real: ma
  */
 export function makeControl(setting, note, { label, isSegmented = false } = {}) {
     const create = isSegmented ? makeSegments : makers[setting.range.kind] ?? makeText;
-    const control = create(setting, label, (value) => sendSetting(note, setting.name, value));
+    const control = create(setting, label, (value, field) => sendSetting(note, setting.name, value, field));
     control.update(setting);
     return control;
 }

@@ -103,32 +103,32 @@ export function setOptions(select, options, value) {
     setProperty(select, 'value', value);
 }
 
-/** Shows a value in a field, unless a person is typing there. @param {HTMLInputElement} field */
+/** Shows a value in a field, unless a person is typing there, or typed what was refused. @param {HTMLInputElement} field */
 export function setField(field, value) {
-    if (document.activeElement === field && field.isTouched) return;
+    field.shownValue = value;
+    if (field.getAttribute('aria-invalid') === 'true' || (document.activeElement === field && field.isTouched)) return;
     setProperty(field, 'value', value);
 }
 
 /**
- * A field for a text or number that calls `commit` when a person has changed it, and takes the old value back at
+ * A field for a text or number that calls `commit` when a person has changed it, and takes the last value back at
  * Escape. @param {Record<string, any>} attributes @param {(text: string, field: HTMLInputElement) => void} commit
  * @returns {HTMLInputElement}
  */
 export function makeField(attributes, commit) {
     const field = make('input', { type: 'text', autocomplete: 'off', spellcheck: 'false', ...attributes });
-    let before = '';
-    field.addEventListener('focus', () => { before = field.value; });
     field.addEventListener('input', () => { field.isTouched = true; });
     field.addEventListener('keydown', (event) => {
-        if (event.key !== 'Escape' || !field.isTouched) return;
+        const isRefused = field.getAttribute('aria-invalid') === 'true';
+        if (event.key !== 'Escape' || !(field.isTouched || isRefused)) return;
         field.isTouched = false;
-        field.value = before;
         setAttribute(field, 'aria-invalid', null);
+        field.value = field.shownValue ?? '';
         event.stopPropagation();
     });
     field.addEventListener('change', () => {
         field.isTouched = false;
-        before = field.value;
+        setAttribute(field, 'aria-invalid', null);
         commit(field.value, field);
     });
     return field;

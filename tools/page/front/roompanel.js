@@ -71,6 +71,7 @@ function draw() {
     setProperty(byId('room-draft'), 'hidden', !isDraft);
     setProperty(byId('room-headphones'), 'hidden', isDraft || !now?.isHeadphones);
     setProperty(byId('room-none'), 'hidden', isDraft || now !== null || known.server === null);
+    for (const id of ['views', 'move-help']) setProperty(byId(id), 'hidden', !isRoom());
     setProperty(byId('room-export'), 'disabled', now === null || isDraft);
     setAttribute(byId('room'), 'data-draft', isDraft ? 'true' : null);
     setAttribute(byId('side'), 'aria-label', `Room from the side, with ${speakers.length} speakers`);

@@ -11,9 +11,9 @@ import { change, isRoom, known, layout, onChange, shownSpeakers } from './state.
 import { keepOutputs } from './wiring.js';
 
 const coordinates = [
-    { name: 'azimuth', head: 'az', step: 1, digits: 1, title: 'Azimuth', unit: 'degrees to the left of straight ahead', example: '30' },
-    { name: 'elevation', head: 'el', step: 1, digits: 1, title: 'Elevation', unit: 'degrees up', example: '10' },
-    { name: 'distance', head: 'dist', step: 0.1, digits: 2, title: 'Distance', unit: 'metres', example: '2.4' },
+    { name: 'azimuth', head: 'az', step: 1, digits: 1, title: 'Azimuth', unit: 'degrees to the left of straight ahead', example: 30 },
+    { name: 'elevation', head: 'el', step: 1, digits: 1, title: 'Elevation', unit: 'degrees up', example: 10 },
+    { name: 'distance', head: 'dist', step: 0.1, digits: 2, title: 'Distance', unit: 'metres', example: 2.4 },
 ];
 const types = [{ value: 'Normal', text: 'Normal' }, { value: 'Small', text: 'Small' }, { value: 'Sub-Woofer', text: 'Sub' }];
 const note = () => byId('speakers-note');
@@ -25,18 +25,13 @@ function refuseField(field, text) {
     say(note(), text, 'error');
 }
 
-function acceptField(field) {
-    setAttribute(field, 'aria-invalid', null);
-    say(note(), '');
-}
-
 function commitCoordinate({ name, title, unit, example }, index, text, field) {
     const value = parseNumber(text);
     if (value === null) {
-        refuseField(field, `${title} is a number, in ${unit}, such as ${example}. “${text}” is none.`);
+        refuseField(field, `${title} is a number, in ${unit}, such as ${formatNumber(example)}. “${text}” is none.`);
         return;
     }
-    acceptField(field);
+    say(note(), '');
     const { azimuth, elevation, distance } = shownSpeakers()[index];
     editSpeaker(index, withCoordinate({ azimuth, elevation, distance }, name, value));
     drawRows();
@@ -80,7 +75,7 @@ async function commitGain(index, text, field) {
         refuseField(field, `A gain is a number from 0 to 16, or in decibels, such as −6 dB. “${text}” is none.`);
         return;
     }
-    acceptField(field);
+    say(note(), '');
     if (known.draft) editSpeaker(index, { gain });
     else await sendSpeaker(index, { gain });
     drawRows();
@@ -175,6 +170,7 @@ async function apply() {
         refuseField(byId('draft-name'), 'A room needs a name, by which it is in the list of layouts.');
         return;
     }
+    setAttribute(byId('draft-name'), 'aria-invalid', null);
     renameDraft(name);
     const answer = await runWithProgress(note(), 'Applying', '/api/room/apply', applyRequest(known.device));
     if (!answer) return;

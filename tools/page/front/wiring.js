@@ -22,6 +22,7 @@ function drag(tag, press, connect) {
         aim(speakerBelow(event));
     };
     const end = (event) => {
+        if (!ghost.isConnected) return;
         const found = event.type === 'pointerup' ? target : null;
         aim(null);
         ghost.remove();
@@ -32,7 +33,7 @@ function drag(tag, press, connect) {
     move(press);
     tag.setPointerCapture(press.pointerId);
     tag.addEventListener('pointermove', move);
-    for (const name of ['pointerup', 'pointercancel']) tag.addEventListener(name, end, { once: true });
+    for (const name of ['pointerup', 'pointercancel', 'lostpointercapture']) tag.addEventListener(name, end, { once: true });
     press.preventDefault();
 }
 
