@@ -45,6 +45,9 @@ LEVELS = [
     ["tools/page/api"],
     ["tools/page"],
     ["tools/library", "tools/config", "tools/run", "tools/demo", "tools/info", "tools/replay"],
+    ["tools/page/api"],
+    ["tools/page/server"],
+    ["tools/page"],
     ["tools/library/maker"],
 ]
 LEVEL_OF = {room: level for level, rooms in enumerate(LEVELS) for room in rooms}
