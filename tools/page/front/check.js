@@ -8,6 +8,9 @@ import { known, onChange } from './state.js';
 
 let checked = '';  // the revision that was checked last
 let result = null;
+let timer = 0;
+
+const calm = 1500;  // milliseconds without another change, since a check asks the sound server
 
 function word() {
     if (!result) return 'checking';
@@ -54,6 +57,7 @@ function drawDialog() {
 }
 
 async function runCheck() {
+    clearTimeout(timer);
     checked = known.server?.revision ?? '';
     const fresh = await attempt(byId('check-note'), () => get('/api/check'));
     if (fresh) result = fresh;
@@ -69,5 +73,9 @@ export function startCheck() {
     });
     byId('check-close').addEventListener('click', () => byId('check-dialog').close());
     drawWord();
-    onChange(['server'], () => { if (known.server && known.server.revision !== checked) runCheck(); });
+    onChange(['server'], () => {
+        if (!known.server || known.server.revision === checked) return;
+        clearTimeout(timer);
+        timer = setTimeout(runCheck, result ? calm : 0);
+    });
 }

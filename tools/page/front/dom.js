@@ -70,7 +70,7 @@ export function keep(container, items, keyOf, create, update = () => {}) {
     const old = container.keptChildren ?? new Map();
     const kept = new Map();
     items.forEach((item, index) => {
-        const key = keyOf(item, index);
+        const wanted = keyOf(item, index), key = kept.has(wanted) ? `${wanted} ${index}` : wanted;
         const child = old.get(key) ?? create(item, index);
         kept.set(key, child);
         update(child, item, index);

@@ -14,7 +14,6 @@ import { change, known } from './state.js';
 export function say(note, text, kind = 'good') {
     setText(note, text);
     setAttribute(note, 'data-kind', kind);
-    setProperty(note, 'hidden', text === '');
 }
 
 /** Whether the whole page can't go on after this error; then the banner has said so. @type {(error: Error) => boolean} */

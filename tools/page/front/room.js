@@ -78,10 +78,10 @@ export function moveByKey(place, key, isFar) {
 
 /** A place in words. @param {Place} place @param {(value: number, digits: number) => string} format */
 export function describePlace({ azimuth, elevation, distance }, format) {
-    const side = azimuth > 0 ? 'left' : 'right';
+    const degrees = (angle) => `${format(Math.abs(angle), 1)} ${Math.abs(angle) === 1 ? 'degree' : 'degrees'}`;
     const turn = azimuth === 0 ? 'straight ahead' : Math.abs(azimuth) === 180 ? 'behind' :
-        `${format(Math.abs(azimuth), 1)} degrees ${side}`;
-    const height = elevation === 0 ? '' : `, ${format(Math.abs(elevation), 1)} degrees ${elevation > 0 ? 'up' : 'down'}`;
+        `${degrees(azimuth)} ${azimuth > 0 ? 'left' : 'right'}`;
+    const height = elevation === 0 ? '' : `, ${degrees(elevation)} ${elevation > 0 ? 'up' : 'down'}`;
     return `${turn}${height}, ${format(distance, 2)} metres`;
 }
 

@@ -49,6 +49,7 @@ function makeCoordinate(coordinate) {
         const value = parseNumber(field.value) ?? shownSpeakers()[indexOf(field)][name];
         const moved = roundTo(value + way * step * (event.shiftKey ? 5 : 1), 0.01);
         field.isTouched = false;
+        setAttribute(field, 'aria-invalid', null);
         commitCoordinate(coordinate, indexOf(field), formatNumber(moved, digits), field);
     });
     return field;

@@ -7,7 +7,7 @@ import { change, known } from './state.js';
 
 const openCommand = 'tessarune-config page';
 let hasEnded = false;
-let refreshing = null;
+let running = null, waiting = null;  // answers of /api/state
 
 /** Whether an error is the end of this page; then the banner says what to do. @param {Error} error */
 function judge(error) {
@@ -24,12 +24,16 @@ function judge(error) {
     return true;
 }
 
-/** Asks for all of the state, once at a time. @returns {Promise<void>} */
+/** Asks for all of the state. Who asks while an answer is on its way gets the next one, which has what he changed. @returns {Promise<void>} */
 export function refresh() {
-    refreshing ??= get('/api/state').then((server) => change({ server })).catch((error) => {
+    if (running) {
+        waiting ??= running.then(() => { waiting = null; return refresh(); });
+        return waiting;
+    }
+    running = get('/api/state').then((server) => change({ server })).catch((error) => {
         if (!judge(error)) showBanner(error.message);
-    }).finally(() => { refreshing = null; });
-    return refreshing;
+    }).finally(() => { running = null; });
+    return running;
 }
 
 const pause = (milliseconds) => new Promise((resolve) => { setTimeout(resolve, milliseconds); });
