@@ -1,6 +1,6 @@
 # The installed tree: the same shape as the build tree, or a distribution's where its folders are asked for, with what
-# a client's build needs to find it. Three components: what a game needs, what a client's build needs, and what stands
-# in for the system's OpenAL library.
+# a client's build needs to find it. Four components: what a game needs, the page of its settings, what a client's build
+# needs, and what stands in for the system's OpenAL library.
 include(CMakePackageConfigHelpers)
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME runtime)
 
@@ -10,13 +10,17 @@ install(TARGETS tessarune_info tessarune_run_tool RUNTIME DESTINATION ${CMAKE_IN
 if(NOT TESSARUNE_FORMAT_LIBRARY)
     install(TARGETS tessarune_demo_tool tessarune_library_tool tessarune_config_tool tessarune_replay_tool
             RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    install(TARGETS tessarune_page_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT page)
 endif()
 install(DIRECTORY include/AL DESTINATION ${TESSARUNE_INSTALL_INCLUDEDIR} COMPONENT development)
 install(DIRECTORY ${PROJECT_BINARY_DIR}/share/tessarune DESTINATION ${CMAKE_INSTALL_DATADIR} PATTERN "*.lock" EXCLUDE)
 if(NOT TESSARUNE_FORMAT_LIBRARY)
     # Man pages, completion for the shells, and the entry in the desktop's menu.
     foreach(pages man bash-completion zsh fish applications)
-        install(DIRECTORY ${PROJECT_BINARY_DIR}/share/${pages} DESTINATION ${CMAKE_INSTALL_DATADIR})
+        install(DIRECTORY ${PROJECT_BINARY_DIR}/share/${pages} DESTINATION ${CMAKE_INSTALL_DATADIR}
+                PATTERN "*tessarune-page*" EXCLUDE)
+        install(DIRECTORY ${PROJECT_BINARY_DIR}/share/${pages} DESTINATION ${CMAKE_INSTALL_DATADIR} COMPONENT page
+                FILES_MATCHING PATTERN "*tessarune-page*")
     endforeach()
 endif()
 install(FILES LICENSE THIRD-PARTY.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/tessarune)

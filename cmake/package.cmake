@@ -1,5 +1,6 @@
 # Debian packages by CPack, from a build with the prefix /usr (the preset "package", ./dev package):
 #   tessarune          the library, the programs and the format library
+#   tessarune-page     the page of its settings for a browser, which alone needs an HTTP library
 #   tessarune-dev      what a client's build needs
 #   tessarune-openal   the library under the system's name, in place of the package that the system has for it
 set(CPACK_GENERATOR DEB)
@@ -8,7 +9,7 @@ set(CPACK_PACKAGE_VENDOR "Hollowbrook Labs")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL runtime development standin)
+set(CPACK_COMPONENTS_ALL runtime page development standin)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
@@ -18,12 +19,20 @@ set(version ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME tessarune)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS "libpulse0, libcubeb0")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS "libpulse0, libcubeb0, tessarune-page")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS "alsa-utils, libdbus-1-3, rtkit")
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "3D audio renderer for games that use OpenAL
  The library that a game loads in place of its OpenAL library, and that renders
  its sound over headphones or any set of speakers; programs to start games with
  it, to set it up and to listen to it; and its library of decoders.")
+
+set(CPACK_DEBIAN_PAGE_PACKAGE_NAME tessarune-page)
+set(CPACK_DEBIAN_PAGE_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PAGE_PACKAGE_DEPENDS "tessarune (= ${version})")
+set(CPACK_DEBIAN_PAGE_PACKAGE_SUGGESTS "xdg-utils, www-browser")
+set(CPACK_COMPONENT_PAGE_DESCRIPTION "3D audio renderer for games that use OpenAL (settings in a browser)
+ A page that shows and changes all settings of Tessarune, its speakers and what
+ running games do, served to browsers of this machine and this user alone.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME tessarune-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
@@ -71,17 +80,19 @@ file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/package/changelog.Debian CONTENT "te
  -- ${CPACK_PACKAGE_CONTACT}  Wed, 25 Nov 2026 12:00:00 +0000
 ")
 execute_process(COMMAND gzip -9nk -f ${PROJECT_BINARY_DIR}/package/changelog.Debian COMMAND_ERROR_IS_FATAL ANY)
-foreach(component runtime development standin)
+foreach(component runtime page development standin)
     string(TOUPPER ${component} upper)
     install(FILES ${PROJECT_BINARY_DIR}/package/copyright ${PROJECT_BINARY_DIR}/package/changelog.gz
                   ${PROJECT_BINARY_DIR}/package/changelog.Debian.gz
             DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME} COMPONENT ${component})
 endforeach()
 
-install(CODE [[
-    file(GLOB pages "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}/share/man/man1/*.1")
-    execute_process(COMMAND gzip -9nf ${pages} COMMAND_ERROR_IS_FATAL ANY)
-]] COMPONENT runtime)
+foreach(component runtime page)
+    install(CODE [[
+        file(GLOB pages "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}/share/man/man1/*.1")
+        execute_process(COMMAND gzip -9nf ${pages} COMMAND_ERROR_IS_FATAL ANY)
+    ]] COMPONENT ${component})
+endforeach()
 
 # The system's name.
 tessarune_install_link(${CMAKE_INSTALL_LIBDIR}/libopenal.so.1

@@ -13,7 +13,8 @@ function(tessarune_page target program page file)
     set(program_pages ${program_pages} ${share}/${file} PARENT_SCOPE)
 endfunction()
 
-foreach(target tessarune_config_tool tessarune_library_tool tessarune_run_tool tessarune_replay_tool tessarune_demo_tool tessarune_info)
+foreach(target tessarune_config_tool tessarune_library_tool tessarune_run_tool tessarune_replay_tool tessarune_demo_tool tessarune_info
+        tessarune_page_tool)
     get_target_property(program ${target} OUTPUT_NAME)
     tessarune_page(${target} ${program} man man/man1/${program}.1)
     tessarune_page(${target} ${program} bash bash-completion/completions/${program})
@@ -21,8 +22,10 @@ foreach(target tessarune_config_tool tessarune_library_tool tessarune_run_tool t
     tessarune_page(${target} ${program} fish fish/vendor_completions.d/${program}.fish)
 endforeach()
 
-# The demonstration among the desktop's programs.
+# The demonstration and the page among the desktop's programs.
 file(MAKE_DIRECTORY ${share}/applications)
-configure_file(tools/demo/tessarune-demo.desktop ${share}/applications/tessarune-demo.desktop COPYONLY)
+foreach(program demo page)
+    configure_file(tools/${program}/tessarune-${program}.desktop ${share}/applications/tessarune-${program}.desktop COPYONLY)
+endforeach()
 
 add_custom_target(program_pages ALL DEPENDS ${program_pages})

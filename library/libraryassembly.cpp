@@ -292,7 +292,7 @@ void StoreHeadphones(const LibraryPlan& plan, const HeadImpulses* measuredImpuls
 
 // Stores all but the transforms.
 void AddSpeakerLayout(const SpeakerLayout& added, const std::vector<int>& rates, Designs& designs,
-                      FormatRegistrar& library) {
+                      const std::function<void(unsigned order)>& report, FormatRegistrar& library) {
     SpeakerLayout layout = added;
     if (layout.family == StandardFormat::Unknown) {
         layout.family = StandardFamilyOf(layout);
@@ -307,7 +307,8 @@ void AddSpeakerLayout(const SpeakerLayout& added, const std::vector<int>& rates,
     const std::vector<SpeakerMethod> methods = MethodsFor(layout);
     for (const SpeakerMethod method : methods)
         StoreMethod(DescribeMethod(method), library);
-    for (unsigned order = 1; order <= greatestOrder; ++order)
+    for (unsigned order = 1; order <= greatestOrder; ++order) {
+        if (report) designs.Announce([report, order] { report(order); });
         designs.Add([layout, order, methods, rates, format] {
             std::vector<Design> made;
             for (SpeakerDecoder& decoder : DesignSpeakerDecoders(layout, order, methods, rates))
@@ -317,6 +318,7 @@ void AddSpeakerLayout(const SpeakerLayout& added, const std::vector<int>& rates,
                      std::move(decoder.transform)});
             return made;
         });
+    }
 }
 
 }  // namespace
@@ -339,9 +341,9 @@ LibraryPlan DefaultPlan(const std::string& sofaPath) {
 }
 
 void AddSpeakerLayout(const SpeakerLayout& layout, const std::vector<int>& rates, FormatRegistrar& library,
-                      unsigned threads) {
+                      unsigned threads, const std::function<void(unsigned order)>& report) {
     Designs designs;
-    AddSpeakerLayout(layout, rates, designs, library);
+    AddSpeakerLayout(layout, rates, designs, report, library);
     designs.Store(threads, library);
 }
 
@@ -371,7 +373,7 @@ void AssembleLibrary(const LibraryPlan& plan, FormatRegistrar& library) {
     for (const SpeakerLayout& layout : plan.layouts) {
         if (layout.kind == LayoutKind::Headphones) continue;
         announce(layout.name);
-        AddSpeakerLayout(layout, plan.rates, designs, library);
+        AddSpeakerLayout(layout, plan.rates, designs, {}, library);
     }
     announce(LayoutOf(plan, StandardFormat::HeadphoneStereo).name);
     designs.Store(plan.threads, library);

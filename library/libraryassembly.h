@@ -65,10 +65,12 @@ void AssembleLibrary(const LibraryPlan& plan, orb3::fl::FormatRegistrar& library
 
 /// Adds one layout of speakers with all methods that fit, at the rates given; it takes the place of one of
 /// the same name. One with the name and the count of speakers of a standard layout gets its family, so that
-/// the system's speaker setting finds it. `threads` as in a plan. Throws slib::BadDataException, with nothing
-/// stored, for the name of a format that isn't a layout, that others are made through, or that has a standard
-/// count of speakers.
+/// the system's speaker setting finds it. `threads` as in a plan; `report`, which may be empty, is called
+/// before the designs of an order are waited for, and what it throws ends the work. Throws
+/// slib::BadDataException, with nothing stored, for the name of a format that isn't a layout, that others are
+/// made through, or that has a standard count of speakers.
 void AddSpeakerLayout(const SpeakerLayout& layout, const std::vector<int>& rates,
-                      orb3::fl::FormatRegistrar& library, unsigned threads = 0);
+                      orb3::fl::FormatRegistrar& library, unsigned threads = 0,
+                      const std::function<void(unsigned order)>& report = {});
 
 }  // namespace design

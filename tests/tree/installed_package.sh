@@ -15,7 +15,7 @@ cmake --install "$tree" --prefix "$work/prefix" >"$work/install.log"
 mv "$work/prefix" "$prefix"
 for file in lib/libtessarune.so.2 lib/libtessarune.so lib/dropin/libopenal.so.1 lib/dropin/libopenal.so \
     lib/dropin/libtessarune.so.2 lib/record/libopenal.so.1 include/tessarune/AL/{al,alc,alext,efx,efx-presets,tessarune}.h \
-    etc/xdg/HollowbrookLabs/store.conf share/tessarune bin/tessarune-info share/doc/tessarune/THIRD-PARTY.md; do
+    etc/xdg/HollowbrookLabs/store.conf share/tessarune bin/tessarune-info bin/tessarune-page share/doc/tessarune/THIRD-PARTY.md; do
     [ -e "$prefix/$file" ] || { echo "The installed tree has no $file."; exit 1; }
 done
 ! grep -rlF "$work/prefix" "$prefix" || { echo "These files know where the tree was before it was moved."; exit 1; }

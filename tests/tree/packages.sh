@@ -23,7 +23,7 @@ before=$(list)
 
 dpkg --root="$root" --force-depends --force-script-chrootless --log=/dev/null -i "$packages"/*.deb >"$work/install.log" 2>&1 ||
     { cat "$work/install.log"; exit 1; }
-for program in info config library run replay demo; do
+for program in info config library run replay demo page; do
     chroot "$root" "/usr/bin/tessarune-$program" --version | grep -q "^tessarune-$program [0-9]" ||
         { echo "tessarune-$program of the package doesn't tell its version."; exit 1; }
 done
@@ -35,7 +35,7 @@ chroot "$root" /usr/bin/tessarune-run --record /tmp/info.calls /usr/bin/tessarun
 chroot "$root" /usr/bin/tessarune-replay --info /tmp/info.calls | grep -q alcOpenDevice
 rm "$root/tmp/info.calls"
 rm -rf "$root/root/.config" "$root"/tmp/HollowbrookLabs-*
-dpkg --root="$root" --force-script-chrootless --log=/dev/null -P tessarune-openal tessarune-dev tessarune >"$work/remove.log" 2>&1 ||
+dpkg --root="$root" --force-script-chrootless --log=/dev/null -P tessarune-openal tessarune-dev tessarune-page tessarune >"$work/remove.log" 2>&1 ||
     { cat "$work/remove.log"; exit 1; }
 left=$(comm -13 <(echo "$before") <(list))
 [ -z "$left" ] || { echo "The packages left behind:"; echo "$left"; exit 1; }

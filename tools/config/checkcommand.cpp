@@ -9,9 +9,10 @@
 #include "platform/outputdevice.h"
 #include "slib/text.h"
 #include "tools/config/commands.h"
-#include "tools/config/connection.h"
-#include "tools/config/machine.h"
-#include "tools/config/start.h"
+#include "tools/config/warnings.h"
+#include "tools/manage/connection.h"
+#include "tools/manage/machine.h"
+#include "tools/manage/start.h"
 #include "tools/support/table.h"
 
 namespace tool {
@@ -89,7 +90,7 @@ void Print(const Outcome& outcome, const FormatLibrary& library, int gameRate) {
              " ahead of what is heard, with " + std::to_string(pipe.GetBufferCount()) +
              " blocks of the output; more where the sound server's buffer, which lies within, needs it"});
     table.PrintAligned(std::cout, "", false);
-    WarnOfBassOutputs(layout);
+    PrintWarnings(BassWarnings(layout));
 }
 
 Json BassOutputs(const orb3::spk::Layout& layout) {

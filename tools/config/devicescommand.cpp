@@ -6,7 +6,7 @@
 
 #include "slib/standardformats.h"
 #include "tools/config/commands.h"
-#include "tools/config/machine.h"
+#include "tools/manage/machine.h"
 #include "tools/support/progress.h"
 #include "tools/support/table.h"
 

@@ -11,8 +11,8 @@
 #include "orb3core/setup/devicelookup.h"
 #include "orb3core/setup/outputsetup.h"
 #include "tools/config/commands.h"
-#include "tools/config/storedvalues.h"
 #include "tools/config/testsounds.h"
+#include "tools/manage/storedvalues.h"
 #include "tools/support/terminal.h"
 
 namespace tool {

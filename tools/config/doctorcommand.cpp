@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <exception>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -7,9 +6,9 @@
 
 #include "slib/exception.h"
 #include "tools/config/commands.h"
-#include "tools/config/doctor.h"
+#include "tools/config/steps.h"
+#include "tools/manage/doctor.h"
 #include "tools/support/json.h"
-#include "tools/support/progress.h"
 
 namespace tool {
 namespace {
@@ -21,33 +20,7 @@ constexpr const char* examples = R"(Examples:
 Each line says what was looked at, and "fine", or what is wrong and the command that mends it. Nothing is changed.
 Exit status: 0 when all is fine, 1 when something is wrong, 2 for a command line that is wrong.)";
 
-struct Result {
-    const HealthCheck* check;
-    Finding finding;
-};
-
-std::vector<Finding> Look(const HealthCheck& check, const Patient& patient) {
-    try {
-        return check.look(patient);
-    } catch (const std::exception& failure) {
-        return {{false, failure.what(), ""}};
-    }
-}
-
-std::vector<Result> LookAtAll(const std::string& folder) {
-    Progress progress("Looking");
-    const Patient patient = Examine(folder);
-    std::vector<Result> results;
-    for (std::size_t i = 0; i < HealthChecks().size(); ++i) {
-        const HealthCheck& check = HealthChecks()[i];
-        progress.Step(i + 1, HealthChecks().size(), check.title);
-        for (Finding& finding : Look(check, patient))
-            results.push_back({&check, std::move(finding)});
-    }
-    return results;
-}
-
-void Print(const std::vector<Result>& results) {
+void Print(const std::vector<HealthResult>& results) {
     constexpr std::size_t width = 18;
     for (const auto& [check, finding] : results) {
         std::string title = check->title;
@@ -59,7 +32,7 @@ void Print(const std::vector<Result>& results) {
     }
 }
 
-Json ToJson(const std::vector<Result>& results, bool areFine) {
+Json ToJson(const std::vector<HealthResult>& results, bool areFine) {
     Json checks = Json::array();
     for (const auto& [check, finding] : results)
         checks.push_back({{"check", check->key},
@@ -70,8 +43,10 @@ Json ToJson(const std::vector<Result>& results, bool areFine) {
 }
 
 void Doctor(const std::string& folder, bool isJson) {
-    const std::vector<Result> results = LookAtAll(folder);
-    const auto faults = std::ranges::count_if(results, [](const Result& r) { return !r.finding.isFine; });
+    Progress progress("Looking");
+    const std::vector<HealthResult> results = LookAtAll(folder, StepsOf(progress));
+    const auto faults =
+        std::ranges::count_if(results, [](const HealthResult& r) { return !r.finding.isFine; });
     isJson ? PrintJson(ToJson(results, faults == 0)) : Print(results);
     std::cout.flush();
     if (faults > 0)

@@ -2,14 +2,16 @@
 #include <memory>
 #include <string>
 
+#include "orb3core/settings/documentchange.h"
 #include "orb3core/store/configstore.h"
 #include "platform/storefile.h"
 #include "slib/files.h"
 #include "slib/sxml.h"
 #include "tools/config/commands.h"
-#include "tools/config/sense.h"
-#include "tools/config/settings.h"
-#include "tools/config/storedvalues.h"
+#include "tools/config/warnings.h"
+#include "tools/manage/sense.h"
+#include "tools/manage/settings.h"
+#include "tools/manage/storedvalues.h"
 
 namespace tool {
 namespace {
@@ -59,16 +61,20 @@ orb3::Configuration ReadFile(const std::string& file) {
     }
 }
 
+void Store(const std::string& text) {
+    PrintNote(StoreDocumentText(text) ? orb3::keptText : "");
+}
+
 void Import(const std::string& file, bool isForced) {
     const orb3::Configuration configuration = ReadFile(file);
     if (!isForced) CheckSense({}, configuration);
-    StoreDocumentText(DocumentText(configuration));
+    Store(DocumentText(configuration));
     std::cout << "The configuration of '" << file
               << "' is now in use. 'tessarune-config check' shows what a game's start would do with it.\n";
 }
 
 void Reset(bool withPlatform) {
-    StoreDocumentText("");
+    Store("");
     if (withPlatform) ForgetPlatformSettings();
     std::cout << "The configuration is removed. The next start of a game chooses one anew.\n";
 }

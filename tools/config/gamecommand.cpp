@@ -1,15 +1,12 @@
+#include <cstddef>
 #include <iostream>
 #include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "orb3core/settings/gameprofile.h"
-#include "platform/storelocation.h"
 #include "tools/config/commands.h"
-#include "tools/config/settings.h"
-#include "tools/config/storedvalues.h"
-#include "tools/support/range.h"
+#include "tools/manage/profiles.h"
 #include "tools/support/table.h"
 
 namespace tool {
@@ -31,51 +28,13 @@ struct Options {
     bool isJson = false;
 };
 
-std::vector<orb3::GameProfile> Shipped() {
-    return orb3::ReadShippedGameProfiles(platform::LoadedTree());
-}
-
-std::vector<orb3::GameProfile> Users() {
-    return orb3::ParseGameProfiles(ReadValue(orb3::gameProfilesKey));
-}
-
-std::string Patterns(const orb3::GameProfile& profile) {
-    std::string text = profile.programs;
-    if (!profile.libraries.empty()) text += (text.empty() ? "with " : ", or with ") + profile.libraries;
-    return text;
-}
-
-// The name of the profile that is meant: by its name, or by that of a program that it is for.
-std::string ProfileName(const std::string& name) {
-    std::vector<orb3::GameProfile> all = orb3::JoinGameProfiles(Shipped(), Users());
-    if (orb3::FindGameProfile(all, name) != all.end()) return name;
-    const auto found = orb3::FindGameProfileFor(all, {{name}, {}});
-    return found ? found->name : name;
-}
-
-// Where a profile comes from.
-std::string Origin(const orb3::GameProfile& profile, std::vector<orb3::GameProfile>& shipped,
-                   std::vector<orb3::GameProfile>& users) {
-    const bool isUsers = orb3::FindGameProfile(users, profile.name) != users.end();
-    const bool isShipped = orb3::FindGameProfile(shipped, profile.name) != shipped.end();
-    if (!isUsers) return "shipped";
-    return isShipped ? "shipped, changed by you" : "yours";
-}
-
 void List(const Options& options) {
-    std::vector<orb3::GameProfile> shipped = Shipped(), users = Users();
+    const Profiles profiles = ReadProfiles();
     Table table({{"GAME", "game"}, {"PROGRAMS", "programs"}, {"CHANGES", "changes"}, {"FROM", "from"}});
-    for (const orb3::GameProfile& profile : orb3::JoinGameProfiles(shipped, users))
-        table.AddRow({profile.name, Patterns(profile), orb3::DescribeChanges(profile),
-                      Origin(profile, shipped, users)});
+    for (const orb3::GameProfile& profile : profiles.Joined())
+        table.AddRow(
+            {profile.name, Patterns(profile), orb3::DescribeChanges(profile), profiles.Origin(profile.name)});
     options.isJson ? PrintJson({{"games", table.ToJson()}}) : table.PrintAligned(std::cout);
-}
-
-orb3::GameProfile Find(const std::string& name, std::vector<orb3::GameProfile> profiles) {
-    const auto found = orb3::FindGameProfile(profiles, name);
-    if (found != profiles.end()) return *found;
-    throw WrongUse("There is no profile '" + name +
-                   "'. 'tessarune-config game list' shows those that there are.");
 }
 
 std::string Meaning(const std::string& key) {
@@ -86,8 +45,9 @@ std::string Meaning(const std::string& key) {
 }
 
 void Show(const Options& options) {
-    std::vector<orb3::GameProfile> shipped = Shipped(), users = Users();
-    const orb3::GameProfile profile = Find(options.name, orb3::JoinGameProfiles(shipped, users));
+    const Profiles profiles = ReadProfiles();
+    const orb3::GameProfile profile = FindProfile(profiles.Joined(), ProfileName(profiles, options.name));
+    const std::string origin = profiles.Origin(profile.name);
     Table table({{"CHANGE", "change"}, {"VALUE", "value"}, {"FOR", "for"}});
     for (const auto& [key, value] : profile.values)
         table.AddRow({key, value, Meaning(key)});
@@ -96,82 +56,26 @@ void Show(const Options& options) {
                           {"programs", profile.programs},
                           {"libraries", profile.libraries},
                           {"reason", profile.reason},
-                          {"from", Origin(profile, shipped, users)},
+                          {"from", origin},
                           {"changes", table.ToJson()}});
-    std::cout << profile.name << " (" << Origin(profile, shipped, users) << ")\nFor programs "
+    std::cout << profile.name << " (" << origin << ")\nFor programs "
               << (profile.programs.empty() ? "" : "named ") << Patterns(profile) << ".\n";
     if (!profile.reason.empty()) std::cout << profile.reason << "\n";
     table.PrintAligned(std::cout);
 }
 
-// The name and the text as the document holds them.
-std::pair<std::string, std::string> Change(const std::string& key, const std::string& value) {
-    constexpr orb3::SettingRange flag;
-    const auto canonical = [&](const std::string& name, const orb3::SettingRange& range) {
-        try {
-            return Canonical(range, value);
-        } catch (const slib::BadParameterException& fault) {
-            throw WrongUse(name + " " + fault.what());
-        }
-    };
-    if (const auto which = orb3::FindGameSwitch(key)) {
-        const std::string name(orb3::gameSwitches[static_cast<std::size_t>(*which)].name);
-        return {name, canonical(name, flag)};
-    }
-    const orb3::Setting& setting = FindSetting(key);
-    if (orb3::FindGameSetting(setting.Name()) == nullptr)
-        throw WrongUse(setting.Name() + " holds for all games: 'tessarune-config set " + setting.Name() +
-                       " VALUE'.");
-    return {setting.Name(), canonical(setting.Name(), setting.value.range)};
-}
-
-void ChangeProfiles(const std::function<void(std::vector<orb3::GameProfile>&)>& change) {
-    ReplaceValue(orb3::gameProfilesKey, [&](const std::string& text) {
-        std::vector<orb3::GameProfile> profiles = orb3::ParseGameProfiles(text);
-        change(profiles);
-        return orb3::GameProfilesText(profiles, slib::SXMLNode::Style::Compact);
-    });
-}
-
-// A profile of the user's own for that name. Without patterns, and without a shipped one that has some, it is
-// for the program of that name.
-orb3::GameProfile& OwnProfile(std::vector<orb3::GameProfile>& users, const Options& options) {
-    auto found = orb3::FindGameProfile(users, options.name);
-    if (found == users.end()) {
-        std::vector<orb3::GameProfile> shipped = Shipped();
-        const bool isShipped = orb3::FindGameProfile(shipped, options.name) != shipped.end();
-        const bool hasPatterns = isShipped || !options.programs.empty() || !options.libraries.empty();
-        users.push_back({options.name, hasPatterns ? "" : options.name, "", "", {}});
-        found = users.end() - 1;
-    }
-    if (!options.programs.empty()) found->programs = options.programs;
-    if (!options.libraries.empty()) found->libraries = options.libraries;
-    return *found;
-}
-
 void Set(const Options& options) {
-    if (options.name.empty()) throw WrongUse("A game's name has at least one character.");
-    const auto [key, value] = Change(options.key, options.value);
-    ChangeProfiles([&, &key = key, &value = value](std::vector<orb3::GameProfile>& users) {
-        OwnProfile(users, options).values[key] = value;
-    });
-    std::cout << "For '" << options.name << "' " << key << " is now " << value
+    const std::string name = ProfileName(ReadProfiles(), options.name);
+    const auto [key, value] =
+        ChangeProfile({name, options.key, options.value, options.programs, options.libraries});
+    std::cout << "For '" << name << "' " << key << " is now " << value
               << ", from the game's next start on.\n";
 }
 
 void Reset(const Options& options) {
-    bool isShipped = false;
-    ChangeProfiles([&](std::vector<orb3::GameProfile>& users) {
-        const auto found = orb3::FindGameProfile(users, options.name);
-        std::vector<orb3::GameProfile> shipped = Shipped();
-        isShipped = orb3::FindGameProfile(shipped, options.name) != shipped.end();
-        if (found != users.end())
-            users.erase(found);
-        else
-            Find(options.name, shipped);
-    });
-    std::cout << "'" << options.name << "' is "
-              << (isShipped ? "as it was shipped" : "no longer treated otherwise")
+    const std::string name = ProfileName(ReadProfiles(), options.name);
+    const bool isShipped = ResetProfile(name);
+    std::cout << "'" << name << "' is " << (isShipped ? "as it was shipped" : "no longer treated otherwise")
               << ", from its next start on.\n";
 }
 
@@ -207,10 +111,7 @@ void AddGameCommand(Program& program) {
     show->add_option("NAME", options->name, "The profile's name, or that of the game's executable")
         ->required();
     AddJsonFlag(*show, options->isJson);
-    show->callback([options] {
-        options->name = ProfileName(options->name);
-        Show(*options);
-    });
+    show->callback([options] { Show(*options); });
     CLI::App* set = game->add_subcommand("set", "Change something for a game.");
     set->footer(Switches());
     set->add_option("NAME", options->name, "The profile's name, or that of the game's executable")
@@ -221,17 +122,11 @@ void AddGameCommand(Program& program) {
     set->add_option("--program", options->programs,
                     "Names of executables that it is for, parted by |, with * and ? for other characters");
     set->add_option("--library", options->libraries, "Names of libraries whose programs it is for, likewise");
-    set->callback([options] {
-        options->name = ProfileName(options->name);
-        Set(*options);
-    });
+    set->callback([options] { Set(*options); });
     CLI::App* reset = game->add_subcommand("reset", "Forget what you have changed for a game.");
     reset->add_option("NAME", options->name, "The profile's name, or that of the game's executable")
         ->required();
-    reset->callback([options] {
-        options->name = ProfileName(options->name);
-        Reset(*options);
-    });
+    reset->callback([options] { Reset(*options); });
 }
 
 }  // namespace tool

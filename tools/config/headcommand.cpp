@@ -1,17 +1,19 @@
 #include <chrono>
 #include <cmath>
+#include <cstddef>
 #include <iostream>
 #include <memory>
 #include <string>
 
-#include "library/sofachild.h"
 #include "slib/text.h"
 #include "tools/config/commands.h"
-#include "tools/config/headphonemethod.h"
-#include "tools/config/machine.h"
-#include "tools/config/storedvalues.h"
-#include "tools/support/nearest.h"
-#include "tools/support/progress.h"
+#include "tools/config/entries.h"
+#include "tools/config/steps.h"
+#include "tools/config/warnings.h"
+#include "tools/manage/headphonemethod.h"
+#include "tools/manage/heads.h"
+#include "tools/manage/machine.h"
+#include "tools/manage/storedvalues.h"
 
 namespace tool {
 namespace {
@@ -29,8 +31,6 @@ A head is the measurement of somebody's ears (HRTF) in a SOFA file (AES69). Its 
 library; no rights over the system's are needed. The circumference is around the forehead, over the ears: with it the
 delays between the ears become those of a head of that size.)";
 
-constexpr double leastCircumference = 0.35, greatestCircumference = 0.8;  // metres
-
 struct Options {
     std::string file, name, circumference;
     bool isJson = false;
@@ -40,39 +40,18 @@ double Seconds(Clock::time_point since) {
     return std::chrono::duration<double>(Clock::now() - since).count();
 }
 
-// In metres.
-double Length(const std::string& given) {
-    const std::string text = WithDecimalPoint(given);
-    const std::size_t end = text.find_last_of("0123456789.") + 1;
-    const std::string unit = text.substr(std::min(text.find_first_not_of(' ', end), text.size()));
-    const double scale = unit == "cm" ? 0.01 : unit == "mm" ? 0.001 : unit == "in" ? 0.0254 : 0;
-    double number = 0;
-    const bool isNumber = CLI::detail::lexical_cast(text.substr(0, end), number);
-    const double metres = number * scale;
-    if (isNumber && metres >= leastCircumference && metres <= greatestCircumference) return metres;
-    throw WrongUse(
-        "--circumference must be that of a head with its unit, such as 57cm, 570mm or 22.4in, not '" + text +
-        "'.");
-}
-
 void Add(const Options& options) {
     const Clock::time_point begin = Clock::now();
-    design::AddedHead head;
-    if (!options.circumference.empty()) head.circumference = Length(options.circumference);
+    HeadFile head{options.file, options.name, 0};
+    if (!options.circumference.empty())
+        head.circumference = ParseCircumference(options.circumference, "--circumference");
+    std::size_t directions = 0;
     {
         Progress progress("Designing decoders");
-        ChangeOwnLibrary([&](orb3::fl::FormatRegistrar& library) {
-            design::NewHeadTag(options.name, library);
-            head.impulses = design::ReadSofaInChild(options.file);
-            head.report = [&](unsigned order) {
-                progress.Step(order, design::greatestOrder, "order " + std::to_string(order));
-            };
-            design::AddOwnHead(head, options.name, library);
-        });
+        directions = AddHead(head, StepsOf(progress));
     }
-    std::cout << "The head '" << options.name << "' is in your library, made from "
-              << head.impulses.directions.size() << " directions in "
-              << slib::FormatNumber(std::round(Seconds(begin) * 10) / 10)
+    std::cout << "The head '" << options.name << "' is in your library, made from " << directions
+              << " directions in " << slib::FormatNumber(std::round(Seconds(begin) * 10) / 10)
               << " s. 'tessarune-config head use' puts it in force:\n  tessarune-config head use '"
               << options.name << "'\n";
 }
@@ -91,31 +70,15 @@ void List(const Options& options) {
 }
 
 void Use(const Options& options) {
-    ErrorsToTerminal log;
-    const FormatLibrary library(log);
-    const auto heads = design::ListHeads(library.Librarian());
-    const design::OwnEntry& head = FindEntry(heads, options.name, "head");
-    ChangeChoice(
-        library.Librarian(), [&](design::HeadChoice& choice) { choice.head = head.tag; }, true);
-    std::cout << "Headphones now play by the head '" << head.name << "'.\n";
+    const HeadphoneChange change = UseHead(options.name);
+    PrintNote(change.note);
+    std::cout << "Headphones now play by the head '" << change.name << "'.\n";
 }
 
 void Remove(const Options& options) {
-    ErrorsToTerminal log;
-    const FormatLibrary library(log);
-    const auto heads = design::ListHeads(library.Librarian());
-    const design::OwnEntry& head = FindEntry(heads, options.name, "head");
-    if (!head.isOwn)
-        throw WrongUse("'" + head.name + "' is a head of the system's library, and can't be removed.");
-    if (StoredChoice(ReadDocument()).head == head.tag)
-        ChangeChoice(
-            library.Librarian(),
-            [&](design::HeadChoice& choice) {
-                if (choice.head == head.tag) choice.head = SystemsHead(library.Librarian());
-            },
-            false);
-    ChangeOwnLibrary([&](orb3::fl::FormatRegistrar& own) { design::RemoveOwn(head.tag, own); });
-    std::cout << "The head '" << head.name << "' is removed.\n";
+    const HeadphoneChange change = RemoveHead(options.name);
+    PrintNote(change.note);
+    std::cout << "The head '" << change.name << "' is removed.\n";
 }
 
 CLI::App* AddNamed(CLI::App& head, Options& options, const char* command, const char* description) {

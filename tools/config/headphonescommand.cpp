@@ -3,9 +3,12 @@
 #include <string>
 
 #include "tools/config/commands.h"
-#include "tools/config/headphonemethod.h"
-#include "tools/config/machine.h"
-#include "tools/config/storedvalues.h"
+#include "tools/config/entries.h"
+#include "tools/config/warnings.h"
+#include "tools/manage/headphonemethod.h"
+#include "tools/manage/heads.h"
+#include "tools/manage/machine.h"
+#include "tools/manage/storedvalues.h"
 
 namespace tool {
 namespace {
@@ -29,18 +32,8 @@ struct Options {
     bool isJson = false;
 };
 
-std::string Description(const design::HeadphoneCorrection& correction) {
-    if (correction.filters.empty())
-        return "An impulse response of " + std::to_string(correction.responses.rows()) + " samples.";
-    return "Parametric filters: " + std::to_string(correction.filters.size()) + ".";
-}
-
 void Add(const Options& options) {
-    ChangeOwnLibrary([&](orb3::fl::FormatRegistrar& library) {
-        design::NewHeadphonesTag(options.name, library);
-        const design::HeadphoneCorrection correction = design::ReadHeadphoneCorrection(options.file);
-        design::AddOwnHeadphones(correction, options.name, Description(correction), library);
-    });
+    AddHeadphones(options.file, options.name);
     std::cout << "The headphones '" << options.name
               << "' are in your library. 'tessarune-config headphones use' puts them in force:\n  "
                  "tessarune-config headphones use '"
@@ -66,35 +59,20 @@ void List(const Options& options) {
 }
 
 void Use(const Options& options) {
-    ErrorsToTerminal log;
-    const FormatLibrary library(log);
-    const auto all = design::ListHeadphones(library.Librarian());
-    const design::OwnEntry& headphones = FindEntry(all, options.name, "pair of headphones");
-    ChangeChoice(
-        library.Librarian(), [&](design::HeadChoice& choice) { choice.headphones = headphones.tag; }, true);
-    std::cout << "The sound is now evened for the headphones '" << headphones.name << "'.\n";
-}
-
-void SwitchOff(const orb3::fl::FormatLibrarian& library) {
-    ChangeChoice(
-        library, [](design::HeadChoice& choice) { choice.headphones.clear(); }, false);
+    const HeadphoneChange change = UseHeadphones(options.name);
+    PrintNote(change.note);
+    std::cout << "The sound is now evened for the headphones '" << change.name << "'.\n";
 }
 
 void TurnOff() {
-    ErrorsToTerminal log;
-    const FormatLibrary library(log);
-    SwitchOff(library.Librarian());
+    PrintNote(SwitchHeadphonesOff());
     std::cout << "The sound is no longer evened for any headphones.\n";
 }
 
 void Remove(const Options& options) {
-    ErrorsToTerminal log;
-    const FormatLibrary library(log);
-    const auto all = design::ListHeadphones(library.Librarian());
-    const design::OwnEntry& headphones = FindEntry(all, options.name, "pair of headphones");
-    if (StoredChoice(ReadDocument()).headphones == headphones.tag) SwitchOff(library.Librarian());
-    ChangeOwnLibrary([&](orb3::fl::FormatRegistrar& own) { design::RemoveOwn(headphones.tag, own); });
-    std::cout << "The headphones '" << headphones.name << "' are removed.\n";
+    const HeadphoneChange change = RemoveHeadphones(options.name);
+    PrintNote(change.note);
+    std::cout << "The headphones '" << change.name << "' are removed.\n";
 }
 
 }  // namespace

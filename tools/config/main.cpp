@@ -3,7 +3,7 @@
 #include <string>
 
 #include "tools/config/commands.h"
-#include "tools/config/settings.h"
+#include "tools/manage/settings.h"
 
 namespace {
 
@@ -17,7 +17,8 @@ constexpr const char* examples = R"(Examples:
   tessarune-config select "Headphone Stereo"
   tessarune-config speaker-test
   tessarune-config head add me.sofa --name Me
-  tessarune-config set Output WaveFile)";
+  tessarune-config set Output WaveFile
+  tessarune-config page                   all of it in your browser)";
 
 std::string Footer() {
     return std::string(examples) + R"(
@@ -39,7 +40,7 @@ int main(int count, char** arguments) {
          {tool::AddShowCommand, tool::AddSettingCommands, tool::AddDevicesCommand, tool::AddLayoutCommands,
           tool::AddSpeakersCommand, tool::AddHeadCommand, tool::AddHeadphonesCommand,
           tool::AddSpeakerTestCommand, tool::AddCheckCommand, tool::AddDoctorCommand, tool::AddLogCommand,
-          tool::AddGameCommand, tool::AddDocumentCommands})
+          tool::AddGameCommand, tool::AddPageCommand, tool::AddDocumentCommands})
         add(program);
     return program.Run(count, arguments);
 }

@@ -6,9 +6,11 @@
 
 #include "slib/text.h"
 #include "tools/config/commands.h"
-#include "tools/config/devicespeakers.h"
-#include "tools/config/settings.h"
-#include "tools/config/storedvalues.h"
+#include "tools/config/settingcell.h"
+#include "tools/config/settingspage.h"
+#include "tools/manage/devicespeakers.h"
+#include "tools/manage/settings.h"
+#include "tools/manage/storedvalues.h"
 #include "tools/support/range.h"
 #include "tools/support/table.h"
 
@@ -149,7 +151,7 @@ void AddSettingCommands(Program& program) {
     CLI::App* get = program.add_subcommand("get", "Print a setting, or all of them.");
     get->footer(std::string(getExamples) + Names());
     CLI::Option* name = get->add_option("SETTING", options->name, "The setting; left out, all are listed");
-    program.OfferFor(name, SettingNames());
+    program.OfferFor(name, {SettingNames(), {}, false});
     get->add_option("--device", options->device,
                     "Of SpeakerSetting: that of this device, by its id, name or number")
         ->needs(name);
@@ -160,7 +162,8 @@ void AddSettingCommands(Program& program) {
 
     CLI::App* set = program.add_subcommand("set", "Change a setting.");
     set->footer(std::string(setExamples) + Names());
-    program.OfferFor(set->add_option("SETTING", options->name, "The setting")->required(), SettingNames());
+    program.OfferFor(set->add_option("SETTING", options->name, "The setting")->required(),
+                     {SettingNames(), {}, false});
     program.OfferFor(set->add_option("VALUE", options->value, "Its new value")->required(), SettingValues());
     set->add_option("--device", options->device,
                     "Of SpeakerSetting: for this device alone, by its id, name or number");

@@ -1,6 +1,6 @@
-// The page docs/settings.md, from the table of settings.
+#include "tools/config/settingspage.h"
 
-#include "tools/config/settings.h"
+#include "orb3core/settings/settingtable.h"
 #include "tools/support/range.h"
 
 namespace tool {

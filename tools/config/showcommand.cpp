@@ -6,8 +6,9 @@
 #include "orb3core/store/configstore.h"
 #include "platform/storelocation.h"
 #include "tools/config/commands.h"
-#include "tools/config/settings.h"
-#include "tools/config/storedvalues.h"
+#include "tools/config/settingcell.h"
+#include "tools/manage/settings.h"
+#include "tools/manage/storedvalues.h"
 #include "tools/support/table.h"
 
 namespace tool {

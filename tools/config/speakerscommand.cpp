@@ -1,25 +1,21 @@
-#include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "library/layoutreader.h"
-#include "library/ownlibrary.h"
-#include "orb3core/library/conversionchoice.h"
-#include "orb3core/setup/layoutselection.h"
 #include "slib/files.h"
 #include "slib/text.h"
 #include "tools/config/commands.h"
-#include "tools/config/connection.h"
-#include "tools/config/machine.h"
-#include "tools/config/room.h"
-#include "tools/config/roomstore.h"
-#include "tools/config/selecting.h"
-#include "tools/config/storedvalues.h"
+#include "tools/config/selection.h"
+#include "tools/config/steps.h"
+#include "tools/config/warnings.h"
+#include "tools/manage/connection.h"
+#include "tools/manage/room.h"
+#include "tools/manage/roomstore.h"
+#include "tools/manage/speakers.h"
+#include "tools/manage/storedvalues.h"
 #include "tools/support/nearest.h"
 #include "tools/support/table.h"
 
@@ -48,32 +44,6 @@ struct Options {
     double distance = 1;
     bool isJson = false;
 };
-
-const Layout& FindLayout(const orb3::Configuration& configuration, const std::string& name) {
-    const orb3::Configuration::LayoutPtr selected = orb3::FindSelectedLayout(configuration);
-    if (name.empty() && selected) return *selected;
-    for (auto layout = configuration.layouts.rbegin(); layout != configuration.layouts.rend(); ++layout)
-        if (!name.empty() && orb3::MakeFormatTag((*layout)->format) == orb3::MakeFormatTag(name))
-            return **layout;
-    throw WrongUse(
-        (name.empty() ? "No layout is in force yet." : "There is no stored layout '" + name + "'.") +
-        " 'tessarune-config select LAYOUT' makes one.");
-}
-
-// The layout as an object to change; `configuration` isn't const.
-Layout& FindLayoutToChange(orb3::Configuration& configuration, const std::string& name) {
-    const Layout& found = FindLayout(configuration, name);
-    for (const auto& layout : configuration.layouts)
-        if (layout.Get() == &found) return *layout;
-    slib::ThrowUnreachable();
-}
-
-void CheckIsWhole(const Layout& layout) {
-    if (layout.channels.size() == layout.speakers.size()) return;
-    throw slib::BadDataException("The stored layout '" + layout.format +
-                                 "' has different numbers of speakers and outputs. 'tessarune-config select "
-                                 "LAYOUT' makes it anew.");
-}
 
 Cell Figure(double value, int digits = 6) {
     return {slib::FormatNumber(value, digits), value};
@@ -115,35 +85,7 @@ void Show(const Options& options) {
     table.PrintAligned(std::cout, "  ");
     std::cout << "Angles are in degrees, positive to the left and upwards. Only the ratios of the distances "
                  "count.\n";
-    WarnOfBassOutputs(layout);
-}
-
-// The outputs of the layout's device, where that is there.
-std::vector<std::string> OutputsOf(const Layout& layout, const orb3::Frameworks& frameworks) {
-    if (layout.pipeDevice.empty())
-        throw WrongUse(
-            "'" + layout.format +
-            "' isn't connected to a device yet. Connect it: tessarune-config speakers connect DEVICE.");
-    const Output output = FindOutput(frameworks, layout.pipeDevice);
-    return orb3::PlaybackChannelNames(*output.device);
-}
-
-std::string FindOutputName(const std::vector<std::string>& outputs, const std::string& name) {
-    if (const auto found = orb3::FindChannel(outputs, name)) return outputs[*found];
-    if (const auto found = FindMeant(outputs, name)) return outputs[*found];
-    std::string known;
-    for (const std::string& output : outputs)
-        known += (known.empty() ? "" : ", ") + output;
-    throw WrongUse("The output must be one of " + known + ", not '" + name + "'." +
-                   DidYouMean(outputs, name));
-}
-
-// The speaker that had the output gets the one that is given up, for one output can't play two speakers.
-void Connect(Layout& layout, std::size_t speaker, const std::string& output) {
-    std::string& own = layout.channels[speaker].pipePlaybackChannel;
-    for (orb3::spk::Channel& channel : layout.channels)
-        if (channel.pipePlaybackChannel == output) channel.pipePlaybackChannel = own;
-    own = output;
+    PrintWarnings(BassWarnings(layout));
 }
 
 void Set(const Options& options) {
@@ -155,36 +97,13 @@ void Set(const Options& options) {
     if (!options.gain.empty() && (!gain || *gain < 0))
         throw WrongUse("--gain must be a number of 0 or more, or of decibels as -6dB, not '" + options.gain +
                        "'.");
-    ErrorsToTerminal log;
-    const orb3::Frameworks frameworks = MakeFrameworks(log);
-    ChangeDocument(
-        [&](orb3::Configuration& configuration) {
-            Layout& layout = FindLayoutToChange(configuration, options.layout);
-            CheckIsWhole(layout);
-            const std::size_t speaker = FindSpeaker(layout, options.speaker);
-            if (gain) layout.channels[speaker].gain = *gain;
-            if (!options.output.empty())
-                Connect(layout, speaker, FindOutputName(OutputsOf(layout, frameworks), options.output));
-        },
-        options.isForced ? Force::Yes : Force::No);
+    ChangeSpeaker({options.layout, options.speaker, options.output, gain},
+                  options.isForced ? Force::Yes : Force::No);
     Show(options);
 }
 
 void ConnectAll(const Options& options) {
-    ErrorsToTerminal log;
-    const Output output = FindOutput(MakeFrameworks(log), options.device);
-    const std::uint32_t available = output.device->GetPlaybackChannelCount();
-    ChangeDocument([&](orb3::Configuration& configuration) {
-        Layout& layout = FindLayoutToChange(configuration, options.layout);
-        if (layout.channels.size() > available)
-            throw WrongUse("'" + layout.format + "' needs " + std::to_string(layout.channels.size()) +
-                           " outputs, but '" + output.device->id + "' has " + std::to_string(available) +
-                           ". 'tessarune-config devices' lists the devices.");
-        layout.pipeFramework = output.framework->GetId();
-        layout.pipeDevice = output.device->id;
-        CheckIsWhole(layout);
-        ConnectTo(*output.device, layout);
-    });
+    ConnectAllSpeakers(options.layout, options.device);
     Show(options);
 }
 
@@ -209,22 +128,19 @@ std::vector<MeasuredSpeaker> Measured(const Layout& layout, const std::vector<st
 }
 
 void AddRoom(const std::string& file) {
-    std::ifstream stream(file);
-    if (!stream) throw slib::OperatingSystemErrnoException("Unable to open '" + file + "'.");
-    const design::SpeakerLayout room = design::ReadLayout(stream, file);
-    StoreRoom(room);
+    const design::SpeakerLayout room = ReadRoom(file);
+    {
+        Progress progress("Designing the decoders of '" + room.name + "'");
+        StoreRoom(room, StepsOf(progress));
+    }
     std::cout << "'" << room.name << "' with " << room.speakers.size()
               << " speakers is in your library. 'tessarune-config select' puts it in force:\n"
                  "  tessarune-config select '"
               << room.name << "'\n";
 }
 
-// Of the user's own library; the settings keep what they have of it.
-void RemoveRoom(const std::string& name) {
-    ChangeOwnLibrary([&](orb3::fl::LayeredLibrarian& library) {
-        if (!design::RemoveOwnRoom(orb3::MakeFormatTag(name), library))
-            throw WrongUse("Your library has no room '" + name + "'. 'tessarune-config layouts' lists all.");
-    });
+void Remove(const std::string& name) {
+    RemoveRoom(name);
     std::cout << "The room '" << name << "' is removed.\n";
 }
 
@@ -241,35 +157,22 @@ void WriteRoom(const Options& options) {
               << "  tessarune-config speakers room '" << options.file << "' --apply\n";
 }
 
-// Gains that a file has, which the library doesn't hold.
-void SetGains(const std::string& name, const design::SpeakerLayout& room) {
-    if (std::ranges::all_of(room.speakers, [](const auto& speaker) { return speaker.gain == 1; })) return;
-    ChangeDocument(
-        [&](orb3::Configuration& configuration) {
-            Layout& layout = FindLayoutToChange(configuration, name);
-            for (std::size_t i = 0; i < std::min(layout.channels.size(), room.speakers.size()); ++i)
-                layout.channels[i].gain = room.speakers[i].gain;
-        },
-        Force::Yes);
-}
-
-void ApplyRoom(const Options& options) {
-    std::ifstream stream(options.file);
-    if (!stream) throw slib::OperatingSystemErrnoException("Unable to open '" + options.file + "'.");
-    design::SpeakerLayout room = design::ReadLayout(stream, options.file);
-    if (!options.name.empty()) room.name = options.name;
-    const LayoutChoice choice{room.name, options.device, ""};
-    CheckOutputs(choice, room.speakers.size());
-    StoreRoom(room);
-    SelectLayout(choice);
-    SetGains(room.name, room);
+void Apply(const Options& options) {
+    RoomInUse use{ReadRoom(options.file), options.device, {}};
+    if (!options.name.empty()) use.room.name = options.name;
+    Layout layout;
+    {
+        Progress progress("Designing the decoders of '" + use.room.name + "'");
+        layout = ApplyRoom(use, StepsOf(progress));
+    }
+    PrintSelection(layout);
 }
 
 // A file that was measured elsewhere, or edited, stays as it is.
 void MakeRoom(const Options& options) {
     const bool isThere = std::filesystem::exists(options.file);
     if (!options.isApplied || !isThere || !options.places.empty()) WriteRoom(options);
-    if (options.isApplied) ApplyRoom(options);
+    if (options.isApplied) Apply(options);
 }
 
 void AddSetCommand(CLI::App& speakers, const std::shared_ptr<Options>& options) {
@@ -312,7 +215,7 @@ void AddRoomCommand(CLI::App& speakers, const std::shared_ptr<Options>& options)
     add->callback([options] { AddRoom(options->file); });
     CLI::App* remove = speakers.add_subcommand("remove", "Remove a room from your own library.");
     remove->add_option("NAME", options->name, "Its name")->required();
-    remove->callback([options] { RemoveRoom(options->name); });
+    remove->callback([options] { Remove(options->name); });
 }
 
 }  // namespace

@@ -150,6 +150,9 @@ int main(int count, char** arguments) {
     tool::HideRefusedPriority();
     tool::Program program("tessarune-page", "Serves the page of Tessarune's settings to your browser.");
     program.footer(std::string(footer) + tool::exitStatuses);
+    program.files.push_back({std::string("$XDG_RUNTIME_DIR/") + orb3::storeRoot + "/page.html",
+                             "Leads a browser to the page, until that is open. Without the variable in "
+                             "/run/user or /tmp."});
     Options options;
     program.add_flag("--print", options.isOnlyPrinted, "Print where the page is, and open no browser");
     program.add_flag("--as-root", options.isRootAllowed, "Start even as root");

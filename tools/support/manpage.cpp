@@ -13,8 +13,9 @@
 namespace tool {
 namespace {
 
-constexpr const char* programs[] = {"tessarune-config", "tessarune-demo", "tessarune-info",
-                                    "tessarune-library", "tessarune-run"};
+constexpr const char* programs[] = {"tessarune-config",  "tessarune-demo", "tessarune-info",
+                                    "tessarune-library", "tessarune-page", "tessarune-replay",
+                                    "tessarune-run"};
 
 constexpr std::string_view paragraphStart = ".PP\n";
 

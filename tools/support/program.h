@@ -11,7 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "slib/exception.h"
+#include "tools/support/version.h"
+#include "tools/support/wronguse.h"
 
 namespace tool {
 
@@ -21,12 +22,6 @@ inline constexpr int wrongUse = 2;
 /// Of programs that have no other statuses. A paragraph of the help; see Program.
 inline constexpr const char* exitStatuses =
     "Exit status: 0 for success, 1 for a failure, 2 for a command line that is wrong.";
-
-/// The command line asks for what can't be. Its text is a whole sentence that says what can.
-class WrongUse : public slib::StringException {
-public:
-    using StringException::StringException;
-};
 
 /// What completion offers where a value stands.
 struct Offer {
@@ -74,8 +69,5 @@ private:
 /// Keeps the library from saying on standard error that it was refused a priority, which is nothing to the
 /// person before this program. Not for what it starts. Before a context is made.
 void HideRefusedPriority();
-
-/// The project's version: "2.5.1".
-std::string Version();
 
 }  // namespace tool

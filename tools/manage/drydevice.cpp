@@ -1,4 +1,4 @@
-#include "tools/config/drydevice.h"
+#include "tools/manage/drydevice.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,11 +1,11 @@
-#include "tools/config/sense.h"
+#include "tools/manage/sense.h"
 
 #include <algorithm>
 #include <string>
 #include <vector>
 
 #include "slib/text.h"
-#include "tools/support/program.h"
+#include "tools/support/wronguse.h"
 
 namespace tool {
 namespace {

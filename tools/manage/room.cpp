@@ -1,12 +1,12 @@
-#include "tools/config/room.h"
+#include "tools/manage/room.h"
 
 #include <algorithm>
 #include <cmath>
 #include <numbers>
 
 #include "slib/text.h"
-#include "tools/config/commands.h"
 #include "tools/support/nearest.h"
+#include "tools/support/wronguse.h"
 
 namespace tool {
 namespace {

@@ -1,15 +1,15 @@
-#include "tools/config/headphonemethod.h"
+#include "tools/manage/headphonemethod.h"
 
-#include <iostream>
+#include <algorithm>
 
 #include "orb3core/library/conversionchoice.h"
 #include "orb3core/setup/layoutselection.h"
 #include "slib/standardformats.h"
-#include "tools/config/commands.h"
-#include "tools/config/connection.h"
-#include "tools/config/machine.h"
-#include "tools/config/storedvalues.h"
+#include "tools/manage/connection.h"
+#include "tools/manage/machine.h"
+#include "tools/manage/storedvalues.h"
 #include "tools/support/nearest.h"
+#include "tools/support/wronguse.h"
 
 namespace tool {
 namespace {
@@ -39,11 +39,11 @@ Layout MakeLayout(const orb3::fl::FormatLibrarian& library) {
     return layout;
 }
 
-void SayWhatIsHeard(const orb3::Configuration& configuration) {
+std::string WhatIsHeard(const orb3::Configuration& configuration) {
     const LayoutPtr selected = orb3::FindSelectedLayout(configuration);
-    if (selected && IsForHeadphones(*selected)) return;
-    std::cout << "Headphones aren't in force now. 'tessarune-config select \"" << FormatName()
-              << "\"' puts them in force; so does a system whose speakers are headphones.\n";
+    if (selected && IsForHeadphones(*selected)) return "";
+    return "Headphones aren't in force now. 'tessarune-config select \"" + FormatName() +
+           "\"' puts them in force; so does a system whose speakers are headphones.";
 }
 
 // What a name and a tag have in common: "measuredhead" is "measured".
@@ -75,10 +75,10 @@ const design::OwnEntry& FindEntry(const std::vector<design::OwnEntry>& entries, 
                    known + ".");
 }
 
-void ChangeChoice(const orb3::fl::FormatLibrarian& library,
-                  const std::function<void(design::HeadChoice& choice)>& change, bool makesLayout) {
+std::string ChangeChoice(const orb3::fl::FormatLibrarian& library,
+                         const std::function<void(design::HeadChoice& choice)>& change, bool makesLayout) {
     const bool needsLayout = makesLayout && !HasHeadphones(ReadDocument());
-    if (!needsLayout && !HasHeadphones(ReadDocument())) return;
+    if (!needsLayout && !HasHeadphones(ReadDocument())) return "";
     const LayoutPtr made(needsLayout ? new Layout(MakeLayout(library)) : nullptr);
     orb3::Configuration changed;
     ChangeDocument([&](orb3::Configuration& configuration) {
@@ -92,26 +92,13 @@ void ChangeChoice(const orb3::fl::FormatLibrarian& library,
         }
         changed = configuration;
     });
-    SayWhatIsHeard(changed);
+    return WhatIsHeard(changed);
 }
 
 std::string SystemsHead(const orb3::fl::FormatLibrarian& library) {
     Layout layout;
     orb3::ConfigureLayout(library, layout, nullptr, nullptr, FormatName());
     return layout.method;
-}
-
-Table Entries(const std::string& title, const std::vector<design::OwnEntry>& entries,
-              const std::string& used) {
-    Table table(
-        {{"", "is_used"}, {title, "name"}, {"METHOD", "method"}, {"BY", "is_own"}, {"", "description"}});
-    for (const design::OwnEntry& entry : entries)
-        table.AddRow({{entry.tag == used ? "*" : "", entry.tag == used},
-                      entry.name,
-                      entry.tag,
-                      {entry.isOwn ? "you" : "the system", entry.isOwn},
-                      {"", entry.writeup}});
-    return table;
 }
 
 }  // namespace tool

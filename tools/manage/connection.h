@@ -3,6 +3,9 @@
 // The connection of a layout's speakers to the outputs of a device, for the commands that a person makes it
 // with.
 
+#include <string>
+#include <vector>
+
 #include "orb3core/speakers/layout.h"
 #include "pipe/framework.h"
 
@@ -12,7 +15,8 @@ namespace tool {
 /// enough: by name and role, the rest in order.
 void ConnectTo(audiopipe::Device& device, orb3::spk::Layout& layout);
 
-/// Says which speakers of all frequencies play on an output of bass alone, and what to do about it.
-void WarnOfBassOutputs(const orb3::spk::Layout& layout);
+/// Which speakers of all frequencies play on an output of bass alone, and what to do about it: a sentence
+/// each.
+std::vector<std::string> BassWarnings(const orb3::spk::Layout& layout);
 
 }  // namespace tool

@@ -1,10 +1,7 @@
-#include "tools/config/connection.h"
+#include "tools/manage/connection.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <iostream>
-#include <string>
-#include <vector>
 
 #include "orb3core/setup/devicelookup.h"
 #include "orb3core/setup/speakerconnection.h"
@@ -18,14 +15,16 @@ void ConnectTo(audiopipe::Device& device, orb3::spk::Layout& layout) {
         layout.channels[i].pipePlaybackChannel = outputs[connected[i]];
 }
 
-void WarnOfBassOutputs(const orb3::spk::Layout& layout) {
+std::vector<std::string> BassWarnings(const orb3::spk::Layout& layout) {
+    std::vector<std::string> warnings;
     for (const std::size_t i : orb3::SpeakersOnBassOutputs(layout)) {
         const std::string &speaker = layout.speakers[i].label,
                           &output = layout.channels[i].pipePlaybackChannel;
-        std::cout << "Warning: '" << speaker << "' plays on '" << output
-                  << "', from which most systems let only bass through. Give it another output with "
-                     "'tessarune-config speakers set', or choose a device with more outputs.\n";
+        warnings.push_back("'" + speaker + "' plays on '" + output +
+                           "', from which most systems let only bass through. Give it another output with "
+                           "'tessarune-config speakers set', or choose a device with more outputs.");
     }
+    return warnings;
 }
 
 }  // namespace tool

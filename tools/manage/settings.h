@@ -8,9 +8,7 @@
 
 #include "orb3core/settings/configuration.h"
 #include "orb3core/settings/settingtable.h"
-#include "tools/config/storedvalues.h"
-#include "tools/support/program.h"
-#include "tools/support/table.h"
+#include "tools/manage/storedvalues.h"
 
 namespace tool {
 
@@ -20,11 +18,8 @@ const orb3::Setting& FindSetting(const std::string& name);
 /// `configuration` serves for what is stored in the document; the rest is read from the store.
 std::string GetSetting(const orb3::Setting& setting, const orb3::Configuration& configuration);
 
-/// That, as a cell: a number or a truth in JSON where the setting is one.
-Cell SettingCell(const orb3::Setting& setting, const orb3::Configuration& configuration);
-
-/// What completion offers for a setting's name.
-Offer SettingNames();
+/// The names of all.
+std::vector<std::string> SettingNames();
 
 /// `text` in the one way in which it is stored. Throws WrongUse for what isn't in the range.
 std::string CheckedSetting(const orb3::Setting& setting, const std::string& text);
@@ -41,8 +36,5 @@ std::string PlatformSettingNames();
 
 /// Throws WrongUse for a number or word in the text of a document that its reader would change in silence.
 void CheckDocumentSettings(const std::string& documentText);
-
-/// The page docs/settings.md.
-std::string SettingsPage();
 
 }  // namespace tool

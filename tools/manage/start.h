@@ -11,7 +11,7 @@
 #include "orb3core/setup/devicelookup.h"
 #include "orb3core/setup/outputsetup.h"
 #include "slib/mutex.h"
-#include "tools/config/machine.h"
+#include "tools/manage/machine.h"
 
 namespace tool {
 

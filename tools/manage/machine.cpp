@@ -1,4 +1,4 @@
-#include "tools/config/machine.h"
+#include "tools/manage/machine.h"
 
 #include <cstdint>
 #include <string>
@@ -12,9 +12,9 @@
 #include "platform/soundsystem.h"
 #include "platform/storelocation.h"
 #include "slib/exception.h"
-#include "tools/config/commands.h"
 #include "tools/support/nearest.h"
 #include "tools/support/terminal.h"
+#include "tools/support/wronguse.h"
 
 namespace tool {
 namespace {

@@ -1,4 +1,4 @@
-#include "tools/config/doctor.h"
+#include "tools/manage/doctor.h"
 
 #include <sched.h>
 #include <sys/resource.h>
@@ -22,15 +22,16 @@
 #include "platform/realtimekit.h"
 #include "platform/storelocation.h"
 #include "slib/exception.h"
-#include "tools/config/machine.h"
-#include "tools/config/settings.h"
-#include "tools/config/start.h"
-#include "tools/config/storedvalues.h"
+#include "tools/manage/machine.h"
+#include "tools/manage/settings.h"
+#include "tools/manage/start.h"
+#include "tools/manage/storedvalues.h"
 #include "tools/support/elffile.h"
 #include "tools/support/foreignlibrary.h"
 #include "tools/support/installedtree.h"
 #include "tools/support/layoutnames.h"
 #include "tools/support/logring.h"
+#include "tools/support/version.h"
 
 namespace tool {
 namespace {
@@ -323,6 +324,14 @@ Findings LookAtGame(const Patient& patient) {
     return findings;
 }
 
+std::vector<Finding> Look(const HealthCheck& check, const Patient& patient) {
+    try {
+        return check.look(patient);
+    } catch (const std::exception& failure) {
+        return {{false, failure.what(), ""}};
+    }
+}
+
 }  // namespace
 
 Patient Examine(const fs::path& game) {
@@ -344,6 +353,18 @@ const std::vector<HealthCheck>& HealthChecks() {
                                                  {"Store", "store", LookAtStore},
                                                  {"Game", "game", LookAtGame}};
     return checks;
+}
+
+std::vector<HealthResult> LookAtAll(const fs::path& game, const StepReport& report) {
+    const Patient patient = Examine(game);
+    std::vector<HealthResult> results;
+    for (std::size_t i = 0; i < HealthChecks().size(); ++i) {
+        const HealthCheck& check = HealthChecks()[i];
+        report(i + 1, HealthChecks().size(), check.title);
+        for (Finding& finding : Look(check, patient))
+            results.push_back({&check, std::move(finding)});
+    }
+    return results;
 }
 
 }  // namespace tool

@@ -1,7 +1,7 @@
 #pragma once
 
-// Everything that a game's sound depends on, looked at one after the other, for the command `doctor`. Nothing
-// is changed, nothing is played, and nothing waits for long. One thread.
+// Everything that a game's sound depends on, looked at one after the other, for the command `doctor` and
+// the page. Nothing is changed, nothing is played, and nothing waits for long. One thread.
 
 #include <filesystem>
 #include <optional>
@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/servers.h"
+#include "tools/manage/report.h"
 
 namespace tool {
 
@@ -37,5 +38,14 @@ struct HealthCheck {
 
 /// In the order in which they are to be read. A `look` that throws found a fault that its exception tells.
 const std::vector<HealthCheck>& HealthChecks();
+
+/// What was found, and by which check.
+struct HealthResult {
+    const HealthCheck* check;
+    Finding finding;
+};
+
+/// Runs all checks. `report` is called before each.
+std::vector<HealthResult> LookAtAll(const std::filesystem::path& game, const StepReport& report);
 
 }  // namespace tool

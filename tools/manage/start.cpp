@@ -1,4 +1,4 @@
-#include "tools/config/start.h"
+#include "tools/manage/start.h"
 
 #include <algorithm>
 
@@ -6,7 +6,7 @@
 #include "orb3core/settings/sharedconfiguration.h"
 #include "orb3core/setup/layoutselection.h"
 #include "slib/exception.h"
-#include "tools/config/drydevice.h"
+#include "tools/manage/drydevice.h"
 #include "tools/support/progress.h"
 
 namespace tool {

@@ -36,9 +36,9 @@ enum class Force { No, Yes };
 /// Changes the document. Throws as ReadDocument, ReplaceValue and CheckSense.
 void ChangeDocument(const std::function<void(orb3::Configuration&)>& change, Force force = Force::No);
 
-/// Puts `text` in the document's place; an empty text means that there is none. A document that couldn't be
-/// used is kept, and the log and standard output say so.
-void StoreDocumentText(const std::string& text);
+/// Puts `text` in the document's place; an empty text means that there is none. True when the one before
+/// couldn't be used, and was kept, as the log says then (orb3::keptText).
+bool StoreDocumentText(const std::string& text);
 
 /// Exchanges the document and the one that was kept. Throws slib::BadStateException when none was.
 void RestoreKeptDocument();

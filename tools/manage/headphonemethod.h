@@ -10,7 +10,6 @@
 #include "library/ownlibrary.h"
 #include "orb3core/library/formatlibrarian.h"
 #include "orb3core/settings/configuration.h"
-#include "tools/support/table.h"
 
 namespace tool {
 
@@ -25,17 +24,12 @@ const design::OwnEntry& FindEntry(const std::vector<design::OwnEntry>& entries, 
                                   const std::string& what);
 
 /// Changes what the stored layouts of headphones decode by. Where there are none, one is made, on the default
-/// device, if `makesLayout`. Says where headphones aren't what is heard. Throws what changing the document
-/// throws.
-void ChangeChoice(const orb3::fl::FormatLibrarian& library,
-                  const std::function<void(design::HeadChoice& choice)>& change, bool makesLayout);
+/// device, if `makesLayout`. Where headphones aren't what is heard, the sentence that says so, else nothing.
+/// Throws what changing the document throws.
+std::string ChangeChoice(const orb3::fl::FormatLibrarian& library,
+                         const std::function<void(design::HeadChoice& choice)>& change, bool makesLayout);
 
 /// The tag of the system's head that a start would choose.
 std::string SystemsHead(const orb3::fl::FormatLibrarian& library);
-
-/// The entries, the one in use marked, with the columns "is_used", "name", "method", "is_own" and
-/// "description".
-Table Entries(const std::string& title, const std::vector<design::OwnEntry>& entries,
-              const std::string& used);
 
 }  // namespace tool

@@ -1,11 +1,11 @@
-#include "tools/config/devicespeakers.h"
+#include "tools/manage/devicespeakers.h"
 
 #include <map>
 
 #include "orb3core/settings/platformsettings.h"
-#include "tools/config/commands.h"
-#include "tools/config/machine.h"
-#include "tools/config/storedvalues.h"
+#include "tools/manage/machine.h"
+#include "tools/manage/storedvalues.h"
+#include "tools/support/wronguse.h"
 
 namespace tool {
 

@@ -1,4 +1,4 @@
-#include "tools/config/settings.h"
+#include "tools/manage/settings.h"
 
 #include <cstddef>
 #include <vector>
@@ -7,9 +7,9 @@
 #include "slib/exception.h"
 #include "slib/sxml.h"
 #include "slib/text.h"
-#include "tools/config/commands.h"
 #include "tools/support/nearest.h"
 #include "tools/support/range.h"
+#include "tools/support/wronguse.h"
 
 namespace tool {
 namespace {
@@ -72,13 +72,6 @@ std::vector<const Setting*> PlatformSettings() {
     return found;
 }
 
-std::vector<std::string> Names() {
-    std::vector<std::string> names;
-    for (const Setting& setting : orb3::Settings())
-        names.push_back(setting.Name());
-    return names;
-}
-
 // As it is written in the range, where there is no doubt. The range is what decides.
 std::string Meant(const Setting& setting, const std::string& text) {
     using Kind = orb3::SettingRange::Kind;
@@ -98,7 +91,7 @@ std::string Meant(const Setting& setting, const std::string& text) {
 const Setting& FindSetting(const std::string& name) {
     for (const Setting& setting : orb3::Settings())
         if (slib::toLower(setting.Name()) == slib::toLower(name)) return setting;
-    throw WrongUse("There is no setting '" + name + "'." + DidYouMean(Names(), name) +
+    throw WrongUse("There is no setting '" + name + "'." + DidYouMean(SettingNames(), name) +
                    " 'tessarune-config get' lists all of them.");
 }
 
@@ -108,25 +101,11 @@ std::string GetSetting(const Setting& setting, const orb3::Configuration& config
     return value.empty() ? setting.Default() : value;
 }
 
-Cell SettingCell(const Setting& setting, const orb3::Configuration& configuration) {
-    using Kind = orb3::SettingRange::Kind;
-    const std::string text = GetSetting(setting, configuration);
-    switch (setting.value.range.kind) {
-        case Kind::Flag:
-            return {text, slib::ParseBool(text)};
-        case Kind::Whole:
-            return {text, slib::ParseInt(text)};
-        case Kind::Real:
-            return {text, slib::ParseDouble(text)};
-        case Kind::Choice:
-        case Kind::Path:
-            return text;
-    }
-    slib::ThrowUnreachable();
-}
-
-Offer SettingNames() {
-    return {Names(), {}, false};
+std::vector<std::string> SettingNames() {
+    std::vector<std::string> names;
+    for (const Setting& setting : orb3::Settings())
+        names.push_back(setting.Name());
+    return names;
 }
 
 std::string CheckedSetting(const Setting& setting, const std::string& text) {

@@ -1,8 +1,11 @@
 #pragma once
 
-// The selection of a layout, for the commands that end in one. One thread.
+// The selection of a layout, by a command or the page. One thread.
 
+#include <cstddef>
 #include <string>
+
+#include "orb3core/speakers/layout.h"
 
 namespace tool {
 
@@ -12,8 +15,12 @@ struct LayoutChoice {
     std::string name, device, method;
 };
 
-/// Puts a layout of the format library in force, and says so. Throws WrongUse for what there isn't.
-void SelectLayout(LayoutChoice choice);
+/// Puts a layout of the format library in force, and returns it as it is stored then. Throws WrongUse for
+/// what there isn't.
+orb3::spk::Layout SelectLayout(LayoutChoice choice);
+
+/// Lets the system's speakers choose.
+void FollowSystem();
 
 /// Throws WrongUse where SelectLayout would for want of outputs, before there is a layout of that name and
 /// that many speakers in the library.

@@ -1,6 +1,5 @@
-#include "tools/config/storedvalues.h"
+#include "tools/manage/storedvalues.h"
 
-#include <iostream>
 #include <utility>
 
 #include "orb3core/settings/documentchange.h"
@@ -10,7 +9,7 @@
 #include "platform/storelocation.h"
 #include "slib/exception.h"
 #include "slib/sxml.h"
-#include "tools/config/sense.h"
+#include "tools/manage/sense.h"
 #include "tools/support/progress.h"
 
 namespace tool {
@@ -101,12 +100,11 @@ void ChangeDocument(const std::function<void(orb3::Configuration&)>& change, For
     });
 }
 
-void StoreDocumentText(const std::string& text) {
+bool StoreDocumentText(const std::string& text) {
     bool isKept = false;
     Update([&](orb3::OpenStore& store) { isKept = orb3::ReplaceDocument(store, text); });
-    if (!isKept) return;
-    ggui::RegistryLog(orb3::storeRoot, "tessarune-config").Write(orb3::keptText, false);
-    std::cout << orb3::keptText << "\n";
+    if (isKept) ggui::RegistryLog(orb3::storeRoot, "tessarune-config").Write(orb3::keptText, false);
+    return isKept;
 }
 
 void RestoreKeptDocument() {
