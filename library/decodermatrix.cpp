@@ -67,6 +67,23 @@ bool IsPair(const SpeakerRing& speakers) {
            AngleBetween(speakers.directions[0], speakers.directions[1]) < widestPair;
 }
 
+// The speakers' shares of a panned source, taken to the order, with all energies alike on average.
+Eigen::MatrixXd AllRound(const FieldBasis& basis, const Panner& panner, Index speakers,
+                         const Quadrature& points) {
+    const Eigen::MatrixXd values =
+        points.weights.asDiagonal() * basis.Values(points.directions) * basis.MaxEnergyWeights().asDiagonal();
+    Eigen::MatrixXd decoder = Eigen::MatrixXd::Zero(speakers, values.cols());
+    for (Index i = 0; i < values.rows(); ++i)
+        decoder += panner(points.directions[static_cast<std::size_t>(i)]).speakers * values.row(i);
+    return decoder / std::sqrt(decoder.squaredNorm());  // the functions have a mean square of 1
+}
+
+// For the spatial format.
+Eigen::MatrixXd PairMatrix(const SpeakerRing& speakers, unsigned order) {
+    const Eigen::MatrixXd decoder = DesignPairDecoder(speakers.directions[0], speakers.directions[1], order);
+    return FieldBasis(order, false).ToFsa(decoder, true);
+}
+
 class Designer {
 public:
     Designer(const SpeakerRing& ring, unsigned order)
@@ -77,13 +94,13 @@ public:
           panner(directions, ring.isFlat),
           crossover(CrossoverFrequency(CarriedOrder(ring, order))),
           isRegular(IsRegular(ring, order)),
-          allRound(AllRound()),
+          allRound(AllRound(basis, panner, Count(), basis.isFlat ? HorizonPoints(720) : GaussRings(60))),
           energy(Energy()) {}
 
     DecoderMatrices Design(SpeakerMethod method) const {
         const auto same = [this](const Eigen::MatrixXd& fsa) { return DecoderMatrices{fsa, fsa, crossover}; };
         const bool isOfPairs = method == SpeakerMethod::Energy || method == SpeakerMethod::DualBand;
-        if (isOfPairs && IsPair(speakers)) return same(Pair());
+        if (isOfPairs && IsPair(speakers)) return same(PairMatrix(speakers, basis.order));
         switch (method) {
             case SpeakerMethod::AllRound:
                 return same(basis.ToFsa(allRound, true));
@@ -111,23 +128,6 @@ private:
     const Eigen::MatrixXd allRound, energy;  // speakers by functions
 
     Index Count() const { return atSpeakers.rows(); }
-
-    // For the spatial format.
-    Eigen::MatrixXd Pair() const {
-        const Eigen::MatrixXd decoder =
-            DesignPairDecoder(speakers.directions[0], speakers.directions[1], basis.order);
-        return FieldBasis(basis.order, false).ToFsa(decoder, true);
-    }
-
-    Eigen::MatrixXd AllRound() const {
-        const Quadrature points = basis.isFlat ? HorizonPoints(720) : GaussRings(60);
-        const Eigen::MatrixXd values = points.weights.asDiagonal() * basis.Values(points.directions) *
-                                       basis.MaxEnergyWeights().asDiagonal();
-        Eigen::MatrixXd decoder = Eigen::MatrixXd::Zero(Count(), values.cols());
-        for (Index i = 0; i < values.rows(); ++i)
-            decoder += panner(points.directions[static_cast<std::size_t>(i)]).speakers * values.row(i);
-        return decoder / std::sqrt(MeanEnergy(decoder));
-    }
 
     BandDecoders Fitted(const std::vector<BandWishes>& bands, const BandDecoders& start) const {
         return FitBands({basis, directions, panner, speakers.coherence, bands}, start);
@@ -179,9 +179,6 @@ private:
             sum += gains.speakers[k] * directions[static_cast<std::size_t>(k)];
         return sum / gains.speakers.sum();
     }
-
-    // The functions have a mean square of 1.
-    static double MeanEnergy(const Eigen::MatrixXd& decoder) { return decoder.squaredNorm(); }
 };
 
 }  // namespace
@@ -211,6 +208,19 @@ std::vector<DecoderMatrices> DesignDecoderMatrices(const SpeakerRing& speakers, 
     for (const SpeakerMethod method : methods)
         matrices.push_back(designer.Design(method));
     return matrices;
+}
+
+Eigen::MatrixXd DesignQuickMatrix(const SpeakerRing& speakers, unsigned order) {
+    if (IsPair(speakers)) return PairMatrix(speakers, order);
+    const std::vector<Direction> directions = OnHorizon(speakers);
+    const FieldBasis basis(order, speakers.isFlat);
+    const auto design = [&]() -> Eigen::MatrixXd {
+        if (IsRegular(speakers, order))
+            return basis.Values(directions) * basis.MaxEnergyWeights().asDiagonal();
+        return AllRound(basis, Panner(directions, basis.isFlat), static_cast<Index>(directions.size()),
+                        basis.isFlat ? HorizonPoints(180) : GaussRings(24));
+    };
+    return basis.ToFsa(design(), true, true);
 }
 
 }  // namespace design

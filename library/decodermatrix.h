@@ -51,4 +51,8 @@ struct DecoderMatrices {
 std::vector<DecoderMatrices> DesignDecoderMatrices(const SpeakerRing& speakers, unsigned order,
                                                    const std::vector<SpeakerMethod>& methods);
 
+/// Gains of one decoder for all frequencies, up to a common factor, in some milliseconds: as those that are
+/// designed, but by AllRound where no closed form suits. Speakers by (order + 1)² channels.
+Eigen::MatrixXd DesignQuickMatrix(const SpeakerRing& speakers, unsigned order);
+
 }  // namespace design

@@ -95,10 +95,10 @@ Quadrature FieldBasis::DesignPoints() const {
     return isFlat ? HorizonPoints(120) : GaussRings(4 * order + 4);
 }
 
-Eigen::MatrixXd FieldBasis::ToFsa(const Eigen::MatrixXd& decoder, bool keepsLevel) const {
+Eigen::MatrixXd FieldBasis::ToFsa(const Eigen::MatrixXd& decoder, bool keepsLevel, bool roughly) const {
     if (!isFlat) return decoder / std::sqrt(4 * pi);
     Eigen::MatrixXd fsa = SectoralToFsa(decoder);
-    if (keepsLevel && order >= 2) KeepLevel(fsa);
+    if (keepsLevel && order >= 2) KeepLevel(fsa, roughly);
     return fsa;
 }
 
@@ -118,7 +118,7 @@ Eigen::MatrixXd FieldBasis::SectoralToFsa(const Eigen::MatrixXd& decoder) const 
 
 // Adds z^2, and z^4 where the order has it, times the signals that are missing overhead; how much of each is
 // searched for, so that the energy keeps level on the way up.
-void FieldBasis::KeepLevel(Eigen::MatrixXd& fsa) const {
+void FieldBasis::KeepLevel(Eigen::MatrixXd& fsa, bool roughly) const {
     const Eigen::MatrixXd zonal = ZonalWeights(order);
     const double wanted = EnergyOverElevation(fsa, order)[0];
     const Eigen::VectorXd overhead =
@@ -127,7 +127,7 @@ void FieldBasis::KeepLevel(Eigen::MatrixXd& fsa) const {
         overhead - fsa * PlaneWaveMatrix({Direction::UnitZ()}, order).row(0).transpose();
     Eigen::MatrixXd best;
     double bestDeviation = std::numeric_limits<double>::infinity();
-    for (int trial = 0; trial <= (zonal.cols() > 2 ? 60 : 0); ++trial) {
+    for (int trial = 0; trial <= (zonal.cols() > 2 && !roughly ? 60 : 0); ++trial) {
         const double quartic = -0.05 * trial;
         Eigen::MatrixXd candidate = fsa;
         for (Index i = 0; i < zonal.rows(); ++i) {

@@ -37,13 +37,13 @@ public:
     ///
     /// A flat decoder's terms fade with the cosine of the elevation to their powers, so that a source
     /// overhead comes from all around. With `keepsLevel` and from order 2 on, what the fading loses of the
-    /// energy is made up for by even signals to all speakers; without, the sum of amplitudes is that of a
-    /// source on the horizon.
-    Eigen::MatrixXd ToFsa(const Eigen::MatrixXd& decoder, bool keepsLevel) const;
+    /// energy is made up for by even signals to all speakers, for order 4 `roughly` where that takes too
+    /// long; without, the sum of amplitudes is that of a source on the horizon.
+    Eigen::MatrixXd ToFsa(const Eigen::MatrixXd& decoder, bool keepsLevel, bool roughly = false) const;
 
 private:
     Eigen::MatrixXd SectoralToFsa(const Eigen::MatrixXd& decoder) const;
-    void KeepLevel(Eigen::MatrixXd& fsa) const;
+    void KeepLevel(Eigen::MatrixXd& fsa, bool roughly) const;
 };
 
 }  // namespace design

@@ -18,6 +18,7 @@
 #include "goal/render/sourcereader.h"
 #include "goal/state/comingeffect.h"
 #include "goal/statuspage.h"
+#include "goal/statusreport.h"
 #include "goal/version.h"
 #include "numeric/ambisonicorder.h"
 #include "orb3core/decoder/transformedpipe.h"
@@ -78,6 +79,7 @@ struct ServerThread::Machine {
     double lastWait = 0;             // s, when that last grew
     std::uint32_t overloads = 0;     // of its windows, in a row
     bool isTooMuch = false;          // to be built anew with less
+    std::optional<StatusReport> report;
 };
 
 // As long as it lives, what the game's records hold for the renderer is made for this run.
@@ -283,6 +285,7 @@ void ServerThread::PassTime() {
 template <typename IsOver>
 void ServerThread::PassTimeUntil(const IsOver& isOver) {
     using Clock = std::chrono::steady_clock;
+    if (engine.status != nullptr) engine.status->NoteOutputAway();
     Clock::time_point last = Clock::now();
     std::optional<SilentRenderer> renderer;
     while (!isOver()) {
@@ -310,7 +313,9 @@ void ServerThread::Perform(Machine& run) {
     BuildEffects();
     if (IsLeaving()) return;
     PublishTiming(run.sampleRate, run.blockFrames);
-    NoteStatus(run);
+    if (engine.status != nullptr)
+        run.report.emplace(*engine.status, run.outputSetUp, *run.decoder,
+                           static_cast<std::uint32_t>(run.order));
     SignalStart();
     if (!measurement && engine.configuration.IsChoiceOpen())
         measurement = std::make_unique<Measurement>(engine.configuration);
@@ -459,14 +464,6 @@ void ServerThread::PublishTiming(double rate, std::uint32_t frames) {
     context->blockFrames = frames;
 }
 
-void ServerThread::NoteStatus(const Machine& run) {
-    if (engine.status == nullptr) return;
-    const OutputSetUp& output = run.outputSetUp;
-    engine.status->NoteOutput({output.pipe->name, output.formatName,
-                               static_cast<std::uint32_t>(run.sampleRate + 0.5), run.blockFrames,
-                               static_cast<std::uint32_t>(run.order)});
-}
-
 // While the output hasn't told.
 void ServerThread::PublishExpectedTiming() {
     const OutputRequest expected = engine.configuration.Peek(
@@ -503,14 +500,17 @@ bool ServerThread::NoteOutput(const Machine& run) {
 void ServerThread::RenderBlock(Machine& run) {
     run.isWritten = false;
     run.decoder->AwaitRoom();
+    if (run.report) run.report->BeginRendering();
     TakeSnapshot();
     run.renderer->renderBlock(context->snapshot, run.output);
     {
         const slib::Lock lock(context->stateMutex);
         MergeProgress(context->snapshot, context->application, engine.retired);
     }
+    if (run.report) run.report->EndRendering();
     WriteBlock(run);
     context->foldback.ProcessBlock(run.output);
+    if (run.report) run.report->NoteBlock(context->snapshot, !context->gate.IsClosed());
 }
 
 // One failure costs a block; many in a row are one of the run.

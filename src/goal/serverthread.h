@@ -87,7 +87,6 @@ private:
     void BuildRenderer(Machine& run);
     void PublishTiming(double rate, std::uint32_t frames);
     void PublishExpectedTiming();
-    void NoteStatus(const Machine& run);
     void SignalStart();
     void RenderBlocks(Machine& run);
     bool NoteOutput(const Machine& run);

@@ -33,6 +33,9 @@ struct StatusLayout {
     static constexpr std::uint32_t currentVersion = 1;
     static constexpr std::string_view magicText = "TSRSTAT\n";
     static constexpr std::size_t mostRefusals = 16;
+    static constexpr std::size_t mostEffects = 16;
+    static constexpr std::size_t mostOutputs = 32;
+    static constexpr std::size_t mostSources = 64;
 
     // The header.
     static constexpr StatusText magic{0, 8};
@@ -62,7 +65,58 @@ struct StatusLayout {
     static constexpr StatusText profileChanges{576, 448};
     static constexpr StatusText lastFailure{1024, 256};  ///< why a context couldn't start
 
-    // 1280 to 2047 are reserved for load and levels, 2048 to 4095 for 64 sources of 32 bytes.
+    // What goes on, written with each block. Up to greatestPeak it is of all runs of the process so far, and
+    // what follows is of the run that is shown. 1356 to 1407 are reserved.
+    static constexpr StatusNumber<std::uint64_t> blocks{1280};
+    static constexpr StatusNumber<std::uint64_t> blockTime{1288};  ///< of the last one, ns, monotonic clock
+    static constexpr StatusNumber<std::uint32_t> lateBlocks{1296};
+    static constexpr StatusNumber<std::uint32_t> sourcesPlaying{1300};  ///< now, in all contexts
+    static constexpr StatusNumber<std::uint32_t> mostPlaying{1304};     ///< at once
+    static constexpr StatusNumber<float> greatestLoad{1308};            ///< of a block, of the time it plays
+    static constexpr StatusNumber<float> greatestPeak{1312};            ///< of any output, linear
+    static constexpr StatusNumber<std::uint32_t> latencyFrames{1316};
+    static constexpr StatusNumber<std::uint32_t> ringFrames{1320};
+    static constexpr StatusNumber<std::uint32_t> serverFrames{1324};
+    static constexpr StatusNumber<float> loadMean{1328};  ///< of the time that a block plays
+    static constexpr StatusNumber<float> loadMax{1332};
+    static constexpr StatusNumber<float> limiterGain{1336};  ///< linear
+    static constexpr StatusNumber<std::uint32_t> flags{1340};
+    static constexpr StatusNumber<std::uint32_t> outputCount{1344};  ///< may be more than mostOutputs
+    static constexpr StatusNumber<std::uint32_t> effectCount{1348};  ///< of those listed
+    static constexpr StatusNumber<std::uint32_t> sourceCount{1352};  ///< the same
+    static constexpr std::size_t effects = 1408, outputs = 1536, sources = 2048;
+    static constexpr std::uint32_t outputAway = 1;  ///< in `flags`
+    static constexpr std::uint32_t sourceIsRelative = 1, sourceIsLooping = 2;
+};
+
+/// An effect in a list of mostEffects, which starts at StatusLayout::effects.
+struct StatusEffectFields {
+    explicit constexpr StatusEffectFields(std::size_t index) : at(StatusLayout::effects + 8 * index) {}
+    const std::size_t at;
+    const StatusNumber<std::uint16_t> slot{at};      ///< its name
+    const StatusNumber<std::uint16_t> type{at + 2};  ///< an AL_EFFECT_ value
+    const StatusNumber<float> gain{at + 4};          ///< of the slot, linear
+};
+
+/// The same of the outputs.
+struct StatusOutputFields {
+    explicit constexpr StatusOutputFields(std::size_t index) : at(StatusLayout::outputs + 16 * index) {}
+    const std::size_t at;
+    const StatusText name{at, 8};
+    const StatusNumber<float> peak{at + 8};  ///< linear
+    const StatusNumber<float> rms{at + 12};  ///< linear
+};
+
+/// The same of the sources. Axes are those of OpenAL at the listener: x right, y up, z back.
+struct StatusSourceFields {
+    explicit constexpr StatusSourceFields(std::size_t index) : at(StatusLayout::sources + 32 * index) {}
+    const std::size_t at;
+    const StatusNumber<std::uint32_t> number{at};  ///< its name
+    const StatusNumber<std::uint32_t> flags{at + 4};
+    const StatusNumber<float> x{at + 8}, y{at + 12}, z{at + 16};  ///< of length 1, or zeros
+    const StatusNumber<float> distance{at + 20};                  ///< units
+    const StatusNumber<float> level{at + 24};                     ///< RMS, linear
+    const StatusNumber<std::uint32_t> channels{at + 28};
 };
 
 template <typename Number>

@@ -3,10 +3,12 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <exception>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "goal/statusfiles.h"
 #include "goal/statuslayout.h"
@@ -25,6 +27,57 @@ static_assert(Layout::size == platform::SharedPage::size);
 
 void Add(std::span<std::byte> page, StatusNumber<std::uint32_t> field, std::uint32_t change) {
     Put(page, field, Get(page, field) + change);
+}
+
+void RaiseTo(std::span<std::byte> page, StatusNumber<float> field, float value) {
+    if (value > Get(page, field)) Put(page, field, value);
+}
+
+void Clear(std::span<std::byte> page, std::size_t from, std::size_t to) {
+    std::ranges::fill(page.subspan(from, to - from), std::byte{0});
+}
+
+// Of the run that is shown, but for the names of its outputs.
+void PutRun(std::span<std::byte> page, const StatusBlock& block) {
+    Put(page, Layout::latencyFrames, block.latencyFrames);
+    Put(page, Layout::ringFrames, block.ringFrames);
+    Put(page, Layout::serverFrames, block.serverFrames);
+    Put(page, Layout::loadMean, block.loadMean);
+    Put(page, Layout::loadMax, block.loadMax);
+    Put(page, Layout::limiterGain, block.limiterGain);
+    Put(page, Layout::flags, block.isOutputAway ? Layout::outputAway : 0);
+    Put(page, Layout::effectCount, block.effectCount);
+    Put(page, Layout::sourceCount, block.sourceCount);
+}
+
+void PutOutputs(std::span<std::byte> page, const StatusBlock& block) {
+    const std::size_t count = std::min<std::size_t>(Get(page, Layout::outputCount), Layout::mostOutputs);
+    for (std::size_t i = 0; i < count; ++i) {
+        Put(page, StatusOutputFields(i).peak, block.outputs[i].peak);
+        Put(page, StatusOutputFields(i).rms, std::sqrt(block.outputs[i].meanSquare));
+    }
+}
+
+void PutEffects(std::span<std::byte> page, const StatusBlock& block) {
+    for (std::size_t i = 0; i < block.effectCount; ++i) {
+        const StatusEffectFields fields(i);
+        Put(page, fields.slot, static_cast<std::uint16_t>(block.effects[i].slot));
+        Put(page, fields.type, static_cast<std::uint16_t>(block.effects[i].type));
+        Put(page, fields.gain, block.effects[i].gain);
+    }
+}
+
+void PutSource(std::span<std::byte> page, const StatusSource& source, const StatusSourceFields& fields) {
+    Put(page, fields.number, source.number);
+    Put(page, fields.flags,
+        (source.isRelative ? Layout::sourceIsRelative : 0) |
+            (source.isLooping ? Layout::sourceIsLooping : 0));
+    Put(page, fields.x, source.direction[0]);
+    Put(page, fields.y, source.direction[1]);
+    Put(page, fields.z, source.direction[2]);
+    Put(page, fields.distance, source.distance);
+    Put(page, fields.level, std::sqrt(source.meanSquare));
+    Put(page, fields.channels, source.channels);
 }
 
 std::atomic_ref<std::uint32_t> SequenceOf(std::span<std::byte> page) {
@@ -112,6 +165,7 @@ void StatusPage::ContinueInChild() noexcept SLIB_UNCHECKED_LOCKS {
         slib::Mutex::GiveUpAll();
     }
     wasTried.store(false);
+    shown.store(nullptr, std::memory_order_relaxed);
     Put(own, Layout::sequence, std::uint32_t{0});
     const auto first = own.begin() + Layout::contextsMade.at;
     std::fill(first, own.begin() + Layout::profile.at, std::byte{0});
@@ -126,23 +180,69 @@ void StatusPage::NoteContextMade() noexcept {
 }
 
 void StatusPage::NoteContextEnded() noexcept {
-    Change([](std::span<std::byte> page) { Add(page, Layout::contextsAlive, std::uint32_t(-1)); });
+    Change([](std::span<std::byte> page) {
+        Add(page, Layout::contextsAlive, std::uint32_t(-1));
+        if (Get(page, Layout::contextsAlive) == 0) Put(page, Layout::flags, 0U);
+    });
 }
 
 void StatusPage::NoteContextFailed(std::string_view reason) noexcept {
     Change([&](std::span<std::byte> page) {
         Add(page, Layout::contextsFailed, 1);
         Put(page, Layout::lastFailure, reason);
+        if (Get(page, Layout::contextsAlive) == 0) Put(page, Layout::flags, 0U);
     });
 }
 
-void StatusPage::NoteOutput(const StatusOutput& output) noexcept {
+void StatusPage::NoteOutput(const StatusOutput& output, const StatusShare& share) noexcept {
     Change([&](std::span<std::byte> page) {
+        shown.store(&share, std::memory_order_relaxed);
         Put(page, Layout::device, output.device);
         Put(page, Layout::layout, output.layout);
         Put(page, Layout::sampleRate, output.sampleRate);
         Put(page, Layout::blockFrames, output.blockFrames);
         Put(page, Layout::order, output.order);
+        Clear(page, Layout::latencyFrames.at, Layout::size);
+        Put(page, Layout::limiterGain, 1.0F);
+        Put(page, Layout::outputCount, static_cast<std::uint32_t>(output.outputs.size()));
+        for (std::size_t i = 0; i < std::min(output.outputs.size(), Layout::mostOutputs); ++i)
+            Put(page, StatusOutputFields(i).name, output.outputs[i]);
+    });
+}
+
+void StatusPage::NoteBlock(const StatusBlock& block, StatusShare& share) {
+    const auto greatest = std::ranges::max_element(block.outputs, {}, &orb3::OutputLevel::peak);
+    Change([&](std::span<std::byte> page) {
+        Put(page, Layout::blocks, Get(page, Layout::blocks) + 1);
+        Put(page, Layout::blockTime, block.time);
+        Add(page, Layout::lateBlocks, block.lateBlocks - std::exchange(share.lateBlocks, block.lateBlocks));
+        Add(page, Layout::sourcesPlaying,
+            block.sourcesPlaying - std::exchange(share.sourcesPlaying, block.sourcesPlaying));
+        Put(page, Layout::mostPlaying,
+            std::max(Get(page, Layout::mostPlaying), Get(page, Layout::sourcesPlaying)));
+        RaiseTo(page, Layout::greatestLoad, block.load);
+        RaiseTo(page, Layout::greatestPeak, greatest->peak);
+        if (shown.load(std::memory_order_relaxed) != &share) return;
+        PutRun(page, block);
+        PutOutputs(page, block);
+        PutEffects(page, block);
+        for (std::size_t i = 0; i < block.sourceCount; ++i)
+            PutSource(page, block.sources[i], StatusSourceFields(i));
+    });
+}
+
+void StatusPage::NoteRunEnd(StatusShare& share) noexcept {
+    Change([&](std::span<std::byte> page) {
+        Add(page, Layout::sourcesPlaying, -std::exchange(share.sourcesPlaying, 0U));
+        if (shown.load(std::memory_order_relaxed) != &share) return;
+        shown.store(nullptr, std::memory_order_relaxed);
+        Clear(page, Layout::latencyFrames.at, Layout::size);
+    });
+}
+
+void StatusPage::NoteOutputAway() noexcept {
+    Change([&](std::span<std::byte> page) {
+        if (IsFree()) Put(page, Layout::flags, Layout::outputAway);
     });
 }
 

@@ -13,17 +13,16 @@
 #include <span>
 #include <string_view>
 
+#include "goal/statusblock.h"
 #include "platform/sharedpage.h"
 #include "slib/mutex.h"
+#include "slib/realtime.h"
 
 namespace goal {
 
-/// What a run plays to.
-struct StatusOutput {
-    std::string_view device, layout;
-    std::uint32_t sampleRate = 0;   ///< Hz
-    std::uint32_t blockFrames = 0;  ///< of a block
-    std::uint32_t order = 0;        ///< of the bus
+/// What a run has added to the sums of all contexts. The server's, which keeps it where it is.
+struct StatusShare {
+    std::uint32_t sourcesPlaying = 0, lateBlocks = 0;
 };
 
 /// One for the process. Any thread.
@@ -52,7 +51,17 @@ public:
     void NoteContextMade() noexcept;
     void NoteContextEnded() noexcept;
     void NoteContextFailed(std::string_view reason) noexcept;
-    void NoteOutput(const StatusOutput& output) noexcept;
+
+    /// The run of `share` begins, and is the one that is shown.
+    void NoteOutput(const StatusOutput& output, const StatusShare& share) noexcept;
+    /// A block of it. What isn't a sum is written where the run is shown. Allocates nothing.
+    void NoteBlock(const StatusBlock& block, StatusShare& share) SLIB_NONBLOCKING;
+    /// It ends, and nothing of it is shown any more.
+    void NoteRunEnd(StatusShare& share) noexcept;
+    /// No run is shown: another one that goes on may call NoteOutput once more.
+    bool IsFree() const { return shown.load(std::memory_order_relaxed) == nullptr; }
+    /// Time passes without a run, as while the output is waited for.
+    void NoteOutputAway() noexcept;
 
     /// Counts a call that was refused and wouldn't be with this switch (orb3::gameSwitches).
     void NoteRefusal(std::size_t switchIndex) noexcept;
@@ -73,6 +82,7 @@ private:
     alignas(std::uint64_t) std::array<std::byte, platform::SharedPage::size> own{};
     platform::SharedPage shared;
     std::atomic<bool> wasTried{false};
+    std::atomic<const StatusShare*> shown{nullptr};  // changed with the lock held
 };
 
 }  // namespace goal

@@ -170,6 +170,18 @@ void AdaptiveDirectSoundPipe::Write(const float* playback, float*) {
     auto safety = static_cast<std::int32_t>(cursors.write) - static_cast<std::int32_t>(cursors.play);
     if (safety < 0) safety += static_cast<std::int32_t>(buffering.ringBytes);
     buffering.Adapt(safety, shrink);
+    NoteState(safety);
+}
+
+// How far the write cursor is ahead of the play cursor (bytes) is what the output has taken.
+void AdaptiveDirectSoundPipe::NoteState(std::int32_t safety) {
+    const auto frames = [&](std::int32_t bytes) {
+        return static_cast<std::uint32_t>(std::max(bytes, 0)) / buffering.frameBytes;
+    };
+    const std::int32_t ahead = buffering.writeTotal - buffering.playTotal;
+    serverFrames.store(frames(std::min(safety, ahead)), std::memory_order_relaxed);
+    ringFrames.store(frames(ahead - safety), std::memory_order_relaxed);
+    lateBlocks.store(buffering.lateBlocks, std::memory_order_relaxed);
 }
 
 void AdaptiveDirectSoundPipe::Stop() {
@@ -219,6 +231,11 @@ void AdaptiveDirectSoundPipe::WaitForRoom(bool shrink, std::uint32_t blocks) {
 
 double AdaptiveDirectSoundPipe::GetWaitedTime() const {
     return 1e-9 * static_cast<double>(waited.load(std::memory_order_relaxed));
+}
+
+OutputState AdaptiveDirectSoundPipe::GetOutputState() const {
+    return {ringFrames.load(std::memory_order_relaxed), serverFrames.load(std::memory_order_relaxed),
+            lateBlocks.load(std::memory_order_relaxed), system->news->isAway.load(std::memory_order_relaxed)};
 }
 
 bool AdaptiveDirectSoundPipe::IsPatient() const {

@@ -60,6 +60,7 @@ public:
     void Stop() override;
     void AwaitRoom(std::uint32_t blocks) SLIB_NONBLOCKING override;
     double GetWaitedTime() const override;
+    OutputState GetOutputState() const SLIB_NONBLOCKING override;
     bool IsPatient() const override;
     bool HasOutputChanged() const override;
 
@@ -77,6 +78,7 @@ private:
     void Convert(const float* samples);
     void WaitForRoom(bool shrink, std::uint32_t blocks);
     void CopyBlock();
+    void NoteState(std::int32_t safety);
 
     slib::Log* const log;
     const std::shared_ptr<platform::SoundSystem> system;
@@ -91,6 +93,11 @@ private:
     bool isPlaying = false;
     std::uint32_t returns = 0;            // of the output, as far as the buffering knows of them
     std::atomic<std::int64_t> waited{0};  // ns
+
+    // After the last block.
+    std::atomic<std::uint32_t> ringFrames{0};
+    std::atomic<std::uint32_t> serverFrames{0};
+    std::atomic<std::uint32_t> lateBlocks{0};
 };
 
 }  // namespace audiopipe::directsound

@@ -17,6 +17,14 @@
 
 namespace audiopipe {
 
+/// How an output fares, for those who watch.
+struct OutputState {
+    std::uint32_t ringFrames = 0;    ///< written, and not yet taken by the output, after the last block
+    std::uint32_t serverFrames = 0;  ///< taken by the output, and not yet heard
+    std::uint32_t lateBlocks = 0;    ///< so far: the output had come to their place when they were written
+    bool isAway = false;             ///< the output went away, and is looked for
+};
+
 class Pipe : public DeviceSummary {
 public:
     using DeviceSummary::DeviceSummary;
@@ -46,6 +54,9 @@ public:
 
     /// Seconds that Write has waited for room so far; negative from an output that doesn't tell. Any thread.
     virtual double GetWaitedTime() const { return -1; }
+
+    /// Any thread.
+    virtual OutputState GetOutputState() const SLIB_NONBLOCKING { return {}; }
 
     /// True when the output waits for what is written late, so that nothing is lost on a machine that doesn't
     /// keep up. Any thread.

@@ -185,6 +185,7 @@ void ReturningBuffer::Adopt(Feed newFeed) {
 // A stream that doesn't start is one that went away.
 Result ReturningBuffer::StartTaking() {
     if (feed.stream && CallOnStream(&OutputStream::Start) != DS_OK) feed.outlet->NoteLoss();
+    news->isAway = !feed.stream;
     lossTime = nextAttempt = NowNanoseconds();
     taken = 0;
     attemptPause = firstPause;
@@ -249,6 +250,7 @@ void ReturningBuffer::Keep() {
 void ReturningBuffer::Lose() {
     capacity = firstCapacity;
     isBeingReplaced = false;
+    news->isAway = true;
     Leave();
     log->Write("The sound output went away: the sound isn't heard until it is back.", true);
 }
@@ -316,6 +318,7 @@ void ReturningBuffer::Seek(std::int64_t now) {
     Adopt(std::move(found));
     calmSince = now;
     ++news->returns;
+    news->isAway = false;
     if (!std::exchange(isBeingReplaced, false)) log->Write("The sound output is back.", false);
 }
 

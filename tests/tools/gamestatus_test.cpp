@@ -39,7 +39,8 @@ TEST_F(StatusPages, Read_GivesBackWhatWasNotedBeforeAndAfterPublishing) {
     page.NoteContextMade();
     page.NoteContextEnded();
     page.NoteContextFailed("No output.");
-    page.NoteOutput({"Speakers", "Quad", 48000, 256, 3});
+    goal::StatusShare share;
+    page.NoteOutput({"Speakers", "Quad", 48000, 256, 3, {"FL", "FR"}}, share);
     for (const std::size_t index : {2U, 2U, 16U})
         page.NoteRefusal(index);
     const std::vector<GameStatus> games = OfThisProcess();
@@ -59,6 +60,7 @@ TEST_F(StatusPages, Read_GivesBackWhatWasNotedBeforeAndAfterPublishing) {
     expected.sampleRate = 48000;
     expected.blockFrames = 256;
     expected.order = 3;
+    expected.outputs = {{"FL"}, {"FR"}};
     expected.refusals[2] = 2;
     EXPECT_EQ(games, std::vector{expected});
     page.Withdraw();

@@ -42,8 +42,6 @@ LEVELS = [
     ["library/check"],
     ["tools/support", "tools/presets", "tools/sounds"],
     ["tools/manage"],
-    ["tools/page/api"],
-    ["tools/page"],
     ["tools/library", "tools/config", "tools/run", "tools/demo", "tools/info", "tools/replay"],
     ["tools/page/api"],
     ["tools/page/server"],

@@ -22,5 +22,7 @@ void AddLogCommand(Program& program);
 void AddGameCommand(Program& program);
 void AddPageCommand(Program& program);
 void AddDocumentCommands(Program& program);
+void AddUndoCommands(Program& program);
+void AddMeasureCommand(Program& program);
 
 }  // namespace tool

@@ -9,6 +9,8 @@
 #include "slib/sxml.h"
 #include "tools/config/commands.h"
 #include "tools/config/warnings.h"
+#include "tools/manage/allsettings.h"
+#include "tools/manage/history.h"
 #include "tools/manage/sense.h"
 #include "tools/manage/settings.h"
 #include "tools/manage/storedvalues.h"
@@ -19,6 +21,7 @@ namespace {
 constexpr const char* examples = R"(Examples:
   tessarune-config export my-settings.xml
   tessarune-config import my-settings.xml
+  tessarune-config export --all all.sxml    and 'import all.sxml', here or on another machine
   tessarune-config reset
   tessarune-config restore           what 'import' or 'reset' replaced because of a fault)";
 
@@ -31,13 +34,7 @@ std::string ReadableText(const std::string& text) {
     }
 }
 
-void Export(const std::string& file) {
-    const std::string stored = ReadDocumentText();
-    if (stored.empty())
-        throw slib::BadStateException(
-            "There is no configuration to export yet. The first start of a game stores one, and so does "
-            "'tessarune-config select'.");
-    const std::string text = ReadableText(stored);
+void Write(const std::string& file, const std::string& text, const char* what) {
     if (file.empty()) {
         std::cout << text;
         return;
@@ -45,15 +42,23 @@ void Export(const std::string& file) {
     if (!platform::ReplaceStoreFile(std::filesystem::absolute(file), text))
         throw slib::BadStateException("'" + file +
                                       "' can't be written. Name a file in a folder that you may write to.");
-    std::cout << "The configuration is stored in '" << file << "'.\n";
+    std::cout << what << " stored in '" << file << "'.\n";
 }
 
-orb3::Configuration ReadFile(const std::string& file) {
+void Export(const std::string& file) {
+    const std::string stored = ReadDocumentText();
+    if (stored.empty())
+        throw slib::BadStateException(
+            "There is no configuration to export yet. The first start of a game stores one, and so does "
+            "'tessarune-config select'.");
+    Write(file, ReadableText(stored), "The configuration is");
+}
+
+SettingsFile ReadFile(const std::string& file) {
     std::string text;
     slib::readFile(file, text);
     try {
-        CheckDocumentSettings(text);
-        return ParseDocument(text);
+        return ReadSettingsFile(text, Paths::Take);
     } catch (const std::exception& failure) {
         throw slib::BadDataException("'" + file + "' can't be imported: " + failure.what() +
                                      " The stored configuration stays as it was. 'tessarune-config export' "
@@ -66,14 +71,18 @@ void Store(const std::string& text) {
 }
 
 void Import(const std::string& file, bool isForced) {
-    const orb3::Configuration configuration = ReadFile(file);
-    if (!isForced) CheckSense({}, configuration);
-    Store(DocumentText(configuration));
-    std::cout << "The configuration of '" << file
-              << "' is now in use. 'tessarune-config check' shows what a game's start would do with it.\n";
+    const SettingsFile settings = ReadFile(file);
+    if (!isForced && settings.document) CheckSense({}, *settings.document);
+    PrintNote(StoreSettingsFile(settings) ? orb3::keptText : "");
+    std::cout << (settings.isAll ? "The settings" : "The configuration") << " of '" << file << "' "
+              << (settings.isAll ? "are" : "is")
+              << " now in use. 'tessarune-config check' shows what a game's start would do with "
+              << (settings.isAll ? "them" : "it") << ".\n";
+    if (settings.document) PrintWarnings(WhatIsLacking(*settings.document, settings.names));
 }
 
 void Reset(bool withPlatform) {
+    const ChangeStep step("the reset");
     Store("");
     if (withPlatform) ForgetPlatformSettings();
     std::cout << "The configuration is removed. The next start of a game chooses one anew.\n";
@@ -91,6 +100,7 @@ void Restore() {
 }
 
 void Discard() {
+    const ChangeStep step("the configuration that was kept");
     ReplaceValue(orb3::keptConfigurationKey, [](const std::string&) { return ""; });
     std::cout << "No configuration is kept any more.\n";
 }
@@ -107,9 +117,13 @@ void AddDocumentCommands(Program& program) {
     const auto options = std::make_shared<Options>();
     CLI::App* out = program.add_subcommand("export", "Write the configuration document to a file.");
     out->add_option("FILE", options->file, "The file; left out, the text is printed");
-    out->callback([options] { Export(options->file); });
+    out->add_flag("--all", options->isAll, "All settings: also " + PlatformSettingNames() + ", and of games");
+    out->callback([options] {
+        options->isAll ? Write(options->file, AllSettingsText(), "All settings are") : Export(options->file);
+    });
 
-    CLI::App* in = program.add_subcommand("import", "Load the configuration document from a file.");
+    CLI::App* in =
+        program.add_subcommand("import", "Load the configuration document, or all settings, from a file.");
     in->add_option("FILE", options->file, "A file that 'export' wrote")->required();
     in->add_flag("--force", options->isForced, "Even if it would spoil the sound");
     in->callback([options] { Import(options->file, options->isForced); });

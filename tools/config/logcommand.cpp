@@ -1,5 +1,4 @@
 #include <chrono>
-#include <cstddef>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -7,6 +6,8 @@
 #include <vector>
 
 #include "tools/config/commands.h"
+#include "tools/manage/logentries.h"
+#include "tools/manage/messagecures.h"
 #include "tools/support/json.h"
 #include "tools/support/logring.h"
 #include "tools/support/terminal.h"
@@ -16,37 +17,44 @@ namespace {
 
 constexpr const char* examples = R"(Examples:
   tessarune-config log
+  tessarune-config log --cures       what to do about each line
   tessarune-config log --follow      until Ctrl-C)";
 constexpr auto patience = std::chrono::milliseconds(250);
 
-void Print(const std::vector<std::string>& lines) {
-    for (const std::string& line : lines)
-        std::cout << line << "\n";
-    std::cout.flush();
+// Below a line, what to do about it.
+void PrintWithCure(const std::string& line) {
+    std::cout << line << "\n";
+    const auto entry = ParseLogLine(line);
+    const MessageCure* const cure = FindCure(entry ? entry->text : line);
+    if (cure != nullptr) std::cout << "    " << cure->cure << "\n";
 }
 
-// "E2026-01-31 12:00:00.00 Game: What happened."
-Json ToJson(const std::string& line) {
-    const std::size_t time = line.find(' ', line.find(' ') + 1), program = line.find(": ", time);
-    if (program == std::string::npos)
-        return {{"is_error", nullptr}, {"time", nullptr}, {"program", nullptr}, {"text", line}};
-    return {{"is_error", line.starts_with('E')},
-            {"time", line.substr(1, time - 1)},
-            {"program", line.substr(time + 1, program - time - 1)},
-            {"text", line.substr(program + 2)}};
+Json ToJson(const LogEntry& entry) {
+    if (entry.time.empty())
+        return {{"is_error", nullptr}, {"time", nullptr}, {"program", nullptr}, {"text", entry.text}};
+    return {
+        {"is_error", entry.isError}, {"time", entry.time}, {"program", entry.program}, {"text", entry.text}};
 }
 
-void ShowJson() {
+void ShowJson(bool withCures) {
     Json document = Json::array();
-    for (const std::string& line : Lines(ReadLogRing()))
-        document.push_back(ToJson(line));
+    for (const LogEntry& entry : ReadLogEntries()) {
+        Json& row = document.emplace_back(ToJson(entry));
+        if (withCures) row["cure"] = entry.cure.empty() ? Json(nullptr) : Json(entry.cure);
+    }
     PrintJson(document);
 }
 
-void Show(bool follow) {
+void Print(const std::vector<std::string>& lines, bool withCures) {
+    for (const std::string& line : lines)
+        withCures ? PrintWithCure(line) : void(std::cout << line << "\n");
+    std::cout.flush();
+}
+
+void Show(bool follow, bool withCures) {
     LogRing ring = ReadLogRing();
     const std::vector<std::string> lines = Lines(ring);
-    Print(lines);
+    Print(lines, withCures);
     if (lines.empty()) Complain("The log is empty: no game has started yet.");
     while (follow && std::cout) {
         std::this_thread::sleep_for(patience);
@@ -55,7 +63,7 @@ void Show(bool follow) {
         bool isSomeLost = false;
         const std::vector<std::string> fresh = LinesSince(ring, now, isSomeLost);
         if (isSomeLost) std::cout << "[Lines are missing here: too many came at once.]\n";
-        Print(fresh);
+        Print(fresh, withCures);
         ring = now;
     }
 }
@@ -63,12 +71,18 @@ void Show(bool follow) {
 }  // namespace
 
 void AddLogCommand(Program& program) {
-    const auto follow = std::make_shared<bool>(false), isJson = std::make_shared<bool>(false);
+    struct Options {
+        bool follow = false, withCures = false, isJson = false;
+    };
+    const auto options = std::make_shared<Options>();
     CLI::App* command = program.add_subcommand("log", "Print the log of all games, the newest line last.");
     command->footer(examples);
-    CLI::Option* following = command->add_flag("--follow,-f", *follow, "Keep printing new lines");
-    AddJsonFlag(*command, *isJson)->excludes(following);
-    command->callback([follow, isJson] { *isJson ? ShowJson() : Show(*follow); });
+    CLI::Option* following = command->add_flag("--follow,-f", options->follow, "Keep printing new lines");
+    command->add_flag("--cures", options->withCures, "Below each line, what it means or what to do about it");
+    AddJsonFlag(*command, options->isJson)->excludes(following);
+    command->callback([options] {
+        options->isJson ? ShowJson(options->withCures) : Show(options->follow, options->withCures);
+    });
 }
 
 }  // namespace tool

@@ -40,7 +40,8 @@ int main(int count, char** arguments) {
          {tool::AddShowCommand, tool::AddSettingCommands, tool::AddDevicesCommand, tool::AddLayoutCommands,
           tool::AddSpeakersCommand, tool::AddHeadCommand, tool::AddHeadphonesCommand,
           tool::AddSpeakerTestCommand, tool::AddCheckCommand, tool::AddDoctorCommand, tool::AddLogCommand,
-          tool::AddGameCommand, tool::AddPageCommand, tool::AddDocumentCommands})
+          tool::AddGameCommand, tool::AddPageCommand, tool::AddDocumentCommands, tool::AddUndoCommands,
+          tool::AddMeasureCommand})
         add(program);
     return program.Run(count, arguments);
 }

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "library/roompreview.h"
 #include "slib/files.h"
 #include "slib/text.h"
 #include "tools/config/commands.h"
@@ -30,6 +31,7 @@ constexpr const char* examples = R"(Examples:
   tessarune-config speakers set 2 --gain 0.8
   tessarune-config speakers connect 2
   tessarune-config speakers room attic.txt --name Attic --place 1 28 0 2.4 --place 2 -31 0 2.1
+  tessarune-config speakers room attic.txt --preview
   tessarune-config speakers room attic.txt --apply
   tessarune-config speakers remove Attic
 
@@ -39,7 +41,7 @@ a file, from which 'room FILE --apply' makes the decoder in your own format libr
 struct Options {
     std::string layout, speaker, output, device, file, name;
     std::string gain;
-    bool isForced = false, isApplied = false;
+    bool isForced = false, isApplied = false, isPreviewed = false;
     std::vector<std::string> places;  // four for each speaker
     double distance = 1;
     bool isJson = false;
@@ -168,8 +170,36 @@ void Apply(const Options& options) {
     PrintSelection(layout);
 }
 
+void AddPreview(const std::string& plane, const std::vector<design::PreviewPoint>& points, Table& table) {
+    for (const design::PreviewPoint& point : points)
+        table.AddRow({plane, Figure(point.angle), Number(point.level, 1), Number(point.sharpness, 2),
+                      Number(point.error, 1)});
+}
+
+// What a decoder does that isn't fitted yet.
+void Preview(const Options& options) {
+    constexpr unsigned step = 15;  // degrees
+    const auto order = static_cast<unsigned>(PeekDocument().goalConfig.order);
+    const design::RoomPreview preview = design::PreviewRoom(ReadRoom(options.file), order, step);
+    Table table({{"PLANE", "plane"},
+                 {"ANGLE", "angle", true},
+                 {"LEVEL", "level", true},
+                 {"SHARPNESS", "sharpness", true},
+                 {"ERROR", "error", true}});
+    AddPreview("horizontal", preview.horizontal, table);
+    AddPreview("vertical", preview.vertical, table);
+    if (options.isJson) return PrintJson({{"order", order}, {"preview", table.ToJson()}});
+    table.PrintAligned(std::cout);
+    std::cout << "Of order " << order
+              << ", before the decoder is fitted, so the design is better than this. Angles are to the left "
+                 "on the horizon, and upwards from ahead. The level is in dB; the sharpness is 1 for a "
+                 "source that plays by one speaker, and 0 for one from all around; the error is how far off "
+                 "it sounds, in degrees.\n";
+}
+
 // A file that was measured elsewhere, or edited, stays as it is.
 void MakeRoom(const Options& options) {
+    if (options.isPreviewed) return Preview(options);
     const bool isThere = std::filesystem::exists(options.file);
     if (!options.isApplied || !isThere || !options.places.empty()) WriteRoom(options);
     if (options.isApplied) Apply(options);
@@ -196,8 +226,12 @@ void AddRoomCommand(CLI::App& speakers, const std::shared_ptr<Options>& options)
         "room", "Write the places of the speakers to a file, or make a decoder from one.");
     room->add_option("FILE", options->file, "The text to edit; with --apply JSON too")->required();
     room->add_option("--name", options->name, "The new layout's name");
-    room->add_flag("--apply", options->isApplied,
-                   "Make the decoder of the room in FILE, and put it in force");
+    CLI::Option* apply = room->add_flag("--apply", options->isApplied,
+                                        "Make the decoder of the room in FILE, and put it in force");
+    room->add_flag("--preview", options->isPreviewed,
+                   "Print how the room in FILE would sound in each direction; nothing is made")
+        ->excludes(apply);
+    AddJsonFlag(*room, options->isJson);
     room->add_option("--device", options->device, "With --apply: connect it to this device");
     room->add_option("--place", options->places, "SPEAKER AZIMUTH ELEVATION DISTANCE, as often as needed")
         ->type_size(4)

@@ -3,6 +3,7 @@
 #include <map>
 
 #include "orb3core/settings/platformsettings.h"
+#include "tools/manage/history.h"
 #include "tools/manage/machine.h"
 #include "tools/manage/storedvalues.h"
 #include "tools/support/wronguse.h"
@@ -36,6 +37,7 @@ std::string SpeakersOf(const OwnDevice& device) {
 }
 
 void StoreSpeakersOf(const OwnDevice& device, const std::string& speakers) {
+    const ChangeStep step("the speakers of '" + device.name + "'");
     ReplaceValue(orb3::speakerSettingsKey, [&](const std::string& stored) {
         std::map<std::string, std::string> settings = orb3::SplitSpeakerSettings(stored);
         if (speakers.empty())

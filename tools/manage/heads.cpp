@@ -6,6 +6,7 @@
 #include "library/sofachild.h"
 #include "slib/text.h"
 #include "tools/manage/headphonemethod.h"
+#include "tools/manage/history.h"
 #include "tools/manage/machine.h"
 #include "tools/manage/storedvalues.h"
 #include "tools/support/nearest.h"
@@ -67,6 +68,7 @@ HeadphoneChange UseHead(const std::string& name) {
     const FormatLibrary library(log);
     const auto heads = design::ListHeads(library.Librarian());
     const design::OwnEntry& head = FindEntry(heads, name, "head");
+    const ChangeStep step("the head '" + head.name + "'");
     return {head.name,
             ChangeChoice(
                 library.Librarian(), [&](design::HeadChoice& choice) { choice.head = head.tag; }, true)};
@@ -79,6 +81,7 @@ HeadphoneChange RemoveHead(const std::string& name) {
     const design::OwnEntry& head = FindEntry(heads, name, "head");
     if (!head.isOwn)
         throw WrongUse("'" + head.name + "' is a head of the system's library, and can't be removed.");
+    const ChangeStep step("the removal of the head '" + head.name + "'");
     HeadphoneChange change{head.name, ""};
     if (StoredChoice(ReadDocument()).head == head.tag)
         change.note = ChangeChoice(
@@ -104,6 +107,7 @@ HeadphoneChange UseHeadphones(const std::string& name) {
     const FormatLibrary library(log);
     const auto all = design::ListHeadphones(library.Librarian());
     const design::OwnEntry& headphones = FindEntry(all, name, pair);
+    const ChangeStep step("the headphones '" + headphones.name + "'");
     return {headphones.name,
             ChangeChoice(
                 library.Librarian(), [&](design::HeadChoice& choice) { choice.headphones = headphones.tag; },
@@ -113,6 +117,7 @@ HeadphoneChange UseHeadphones(const std::string& name) {
 std::string SwitchHeadphonesOff() {
     ErrorsToTerminal log;
     const FormatLibrary library(log);
+    const ChangeStep step("headphones off");
     return SwitchOff(library.Librarian());
 }
 
@@ -121,6 +126,7 @@ HeadphoneChange RemoveHeadphones(const std::string& name) {
     const FormatLibrary library(log);
     const auto all = design::ListHeadphones(library.Librarian());
     const design::OwnEntry& headphones = FindEntry(all, name, pair);
+    const ChangeStep step("the removal of the headphones '" + headphones.name + "'");
     HeadphoneChange change{headphones.name, ""};
     if (StoredChoice(ReadDocument()).headphones == headphones.tag)
         change.note = SwitchOff(library.Librarian());

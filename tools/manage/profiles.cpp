@@ -5,6 +5,7 @@
 
 #include "platform/storelocation.h"
 #include "slib/exception.h"
+#include "tools/manage/history.h"
 #include "tools/manage/settings.h"
 #include "tools/manage/storedvalues.h"
 #include "tools/support/range.h"
@@ -108,12 +109,14 @@ std::string Patterns(const orb3::GameProfile& profile) {
 std::pair<std::string, std::string> ChangeProfile(const ProfileChange& change) {
     if (change.name.empty()) throw WrongUse("A game's name has at least one character.");
     const std::pair<std::string, std::string> stored = Stored(change.key, change.value);
+    const ChangeStep step(stored.first + " " + stored.second + " for '" + change.name + "'");
     ChangeUsers([&](GameProfiles& users) { OwnProfile(users, change).values[stored.first] = stored.second; });
     return stored;
 }
 
 bool ResetProfile(const std::string& name) {
     const GameProfiles shipped = Shipped();
+    const ChangeStep step("the reset of '" + name + "'");
     ChangeUsers([&](GameProfiles& users) {
         const auto found = orb3::FindGameProfile(users, name);
         if (found != users.end())

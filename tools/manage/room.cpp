@@ -55,6 +55,30 @@ Place PlaceOf(const orb3::Location& location) {
             std::hypot(onFloor, location.z)};
 }
 
+design::SpeakerLayout RoomOf(const orb3::spk::Layout& layout) {
+    design::SpeakerLayout room;
+    room.name = layout.format;
+    for (const orb3::spk::Speaker& speaker : layout.speakers) {
+        const Place place = PlaceOf(speaker.location);
+        design::RoomSpeaker& added = room.speakers.emplace_back();
+        added.label = speaker.label;
+        added.direction = design::DirectionAt(place.azimuth / degrees, place.elevation / degrees);
+        added.distance = place.distance;
+        added.type = speaker.type;
+        added.role = speaker.role;
+        added.hasDistance = layout.distance > 0;
+    }
+    for (std::size_t i = 0; i < room.speakers.size() && i < layout.channels.size(); ++i)
+        room.speakers[i].gain = layout.channels[i].gain;
+    const bool isDecoded = !room.DecodedSpeakers().empty();
+    const double reference = isDecoded ? room.ReferenceDistance() : 0;
+    for (design::RoomSpeaker& speaker : room.speakers) {
+        const double metres = layout.distance > 0 ? layout.distance : 1;
+        speaker.distance = speaker.distance > 0 && reference > 0 ? speaker.distance / reference * metres : 1;
+    }
+    return room;
+}
+
 std::size_t FindSpeaker(const orb3::spk::Layout& layout, const std::string& name) {
     std::vector<std::string> labels;
     std::string known;

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "library/layouts.h"
 #include "orb3core/speakers/layout.h"
 
 namespace tool {
@@ -18,6 +19,10 @@ struct Place {
 };
 
 Place PlaceOf(const orb3::Location& location);
+
+/// The layout as a room whose decoders can be designed: at the distances that were measured, or without any.
+/// The crossover of its small speakers is the usual one.
+design::SpeakerLayout RoomOf(const orb3::spk::Layout& layout);
 
 /// The index of a speaker, by its label in whatever case, or by its number from 1. Throws WrongUse, which
 /// lists the speakers.

@@ -9,6 +9,7 @@
 #include "library/ownlibrary.h"
 #include "orb3core/library/conversionchoice.h"
 #include "slib/exception.h"
+#include "tools/manage/history.h"
 #include "tools/manage/machine.h"
 #include "tools/manage/selecting.h"
 #include "tools/manage/speakers.h"
@@ -40,6 +41,7 @@ Layout ApplyRoom(const RoomInUse& use, const StepReport& report) {
     const LayoutChoice choice{use.room.name, use.device, ""};
     CheckOutputs(choice, use.room.speakers.size());
     StoreRoom(use.room, report);
+    const ChangeStep step("the room '" + use.room.name + "'");
     Layout selected = SelectLayout(choice);
     if (IsPlain(use)) return selected;
     ErrorsToTerminal log;

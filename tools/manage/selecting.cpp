@@ -7,6 +7,7 @@
 #include "orb3core/library/conversionchoice.h"
 #include "orb3core/setup/layoutselection.h"
 #include "tools/manage/connection.h"
+#include "tools/manage/history.h"
 #include "tools/manage/layouts.h"
 #include "tools/manage/machine.h"
 #include "tools/manage/storedvalues.h"
@@ -84,6 +85,7 @@ orb3::spk::Layout SelectLayout(LayoutChoice choice) {
     const orb3::Frameworks frameworks = MakeFrameworks(log);
     choice.name = FindName(library.Librarian(), choice.name);
     orb3::spk::Layout fresh;
+    const ChangeStep step("the selection of '" + choice.name + "'");
     ChangeDocument([&](orb3::Configuration& configuration) {
         LayoutPtr layout = FindStored(configuration, choice.name);
         fresh = MakeLayout(library.Librarian(), choice, layout, frameworks);
@@ -96,6 +98,7 @@ orb3::spk::Layout SelectLayout(LayoutChoice choice) {
 }
 
 void FollowSystem() {
+    const ChangeStep step("the layout of the system's speakers");
     ChangeDocument([](orb3::Configuration& c) { c.useDirectSoundAutoselect = true; });
 }
 

@@ -7,6 +7,7 @@
 #include "slib/exception.h"
 #include "slib/sxml.h"
 #include "slib/text.h"
+#include "tools/manage/history.h"
 #include "tools/support/nearest.h"
 #include "tools/support/range.h"
 #include "tools/support/wronguse.h"
@@ -114,6 +115,7 @@ std::string CheckedSetting(const Setting& setting, const std::string& text) {
 
 std::string StoreSetting(const Setting& setting, const std::string& text, Force force) {
     std::string value = CheckedSetting(setting, text);
+    const ChangeStep step(setting.Name() + (value.empty() ? "" : " " + value));
     if (setting.GetPlace() == SettingPlace::Platform)
         StorePlatform(setting, value);
     else
@@ -122,9 +124,11 @@ std::string StoreSetting(const Setting& setting, const std::string& text, Force 
 }
 
 void ForgetPlatformSettings() {
-    for (const Setting* setting : PlatformSettings())
-        ReplaceValue(setting->StoreKey(), [](const std::string&) { return ""; });
-    ReplaceValue(orb3::speakerSettingsKey, [](const std::string&) { return ""; });
+    UpdateStore([](orb3::OpenStore& store) {
+        for (const Setting* setting : PlatformSettings())
+            store.Write(setting->StoreKey(), "");
+        store.Write(orb3::speakerSettingsKey, "");
+    });
 }
 
 std::string PlatformSettingNames() {

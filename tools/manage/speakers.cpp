@@ -6,6 +6,7 @@
 #include "orb3core/setup/layoutselection.h"
 #include "slib/exception.h"
 #include "tools/manage/connection.h"
+#include "tools/manage/history.h"
 #include "tools/manage/machine.h"
 #include "tools/manage/room.h"
 #include "tools/support/nearest.h"
@@ -74,6 +75,7 @@ void Connect(Layout& layout, std::size_t speaker, const std::string& output,
 void ChangeSpeaker(const SpeakerChange& change, Force force) {
     ErrorsToTerminal log;
     const orb3::Frameworks frameworks = MakeFrameworks(log);
+    const ChangeStep step("the change of speaker '" + change.speaker + "'");
     ChangeDocument(
         [&](orb3::Configuration& configuration) {
             Layout& layout = FindLayoutToChange(configuration, change.layout);
@@ -88,6 +90,7 @@ void ChangeSpeaker(const SpeakerChange& change, Force force) {
 void ConnectAllSpeakers(const std::string& name, const std::string& device) {
     ErrorsToTerminal log;
     const Output output = FindOutput(MakeFrameworks(log), device);
+    const ChangeStep step("the connection to '" + output.device->name + "'");
     const std::uint32_t available = output.device->GetPlaybackChannelCount();
     ChangeDocument([&](orb3::Configuration& configuration) {
         Layout& layout = FindLayoutToChange(configuration, name);

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "orb3core/settings/configuration.h"
+#include "orb3core/store/configstore.h"
 
 namespace tool {
 
@@ -23,12 +24,24 @@ std::string ReadValue(const std::string& key);
 /// store can't be read or written; passes on what `change` throws, and then nothing was changed.
 void ReplaceValue(const std::string& key, const std::function<std::string(const std::string&)>& change);
 
+/// Changes several values as one step, and notes them as one for undo (ChangeStep), as all others here do.
+/// Throws slib::BadStateException when the store can't be written, and what `change` throws; then nothing was
+/// changed.
+void UpdateStore(const std::function<void(orb3::OpenStore&)>& change);
+
+/// The same, without a note.
+void UpdateStoreUnnoted(const std::function<void(orb3::OpenStore&)>& change);
+
 /// The document's text as it is stored, empty when there is none. Throws as ReadValue.
 std::string ReadDocumentText();
 
-/// The document, or the defaults that a start would take where none is stored. Throws slib::BadDataException
-/// when the stored one can't be used, or may be in lines that can't, and as ReadValue.
+/// The document, or the defaults that a start would take where none is stored, which measures the machine for
+/// a second. Throws slib::BadDataException when the stored one can't be used, or may be in lines that can't,
+/// and as ReadValue.
 orb3::Configuration ReadDocument();
+
+/// The same, but for the measuring.
+orb3::Configuration PeekDocument();
 
 /// Whether a change may spoil the sound (CheckSense).
 enum class Force { No, Yes };

@@ -4,10 +4,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cmath>
 #include <thread>
+#include <utility>
 
+#include "AL/tessarune.h"
 #include "goal/statusfiles.h"
 #include "orb3core/store/configstore.h"
 #include "platform/runtimefolder.h"
@@ -25,6 +29,95 @@ std::string Printable(std::string text) {
     return text;
 }
 
+// As much as can be; 0 for what is no number.
+double Within(double least, double value, double greatest) {
+    return std::isfinite(value) ? std::clamp(value, least, greatest) : 0;
+}
+
+double LevelOf(float value) {
+    constexpr double greatest = 1e6;  // +120 dB, as the renderer has it
+    return Within(0, value, greatest);
+}
+
+double LoadOf(float value) {
+    constexpr double greatest = 1e4;
+    return Within(0, value, greatest);
+}
+
+std::string EffectName(std::uint16_t type) {
+    constexpr std::array<std::pair<std::uint16_t, const char*>, 15> names{
+        {{AL_EFFECT_REVERB, "Reverb"},
+         {AL_EFFECT_CHORUS, "Chorus"},
+         {AL_EFFECT_DISTORTION, "Distortion"},
+         {AL_EFFECT_ECHO, "Echo"},
+         {AL_EFFECT_FLANGER, "Flanger"},
+         {AL_EFFECT_FREQUENCY_SHIFTER, "Frequency Shifter"},
+         {AL_EFFECT_VOCAL_MORPHER, "Vocal Morpher"},
+         {AL_EFFECT_PITCH_SHIFTER, "Pitch Shifter"},
+         {AL_EFFECT_RING_MODULATOR, "Ring Modulator"},
+         {AL_EFFECT_AUTOWAH, "Auto-wah"},
+         {AL_EFFECT_COMPRESSOR, "Compressor"},
+         {AL_EFFECT_EQUALIZER, "Equalizer"},
+         {AL_EFFECT_EAXREVERB, "EAX Reverb"},
+         {AL_EFFECT_DEDICATED_LOW_FREQUENCY_EFFECT, "Low Frequency"},
+         {AL_EFFECT_DEDICATED_DIALOGUE, "Dialogue"}}};
+    const auto* const found = std::ranges::find(names, type, [](const auto& name) { return name.first; });
+    return found == names.end() ? "Effect " + std::to_string(type) : found->second;
+}
+
+std::size_t CountOf(std::span<const std::byte> page, goal::StatusNumber<std::uint32_t> field,
+                    std::size_t most) {
+    return std::min<std::size_t>(Get(page, field), most);
+}
+
+GameSource SourceAt(std::span<const std::byte> page, const goal::StatusSourceFields& fields) {
+    constexpr double furthest = 1e12;  // units
+    const std::uint32_t flags = Get(page, fields.flags);
+    return {.number = Get(page, fields.number),
+            .channels = Get(page, fields.channels),
+            .isRelative = (flags & Layout::sourceIsRelative) != 0,
+            .isLooping = (flags & Layout::sourceIsLooping) != 0,
+            .x = Within(-1, Get(page, fields.x), 1),
+            .y = Within(-1, Get(page, fields.y), 1),
+            .z = Within(-1, Get(page, fields.z), 1),
+            .distance = Within(0, Get(page, fields.distance), furthest),
+            .level = LevelOf(Get(page, fields.level))};
+}
+
+void ReadLists(std::span<const std::byte> page, GameStatus& status) {
+    for (std::size_t i = 0; i < CountOf(page, Layout::outputCount, Layout::mostOutputs); ++i) {
+        const goal::StatusOutputFields fields(i);
+        status.outputs.push_back({Printable(Get(page, fields.name)), LevelOf(Get(page, fields.peak)),
+                                  LevelOf(Get(page, fields.rms))});
+    }
+    for (std::size_t i = 0; i < CountOf(page, Layout::effectCount, Layout::mostEffects); ++i) {
+        const goal::StatusEffectFields fields(i);
+        status.effects.push_back(
+            {Get(page, fields.slot), EffectName(Get(page, fields.type)), LevelOf(Get(page, fields.gain))});
+    }
+    for (std::size_t i = 0; i < CountOf(page, Layout::sourceCount, Layout::mostSources); ++i)
+        status.sources.push_back(SourceAt(page, goal::StatusSourceFields(i)));
+}
+
+void ReadRun(std::span<const std::byte> page, GameStatus& status) {
+    status.blocks = Get(page, Layout::blocks);
+    status.blockTime = Get(page, Layout::blockTime);
+    status.lateBlocks = Get(page, Layout::lateBlocks);
+    status.sourcesPlaying = Get(page, Layout::sourcesPlaying);
+    status.mostPlaying = Get(page, Layout::mostPlaying);
+    status.greatestLoad = LoadOf(Get(page, Layout::greatestLoad));
+    status.greatestPeak = LevelOf(Get(page, Layout::greatestPeak));
+    status.latencyFrames = Get(page, Layout::latencyFrames);
+    status.ringFrames = Get(page, Layout::ringFrames);
+    status.serverFrames = Get(page, Layout::serverFrames);
+    status.loadMean = LoadOf(Get(page, Layout::loadMean));
+    status.loadMax = LoadOf(Get(page, Layout::loadMax));
+    const double gain = Within(0, Get(page, Layout::limiterGain), 1);
+    status.limiterGain = gain > 0 ? gain : 1;  // a limiter never silences; 0 is that there is none
+    status.isOutputAway = (Get(page, Layout::flags) & Layout::outputAway) != 0;
+    ReadLists(page, status);
+}
+
 bool IsPageFile(int descriptor) {
     struct stat status {};
     return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) &&
@@ -37,6 +130,11 @@ bool ReadAt(int descriptor, std::size_t place, std::span<std::byte> bytes) {
 }
 
 }  // namespace
+
+double Decibels(double level) {
+    constexpr double silence = -144;
+    return level > 0 ? std::max(20 * std::log10(level), silence) : silence;
+}
 
 std::optional<GameStatus> ParseStatusPage(std::span<const std::byte> page) {
     if (page.size() != Layout::size || Get(page, Layout::magic) != Layout::magicText ||
@@ -62,6 +160,7 @@ std::optional<GameStatus> ParseStatusPage(std::span<const std::byte> page) {
     status.order = Get(page, Layout::order);
     for (std::size_t i = 0; i < status.refusals.size(); ++i)
         status.refusals[i] = Get(page, goal::RefusalField(i));
+    ReadRun(page, status);
     return status;
 }
 

@@ -47,12 +47,16 @@ void SourceRenderer::RenderMono(Source& source, SourceRendererState& state, cons
                                 hcml::ac::Bus& spatial) {
     const SourceGeometry geometry =
         LocateSource(source, snapshot, stages.listener, stages.radiusTable, stages.order);
-    if (!IsFinite(geometry)) return;
+    if (!IsFinite(geometry)) {
+        state.meter = SourceMeter();
+        return;
+    }
     const ReadRate rate{static_cast<double>(geometry.pitch), stages.sampleRate};
     hcml::FloatTupleVector& row = stages.batch.Row();
     const float scale =
         stages.reader.ReadMono(source, state.previousFrame, state.converter, rate, row.data, row.size);
     ApplyAntiDenormalPattern(row);
+    Measure(stages, geometry, row, geometry.gain * source.directFilter.gain * scale, state.meter);
     sends.SendMono(source, state, snapshot, geometry, row, scale);
     const FilterStageSettings path{
         .gainFactor = geometry.gain, .hfFactor = geometry.gainHF, .defaultOrder = stages.defaultFilterOrder};
@@ -79,6 +83,7 @@ void SourceRenderer::RenderMultiChannel(Source& source, SourceRendererState& sta
     const Arrangement key = source.queue[0]->arrangementKey;
     ArrayBus& bus = stages.arrays[key];
     const float scale = ReadChannels(stages, source, state, bus);
+    Measure(stages, bus.input, source.gain * source.directFilter.gain * scale, state.meter);
     sends.SendMultiChannel(source, state, snapshot, bus.input, IsBFormat(key), scale);
     if (IsBFormat(key)) Rotate(source, key, bus);
     const FilterStageSettings path{

@@ -135,6 +135,7 @@ void SourceRenderer_v2::RenderMono(Voice& voice, const RenderSnapshot& snapshot,
     if (!Locate(voice, snapshot, geometry)) return;
     hcml::FloatTupleVector& row = stages.batch.Row();
     const float scale = Read(voice, geometry, row);
+    Measure(stages, geometry, row, DirectGain(voice, geometry.gain) * scale, voice.memory.meter);
     Send(voice, snapshot, geometry, row, scale);
     if (FilterDirect(voice, geometry, row)) AddDirect(voice, geometry, scale, spatial);
 }
@@ -146,6 +147,7 @@ bool SourceRenderer_v2::Locate(Voice& voice, const RenderSnapshot& snapshot, Sou
     geometry = LocateSource(voice.source, place, snapshot, stages.listener, stages.radiusTable, stages.order);
     if (IsFinite(geometry)) return true;
     voice.memory.direct.coefficientsValid = false;
+    voice.memory.meter = SourceMeter();
     return false;
 }
 
@@ -219,6 +221,7 @@ void SourceRenderer_v2::RenderMultiChannel(Voice& voice, const RenderSnapshot& s
     sends.SendMultiChannel(voice, snapshot, bus.input, IsBFormat(key), sourceGain, scale);
     if (IsBFormat(key)) Rotate(voice, key, bus);
     const float gain = DirectGain(voice, sourceGain);
+    Measure(stages, bus.input, gain * scale, state.meter);
     if (!FilterChannels(voice, key, bus, gain, scale)) return;
     if (key == Arrangement::Stereo && source.hasStereoAngles)
         Pan(voice, bus, spatial);

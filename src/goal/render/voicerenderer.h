@@ -9,6 +9,7 @@
 #include "goal/render/arraybuses.h"
 #include "goal/render/mixbatch.h"
 #include "goal/render/renderoutput.h"
+#include "goal/render/sourcegeometry.h"
 #include "goal/render/sourceradiustable.h"
 #include "goal/render/sourcereader.h"
 #include "goal/state/basis.h"
@@ -61,6 +62,14 @@ void AddToArray(const hcml::ac::Bus& source, ArrayBus& bus) SLIB_NONBLOCKING;
 
 /// The weights of one side of a stereo source at `angle`, one for each channel of the spatial bus.
 std::array<float, hcml::mostBusChannels> StereoWeights(float angle, unsigned order) SLIB_NONBLOCKING;
+
+/// Notes in `meter` where a source of one channel is heard and, in one block of four, how loud: by the
+/// samples before their shelves, which are multiplied by `gain` (linear) on the way to the mix.
+void Measure(const RenderStages& stages, const SourceGeometry& geometry, const hcml::FloatTupleVector& row,
+             float gain, SourceMeter& meter) SLIB_NONBLOCKING;
+/// The same of one of several channels, which is heard all around; its channels are added up.
+void Measure(const RenderStages& stages, const hcml::ac::Bus& channels, float gain,
+             SourceMeter& meter) SLIB_NONBLOCKING;
 
 inline bool IsBFormat(Arrangement key) {
     return key == Arrangement::BFormat2D || key == Arrangement::BFormat3D;

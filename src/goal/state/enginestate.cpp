@@ -271,6 +271,7 @@ void SourceRendererState::Prepare(const ConverterCursor* converterStart, std::ui
         send = SendState();
     previousFrame.fill(0);
     motion = SourceMotion();
+    meter = SourceMeter();
     keepsAttack = true;
     if (converterStart == nullptr) return;
     if (channels == 1) return initialise(converter, *converterStart);

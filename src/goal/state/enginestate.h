@@ -183,6 +183,14 @@ struct SourceMotion {
     std::array<PathWeights, 2> turn;
 };
 
+/// Where a source was heard in the last block, and how loud, for those who watch.
+struct SourceMeter {
+    Vector3 direction{};       ///< towards it: X ahead, Y left, Z up; zeros of one of several channels
+    float distance = 0;        ///< units
+    float meanSquare = 0;      ///< of what its direct path adds to the mix, full scale 1, of late
+    std::uint32_t blocks = 0;  ///< so far
+};
+
 /// What the renderer keeps about a source from block to block.
 struct SourceRendererState {
     SourceFilterState direct;
@@ -191,6 +199,7 @@ struct SourceRendererState {
     MultiChannelConverterState multiChannelConverter;
     std::array<float, 8> previousFrame{};  ///< of the linear reader
     SourceMotion motion;
+    SourceMeter meter;
     bool keepsAttack = true;  ///< it starts in the coming block, at once and not by a fade
 
     /// Clean memory on every path, as for a source of `channels` that begins to play on the converter whose

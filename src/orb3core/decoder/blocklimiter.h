@@ -17,6 +17,9 @@ public:
     /// magnitude before that. It looks at the whole block and no further. Samples that aren't finite become 0
     /// and don't count. Allocates nothing.
     virtual float limit(float* block, std::uint32_t frames, std::uint32_t channels) SLIB_NONBLOCKING = 0;
+
+    /// Linear, at the end of the last block.
+    virtual float Gain() const SLIB_NONBLOCKING = 0;
 };
 
 }  // namespace orb3

@@ -24,6 +24,7 @@ struct Limiter : BlockLimiter {
 
     /// Where the level jumps up the gain takes its time to fall, and the first steps may stay above 1.
     float limit(float* block, std::uint32_t frames, std::uint32_t channels) SLIB_NONBLOCKING override;
+    float Gain() const override { return gain; }
 };
 
 }  // namespace orb3

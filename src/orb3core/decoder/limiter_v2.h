@@ -24,6 +24,7 @@ public:
 
     /// Where a block begins above the level the gain is lower from its first frame on.
     float limit(float* block, std::uint32_t frames, std::uint32_t channels) SLIB_NONBLOCKING override;
+    float Gain() const override { return gain; }
 
 private:
     static constexpr std::uint32_t mostSteps = 128;  // in a block

@@ -81,6 +81,8 @@ void TransformedPipeUPT::Configure(const strans::TimeDomainTransform<float, 1>& 
         pipeBlocksPerBlock = (fewestFrames + pipeFrames - 1) / pipeFrames;
     blockFrames = pipeBlocksPerBlock * pipeFrames;
     transformer.configure(transform, threshold, takesTime ? PartitionLength(blockFrames) : blockFrames);
+    const slib::Lock lock(peakMutex);
+    meter.emplace(pipe->GetSampleRate(), blockFrames, transformer.outputCount);
 }
 
 void TransformedPipeUPT::LogSetUp(bool isFrequencyDomain) const {
@@ -127,15 +129,23 @@ void TransformedPipeUPT::CheckBlock(std::uint32_t frames, std::uint32_t channels
 }
 
 void TransformedPipeUPT::LimitAndWrite(hcml::GenericMatrix<float, 1>& output) {
-    NotePeak(limiter->limit(output.data, output.rows, output.columns));
+    NoteLevels(limiter->limit(output.data, output.rows, output.columns), output.data);
     const std::size_t samplesPerPipeBlock = std::size_t{pipeFrames} * output.columns;
     for (std::uint32_t block = 0; block < pipeBlocksPerBlock; ++block)
         pipe->Write(output.data + block * samplesPerPipeBlock, nullptr);
 }
 
-void TransformedPipeUPT::NotePeak(float blockPeak) {
+void TransformedPipeUPT::NoteLevels(float blockPeak, const float* block) {
     const slib::Lock lock(peakMutex);
     peak = std::max(peak, blockPeak);
+    limiterGain = limiter->Gain();
+    meter->Note(block);
+}
+
+float TransformedPipeUPT::ReadLevels(std::span<OutputLevel> levels) {
+    const slib::Lock lock(peakMutex);
+    std::copy_n(meter->levels.begin(), std::min(levels.size(), meter->levels.size()), levels.begin());
+    return limiterGain;
 }
 
 void TransformedPipeUPT::StopPipe() noexcept {

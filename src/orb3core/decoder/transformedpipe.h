@@ -2,19 +2,21 @@
 
 // The decoder as the server sees it: a sink for blocks of the spatial bus.
 //
-//     bus -> transformer -> + feeds (delay lines) -> limiter -> peak -> pipe
+//     bus -> transformer -> + feeds (delay lines) -> limiter -> peak, levels -> pipe
 //
-// One thread, the caller, writes; reportPeak may run on another. writeBus waits until the output has room,
-// and so gives the whole chain its pace. A block allocates nothing.
+// One thread, the caller, writes; reportPeak and ReadLevels may run on another. writeBus waits until the
+// output has room, and so gives the whole chain its pace. A block allocates nothing.
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 
 #include "numeric/bus.h"
 #include "numeric/genericmatrix.h"
 #include "orb3core/decoder/blocklimiter.h"
 #include "orb3core/decoder/directfeed.h"
+#include "orb3core/decoder/levelmeter.h"
 #include "orb3core/decoder/partitionedtransformer.h"
 #include "orb3core/transform/timedomaintransform.h"
 #include "pipe/pipe.h"
@@ -66,6 +68,11 @@ public:
     /// Writes a line about the greatest sample so far, before limiting, to `log`; nothing after silence.
     void reportPeak(slib::Log* log);
 
+    /// Copies the levels of the first outputs, behind the limiter, as many as there are and `levels` has room
+    /// for, and returns the limiter's gain, linear. Any thread.
+    float ReadLevels(std::span<OutputLevel> levels) SLIB_NONBLOCKING;
+    std::uint32_t OutputCount() const { return transformer.outputCount; }
+
 protected:
     /// Sets the transformer up and writes a line about it to `log`, which is borrowed. Throws
     /// slib::BadParameterException for a pipe without blocks or rate, and what the transformer throws.
@@ -95,11 +102,13 @@ public:
 private:
     void Configure(const strans::TimeDomainTransform<float, 1>& transform);
     void LogSetUp(bool isFrequencyDomain) const;
-    void NotePeak(float blockPeak);
+    void NoteLevels(float blockPeak, const float* block);
 
     const std::unique_ptr<BlockLimiter> limiter;
     slib::Mutex peakMutex;
-    float peak SLIB_GUARDED_BY(peakMutex) = 0;
+    float peak SLIB_GUARDED_BY(peakMutex) = 0;  // before the limiter
+    float limiterGain SLIB_GUARDED_BY(peakMutex) = 1;
+    std::optional<LevelMeter> meter SLIB_GUARDED_BY(peakMutex);  // never empty
 };
 
 /// The decoder that runs `transform`, which is read and not kept, and writes to `pipe`. `log` is borrowed

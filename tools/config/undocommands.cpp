@@ -1,0 +1,42 @@
+#include <iostream>
+#include <string>
+
+#include "tools/config/commands.h"
+#include "tools/config/steps.h"
+#include "tools/config/warnings.h"
+#include "tools/manage/history.h"
+#include "tools/manage/undo.h"
+
+namespace tool {
+namespace {
+
+constexpr const char* examples = R"(Examples:
+  tessarune-config set Order 4
+  tessarune-config undo              Order is what it was
+  tessarune-config redo              and is 4 again
+
+The last 20 changes can be taken back, those of the page in the browser too. What a game or somebody else has
+changed since stays as it is. What you have added to your own library, or removed from it, isn't part of it.)";
+
+void Say(const TakenBack& taken, const char* how) {
+    std::cout << "'" << taken.what << "' is " << how << ".\n";
+    PrintWarnings(taken.warnings);
+}
+
+TakenBack Run(TakenBack (*work)(const StepReport&)) {
+    Progress progress("Designing decoders");
+    return work(StepsOf(progress));
+}
+
+}  // namespace
+
+void AddUndoCommands(Program& program) {
+    CLI::App* undo = program.add_subcommand("undo", "Take back the last change of the settings.");
+    undo->callback([] { Say(Run(Undo), "taken back"); });
+    CLI::App* redo = program.add_subcommand("redo", "Make the change again that was taken back last.");
+    redo->callback([] { Say(Run(Redo), "made again"); });
+    for (CLI::App* command : {undo, redo})
+        command->footer(examples);
+}
+
+}  // namespace tool
