@@ -5,7 +5,6 @@ import { change, known, layout } from './state.js';
 
 const storeKey = 'tessarune-draft';
 const newRoom = 'My room';
-let nextKey = 1;
 
 function store(draft) {
     try {
@@ -17,13 +16,14 @@ function store(draft) {
     change({ draft });
 }
 
-const withKeys = (speakers) => speakers.map((speaker) => ({ ...speaker, key: nextKey++ }));
+/** Keys as the speakers have them that aren't in a draft, so that what has the focus keeps it. */
+const withKeys = (speakers) => speakers.map((speaker, i) => ({ ...speaker, key: `n${i}` }));
 
 /** Takes up what a reload left. */
 export function restoreDraft() {
     try {
         const kept = JSON.parse(sessionStorage.getItem(storeKey) ?? 'null');
-        if (kept) store({ ...kept, speakers: withKeys(kept.speakers) });
+        if (kept) store(kept);
     } catch {
         sessionStorage.removeItem(storeKey);
     }
@@ -56,7 +56,7 @@ function freeLabel(speakers) {
 export function addSpeaker() {
     const draft = currentDraft();
     const distance = draft.speakers.at(-1)?.distance || 2;
-    const speaker = { label: freeLabel(draft.speakers), azimuth: 0, elevation: 0, distance, type: 'Normal', gain: 1, key: nextKey++ };
+    const speaker = { label: freeLabel(draft.speakers), azimuth: 0, elevation: 0, distance, type: 'Normal', gain: 1, key: crypto.randomUUID() };
     store({ ...draft, speakers: [...draft.speakers, speaker] });
     change({ chosen: draft.speakers.length });
 }

@@ -17,6 +17,9 @@ async function act(path, body) {
     await refresh();
 }
 
+/** What a list has room for; the rest, as who measured a head, is shown when it is pointed at. @param {string} text */
+const firstSentence = (text) => /^.*?[.:](?=\s|$)/.exec(text)?.[0].replace(/:$/, '.') ?? text;
+
 /** A list of which one is in use. @param {string} id of the list @param {Item[]} items @param {(item: Item) => void} use @param {string} kind "head" */
 function drawList(id, items, use, kind) {
     const create = (item) => {
@@ -31,7 +34,8 @@ function drawList(id, items, use, kind) {
         row.item = item;
         setProperty(row.parts.choice, 'checked', item.isUsed);
         setProperty(row.parts.remove, 'hidden', !item.isOwn);
-        setText(row.parts.hint, item.description ?? '');
+        setText(row.parts.hint, firstSentence(item.description ?? ''));
+        setAttribute(row, 'title', item.description);
     });
 }
 
@@ -96,7 +100,7 @@ async function addHead(event, show) {
     event.target.reset();
     show(false);
     await refresh();
-    say(note(), `Headphones play by “${answer.name ?? name}” now.`);
+    say(note(), [`“${answer.name ?? name}” is the head that headphones play by.`, ...(answer.warnings ?? [])].join(' '));
 }
 
 async function addHeadphones(event, show) {

@@ -2,7 +2,7 @@
 
 /**
  * @typedef {{number?: number, label: string, role?: string, type: string, azimuth: number, elevation: number,
- *            distance: number, output?: string, gain?: number, isBassOnly?: boolean, key?: number}} Speaker
+ *            distance: number, output?: string, gain?: number, isBassOnly?: boolean, key?: string}} Speaker
  *     degrees, metres, linear gain; `key` tells the speakers of a draft apart
  * @typedef {{name: string, speakers: Speaker[]}} Draft a room that isn't applied yet
  * @typedef {{name: string, device: string, deviceName: string, method: string, methods: string[], isHeadphones: boolean,
