@@ -6,7 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "tools/support/program.h"
+#include "tools/support/wronguse.h"
 
 namespace {
 

@@ -15,7 +15,7 @@
 
 #include "tools/page/server/descriptor.h"
 #include "tools/page/server/server.h"
-#include "tools/support/program.h"
+#include "tools/support/wronguse.h"
 
 namespace testing_support {
 

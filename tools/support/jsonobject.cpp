@@ -2,7 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "tools/support/program.h"
+#include "tools/support/wronguse.h"
 
 namespace tool {
 namespace {
@@ -17,8 +17,10 @@ constexpr const char* remedy = " Load the page again.";
 // Objects that keep their order look for a name one by one, so the bound on parts is one on time.
 nlohmann::ordered_json ParseJsonObject(std::string_view text) {
     std::size_t parts = 0;
-    const auto count = [&parts](int depth, Json::parse_event_t, const Json&) {
-        if (depth > deepestJson || ++parts > mostJsonParts)
+    const auto count = [&parts](int depth, Json::parse_event_t event, const Json&) {
+        const bool isDeeper =
+            event == Json::parse_event_t::object_start || event == Json::parse_event_t::array_start;
+        if ((isDeeper && depth >= deepestJson) || ++parts > mostJsonParts)
             throw WrongUse(std::string(wrong) + "it is too deep or has too many parts." + remedy);
         return true;
     };

@@ -52,6 +52,7 @@ std::vector<std::string> CommandFor(const std::string& address) {
 // holds back or ignores is nothing to it.
 pid_t Start(std::vector<std::string> command) {
     std::vector<char*> words;
+    words.reserve(command.size() + 1);
     for (std::string& word : command)
         words.push_back(word.data());
     words.push_back(nullptr);

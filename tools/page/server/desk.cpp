@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "tools/support/jsonobject.h"
-#include "tools/support/program.h"
+#include "tools/support/wronguse.h"
 
 namespace page {
 namespace {
@@ -106,7 +106,8 @@ Answer Desk::Ask(const std::string& path, Query query, std::string body) {
 // The request is read before the job starts, so that a wrong one is refused at once.
 Answer Desk::Begin(const Route& route, Query query, std::string body) {
     Answer answer = Answered([&]() -> Json {
-        auto work = [&route, query = std::move(query), object = BodyOf(route.body, body),
+        Json object = BodyOf(route.body, body);
+        auto work = [&route, query = std::move(query), object = std::move(object),
                      upload = std::move(body)](Report& report) {
             return Answered([&] { return route.answer({query, object, upload}, report); });
         };

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <utility>
 
 #include "slib/exception.h"
@@ -58,11 +59,12 @@ void Handover::Write(const std::string& address) {
     const bool isWhole =
         made.IsOpen() && write(made.value, text.data(), text.size()) == static_cast<ssize_t>(text.size());
     if (isWhole && rename(draft.c_str(), file.c_str()) == 0) return;
-    slib::OperatingSystemErrnoException failure("The file '" + file.string() +
-                                                "', by which the browser finds the page, can't be written. "
-                                                "Free space there, and start this program again.");
+    const int reason = errno;
     unlink(draft.c_str());
-    throw failure;
+    errno = reason;
+    throw slib::OperatingSystemErrnoException("The file '" + file.string() +
+                                              "', by which the browser finds the page, can't be written. "
+                                              "Free space there, and start this program again.");
 }
 
 void Handover::Remove() {
