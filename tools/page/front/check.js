@@ -46,11 +46,11 @@ function factsOf({ device, layout, rate, blockFrames, latencyFrames, order }) {
 function drawDialog() {
     if (!result) return;
     keep(byId('findings'), result.findings, (_, i) => i, createFinding, updateFinding);
-    setProperty(byId('start'), 'hidden', !result.start);
-    if (!result.start) return;
-    keep(byId('start-facts'), factsOf(result.start), ([name]) => name, ([name]) => make('div', {}, make('dt', {}, name), make('dd')),
+    const { error = '', lines = [] } = result.start;
+    setText(byId('start-error'), error);
+    keep(byId('start-facts'), error ? [] : factsOf(result.start), ([name]) => name, ([name]) => make('div', {}, make('dt', {}, name), make('dd')),
         (item, [, value]) => setText(item.lastChild, value));
-    keep(byId('start-lines'), result.start.lines ?? [], (_, i) => i, () => make('li'), (item, { text, isError }) => {
+    keep(byId('start-lines'), lines, (_, i) => i, () => make('li'), (item, { text, isError }) => {
         setText(item, text);
         setAttribute(item, 'data-error', isError ? 'true' : null);
     });

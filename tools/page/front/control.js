@@ -44,11 +44,17 @@ function makeSelect({ name }, label, send) {
 
 /** @returns {Control} */
 function makeText({ name, range }, label, send) {
-    const isNumber = range.kind !== 'path';
-    const field = makeField({ 'aria-label': label ?? name, class: isNumber ? 'number' : 'path',
+    const field = makeField({ 'aria-label': label ?? name, class: 'number',
         inputmode: range.kind === 'whole' ? 'numeric' : null }, (text) => send(text, field));
     return { element: field, update: ({ value }) =>
         setField(field, typeof value === 'number' ? formatNumber(value, 6) : String(value)) };
+}
+
+/** A path is chosen on the command line alone, so that no page names files. @returns {Control} */
+function makePath({ name }) {
+    const value = make('span');
+    const command = make('code', {}, `tessarune-config set ${name} PATH`);
+    return { element: make('span', { class: 'path' }, value, ' ', command), update: (item) => setText(value, textOfValue(item.value)) };
 }
 
 /** Few choices side by side. @returns {Control} */
@@ -65,7 +71,7 @@ function makeSegments({ name }, label, send) {
 const choicesOf = ({ choices, least, most }) =>
     choices ?? Array.from({ length: most - least + 1 }, (_, i) => String(least + i));
 
-const makers = { flag: makeSwitch, choice: makeSelect, whole: makeText, real: makeText, path: makeText };
+const makers = { flag: makeSwitch, choice: makeSelect, whole: makeText, real: makeText, path: makePath };
 
 /**
  * @param {Setting} setting @param {HTMLElement} note where a refusal is said

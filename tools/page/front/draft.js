@@ -1,7 +1,7 @@
 // The room that a person edits: made of the layout in force at the first change, kept over a reload, and forgotten when
 // it was applied or discarded.
 
-import { change, known, layout } from './state.js';
+import { change, isMeasured, known, layout, measuredOnly } from './state.js';
 
 const storeKey = 'tessarune-draft';
 const newRoom = 'My room';
@@ -29,9 +29,9 @@ export function restoreDraft() {
     }
 }
 
-/** Edits this room. @param {string} name @param {import('./state.js').Speaker[]} speakers */
-export function startDraft(name, speakers) {
-    store({ name, speakers: withKeys(speakers) });
+/** Edits this room. @param {{name: string, speakers: import('./state.js').Speaker[], isMeasured?: boolean}} room */
+export function startDraft({ name, speakers, isMeasured = true }) {
+    store({ name, isMeasured, speakers: withKeys(speakers) });
 }
 
 /** The draft; without one, a copy of the layout in force. */
@@ -39,13 +39,14 @@ function currentDraft() {
     if (known.draft) return known.draft;
     const now = layout();
     const isPlace = now && !now.isHeadphones;
-    return { name: now?.isOwn && isPlace ? now.name : newRoom, speakers: withKeys(isPlace ? now.speakers : []) };
+    return { name: now?.isOwn && isPlace ? now.name : newRoom, isMeasured: isMeasured(), speakers: withKeys(isPlace ? now.speakers : []) };
 }
 
 /** @param {number} index @param {Partial<import('./state.js').Speaker>} fresh */
 export function editSpeaker(index, fresh) {
-    const draft = currentDraft();
-    store({ ...draft, speakers: draft.speakers.map((speaker, i) => (i === index ? { ...speaker, ...fresh } : speaker)) });
+    const draft = currentDraft(), old = draft.speakers[index];
+    store({ ...draft, isMeasured: draft.isMeasured || (fresh.distance ?? old.distance) !== old.distance,
+        speakers: draft.speakers.map((speaker, i) => (i === index ? { ...speaker, ...fresh } : speaker)) });
 }
 
 /** A name for a speaker that no other has. */
@@ -84,7 +85,7 @@ export const discardDraft = () => store(null);
 /** What /api/room/apply takes. @param {string} device an id, or empty for the present one */
 export function applyRequest(device) {
     const speakers = known.draft.speakers.map(({ label, azimuth, elevation, distance, type, role, gain, output }) =>
-        Object.fromEntries(Object.entries({ label, azimuth, elevation, distance, type, role, gain, output })
+        Object.fromEntries(Object.entries({ label, azimuth, elevation, ...measuredOnly(distance), type, role, gain, output })
             .filter(([, value]) => value !== undefined && value !== '')));
     return { name: known.draft.name, ...(device ? { device } : {}), speakers };
 }

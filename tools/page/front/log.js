@@ -12,7 +12,7 @@ let shown = '';
 function create(entry) {
     const row = make('li', { 'data-error': entry.isError ? 'true' : null },
         make('time', { datetime: entry.time }, formatTime(entry.time)), make('span', { class: 'mark' }, entry.isError ? 'Error' : ''),
-        make('div', { class: 'text' }, make('p', {}, entry.text), entry.cure ? make('p', { class: 'cure' }, entry.cure) : null));
+        make('div', { class: 'text' }, make('p', {}, entry.text, entry.program ? make('span', { class: 'hint' }, ` ${entry.program}`) : null), entry.cure ? make('p', { class: 'cure' }, entry.cure) : null));
     setAttribute(row.children[1], 'aria-hidden', entry.isError ? null : 'true');
     return row;
 }

@@ -1,7 +1,7 @@
 // The panel of the quality: what decides how good the sound is, how late, and how loud; and the machine's measurement.
 
 import { post } from './api.js';
-import { byId, make, setOptions, setProperty, setText } from './dom.js';
+import { byId, make, setAttribute, setOptions, setProperty, setText } from './dom.js';
 import { makeControl, makeLine } from './control.js';
 import { attempt, runWithProgress, say } from './notice.js';
 import { formatFixed, formatNumber, gainInDecibels } from './numbers.js';
@@ -49,6 +49,7 @@ function draw() {
         const { control, hint } = built.get(item.name);
         control.update(item);
         setText(hint, description.explain?.(item.value) ?? '');
+        setAttribute(hint.closest('.line'), 'title', item.advice);
     }
     drawMethod();
     setText(byId('rating'), known.server?.quality?.text ?? '');
@@ -59,7 +60,7 @@ async function measure() {
     const answer = await runWithProgress(note(), 'Measuring the machine', '/api/measure', {});
     if (!answer) return;
     await refresh();
-    say(note(), answer.rating ? `Measured: ${formatNumber(answer.rating, 2)}. The quality was chosen for it.` : 'Measured.');
+    say(note(), answer.text || `Measured: ${formatNumber(answer.rating, 2)}. The quality was chosen for it.`);
 }
 
 async function chooseMethod() {

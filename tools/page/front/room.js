@@ -47,11 +47,14 @@ export const project = (point, view) =>
 /**
  * Where a speaker is after it was dragged in a view: from above its height stays, from the side how far left it is.
  * @param {Place} start where it was when the drag began @param {View} view @param {number} x @param {number} y metres
+ * @param {boolean} [isMeasured] where distances mean nothing, they and heights in degrees stay as they are
  * @returns {Place}
  */
-export function dragTo(start, view, x, y) {
+export function dragTo(start, view, x, y, isMeasured = true) {
     const point = toPoint(start);
-    return toPlace(view === 'above' ? { ...point, left: -x, ahead: -y } : { ...point, ahead: x, up: -y }, start);
+    const place = toPlace(view === 'above' ? { ...point, left: -x, ahead: -y } : { ...point, ahead: x, up: -y }, start);
+    if (isMeasured) return place;
+    return { ...place, elevation: view === 'above' ? start.elevation : place.elevation, distance: start.distance };
 }
 
 const keys = {

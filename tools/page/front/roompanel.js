@@ -8,7 +8,7 @@ import { attempt } from './notice.js';
 import { formatFixed, formatNumber } from './numbers.js';
 import { summarise } from './room.js';
 import { RoomView } from './roomview.js';
-import { change, isRoom, known, layout, onChange, setting, shownSpeakers } from './state.js';
+import { change, isRoom, known, layout, measuredOnly, onChange, setting, shownSpeakers } from './state.js';
 
 /** @type {RoomView[]} */
 let views = [];
@@ -20,7 +20,7 @@ function question() {
     const speakers = isRoom() ? shownSpeakers() : [];
     if (speakers.length === 0) return '';
     return JSON.stringify({
-        speakers: speakers.map(({ azimuth, elevation, distance, type }) => ({ azimuth, elevation, distance, type })),
+        speakers: speakers.map(({ azimuth, elevation, distance, type }) => ({ azimuth, elevation, ...measuredOnly(distance), type })),
         order: setting('Order')?.value ?? 3,
     });
 }

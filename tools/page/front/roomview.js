@@ -4,6 +4,7 @@
 import { keep, makeSvg, setAttribute, setAttributes, setText } from './dom.js';
 import { formatNumber } from './numbers.js';
 import { curvePoints, describePlace, dragTo, levelRadius, moveByKey, project, ringStep, toPoint, viewRange } from './room.js';
+import { isMeasured } from './state.js';
 
 const radius = 100;  // of a view, in units of the drawing
 const slack = 4;     // pixels that a press may move without being a drag
@@ -31,7 +32,7 @@ export class RoomView {
     draw(speakers, chosen, isDraft) {
         this.speakers = speakers;
         if (!this.isDragged) this.drawRings(viewRange(speakers));
-        setAttribute(this.svg, 'data-draft', isDraft ? 'true' : null);
+        setAttributes(this.svg, { 'data-draft': isDraft ? 'true' : null, 'data-unmeasured': isMeasured() ? null : 'true' });
         keep(this.dots, speakers, (speaker, i) => speaker.key ?? `n${i}`, (_, i) => this.createDot(i),
             (dot, speaker, i) => this.updateDot(dot, speaker, i, i === chosen));
     }
@@ -49,7 +50,7 @@ export class RoomView {
         const step = ringStep(range), count = Math.floor(range / step + 1e-9);
         const rings = Array.from({ length: count }, (_, i) => (i + 1) * step).flatMap((metres) => {
             const r = (radius * metres) / range;
-            return [makeSvg('circle', { r }), makeSvg('text', { x: 2, y: r - 2 }, `${formatNumber(metres)} m`)];
+            return [makeSvg('circle', { r }), makeSvg('text', { x: 2, y: r - 2, class: 'metres' }, `${formatNumber(metres)} m`)];
         });
         this.rings.replaceChildren(makeSvg('circle', { r: radius, class: 'edge' }),
             makeSvg('line', { x1: -radius, x2: radius }), makeSvg('line', { y1: -radius, y2: radius }), ...rings);
@@ -135,7 +136,7 @@ export class RoomView {
         const at = this.metresAt(event);
         const x = at.x + drag.dx, y = at.y + drag.dy;
         const beyond = Math.max(1, Math.hypot(x, y) / (this.range * 1.05));
-        this.moves.move(drag.index, dragTo(drag.start, this.view, x / beyond, y / beyond));
+        this.moves.move(drag.index, dragTo(drag.start, this.view, x / beyond, y / beyond, isMeasured()));
     }
 
     onRelease() {

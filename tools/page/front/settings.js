@@ -15,7 +15,7 @@ const typed = (value) => (typeof value === 'boolean' ? (value ? 'True' : 'False'
 
 function create(item) {
     const control = makeControl(item, note());
-    const back = make('button', { type: 'button', class: 'quiet', onclick: () => { sendSetting(note(), item.name, typed(row.setting.default)); row.querySelector('input, select').focus(); } });
+    const back = make('button', { type: 'button', class: 'quiet', onclick: () => { sendSetting(note(), item.name, typed(row.setting.default)); row.querySelector('input, select')?.focus(); } });
     const row = make('div', { class: 'setting' }, make('div', { class: 'name' }, item.name, make('span', { class: 'hint' })),
         make('div', { class: 'control' }, control.element, back));
     row.parts = { control, back, hint: row.querySelector('.hint') };
@@ -27,9 +27,10 @@ function update(row, item) {
     const { control, back, hint } = row.parts;
     control.update(item);
     setText(hint, `${item.meaning}; ${item.mayBe}`);
+    setAttribute(row, 'title', item.advice);
     setText(back, `Default: ${textOfValue(item.default)}`);
     setAttribute(back, 'aria-label', `Default: ${textOfValue(item.default)}, for ${item.name}`);
-    setProperty(back, 'hidden', item.value === item.default);
+    setProperty(back, 'hidden', item.value === item.default || item.range.kind === 'path');
 }
 
 function draw() {

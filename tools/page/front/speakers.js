@@ -7,7 +7,7 @@ import { attempt, confirm, focusSection, mayReplaceDraft, runWithProgress, say }
 import { formatNumber, gainInDecibels, parseGain, parseNumber } from './numbers.js';
 import { roundTo, withCoordinate } from './room.js';
 import { refresh } from './sync.js';
-import { change, isRoom, known, layout, onChange, shownSpeakers } from './state.js';
+import { change, isMeasured, isRoom, known, layout, onChange, shownSpeakers } from './state.js';
 import { keepOutputs } from './wiring.js';
 
 const coordinates = [
@@ -26,6 +26,7 @@ function refuseField(field, text) {
 }
 
 function commitCoordinate({ name, title, unit, example }, index, text, field) {
+    if (text.trim() === '' && field.shownValue === '') return;
     const value = parseNumber(text);
     if (value === null) {
         refuseField(field, `${title} is a number, in ${unit}, such as ${formatNumber(example)}. “${text}” is none.`);
@@ -40,7 +41,7 @@ function commitCoordinate({ name, title, unit, example }, index, text, field) {
 /** A field whose arrows up and down change it by a step, with Shift by five. */
 function makeCoordinate(coordinate) {
     const { name, step, digits } = coordinate;
-    const field = makeField({ inputmode: 'decimal', class: 'number' },
+    const field = makeField({ inputmode: 'decimal', class: 'number', placeholder: name === 'distance' ? '–' : null },
         (text, self) => commitCoordinate(coordinate, indexOf(self), text, self));
     field.addEventListener('keydown', (event) => {
         const way = { ArrowUp: 1, ArrowDown: -1 }[event.key];
@@ -122,7 +123,8 @@ function updateRow(row, speaker, index) {
     setField(label, speaker.label);
     setAttribute(label, 'aria-label', `Name of speaker ${index + 1}`);
     coordinates.forEach(({ name: coordinate, digits, title, unit }, i) => {
-        setField(fields[i], formatNumber(speaker[coordinate], digits));
+        const isKnown = coordinate !== 'distance' || isMeasured();
+        setField(fields[i], isKnown ? formatNumber(speaker[coordinate], digits) : '');
         setAttribute(fields[i], 'aria-label', `${title} of ${name}, ${unit}`);
     });
     setOptions(type, types, speaker.type);
@@ -187,7 +189,7 @@ async function importRoom() {
     if (!file || !(await mayReplaceDraft())) return;
     const room = await attempt(note(), async () => post('/api/room/import', { name: file.name, text: await file.text() }));
     if (!room) return;
-    startDraft(room.name, room.speakers);
+    startDraft(room);
     say(note(), `“${room.name}” has ${room.speakers.length} speakers. It is a draft until you apply it.`);
 }
 

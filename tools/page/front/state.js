@@ -4,9 +4,9 @@
  * @typedef {{number?: number, label: string, role?: string, type: string, azimuth: number, elevation: number,
  *            distance: number, output?: string, gain?: number, isBassOnly?: boolean, key?: string}} Speaker
  *     degrees, metres, linear gain; `key` tells the speakers of a draft apart
- * @typedef {{name: string, speakers: Speaker[]}} Draft a room that isn't applied yet
+ * @typedef {{name: string, isMeasured: boolean, speakers: Speaker[]}} Draft a room that isn't applied yet
  * @typedef {{name: string, device: string, deviceName: string, method: string, methods: string[], isHeadphones: boolean,
- *            isOwn: boolean, gain: number, outputs: string[], speakers: Speaker[], warnings: string[]}} Layout
+ *            isMeasured: boolean, isOwn: boolean, gain: number, outputs: string[], speakers: Speaker[], warnings: string[]}} Layout
  * @typedef {{angle: number, level: number, sharpness: number, error: number}} Direction degrees, dB, 0 to 1, degrees
  */
 
@@ -44,6 +44,12 @@ export const layout = () => values.server?.layout ?? null;
 
 /** The speakers that are shown: the draft's, else those of the layout in force. @returns {Speaker[]} */
 export const shownSpeakers = () => values.draft?.speakers ?? layout()?.speakers ?? [];
+
+/** Whether somebody measured how far the speakers are; else all distances are 1 and mean nothing. */
+export const isMeasured = () => values.draft?.isMeasured ?? layout()?.isMeasured ?? true;
+
+/** A distance as the server takes it: left out where nobody measured it. @param {number} distance metres */
+export const measuredOnly = (distance) => (isMeasured() ? { distance } : {});
 
 /** Whether speakers can be moved: headphones have none. */
 export const isRoom = () => values.draft !== null || (layout() !== null && !layout().isHeadphones);

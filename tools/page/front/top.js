@@ -1,7 +1,7 @@
 // The head of the page: device, layout, undo and redo.
 
 import { post } from './api.js';
-import { byId, setAttributes, setOptions, setProperty } from './dom.js';
+import { byId, setAttributes, setOptions, setProperty, setText } from './dom.js';
 import { discardDraft } from './draft.js';
 import { attempt, mayReplaceDraft, say } from './notice.js';
 import { formatTime } from './numbers.js';
@@ -41,6 +41,7 @@ function drawStep(id, what, step) {
 function draw() {
     const { server } = known;
     if (!server) return;
+    setText(byId('problem'), server.problem ?? '');
     drawDevices(server);
     setOptions(byId('layout'), layoutOptions(server), server.followsSystem ? automatic : server.layout?.name ?? '');
     drawStep('undo', 'undo', server.undo);
@@ -75,7 +76,7 @@ async function chooseDevice({ target }) {
 /** @param {'undo' | 'redo'} what */
 async function step(what) {
     const answer = await attempt(note(), () => post(`/api/${what}`));
-    if (answer) say(note(), `${what === 'undo' ? 'Undone' : 'Done again'}: ${answer.what}.`);
+    if (answer) say(note(), [`${what === 'undo' ? 'Undone' : 'Done again'}: ${answer.what}.`, ...(answer.warnings ?? [])].join(' '));
     await refresh();
 }
 
@@ -93,6 +94,7 @@ function onKey(event) {
 export function startTop() {
     byId('layout').addEventListener('change', chooseLayout);
     byId('device').addEventListener('change', chooseDevice);
+    byId('device').addEventListener('focus', refresh);  // what was plugged in meanwhile
     byId('undo').addEventListener('click', () => step('undo'));
     byId('redo').addEventListener('click', () => step('redo'));
     document.addEventListener('keydown', onKey);
