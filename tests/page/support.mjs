@@ -60,7 +60,7 @@ export async function openBrowser() {
 }
 
 /** Waits until a value is as wanted. */
-export async function eventually(what, isWanted, seconds = 10) {
+export async function eventually(what, isWanted, seconds = 20) {
     for (const end = Date.now() + 1000 * seconds; ; ) {
         const value = await what();
         if (isWanted(value)) return value;

@@ -26,7 +26,7 @@ function update(row, item) {
     row.setting = item;
     const { control, back, hint } = row.parts;
     control.update(item);
-    setText(hint, `${item.meaning}; ${item.mayBe}`);
+    setText(hint, ['whole', 'real'].includes(item.range.kind) ? `${item.meaning}; ${item.mayBe}` : item.meaning);
     setAttribute(row, 'title', item.advice);
     setText(back, `Default: ${textOfValue(item.default)}`);
     setAttribute(back, 'aria-label', `Default: ${textOfValue(item.default)}, for ${item.name}`);
