@@ -9,6 +9,7 @@
 
 #include "library/check/acousticcheck.h"
 #include "library/fieldbasis.h"
+#include "library/roompreview.h"
 #include "numeric/ambisonicorder.h"
 #include "slib/exception.h"
 
@@ -79,6 +80,34 @@ TEST(RegularDecoder, EnergyVectors_ReachTheLimitOfTheOrder) {
             EXPECT_LT(summary.greatestError, 1);
             EXPECT_NEAR(summary.leastLevel, summary.greatestLevel, 0.05);
         }
+}
+
+TEST(RoomPreview, OfRegularLayouts_IsLevelAndAsSharpAsTheOrderAllows) {
+    const std::pair<const char*, unsigned> rooms[] = {
+        {"Quad", 1}, {"Hexagon", 2}, {"Octagon", 3}, {"Cube", 1}};
+    for (const auto& [name, order] : rooms) {
+        const SpeakerLayout room = Layout(name);
+        const RoomPreview preview = PreviewRoom(room, order);
+        ASSERT_EQ(preview.horizontal.size(), 72u);
+        for (const PreviewPoint& point : preview.horizontal) {
+            EXPECT_NEAR(point.level, 0, 0.01);
+            EXPECT_NEAR(point.sharpness, MaxEnergyLength(order, room.IsFlat()), 1e-6);
+            EXPECT_NEAR(point.error, 0, 1e-4);
+        }
+    }
+}
+
+TEST(RoomPreview, OfAGap_ShowsItWhereItIs) {
+    SpeakerLayout room{.name = "Front", .speakers = {}};
+    for (const double azimuth : {40.0, 0.0, -40.0, -80.0, 80.0})
+        room.speakers.push_back(
+            {.label = std::to_string(azimuth), .direction = DirectionAt(azimuth * pi / 180, 0)});
+    const RoomPreview preview = PreviewRoom(room, 3, 45);
+    EXPECT_LT(preview.horizontal[0].error, 1);
+    EXPECT_GT(preview.horizontal[4].error, 60);  // behind
+    EXPECT_LT(preview.horizontal[4].sharpness, 0.5 * preview.horizontal[0].sharpness);
+    EXPECT_NEAR(preview.vertical[4].error, preview.horizontal[4].error, 1e-6);
+    EXPECT_THROW(PreviewRoom(room, 5), slib::BadParameterException);
 }
 
 TEST(QuadOfOrderOne, Gains_AreCardioidsTowardsTheSpeakers) {

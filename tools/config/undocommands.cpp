@@ -19,7 +19,7 @@ The last 20 changes can be taken back, those of the page in the browser too. Wha
 changed since stays as it is. What you have added to your own library, or removed from it, isn't part of it.)";
 
 void Say(const TakenBack& taken, const char* how) {
-    std::cout << "'" << taken.what << "' is " << how << ".\n";
+    std::cout << how << ": " << taken.what << ".\n";
     PrintWarnings(taken.warnings);
 }
 
@@ -32,9 +32,9 @@ TakenBack Run(TakenBack (*work)(const StepReport&)) {
 
 void AddUndoCommands(Program& program) {
     CLI::App* undo = program.add_subcommand("undo", "Take back the last change of the settings.");
-    undo->callback([] { Say(Run(Undo), "taken back"); });
+    undo->callback([] { Say(Run(Undo), "Taken back"); });
     CLI::App* redo = program.add_subcommand("redo", "Make the change again that was taken back last.");
-    redo->callback([] { Say(Run(Redo), "made again"); });
+    redo->callback([] { Say(Run(Redo), "Made again"); });
     for (CLI::App* command : {undo, redo})
         command->footer(examples);
 }

@@ -48,10 +48,12 @@ bool IsStoredAs(const audiopipe::Device& device, const std::string& name) {
 
 }  // namespace
 
+// Several at a time, since the page answers while a job of it runs.
 orb3::Frameworks MakeFrameworks(slib::Log& log) {
+    using Framework = audiopipe::directsound::AdaptiveDirectSoundFramework;
     const std::shared_ptr<platform::SoundSystem> system =
         platform::MakeSoundSystem(orb3::ReadPlatformSettings(log), &log);
-    return {audiopipe::FrameworkPtr(new audiopipe::directsound::AdaptiveDirectSoundFramework(&log, system)),
+    return {audiopipe::FrameworkPtr(new Framework(&log, system, Framework::Instances::Several)),
             audiopipe::FrameworkPtr(new audiopipe::MultichannelFramework(system))};
 }
 

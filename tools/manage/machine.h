@@ -15,7 +15,7 @@
 
 namespace tool {
 
-/// `log` is borrowed and outlives the devices.
+/// Any thread. `log` is borrowed and outlives the devices.
 orb3::Frameworks MakeFrameworks(slib::Log& log);
 
 /// A device with the framework that it belongs to.

@@ -17,8 +17,8 @@ struct MessageCure {
 /// In the order of the page.
 extern const std::span<const MessageCure> messageCures;
 
-/// The message that `text` has in it: where there are several the innermost, which is the reason of those
-/// before it, and of those that begin at one place the longest. Null for none.
+/// The message that `text` has in it: where there are several the one that ends last, which is the reason of
+/// those before it, and of those that end at one place the longest. Null for none.
 const MessageCure* FindCure(std::string_view text);
 
 }  // namespace tool

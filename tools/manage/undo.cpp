@@ -71,10 +71,13 @@ std::string Moved(const ChangedValue& value, Way way, const std::string& current
     return moved;
 }
 
-std::string Listed(const std::vector<std::string>& names, const char* verbOfOne, const char* verbOfSeveral) {
+// A sentence that begins with the names.
+std::string Sentence(const std::vector<std::string>& names, const char* verbOfOne,
+                     const char* verbOfSeveral) {
     std::string text;
     for (std::size_t i = 0; i < names.size(); ++i)
         text += (i == 0 ? "" : i + 1 < names.size() ? ", " : " and ") + names[i];
+    if (text.starts_with("the ")) text[0] = 'T';
     return text + (names.size() == 1 ? verbOfOne : verbOfSeveral);
 }
 
@@ -162,14 +165,14 @@ TakenBack Move(Way way, const StepReport& report) {
         source.pop_back();
     });
     const std::string differing = kept.empty() ? ""
-                                               : Listed(kept, " was changed since and stays as it is.",
-                                                        " were changed since and stay as they are.");
+                                               : Sentence(kept, " was changed since and stays as it is.",
+                                                          " were changed since and stay as they are.");
     if (!isMoved && !kept.empty())
-        throw slib::BadStateException("'" + step.what + "' can't be " +
-                                      (way == Way::Back ? "taken back: " : "made again: ") + differing +
-                                      " That change is forgotten now.");
+        throw slib::BadStateException(std::string("The last change can't be ") +
+                                      (way == Way::Back ? "taken back" : "made again") + " (" + step.what +
+                                      "): " + differing + " It is forgotten now.");
     TakenBack taken{step.what, {}};
-    if (!kept.empty()) taken.warnings.push_back("Of '" + step.what + "', " + differing);
+    if (!kept.empty()) taken.warnings.push_back(differing);
     if (MovesSpeakers(step)) FitOwnRoom(report, taken.warnings);
     return taken;
 }

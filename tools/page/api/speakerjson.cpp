@@ -38,10 +38,11 @@ design::RoomSpeaker SpeakerFrom(const Json& object, std::size_t index, bool isNa
     if (!role.empty()) speaker.role = orb3::spk::ParseRole(role);
     const bool isSub = speaker.type == orb3::spk::SpeakerType::SubWoofer;
     if (isSub && role.empty()) speaker.role = orb3::spk::Role::BassLFE;
+    const double azimuth = NumberIn(object, "azimuth", -360, 360);
+    const double elevation = NumberIn(object, "elevation", -90, 90);
     const auto distance = OptionalNumberIn(object, "distance", 0.1, 100);
     speaker.hasDistance = distance.has_value();
-    design::PlaceAt(NumberIn(object, "azimuth", -360, 360), NumberIn(object, "elevation", -90, 90),
-                    distance.value_or(1), speaker);
+    design::PlaceAt(azimuth, elevation, distance.value_or(1), speaker);
     speaker.gain = OptionalNumberIn(object, "gain", 0, 100).value_or(1);
     return speaker;
 }
