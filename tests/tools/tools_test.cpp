@@ -222,6 +222,43 @@ TEST_F(Tools, Log_ShowsTheRingInOrderAndFollowsIt) {
     EXPECT_TRUE(isSomeLost);
 }
 
+TEST_F(Tools, Undo_TakesBackWhatTheLastCommandChanged) {
+    ExpectOutcome(Config({"undo"}), 2, "There is no change to take back.");
+    const std::string before = Document();
+    Set({{"Order", "2"}, {"WaveFileChannels", "24"}});
+    EXPECT_EQ(Config({"undo"}).out, "Taken back: WaveFileChannels 24.\n");
+    EXPECT_EQ(Config({"undo"}).out, "Taken back: Order 2.\n");
+    EXPECT_EQ(Document(), before);
+    EXPECT_EQ(Config({"redo"}).out, "Made again: Order 2.\n");
+    Config({"reset", "--all"});
+    EXPECT_EQ(Config({"undo"}).out, "Taken back: the reset.\n");
+    EXPECT_EQ(Config({"get", "Order"}).out, "2\n");
+}
+
+TEST_F(Tools, ExportOfAll_IsImportedOrRefusedWhole) {
+    const std::string file = (folder.path / "all.sxml").string();
+    Set({{"WaveFile", "/usr/a.wav"}, {"Order", "2"}});
+    EXPECT_EQ(Config({"export", "--all", file}).status, 0);
+    Set({{"WaveFile", "/usr/b.wav"}, {"Order", "1"}});
+    EXPECT_EQ(Config({"import", file}).status, 0);
+    EXPECT_EQ(Config({"get", "WaveFile"}).out, "/usr/a.wav\n");
+    EXPECT_EQ(Config({"get", "Order"}).out, "2\n");
+    std::string text = ReadFile(file);
+    std::ofstream(file) << text.replace(text.find("Order=\"2\""), 9, "Order=\"9\"");
+    Set({{"WaveFile", "/usr/b.wav"}});
+    ExpectOutcome(Config({"import", file}), 1, "Order must be 1 to 4, not '9'.");
+    EXPECT_EQ(Config({"get", "WaveFile"}).out, "/usr/b.wav\n");
+}
+
+TEST_F(Tools, Preview_SaysHowSharpARoomIsWithoutMakingIt) {
+    const std::string file = (folder.path / "ring.txt").string();
+    std::ofstream(file) << "name: Ring\nA: azimuth 0\nB: azimuth 90\nC: azimuth 180\nD: azimuth -90\n";
+    Set({{"Order", "1"}});
+    const Outcome preview = Config({"speakers", "room", file, "--preview"});
+    EXPECT_THAT(preview.out, HasSubstr("horizontal  45     0.0    0.71       0.0\n"));
+    EXPECT_FALSE(std::filesystem::exists(folder.path / "data"));
+}
+
 TEST_F(Tools, Game_IsChangedByTheNameOfItsProgramAndForgotten) {
     const auto shows = [&](const std::string& text) {
         EXPECT_THAT(Config({"game", "show", "WARZONE2100"}).out, HasSubstr(text));
