@@ -64,11 +64,11 @@ void Show(bool follow) {
 
 void AddLogCommand(Program& program) {
     const auto follow = std::make_shared<bool>(false), isJson = std::make_shared<bool>(false);
-    CLI::App* command = program.add_subcommand("log", "Print the log of all games, the newest line last.");
-    command->footer(examples);
-    CLI::Option* following = command->add_flag("--follow,-f", *follow, "Keep printing new lines");
-    AddJsonFlag(*command, *isJson)->excludes(following);
-    command->callback([follow, isJson] { *isJson ? ShowJson() : Show(*follow); });
+    CommandLine* command = program.AddCommand("log", "Print the log of all games, the newest line last.");
+    command->SetFooter(examples);
+    Option* following = command->AddFlag("--follow,-f", *follow, "Keep printing new lines");
+    AddJsonFlag(*command, *isJson)->Exclude(following);
+    command->OnUse([follow, isJson] { *isJson ? ShowJson() : Show(*follow); });
 }
 
 }  // namespace tool
