@@ -211,6 +211,8 @@ def main():
         if arguments.all or key is None or not stamp.is_file() or stamp.read_text() != key:
             due[name] = (stamp, key, check_command, folder)
 
+    told = set()
+
     def clean_of(members):
         """Those in which nothing is found."""
         if len(members) == 1:
@@ -219,7 +221,8 @@ def main():
             return members
         half = len(members) // 2
         clean = clean_of(members[:half]) + clean_of(members[half:])
-        if clean == members:
+        if clean == members and not told & set(members):
+            told.update(members)
             print(f"Clean in two halves, but not as one text: {' '.join(members)}", file=sys.stderr, flush=True)
         return clean
 

@@ -178,12 +178,12 @@ void CheckForPrograms(int gameRate) {
 void AddCheckCommand(Program& program) {
     const auto rate = std::make_shared<int>(0);
     const auto isJson = std::make_shared<bool>(false);
-    CLI::App* command = program.add_subcommand("check", "Show what a game's start would do, and why.");
-    command->footer(examples);
-    command->add_option("--rate", *rate, "Sample rate in Hz that the game asks for")
-        ->check(CLI::Range(static_cast<int>(platform::lowestRate), static_cast<int>(platform::highestRate)));
+    CommandLine* command = program.AddCommand("check", "Show what a game's start would do, and why.");
+    command->SetFooter(examples);
+    command->AddOption("--rate", *rate, "Sample rate in Hz that the game asks for")
+        ->TakeRange(static_cast<int>(platform::lowestRate), static_cast<int>(platform::highestRate));
     AddJsonFlag(*command, *isJson);
-    command->callback([rate, isJson] { *isJson ? CheckForPrograms(*rate) : Check(*rate); });
+    command->OnUse([rate, isJson] { *isJson ? CheckForPrograms(*rate) : Check(*rate); });
 }
 
 }  // namespace tool

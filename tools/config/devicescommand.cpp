@@ -70,11 +70,11 @@ void Show(bool isJson) {
 }  // namespace
 
 void AddDevicesCommand(Program& program) {
-    CLI::App* command = program.add_subcommand("devices", "List the output devices.");
-    command->footer(examples);
+    CommandLine* command = program.AddCommand("devices", "List the output devices.");
+    command->SetFooter(examples);
     const auto isJson = std::make_shared<bool>(false);
     AddJsonFlag(*command, *isJson);
-    command->callback([isJson] { Show(*isJson); });
+    command->OnUse([isJson] { Show(*isJson); });
 }
 
 }  // namespace tool

@@ -59,13 +59,12 @@ void Doctor(const std::string& folder, bool isJson) {
 void AddDoctorCommand(Program& program) {
     const auto folder = std::make_shared<std::string>();
     const auto isJson = std::make_shared<bool>(false);
-    CLI::App* command =
-        program.add_subcommand("doctor", "Look for what keeps a game's sound from being right.");
-    command->footer(examples);
-    command->add_option("FOLDER", *folder, "Also look into this folder of a game")
-        ->check(CLI::ExistingDirectory);
+    CommandLine* command =
+        program.AddCommand("doctor", "Look for what keeps a game's sound from being right.");
+    command->SetFooter(examples);
+    command->AddOption("FOLDER", *folder, "Also look into this folder of a game")->TakeExistingFolder();
     AddJsonFlag(*command, *isJson);
-    command->callback([folder, isJson] { Doctor(*folder, *isJson); });
+    command->OnUse([folder, isJson] { Doctor(*folder, *isJson); });
 }
 
 }  // namespace tool

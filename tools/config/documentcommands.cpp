@@ -115,29 +115,29 @@ void AddDocumentCommands(Program& program) {
         bool isDiscarded = false;
     };
     const auto options = std::make_shared<Options>();
-    CLI::App* out = program.add_subcommand("export", "Write the configuration document to a file.");
-    out->add_option("FILE", options->file, "The file; left out, the text is printed");
-    out->add_flag("--all", options->isAll, "All settings: also " + PlatformSettingNames() + ", and of games");
-    out->callback([options] {
+    CommandLine* out = program.AddCommand("export", "Write the configuration document to a file.");
+    out->AddOption("FILE", options->file, "The file; left out, the text is printed");
+    out->AddFlag("--all", options->isAll, "All settings: also " + PlatformSettingNames() + ", and of games");
+    out->OnUse([options] {
         options->isAll ? Write(options->file, AllSettingsText(), "All settings are") : Export(options->file);
     });
 
-    CLI::App* in =
-        program.add_subcommand("import", "Load the configuration document, or all settings, from a file.");
-    in->add_option("FILE", options->file, "A file that 'export' wrote")->required();
-    in->add_flag("--force", options->isForced, "Even if it would spoil the sound");
-    in->callback([options] { Import(options->file, options->isForced); });
+    CommandLine* in =
+        program.AddCommand("import", "Load the configuration document, or all settings, from a file.");
+    in->AddOption("FILE", options->file, "A file that 'export' wrote")->Require();
+    in->AddFlag("--force", options->isForced, "Even if it would spoil the sound");
+    in->OnUse([options] { Import(options->file, options->isForced); });
 
-    CLI::App* reset = program.add_subcommand("reset", "Remove the configuration document.");
-    reset->add_flag("--all", options->isAll, "Also reset " + PlatformSettingNames());
-    reset->callback([options] { Reset(options->isAll); });
+    CommandLine* reset = program.AddCommand("reset", "Remove the configuration document.");
+    reset->AddFlag("--all", options->isAll, "Also reset " + PlatformSettingNames());
+    reset->OnUse([options] { Reset(options->isAll); });
 
-    CLI::App* restore =
-        program.add_subcommand("restore", "Put back a configuration document that was replaced for a fault.");
-    restore->add_flag("--discard", options->isDiscarded, "Forget the one that is kept instead");
-    restore->callback([options] { options->isDiscarded ? Discard() : Restore(); });
-    for (CLI::App* command : {out, in, reset, restore})
-        command->footer(examples);
+    CommandLine* restore =
+        program.AddCommand("restore", "Put back a configuration document that was replaced for a fault.");
+    restore->AddFlag("--discard", options->isDiscarded, "Forget the one that is kept instead");
+    restore->OnUse([options] { options->isDiscarded ? Discard() : Restore(); });
+    for (CommandLine* command : {out, in, reset, restore})
+        command->SetFooter(examples);
 }
 
 }  // namespace tool

@@ -101,32 +101,30 @@ Offer ChangeNames() {
 
 void AddGameCommand(Program& program) {
     const auto options = std::make_shared<Options>();
-    CLI::App* game = program.add_subcommand("game", "Treat a single game otherwise than all others.");
-    game->footer(std::string(examples) + "\n\n" + Switches());
-    game->require_subcommand(1);
-    CLI::App* list = game->add_subcommand("list", "List the profiles, shipped ones and yours.");
+    CommandLine* game = program.AddCommand("game", "Treat a single game otherwise than all others.");
+    game->SetFooter(std::string(examples) + "\n\n" + Switches());
+    game->RequireCommand();
+    CommandLine* list = game->AddCommand("list", "List the profiles, shipped ones and yours.");
     AddJsonFlag(*list, options->isJson);
-    list->callback([options] { List(*options); });
-    CLI::App* show = game->add_subcommand("show", "Print a profile, and why it is there.");
-    show->add_option("NAME", options->name, "The profile's name, or that of the game's executable")
-        ->required();
+    list->OnUse([options] { List(*options); });
+    CommandLine* show = game->AddCommand("show", "Print a profile, and why it is there.");
+    show->AddOption("NAME", options->name, "The profile's name, or that of the game's executable")->Require();
     AddJsonFlag(*show, options->isJson);
-    show->callback([options] { Show(*options); });
-    CLI::App* set = game->add_subcommand("set", "Change something for a game.");
-    set->footer(Switches());
-    set->add_option("NAME", options->name, "The profile's name, or that of the game's executable")
-        ->required();
-    program.OfferFor(set->add_option("SWITCH", options->key, "A switch, or a setting")->required(),
+    show->OnUse([options] { Show(*options); });
+    CommandLine* set = game->AddCommand("set", "Change something for a game.");
+    set->SetFooter(Switches());
+    set->AddOption("NAME", options->name, "The profile's name, or that of the game's executable")->Require();
+    program.OfferFor(set->AddOption("SWITCH", options->key, "A switch, or a setting")->Require(),
                      ChangeNames());
-    set->add_option("VALUE", options->value, "True or False, or the setting's value")->required();
-    set->add_option("--program", options->programs,
-                    "Names of executables that it is for, parted by |, with * and ? for other characters");
-    set->add_option("--library", options->libraries, "Names of libraries whose programs it is for, likewise");
-    set->callback([options] { Set(*options); });
-    CLI::App* reset = game->add_subcommand("reset", "Forget what you have changed for a game.");
-    reset->add_option("NAME", options->name, "The profile's name, or that of the game's executable")
-        ->required();
-    reset->callback([options] { Reset(*options); });
+    set->AddOption("VALUE", options->value, "True or False, or the setting's value")->Require();
+    set->AddOption("--program", options->programs,
+                   "Names of executables that it is for, parted by |, with * and ? for other characters");
+    set->AddOption("--library", options->libraries, "Names of libraries whose programs it is for, likewise");
+    set->OnUse([options] { Set(*options); });
+    CommandLine* reset = game->AddCommand("reset", "Forget what you have changed for a game.");
+    reset->AddOption("NAME", options->name, "The profile's name, or that of the game's executable")
+        ->Require();
+    reset->OnUse([options] { Reset(*options); });
 }
 
 }  // namespace tool

@@ -81,9 +81,9 @@ void Remove(const Options& options) {
     std::cout << "The head '" << change.name << "' is removed.\n";
 }
 
-CLI::App* AddNamed(CLI::App& head, Options& options, const char* command, const char* description) {
-    CLI::App* added = head.add_subcommand(command, description);
-    added->add_option("NAME", options.name, "Its name")->required();
+CommandLine* AddNamed(CommandLine& head, Options& options, const char* command, const char* description) {
+    CommandLine* added = head.AddCommand(command, description);
+    added->AddOption("NAME", options.name, "Its name")->Require();
     return added;
 }
 
@@ -91,26 +91,20 @@ CLI::App* AddNamed(CLI::App& head, Options& options, const char* command, const 
 
 void AddHeadCommand(Program& program) {
     const auto options = std::make_shared<Options>();
-    CLI::App* head = program.add_subcommand("head", "Add heads, and choose the one that headphones play by.");
-    head->footer(examples);
-    head->require_subcommand(1);
-    CLI::App* add = head->add_subcommand("add", "Make the decoders of a measured head.");
-    add->add_option("FILE", options->file, "The measurement, a SOFA file")
-        ->required()
-        ->check(CLI::ExistingFile);
-    add->add_option("--name", options->name, "The head's name")->required();
-    add->add_option("--circumference", options->circumference,
-                    "Around your head, such as 57cm or 22.4in; left out, the delays stay as measured");
-    add->callback([options] { Add(*options); });
-    CLI::App* list = head->add_subcommand("list", "List all heads.");
+    CommandLine* head = program.AddCommand("head", "Add heads, and choose the one that headphones play by.");
+    head->SetFooter(examples);
+    head->RequireCommand();
+    CommandLine* add = head->AddCommand("add", "Make the decoders of a measured head.");
+    add->AddOption("FILE", options->file, "The measurement, a SOFA file")->Require()->TakeExistingFile();
+    add->AddOption("--name", options->name, "The head's name")->Require();
+    add->AddOption("--circumference", options->circumference,
+                   "Around your head, such as 57cm or 22.4in; left out, the delays stay as measured");
+    add->OnUse([options] { Add(*options); });
+    CommandLine* list = head->AddCommand("list", "List all heads.");
     AddJsonFlag(*list, options->isJson);
-    list->callback([options] { List(*options); });
-    AddNamed(*head, *options, "use", "Let headphones play by a head.")->callback([options] {
-        Use(*options);
-    });
-    AddNamed(*head, *options, "remove", "Remove a head of your own.")->callback([options] {
-        Remove(*options);
-    });
+    list->OnUse([options] { List(*options); });
+    AddNamed(*head, *options, "use", "Let headphones play by a head.")->OnUse([options] { Use(*options); });
+    AddNamed(*head, *options, "remove", "Remove a head of your own.")->OnUse([options] { Remove(*options); });
 }
 
 }  // namespace tool

@@ -79,25 +79,25 @@ void Remove(const Options& options) {
 
 void AddHeadphonesCommand(Program& program) {
     const auto options = std::make_shared<Options>();
-    CLI::App* headphones = program.add_subcommand("headphones", "Even the sound of your headphones.");
-    headphones->footer(examples);
-    headphones->require_subcommand(1);
-    CLI::App* add = headphones->add_subcommand("add", "Add a pair of headphones by its correction.");
-    add->add_option("FILE", options->file, "The filters, a text, or an impulse response, .wav")
-        ->required()
-        ->check(CLI::ExistingFile);
-    add->add_option("--name", options->name, "The name of the headphones")->required();
-    add->callback([options] { Add(*options); });
-    CLI::App* list = headphones->add_subcommand("list", "List all headphones.");
+    CommandLine* headphones = program.AddCommand("headphones", "Even the sound of your headphones.");
+    headphones->SetFooter(examples);
+    headphones->RequireCommand();
+    CommandLine* add = headphones->AddCommand("add", "Add a pair of headphones by its correction.");
+    add->AddOption("FILE", options->file, "The filters, a text, or an impulse response, .wav")
+        ->Require()
+        ->TakeExistingFile();
+    add->AddOption("--name", options->name, "The name of the headphones")->Require();
+    add->OnUse([options] { Add(*options); });
+    CommandLine* list = headphones->AddCommand("list", "List all headphones.");
     AddJsonFlag(*list, options->isJson);
-    list->callback([options] { List(*options); });
-    CLI::App* use = headphones->add_subcommand("use", "Even the sound for these headphones.");
-    use->add_option("NAME", options->name, "Their name")->required();
-    use->callback([options] { Use(*options); });
-    headphones->add_subcommand("off", "Leave the sound as it is.")->callback([] { TurnOff(); });
-    CLI::App* remove = headphones->add_subcommand("remove", "Remove a pair of headphones.");
-    remove->add_option("NAME", options->name, "Their name")->required();
-    remove->callback([options] { Remove(*options); });
+    list->OnUse([options] { List(*options); });
+    CommandLine* use = headphones->AddCommand("use", "Even the sound for these headphones.");
+    use->AddOption("NAME", options->name, "Their name")->Require();
+    use->OnUse([options] { Use(*options); });
+    headphones->AddCommand("off", "Leave the sound as it is.")->OnUse([] { TurnOff(); });
+    CommandLine* remove = headphones->AddCommand("remove", "Remove a pair of headphones.");
+    remove->AddOption("NAME", options->name, "Their name")->Require();
+    remove->OnUse([options] { Remove(*options); });
 }
 
 }  // namespace tool

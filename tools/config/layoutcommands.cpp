@@ -85,21 +85,21 @@ void Choose(const Choice& choice) {
 }  // namespace
 
 void AddLayoutCommands(Program& program) {
-    CLI::App* list = program.add_subcommand("layouts", "List the speaker layouts of the format library.");
-    list->footer(layoutsExamples);
+    CommandLine* list = program.AddCommand("layouts", "List the speaker layouts of the format library.");
+    list->SetFooter(layoutsExamples);
     const auto isJson = std::make_shared<bool>(false);
     AddJsonFlag(*list, *isJson);
-    list->callback([isJson] { List(*isJson); });
+    list->OnUse([isJson] { List(*isJson); });
 
     const auto choice = std::make_shared<Choice>();
-    CLI::App* select = program.add_subcommand("select", "Put a layout in force.");
-    select->footer(selectExamples);
-    CLI::Option* name = select->add_option("LAYOUT", choice->name, "Its name");
+    CommandLine* select = program.AddCommand("select", "Put a layout in force.");
+    select->SetFooter(selectExamples);
+    Option* name = select->AddOption("LAYOUT", choice->name, "Its name");
     program.OfferFor(name, {StandardLayoutNames(), {}, false});
-    select->add_option("--device", choice->device, "Connect it to this device: its id, name or number");
-    select->add_option("--method", choice->method, "Decode by this method");
-    select->add_flag("--auto", choice->isAutomatic, "Let the system's speakers choose")->excludes(name);
-    select->callback([choice] { Choose(*choice); });
+    select->AddOption("--device", choice->device, "Connect it to this device: its id, name or number");
+    select->AddOption("--method", choice->method, "Decode by this method");
+    select->AddFlag("--auto", choice->isAutomatic, "Let the system's speakers choose")->Exclude(name);
+    select->OnUse([choice] { Choose(*choice); });
 }
 
 }  // namespace tool

@@ -75,12 +75,12 @@ void AddLogCommand(Program& program) {
         bool follow = false, withCures = false, isJson = false;
     };
     const auto options = std::make_shared<Options>();
-    CLI::App* command = program.add_subcommand("log", "Print the log of all games, the newest line last.");
-    command->footer(examples);
-    CLI::Option* following = command->add_flag("--follow,-f", options->follow, "Keep printing new lines");
-    command->add_flag("--cures", options->withCures, "Below each line, what it means or what to do about it");
-    AddJsonFlag(*command, options->isJson)->excludes(following);
-    command->callback([options] {
+    CommandLine* command = program.AddCommand("log", "Print the log of all games, the newest line last.");
+    command->SetFooter(examples);
+    Option* following = command->AddFlag("--follow,-f", options->follow, "Keep printing new lines");
+    command->AddFlag("--cures", options->withCures, "Below each line, what it means or what to do about it");
+    AddJsonFlag(*command, options->isJson)->Exclude(following);
+    command->OnUse([options] {
         options->isJson ? ShowJson(options->withCures) : Show(options->follow, options->withCures);
     });
 }

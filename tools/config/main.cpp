@@ -34,8 +34,8 @@ std::string Footer() {
 int main(int count, char** arguments) {
     tool::HideRefusedPriority();
     tool::Program program("tessarune-config", "Shows and changes the settings of Tessarune.");
-    program.require_subcommand(1);
-    program.footer(Footer());
+    program.RequireCommand();
+    program.SetFooter(Footer());
     for (const auto add :
          {tool::AddShowCommand, tool::AddSettingCommands, tool::AddDevicesCommand, tool::AddLayoutCommands,
           tool::AddSpeakersCommand, tool::AddHeadCommand, tool::AddHeadphonesCommand,

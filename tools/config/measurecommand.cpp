@@ -38,11 +38,11 @@ void Measure(const Options& options) {
 
 void AddMeasureCommand(Program& program) {
     const auto options = std::make_shared<Options>();
-    CLI::App* command = program.add_subcommand("measure", "Measure how much the machine can render.");
-    command->footer(examples);
-    command->add_flag("--apply", options->isApplied, "Put the settings in force that it carries");
+    CommandLine* command = program.AddCommand("measure", "Measure how much the machine can render.");
+    command->SetFooter(examples);
+    command->AddFlag("--apply", options->isApplied, "Put the settings in force that it carries");
     AddJsonFlag(*command, options->isJson);
-    command->callback([options] { Measure(*options); });
+    command->OnUse([options] { Measure(*options); });
 }
 
 }  // namespace tool

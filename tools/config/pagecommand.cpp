@@ -64,12 +64,12 @@ void Page(const Options& options) {
 
 void AddPageCommand(Program& program) {
     const auto options = std::make_shared<Options>();
-    CLI::App* command =
-        program.add_subcommand("page", "Open a page in your browser that shows and changes all of it.");
-    command->footer(footer);
-    command->add_flag("--print", options->isOnlyPrinted, "Print where the page is, and open no browser");
-    command->add_flag("--as-root", options->isRootAllowed, "Start even as root");
-    command->callback([options] { Page(*options); });
+    CommandLine* command =
+        program.AddCommand("page", "Open a page in your browser that shows and changes all of it.");
+    command->SetFooter(footer);
+    command->AddFlag("--print", options->isOnlyPrinted, "Print where the page is, and open no browser");
+    command->AddFlag("--as-root", options->isRootAllowed, "Start even as root");
+    command->OnUse([options] { Page(*options); });
 }
 
 }  // namespace tool

@@ -1,4 +1,5 @@
 #include <iostream>
+#include <limits>
 #include <memory>
 #include <string>
 
@@ -23,7 +24,7 @@ the game at the latest.)";
 
 struct Options {
     std::string file;
-    pid_t game = 0;
+    int game = 0;
     bool isOutput = false, isBoth = false;
 };
 
@@ -43,18 +44,17 @@ void StopIt() {
 
 void AddRecordCommand(Program& program) {
     const auto options = std::make_shared<Options>();
-    CLI::App* record = program.add_subcommand("record", "Record the sound of a running game.");
-    record->footer(examples);
-    record->require_subcommand(1);
-    CLI::App* start = record->add_subcommand("start", "Begin to record.");
-    start->add_option("FILE", options->file, "The file, .wav or .caf, which is replaced")->required();
-    start->add_option("--game", options->game, "The game's process number, where several are running")
-        ->check(CLI::PositiveNumber);
-    CLI::Option* output =
-        start->add_flag("--output", options->isOutput, "What the speakers or headphones play");
-    start->add_flag("--both", options->isBoth, "That too, in a file beside it")->excludes(output);
-    start->callback([options] { StartIt(*options); });
-    record->add_subcommand("stop", "End the recording.")->callback([] { StopIt(); });
+    CommandLine* record = program.AddCommand("record", "Record the sound of a running game.");
+    record->SetFooter(examples);
+    record->RequireCommand();
+    CommandLine* start = record->AddCommand("start", "Begin to record.");
+    start->AddOption("FILE", options->file, "The file, .wav or .caf, which is replaced")->Require();
+    start->AddOption("--game", options->game, "The game's process number, where several are running")
+        ->TakeRange(1, std::numeric_limits<int>::max());
+    Option* output = start->AddFlag("--output", options->isOutput, "What the speakers or headphones play");
+    start->AddFlag("--both", options->isBoth, "That too, in a file beside it")->Exclude(output);
+    start->OnUse([options] { StartIt(*options); });
+    record->AddCommand("stop", "End the recording.")->OnUse([] { StopIt(); });
 }
 
 }  // namespace tool

@@ -148,27 +148,27 @@ Offer SettingValues() {
 
 void AddSettingCommands(Program& program) {
     const auto options = std::make_shared<Options>();
-    CLI::App* get = program.add_subcommand("get", "Print a setting, or all of them.");
-    get->footer(std::string(getExamples) + Names());
-    CLI::Option* name = get->add_option("SETTING", options->name, "The setting; left out, all are listed");
+    CommandLine* get = program.AddCommand("get", "Print a setting, or all of them.");
+    get->SetFooter(std::string(getExamples) + Names());
+    Option* name = get->AddOption("SETTING", options->name, "The setting; left out, all are listed");
     program.OfferFor(name, {SettingNames(), {}, false});
-    get->add_option("--device", options->device,
-                    "Of SpeakerSetting: that of this device, by its id, name or number")
-        ->needs(name);
-    get->add_flag("--range", options->withRange, "Also print what the setting may be, and what it is for");
-    get->add_flag("--markdown", options->isPage, "Print the page docs/settings.md")->group("");
+    get->AddOption("--device", options->device,
+                   "Of SpeakerSetting: that of this device, by its id, name or number")
+        ->Need(name);
+    get->AddFlag("--range", options->withRange, "Also print what the setting may be, and what it is for");
+    get->AddFlag("--markdown", options->isPage, "Print the page docs/settings.md")->Hide();
     AddJsonFlag(*get, options->isJson);
-    get->callback([options] { Get(*options); });
+    get->OnUse([options] { Get(*options); });
 
-    CLI::App* set = program.add_subcommand("set", "Change a setting.");
-    set->footer(std::string(setExamples) + Names());
-    program.OfferFor(set->add_option("SETTING", options->name, "The setting")->required(),
+    CommandLine* set = program.AddCommand("set", "Change a setting.");
+    set->SetFooter(std::string(setExamples) + Names());
+    program.OfferFor(set->AddOption("SETTING", options->name, "The setting")->Require(),
                      {SettingNames(), {}, false});
-    program.OfferFor(set->add_option("VALUE", options->value, "Its new value")->required(), SettingValues());
-    set->add_option("--device", options->device,
-                    "Of SpeakerSetting: for this device alone, by its id, name or number");
-    set->add_flag("--force", options->isForced, "Even if it would spoil the sound");
-    set->callback([options] { Set(*options); });
+    program.OfferFor(set->AddOption("VALUE", options->value, "Its new value")->Require(), SettingValues());
+    set->AddOption("--device", options->device,
+                   "Of SpeakerSetting: for this device alone, by its id, name or number");
+    set->AddFlag("--force", options->isForced, "Even if it would spoil the sound");
+    set->OnUse([options] { Set(*options); });
 }
 
 }  // namespace tool

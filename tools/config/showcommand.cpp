@@ -63,11 +63,11 @@ void Show(bool isJson) {
 }  // namespace
 
 void AddShowCommand(Program& program) {
-    CLI::App* command = program.add_subcommand("show", "Show all settings and where they are stored.");
-    command->footer(examples);
+    CommandLine* command = program.AddCommand("show", "Show all settings and where they are stored.");
+    command->SetFooter(examples);
     const auto isJson = std::make_shared<bool>(false);
     AddJsonFlag(*command, *isJson);
-    command->callback([isJson] { Show(*isJson); });
+    command->OnUse([isJson] { Show(*isJson); });
 }
 
 }  // namespace tool

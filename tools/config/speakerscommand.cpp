@@ -112,8 +112,7 @@ void ConnectAll(const Options& options) {
 // In the ranges of the file that the place goes into.
 double NumberWithin(const std::string& text, double least, double greatest) {
     double number = 0;
-    if (CLI::detail::lexical_cast(WithDecimalPoint(text), number) && number >= least && number <= greatest)
-        return number;
+    if (ReadNumber(WithDecimalPoint(text), number) && number >= least && number <= greatest) return number;
     throw WrongUse(
         "A place must be SPEAKER AZIMUTH ELEVATION DISTANCE, with numbers in degrees (azimuth -360 to 360, "
         "elevation -90 to 90) and metres (0.1 to 100), not '" +
@@ -205,68 +204,64 @@ void MakeRoom(const Options& options) {
     if (options.isApplied) Apply(options);
 }
 
-void AddSetCommand(CLI::App& speakers, const std::shared_ptr<Options>& options) {
-    CLI::App* set = speakers.add_subcommand("set", "Change a speaker's output or gain.");
-    set->add_option("SPEAKER", options->speaker, "Its name, or its number in the list")->required();
-    set->add_option("--output", options->output, "The device's output that plays it");
-    set->add_option("--gain", options->gain, "Linear, or in decibels: 0.5, -6dB");
-    set->add_flag("--force", options->isForced, "Even if it would spoil the sound");
-    set->callback([options] { Set(*options); });
+void AddSetCommand(CommandLine& speakers, const std::shared_ptr<Options>& options) {
+    CommandLine* set = speakers.AddCommand("set", "Change a speaker's output or gain.");
+    set->AddOption("SPEAKER", options->speaker, "Its name, or its number in the list")->Require();
+    set->AddOption("--output", options->output, "The device's output that plays it");
+    set->AddOption("--gain", options->gain, "Linear, or in decibels: 0.5, -6dB");
+    set->AddFlag("--force", options->isForced, "Even if it would spoil the sound");
+    set->OnUse([options] { Set(*options); });
 }
 
-void AddConnectCommand(CLI::App& speakers, const std::shared_ptr<Options>& options) {
-    CLI::App* connect = speakers.add_subcommand(
+void AddConnectCommand(CommandLine& speakers, const std::shared_ptr<Options>& options) {
+    CommandLine* connect = speakers.AddCommand(
         "connect", "Connect all speakers to another device, by their names and roles, the rest in order.");
-    connect->add_option("DEVICE", options->device, "Its id, name or number")->required();
-    connect->callback([options] { ConnectAll(*options); });
+    connect->AddOption("DEVICE", options->device, "Its id, name or number")->Require();
+    connect->OnUse([options] { ConnectAll(*options); });
 }
 
-void AddRoomCommand(CLI::App& speakers, const std::shared_ptr<Options>& options) {
-    CLI::App* room = speakers.add_subcommand(
+void AddRoomCommand(CommandLine& speakers, const std::shared_ptr<Options>& options) {
+    CommandLine* room = speakers.AddCommand(
         "room", "Write the places of the speakers to a file, or make a decoder from one.");
-    room->add_option("FILE", options->file, "The text to edit; with --apply JSON too")->required();
-    room->add_option("--name", options->name, "The new layout's name");
-    CLI::Option* apply = room->add_flag("--apply", options->isApplied,
-                                        "Make the decoder of the room in FILE, and put it in force");
-    room->add_flag("--preview", options->isPreviewed,
-                   "Print how the room in FILE would sound in each direction; nothing is made")
-        ->excludes(apply);
+    room->AddOption("FILE", options->file, "The text to edit; with --apply JSON too")->Require();
+    room->AddOption("--name", options->name, "The new layout's name");
+    Option* apply = room->AddFlag("--apply", options->isApplied,
+                                  "Make the decoder of the room in FILE, and put it in force");
+    room->AddFlag("--preview", options->isPreviewed,
+                  "Print how the room in FILE would sound in each direction; nothing is made")
+        ->Exclude(apply);
     AddJsonFlag(*room, options->isJson);
-    room->add_option("--device", options->device, "With --apply: connect it to this device");
-    room->add_option("--place", options->places, "SPEAKER AZIMUTH ELEVATION DISTANCE, as often as needed")
-        ->type_size(4)
-        ->expected(-1);
-    room->add_option("--distance", options->distance,
-                     "Metres to the furthest of the speakers without --place")
-        ->transform(WithDecimalPoint, "", "")
-        ->check(CLI::Range(0.1, 100.0))
-        ->capture_default_str();
-    room->callback([options] { MakeRoom(*options); });
-    CLI::App* add = speakers.add_subcommand("add", "Make the decoders of a room, in your own library.");
-    add->add_option("FILE", options->file, "The description of its speakers")
-        ->required()
-        ->check(CLI::ExistingFile);
-    add->callback([options] { AddRoom(options->file); });
-    CLI::App* remove = speakers.add_subcommand("remove", "Remove a room from your own library.");
-    remove->add_option("NAME", options->name, "Its name")->required();
-    remove->callback([options] { Remove(options->name); });
+    room->AddOption("--device", options->device, "With --apply: connect it to this device");
+    room->AddOption("--place", options->places, "SPEAKER AZIMUTH ELEVATION DISTANCE, as often as needed")
+        ->TakeGroupsOf(4);
+    room->AddOption("--distance", options->distance, "Metres to the furthest of the speakers without --place")
+        ->ReadBy(WithDecimalPoint)
+        ->TakeRange(0.1, 100.0)
+        ->ShowDefault();
+    room->OnUse([options] { MakeRoom(*options); });
+    CommandLine* add = speakers.AddCommand("add", "Make the decoders of a room, in your own library.");
+    add->AddOption("FILE", options->file, "The description of its speakers")->Require()->TakeExistingFile();
+    add->OnUse([options] { AddRoom(options->file); });
+    CommandLine* remove = speakers.AddCommand("remove", "Remove a room from your own library.");
+    remove->AddOption("NAME", options->name, "Its name")->Require();
+    remove->OnUse([options] { Remove(options->name); });
 }
 
 }  // namespace
 
 void AddSpeakersCommand(Program& program) {
     const auto options = std::make_shared<Options>();
-    CLI::App* speakers =
-        program.add_subcommand("speakers", "Show and change the speakers of a stored layout.");
-    speakers->footer(examples);
-    speakers->add_option("--layout", options->layout, "This layout in place of the one in force");
+    CommandLine* speakers =
+        program.AddCommand("speakers", "Show and change the speakers of a stored layout.");
+    speakers->SetFooter(examples);
+    speakers->AddOption("--layout", options->layout, "This layout in place of the one in force");
     AddJsonFlag(*speakers, options->isJson);
-    speakers->require_subcommand(0, 1);
+    speakers->AllowOneCommand();
     AddSetCommand(*speakers, options);
     AddConnectCommand(*speakers, options);
     AddRoomCommand(*speakers, options);
-    speakers->callback([speakers, options] {
-        if (speakers->get_subcommands().empty()) Show(*options);
+    speakers->OnUse([speakers, options] {
+        if (speakers->IsLast()) Show(*options);
     });
 }
 

@@ -248,25 +248,24 @@ void Test(const Options& options) {
 
 void AddSpeakerTestCommand(Program& program) {
     const auto options = std::make_shared<Options>();
-    CLI::App* command = program.add_subcommand(
-        "speaker-test", "Play a sound from each speaker of the layout in force in turn.");
-    command->footer(examples);
-    CLI::Option* speaker = command->add_option("--speaker", options->speaker,
-                                               "Only this one: its name, or its number in 'speakers'");
-    CLI::Option* direct =
-        command
-            ->add_option("--direct", options->output,
-                         "Play outputs past the decoder, all or this one: its name or number")
-            ->expected(0, 1)
-            ->excludes(speaker);
+    CommandLine* command =
+        program.AddCommand("speaker-test", "Play a sound from each speaker of the layout in force in turn.");
+    command->SetFooter(examples);
+    Option* speaker = command->AddOption("--speaker", options->speaker,
+                                         "Only this one: its name, or its number in 'speakers'");
+    Option* direct = command
+                         ->AddOption("--direct", options->output,
+                                     "Play outputs past the decoder, all or this one: its name or number")
+                         ->LetValueBeLeftOut()
+                         ->Exclude(speaker);
     command
-        ->add_option("--seconds", options->seconds,
-                     "Seconds for each speaker; left out, the sound is played once")
-        ->transform(WithDecimalPoint, "", "")
-        ->check(CLI::Range(0.1, 3600.0));
-    command->add_flag("--noise", options->isNoise, "Pink noise in place of voices");
-    command->callback([options, direct] {
-        options->isDirect = direct->count() > 0;
+        ->AddOption("--seconds", options->seconds,
+                    "Seconds for each speaker; left out, the sound is played once")
+        ->ReadBy(WithDecimalPoint)
+        ->TakeRange(0.1, 3600.0);
+    command->AddFlag("--noise", options->isNoise, "Pink noise in place of voices");
+    command->OnUse([options, direct] {
+        options->isDirect = direct->IsGiven();
         Test(*options);
     });
 }

@@ -27,7 +27,7 @@ opentrack by its output "UDP over network", others by Open Sound Control: /ypr w
 the right ear downwards; opentrack turns a direction round in its own mapping.)";
 
 struct Options {
-    std::uint16_t port = 0;
+    int port = 0;
     bool withSpeakers = false;
 };
 
@@ -48,7 +48,7 @@ void Say(const Tracking& tracking) {
 
 void TurnOn(const Options& options) {
     Say(SetTracking(options.withSpeakers ? HeadTracking::Always : HeadTracking::Headphones,
-                    options.port == 0 ? std::nullopt : std::optional(options.port)));
+                    options.port == 0 ? std::nullopt : std::optional(static_cast<std::uint16_t>(options.port))));
     std::cout << "A running game listens within two seconds.\n";
 }
 
@@ -75,24 +75,24 @@ void Watch() {
 
 void AddTrackerCommand(Program& program) {
     const auto options = std::make_shared<Options>();
-    CLI::App* tracker = program.add_subcommand("tracker", "Let the sound follow a head tracker.");
-    tracker->footer(examples);
-    tracker->require_subcommand(0, 1);
-    CLI::App* on = tracker->add_subcommand("on", "Listen to a tracker.");
-    on->add_option("--port", options->port, "Of this machine; 4242 unless it was set otherwise")
-        ->check(CLI::Range(1, 65535));
-    on->add_flag("--speakers", options->withSpeakers, "With speakers too");
-    on->callback([options] { TurnOn(*options); });
-    tracker->add_subcommand("off", "Listen to none.")->callback([] {
+    CommandLine* tracker = program.AddCommand("tracker", "Let the sound follow a head tracker.");
+    tracker->SetFooter(examples);
+    tracker->AllowOneCommand();
+    CommandLine* on = tracker->AddCommand("on", "Listen to a tracker.");
+    on->AddOption("--port", options->port, "Of this machine; 4242 unless it was set otherwise")
+        ->TakeRange(1, 65535);
+    on->AddFlag("--speakers", options->withSpeakers, "With speakers too");
+    on->OnUse([options] { TurnOn(*options); });
+    tracker->AddCommand("off", "Listen to none.")->OnUse([] {
         Say(SetTracking(HeadTracking::Off, std::nullopt));
     });
-    tracker->add_subcommand("centre", "Where the head is now is ahead.")->callback([] {
+    tracker->AddCommand("centre", "Where the head is now is ahead.")->OnUse([] {
         CentreTracking();
         std::cout << "Where the head is now is ahead.\n";
     });
-    tracker->add_subcommand("watch", "Print what the tracker says, until Ctrl-C.")->callback([] { Watch(); });
-    tracker->callback([tracker] {
-        if (tracker->get_subcommands().empty()) Say(ReadTracking());
+    tracker->AddCommand("watch", "Print what the tracker says, until Ctrl-C.")->OnUse([] { Watch(); });
+    tracker->OnUse([tracker] {
+        if (tracker->IsLast()) Say(ReadTracking());
     });
 }
 

@@ -31,12 +31,12 @@ TakenBack Run(TakenBack (*work)(const StepReport&)) {
 }  // namespace
 
 void AddUndoCommands(Program& program) {
-    CLI::App* undo = program.add_subcommand("undo", "Take back the last change of the settings.");
-    undo->callback([] { Say(Run(Undo), "Taken back"); });
-    CLI::App* redo = program.add_subcommand("redo", "Make the change again that was taken back last.");
-    redo->callback([] { Say(Run(Redo), "Made again"); });
-    for (CLI::App* command : {undo, redo})
-        command->footer(examples);
+    CommandLine* undo = program.AddCommand("undo", "Take back the last change of the settings.");
+    undo->OnUse([] { Say(Run(Undo), "Taken back"); });
+    CommandLine* redo = program.AddCommand("redo", "Make the change again that was taken back last.");
+    redo->OnUse([] { Say(Run(Redo), "Made again"); });
+    for (CommandLine* command : {undo, redo})
+        command->SetFooter(examples);
 }
 
 }  // namespace tool

@@ -190,22 +190,20 @@ void Run(const Options& options) {
 }
 
 void AddOptions(tool::Program& program, Options& options) {
-    program.footer(std::string(examples) + tool::exitStatuses);
-    program.add_flag("--quick", options.isQuick, "Play short versions of all parts");
-    program.add_flag("--list", options.isListed, "List what there is to play, and play nothing");
-    program.TakeOneOf(program.add_option("--part", options.part, "Play only this part"),
+    program.SetFooter(std::string(examples) + tool::exitStatuses);
+    program.AddFlag("--quick", options.isQuick, "Play short versions of all parts");
+    program.AddFlag("--list", options.isListed, "List what there is to play, and play nothing");
+    program.TakeOneOf(program.AddOption("--part", options.part, "Play only this part"),
                       {"voices", "circle", "room"});
+    program.OfferFor(program.AddOption("--room", options.room, "The room of the last part")->ShowDefault(),
+                     Rooms());
+    program.AddOption("--wav", options.waveFile, "Record into this file instead of playing");
+    program.AddOption("--ambix", options.ambixFile,
+                      "Also record the sound field into this file, .wav or .caf, as AmbiX");
     program.OfferFor(
-        program.add_option("--room", options.room, "The room of the last part")->capture_default_str(),
-        Rooms());
-    program.add_option("--wav", options.waveFile, "Record into this file instead of playing");
-    program.add_option("--ambix", options.ambixFile,
-                       "Also record the sound field into this file, .wav or .caf, as AmbiX");
-    program.OfferFor(program.add_option("--layout", options.layout,
-                                        "Record for these speakers: 5.1, Quad, headphones ..."),
-                     {tool::StandardLayoutNames(), {}, false});
-    program.add_option("--voices", options.voiceFolder, "Take the voices from this folder")
-        ->capture_default_str();
+        program.AddOption("--layout", options.layout, "Record for these speakers: 5.1, Quad, headphones ..."),
+        {tool::StandardLayoutNames(), {}, false});
+    program.AddOption("--voices", options.voiceFolder, "Take the voices from this folder")->ShowDefault();
 }
 
 }  // namespace

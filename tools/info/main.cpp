@@ -174,7 +174,7 @@ int main(int count, char** arguments) {
     tool::Program program("tessarune-info",
                           "Makes a context as a game does, and prints what the library answers to every "
                           "question about itself.");
-    program.footer(std::string(footer) + tool::exitStatuses);
+    program.SetFooter(std::string(footer) + tool::exitStatuses);
     bool isJson = false;
     tool::AddJsonFlag(program, isJson);
     return program.Run(count, arguments, [&] { return ShowAll(isJson); });

@@ -24,19 +24,19 @@ void Build(MakingOptions options) {
 }  // namespace
 
 void AddBuildCommand(Program& program) {
-    CLI::App* command =
-        program.add_subcommand("build", "Make a complete library: all layouts, methods, orders and rates.");
-    command->footer(examples);
+    CommandLine* command =
+        program.AddCommand("build", "Make a complete library: all layouts, methods, orders and rates.");
+    command->SetFooter(examples);
     const auto options = std::make_shared<MakingOptions>();
-    command->add_option("PATH", options->path, "The library, .afl (packed) or .dfl (plain text)")->required();
-    CLI::Option* sofa = command->add_option("--sofa", options->sofa, "A measured head (HRTF) in a SOFA file")
-                            ->check(CLI::ExistingFile)
-                            ->default_str(systemHead);
-    command->add_flag("--no-sofa", options->hasNoSofa, "No measured head, only the sphere")->excludes(sofa);
-    command->add_option("--rates", options->rates, "Sample rates in Hz to store transforms at")
-        ->check(CLI::Range(44100, 96000))
-        ->capture_default_str();
-    command->callback([options] { Build(*options); });
+    command->AddOption("PATH", options->path, "The library, .afl (packed) or .dfl (plain text)")->Require();
+    Option* sofa = command->AddOption("--sofa", options->sofa, "A measured head (HRTF) in a SOFA file")
+                       ->TakeExistingFile()
+                       ->ShowDefault(systemHead);
+    command->AddFlag("--no-sofa", options->hasNoSofa, "No measured head, only the sphere")->Exclude(sofa);
+    command->AddOption("--rates", options->rates, "Sample rates in Hz to store transforms at")
+        ->TakeRange(44100, 96000)
+        ->ShowDefault();
+    command->OnUse([options] { Build(*options); });
 }
 
 }  // namespace tool

@@ -178,20 +178,20 @@ void Check(const Options& options) {
 }  // namespace
 
 void AddCheckCommand(Program& program) {
-    CLI::App* command = program.add_subcommand(
+    CommandLine* command = program.AddCommand(
         "check",
         "Read every transform of a library and check counts and levels; exit status 1 for any fault.");
-    command->footer(
+    command->SetFooter(
         "Examples:\n  tessarune-library check lib/default.afl\n"
         "  tessarune-library check lib/mine.pfl --acoustics --sofa my_ears.sofa");
     const auto options = std::make_shared<Options>();
-    command->add_option("PATH", options->path, "The library, .afl, .dfl or .pfl")->required();
-    command->add_flag("--acoustics", options->hasAcoustics, "Print figures of every decoder, as tables");
-    command->add_option("--sofa", options->sofa, "The measured head that the library was built with")
-        ->check(CLI::ExistingFile)
-        ->default_str(systemHead);
+    command->AddOption("PATH", options->path, "The library, .afl, .dfl or .pfl")->Require();
+    command->AddFlag("--acoustics", options->hasAcoustics, "Print figures of every decoder, as tables");
+    command->AddOption("--sofa", options->sofa, "The measured head that the library was built with")
+        ->TakeExistingFile()
+        ->ShowDefault(systemHead);
     AddJsonFlag(*command, options->isJson);
-    command->callback([options] { Check(*options); });
+    command->OnUse([options] { Check(*options); });
 }
 
 }  // namespace tool

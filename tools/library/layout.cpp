@@ -50,15 +50,13 @@ void AddLayout(const std::string& path, const std::string& file) {
 }  // namespace
 
 void AddLayoutCommand(Program& program) {
-    CLI::App* command = program.add_subcommand("layout", "Add a room to a library from a file of speakers.");
-    command->footer(examples);
+    CommandLine* command = program.AddCommand("layout", "Add a room to a library from a file of speakers.");
+    command->SetFooter(examples);
     const auto path = std::make_shared<std::string>();
     const auto file = std::make_shared<std::string>();
-    command->add_option("LIBRARY", *path, "The library, .afl or .dfl")->required();
-    command->add_option("FILE", *file, "The description of the speakers")
-        ->required()
-        ->check(CLI::ExistingFile);
-    command->callback([path, file] { AddLayout(*path, *file); });
+    command->AddOption("LIBRARY", *path, "The library, .afl or .dfl")->Require();
+    command->AddOption("FILE", *file, "The description of the speakers")->Require()->TakeExistingFile();
+    command->OnUse([path, file] { AddLayout(*path, *file); });
 }
 
 }  // namespace tool

@@ -23,8 +23,8 @@ constexpr const char* examples = R"(Examples:
 int main(int count, char** arguments) {
     tool::Program program("tessarune-library",
                           "Makes, checks, packs and draws the format libraries of Tessarune.");
-    program.require_subcommand(1);
-    program.footer(std::string(examples) + tool::exitStatuses);
+    program.RequireCommand();
+    program.SetFooter(std::string(examples) + tool::exitStatuses);
     program.files = {{tool::systemHead, "The measured head (HRTF) that is taken where no other is named."}};
     for (const auto add : {tool::AddBuildCommand, tool::AddShowCommand, tool::AddCheckCommand,
                            tool::AddPackCommand, tool::AddLayoutCommand, tool::AddPlotCommand})

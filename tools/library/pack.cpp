@@ -52,16 +52,16 @@ void Pack(const Options& options) {
 }  // namespace
 
 void AddPackCommand(Program& program) {
-    CLI::App* command =
-        program.add_subcommand("pack", "Write a library in another form: .dfl, .afl or one file, .pfl.");
-    command->footer(examples);
+    CommandLine* command =
+        program.AddCommand("pack", "Write a library in another form: .dfl, .afl or one file, .pfl.");
+    command->SetFooter(examples);
     const auto options = std::make_shared<Options>();
-    command->add_option("PATH", options->path, "The library")->required();
-    command->add_option("OUT", options->out, "The file to write; its ending chooses the form")->required();
+    command->AddOption("PATH", options->path, "The library")->Require();
+    command->AddOption("OUT", options->out, "The file to write; its ending chooses the form")->Require();
     program.TakeOneOf(
-        command->add_option("--bits", options->bits, "Bits of a sample in a .pfl, or float, the default"),
+        command->AddOption("--bits", options->bits, "Bits of a sample in a .pfl, or float, the default"),
         {"8", "12", "16", "20", "24", "float"});
-    command->callback([options] { Pack(*options); });
+    command->OnUse([options] { Pack(*options); });
 }
 
 }  // namespace tool

@@ -124,18 +124,18 @@ void Plot(const Options& options) {
 }  // namespace
 
 void AddPlotCommand(Program& program) {
-    CLI::App* command = program.add_subcommand("plot", "Draw what decoders do, as SVG.");
-    command->footer(examples);
+    CommandLine* command = program.AddCommand("plot", "Draw what decoders do, as SVG.");
+    command->SetFooter(examples);
     const auto options = std::make_shared<Options>();
-    command->add_option("PATH", options->path, "The library, .afl, .dfl or .pfl")->required();
-    command->add_option("--out", options->out, "The folder for the plots; made when missing")->required();
-    command->add_option("--layout", options->layout, "One layout, by its name or tag; else all");
-    command->add_option("--method", options->method, "A method, by its tag; else the best, or all of heads");
-    command->add_option("--order", options->order, "An order; else the greatest")->check(CLI::Range(1, 4));
-    command->add_option("--sofa", options->sofa, "The measured head that the library was built with")
-        ->check(CLI::ExistingFile)
-        ->default_str(systemHead);
-    command->callback([options] { Plot(*options); });
+    command->AddOption("PATH", options->path, "The library, .afl, .dfl or .pfl")->Require();
+    command->AddOption("--out", options->out, "The folder for the plots; made when missing")->Require();
+    command->AddOption("--layout", options->layout, "One layout, by its name or tag; else all");
+    command->AddOption("--method", options->method, "A method, by its tag; else the best, or all of heads");
+    command->AddOption("--order", options->order, "An order; else the greatest")->TakeRange(1, 4);
+    command->AddOption("--sofa", options->sofa, "The measured head that the library was built with")
+        ->TakeExistingFile()
+        ->ShowDefault(systemHead);
+    command->OnUse([options] { Plot(*options); });
 }
 
 }  // namespace tool

@@ -158,13 +158,13 @@ void Show(const std::string& path, bool isJson) {
 }  // namespace
 
 void AddShowCommand(Program& program) {
-    CLI::App* command = program.add_subcommand("show", "List formats, methods and conversions of a library.");
-    command->footer("Example:\n  tessarune-library show lib/default.afl");
+    CommandLine* command = program.AddCommand("show", "List formats, methods and conversions of a library.");
+    command->SetFooter("Example:\n  tessarune-library show lib/default.afl");
     const auto path = std::make_shared<std::string>();
-    command->add_option("PATH", *path, "The library, .afl, .dfl or .pfl")->required();
+    command->AddOption("PATH", *path, "The library, .afl, .dfl or .pfl")->Require();
     const auto isJson = std::make_shared<bool>(false);
     AddJsonFlag(*command, *isJson);
-    command->callback([path, isJson] { Show(*path, *isJson); });
+    command->OnUse([path, isJson] { Show(*path, *isJson); });
 }
 
 }  // namespace tool

@@ -149,13 +149,13 @@ int Serve(const Options& options) {
 int main(int count, char** arguments) {
     tool::HideRefusedPriority();
     tool::Program program("tessarune-page", "Serves the page of Tessarune's settings to your browser.");
-    program.footer(std::string(footer) + tool::exitStatuses);
+    program.SetFooter(std::string(footer) + tool::exitStatuses);
     program.files.push_back({std::string("$XDG_RUNTIME_DIR/") + orb3::storeRoot + "/page.html",
                              "Leads a browser to the page, until that is open. Without the variable in "
                              "/run/user or /tmp."});
     Options options;
-    program.add_flag("--print", options.isOnlyPrinted, "Print where the page is, and open no browser");
-    program.add_flag("--as-root", options.isRootAllowed, "Start even as root");
-    program.add_option("--idle", options.idleSeconds)->group("");
+    program.AddFlag("--print", options.isOnlyPrinted, "Print where the page is, and open no browser");
+    program.AddFlag("--as-root", options.isRootAllowed, "Start even as root");
+    program.AddOption("--idle", options.idleSeconds)->Hide();
     return program.Run(count, arguments, [&] { return Serve(options); });
 }

@@ -217,21 +217,21 @@ int Run(const Options& options) {
 }
 
 void AddOptions(tool::Program& program, Options& options) {
-    program.footer(std::string(examples) + tool::exitStatuses);
-    program.add_option("FILE", options.file, "What 'tessarune-run --record FILE' recorded")->required();
-    program.add_option("--wav", options.waveFile,
-                       "Render into this file; the same recording gives the same bits each time");
-    program.add_flag("--fast", options.isFast,
-                     "Don't wait for the clock; without --wav the sound goes nowhere");
+    program.SetFooter(std::string(examples) + tool::exitStatuses);
+    program.AddOption("FILE", options.file, "What 'tessarune-run --record FILE' recorded")->Require();
+    program.AddOption("--wav", options.waveFile,
+                      "Render into this file; the same recording gives the same bits each time");
+    program.AddFlag("--fast", options.isFast,
+                    "Don't wait for the clock; without --wav the sound goes nowhere");
     program
-        .add_option("--set", options.settings,
-                    "Play with this setting, NAME=VALUE; all others have their defaults")
-        ->take_all();
-    program.add_flag("--here", options.isHere, "Play with your own settings and output");
-    program.add_option("--library", options.library, "Play to this library instead of that of this tree");
-    program.add_flag("--compare", options.isCompared,
-                     "List the first answers that differ from those recorded");
-    program.add_flag("--info", options.isInfo, "Tell what is in the recording, and play nothing");
+        .AddOption("--set", options.settings,
+                   "Play with this setting, NAME=VALUE; all others have their defaults")
+        ->TakeAll();
+    program.AddFlag("--here", options.isHere, "Play with your own settings and output");
+    program.AddOption("--library", options.library, "Play to this library instead of that of this tree");
+    program.AddFlag("--compare", options.isCompared,
+                    "List the first answers that differ from those recorded");
+    program.AddFlag("--info", options.isInfo, "Tell what is in the recording, and play nothing");
     tool::AddJsonFlag(program, options.isJson);
 }
 

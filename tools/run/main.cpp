@@ -129,8 +129,7 @@ int RunOrExplain(char** arguments, const Options& options) {
 int CountOwn(const tool::Program& program, int count, char** arguments) {
     int own = 1;
     for (; own < count && arguments[own][0] == '-'; ++own) {
-        const CLI::Option* const option = program.get_option_no_throw(arguments[own]);
-        if (option != nullptr && option->get_expected_min() > 0) ++own;
+        if (program.NeedsValue(arguments[own])) ++own;
     }
     return std::min(own + 1, count);
 }
@@ -141,22 +140,22 @@ int main(int count, char** arguments) {
     tool::Program program(programName,
                           "Starts a game with Tessarune in place of the OpenAL library that it would load. "
                           "Says afterwards whether the game used it, and prints what was logged meanwhile.");
-    program.footer(footer);
+    program.SetFooter(footer);
     Options options;
-    program.add_flag("--preload", options.isPreloaded,
-                     "Have the loader take Tessarune before all other libraries, for a game that is linked "
-                     "with an OpenAL library of its own");
-    program.add_flag("--steam", options.isForSteam,
-                     "Start nothing; print what Steam takes as a game's launch options");
-    program.add_option("--record", options.recording,
-                       "Record all calls of the game into this file, which tessarune-replay plays");
-    program.add_option("--record-limit", options.recordingLimit,
-                       "End the recording at so many MiB; 1024 when this isn't given");
+    program.AddFlag("--preload", options.isPreloaded,
+                    "Have the loader take Tessarune before all other libraries, for a game that is linked "
+                    "with an OpenAL library of its own");
+    program.AddFlag("--steam", options.isForSteam,
+                    "Start nothing; print what Steam takes as a game's launch options");
+    program.AddOption("--record", options.recording,
+                      "Record all calls of the game into this file, which tessarune-replay plays");
+    program.AddOption("--record-limit", options.recordingLimit,
+                      "End the recording at so many MiB; 1024 when this isn't given");
     std::string game;
     std::vector<std::string> passed;  // always empty: for the help
-    program.OfferFor(program.add_option("PROGRAM", game, "The game: its path, or a name that PATH finds"),
+    program.OfferFor(program.AddOption("PROGRAM", game, "The game: its path, or a name that PATH finds"),
                      {{}, {}, true});
-    program.add_option("ARGUMENTS", passed, "What the game takes");
+    program.AddOption("ARGUMENTS", passed, "What the game takes");
     const int own = CountOwn(program, count, arguments);
     return program.Run(own, arguments, [&] {
         return RunOrExplain(game.empty() ? arguments + count : arguments + own - 1, options);

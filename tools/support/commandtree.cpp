@@ -1,5 +1,6 @@
 #include "tools/support/commandtree.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 
 namespace tool {
@@ -19,7 +20,7 @@ Argument ArgumentOf(const CLI::Option& option, const Program& program) {
                       option.get_description(),
                       option.get_required(),
                       option.get_items_expected_max() > 1,
-                      program.OfferOf(&option)};
+                      program.OfferOf(option)};
     if (option.get_positional()) return argument;
     for (const std::string& name : option.get_snames())
         argument.names.push_back("-" + name);
@@ -50,7 +51,7 @@ Command CommandOf(const CLI::App& app, const Program& program, const std::string
 }  // namespace
 
 Command TreeOf(const Program& program) {
-    return CommandOf(program, program, "");
+    return CommandOf(*program.app, program, "");
 }
 
 std::vector<const Command*> AllOf(const Command& command) {

@@ -139,8 +139,7 @@ std::string With(const std::string& script, const std::string& line, const std::
 }
 
 std::string WithNames(const std::string& script, const Program& program) {
-    return Replaced(Replaced(script, "@NAME@", program.get_name()), "@FUNCTION@",
-                    Identifier(program.get_name()));
+    return Replaced(Replaced(script, "@NAME@", program.name), "@FUNCTION@", Identifier(program.name));
 }
 
 constexpr const char* bash = R"(# Completion of @NAME@ for bash; printed by '@NAME@ --make bash'.
@@ -268,8 +267,8 @@ std::string FishCase(const std::vector<std::string>& words, const std::string& a
 
 // A line for what stands at a place; fish parses the condition again.
 std::string FishLine(const Program& program, const std::vector<std::string>& place) {
-    return "complete -c " + program.get_name() + " -n " +
-           QuotedForFish("__" + Identifier(program.get_name()) + "_at " + Joined(place, " ", QuotedForFish));
+    return "complete -c " + program.name + " -n " +
+           QuotedForFish("__" + Identifier(program.name) + "_at " + Joined(place, " ", QuotedForFish));
 }
 
 std::string FishDescription(const std::string& text) {
@@ -303,7 +302,7 @@ std::string FishWords(const Program& program, const Grammar& grammar) {
                      FishDescription(value.description);
     }
     if (grammar.takesProgram)
-        lines += "complete -c " + program.get_name() + " -x -a '(__fish_complete_subcommand)'\n";
+        lines += "complete -c " + program.name + " -x -a '(__fish_complete_subcommand)'\n";
     return lines;
 }
 

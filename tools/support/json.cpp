@@ -2,10 +2,12 @@
 
 #include <iostream>
 
+#include "tools/support/program.h"
+
 namespace tool {
 
-CLI::Option* AddJsonFlag(CLI::App& command, bool& isJson) {
-    return command.add_flag("--json", isJson, "Print as JSON, for programs");
+Option* AddJsonFlag(CommandLine& command, bool& isJson) {
+    return command.AddFlag("--json", isJson, "Print as JSON, for programs");
 }
 
 void PrintJson(const Json& document) {

@@ -3,10 +3,7 @@
 // lose 72 kB.
 
 #include "app/goaldll/process.h"
-
-namespace __gnu_cxx {  // NOLINT(bugprone-reserved-identifier): the runtime's own name
-void __freeres();      // NOLINT(bugprone-reserved-identifier)
-}
+#include "slib/exceptionpool.h"
 
 namespace {
 

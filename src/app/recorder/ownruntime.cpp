@@ -5,10 +5,7 @@
 #include <array>
 
 #include "app/recorder/recorder.h"
-
-namespace __gnu_cxx {  // NOLINT(bugprone-reserved-identifier): the runtime's own name
-void __freeres();      // NOLINT(bugprone-reserved-identifier)
-}
+#include "slib/exceptionpool.h"
 
 namespace {
 
