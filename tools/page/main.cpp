@@ -156,6 +156,6 @@ int main(int count, char** arguments) {
     Options options;
     program.AddFlag("--print", options.isOnlyPrinted, "Print where the page is, and open no browser");
     program.AddFlag("--as-root", options.isRootAllowed, "Start even as root");
-    program.AddOption("--idle", options.idleSeconds)->Hide();
+    program.AddOption("--idle", options.idleSeconds, "")->Hide();
     return program.Run(count, arguments, [&] { return Serve(options); });
 }
