@@ -26,7 +26,7 @@ export async function makeUser() {
     const config = async (...words) =>
         (await promisify(execFile)(join(build, 'bin/tessarune-config'), words, { env })).stdout;
     for (const words of [['set', 'Output', 'Silent'], ['set', 'SpeakerSetting', 'Quad'], ['set', 'Order', '1'], ['select', 'Quad']]) await config(...words);
-    return { env, config, remove: () => rmSync(home, { recursive: true, force: true }) };
+    return { env, config, remove: () => rmSync(home, { recursive: true, force: true, maxRetries: 5 }) };
 }
 
 /** Starts a program and waits for what it prints first. */

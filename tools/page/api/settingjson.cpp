@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "orb3core/settings/gameprofile.h"
 #include "slib/exception.h"
 #include "slib/text.h"
 #include "tools/support/range.h"
@@ -57,7 +58,8 @@ Json DescribeSetting(const orb3::Setting& setting, const std::string& text) {
             {"meaning", setting.meaning},
             {"advice", setting.advice},
             {"mayBe", tool::RangeText(setting.value.range)},
-            {"range", Range(setting.value.range)}};
+            {"range", Range(setting.value.range)},
+            {"isForGames", orb3::FindGameSetting(setting.Name()) != nullptr}};
 }
 
 }  // namespace page

@@ -20,7 +20,7 @@ function choices(present) {
     const isFree = (name) => !present.some((item) => item.name === name);
     return [{ value: '', text: 'Add …' },
         ...switches.filter(({ name }) => isFree(name)).map(({ name }) => ({ value: name, text: name, group: 'Switches' })),
-        ...settings.filter(({ name }) => isFree(name) && !name.includes('.')).map(({ name }) => ({ value: name, text: name, group: 'Settings' }))];
+        ...settings.filter(({ name, isForGames }) => isForGames && !name.includes('.') && isFree(name)).map(({ name }) => ({ value: name, text: name, group: 'Settings' }))];
 }
 
 const isSwitch = (name) => known.server.switches.some((item) => item.name === name);

@@ -195,9 +195,9 @@ async function importRoom() {
 
 async function removeRoom() {
     const { name } = layout();
-    if (!(await confirm(`Remove the room “${name}” and its decoders?`, 'Remove'))) return;
+    if (!(await confirm(`Remove the room “${name}” and its decoders from your library? Export it first, if you may want it back.`, 'Remove'))) return;
     if (await attempt(note(), () => post('/api/room/remove', { name }))) {
-        say(note(), `“${name}” is removed. Undo brings it back.`);
+        say(note(), `“${name}” is removed. Choose another layout for what plays from now on.`);
         focusSection(note());
     }
     await refresh();

@@ -17,7 +17,7 @@ function layoutOptions({ layouts, layout: now, followsSystem }) {
     const headphones = layouts.filter(({ isHeadphones }) => isHeadphones);
     const shipped = layouts.filter((item) => !own.includes(item) && !headphones.includes(item));
     const list = (items, group) => items.map(({ name }) => ({ value: name, text: name, group }));
-    const follow = followsSystem && now ? `As the system says: ${now.name}` : 'As the system says';
+    const follow = followsSystem && now ? `As the system says (now ${now.name})` : 'As the system says';
     return [...(now || followsSystem ? [] : [{ value: '', text: 'none yet' }]), { value: automatic, text: follow },
         ...list(own, 'Your rooms'), ...list(headphones, 'Headphones'), ...list(shipped, 'Speakers')];
 }
