@@ -20,6 +20,7 @@ void AddCheckCommand(Program& program);
 void AddDoctorCommand(Program& program);
 void AddLogCommand(Program& program);
 void AddGameCommand(Program& program);
+void AddTopCommand(Program& program);
 void AddDocumentCommands(Program& program);
 
 }  // namespace tool
