@@ -228,6 +228,35 @@ TEST_F(StatusPages, Levels_AreThoseOfAToneInTheOutput) {
     page.Withdraw();
 }
 
+// The program, on a page of this process: once, and on a terminal until a key or a signal ends it.
+TEST_F(StatusPages, Top_ShowsTheGamesOnceOrUntilItIsEnded) {
+    const std::string top = testing_support::BuildTree() / "bin" / "tessarune-config top";
+    const std::string out = store.folder.path / "out";
+    const auto run = [&](const std::string& line) {
+        EXPECT_EQ(std::system(("{ " + line + "; } > " + out + " 2>&1").c_str()), 0) << line;
+        return testing_support::ReadFile(out);
+    };
+    EXPECT_EQ(run(top), "No game is running.\n");
+    goal::StatusShare share;
+    page.Publish();
+    page.NoteContextMade();
+    page.NoteOutput({"Speakers", "Quad", 48000, 256, 3, {"FL", "FR"}}, share);
+    goal::StatusBlock block = BlockOf(1);
+    block.loadMean = 0.25F;
+    page.NoteBlock(block, share);
+    EXPECT_THAT(run(top + " --once"),
+                testing::AllOf(testing::HasSubstr("test_tools  "), testing::HasSubstr("25%"),
+                               testing::HasSubstr("  Speakers  Quad")));
+    EXPECT_EQ(tool::Json::parse(run(top + " --json")).at("games").back().at("loadMean"), 0.25);
+    // What is typed, and what ends the program.
+    for (const auto& [typed, ended] : {std::pair("{ sleep 0.15; printf q; sleep 0.1; }", ""),
+                                       std::pair("sleep 0.3", "timeout --foreground 0.15 ")})
+        EXPECT_THAT(run(std::string(typed) + " | TERM=xterm script -qec \"stty cols 60 rows 20; " + ended +
+                        top + "; stty -a | grep -q ' icanon.* echo '\" /dev/null"),
+                    testing::AllOf(testing::HasSubstr("FR      [="), testing::HasSubstr("\033[?1049l")));
+    page.Withdraw();
+}
+
 struct Damage {
     const char* name;
     std::function<void(std::string&)> make;

@@ -18,7 +18,7 @@ struct Program {
 };
 
 const std::vector<Program> programs{
-    {"tessarune-config", 22}, {"tessarune-library", 6}, {"tessarune-run", 0},  {"tessarune-replay", 0},
+    {"tessarune-config", 25}, {"tessarune-library", 6}, {"tessarune-run", 0},  {"tessarune-replay", 0},
     {"tessarune-demo", 0},    {"tessarune-info", 0},    {"tessarune-page", 0},
 };
 

@@ -1,5 +1,6 @@
 // tessarune-run around games that use the library, that only load it, and that do neither.
 
+#include "goal/statuspage.h"
 #include "orb3core/store/registrylog.h"
 #include "tests/tools/tools.h"
 
@@ -92,6 +93,41 @@ INSTANTIATE_TEST_SUITE_P(
                0,
                {"'sh' was ended by the signal 'Segmentation fault'"}}),
     [](const auto& row) { return row.param.name; });
+
+struct Faring {
+    std::uint32_t late;
+    float load, peak;
+    std::string said;
+};
+
+// A game that leaves a page of another one.
+TEST_F(Tools, Run_SaysThatBlocksWereLateOrThatNothingWasHeard) {
+    const Faring farings[] = {{0, 2, 0.5F, ""},
+                              {1, 0.4F, 0.5F,
+                               ": 1 of 1 blocks was late, so the sound may have faltered. No "
+                               "block took more than 40% of its time, so more buffers help: "},
+                              {3, 1.5F, 0.5F, "One took 150% of its time"},
+                              {0, 0, 1e-9F, "' played sounds, but was silent throughout: "}};
+    for (const Faring& faring : farings) {
+        goal::StatusPage page;
+        goal::StatusShare share;
+        goal::StatusBlock block;
+        block.lateBlocks = faring.late;
+        block.load = faring.load;
+        block.sourcesPlaying = 1;
+        block.outputs[0].peak = faring.peak;
+        page.Publish();
+        page.NoteContextMade();
+        page.NoteBlock(block, share);
+        const Outcome outcome = Shell(Built("bin/tessarune-run") +
+                                      " sh -c 'cp runtime/HollowbrookLabs/*.status "
+                                      "$TESSARUNE_RUN/1.0.status'");
+        page.Withdraw();
+        EXPECT_THAT(outcome.error, HasSubstr("'test_tools' used Tessarune."));
+        EXPECT_THAT(outcome.error, HasSubstr(faring.said));
+        EXPECT_EQ(outcome.error.find("were late") != std::string::npos, faring.late > 1);
+    }
+}
 
 TEST_F(Tools, Run_PassesArgumentsAndPathOnAndEndsAsItsHelpSays) {
     const Outcome passed = Run("tessarune-run", {"sh", "-c", "echo $LD_LIBRARY_PATH $1", "sh", "--help"},

@@ -21,6 +21,7 @@ void AddDoctorCommand(Program& program);
 void AddLogCommand(Program& program);
 void AddGameCommand(Program& program);
 void AddPageCommand(Program& program);
+void AddTopCommand(Program& program);
 void AddDocumentCommands(Program& program);
 void AddUndoCommands(Program& program);
 void AddMeasureCommand(Program& program);

@@ -17,6 +17,7 @@ constexpr const char* examples = R"(Examples:
   tessarune-config select "Headphone Stereo"
   tessarune-config speaker-test
   tessarune-config head add me.sofa --name Me
+  tessarune-config top                    the games that play, and how they fare
   tessarune-config set Output WaveFile
   tessarune-config page                   all of it in your browser)";
 
@@ -40,8 +41,8 @@ int main(int count, char** arguments) {
          {tool::AddShowCommand, tool::AddSettingCommands, tool::AddDevicesCommand, tool::AddLayoutCommands,
           tool::AddSpeakersCommand, tool::AddHeadCommand, tool::AddHeadphonesCommand,
           tool::AddSpeakerTestCommand, tool::AddCheckCommand, tool::AddDoctorCommand, tool::AddLogCommand,
-          tool::AddGameCommand, tool::AddPageCommand, tool::AddDocumentCommands, tool::AddUndoCommands,
-          tool::AddMeasureCommand, tool::AddTrackerCommand, tool::AddRecordCommand})
+          tool::AddGameCommand, tool::AddTopCommand, tool::AddPageCommand, tool::AddDocumentCommands,
+          tool::AddUndoCommands, tool::AddMeasureCommand, tool::AddTrackerCommand, tool::AddRecordCommand})
         add(program);
     return program.Run(count, arguments);
 }

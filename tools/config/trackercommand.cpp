@@ -47,8 +47,9 @@ void Say(const Tracking& tracking) {
 }
 
 void TurnOn(const Options& options) {
-    Say(SetTracking(options.withSpeakers ? HeadTracking::Always : HeadTracking::Headphones,
-                    options.port == 0 ? std::nullopt : std::optional(static_cast<std::uint16_t>(options.port))));
+    Say(SetTracking(
+        options.withSpeakers ? HeadTracking::Always : HeadTracking::Headphones,
+        options.port == 0 ? std::nullopt : std::optional(static_cast<std::uint16_t>(options.port))));
     std::cout << "A running game listens within two seconds.\n";
 }
 

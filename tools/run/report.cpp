@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "tools/run/faring.h"
 #include "tools/run/foreignadvice.h"
 #include "tools/run/refusals.h"
 
@@ -108,8 +109,10 @@ std::vector<std::string> Verdict(const Run& run) {
     if (games.empty()) Append(lines, LoadedAlone(run));
     Append(lines, MappedForeigners(run, games));
     if (lines.empty()) return Unused(run);
-    for (const GameStatus& game : games)
+    for (const GameStatus& game : games) {
+        Append(lines, ExplainFaring(game));
         Append(lines, ExplainRefusals(game));
+    }
     return lines;
 }
 
