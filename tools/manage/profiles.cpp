@@ -108,7 +108,7 @@ std::string Patterns(const orb3::GameProfile& profile) {
 
 std::pair<std::string, std::string> ChangeProfile(const ProfileChange& change) {
     if (change.name.empty()) throw WrongUse("A game's name has at least one character.");
-    const std::pair<std::string, std::string> stored = Stored(change.key, change.value);
+    std::pair<std::string, std::string> stored = Stored(change.key, change.value);
     const ChangeStep step(stored.first + " " + stored.second + " for '" + change.name + "'");
     ChangeUsers([&](GameProfiles& users) { OwnProfile(users, change).values[stored.first] = stored.second; });
     return stored;

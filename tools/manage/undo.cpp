@@ -66,7 +66,7 @@ std::string Moved(const ChangedValue& value, Way way, const std::string& current
     }
     const std::vector<std::string> differing = MoveParts(PartsOf(*before), PartsOf(*after), *now);
     kept.insert(kept.end(), differing.begin(), differing.end());
-    const std::string moved = DocumentText(*now);
+    std::string moved = DocumentText(*now);
     static_cast<void>(ParseDocument(moved));  // so that nothing is stored that a start can't read
     return moved;
 }

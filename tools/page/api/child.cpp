@@ -16,8 +16,6 @@
 #include "tools/manage/report.h"
 #include "tools/support/wronguse.h"
 
-extern char** environ;
-
 namespace page {
 namespace {
 
@@ -58,6 +56,7 @@ public:
         std::vector<std::string> texts{program.string()};
         texts.insert(texts.end(), words.begin(), words.end());
         std::vector<char*> arguments;
+        arguments.reserve(texts.size() + 1);
         for (std::string& text : texts)
             arguments.push_back(text.data());
         arguments.push_back(nullptr);
