@@ -18,12 +18,12 @@ MOST = 8
 
 def own_names(text):
     """{name that a source declares in its unnamed namespace, in that of a vector target, or for a program's entry: the
-    line, of an alias, or None}. Our format sets such names at the start of a line."""
+    line, of an alias or what comes from another namespace, or None}. Our format sets such names at the start of a line."""
     names = dict.fromkeys(re.findall(r'^(?:extern "C" )?int (main|LLVMFuzzerTestOneInput)\(', text, re.MULTILINE))
     for part in re.findall(r"^namespace (?:[\w:]+HWY_NAMESPACE )?\{$(.*?)^\}  // namespace", text, re.DOTALL | re.MULTILINE):
         for line in part.splitlines():
-            if found := re.match(r"using (\w+) =.*;", line):
-                names[found[1]] = line
+            if found := re.match(r"using (\w+) =.*;|using [\w:]+::(\w+);", line):
+                names[found[1] or found[2]] = line
             elif found := re.match(r"(?:struct|class|enum class|enum) (\w+)", line):
                 names[found[1]] = None
             elif found := re.match(r"(?!using)(?:\[\[.*?\]\] )?[\w:][^=;({]*?(?<!:)\b(\w+)(?:\[\w*\])?(?: =|[({;])", line):
@@ -31,9 +31,14 @@ def own_names(text):
     return names
 
 
-def meet(names, others):
-    """Whether a name would be declared twice. The same alias may be."""
-    return any(names[name] is None or names[name] != others[name] for name in names.keys() & others.keys())
+def meet(names, others, may_meet):
+    """Whether a name would be declared twice. The same alias may be. With `may_meet` so may all but what comes from another
+    namespace, which can't have another name."""
+    def clash(line, other):
+        is_taken_over = any(each and "=" not in each for each in (line, other))
+        return (line is None or line != other) and (is_taken_over or not may_meet)
+
+    return any(clash(names[name], others[name]) for name in names.keys() & others.keys())
 
 
 def apart(texts):
@@ -69,7 +74,7 @@ def groups(sources, kind=lambda source: None, most=MOST, may_meet=False):
             continue
         own = own_names(text)
         for other, names, members in found:
-            if other == kind(source) and len(members) < most and (may_meet or not meet(own, names)):
+            if other == kind(source) and len(members) < most and not meet(own, names, may_meet):
                 names |= own
                 members.append(source)
                 break
