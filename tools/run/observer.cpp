@@ -88,8 +88,9 @@ bool Observer::IsOurs(pid_t process, const MappedFile& file) const {
     return library && library->name.starts_with(ownName);
 }
 
+// A process that has become another program goes by that one's name.
 void Observer::NoteOurs(pid_t process) {
-    if (!loaded.contains(process)) loaded[process] = {ProgramOf(process), IsApart(process)};
+    loaded[process] = {ProgramOf(process), IsApart(process)};
 }
 
 void Observer::NoteOpenAl(pid_t process, const MappedFile& file) {
