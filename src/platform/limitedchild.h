@@ -29,8 +29,10 @@ struct ChildOutcome {
     std::string text;
 };
 
-/// Runs `work` in a forked child, which writes no file and leaves no core. To be called before the process
-/// has other threads. Throws slib::OperatingSystemErrnoException when there can be no child.
+/// Runs `work` in a forked child, which writes no file and leaves no core. No other thread of the process may
+/// hold a lock that the work takes, as it would stay held in the child; those of the C library's memory and
+/// streams are free there. A child that hangs all the same is ended when its time is over. Throws
+/// slib::OperatingSystemErrnoException when there can be no child.
 ChildOutcome RunInLimitedChild(const std::function<std::string()>& work, const ChildLimits& limits = {});
 
 }  // namespace platform
