@@ -20,7 +20,7 @@ namespace page {
 namespace {
 
 constexpr std::chrono::milliseconds pause{20}, patience{2000};
-constexpr std::size_t mostText = 4096;
+constexpr std::size_t mostErrorText = 4096;
 
 // What the child says on standard error.
 class Pipe {
@@ -41,7 +41,7 @@ public:
     void Drain() {
         std::array<char, 512> bytes{};
         for (ssize_t count = 0; (count = read(ends[0], bytes.data(), bytes.size())) > 0;)
-            if (text.size() < mostText) text.append(bytes.data(), static_cast<std::size_t>(count));
+            if (text.size() < mostErrorText) text.append(bytes.data(), static_cast<std::size_t>(count));
     }
 
     std::string text;

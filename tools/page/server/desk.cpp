@@ -13,8 +13,6 @@
 namespace page {
 namespace {
 
-constexpr int accepted = 202, badRequest = 400, notFound = 404, conflict = 409, failed = 500;
-
 // There is none of that number any more.
 class NoSuchJob : public slib::StringException {
 public:
@@ -30,15 +28,15 @@ std::string Text(const Json& document) {
 template <typename Work>
 Answer Answered(const Work& work) {
     try {
-        return {200, Text(work()), {}, 0};
+        return {status::fine, Text(work()), {}, 0};
     } catch (const NoSuchJob& failure) {
-        return {notFound, {}, failure.what(), 0};
+        return {status::notFound, {}, failure.what(), 0};
     } catch (const tool::WrongUse& failure) {
-        return {badRequest, {}, failure.what(), 0};
+        return {status::badRequest, {}, failure.what(), 0};
     } catch (const Json::exception&) {
-        return {badRequest, {}, "A value of the request has the wrong kind. Load the page again.", 0};
+        return {status::badRequest, {}, "A value of the request has the wrong kind. Load the page again.", 0};
     } catch (const std::exception& failure) {
-        return {failed, {}, failure.what(), 0};
+        return {status::failed, {}, failure.what(), 0};
     }
 }
 
@@ -93,7 +91,7 @@ Answer Desk::Ask(const std::string& path, Query query, std::string body) {
     if (const auto found = std::ranges::find(own, path, &OwnRoute::path); found != own.end())
         return Answered([&] { return (this->*found->answer)(query, BodyOf(found->body, body)); });
     const auto route = std::ranges::find(routes, path, &Route::path);
-    if (route == routes.end()) return {notFound, {}, "There is nothing at this address.", 0};
+    if (route == routes.end()) return {status::notFound, {}, "There is nothing at this address.", 0};
     if (route->isJob) return Begin(*route, std::move(query), std::move(body));
     return Answered([&] {
         const Json object = BodyOf(route->body, body);
@@ -114,11 +112,13 @@ Answer Desk::Begin(const Route& route, Query query, std::string body) {
         const std::optional<int> number = jobs.Start(std::string(route.path), std::move(work));
         return {{"job", number.value_or(0)}};
     });
-    if (answer.status != 200) return answer;
+    if (answer.status != status::fine) return answer;
     if (const int job = Json::parse(answer.json)["job"]; job == 0)
-        return {
-            conflict, {}, "Something else is still going on. Wait for its end, or cancel it.", jobs.Latest()};
-    answer.status = accepted;
+        return {status::conflict,
+                {},
+                "Something else is still going on. Wait for its end, or cancel it.",
+                jobs.Latest()};
+    answer.status = status::accepted;
     return answer;
 }
 

@@ -12,8 +12,6 @@ namespace page {
 namespace {
 
 constexpr std::string_view apiFolder = "/api/";
-constexpr int badRequest = 400, unauthorised = 401, forbidden = 403, notFound = 404, wrongMethod = 405,
-              lengthRequired = 411, tooLarge = 413, wrongType = 415;
 constexpr const char* elsewhere =
     "This address answers only to its own page. 'tessarune-config page' opens that.";
 
@@ -94,7 +92,7 @@ const char* NameOf(Method method, bool isFile) {
 }
 
 Verdict WrongMethod(std::string allow) {
-    Verdict verdict = Refusal(wrongMethod, "This address takes " + allow + " only.");
+    Verdict verdict = Refusal(status::wrongMethod, "This address takes " + allow + " only.");
     verdict.allow = std::move(allow);
     return verdict;
 }
@@ -102,8 +100,8 @@ Verdict WrongMethod(std::string allow) {
 // Where there is no body there may be none either: it would stand where the next request begins.
 Verdict JudgeNoBody(const Head& head, const Resource& resource) {
     if (Find(head, "Transfer-Encoding") || Find(head, "Content-Length").value_or("0") != "0")
-        return Refusal(badRequest, "A GET request has no body.");
-    return {200, {}, {}, &resource, 0};
+        return Refusal(status::badRequest, "A GET request has no body.");
+    return {status::fine, {}, {}, &resource, 0};
 }
 
 Verdict JudgeBody(const Head& head, const Resource& resource) {
@@ -111,19 +109,19 @@ Verdict JudgeBody(const Head& head, const Resource& resource) {
     const std::string type = isObject ? "application/json" : "application/octet-stream";
     const std::string found = slib::toLower(Find(head, "Content-Type").value_or(""));
     if (found != type && !found.starts_with(type + ";"))
-        return Refusal(wrongType, "The body's type has to be " + type + ".");
-    if (Find(head, "Content-Encoding")) return Refusal(wrongType, "A body has to come as it is.");
+        return Refusal(status::wrongType, "The body's type has to be " + type + ".");
+    if (Find(head, "Content-Encoding")) return Refusal(status::wrongType, "A body has to come as it is.");
     const std::string length = Find(head, "Content-Length").value_or("");
-    Verdict verdict{200, {}, {}, &resource, 0};
+    Verdict verdict{status::fine, {}, {}, &resource, 0};
     const auto [end, error] =
         std::from_chars(length.data(), length.data() + length.size(), verdict.bodyLength);
     const bool isNumber = !length.empty() && end == length.data() + length.size();
     if (Find(head, "Transfer-Encoding") || (error == std::errc() && !isNumber) ||
         error == std::errc::invalid_argument)
-        return Refusal(lengthRequired, "The request has to say how long its body is.");
+        return Refusal(status::lengthRequired, "The request has to say how long its body is.");
     if (error == std::errc() && verdict.bodyLength <= MostBytes(resource.body)) return verdict;
-    return Refusal(tooLarge, isObject ? "This is too much: at most 1 MiB can be taken."
-                                      : "The file is too large: at most 64 MiB can be taken.");
+    return Refusal(status::tooLarge, isObject ? "This is too much: at most 1 MiB can be taken."
+                                              : "The file is too large: at most 64 MiB can be taken.");
 }
 
 }  // namespace
@@ -157,19 +155,20 @@ Verdict Refusal(int status, std::string sentence) {
 }
 
 Verdict Judge(const Head& head, const Site& site) {
-    if (!IsLoopback(head.peer)) return Refusal(forbidden, elsewhere);
-    if (IsRepeated(head)) return Refusal(badRequest, "A header of the request stands there twice.");
+    if (!IsLoopback(head.peer)) return Refusal(status::forbidden, elsewhere);
+    if (IsRepeated(head)) return Refusal(status::badRequest, "A header of the request stands there twice.");
     const std::vector<std::string> hosts = Hosts(site);
     const auto host = std::ranges::find(hosts, Find(head, "Host").value_or(""));
-    if (host == hosts.end()) return Refusal(forbidden, elsewhere);
+    if (host == hosts.end()) return Refusal(status::forbidden, elsewhere);
     if (!IsRead(head) && head.method != "POST") return WrongMethod("GET, HEAD, POST");
-    if (!ComesFromPage(head, *host)) return Refusal(forbidden, elsewhere);
+    if (!ComesFromPage(head, *host)) return Refusal(status::forbidden, elsewhere);
     const bool isFile = !head.path.starts_with(apiFolder);
     if (!isFile && !IsToken(Find(head, tokenHeader).value_or(""), site.token))
-        return Refusal(unauthorised,
+        return Refusal(status::unauthorised,
                        "This page isn't open any more. 'tessarune-config page' opens it again.");
     const auto resource = std::ranges::find(site.resources, head.path, &Resource::path);
-    if (resource == site.resources.end()) return Refusal(notFound, "There is nothing at this address.");
+    if (resource == site.resources.end())
+        return Refusal(status::notFound, "There is nothing at this address.");
     const bool isMethod = resource->method == Method::Post
                               ? head.method == "POST"
                               : head.method == "GET" || (isFile && head.method == "HEAD");

@@ -14,6 +14,22 @@
 
 namespace page {
 
+/// The statuses that the server gives, as HTTP has them.
+namespace status {
+inline constexpr int fine = 200;
+inline constexpr int accepted = 202;
+inline constexpr int badRequest = 400;
+inline constexpr int unauthorised = 401;
+inline constexpr int forbidden = 403;
+inline constexpr int notFound = 404;
+inline constexpr int wrongMethod = 405;
+inline constexpr int conflict = 409;
+inline constexpr int lengthRequired = 411;
+inline constexpr int tooLarge = 413;
+inline constexpr int wrongType = 415;
+inline constexpr int failed = 500;
+}  // namespace status
+
 inline constexpr std::string_view tokenHeader = "X-Tessarune-Token";
 
 /// What can be asked for at a path.

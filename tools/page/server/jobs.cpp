@@ -6,6 +6,7 @@
 
 #include "slib/mutex.h"
 #include "slib/thread.h"
+#include "tools/page/server/guard.h"
 
 namespace page {
 
@@ -63,7 +64,7 @@ protected:
     void Run() override {
         const Answer answer = std::exchange(work, nullptr)(*this);
         const slib::Lock lock(mutex);
-        const bool isDone = answer.status < 400;
+        const bool isDone = answer.status < status::badRequest;
         view.status = answer.status;
         view.answer = answer.json;
         view.sentence = isCancelled && !isDone ? "" : answer.sentence;

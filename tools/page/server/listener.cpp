@@ -19,7 +19,6 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t mostWaiting = 64;
 constexpr std::chrono::seconds silence{30};
-constexpr int backlog = 64;
 
 // Another program has the port of the one address, or there is no such address: then it isn't open.
 Descriptor ListenAt(const sockaddr* address, socklen_t length) {
@@ -28,7 +27,7 @@ Descriptor ListenAt(const sockaddr* address, socklen_t length) {
     const bool isListening = socket.IsOpen() &&
                              (address->sa_family != AF_INET6 ||
                               setsockopt(socket.value, IPPROTO_IPV6, IPV6_V6ONLY, &only, sizeof only) == 0) &&
-                             bind(socket.value, address, length) == 0 && listen(socket.value, backlog) == 0;
+                             bind(socket.value, address, length) == 0 && listen(socket.value, SOMAXCONN) == 0;
     return isListening ? std::move(socket) : Descriptor();
 }
 

@@ -167,12 +167,12 @@ void Server::Http::TakeHead(httplib::Request& request) {
     const Head head{request.method, request.path, stream.peer, HeadersOf(stream.head)};
     exchange.verdict = Judge(head, site);
     stream.channel.Expect(exchange.verdict.bodyLength, bodyTime);
-    if (exchange.verdict.status == 200) NoteUse(head);
+    if (exchange.verdict.status == status::fine) NoteUse(head);
 }
 
 bool Server::Http::IsRefused(httplib::Response& response) const {
     const Verdict& verdict = exchangeHere->verdict;
-    if (verdict.status == 200) return false;
+    if (verdict.status == status::fine) return false;
     Refuse(verdict, response);
     return true;
 }
@@ -199,14 +199,15 @@ void Server::Http::TakeBody(const httplib::Request& request, httplib::Response& 
     };
     const std::size_t length = exchangeHere->verdict.bodyLength;
     if (length > 0 && (!read(take) || body.size() != length))
-        return Refuse(Refusal(400, "The body of the request didn't come whole."), response);
+        return Refuse(Refusal(status::badRequest, "The body of the request didn't come whole."), response);
     Reply(request, response, std::move(body));
 }
 
 void Server::Http::Reply(const httplib::Request& request, httplib::Response& response, std::string body) {
     const Answer answer = desk.Ask(exchangeHere->verdict.resource->path,
                                    Query(request.params.begin(), request.params.end()), std::move(body));
-    if (answer.status >= 400) return Refuse(Refusal(answer.status, answer.sentence), response, answer.job);
+    if (answer.status >= status::badRequest)
+        return Refuse(Refusal(answer.status, answer.sentence), response, answer.job);
     response.status = answer.status;
     response.set_content(answer.json, jsonType);
 }
