@@ -177,7 +177,7 @@ void Check(const Options& options) {
 
 }  // namespace
 
-void AddCheckCommand(Program& program) {
+void AddCheckLibraryCommand(Program& program) {
     CommandLine* command = program.AddCommand(
         "check",
         "Read every transform of a library and check counts and levels; exit status 1 for any fault.");

@@ -9,8 +9,8 @@
 namespace tool {
 
 void AddBuildCommand(Program& program);
-void AddShowCommand(Program& program);
-void AddCheckCommand(Program& program);
+void AddShowLibraryCommand(Program& program);
+void AddCheckLibraryCommand(Program& program);
 void AddPackCommand(Program& program);
 void AddLayoutCommand(Program& program);
 void AddPlotCommand(Program& program);

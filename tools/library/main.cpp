@@ -26,7 +26,7 @@ int main(int count, char** arguments) {
     program.RequireCommand();
     program.SetFooter(std::string(examples) + tool::exitStatuses);
     program.files = {{tool::systemHead, "The measured head (HRTF) that is taken where no other is named."}};
-    for (const auto add : {tool::AddBuildCommand, tool::AddShowCommand, tool::AddCheckCommand,
+    for (const auto add : {tool::AddBuildCommand, tool::AddShowLibraryCommand, tool::AddCheckLibraryCommand,
                            tool::AddPackCommand, tool::AddLayoutCommand, tool::AddPlotCommand})
         add(program);
     return program.Run(count, arguments);

@@ -157,7 +157,7 @@ void Show(const std::string& path, bool isJson) {
 
 }  // namespace
 
-void AddShowCommand(Program& program) {
+void AddShowLibraryCommand(Program& program) {
     CommandLine* command = program.AddCommand("show", "List formats, methods and conversions of a library.");
     command->SetFooter("Example:\n  tessarune-library show lib/default.afl");
     const auto path = std::make_shared<std::string>();

@@ -257,7 +257,7 @@ void MixLines(const NetworkMix& mix) {
         MixAt(single, mix, i, std::make_index_sequence<lines / 2>());
 }
 
-void MixNetworkLines(const NetworkMix& mix, std::uint32_t lineCount) {
+void MixNetwork(const NetworkMix& mix, std::uint32_t lineCount) {
     (lineCount == 8 ? MixLines<8> : MixLines<16>)(mix);
 }
 
@@ -270,7 +270,7 @@ namespace hcml {
 HWY_EXPORT(SumTaps);
 HWY_EXPORT(AbsorbStill);
 HWY_EXPORT(AbsorbMoving);
-HWY_EXPORT(MixNetworkLines);
+HWY_EXPORT(MixNetwork);
 
 void SumNetworkTaps(const NetworkInput& input, float* const* rows, std::uint32_t lineCount,
                     std::uint32_t frames) {
@@ -289,7 +289,7 @@ void RunMovingNetworkAbsorption(const NetworkAbsorption& run, std::uint32_t line
 }
 
 void RunNetworkMix(const NetworkMix& mix, std::uint32_t lineCount) {
-    HWY_DYNAMIC_DISPATCH(MixNetworkLines)(mix, lineCount);
+    HWY_DYNAMIC_DISPATCH(MixNetwork)(mix, lineCount);
 }
 
 }  // namespace hcml
