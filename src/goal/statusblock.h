@@ -41,7 +41,7 @@ struct StatusSource {
 /// What happened with a block, and before it.
 struct StatusBlock {
     std::uint64_t time = 0;            ///< ns, of the monotonic clock
-    std::uint32_t lateBlocks = 0;      ///< in this run so far
+    std::uint32_t lateBlocks = 0;      ///< in this run so far; those in a row count once
     std::uint32_t sourcesPlaying = 0;  ///< which may be more than are listed
     float load = 0;                    ///< of this block, of the time that it plays
     float loadMean = 0, loadMax = 0;   ///< of late

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <string>
-#include <utility>
 
 namespace audiopipe::directsound {
 namespace {
@@ -70,7 +69,7 @@ void AdaptiveBuffering::StartAfresh() {
 void AdaptiveBuffering::ForgetMeasures() {
     smallestStep = 0;
     calmBlocks = periodBlocks = calmPeriods = 0;
-    hadUnderrun = shrinkRequested = hasBeenInTime = false;
+    hadUnderrun = shrinkRequested = false;
 }
 
 std::int32_t AdaptiveBuffering::Follow(std::uint32_t play) {
@@ -114,7 +113,6 @@ void AdaptiveBuffering::Adapt(std::int32_t safety, bool shrink) {
     const std::int32_t margin = writeTotal - playTotal - safety;
     const std::int32_t needed = NeededExtra(safety);
     const auto extra = static_cast<std::int32_t>(extraBuffers);
-    NoteTime(margin);
     if (extra < needed) {
         Extend(needed);
     } else if (margin >= 2 * Block() && extra > needed) {
@@ -127,14 +125,6 @@ void AdaptiveBuffering::Adapt(std::int32_t safety, bool shrink) {
     if (shrink) --extraBuffers;
 }
 
-// What fills the room that the output has just asked for isn't late.
-void AdaptiveBuffering::NoteTime(std::int32_t margin) {
-    if (margin >= Block())
-        hasBeenInTime = true;
-    else if (hasBeenInTime)
-        ++lateBlocks;
-}
-
 // The blocks beyond the configured ones that keep a whole block between the write position and what the
 // output takes, when its cursor moves by the step seen.
 std::int32_t AdaptiveBuffering::NeededExtra(std::int32_t safety) const {
@@ -144,9 +134,7 @@ std::int32_t AdaptiveBuffering::NeededExtra(std::int32_t safety) const {
 }
 
 void AdaptiveBuffering::Extend(std::int32_t needed) {
-    const std::uint32_t before =
-        std::exchange(extraBuffers, std::min(static_cast<std::uint32_t>(needed), maxExtraBuffers));
-    if (extraBuffers > before) hasBeenInTime = false;
+    extraBuffers = std::min(static_cast<std::uint32_t>(needed), maxExtraBuffers);
     hadUnderrun = shrinkRequested = false;
     calmPeriods = calmBlocks = periodBlocks = 0;
 }

@@ -65,14 +65,11 @@ struct AdaptiveBuffering {
     std::uint32_t calmBlocks = 0;    ///< blocks with spare margin in this period
     std::uint32_t periodBlocks = 0;  ///< blocks so far in this period
     std::uint32_t blocksPerPeriod;   ///< half a second of blocks
-    std::uint32_t lateBlocks = 0;    ///< so far: the output had come to their place when they were written
-    bool hasBeenInTime = false;      ///< a block was, since the output asked for more room
     bool hadUnderrun = false;        ///< an underrun was counted in this period
     bool shrinkRequested = false;    ///< the next block takes one away
 
 private:
     void ForgetMeasures();
-    void NoteTime(std::int32_t margin);
     void FitCapacity(slib::Log& log, std::uint32_t channelCount);
     std::int32_t NeededExtra(std::int32_t safety) const;
     void Extend(std::int32_t needed);

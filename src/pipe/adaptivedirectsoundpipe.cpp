@@ -181,7 +181,6 @@ void AdaptiveDirectSoundPipe::NoteState(std::int32_t safety) {
     const std::int32_t ahead = buffering.writeTotal - buffering.playTotal;
     serverFrames.store(frames(std::min(safety, ahead)), std::memory_order_relaxed);
     ringFrames.store(frames(ahead - safety), std::memory_order_relaxed);
-    lateBlocks.store(buffering.lateBlocks, std::memory_order_relaxed);
 }
 
 void AdaptiveDirectSoundPipe::Stop() {
@@ -235,7 +234,8 @@ double AdaptiveDirectSoundPipe::GetWaitedTime() const {
 
 OutputState AdaptiveDirectSoundPipe::GetOutputState() const {
     return {ringFrames.load(std::memory_order_relaxed), serverFrames.load(std::memory_order_relaxed),
-            lateBlocks.load(std::memory_order_relaxed), system->news->isAway.load(std::memory_order_relaxed)};
+            system->news->interruptions.load(std::memory_order_relaxed),
+            system->news->isAway.load(std::memory_order_relaxed)};
 }
 
 bool AdaptiveDirectSoundPipe::IsPatient() const {

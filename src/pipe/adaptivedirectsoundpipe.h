@@ -97,7 +97,6 @@ private:
     // After the last block.
     std::atomic<std::uint32_t> ringFrames{0};
     std::atomic<std::uint32_t> serverFrames{0};
-    std::atomic<std::uint32_t> lateBlocks{0};
 };
 
 }  // namespace audiopipe::directsound

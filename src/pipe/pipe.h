@@ -21,7 +21,7 @@ namespace audiopipe {
 struct OutputState {
     std::uint32_t ringFrames = 0;    ///< written, and not yet taken by the output, after the last block
     std::uint32_t serverFrames = 0;  ///< taken by the output, and not yet heard
-    std::uint32_t lateBlocks = 0;    ///< so far: the output had come to their place when they were written
+    std::uint32_t lateBlocks = 0;    ///< so far, in whose place there was silence; those in a row count once
     bool isAway = false;             ///< the output went away, and is looked for
 };
 

@@ -14,8 +14,9 @@ constexpr std::int64_t longestLook = 100'000'000;  // ns
 
 }  // namespace
 
-FedBuffer::FedBuffer(const RingShape& shape, std::uint32_t reach)
+FedBuffer::FedBuffer(const RingShape& shape, std::uint32_t reach, std::shared_ptr<OutputNews> news)
     : RingBuffer(shape),
+      news(std::move(news)),
       expectedReach(reach),
       clock(shape.rate),
       fade(std::size_t{fadeFrames} * shape.channels) {
@@ -106,6 +107,7 @@ void FedBuffer::Skip(std::uint32_t frames) {
 
 void FedBuffer::NoteInterruption() {
     ++interruptions.count;
+    if (news && !news->isAway) ++news->interruptions;
     interruptions.longest = std::max(interruptions.longest, std::exchange(mutedFrames, 0));
 }
 

@@ -15,10 +15,12 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <utility>
 #include <vector>
 
 #include "platform/clock.h"
+#include "platform/outputnews.h"
 #include "platform/playclock.h"
 #include "platform/ringbuffer.h"
 
@@ -27,7 +29,8 @@ namespace platform {
 class FedBuffer : public RingBuffer {
 public:
     /// `reach` is the number of frames by which the output is expected to be ahead of what is heard, at most.
-    FedBuffer(const RingShape& shape, std::uint32_t reach);
+    /// `news` is told of interruptions; null for nobody.
+    FedBuffer(const RingShape& shape, std::uint32_t reach, std::shared_ptr<OutputNews> news);
 
     /// Output's thread: passes the next `frames` frames, of which the first will be heard `delay` frames from
     /// now, to `consume(samples, count)` in pieces. Before the application has begun there is null in place
@@ -61,6 +64,8 @@ protected:
 
     /// The output has taken nothing for two seconds. Application's thread; the result is what its call gets.
     virtual Result NoteStall() { return DSERR_BUFFERLOST; }
+
+    const std::shared_ptr<OutputNews> news;
 
 private:
     static constexpr std::uint32_t fadeFrames = 64;

@@ -150,9 +150,8 @@ private:
 
 ReturningBuffer::ReturningBuffer(const RingShape& shape, std::uint32_t capacity, Opener reopen,
                                  std::shared_ptr<OutputNews> news, slib::Log* log)
-    : FedBuffer(shape, capacity),
+    : FedBuffer(shape, capacity, std::move(news)),
       reopen(std::move(reopen)),
-      news(std::move(news)),
       log(log),
       firstCapacity(capacity),
       capacity(capacity) {}

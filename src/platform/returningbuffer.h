@@ -140,7 +140,6 @@ private:
     Result CallOnStream(Result (OutputStream::*function)());
 
     const Opener reopen;
-    const std::shared_ptr<OutputNews> news;
     slib::Log* const log;
     const std::uint32_t firstCapacity;  // frames
     slib::Semaphore signal;             // wakes the keeper

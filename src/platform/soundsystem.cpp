@@ -140,7 +140,7 @@ private:
 
     SoundDevicePtr OpenWaveFile(std::uint32_t speakers) {
         news->isPatient = settings.waveFilePace != PlatformSettings::Pace::RealTime;
-        return MakeWaveFileDevice(speakers, {settings.waveFile, settings.waveFilePace}, log);
+        return MakeWaveFileDevice(speakers, {settings.waveFile, settings.waveFilePace, news}, log);
     }
 
     // What a setting says of the output's speakers: the output's own, else the one for all.

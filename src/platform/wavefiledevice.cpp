@@ -83,7 +83,7 @@ private:
 class RealTimeBuffer : public FedBuffer {
 public:
     RealTimeBuffer(const RingShape& shape, const WaveFileOutput& output, slib::Log* log)
-        : FedBuffer(shape, TurnLength(shape)),
+        : FedBuffer(shape, TurnLength(shape), output.news),
           files(shape, output.path, log),
           writer([this] { TakeTurn(); }) {}
 

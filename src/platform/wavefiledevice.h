@@ -4,9 +4,11 @@
 // its own takes the frames and writes them; the file's header is brought up to date twice a second, so that
 // the file is whole whenever the process ends.
 
+#include <memory>
 #include <string>
 
 #include "platform/directsound.h"
+#include "platform/outputnews.h"
 #include "platform/platformsettings.h"
 #include "slib/log.h"
 
@@ -15,6 +17,7 @@ namespace platform {
 struct WaveFileOutput {
     std::string path;
     PlatformSettings::Pace pace = PlatformSettings::Pace::Renderer;
+    std::shared_ptr<OutputNews> news;  ///< is told of interruptions; null for nobody
 };
 
 /// Each ring made on the device writes a file of 32-bit integers. The first one of the process is the path

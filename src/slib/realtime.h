@@ -8,8 +8,8 @@
 //       renderer needs for them, the copy takes pointers, and what the renderer has done with is freed by the
 //       game (`slib::RetireList`). The one exception is an effect whose memory was spoilt by samples that
 //       aren't finite, which is renewed;
-//     - no lock is taken but those that docs/architecture.md names for the copy, the merge, foldback and the
-//       peak, each held for a moment by everybody;
+//     - no lock is taken but those that docs/architecture.md names for the copy, the merge, foldback, the
+//       levels and the status page, each held for a moment by everybody;
 //     - no system call is made but the pipe's wait for room in the ring, its reading of the clock, and the
 //       hand-over to the decoder's own thread;
 //     - nothing is logged, no file is touched, no name is looked up, no thread is started;

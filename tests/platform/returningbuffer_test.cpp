@@ -140,12 +140,14 @@ TEST_F(Returning, OutputThatGoesAway_IsAskedForUntilItIsBack) {
     EXPECT_NEAR(static_cast<double>(ramp.played - before),
                 static_cast<double>(NowNanoseconds() - start) * 48e-6, 48 * 30);
     EXPECT_GE(server.questions, 3);
+    EXPECT_TRUE(news->isAway);
     server.isGone = false;
     Play(1500ms);
     EXPECT_EQ(log.Lines(),
               "E:The sound output went away: the sound isn't heard until it is back."
               "I:The sound output is back.");
     EXPECT_EQ(news->returns, 1U);
+    EXPECT_FALSE(news->isAway);
     const std::vector<std::int64_t> heard = HeardFrames();
     ExpectRamp(heard, 1);
     EXPECT_EQ(heard[0], 1);
@@ -183,6 +185,7 @@ TEST_F(Returning, WhatTheWriterIsLateWith_IsSilenceWithFades) {
         steepestFall = std::min(steepestFall, step);
     }
     EXPECT_GT(silent, 0.3 * Ramp::rate);
+    EXPECT_GE(news->interruptions, 1U);
     EXPECT_LT(greatestRise, greatest / 16);
     EXPECT_GT(steepestFall, -greatest / 16);
     EXPECT_TRUE(log.Lines().starts_with("I:The sound was interrupted ")) << log.Lines();

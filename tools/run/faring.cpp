@@ -6,11 +6,9 @@ namespace tool {
 namespace {
 
 std::string Lateness(const GameStatus& game) {
-    const bool isOne = game.lateBlocks == 1;
     const std::string load = std::to_string(std::lround(100 * game.greatestLoad)) + "%";
-    std::string line = "'" + game.program + "': " + std::to_string(game.lateBlocks) + " of " +
-                       std::to_string(game.blocks) + (isOne ? " blocks was" : " blocks were") +
-                       " late, so the sound may have faltered. ";
+    std::string line = "'" + game.program + "': blocks were late " + std::to_string(game.lateBlocks) +
+                       (game.lateBlocks == 1 ? " time" : " times") + ", and the sound was interrupted. ";
     if (game.greatestLoad < 1)
         return line + "No block took more than " + load +
                " of its time, so more buffers help: tessarune-config set SuggestedBufferCount 8";
