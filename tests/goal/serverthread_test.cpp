@@ -45,10 +45,10 @@ public:
     std::atomic<double> waited{-1};  // s, as the pipe tells
     int filterOrder = 0;
     int renderedOrder = 0;
-    std::array<float, 2> lastFrame{};
+    std::array<std::atomic<float>, 2> lastFrame{};
     audiopipe::OutputState outputState;
     std::atomic<int> blocks{0}, runs{0}, hastyBlocks{0};
-    bool isRoomAwaited = false;  // since the last block
+    std::atomic<bool> isRoomAwaited{false};  // since the last block
     std::string destroyed;
 
     FormatLibrary OpenFormatLibrary(const std::string&, slib::Log*) override {
@@ -94,7 +94,8 @@ private:
             return TestPipe::GetBufferLength();
         }
         void Write(const float* playback, float*) override {
-            owner.lastFrame = {playback[0], playback[1]};
+            owner.lastFrame[0] = playback[0];
+            owner.lastFrame[1] = playback[1];
             ++owner.blocks;
             owner.at("write");
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -110,7 +111,7 @@ private:
         explicit Renderer(ScriptedMachinery& owner) : owner(owner) {}
         ~Renderer() override { owner.destroyed += "renderer "; }
         void renderBlock(RenderSnapshot&, RenderOutput& output) override {
-            if (!std::exchange(owner.isRoomAwaited, false)) ++owner.hastyBlocks;
+            if (!owner.isRoomAwaited.exchange(false)) ++owner.hastyBlocks;
             std::fill_n(output.spatial.channels[0], output.spatial.frames, 1.0F);
             output.lowFrequencyWritten = output.hasLowFrequency;
             std::fill_n(output.lowFrequency.data, output.lowFrequency.size, 0.5F);
