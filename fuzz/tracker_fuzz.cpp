@@ -1,5 +1,6 @@
-// Fuzz target for the packets of head trackers: whatever a program of this machine sends, a pose is a turn and
-// nothing else. Also linked with replay_main.cpp into a program that runs the corpus in the ordinary tests.
+// Fuzz target for the packets of head trackers: whatever a program of this machine sends, a pose is a turn
+// and nothing else. Also linked with replay_main.cpp into a program that runs the corpus in the ordinary
+// tests.
 
 #include <cmath>
 #include <cstddef>

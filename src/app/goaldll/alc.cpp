@@ -101,7 +101,8 @@ Attributes ReadAttributes(const ALCint* list) {
 std::unique_ptr<Context> AllocateContext(Process& process) {
     try {
         auto context = std::make_unique<Context>(process.engine);
-        context->monitor = std::make_unique<goal::ConfigMonitor>(process.engine.configuration, context->recordings);
+        context->monitor =
+            std::make_unique<goal::ConfigMonitor>(process.engine.configuration, context->recordings);
         return context;
     } catch (const std::bad_alloc& exception) {
         process.FailAlc(exception.what(), ALC_OUT_OF_MEMORY);
