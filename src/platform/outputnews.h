@@ -11,7 +11,7 @@ struct OutputNews {
     std::atomic<bool> hasChanged{false};          ///< the output would be opened differently now
     std::atomic<std::uint32_t> returns{0};        ///< of one that had gone away, or was replaced
     std::atomic<bool> isAway{false};              ///< it went away, and is looked for: nothing is heard
-    std::atomic<std::uint32_t> interruptions{0};  ///< so far: what was written late was silence meanwhile
+    std::atomic<std::uint32_t> interruptions{0};  ///< of the sound so far, since something was late
     std::atomic<bool> isPatient{false};           ///< it waits for what is late, however long that takes
 };
 

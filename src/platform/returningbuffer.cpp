@@ -64,7 +64,9 @@ void StreamOutlet::NoteNearlyEmpty(std::uint32_t mostLate) {
 }
 
 void StreamOutlet::NoteUnderflow() {
-    if (hasSettled.load(std::memory_order_relaxed)) NoteNearlyEmpty(1);
+    if (!hasSettled.load(std::memory_order_relaxed)) return;
+    ++news->interruptions;
+    NoteNearlyEmpty(1);
 }
 
 // After the buffer was given another size, which the next request fills or waits for.
@@ -164,7 +166,7 @@ void ReturningBuffer::Release() {
 
 ReturningBuffer::Feed ReturningBuffer::MakeFeed() {
     Feed made;
-    made.outlet = std::make_unique<StreamOutlet>(shape, capacity, signal);
+    made.outlet = std::make_unique<StreamOutlet>(shape, capacity, signal, news);
     return made;
 }
 

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <utility>
 
 #include "platform/fedbuffer.h"
 #include "platform/outputnews.h"
@@ -26,9 +27,15 @@ class ReturningBuffer;
 class StreamOutlet {
 public:
     /// `capacity` is the number of frames that the stream's buffer holds. `keeperSignal` is posted when the
-    /// stream is lost or its buffer too small, and outlives this object.
-    StreamOutlet(const RingShape& shape, std::uint32_t capacity, slib::Semaphore& keeperSignal)
-        : channels(shape.channels), rate(shape.rate), capacity(capacity), keeperSignal(keeperSignal) {}
+    /// stream is lost or its buffer too small, and outlives this object. `news` is told of
+    /// interruptions.
+    StreamOutlet(const RingShape& shape, std::uint32_t capacity, slib::Semaphore& keeperSignal,
+                 std::shared_ptr<OutputNews> news)
+        : channels(shape.channels),
+          rate(shape.rate),
+          capacity(capacity),
+          keeperSignal(keeperSignal),
+          news(std::move(news)) {}
     StreamOutlet(const StreamOutlet&) = delete;
     StreamOutlet& operator=(const StreamOutlet&) = delete;
 
@@ -56,6 +63,7 @@ private:
     const std::uint32_t rate;  // Hz
     std::atomic<std::uint32_t> capacity;
     slib::Semaphore& keeperSignal;
+    const std::shared_ptr<OutputNews> news;
     std::atomic_flag isBusy;    // who has set it may use `ring`
     FedBuffer* ring = nullptr;  // borrowed
     std::atomic<bool> isLost{false};
