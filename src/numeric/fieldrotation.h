@@ -4,6 +4,7 @@
 // the audio thread whenever the rotation changes, and allocates nothing.
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -21,7 +22,7 @@ public:
     /// What a part's matrix has room for: channel `from` goes into channel `to` with the factor
     /// [from * partStride + to], both counted within the part.
     static constexpr std::uint32_t partStride = 16, mostPartChannels = 15;
-    using PartMatrix = std::array<float, partStride * mostPartChannels>;
+    using PartMatrix = std::array<float, std::size_t{partStride} * mostPartChannels>;
     using Matrix = std::array<PartMatrix, 2>;
 
     /// The channels of even degree, or those of odd degree: a rotation keeps the two apart.
