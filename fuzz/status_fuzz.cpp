@@ -32,7 +32,7 @@ void CheckNumbers(const tool::GameStatus& status) {
         Check(isLevel(effect.gain));
     for (const tool::GameSource& source : status.sources)
         Check(isLevel(source.level) && source.distance >= 0 && source.distance <= 1e12 &&
-              std::ranges::max({std::fabs(source.x), std::fabs(source.y), std::fabs(source.z)}) <= 1);
+              std::max({std::fabs(source.x), std::fabs(source.y), std::fabs(source.z)}) <= 1);
 }
 
 }  // namespace
