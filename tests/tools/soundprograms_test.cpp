@@ -29,10 +29,10 @@ int MarkedColumn(const std::string& table, const std::string& row) {
 
 TEST_F(Tools, Demo_RecordsEachVoiceFromItsSpeakerAndLeavesTheStoreAlone) {
     Config({"set", "Order", "2"});
-    const path wave = folder.path / "demo.wav";
+    const path wave = folder.path / "demo.wav", field = folder.path / "demo.caf";
     const std::string before = ReadFile(files.UserFile());
-    const Outcome demo =
-        Run("tessarune-demo", {"--quick", "--part", "voices", "--layout", "5.1", "--wav", wave.string()});
+    const Outcome demo = Run("tessarune-demo", {"--quick", "--part", "voices", "--layout", "5.1", "--wav",
+                                                wave.string(), "--ambix", field.string()});
     EXPECT_EQ(demo.status, 0) << demo.error;
     EXPECT_EQ(ReadFile(files.UserFile()), before);
     EXPECT_THAT(demo.out, AllOf(HasSubstr("side left, 90 degrees left"), HasSubstr("Starting Tessarune")));
@@ -43,7 +43,8 @@ TEST_F(Tools, Demo_RecordsEachVoiceFromItsSpeakerAndLeavesTheStoreAlone) {
         EXPECT_EQ(MarkedColumn(demo.out, voice), channel) << voice << " in " << demo.out;
     EXPECT_LE(MarkedColumn(demo.out, "Front_Center"), 2);
     EXPECT_THAT(Run("tessarune-demo", {"--list", "--voices", folder.path}).out, HasSubstr("(a bell)"));
-    EXPECT_GE(std::filesystem::file_size(wave), 7u * 6 * 4 * 48000);  // seconds of six channels
+    EXPECT_GE(std::filesystem::file_size(wave), 7u * 6 * 4 * 48000);   // seconds of six channels
+    EXPECT_GE(std::filesystem::file_size(field), 7u * 9 * 4 * 48000);  // of order 2
 }
 
 // The loudest channel of each sound.

@@ -28,6 +28,13 @@ function updateMeter({ parts: { bar, figure } }, { peak, rms }) {
 
 const milliseconds = (frames, rate) => `${formatFixed((1000 * frames) / (rate || 48000), 0)} ms`;
 
+/** Where a tracked head is turned to, as "30° left, 5° up". */
+function headText({ speaks, yaw, pitch }) {
+    if (!speaks) return 'no tracker';
+    const part = (angle, positive, negative) => `${formatFixed(Math.abs(angle), 0)}° ${angle < 0 ? negative : positive}`;
+    return `${part(yaw, 'left', 'right')}, ${part(pitch, 'up', 'down')}`;
+}
+
 /** The figures of a game: name, value, and whether it is a reason to worry. @returns {[string, string, boolean][]} */
 function figures(game) {
     return [
@@ -37,6 +44,8 @@ function figures(game) {
         ['sources', formatCount(game.sourcesPlaying), false],
         ['latency', milliseconds(game.latencyFrames, game.sampleRate), false],
         ['limiter', game.limiterGain < -0.05 ? formatLevel(game.limiterGain) : 'at rest', game.limiterGain < -3],
+        ...(game.tracker?.listens ? [['head', headText(game.tracker), false]] : []),
+        ...(game.recordsField || game.recordsOutput ? [['recording', 'yes', false]] : []),
     ];
 }
 
