@@ -25,7 +25,7 @@ constexpr auto whatTexts = slib::MakeEnumTexts<RecordingRequest::What>("Field", 
 
 template <typename Number>
 Number NumberOf(const slib::SXMLNode& node, const char* attribute) {
-    const std::string text(node.GetAttribute(attribute));
+    const std::string& text = node.GetAttribute(attribute);
     Number number{};
     std::from_chars(text.data(), text.data() + text.size(), number);
     return number;
