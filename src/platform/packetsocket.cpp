@@ -7,6 +7,7 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <string>
 
 #include "slib/exception.h"
@@ -45,10 +46,11 @@ PacketSocket::PacketSocket(std::uint16_t port) : owner(getpid()), descriptor(Ope
                         setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience) == 0 &&
                         bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
     if (!isOpen) {
-        const slib::OperatingSystemErrnoException failure("Port " + std::to_string(port) +
-                                                          " of this machine can't be listened to.");
+        const int reason = errno;
         if (descriptor >= 0) close(descriptor);
-        throw failure;
+        errno = reason;
+        throw slib::OperatingSystemErrnoException("Port " + std::to_string(port) +
+                                                  " of this machine can't be listened to.");
     }
     file = FileOf(descriptor);
 }
