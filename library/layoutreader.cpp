@@ -14,24 +14,17 @@
 #include "library/layoutbuilder.h"
 #include "slib/exception.h"
 #include "slib/text.h"
+#include "slib/trimmed.h"
 
 namespace design {
 namespace {
 
 constexpr std::size_t mostBytes = 4'000'000;
 
-std::string_view Trimmed(std::string_view text) {
-    while (!text.empty() && slib::IsSpace(text.front()))
-        text.remove_prefix(1);
-    while (!text.empty() && slib::IsSpace(text.back()))
-        text.remove_suffix(1);
-    return text;
-}
-
 // Takes the part before the first `mark` off `text`, and the mark with it.
 std::string_view TakeUntil(std::string_view& text, char mark) {
     const std::size_t end = std::min(text.find(mark), text.size());
-    const std::string_view head = Trimmed(text.substr(0, end));
+    const std::string_view head = slib::Trimmed(text.substr(0, end));
     text.remove_prefix(std::min(end + 1, text.size()));
     return head;
 }
@@ -74,9 +67,9 @@ private:
             Fail("A line is \"name: <layout>\" or \"<speaker>: azimuth 30, distance 2\".");
         const std::string label(TakeUntil(text, ':'));
         if (label.empty()) Fail("A speaker needs a label before the colon.");
-        if (slib::toLower(label) == "name") return Take([&] { builder.SetName(Trimmed(text)); });
+        if (slib::toLower(label) == "name") return Take([&] { builder.SetName(slib::Trimmed(text)); });
         if (slib::toLower(label) == "crossover")
-            return Take([&] { builder.SetCrossover(NumberOf("crossover", Trimmed(text))); });
+            return Take([&] { builder.SetCrossover(NumberOf("crossover", slib::Trimmed(text))); });
         AddSpeaker(label, text);
     }
 
@@ -101,7 +94,7 @@ private:
 
     void ReadProperty(std::string_view text, RoomSpeaker& speaker, Coordinates& coordinates) const {
         const std::string word = slib::toLower(TakeUntil(text, ' '));
-        const std::string_view value = Trimmed(text);
+        const std::string_view value = slib::Trimmed(text);
         const auto known = std::ranges::find(words, word);
         if (known != words.end())
             SetCoordinate(coordinates[static_cast<std::size_t>(known - words.begin())], word, value);

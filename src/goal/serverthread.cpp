@@ -343,9 +343,9 @@ void ServerThread::Perform(Machine& run) {
     {
         const Recorded recorded(*context, run);
         RenderBlocks(run);
+        ReportRights();
+        SetUrgent(run, false);  // before files are completed
     }
-    ReportRights();
-    SetUrgent(run, false);
     if (run.configuration.goalConfig.measureOutputPeak) run.decoder->reportPeak(mainLog);
 }
 

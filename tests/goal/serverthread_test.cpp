@@ -11,6 +11,7 @@
 #include <atomic>
 #include <chrono>
 #include <cmath>
+#include <filesystem>
 #include <functional>
 #include <span>
 #include <string>
@@ -25,6 +26,7 @@
 #include "goal/statuspage.h"
 #include "orb3core/store/configstore.h"
 #include "pipe/pipeexception.h"
+#include "platform/packetsocket.h"
 #include "tests/support/defaultdocument.h"
 #include "tests/support/failure.h"
 #include "tests/support/recordinglog.h"
@@ -48,6 +50,7 @@ public:
     std::array<std::atomic<float>, 2> lastFrame{};
     audiopipe::OutputState outputState;
     std::atomic<int> blocks{0}, runs{0}, hastyBlocks{0};
+    std::atomic<float> leftward{0};          // of the first order of what is rendered
     std::atomic<bool> isRoomAwaited{false};  // since the last block
     std::string destroyed;
 
@@ -113,6 +116,7 @@ private:
         void renderBlock(RenderSnapshot&, RenderOutput& output) override {
             if (!owner.isRoomAwaited.exchange(false)) ++owner.hastyBlocks;
             std::fill_n(output.spatial.channels[0], output.spatial.frames, 1.0F);
+            std::fill_n(output.spatial.channels[2], output.spatial.frames, owner.leftward.load());
             output.lowFrequencyWritten = output.hasLowFrequency;
             std::fill_n(output.lowFrequency.data, output.lowFrequency.size, 0.5F);
         }
@@ -233,6 +237,40 @@ TEST_F(ServerThreadTest, SettingsAndTheGamesRateUnlessTold_ReachTheMachinery) {
     EXPECT_DOUBLE_EQ(gain, 0.9);
     EXPECT_EQ(machinery.filterOrder, 2);
     EXPECT_EQ(machinery.renderedOrder, 2);
+}
+
+// The outputs play what comes from ahead, and a source stands at the left. A plane wave from ahead has
+// -sqrt(12 pi) in the harmonic that they play.
+TEST_F(ServerThreadTest, AHeadThatTurnsToASource_HasItAheadAndBothSignalsAreRecorded) {
+    constexpr std::uint16_t port = 42423;
+    const testing_support::TemporaryFolder folder;
+    Configure([](orb3::GoalConfig& c) {
+        c.headTracking = orb3::HeadTracking::Always;
+        c.headTrackingPort = port;
+    });
+    machinery.leftward = 1;
+    machinery.answer = [](OutputSetUp& output) {
+        output.transform.impulses.fill({0});
+        output.transform.impulses(3, 0) = output.transform.impulses(3, 1) = {-0.5F / std::sqrt(37.699112F)};
+    };
+    auto context = StartContext();
+    AwaitBlocks(3);
+    EXPECT_NEAR(machinery.lastFrame[0], 0, 1e-6);
+    context->recordings.Ask(RecordingRequest{1, 2, 3, RecordingRequest::What::Both, folder.path / "a.wav"});
+    const int before = machinery.blocks;
+    const std::array<double, 6> packet{0, 0, 0, 90, 0, 0};
+    for (int i = 0; i < 300 && machinery.lastFrame[0] < 0.499F; ++i) {
+        static_cast<void>(platform::PacketSocket::Send(port, std::as_bytes(std::span(packet))));
+        AwaitBlocks(2);
+    }
+    EXPECT_NEAR(machinery.lastFrame[0], 0.5, 1e-3);
+    const int recorded = machinery.blocks - before - 2;
+    context.reset();
+    constexpr int blockBytes = 512 * 4;
+    EXPECT_GE(static_cast<int>(std::filesystem::file_size(folder.path / "a.wav")),
+              recorded * blockBytes * 16);
+    EXPECT_GE(static_cast<int>(std::filesystem::file_size(folder.path / "a-output.wav")),
+              recorded * blockBytes * 2);
 }
 
 TEST_F(ServerThreadTest, Answers_OfTheSetUp_AreTakenAndStored) {

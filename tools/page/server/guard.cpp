@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "slib/text.h"
+#include "slib/trimmed.h"
 
 namespace page {
 namespace {
@@ -21,14 +22,6 @@ std::optional<std::string> Find(const Head& head, std::string_view name) {
         head.headers, [&](const auto& header) { return slib::EqualIgnoringCase(header.first, name); });
     if (found == head.headers.end()) return std::nullopt;
     return found->second;
-}
-
-std::string_view Trimmed(std::string_view text) {
-    while (!text.empty() && slib::IsSpace(text.front()))
-        text.remove_prefix(1);
-    while (!text.empty() && slib::IsSpace(text.back()))
-        text.remove_suffix(1);
-    return text;
 }
 
 // Two of them could be read as the one here and as the other elsewhere.
@@ -133,7 +126,7 @@ HeaderLines HeadersOf(std::string_view head) {
         const std::string_view line = head.substr(0, head.find('\n'));
         const std::size_t colon = line.find(':');
         if (colon != std::string_view::npos)
-            lines.emplace_back(Trimmed(line.substr(0, colon)), Trimmed(line.substr(colon + 1)));
+            lines.emplace_back(slib::Trimmed(line.substr(0, colon)), slib::Trimmed(line.substr(colon + 1)));
     }
     return lines;
 }
