@@ -6,7 +6,7 @@
 //     field -> M(from) + course * (M(to) - M(from)) -> decoder
 //
 // The matrix moves along the block from the head's place at its beginning to that at its end, in a line for
-// each sample. A line isn't a circle: where the turn is quick the block is taken in two lines.
+// each sample. A line isn't a circle: where the turn is quick the block is taken in several of them.
 
 #include <cstdint>
 #include <vector>
