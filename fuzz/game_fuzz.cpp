@@ -21,18 +21,18 @@ using testing_support::Dice;
 
 constexpr soak::Cast cast{.sources = 24, .buffers = 16, .slots = 6, .effects = 16, .filters = 4};
 
-void Restart(Dice& dice) {
+void Restart(const soak::World& world, Dice& dice) {
     orb3::SharedConfiguration& shared = goal::TheProcess().engine.configuration;
     const slib::Lock lock(shared.configurationMutex);
     shared.pendingConfiguration = shared.configuration;
-    soak::Vary(shared.pendingConfiguration.goalConfig, dice);
+    soak::Vary(shared.pendingConfiguration.goalConfig, world.trackerPort, dice);
     shared.isRestartRequested = true;
 }
 
 // What the game's main thread does beside the players.
 void Direct(soak::World& world, Dice& dice) {
     for (unsigned rest = 1 + dice.Below(6); rest > 0; --rest) {
-        Restart(dice);
+        Restart(world, dice);
         dice.OneIn(3) ? alRequestFoldbackStop() : world.foldback.Start(dice);
         soak::Nap(dice.Below(60));
     }

@@ -1,10 +1,14 @@
-// The whole at once, for a while: 255 sources of all formats, all effects, four threads of a game at random
-// calls, restarts for changed configurations, contexts that come and go, and an output that misbehaves. What
-// it looks for are crashes, races, leaks and deadlocks, so its full worth is under the sanitizers.
+// The whole at once, for a while: 255 sources of all formats, all effects, both sounds, four threads of a
+// game at random calls, restarts for changed configurations, contexts that come and go, a head tracker,
+// recordings, rooms that are put in force, readers of the status page; and an output that misbehaves, or with
+// "server" a sound server that is killed now and then, a profile with every switch on, a second game in the
+// process and a microphone. What it looks for are crashes, races, leaks and deadlocks, so its full worth is
+// under the sanitizers; and it watches memory, descriptors, threads and the store.
 //
-//     soak [SECONDS [SEED]]      8 seconds, and a seed of the clock's
+//     soak [SECONDS [SEED [server]]]      8 seconds, and a seed of the clock's
+//
+// TESSARUNE_PROGRAMS is the folder of tessarune-config, where that isn't in the same build tree.
 
-#include <malloc.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -12,6 +16,8 @@
 #include <memory>
 
 #include "app/goaldll/process.h"
+#include "tests/soak/companions.h"
+#include "tests/soak/usage.h"
 #include "tests/support/defaultdocument.h"
 #include "tests/support/randomgame.h"
 #include "tests/support/tasks.h"
@@ -38,11 +44,6 @@ private:
     World& world;
     slib::Log& target;
 };
-
-double AllocatedMebibytes() {
-    const auto info = mallinfo2();  // all 0 under a sanitizer
-    return static_cast<double>(info.uordblks + info.hblkhd) / (1 << 20);
-}
 
 // The thread that makes and destroys contexts, changes the configuration and asks for foldback, while the
 // players call.
@@ -104,7 +105,7 @@ private:
         orb3::SharedConfiguration& shared = goal::TheProcess().engine.configuration;
         const slib::Lock lock(shared.configurationMutex);
         orb3::Configuration next = shared.configuration;
-        Vary(next.goalConfig, dice);
+        Vary(next.goalConfig, world.trackerPort, dice);
         next.useDirectSoundAutoselect = dice.OneIn(2);
         if (!next.layouts.empty()) next.selectedName = dice.Of(next.layouts)->format;
         if (dice.OneIn(3)) return testing_support::StoreDocument(next);  // the monitor may see it
@@ -117,13 +118,13 @@ private:
     const Clock::time_point start = Clock::now();
 };
 
-void CheckEnd(World& world) {
-    for (const auto& slot : goal::TheProcess().engine.device.bufferPool.slots)
-        if (slot.buffer != nullptr && slot.buffer->useCount != 0)
-            world.Fault("A buffer is in use though there is no context.");
-    if (world.output.openObjects != 0) world.Fault("Objects of the sound system were left open.");
-    if (world.calls == 0 || world.output.audibleFrames == 0 || world.restarts == 0)
-        world.Fault("There were no calls, no sound or no restart.");
+// Every switch of a profile, for this program.
+void AllowEverything(const testing_support::TemporaryStore& store) {
+    std::filesystem::create_directories(store.UserFile().parent_path());
+    std::ofstream(store.UserFile())
+        << "[Games]\nProfiles=<Games><Game Name=\"Soak\" Programs=\"soak\" QuietLookups=\"True\" "
+           "ThreadContexts=\"True\" SeveralContexts=\"True\" StandardErrors=\"True\" "
+           "Capture=\"True\"/></Games>\n";
 }
 
 // What varies are the random sounds in the buffers.
@@ -133,21 +134,137 @@ void CheckMemory(World& world, const Director& director) {
     if (director.settled > 0 && director.allocated > director.settled + 32) world.Fault("Memory grows.");
 }
 
-void RunFor(World& world, std::chrono::seconds duration) {
-    Director director(world);
-    Player players[]{{world, 0}, {world, 1}, {world, 2}, {world, 3}};
-    std::vector<std::thread> threads;
-    for (Player& player : players)
-        threads.emplace_back([&] { player.Play(); });
-    threads.emplace_back([&] { director.Direct(); });
-    std::this_thread::sleep_for(duration);
-    world.isOver = true;
-    for (std::thread& thread : threads)
-        thread.join();
-    CheckMemory(world, director);
+// The companions, and the one that the form of the soak has besides.
+struct Company {
+    Company(World& world, const testing_support::TemporaryStore& store)
+        : tracker(world), reader(world), person(world, store.folder.path, Programs() / "tessarune-config") {}
+
+    static std::filesystem::path Programs() {
+        const char* const given = std::getenv("TESSARUNE_PROGRAMS");
+        return given != nullptr ? std::filesystem::path(given) : testing_support::BuildTree() / "bin";
+    }
+
+    HeadTracker tracker;
+    StatusReader reader;
+    Person person;
+};
+
+struct OtherGames {
+    explicit OtherGames(World& world) : second(world), chat(world) {}
+
+    SecondGame second;
+    VoiceChat chat;
+};
+
+class Soak {
+public:
+    Soak(World& world, const testing_support::TemporaryStore& store, bool isOnAServer)
+        : world(world), store(store), company(world, store) {
+        if (!isOnAServer) return;
+        server.emplace(world, store.folder.path);
+        others.emplace(world);
+    }
+
+    void RunFor(std::chrono::seconds duration) {
+        WarmUp();
+        const Usage before = Usage::Now(store);
+        Live(duration);
+        testing_support::WaitForTasks();
+        // The thread of the log stays for half a second.
+        for (int i = 0; i < 40 && !Usage::Now(store).IsAsFewAs(before); ++i)
+            Nap(50);
+        std::cout << "before  " << before.Row() << "\nafter   " << Usage::Now(store).Row() << "\n";
+        if (!Usage::Now(store).IsAsFewAs(before)) world.Fault("Descriptors or threads are left.");
+    }
+
+    void Report() const {
+        std::cout << company.tracker.packets << " packets of a tracker, " << company.reader.reads
+                  << " readings of the status page (" << company.reader.heads << " with a head, "
+                  << company.reader.recordings << " of a recording, " << company.reader.away
+                  << " with the output away), " << company.person.commands << " commands, "
+                  << company.person.rooms << " rooms put in force, " << company.person.files
+                  << " recordings of " << company.person.mebibytes << " MiB.\n";
+        if (server)
+            std::cout << server->kills << " servers killed, " << others->second.contexts
+                      << " second contexts, " << others->chat.frames << " frames of a microphone.\n";
+    }
+
+    // A change of the settings at the same time may get in its way.
+    bool HasPutRoomsInForce() const { return company.person.rooms > 0 || company.person.attempts < 5; }
+
+    bool WasHeard() const {
+        return world.output.audibleFrames != 0 ||
+               (server && company.reader.last && company.reader.last->greatestPeak > 0);
+    }
+
+private:
+    // What is made once for the process is there afterwards.
+    static void WarmUp() {
+        for (int i = 0; i < 2; ++i) {
+            ALCcontext* const context = alcCreateContext(alcOpenDevice(nullptr), nullptr);
+            Nap(300);
+            if (context != nullptr) alcDestroyContext(context);
+        }
+        testing_support::WaitForTasks();
+        Nap(1000);
+    }
+
+    void Live(std::chrono::seconds duration) {
+        Director director(world);
+        Player players[]{{world, 0}, {world, 1}, {world, 2}, {world, 3}};
+        std::vector<std::thread> threads;
+        const auto start = [&](auto&& live) { threads.emplace_back(live); };
+        for (Player& player : players)
+            start([&] { player.Play(); });
+        start([&] { director.Direct(); });
+        start([&] { company.tracker.Live(); });
+        start([&] { company.reader.Live(); });
+        if (std::filesystem::exists(Company::Programs() / "tessarune-config"))
+            start([&] { company.person.Live(); });
+        if (server) start([&] { server->Live(); });
+        if (others) start([&] { others->second.Live(); });
+        if (others) start([&] { others->chat.Live(); });
+        Watch(duration);
+        world.isOver = true;
+        for (std::thread& thread : threads)
+            thread.join();
+        CheckMemory(world, director);
+    }
+
+    // A row for each of twenty parts, but not more than one a minute.
+    void Watch(std::chrono::seconds duration) {
+        const auto begin = Clock::now(), end = begin + duration;
+        const auto part = std::max<Clock::duration>(duration / 20, std::chrono::minutes(1));
+        for (auto next = begin + part; Clock::now() < end;
+             std::this_thread::sleep_for(std::chrono::seconds(1))) {
+            const Usage usage = Usage::Now(store);
+            if (!usage.IsBounded()) world.Fault("Too much is in use: " + usage.Row());
+            if (Clock::now() < next) continue;
+            next += part;
+            std::cout << std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - begin).count()
+                      << " s  " << usage.Row() << ", " << world.restarts << " restarts" << std::endl;
+        }
+    }
+
+    World& world;
+    const testing_support::TemporaryStore& store;
+    Company company;
+    std::optional<ServerOwner> server;
+    std::optional<OtherGames> others;
+};
+
+void CheckEnd(World& world, const Soak& soak) {
+    for (const auto& slot : goal::TheProcess().engine.device.bufferPool.slots)
+        if (slot.buffer != nullptr && slot.buffer->useCount != 0)
+            world.Fault("A buffer is in use though there is no context.");
+    if (world.output.openObjects != 0) world.Fault("Objects of the sound system were left open.");
+    if (!soak.HasPutRoomsInForce()) world.Fault("No room could be put in force.");
+    if (world.calls == 0 || !soak.WasHeard() || world.restarts == 0)
+        world.Fault("There were no calls, no sound or no restart.");
 }
 
-void Soak(World& world, std::chrono::seconds duration) {
+void RunSoak(World& world, const testing_support::TemporaryStore& store, std::chrono::seconds duration,
+             bool isOnAServer) {
     goal::Process& process = goal::TheProcess();
     Witness witness(world, process.log);
     Dice seeds(world.seed + 100);
@@ -155,11 +272,13 @@ void Soak(World& world, std::chrono::seconds duration) {
         return std::make_shared<testing_support::MisbehavingSystem>(world.output, seeds.Below(1U << 31));
     });
     process.engine.log = &witness;
-    process.engine.machinery = &machinery;
+    if (!isOnAServer) process.engine.machinery = &machinery;
     std::vector<ALuint> names(world.cast.buffers);
     alGenBuffers(static_cast<ALsizei>(names.size()), names.data());
-    RunFor(world, duration);
-    CheckEnd(world);
+    Soak soak(world, store, isOnAServer);
+    soak.RunFor(duration);
+    CheckEnd(world, soak);
+    soak.Report();
     std::cout << world.calls << " calls, " << world.contexts << " contexts, " << world.restarts
               << " restarts, " << world.faults << " faults.\n";
     process.engine.machinery = &process.machinery;
@@ -172,10 +291,13 @@ void Soak(World& world, std::chrono::seconds duration) {
 int main(int count, char** arguments) {
     const long seconds = count > 1 ? std::atol(arguments[1]) : 8;
     const long seed = count > 2 ? std::atol(arguments[2]) : getpid();
-    std::cout << "A soak of " << seconds << " seconds with seed " << seed << "." << std::endl;
+    const bool isOnAServer = count > 3 && std::string_view(arguments[3]) == "server";
+    std::cout << "A soak of " << seconds << " seconds with seed " << seed
+              << (isOnAServer ? " on a server" : "") << "." << std::endl;
     const testing_support::TemporaryStore store;
+    if (isOnAServer) soak::AllowEverything(store);
     testing_support::StoreDocument();
     soak::World world{.seed = static_cast<unsigned>(seed)};
-    soak::Soak(world, std::chrono::seconds(seconds));
+    soak::RunSoak(world, store, std::chrono::seconds(seconds), isOnAServer);
     return world.faults == 0 ? 0 : 1;
 }

@@ -4,6 +4,8 @@
 // wrong ones. Names are small numbers that stay the same ones, whatever is deleted and made anew, since a new
 // object gets the lowest. A quarter of them are deleted at any time.
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -41,6 +43,7 @@ struct World {
     testing_support::Misbehaviour output{};
     std::atomic<std::uint64_t> calls{0}, contexts{0}, restarts{0}, faults{0};
     testing_support::FoldbackRing foldback{[this] { Fault("The events of foldback came out of order."); }};
+    const std::uint16_t trackerPort = static_cast<std::uint16_t>(20000 + getpid() % 20000);
     std::mutex handleMutex{};       ///< guards `context`, for calls that trust a handle
     ALCcontext* context = nullptr;  ///< null while there is none
     std::mutex namesMutex{};        ///< between a delete of a buffer and the look at its name nobody gets one
@@ -82,14 +85,17 @@ inline void MakeObjects(const Cast& cast) {
     }
 }
 
-/// Other settings of the renderer.
-inline void Vary(orb3::GoalConfig& settings, Dice& dice) {
+/// Other settings of the renderer. What follows a head tracker listens at `trackerPort`.
+inline void Vary(orb3::GoalConfig& settings, std::uint16_t trackerPort, Dice& dice) {
     constexpr int lengths[] = {64, 100, 256, 512, 1024, 2000};
     settings.gain = dice.Between(0.1F, 2);
     settings.order = static_cast<int>(1 + dice.Below(4));
     settings.sampleRateConversion = static_cast<orb3::SampleRateConversion>(dice.Below(6));
     settings.suggestedBufferLength = dice.Of(lengths);
     settings.suggestedBufferCount = static_cast<int>(1 + dice.Below(6));
+    settings.sound = dice.OneIn(2) ? orb3::Sound::Refined : orb3::Sound::Classic;
+    settings.headTracking = static_cast<orb3::HeadTracking>(dice.Below(3));
+    settings.headTrackingPort = trackerPort;
     settings.defaultFilterOrder = static_cast<int>(1 + dice.Below(2));
     for (bool* flag : {&settings.useDirectionalEarlyReflections, &settings.useFullLateReflections,
                        &settings.isLoggingVerbose, &settings.isSuspendSupported, &settings.measureOutputPeak,

@@ -328,10 +328,9 @@ void Player::Make(const RecordedCall& call) {
 
 void Player::Finish() {
     workers.clear();
-    using Destroy = void (*)(void*);
-    const auto destroy = reinterpret_cast<Destroy>(FindEntry(recording::IndexOf("alcDestroyContext")));
+    const auto destroy = reinterpret_cast<LPALCDESTROYCONTEXT>(FindEntry(recording::IndexOf("alcDestroyContext")));
     for (void* const context : std::exchange(contexts, {}))
-        if (destroy != nullptr) destroy(context);
+        if (destroy != nullptr) destroy(static_cast<ALCcontext*>(context));
 }
 
 void* Player::FindEntry(std::size_t index) {
