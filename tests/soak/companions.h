@@ -205,11 +205,10 @@ private:
 
     void ApplyRoom() {
         const std::string file = folder.parent_path() / ("room" + std::to_string(commands) + ".txt");
-        const unsigned count = 4 + dice.Below(5);
         std::string places = " --name Attic" + std::to_string(dice.Below(3));
-        for (unsigned i = 0; i < count; ++i)
-            places += " --place " + std::to_string(i + 1) + " " +
-                      std::to_string(360 * i / count + dice.Below(20)) + (i % 2 == 0 ? " 0 2" : " 25 2.4");
+        for (unsigned i = 0; i < 4; ++i)
+            places += " --place " + std::to_string(i + 1) + " " + std::to_string(90 * i + dice.Below(20)) +
+                      (i % 2 == 0 ? " 0 2" : " 25 2.4");
         Run("set SpeakerSetting Quad");  // the outputs that the room is connected to
         Run("select Quad");
         Run("speakers room " + file + places);
