@@ -103,4 +103,17 @@ void FieldRotation::Make(const RotationMatrix& rotation, Matrix& matrix) const {
             MakeRow(parts[p].inverse[from], turned[p], matrix[p].data() + from * stride);
 }
 
+void FieldRotation::Join(const Matrix& first, const Matrix& second, Matrix& both) const {
+    for (std::size_t p = 0; p < parts.size(); ++p) {
+        const std::size_t count = parts[p].channels.size();
+        for (std::size_t from = 0; from < count; ++from) {
+            std::array<float, stride> sums{};
+            for (std::size_t between = 0; between < count; ++between)
+                for (std::size_t to = 0; to < stride; ++to)
+                    sums[to] += first[p][from * stride + between] * second[p][between * stride + to];
+            std::ranges::copy(sums, both[p].begin() + static_cast<std::ptrdiff_t>(from * stride));
+        }
+    }
+}
+
 }  // namespace hcml

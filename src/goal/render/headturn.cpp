@@ -44,35 +44,39 @@ const hcml::ac::Bus& HeadTurn::Turn(const hcml::ac::Bus& field, const Quaternion
         return turned;
     }
     turned.clear();
-    const Quaternion from = head;
     const auto lines = static_cast<std::uint32_t>(
-        std::clamp(std::ceil(AngleBetween(from, to) / anglePerLine), 1.0, mostLines));
-    for (std::uint32_t line = 0; line < lines; ++line) {
-        const std::uint32_t first = turned.vectors * line / lines, end = turned.vectors * (line + 1) / lines;
-        const double share = static_cast<double>(end) / turned.vectors;
-        if (end > first)
-            MoveOver(field, first, end - first, line + 1 == lines ? to : Between(from, to, share));
+        std::clamp(std::ceil(AngleBetween(head, to) / anglePerLine), 1.0, mostLines));
+    // All lines but the last one are as long, and turn by the same.
+    const std::uint32_t length = (turned.vectors + lines - 1) / lines;
+    const double share = static_cast<double>(length) / turned.vectors;
+    if (lines > 1) rotation.Make(ToMatrix(Inverse(Inverse(head) * Between(head, to, share))), step);
+    for (std::uint32_t first = 0; first < turned.vectors; first += length) {
+        const bool isLast = first + length >= turned.vectors;
+        if (isLast)
+            rotation.Make(ToMatrix(Inverse(to)), next);  // anew, so that no error grows
+        else
+            rotation.Join(current, step, next);
+        MoveOver(field, first, isLast ? turned.vectors - first : length);
+        current = next;
     }
+    head = to;
     return turned;
 }
 
-void HeadTurn::MoveOver(const hcml::ac::Bus& field, std::uint32_t first, std::uint32_t vectors,
-                        const Quaternion& to) {
-    rotation.Make(ToMatrix(Inverse(to)), next);
+void HeadTurn::MoveOver(const hcml::ac::Bus& field, std::uint32_t first, std::uint32_t vectors) {
     for (std::size_t part = 0; part < next.size(); ++part)
         for (std::size_t i = 0; i < next[part].size(); ++i)
             difference[part][i] = next[part][i] - current[part][i];
     const auto frames = static_cast<std::size_t>(vectors) * 4;
+    const float perFrame = 1 / static_cast<float>(frames);
     for (std::size_t i = 0; i < frames; ++i)
-        course[i] = static_cast<float>(i + 1) / static_cast<float>(frames);
+        course[i] = static_cast<float>(i + 1) * perFrame;
     for (std::uint32_t c = 0; c < field.channelCount; ++c) {
         const std::size_t at = std::size_t{4} * first;
         hcml::MultiplyRows(faded.channels[c] + at, field.channels[c] + at, course.data(), vectors);
     }
     Add(field, current, first, vectors);
     Add(faded, difference, first, vectors);
-    current = next;
-    head = to;
 }
 
 void HeadTurn::Add(const hcml::ac::Bus& from, const Matrix& matrix, std::uint32_t first,

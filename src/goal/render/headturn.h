@@ -32,13 +32,13 @@ public:
 private:
     using Matrix = hcml::FieldRotation::Matrix;
 
-    void MoveOver(const hcml::ac::Bus& field, std::uint32_t first, std::uint32_t vectors,
-                  const hcml::Quaternion& to);
+    void MoveOver(const hcml::ac::Bus& field, std::uint32_t first, std::uint32_t vectors);
     void Add(const hcml::ac::Bus& from, const Matrix& matrix, std::uint32_t first, std::uint32_t vectors);
 
     const hcml::FieldRotation rotation;
     hcml::Quaternion head;  // at the end of the last block
     Matrix current{};       // of that
+    Matrix step{};          // of a line of several
     Matrix next{}, difference{};
     hcml::ac::Bus turned;
     hcml::ac::Bus faded;        // the field times the course
