@@ -393,8 +393,17 @@ void ServerThread::SetUp(Machine& run) {
     const orb3::GoalConfig settings = run.configuration.goalConfig;
     const OutputRequest request = orb3::RequestFor(relief.Of(settings), requestedFrequency);
     run.isPromising = true;
-    run.outputSetUp = Explained("Have you run the configuration program? Failed to set up speakers: ", [&] {
+    const auto setUp = [&] {
         return engine.machinery->SetUp(request, activeLog, mainLog, run.configuration, run.library);
+    };
+    run.outputSetUp = Explained("Have you run the configuration program? Failed to set up speakers: ", [&] {
+        try {
+            return setUp();
+        } catch (const slib::OperatingSystemErrnoException&) {
+            // A library that another program has changed since it was opened lacks files that it listed.
+            OpenLibrary(run);
+            return setUp();
+        }
     });
     if (run.outputSetUp.isConfigurationChanged && !IsRepair())
         engine.configuration.StoreConfiguration(run.configuration);

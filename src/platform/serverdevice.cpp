@@ -45,29 +45,30 @@ public:
 
 protected:
     Result MakeBuffer(const RingShape& shape, SoundBufferPtr& buffer) override {
-        if (connection && !connection->IsHere()) return DSERR_NODRIVER;
         struct Made {
             SoundBufferPtr buffer;
             Result result = DSERR_OUTOFMEMORY;
         };
         const auto made = std::make_shared<Made>();
-        const bool isOver = CallBounded([made, shape, connection = connection, watch = watch,
-                                         reconnect = reconnect, log = log] {
-            std::uint32_t capacity = ShortestLatency(shape);
-            if (connection) capacity = std::max(capacity, connection->ShortestBuffer(shape));
-            auto* const opened = new ReturningBuffer(
-                shape, capacity,
-                [reconnect, watch, shape](StreamOutlet& outlet, std::uint32_t wanted) {
-                    return OpenAnew(reconnect, watch, shape, outlet, wanted);
-                },
-                watch.news, log);
-            made->buffer.reset(opened);
-            made->result = DS_OK;
-            if (connection)
+        const bool isOver = CallBounded(
+            [made, shape, connection = connection, watch = watch, reconnect = reconnect, log = log] {
+                std::uint32_t capacity = ShortestLatency(shape);
+                if (connection) capacity = std::max(capacity, connection->ShortestBuffer(shape));
+                auto* const opened = new ReturningBuffer(
+                    shape, capacity,
+                    [reconnect, watch, shape](StreamOutlet& outlet, std::uint32_t wanted) {
+                        return OpenAnew(reconnect, watch, shape, outlet, wanted);
+                    },
+                    watch.news, log);
+                made->buffer.reset(opened);
+                made->result = DS_OK;
+                // Where the server has ended, the buffer looks for it.
+                if (!connection || !connection->IsHere()) return;
                 made->result = opened->Open([&](StreamOutlet& outlet, std::unique_ptr<OutputStream>& stream) {
                     return connection->OpenStream(watch, shape, capacity, outlet, stream);
                 });
-        });
+                if (made->result != DS_OK && !connection->IsHere()) made->result = DS_OK;
+            });
         if (!isOver) return DSERR_NODRIVER;
         if (made->result == DS_OK) buffer = std::move(made->buffer);
         return made->result;

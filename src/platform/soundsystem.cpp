@@ -104,16 +104,23 @@ private:
     std::vector<ServerOutput> Devices() SLIB_REQUIRES(mutex) {
         if (!IsServed()) return {};
         std::vector<ServerOutput> outputs = ListBounded(connection);
-        if (!outputs.empty()) return outputs;
-        connection.reset();
-        connection = ConnectBounded(settings.output);
-        outputs = ListBounded(connection);
-        if (outputs.empty()) connection.reset();
+        if (outputs.empty()) {
+            connection.reset();
+            connection = ConnectBounded(settings.output);
+            outputs = ListBounded(connection);
+        }
+        if (outputs.empty())
+            connection.reset();
+        else
+            listed = outputs;
         return outputs;
     }
 
     SoundDevicePtr Open(const char* identifier) SLIB_REQUIRES(mutex) {
-        const std::vector<ServerOutput> outputs = Devices();
+        std::vector<ServerOutput> outputs = Devices();
+        // A server that has ended since its outputs were listed is waited for, as one that ends while it
+        // plays.
+        if (outputs.empty() && identifier != nullptr) outputs = listed;
         OutputWatch watch{
             .identifier = identifier == nullptr ? "" : identifier, .speakers = {}, .news = news};
         if (!outputs.empty()) {
@@ -171,7 +178,8 @@ private:
     slib::Log* const log;
 
     slib::Mutex mutex;
-    ServerConnectionPtr connection SLIB_GUARDED_BY(mutex);  // null until needed, and when nothing answers
+    ServerConnectionPtr connection SLIB_GUARDED_BY(mutex);    // null until needed, and when nothing answers
+    std::vector<ServerOutput> listed SLIB_GUARDED_BY(mutex);  // by the last server that answered
 };
 
 }  // namespace

@@ -314,6 +314,17 @@ TEST_F(ServerThreadTest, Start_WhenAStepFails_TellsWhichAndLeavesNothing) {
     EXPECT_FALSE(log.Has("Ran with"));
 }
 
+// As where a room is put into the library while a game starts on it.
+TEST_F(ServerThreadTest, ALibraryThatLosesAFileSinceItWasOpened_IsOpenedOnceMore) {
+    int opened = 0, setUps = 0;
+    machinery.at = [&](const std::string& step) {
+        if (step == "library") ++opened;
+        if (step == "setup" && setUps++ == 0) throw slib::OperatingSystemErrnoException("It is gone.");
+    };
+    const auto context = StartContext(48000);
+    EXPECT_EQ(opened, 2);
+}
+
 // As of a server that doesn't answer at first, and then perhaps refuses.
 TEST_F(ServerThreadTest, AnOutputThatIsSlow_KeepsNobodyWaiting) {
     for (const bool isRefused : {false, true}) {

@@ -48,7 +48,8 @@ private:
         const std::string_view operation = dice.Of(scriptedOperations);
         if (dice.OneIn(12)) deviceNames.clear();
         failures[operation] = platform::DSERR_NODRIVER;
-        if (operation != "Stop") counts.hasFailed = true;  // which is only told to a log
+        if (operation != "Stop" || deviceNames.empty())
+            counts.hasFailed = true;  // "Stop" is only told to a log
     }
 
     // Brings the output up to the clock.
