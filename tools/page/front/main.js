@@ -16,6 +16,7 @@ import { startSpeakers } from './speakers.js';
 import { startSync } from './sync.js';
 import { known, onChange } from './state.js';
 import { startTop } from './top.js';
+import { startTracker } from './tracker.js';
 
 function start() {
     if (!takeToken()) {
@@ -27,8 +28,8 @@ function start() {
         setProperty(byId('tools'), 'hidden', false);
         document.title = known.server.layout ? `${known.server.layout.name} – Tessarune` : 'Tessarune';
     });
-    for (const build of [startTop, startCheck, startRoomPanel, startSpeakers, startHead, startQuality, startGames, startLog,
-        startProfiles, startSettings]) build();
+    for (const build of [startTop, startCheck, startRoomPanel, startSpeakers, startHead, startTracker, startQuality, startGames,
+        startLog, startProfiles, startSettings]) build();
     restoreDraft();
     window.addEventListener('pagehide', leave);
     startSync(askForLog);

@@ -7,8 +7,10 @@ import { attempt, say } from './notice.js';
 import { namesInQuality } from './quality.js';
 import { refresh } from './sync.js';
 import { known, onChange } from './state.js';
+import { namesInTracker } from './tracker.js';
 
 const note = () => byId('settings-note');
+const shownElsewhere = [...namesInQuality, ...namesInTracker];
 
 /** A setting as it is sent. */
 const typed = (value) => (typeof value === 'boolean' ? (value ? 'True' : 'False') : String(value));
@@ -34,7 +36,7 @@ function update(row, item) {
 }
 
 function draw() {
-    const others = (known.server?.settings ?? []).filter(({ name }) => !namesInQuality.includes(name));
+    const others = (known.server?.settings ?? []).filter(({ name }) => !shownElsewhere.includes(name));
     const changed = others.filter((item) => item.value !== item.default).length;
     setText(byId('settings-count'), `${others.length}, ${changed === 0 ? 'all as by default' : `${changed} changed`}`);
     keep(byId('setting-list'), others, ({ name }) => name, create, update);
