@@ -23,6 +23,7 @@ function start() {
         showBanner('This page needs the address that belongs to it. Open it with', 'tessarune-config page');
         return;
     }
+    startSync(askForLog);  // the answer comes once the panels are built
     onChange(['server'], () => {
         setProperty(byId('page'), 'hidden', false);
         setProperty(byId('tools'), 'hidden', false);
@@ -32,7 +33,6 @@ function start() {
         startLog, startProfiles, startSettings]) build();
     restoreDraft();
     window.addEventListener('pagehide', leave);
-    startSync(askForLog);
 }
 
 start();

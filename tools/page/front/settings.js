@@ -1,7 +1,7 @@
 // The folded list of all other settings, and all settings as one file.
 
 import { get, post } from './api.js';
-import { askForFile, byId, download, keep, make, setAttribute, setProperty, setText } from './dom.js';
+import { askForFile, byId, download, keep, later, make, setAttribute, setProperty, setText } from './dom.js';
 import { makeControl, sendSetting, textOfValue } from './control.js';
 import { attempt, say } from './notice.js';
 import { namesInQuality } from './quality.js';
@@ -60,5 +60,5 @@ async function importAll() {
 export function startSettings() {
     byId('export-all').addEventListener('click', exportAll);
     byId('import-all').addEventListener('click', importAll);
-    onChange(['server'], draw);
+    onChange(['server'], () => later(draw));
 }
