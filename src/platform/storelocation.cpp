@@ -27,25 +27,11 @@ std::string Variable(const char* name) {
     return value == nullptr ? "" : value;
 }
 
-path Home() {
-    path fromEnvironment = Variable("HOME");
-    if (fromEnvironment.is_absolute()) return fromEnvironment;
-    passwd entry{};
-    passwd* found = nullptr;
-    std::vector<char> text(4096);
-    int code = 0;
-    while ((code = getpwuid_r(getuid(), &entry, text.data(), text.size(), &found)) == ERANGE)
-        text.resize(2 * text.size());
-    if (code != 0 || found == nullptr) return {};
-    const path fromDatabase = found->pw_dir;
-    return fromDatabase.is_absolute() ? fromDatabase : path();
-}
-
 // That of `variable`, or else `below` in the user's home.
 path UserFolder(const char* variable, const char* below, const std::string& root) {
     const path named = Variable(variable);
     if (named.is_absolute()) return named / root;
-    const path home = Home();
+    const path home = UserHome();
     return home.empty() ? path() : home / below / root;
 }
 
@@ -90,6 +76,20 @@ path FileOfThisCode() {
 }
 
 }  // namespace
+
+path UserHome() {
+    path fromEnvironment = Variable("HOME");
+    if (fromEnvironment.is_absolute()) return fromEnvironment;
+    passwd entry{};
+    passwd* found = nullptr;
+    std::vector<char> text(4096);
+    int code = 0;
+    while ((code = getpwuid_r(getuid(), &entry, text.data(), text.size(), &found)) == ERANGE)
+        text.resize(2 * text.size());
+    if (code != 0 || found == nullptr) return {};
+    const path fromDatabase = found->pw_dir;
+    return fromDatabase.is_absolute() ? fromDatabase : path();
+}
 
 path UserStorePath(const std::string& root) {
     const path folder = UserFolder("XDG_CONFIG_HOME", ".config", root);

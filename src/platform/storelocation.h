@@ -21,6 +21,9 @@ std::filesystem::path UserLogPath(const std::string& root);
 /// of these places.
 std::filesystem::path MachineStorePath(const std::string& root);
 
+/// `$HOME`, or else what the user database says. Empty where neither names a folder by a full path.
+std::filesystem::path UserHome();
+
 /// The user's own data: `$XDG_DATA_HOME` (else `~/.local/share`) `/ROOT`. Empty as above.
 std::filesystem::path UserDataPath(const std::string& root);
 

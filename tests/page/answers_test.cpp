@@ -4,15 +4,21 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <functional>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 
+#include "goal/recordingrequest.h"
+#include "goal/statuspage.h"
+#include "goal/trackerpacket.h"
 #include "orb3core/settings/settingtable.h"
 #include "orb3core/store/configstore.h"
 #include "orb3core/store/registrylog.h"
+#include "platform/packetsocket.h"
 #include "tests/support/defaultdocument.h"
 #include "tests/support/failure.h"
 #include "tests/support/temporaryfolder.h"
@@ -47,6 +53,7 @@ class Answers : public testing::Test {
 protected:
     Answers() {
         files.ChooseSilence();
+        setenv("HOME", files.folder.path.c_str(), 1);
         store.Write("/Platform/SpeakerSetting", "Surround 5.1");
         testing_support::StoreDocument();
     }
@@ -163,7 +170,22 @@ TEST_F(Answers, WhatIsWrong_IsRefusedByNameAndChangesNothing) {
         {"/api/profile/reset", R"({"name": "Nobody"})", "There is no profile"},
         {"/api/log?kind=some", "{}", "'kind' must be"},
         {"/api/test", R"({"speaker": -1})", "'speaker' must be"},
+        {"/api/tracker", R"({"mode": "On"})", "'mode' must be one of Off, Headphones, Always."},
+        {"/api/tracker", "{}", "Name what to change"},
+        {"/api/tracker", R"({"mode": "Always", "port": 65536})", "'port' must be a number of 1 to 65535."},
+        {"/api/tracker/centre", "{}", "Head tracking is off."},
+        {"/api/record/start", R"({"pid": 1, "what": "all", "name": "a.wav"})", "'what' must be one of field"},
+        {"/api/record/start", R"({"pid": 1, "what": "field", "name": "../a.wav"})", "without a folder"},
+        {"/api/record/start", R"({"pid": 1, "what": "field", "name": ".a.wav"})", "begin with a point"},
+        {"/api/record/start", R"({"pid": 1, "what": "field", "name": "a.mp3"})", "must end in .wav or .caf"},
+        {"/api/record/start", R"({"pid": 1, "what": "field", "name": "a-output.caf"})", "already"},
+        {"/api/record/start", R"({"pid": 1, "what": "both", "name": "a.caf"})", "already. Choose another"},
+        {"/api/record/start", R"({"pid": 1, "what": "output", "name": "b.wav"})", "b-2.wav' already"},
+        {"/api/record/start", R"({"pid": 1, "what": "field", "name": "a.caf"})", "is running"},
+        {"/api/record/stop", R"({"pid": 0})", "'pid' must be"},
         {"/api/undo", "{}", "There is no change to take back."}};
+    std::filesystem::create_symlink("nowhere", files.folder.path / "a-output.caf");
+    std::ofstream(files.folder.path / "b-2.wav") << "mine";
     const std::string before = testing_support::ReadFile(files.UserFile());
     for (const Refused& c : cases)
         EXPECT_THAT(Refusal(c.address, c.body), HasSubstr(c.sentence)) << c.address << " " << c.body;
@@ -323,6 +345,50 @@ TEST_F(Answers, Log_SaysWhatToDoAboutErrors) {
     EXPECT_THAT(entry["time"].get<std::string>(), testing::MatchesRegex("20..-..-..T..:..:..Z"));
     EXPECT_THAT(entry["cure"].get<std::string>(), HasSubstr("Start the sound server"));
     EXPECT_EQ(Ask("/api/games"), Json({{"games", Json::array()}}));
+}
+
+TEST_F(Answers, Tracker_IsSetAsOneStepAndCentredByAPacket) {
+    EXPECT_EQ(Ask("/api/tracker", R"({"mode": "Always", "port": 42424})")["port"], 42424);
+    EXPECT_EQ(Ask("/api/tracker", R"({"mode": "Headphones"})")["port"], 42424);
+    EXPECT_EQ(Setting("HeadTracking"), "Headphones");
+    const platform::PacketSocket socket(42424);
+    Ask("/api/tracker/centre");
+    std::array<std::byte, 64> packet{};
+    const std::size_t size = socket.Receive(packet);
+    EXPECT_EQ(goal::ParseTrackerPacket(std::span(packet).first(size)).kind,
+              goal::TrackerPacket::Kind::Centre);
+    Ask("/api/undo");
+    EXPECT_EQ(Ask("/api/undo")["what"], "head tracking Always at port 42424");
+    EXPECT_EQ(Setting("HeadTracking"), "Off");
+    EXPECT_EQ(Setting("HeadTrackingPort"), 4242);
+}
+
+// Of this process, as a game.
+TEST_F(Answers, Recording_GoesIntoTheUsersFolderForMusicUntilItIsStopped) {
+    goal::StatusPage page;
+    page.Publish();
+    page.NoteContextMade();
+    const std::string music = files.folder.path / "Old \"Music\"", pid = std::to_string(getpid());
+    std::filesystem::create_directory(music);
+    std::ofstream(files.UserFile().parent_path().parent_path() / "user-dirs.dirs")
+        << "XDG_MUSIC_DIR=\"/none\"\n XDG_MUSIC_DIR=\"$HOME/Old \\\"Music\\\"\"\n#XDG_MUSIC_DIR=\"$HOME/\"\n";
+    const auto recordingOfThis = [&]() -> Json {
+        const Json games = Ask("/api/games");
+        for (const Json& game : games["games"])
+            if (game["pid"] == getpid()) return game["recording"];
+        return "no game";
+    };
+    EXPECT_EQ(recordingOfThis(), nullptr);
+    EXPECT_EQ(Ask("/api/record/start", R"({"what": "both", "name": "take.caf", "pid": )" + pid + "}")["file"],
+              music + "/take.caf");
+    EXPECT_EQ(goal::FindRequest().value().OutputPath(), music + "/take-output.caf");
+    const Json recording = recordingOfThis();
+    EXPECT_EQ(recording["what"], "both");
+    EXPECT_EQ(recording["file"], music + "/take.caf");
+    EXPECT_LT(recording["seconds"], 5);
+    EXPECT_EQ(Ask("/api/record/stop", R"({"pid": 1})")["wasAsked"], false);
+    EXPECT_EQ(Ask("/api/record/stop", R"({"pid": )" + pid + "}")["wasAsked"], true);
+    EXPECT_EQ(goal::FindRequest(), std::nullopt);
 }
 
 TEST_F(Answers, Test_PlaysByTheProgramAndEndsItWhenCancelled) {

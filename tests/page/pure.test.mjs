@@ -25,6 +25,10 @@ test('ParseGain_OfDecibels_IsLinear', () => {
     }
 });
 
+test('FormatDuration_HasHoursOnlyWhereThereAreAny', () => {
+    for (const [seconds, text] of [[0, '0:00'], [7.9, '0:07'], [71, '1:11'], [3599.9, '59:59'], [3723, '1:02:03']]) assert.equal(numbers.formatDuration(seconds), text);
+});
+
 // Ahead, left, up: by hand, of a speaker 2 m away.
 const places = [[0, 0, [2, 0, 0]], [90, 0, [0, 2, 0]], [-90, 0, [0, -2, 0]], [180, 0, [-2, 0, 0]], [0, 90, [0, 0, 2]], [90, -30, [0, Math.sqrt(3), -1]]];
 

@@ -35,9 +35,9 @@ void StartIt(const Options& options) {
               << "' within two seconds. 'tessarune-config record stop' ends it.\n";
 }
 
-void StopIt() {
-    std::cout << (StopRecording() ? "The recording ends within two seconds; the log says what is in it.\n"
-                                  : "Nothing is being recorded.\n");
+void StopIt(int game) {
+    std::cout << (StopRecording(game) ? "The recording ends within two seconds; the log says what is in it.\n"
+                                      : "Nothing is being recorded.\n");
 }
 
 }  // namespace
@@ -54,7 +54,10 @@ void AddRecordCommand(Program& program) {
     Option* output = start->AddFlag("--output", options->isOutput, "What the speakers or headphones play");
     start->AddFlag("--both", options->isBoth, "That too, in a file beside it")->Exclude(output);
     start->OnUse([options] { StartIt(*options); });
-    record->AddCommand("stop", "End the recording.")->OnUse([] { StopIt(); });
+    CommandLine* stop = record->AddCommand("stop", "End the recording.");
+    stop->AddOption("--game", options->game, "Of this game alone")
+        ->TakeRange(1, std::numeric_limits<int>::max());
+    stop->OnUse([options] { StopIt(options->game); });
 }
 
 }  // namespace tool

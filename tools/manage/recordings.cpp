@@ -1,6 +1,7 @@
 #include "tools/manage/recordings.h"
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <random>
 #include <vector>
@@ -10,7 +11,7 @@
 #include "platform/floatfile.h"
 #include "platform/runtimefolder.h"
 #include "slib/files.h"
-#include "tools/support/gamestatus.h"
+#include "tools/manage/musicfolder.h"
 #include "tools/support/wronguse.h"
 
 namespace tool {
@@ -62,6 +63,28 @@ std::string CheckedPath(const std::string& given) {
     return path;
 }
 
+// A recording that goes on after a change of settings goes into the second.
+void CheckIsFree(const std::filesystem::path& path) {
+    const std::filesystem::path next =
+        path.parent_path() / (path.stem().string() + "-2" + path.extension().string());
+    for (const std::filesystem::path& file : {path, next})
+        if (std::filesystem::exists(std::filesystem::symlink_status(file)))
+            throw WrongUse("There is a file '" + file.string() + "' already. Choose another name.");
+}
+
+std::optional<goal::RecordingRequest> ReadRequest(const std::filesystem::path& file) {
+    std::string text;
+    if (!slib::fileExists(file)) return std::nullopt;
+    slib::readFile(file, text);
+    return goal::ParseRequest(text);
+}
+
+// By the clock of files.
+double SecondsSinceChange(const std::filesystem::path& file) {
+    const auto age = std::filesystem::file_time_type::clock::now() - std::filesystem::last_write_time(file);
+    return std::max(0.0, std::chrono::duration<double>(age).count());
+}
+
 }  // namespace
 
 StartedRecording StartRecording(const std::string& path, goal::RecordingRequest::What what, pid_t pid) {
@@ -73,12 +96,40 @@ StartedRecording StartRecording(const std::string& path, goal::RecordingRequest:
     return {game.program, game.pid, whole};
 }
 
-bool StopRecording() {
+std::string FreshRecordingPath(const std::string& name, goal::RecordingRequest::What what) {
+    if (name.empty() || name.starts_with('.') || name.find('/') != std::string::npos)
+        throw WrongUse(
+            "The name of a recording must be a file's alone, without a folder, and not begin with "
+            "a point.");
+    const goal::RecordingRequest request{0, 0, 0, what, CheckedPath((MusicFolder() / name).string())};
+    if (request.HasField()) CheckIsFree(request.FieldPath());
+    if (request.HasOutput()) CheckIsFree(request.OutputPath());
+    return request.path;
+}
+
+bool StopRecording(pid_t pid) {
     bool isStopped = false;
-    for (const GameStatus& game : PlayingGames())
+    for (const GameStatus& game : PlayingGames()) {
+        if (pid != 0 && game.pid != pid) continue;
         for (const std::filesystem::path& folder : FoldersOf(game.pid))
             isStopped |= std::filesystem::remove(folder / goal::RecordingFileName(game.pid));
+    }
     return isStopped;
+}
+
+// Somebody may end it meanwhile.
+std::optional<AskedRecording> FindRecording(const GameStatus& game) try {
+    for (const std::filesystem::path& folder : FoldersOf(game.pid)) {
+        const std::filesystem::path file = folder / goal::RecordingFileName(game.pid);
+        const std::optional<goal::RecordingRequest> request = ReadRequest(file);
+        if (request && request->pid == game.pid && request->startTime == game.startTime)
+            return AskedRecording{request->what, request->path, SecondsSinceChange(file)};
+    }
+    return std::nullopt;
+} catch (const slib::OperatingSystemErrnoException&) {
+    return std::nullopt;
+} catch (const std::filesystem::filesystem_error&) {
+    return std::nullopt;
 }
 
 }  // namespace tool

@@ -9,9 +9,11 @@
 #include <thread>
 
 #include "goal/trackerinput.h"
+#include "orb3core/settings/choicetexts.h"
 #include "platform/clock.h"
 #include "platform/packetsocket.h"
 #include "slib/exception.h"
+#include "tools/manage/history.h"
 #include "tools/manage/storedvalues.h"
 #include "tools/support/gamestatus.h"
 #include "tools/support/wronguse.h"
@@ -71,10 +73,15 @@ Tracking ReadTracking() {
     return Of(PeekDocument());
 }
 
-Tracking SetTracking(HeadTracking mode, std::optional<std::uint16_t> port) {
+Tracking SetTracking(std::optional<HeadTracking> mode, std::optional<std::uint16_t> port) {
+    if (!mode && !port)
+        throw WrongUse("Name what to change: whether a head tracker is followed, or its port.");
+    const ChangeStep step("head tracking" +
+                          (mode ? " " + orb3::choiceTexts<HeadTracking>.TextOf(*mode) : "") +
+                          (port ? " at port " + std::to_string(*port) : ""));
     Tracking tracking;
     ChangeDocument([&](orb3::Configuration& configuration) {
-        configuration.goalConfig.headTracking = mode;
+        if (mode) configuration.goalConfig.headTracking = *mode;
         if (port) configuration.goalConfig.headTrackingPort = *port;
         tracking = Of(configuration);
     });

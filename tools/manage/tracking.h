@@ -18,8 +18,9 @@ struct Tracking {
 /// As the document has it. Throws as PeekDocument.
 Tracking ReadTracking();
 
-/// Stores it as one change; without a `port` that stays as it is. Throws as ChangeDocument.
-Tracking SetTracking(orb3::HeadTracking mode, std::optional<std::uint16_t> port);
+/// Stores it as one change, and answers what holds then; what is left out stays as it is. Throws WrongUse
+/// where both are, and as ChangeDocument.
+Tracking SetTracking(std::optional<orb3::HeadTracking> mode, std::optional<std::uint16_t> port);
 
 /// Tells all games that listen that where the head is now is ahead. Throws WrongUse while tracking is off,
 /// and slib::BadStateException when nothing can be sent.

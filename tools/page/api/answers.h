@@ -45,6 +45,14 @@ Json Games(const Request& request, Report& report);
 Json ChangeProfile(const Request& request, Report& report);
 Json ResetProfile(const Request& request, Report& report);
 
+// tracker.cpp
+Json ChangeTracker(const Request& request, Report& report);
+Json CentreTracker(const Request& request, Report& report);
+
+// recordings.cpp
+Json StartRecording(const Request& request, Report& report);
+Json StopRecording(const Request& request, Report& report);
+
 // findings.cpp
 Json Check(const Request& request, Report& report);
 Json ShowLog(const Request& request, Report& report);

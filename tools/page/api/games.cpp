@@ -1,6 +1,7 @@
 #include "tools/manage/profiles.h"
 #include "tools/page/api/answers.h"
 #include "tools/page/api/reading.h"
+#include "tools/page/api/recordings.h"
 #include "tools/support/gamestatus.h"
 #include "tools/support/statusjson.h"
 
@@ -14,7 +15,11 @@ std::string MeantProfile(const Json& body) {
 }  // namespace
 
 Json Games(const Request&, Report&) {
-    return tool::GamesJson(tool::StatusOfGames());
+    const std::vector<tool::GameStatus> games = tool::StatusOfGames();
+    Json answer = tool::GamesJson(games);
+    for (std::size_t i = 0; i < games.size(); ++i)
+        answer["games"][i]["recording"] = DescribeRecording(games[i]);
+    return answer;
 }
 
 Json ChangeProfile(const Request& request, Report&) {

@@ -79,10 +79,18 @@ double NumberIn(const Json& object, const char* member, double least, double gre
     return *number;
 }
 
+std::optional<unsigned> OptionalWholeIn(const Json& object, const char* member, unsigned least,
+                                        unsigned greatest) {
+    const std::optional<double> number = OptionalNumberIn(object, member, least, greatest);
+    if (!number) return std::nullopt;
+    if (*number != std::floor(*number)) Refuse(member, "a whole number of " + Bounds(least, greatest));
+    return static_cast<unsigned>(*number);
+}
+
 unsigned WholeIn(const Json& object, const char* member, unsigned least, unsigned greatest) {
-    const double number = NumberIn(object, member, least, greatest);
-    if (number != std::floor(number)) Refuse(member, "a whole number of " + Bounds(least, greatest));
-    return static_cast<unsigned>(number);
+    const std::optional<unsigned> number = OptionalWholeIn(object, member, least, greatest);
+    if (!number) Refuse(member, "a number of " + Bounds(least, greatest));
+    return *number;
 }
 
 bool FlagIn(const Json& object, const char* member) {

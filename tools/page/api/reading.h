@@ -7,8 +7,10 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 
+#include "slib/enumtexts.h"
 #include "slib/exception.h"
 #include "tools/manage/report.h"
 #include "tools/page/api/api.h"
@@ -33,9 +35,30 @@ double NumberIn(const Json& object, const char* member, double least, double gre
 /// Nothing where there is no such member, or null.
 std::optional<double> OptionalNumberIn(const Json& object, const char* member, double least, double greatest);
 unsigned WholeIn(const Json& object, const char* member, unsigned least, unsigned greatest);
+/// Nothing where there is no such member, or null.
+std::optional<unsigned> OptionalWholeIn(const Json& object, const char* member, unsigned least,
+                                        unsigned greatest);
 
 /// False where there is no such member.
 bool FlagIn(const Json& object, const char* member);
+
+/// The value whose text it is. `texts` are those of an enumeration.
+template <typename Enum, std::size_t count>
+Enum ChoiceIn(const Json& object, const char* member, const slib::EnumTexts<Enum, count>& texts) {
+    if (const std::optional<Enum> found = texts.Find(WordIn(object, member))) return *found;
+    std::string known;
+    for (const std::string_view text : texts.texts)
+        known.append(known.empty() ? "" : ", ").append(text);
+    throw tool::WrongUse("'" + std::string(member) + "' must be one of " + known + ".");
+}
+/// Nothing where there is no such member, or null.
+template <typename Enum, std::size_t count>
+std::optional<Enum> OptionalChoiceIn(const Json& object, const char* member,
+                                     const slib::EnumTexts<Enum, count>& texts) {
+    const auto found = object.find(member);
+    if (found == object.end() || found->is_null()) return std::nullopt;
+    return ChoiceIn(object, member, texts);
+}
 
 /// An array of 1 to `mostSpeakers` objects.
 const Json& ObjectsIn(const Json& object, const char* member);

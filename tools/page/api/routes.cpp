@@ -8,7 +8,7 @@ namespace {
 constexpr Method get = Method::Get, post = Method::Post;
 constexpr bool isJob = true;
 
-constexpr std::array<Route, 28> routes{{
+constexpr std::array<Route, 32> routes{{
     {get, "/api/state", Body::None, false, State},
     {get, "/api/revision", Body::None, false, Revision},
     {get, "/api/check", Body::None, false, Check},
@@ -37,6 +37,10 @@ constexpr std::array<Route, 28> routes{{
     {post, "/api/headphones/remove", Body::Object, false, RemoveHeadphones},
     {post, "/api/profile", Body::Object, false, ChangeProfile},
     {post, "/api/profile/reset", Body::Object, false, ResetProfile},
+    {post, "/api/tracker", Body::Object, false, ChangeTracker},
+    {post, "/api/tracker/centre", Body::Object, false, CentreTracker},
+    {post, "/api/record/start", Body::Object, false, StartRecording},
+    {post, "/api/record/stop", Body::Object, false, StopRecording},
 }};
 
 }  // namespace

@@ -134,6 +134,9 @@ export function makeField(attributes, commit) {
     return field;
 }
 
+/** Does it once what is seen has been painted. @param {() => void} act */
+export const later = (act) => requestAnimationFrame(() => setTimeout(act));
+
 /** Gives a person a text as a file. @param {string} name @param {string} text */
 export function download(name, text) {
     const link = make('a', { href: URL.createObjectURL(new Blob([text])), download: name });

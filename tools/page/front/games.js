@@ -1,8 +1,9 @@
-// The panel of running games: load, late blocks, meters of the outputs, and a radar of the sources.
+// The panel of running games: load, late blocks, meters of the outputs, a radar of the sources, and recordings.
 
 import { byId, keep, make, setAttributes, setProperty, setStyle, setText } from './dom.js';
 import { formatCount, formatFixed, formatLevel, formatNumber, formatPercent } from './numbers.js';
 import { Radar } from './radar.js';
+import { makeRecording } from './recording.js';
 import { known, onChange } from './state.js';
 
 const floor = -60;  // dBFS, where a meter begins
@@ -45,7 +46,6 @@ function figures(game) {
         ['latency', milliseconds(game.latencyFrames, game.sampleRate), false],
         ['limiter', game.limiterGain < -0.05 ? formatLevel(game.limiterGain) : 'at rest', game.limiterGain < -3],
         ...(game.tracker?.listens ? [['head', headText(game.tracker), false]] : []),
-        ...(game.recordsField || game.recordsOutput ? [['recording', 'yes', false]] : []),
     ];
 }
 
@@ -61,9 +61,11 @@ function create(game) {
         make('header', {}, make('h3', {}, game.program), make('span', { class: 'hint' })), make('p', { class: 'problem', hidden: true }),
         make('dl', { class: 'figures' }), make('ul', { class: 'meters', 'aria-label': `Outputs of ${game.program}` }),
         make('ul', { class: 'effects', 'aria-label': 'Effects' }));
+    const recording = makeRecording(game);
     const [header, problem, list, meters, effects] = card.children;
+    card.append(recording.element);
     const radar = new Radar(card);
-    card.parts = { about: header.lastChild, problem, list, meters, effects, radar };
+    card.parts = { about: header.lastChild, problem, list, meters, effects, recording, radar };
     return card;
 }
 
@@ -74,7 +76,7 @@ function problemOf(game) {
 }
 
 function update(card, game) {
-    const { about, problem, list, meters, effects, radar } = card.parts;
+    const { about, problem, list, meters, effects, recording, radar } = card.parts;
     setText(about, [`${formatNumber(game.sampleRate / 1000, 1)} kHz, blocks of ${game.blockFrames}, order ${game.order}`, game.layout, game.device,
         game.profile && `profile ${game.profile}`].filter(Boolean).join(' · '));
     setText(problem, problemOf(game));
@@ -84,6 +86,7 @@ function update(card, game) {
     keep(effects, game.effects, ({ slot }) => slot, () => make('li'),
         (item, { slot, type, gain }) => setText(item, `${slot} ${type} ${formatLevel(20 * Math.log10(Math.max(gain, 1e-7)))}`));
     setProperty(effects, 'hidden', game.effects.length === 0);
+    recording.update(game);
     radar.draw(game.sources);
 }
 

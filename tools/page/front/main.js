@@ -16,22 +16,23 @@ import { startSpeakers } from './speakers.js';
 import { startSync } from './sync.js';
 import { known, onChange } from './state.js';
 import { startTop } from './top.js';
+import { startTracker } from './tracker.js';
 
 function start() {
     if (!takeToken()) {
         showBanner('This page needs the address that belongs to it. Open it with', 'tessarune-config page');
         return;
     }
+    startSync(askForLog);  // the answer comes once the panels are built
     onChange(['server'], () => {
         setProperty(byId('page'), 'hidden', false);
         setProperty(byId('tools'), 'hidden', false);
         document.title = known.server.layout ? `${known.server.layout.name} – Tessarune` : 'Tessarune';
     });
-    for (const build of [startTop, startCheck, startRoomPanel, startSpeakers, startHead, startQuality, startGames, startLog,
-        startProfiles, startSettings]) build();
+    for (const build of [startTop, startCheck, startRoomPanel, startSpeakers, startHead, startTracker, startQuality, startGames,
+        startLog, startProfiles, startSettings]) build();
     restoreDraft();
     window.addEventListener('pagehide', leave);
-    startSync(askForLog);
 }
 
 start();

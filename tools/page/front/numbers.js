@@ -78,6 +78,13 @@ export function gainInDecibels(gain) {
     return gain > 0 ? `${formatFixed(20 * Math.log10(gain), 1)} dB` : 'silent';
 }
 
+/** A length of time as minutes and seconds, with hours where there are any: "0:07", "1:02:03". @param {number} seconds */
+export function formatDuration(seconds) {
+    const whole = Math.floor(seconds), pad = (number) => String(number).padStart(2, '0');
+    const hours = Math.floor(whole / 3600), minutes = Math.floor(whole / 60) % 60;
+    return hours > 0 ? `${hours}:${pad(minutes)}:${pad(whole % 60)}` : `${minutes}:${pad(whole % 60)}`;
+}
+
 /** The time of day, with the day where it isn't today's. @param {string} iso @param {Date} [now] */
 export function formatTime(iso, now = new Date()) {
     const time = new Date(iso);

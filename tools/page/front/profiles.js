@@ -1,7 +1,7 @@
 // The folded list of games with a profile: what it changes for them, switches of one's own, and back to what was shipped.
 
 import { post } from './api.js';
-import { byId, keep, make, makeField, setAttribute, setField, setOptions, setProperty, setText } from './dom.js';
+import { byId, keep, later, make, makeField, setAttribute, setField, setOptions, setProperty, setText } from './dom.js';
 import { attempt, confirm } from './notice.js';
 import { refresh } from './sync.js';
 import { known, onChange } from './state.js';
@@ -88,5 +88,5 @@ async function add(event) {
 /** Builds the list, once. */
 export function startProfiles() {
     byId('profile-form').addEventListener('submit', add);
-    onChange(['server'], draw);
+    onChange(['server'], () => later(draw));
 }

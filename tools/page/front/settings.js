@@ -1,14 +1,16 @@
 // The folded list of all other settings, and all settings as one file.
 
 import { get, post } from './api.js';
-import { askForFile, byId, download, keep, make, setAttribute, setProperty, setText } from './dom.js';
+import { askForFile, byId, download, keep, later, make, setAttribute, setProperty, setText } from './dom.js';
 import { makeControl, sendSetting, textOfValue } from './control.js';
 import { attempt, say } from './notice.js';
 import { namesInQuality } from './quality.js';
 import { refresh } from './sync.js';
 import { known, onChange } from './state.js';
+import { namesInTracker } from './tracker.js';
 
 const note = () => byId('settings-note');
+const shownElsewhere = [...namesInQuality, ...namesInTracker];
 
 /** A setting as it is sent. */
 const typed = (value) => (typeof value === 'boolean' ? (value ? 'True' : 'False') : String(value));
@@ -34,7 +36,7 @@ function update(row, item) {
 }
 
 function draw() {
-    const others = (known.server?.settings ?? []).filter(({ name }) => !namesInQuality.includes(name));
+    const others = (known.server?.settings ?? []).filter(({ name }) => !shownElsewhere.includes(name));
     const changed = others.filter((item) => item.value !== item.default).length;
     setText(byId('settings-count'), `${others.length}, ${changed === 0 ? 'all as by default' : `${changed} changed`}`);
     keep(byId('setting-list'), others, ({ name }) => name, create, update);
@@ -58,5 +60,5 @@ async function importAll() {
 export function startSettings() {
     byId('export-all').addEventListener('click', exportAll);
     byId('import-all').addEventListener('click', importAll);
-    onChange(['server'], draw);
+    onChange(['server'], () => later(draw));
 }
