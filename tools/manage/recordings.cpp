@@ -109,7 +109,7 @@ std::string FreshRecordingPath(const std::string& name, goal::RecordingRequest::
 
 bool StopRecording(pid_t pid) {
     bool isStopped = false;
-    for (const GameStatus& game : PlayingGames()) {
+    for (const GameStatus& game : StatusOfGames()) {  // one between two contexts too
         if (pid != 0 && game.pid != pid) continue;
         for (const std::filesystem::path& folder : FoldersOf(game.pid))
             isStopped |= std::filesystem::remove(folder / goal::RecordingFileName(game.pid));
