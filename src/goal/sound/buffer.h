@@ -14,12 +14,13 @@ namespace goal {
 
 class Buffer {
 public:
-    const std::uint32_t name;        ///< its name in the pool
-    const std::int32_t formatId;     ///< the AL format token
-    const float frequency;           ///< sample rate in Hz
-    const std::uint8_t* const data;  ///< the samples, interleaved; not aligned when they are the game's
-    const std::uint32_t size;        ///< bytes
-    const bool ownsData;             ///< false: `data` is memory of the game
+    const std::uint32_t name;     ///< its name in the pool
+    const std::int32_t formatId;  ///< the AL format token
+    const float frequency;        ///< sample rate in Hz
+    const std::uint8_t* const
+        data;                  ///< the samples, interleaved; not aligned when they are memory of the game
+    const std::uint32_t size;  ///< bytes
+    const bool ownsData;       ///< false: `data` is memory of the game
 
     /// Places in the sources' queues of the application states that refer to this buffer.
     std::atomic<std::int32_t> useCount{0};
