@@ -46,15 +46,8 @@ void CheckAlone(const fs::path& path) {
 }
 
 void Clear(FormatRegistrar& library) {
-    for (std::uint32_t i = library.getConversionCount(); i-- > 0;) {
-        Conversion conversion;
-        library.getConversion(i, conversion);
-        hcml::GenericVector<int, 1> rates;
-        library.getSampleRates(i, rates);
-        for (const int rate : rates)
-            library.eraseTransform(conversion, rate);
-        library.eraseConversion(conversion);
-    }
+    for (std::uint32_t i = library.getConversionCount(); i-- > 0;)
+        EraseConversion(library, i);
     for (std::uint32_t i = library.getMethodCount(); i-- > 0;) {
         orb3::fl::Method method;
         library.getMethod(i, method);
@@ -148,6 +141,16 @@ void CopyLibrary(const FormatLibrarian& from, FormatRegistrar& to) {
             to.storeTransform(conversion, {.possible = true}, transform);
         }
     }
+}
+
+void EraseConversion(FormatRegistrar& library, std::uint32_t index) {
+    Conversion conversion;
+    library.getConversion(index, conversion);
+    hcml::GenericVector<int, 1> rates;
+    library.getSampleRates(index, rates);
+    for (const int rate : rates)
+        library.eraseTransform(conversion, rate);
+    library.eraseConversion(conversion);
 }
 
 std::vector<int> BaseRates(const FormatLibrarian& library, std::uint32_t index) {

@@ -23,6 +23,9 @@ void WriteLibrary(const std::string& path, const std::function<void(orb3::fl::Fo
 /// what reading and storing throw.
 void CopyLibrary(const orb3::fl::FormatLibrarian& from, orb3::fl::FormatRegistrar& to);
 
+/// Erases conversion `index` with its transforms. Throws what the library throws.
+void EraseConversion(orb3::fl::FormatRegistrar& library, std::uint32_t index);
+
 /// The rates in Hz, ascending, that any conversion of the library has base transforms at.
 std::vector<int> BaseRates(const orb3::fl::FormatLibrarian& library);
 

@@ -115,22 +115,12 @@ void StoreComposites(FormatRegistrar& library) {
                 StoreComposite(decoder.conversion, headphones.tag, library);
 }
 
-void EraseConversion(std::uint32_t index, FormatRegistrar& library) {
-    Conversion conversion;
-    library.getConversion(index, conversion);
-    hcml::GenericVector<int, 1> rates;
-    library.getSampleRates(index, rates);
-    for (const int rate : rates)
-        library.eraseTransform(conversion, rate);
-    library.eraseConversion(conversion);
-}
-
 template <typename Condition>
 void EraseConversions(const Condition& condition, FormatRegistrar& library) {
     for (std::uint32_t i = library.getConversionCount(); i-- > 0;) {
         Conversion conversion;
         library.getConversion(i, conversion);
-        if (condition(conversion)) EraseConversion(i, library);
+        if (condition(conversion)) EraseConversion(library, i);
     }
 }
 

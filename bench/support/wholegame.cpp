@@ -2,20 +2,10 @@
 
 #include "bench/support/headphones.h"
 
-namespace {
-
-slib::Log* Log() {
-    static slib::Log console;
-    static slib::ErrorLog errors(&console);
-    return &errors;
-}
-
-}  // namespace
-
 std::unique_ptr<orb3::TransformedPipeUPT> MakeHeadphoneDecoder(TakingPipe* pipe) {
     const audiopipe::PipePtr owner(pipe);
     static const auto headphones = ReadHeadphones();
-    return orb3::createTransformedPipe(headphones, Log(), owner, orb3::DecoderMode::Serial,
+    return orb3::createTransformedPipe(headphones, ErrorsToConsole(), owner, orb3::DecoderMode::Serial,
                                        orb3::Limiting::Refined);
 }
 

@@ -648,8 +648,7 @@ void ServerThread::NoteSuspension() {
     isSuspensionLogged = true;
     mainLog->Write(
         "The game has suspended its context for over two seconds, and nothing that it changes is heard. If "
-        "it "
-        "never resumes it, set IsSuspendSupported to False.",
+        "it never resumes it, set IsSuspendSupported to False.",
         true);
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
 // The linear algebra that the decoder's set-up needs, on the one numeric matrix, GenericMatrix<double, 1>.
-// Called on the server thread before the first block; nothing here is for use inside a block.
+// Called on the server's thread before the first block; nothing here is for use inside a block.
 
 #include <complex>
 

@@ -3,13 +3,13 @@
 // A ring that an output takes chunks from on a thread of its own: what a sound server's callback and the
 // writer of a WAV file have in common.
 //
-//     application's thread:  Lock, Unlock, GetCurrentPosition ...        output's thread:  Take, Take, ...
+//     pipe's thread:  Lock, Unlock, GetCurrentPosition ...        output's thread:  Take, Take, ...
 //
 // The play cursor is what is heard, by what the output tells of its delay, and the write cursor what the
 // output may have taken by then: the output's own buffer lies between the two. Neither side locks or
-// allocates. After a start the output is given silence, and the cursors don't move, until the application has
+// allocates. After a start the output is given silence, and the cursors don't move, until the pipe has
 // written as far ahead as the output is going to read, so that nothing of its beginning is lost; but not
-// longer than a quarter of a second. What the application is late with is silence, with a fade before and
+// longer than a quarter of a second. What the pipe is late with is silence, with a fade before and
 // after it.
 
 #include <algorithm>
@@ -33,7 +33,7 @@ public:
     FedBuffer(const RingShape& shape, std::uint32_t reach, std::shared_ptr<OutputNews> news);
 
     /// Output's thread: passes the next `frames` frames, of which the first will be heard `delay` frames from
-    /// now, to `consume(samples, count)` in pieces. Before the application has begun there is null in place
+    /// now, to `consume(samples, count)` in pieces. Before the pipe has begun there is null in place
     /// of the samples.
     template <typename Consume>
     void Take(std::uint32_t frames, std::uint32_t delay, const Consume& consume);
@@ -54,7 +54,7 @@ protected:
     /// Another output takes from now on, which is expected to be ahead by `reach` frames. On the thread that
     /// took so far.
     void ExpectReach(std::uint32_t reach) { clock.Expect(reach, NowNanoseconds()); }
-    /// What the application was late with since the start, where sound came after it.
+    /// What the pipe was late with since the start, where sound came after it.
     struct Interruptions {
         std::uint32_t count = 0;
         std::uint32_t longest = 0;  ///< frames
@@ -62,7 +62,7 @@ protected:
     /// While nobody takes frames.
     const Interruptions& Lateness() const { return interruptions; }
 
-    /// The output has taken nothing for two seconds. Application's thread; the result is what its call gets.
+    /// The output has taken nothing for two seconds. Pipe's thread; the result is what its call gets.
     virtual Result NoteStall() { return DSERR_BUFFERLOST; }
 
     const std::shared_ptr<OutputNews> news;
@@ -89,14 +89,14 @@ private:
     std::atomic<std::int64_t> written{0};  // frames; passes what was written to the output's thread
     std::int64_t holdEnd = 0;              // nanoseconds; stands while the output takes chunks
 
-    // Output's thread; between a stop and a start the application's.
+    // Output's thread; between a stop and a start the pipe's.
     std::int64_t next = 0;  // frame
     bool isMuted = false;   // the last frame was silence, for want of another
     std::uint32_t mutedFrames = 0;
     Interruptions interruptions;
     std::vector<std::int32_t> fade;
 
-    // Application's thread.
+    // Pipe's thread.
     std::int64_t lastPlay = 0;      // frames
     std::int64_t longestWrite = 0;  // frames
     std::int64_t writeEnd = 0;      // frames

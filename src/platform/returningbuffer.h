@@ -3,8 +3,8 @@
 // A ring whose output may go away and come back: a sound server that is restarted, a card that is pulled out.
 // While there is none the ring is read by the clock, unheard, so that the writer isn't held up:
 //
-//     application's thread ──> ring ──> StreamOutlet ──> thread of the OutputStream    while there is one
-//                                  └──> keeper's thread, by the clock                  until there is again
+//     pipe's thread ──> ring ──> StreamOutlet ──> thread of the OutputStream    while there is one
+//                         └──> keeper's thread, by the clock                    until there is again
 
 #include <atomic>
 #include <cstdint>
@@ -153,7 +153,7 @@ private:
     slib::Semaphore signal;             // wakes the keeper
     std::atomic<bool> hasStalled{false};
 
-    // The keeper's while it runs, else the application's thread's.
+    // The keeper's while it runs, else the pipe's thread's.
     std::uint32_t capacity;              // frames, of the stream's buffer
     std::uint32_t nearlyEmptyCount = 0;  // since the start, but for the present stream
     bool isBeingReplaced = false;        // the stream; nobody is told

@@ -136,9 +136,8 @@ private:
 // Takes each piece when it is written, and all of them. The play cursor moves by the clock, and stands where
 // nothing is written, or too much not yet in the file:
 //
-//     application's thread:  ring ──> queue ──> writer's thread ──> file
-//                                       `-- so that pieces go from the ring at once, however long a disk
-//                                       takes
+//     pipe's thread:  ring ──> queue ──> writer's thread ──> file
+//                                └── so that pieces go from the ring at once, however long a disk takes
 class PatientBuffer : public RingBuffer {
 public:
     PatientBuffer(const RingShape& shape, const WaveFileOutput& output, slib::Log* log)
@@ -209,7 +208,7 @@ private:
         return waited > longestWait;
     }
 
-    // Null for silence. There is room: the play cursor, which the application writes less than a ring and a
+    // Null for silence. There is room: the play cursor, which the pipe writes less than a ring and a
     // piece ahead of, doesn't run away from the file.
     void Queue(const std::int32_t* from, std::int64_t frames) {
         while (frames > 0) {
@@ -248,7 +247,7 @@ private:
     std::atomic<std::int64_t> taken{0};    // frames
     std::atomic<Result> failure{DS_OK};
 
-    // Application's thread. Frames, and nanoseconds.
+    // Pipe's thread. Frames, and nanoseconds.
     std::int64_t writeEnd = 0;
     std::int64_t play = 0;
     std::int64_t clockPlay = 0, clockStart = 0;  // the clock went on from there at that time

@@ -1,7 +1,8 @@
 // Each kernel against the loop that says what it computes, bit for bit, on every vector target of this
 // machine. Blocks have exactly the floats that a kernel may touch, so that the address sanitizer sees any
 // other. The Fourier kernel and the products of spectra are tested with the partitioned transformer, which is
-// nothing but kernels, and what takes channels apart with the readers of sources.
+// nothing but kernels, the loops of the reverbs with these, and what takes channels apart with the readers of
+// sources.
 
 #include <gtest/gtest.h>
 

@@ -138,6 +138,15 @@ std::string With(const std::string& script, const std::string& line, const std::
     return Replaced(script, line + "\n", part);
 }
 
+// The parts that bash and zsh have in the same words; `program` and `nothing` are for a command line that
+// takes another program's.
+std::string WithWords(const char* shell, const Grammar& grammar, const char* program, const char* nothing) {
+    std::string script = With(shell, "@COMMANDS@", Arm(grammar.commands, "place+=\" $word\" position=0"));
+    script = With(script, "@TAKERS@", Arm(grammar.takers, "option=$word"));
+    script = With(script, "@PROGRAM@", grammar.takesProgram ? program : "");
+    return With(script, "@NOTHING@", grammar.takesProgram ? nothing : "");
+}
+
 std::string WithNames(const std::string& script, const Program& program) {
     return Replaced(Replaced(script, "@NAME@", program.name), "@FUNCTION@", Identifier(program.name));
 }
@@ -310,19 +319,13 @@ std::string FishWords(const Program& program, const Grammar& grammar) {
 
 std::string BashCompletion(const Program& program) {
     const Grammar grammar = GrammarOf(TreeOf(program));
-    std::string script = With(bash, "@COMMANDS@", Arm(grammar.commands, "place+=\" $word\" position=0"));
-    script = With(script, "@TAKERS@", Arm(grammar.takers, "option=$word"));
-    script = With(script, "@PROGRAM@", grammar.takesProgram ? bashProgram : "");
-    script = With(script, "@NOTHING@", grammar.takesProgram ? bashNothing : "");
+    const std::string script = WithWords(bash, grammar, bashProgram, bashNothing);
     return WithNames(With(script, "@PLACES@", PlaceArms(grammar, BashList)), program);
 }
 
 std::string ZshCompletion(const Program& program) {
     const Grammar grammar = GrammarOf(TreeOf(program));
-    std::string script = With(zsh, "@COMMANDS@", Arm(grammar.commands, "place+=\" $word\" position=0"));
-    script = With(script, "@TAKERS@", Arm(grammar.takers, "option=$word"));
-    script = With(script, "@PROGRAM@", grammar.takesProgram ? zshProgram : "");
-    script = With(script, "@NOTHING@", grammar.takesProgram ? zshNothing : "");
+    const std::string script = WithWords(zsh, grammar, zshProgram, zshNothing);
     return WithNames(With(script, "@PLACES@", PlaceArms(grammar, ZshList)), program);
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 
 // What the programs for people have in common: a command line as a tree of commands and options, exit
-// statuses,
-// `--version`, and the pages that are made from that tree (`--make`: the man page, completion for shells).
+// statuses, `--version`, and the pages that are made from that tree: the man page, and completion for shells
+// (`--make`).
 // For the mains and for the files that add commands; on the main thread.
 
 #include <functional>

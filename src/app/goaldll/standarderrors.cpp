@@ -13,7 +13,7 @@ struct Codes {
 };
 
 // In the order of Fault.
-constexpr std::array<Codes, 10> codes{{
+constexpr std::array<Codes, 9> codes{{
     {AL_INVALID_VALUE, AL_INVALID_OPERATION},
     {AL_INVALID_VALUE, AL_INVALID_NAME},
     {AL_INVALID_VALUE, AL_INVALID_NAME},
@@ -22,7 +22,6 @@ constexpr std::array<Codes, 10> codes{{
     {AL_INVALID_OPERATION, AL_INVALID_VALUE},
     {AL_INVALID_ENUM, AL_INVALID_VALUE},
     {AL_INVALID_VALUE, AL_INVALID_ENUM},
-    {AL_INVALID_OPERATION, AL_INVALID_ENUM},
     {AL_INVALID_VALUE, AL_OUT_OF_MEMORY},
 }};
 

@@ -18,7 +18,6 @@ enum class Fault : std::size_t {
     TooManyToUnqueue,
     ParameterOutOfRange,  ///< of an effect
     UnknownParameterOfFilter,
-    UnknownParameterToRead,  ///< of a filter without a type
     NoMemoryForNames,
 };
 

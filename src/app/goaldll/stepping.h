@@ -5,9 +5,8 @@
 // thread, one at a time, and without a lock while they wait.
 //
 //     void hold()                           before the first context: blocks are rendered only when asked for
-//     ALCsizei render(ALCint* frequency)    has one of each context rendered and given to its output; the
-//     frames
-//                                           and rate in Hz of the first, or 0 without a context
+//     ALCsizei render(ALCint* frequency)    has a block of each context rendered and given to its output;
+//                                           the frames and the rate in Hz of the first, or 0 without one
 
 #include <string_view>
 

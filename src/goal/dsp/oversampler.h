@@ -5,8 +5,9 @@
 // sincs (R. E. Crochiere and L. R. Rabiner, "Multirate Digital Signal Processing", 1983). Owned by one
 // effect, on the server's thread; only the constructor allocates.
 //
-//     input ──> Up ──> phases, a row for each: sample p of frame i in row p at i ──> the caller's work ──>
-//     Down ──> output
+//     input ──> Up ──> phases ──> the caller's work ──> Down ──> output
+//
+// The phases are rows: sample p of frame i is in row p at i.
 
 #include <array>
 #include <cstdint>

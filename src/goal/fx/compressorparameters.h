@@ -1,6 +1,6 @@
 #pragma once
 
-// What an application sets on a compressor. Threads as for every EffectProcessorParameters.
+// What a game sets on a compressor. Threads as for every EffectProcessorParameters.
 
 #include <memory>
 #include <string>

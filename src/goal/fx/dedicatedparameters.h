@@ -1,6 +1,6 @@
 #pragma once
 
-// What an application sets on the effects that send their slot to one output: low frequencies or dialogue.
+// What a game sets on the effects that send their slot to one output: low frequencies or dialogue.
 // Threads as for every EffectProcessorParameters.
 
 #include <cstdint>

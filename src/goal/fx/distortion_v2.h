@@ -2,8 +2,8 @@
 
 // The distortion of the refined sound: the filters and the clip of DistortionState, without its aliases.
 //
-//     input ──> one-pole low-pass ──> drive ──> four times the rate ──> clip to ±1 ──> back ──> level ──>
-//     resonator ──> output
+//     input ──> one-pole low-pass ──> drive ──> four times the rate ──> clip to ±1 ──> back ──┐
+//                                              output <── two-pole resonator <── level <──────┘
 //
 // The clip is that of the line between two samples, averaged over it: J. D. Parker, V. Zavalishin, E. Le
 // Bivic, "Reducing the Aliasing of Nonlinear Waveshaping Using Continuous-Time Convolution" (DAFx, 2016).

@@ -1,6 +1,6 @@
 #pragma once
 
-// From an AL effect type to the parameters of such an effect. Called by the effect calls on application
+// From an AL effect type to the parameters of such an effect. Called by the effect calls on the game's
 // threads, under the API mutex.
 
 #include <cstdint>

@@ -2,20 +2,11 @@
 
 #include <algorithm>
 
-#include "goal/dsp/onepole.h"
 #include "goal/fx/equalizer_v3.h"
 #include "goal/fx/makestate.h"
 #include "numeric/ambisonicorder.h"
 
 namespace goal::fx {
-namespace {
-
-void Settle(hcml::SecondOrderSection& section) {
-    section.s0 = KeptInMemory(section.s0);
-    section.s1 = KeptInMemory(section.s1);
-}
-
-}  // namespace
 
 EqualizerState_v2::EqualizerState_v2(const EqualizerParameters& parameters, const RenderContext& context)
     : EffectProcessorState(parameters.effectType, EffectInput::Field, EffectOutput::Field),

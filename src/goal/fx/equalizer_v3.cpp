@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "goal/dsp/onepole.h"
 #include "numeric/ambisonicorder.h"
 #include "numeric/kernels/gainkernel.h"
 
@@ -23,11 +22,6 @@ void Retune(hcml::SecondOrderSection& section, const hcml::SecondOrderCoefficien
     static_cast<hcml::SecondOrderCoefficients&>(section) = to;
     section.s0 = (sum + difference) / 2;
     section.s1 = (sum - difference) / 2;
-}
-
-void Settle(hcml::SecondOrderSection& section) {
-    section.s0 = KeptInMemory(section.s0);
-    section.s1 = KeptInMemory(section.s1);
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 
 #include <array>
 
+#include "goal/dsp/onepole.h"
 #include "goal/fx/equalizerparameters.h"
 #include "numeric/kernels/cascadekernel.h"
 
@@ -31,5 +32,11 @@ private:
     const double sampleRate;  // Hz
     const double piOverRate, twoPiOverRate;
 };
+
+/// What the section remembers from block to block, as KeptInMemory has it.
+inline void Settle(hcml::SecondOrderSection& section) {
+    section.s0 = KeptInMemory(section.s0);
+    section.s1 = KeptInMemory(section.s1);
+}
 
 }  // namespace goal::fx

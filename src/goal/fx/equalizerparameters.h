@@ -1,6 +1,6 @@
 #pragma once
 
-// What an application sets on an equalizer: a low shelf, two peaks and a high shelf. Threads as for every
+// What a game sets on an equalizer: a low shelf, two peaks and a high shelf. Threads as for every
 // EffectProcessorParameters.
 
 #include <memory>

@@ -1,6 +1,6 @@
 #pragma once
 
-// What an application sets on a chorus or a flanger: one effect in two ranges and with two sets of defaults.
+// What a game sets on a chorus or a flanger: one effect in two ranges and with two sets of defaults.
 // Threads as for every EffectProcessorParameters.
 
 #include <memory>

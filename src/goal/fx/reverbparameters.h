@@ -1,6 +1,6 @@
 #pragma once
 
-// What an application sets on a reverb, in the basic form and in the one that has everything. Both run as the
+// What a game sets on a reverb, in the basic form and in the one that has everything. Both run as the
 // same effect, so both hold all values; those that a basic reverb can't set keep their defaults. Threads as
 // for every EffectProcessorParameters.
 

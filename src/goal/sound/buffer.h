@@ -1,8 +1,8 @@
 #pragma once
 
-// Audio from an application, kept in the format it came in. The buffer calls make buffers on application
-// threads; the render thread reads them through its queues without a lock, which is safe because nothing but
-// the two counts changes after construction.
+// Audio from a game, kept in the format it came in. The buffer calls make buffers on the game's
+// threads; the server's thread reads them through its queues without a lock, which is safe because nothing
+// but the two counts changes after construction.
 
 #include <atomic>
 #include <cstdint>
@@ -18,13 +18,13 @@ public:
     const std::int32_t formatId;  ///< the AL format token
     const float frequency;        ///< sample rate in Hz
     const std::uint8_t* const
-        data;                  ///< the samples, interleaved; not aligned when they are the application's
+        data;                  ///< the samples, interleaved; not aligned when they are memory of the game
     const std::uint32_t size;  ///< bytes
-    const bool ownsData;       ///< false: `data` is memory of the application
+    const bool ownsData;       ///< false: `data` is memory of the game
 
-    /// Places in the sources' queues of the application's states that refer to this buffer.
+    /// Places in the sources' queues of the application states that refer to this buffer.
     std::atomic<std::int32_t> useCount{0};
-    /// The renderers that may read the data, as of their last snapshots, where it is the application's: a bit
+    /// The renderers that may read the data, as of their last snapshots, where it is the game's: a bit
     /// for each place of a context. Guarded by the API mutex.
     std::uint32_t renderers = 0;
     /// Records that free the buffer when the last one of them goes, once it has no name any more.
@@ -50,8 +50,8 @@ private:
            std::uint32_t size, bool copyData);
 };
 
-/// True while the buffer's data may neither be replaced nor deleted: a queue of the application refers to it,
-/// or the render thread may still read memory that belongs to the application. Takes the API mutex to be
+/// True while the buffer's data may neither be replaced nor deleted: a queue of the game refers to it,
+/// or the server's thread may still read memory that belongs to the game. Takes the API mutex to be
 /// held.
 bool InUse(const Buffer& buffer);
 

@@ -1,6 +1,6 @@
 #pragma once
 
-// The buffers of the device and their names. Application threads use it under the API mutex; the render
+// The buffers of the device and their names. The game's threads use it under the API mutex; the server's
 // thread calls MarkUsage with that mutex held and nothing else.
 
 #include <cstdint>
@@ -42,7 +42,7 @@ public:
     bool IsValid(std::uint32_t name) const;
 
     /// Gives a valid name new data. The old buffer, which must not be in use, moves to `deletedBuffers`,
-    /// whose owner frees it when the render thread has let go of it; with null it is freed at once. Throws
+    /// whose owner frees it when the server's thread has let go of it; with null it is freed at once. Throws
     /// slib::OutOfMemoryException and then changes nothing.
     void Replace(std::unique_ptr<Buffer> buffer, BufferList* deletedBuffers);
 
@@ -54,7 +54,7 @@ public:
     static constexpr std::size_t mostReaders = 32;
 
     /// Notes for every buffer of borrowed data whether the coming snapshot of the renderer in the place
-    /// `reader` may refer to it: whether any queue of the application does. Nobody asks that of the others,
+    /// `reader` may refer to it: whether any queue of the game does. Nobody asks that of the others,
     /// whose data lasts as long as it has to.
     void MarkUsage(std::size_t reader = 0);
 

@@ -3,7 +3,7 @@
 // From the bytes of a buffer to raw sample values: floats that the buffer's scale brings to full scale 1. The
 // readers of source queues call it on the server's thread; nothing here allocates, locks or fails. The format
 // is chosen once per call, outside the sample loop. Buffers hold the byte order of the machine, which is
-// little-endian; memory of the application may have any alignment.
+// little-endian; memory of the game may have any alignment.
 //
 //     8 bits       byte - 128                 mu-law       16-bit value of ITU-T G.711
 //     16 bits      the value                  IMA ADPCM    decoded 16-bit value

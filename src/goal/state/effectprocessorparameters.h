@@ -1,7 +1,7 @@
 #pragma once
 
-// What an application sets on an effect: a plain, copyable record that travels to the renderer in the
-// snapshot. Application threads set and read it under the API mutex; the server thread reads its own copy.
+// What a game sets on an effect: a plain, copyable record that travels to the renderer in the
+// snapshot. The game's threads set and read it under the API mutex; the server's thread reads its own copy.
 // The running effect is another object.
 
 #include <cstdint>

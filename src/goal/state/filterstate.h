@@ -1,7 +1,7 @@
 #pragma once
 
 // A filter as a game sets it, and what the filter stage remembers about a path that runs through one. Plain
-// records; they cross from the application's side to the server's thread by copy.
+// records; they cross from the game's side to the server's thread by copy.
 
 #include <array>
 #include <cstdint>
