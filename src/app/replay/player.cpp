@@ -328,7 +328,8 @@ void Player::Make(const RecordedCall& call) {
 
 void Player::Finish() {
     workers.clear();
-    const auto destroy = reinterpret_cast<LPALCDESTROYCONTEXT>(FindEntry(recording::IndexOf("alcDestroyContext")));
+    const auto destroy =
+        reinterpret_cast<LPALCDESTROYCONTEXT>(FindEntry(recording::IndexOf("alcDestroyContext")));
     for (void* const context : std::exchange(contexts, {}))
         if (destroy != nullptr) destroy(static_cast<ALCcontext*>(context));
 }
