@@ -45,6 +45,7 @@ public:
 
 protected:
     Result MakeBuffer(const RingShape& shape, SoundBufferPtr& buffer) override {
+        if (connection && !connection->IsHere()) return DSERR_NODRIVER;
         struct Made {
             SoundBufferPtr buffer;
             Result result = DSERR_OUTOFMEMORY;
@@ -62,12 +63,12 @@ protected:
                     watch.news, log);
                 made->buffer.reset(opened);
                 made->result = DS_OK;
-                // Where the server has ended, the buffer looks for it.
-                if (!connection || !connection->IsHere()) return;
+                if (!connection) return;
                 made->result = opened->Open([&](StreamOutlet& outlet, std::unique_ptr<OutputStream>& stream) {
                     return connection->OpenStream(watch, shape, capacity, outlet, stream);
                 });
-                if (made->result != DS_OK && !connection->IsHere()) made->result = DS_OK;
+                // A server that has ended meanwhile is one that went away: the buffer looks for it.
+                if (made->result != DS_OK && connection->Outputs().empty()) made->result = DS_OK;
             });
         if (!isOver) return DSERR_NODRIVER;
         if (made->result == DS_OK) buffer = std::move(made->buffer);
