@@ -175,8 +175,8 @@ public:
         testing_support::WaitForTasks();
         for (ALuint name = 1; name <= world.cast.buffers; ++name)
             alDeleteBuffers(1, &name);
-        // The thread of the log stays for half a second.
-        for (int i = 0; i < 40 && !Usage::Now(store).IsAsLittleAs(before); ++i)
+        // The thread of the log stays for half a second, a call that a server blocked for as long as that.
+        for (int i = 0; i < 300 && !Usage::Now(store).IsAsLittleAs(before); ++i)
             Nap(50);
         std::cout << "before  " << before.Row() << "\nafter   " << Usage::Now(store).Row() << "\n";
         if (!Usage::Now(store).IsAsLittleAs(before)) world.Fault("Descriptors, threads or memory are left.");
