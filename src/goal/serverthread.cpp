@@ -390,8 +390,13 @@ void ServerThread::OpenLibrary(Machine& run) {
 }
 
 void ServerThread::SetUp(Machine& run) {
-    const orb3::GoalConfig settings = run.configuration.goalConfig;
-    const OutputRequest request = orb3::RequestFor(relief.Of(settings), requestedFrequency);
+    orb3::GoalConfig settings;
+    OutputRequest request;
+    const auto read = [&] {
+        settings = run.configuration.goalConfig;
+        request = orb3::RequestFor(relief.Of(settings), requestedFrequency);
+    };
+    read();
     run.isPromising = true;
     const auto setUp = [&] {
         return engine.machinery->SetUp(request, activeLog, mainLog, run.configuration, run.library);
@@ -401,7 +406,8 @@ void ServerThread::SetUp(Machine& run) {
             return setUp();
         } catch (const slib::OperatingSystemErrnoException&) {
             // A library that another program has changed since it was opened lacks files that it listed.
-            OpenLibrary(run);
+            OpenLibrary(run);  // and reads the configuration, of which the attempt may have changed some
+            read();
             return setUp();
         }
     });
